@@ -1,0 +1,57 @@
+#pragma once
+
+#include "terminal/view/textfind.h"
+
+#include <QWidget>
+
+class QLabel;
+class QLineEdit;
+class QToolButton;
+class ReceiveView;
+
+// The find bar above a receive view: pattern, "3 of 17", next and previous, case and regular
+// expression. Owns the search (TextFind) while it is open, marks the matches that can be seen and
+// scrolls to the current one. Closing ends the search and gives the focus back to the view.
+class FindBar final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FindBar)
+
+public:
+    // The view must outlive the bar; make the bar a sibling or child of it.
+    explicit FindBar(ReceiveView& view, QWidget* parent = nullptr);
+
+    // Shows the bar with the focus in it. A selection within one line becomes the search text.
+    void open();
+    void close();
+    [[nodiscard]] bool isOpen() const { return isVisibleTo(parentWidget()); }
+    void findNext();
+    void findPrevious();
+    [[nodiscard]] const TextFind& search() const { return find_; }
+
+Q_SIGNALS:
+    void closed();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void build();
+    void restartSearch();
+    void showResult();
+    void showCurrent();
+    void markVisibleMatches();
+    [[nodiscard]] QString resultText() const;
+
+    ReceiveView& view_;
+    TextFind find_;
+    QLineEdit* text_ = nullptr;
+    QLabel* result_ = nullptr;
+    QToolButton* previous_ = nullptr;
+    QToolButton* next_ = nullptr;
+    QToolButton* matchCase_ = nullptr;
+    QToolButton* expression_ = nullptr;
+    QToolButton* close_ = nullptr;
+};

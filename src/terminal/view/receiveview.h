@@ -1,0 +1,145 @@
+#pragma once
+
+#include "terminal/view/displaysink.h"
+#include "terminal/view/softbreaks.h"
+#include "terminal/view/textsource.h"
+
+#include <QFont>
+#include <QList>
+#include <QPointer>
+#include <QWidget>
+
+class ColorRefresher;
+class QMenu;
+class QTextCursor;
+class ReceiveEdit;
+class TextSaver;
+
+// The receive view of a pane: shows what the pipeline appends and says what the person types;
+// it never edits the text itself. Text, find and saving speak of absolute positions (textsource.h);
+// nothing outside this class knows which widget draws the text.
+//
+// Keeping the place: an append follows the end when the reader is at the bottom and otherwise
+// leaves the reader's lines where they are; a selection survives appends, and trims as far as its
+// text does. Bounds: the owner trims; the view adds no text of its own. Text that holds no line
+// feed is drawn in rows of at most SoftBreaks::rowLimit characters, because laying out a line
+// costs by its whole length on every append; reading, copying, saving and finding never see those
+// row breaks.
+//
+// Keys: everything a device may want is typed (terminalkeymap.h), Tab too. Ctrl+Tab and
+// Ctrl+Shift+Tab leave the view, so the keyboard is never trapped.
+class ReceiveView final : public QWidget, public DisplaySink, public TextSource
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ReceiveView)
+
+public:
+    struct Highlight
+    {
+        qint64 position = 0;
+        qint64 length = 0;
+        bool current = false;
+    };
+
+    static constexpr int smallestPointSize = 6;
+    static constexpr int largestPointSize = 72;
+
+    explicit ReceiveView(QWidget* parent = nullptr);
+    ~ReceiveView() override;
+
+    // DisplaySink. A given colour that cannot be read on the current background is drawn in the
+    // palette's text colour. U+2029 and the two noncharacters U+FDD0 and U+FDD1, which would be
+    // taken for line ends, are shown as U+FFFD.
+    void appendText(const QString& text, const std::optional<QColor>& color) override;
+    void trimFront(qint64 characters) override;
+    // The cleared characters count as removed: positions are never used twice.
+    void clearText() override;
+    [[nodiscard]] qint64 textLength() const override;
+    void forceScrollToEnd() override;
+
+    [[nodiscard]] qint64 firstPosition() const override { return removed_; }
+    [[nodiscard]] qint64 endPosition() const override { return removed_ + textLength(); }
+    [[nodiscard]] QString textAt(qint64 position, qint64 count) const override;
+    // Running count of characters removed from the front since the view was made.
+    [[nodiscard]] qint64 removedCharacters() const { return removed_; }
+
+    [[nodiscard]] bool isAtBottom() const;
+    void scrollToEnd();
+
+    [[nodiscard]] bool hasSelection() const;
+    [[nodiscard]] QString selectedText() const;
+    void selectAll();
+    void copy();
+    // Types the clipboard's text, line ends as LF. Does nothing while typing is off.
+    void paste();
+
+    void setDisplayFont(const QFont& font);
+    [[nodiscard]] QFont displayFont() const;
+    // Larger or smaller by points, within smallestPointSize..largestPointSize.
+    void zoomBy(int points);
+    void setLineWrap(bool wrap);
+    [[nodiscard]] bool lineWrap() const;
+    // Off: a plain reader's view. Keys scroll and select, Tab moves the focus.
+    void setTypingEnabled(bool enabled);
+    [[nodiscard]] bool isTypingEnabled() const { return typing_; }
+
+    // Positions of the first and after the last character that can be seen (whole lines).
+    [[nodiscard]] std::pair<qint64, qint64> visibleRange() const;
+    // Marks text until the next call; meant for visible text only.
+    void setHighlights(const QList<Highlight>& highlights);
+    // Scrolls only when the text is not in sight, then to the middle.
+    void showPosition(qint64 position, qint64 length);
+
+    // Writes the text held now to a file as UTF-8, in slices. False when a save is still running;
+    // otherwise saveFinished() tells the outcome.
+    bool saveTextAs(const QString& path);
+
+Q_SIGNALS:
+    // Printable text and pasted text; line feeds only in pasted text.
+    void textTyped(const QString& text);
+    void enterTyped();
+    // A control character or a VT sequence of a key.
+    void controlTyped(const QByteArray& bytes);
+
+    void findRequested();
+    void clearRequested();
+    void saveRequested();
+    void saveFinished(bool ok, const QString& errorText);
+
+    // Changed by the person, not by the setters.
+    void lineWrapToggled(bool wrap);
+    void displayFontZoomed(const QFont& font);
+
+    void textAppended();
+    // The text before `end` is still there and goes when this signal has been handled.
+    void frontAboutToBeRemoved(qint64 end);
+    void frontRemoved();
+    void visibleRangeChanged();
+    void selectionChanged();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    friend class ReceiveMenu;
+
+    void insertAtEnd(const QString& text, const std::optional<QColor>& color);
+    void removeUpTo(qint64 end);
+    [[nodiscard]] QTextCursor cursorAt(qint64 position, qint64 length) const;
+    bool filterEvent(QEvent* event);
+    bool handleKey(QKeyEvent* event);
+    bool handleViewKey(const QKeyEvent& event);
+    bool handleReaderKey(const QKeyEvent& event);
+    void pasteFrom(int clipboardMode);
+    void applyFont(const QFont& font);
+
+    ReceiveEdit* edit_;
+    SoftBreaks breaks_;
+    ColorRefresher* colors_;
+    QPointer<TextSaver> saver_;
+    qint64 removed_ = 0;
+    bool forceScroll_ = false;
+    bool typing_ = true;
+};
