@@ -1,0 +1,83 @@
+#pragma once
+
+#include "app/settings/settings.h"
+#include "connections/receiveresidue.h"
+
+#include <QObject>
+#include <QSerialPort>
+
+// The outputs of a serial port that a person can drive.
+enum class SerialLine : int { Dtr = 0, Rts = 1, Break = 2 };
+
+// One local serial port: opens, configures, reads, writes and closes it and drives its outputs.
+//
+// Owned by the ConnectionController. The QSerialPort lives as long as the link and is reused for
+// every open, as are the requested DTR and RTS levels: they belong to the pane, not to one opening.
+// Under RTS/CTS flow control the driver owns RTS and the link never touches it.
+//
+// The QSerialPort's own buffers have no bound while reads are not throttled; `pendingWriteBytes`
+// says how much output waits. Bytes that are left when a device vanishes move to the residue.
+class SerialLink final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SerialLink)
+
+public:
+    explicit SerialLink(QObject* parent = nullptr);
+    ~SerialLink() override;
+
+    // Opens `portName` (or, when that is empty, the port of `settings`) and applies the sanitized
+    // settings, then the requested lines. True at once, without reconfiguring, when a port is
+    // already open. False when the open failed or the device vanished while being configured;
+    // `quiet` keeps the failure, not the success, to itself.
+    bool open(
+        const Settings& settings, const QString& portName, const QString& displayName, bool quiet);
+    [[nodiscard]] bool isOpen() const { return m_port.isOpen(); }
+    // Drops the outputs and closes. What was received and not read is discarded.
+    void close(const QString& displayName);
+
+    // Opens first when closed. False when that fails or the driver refuses the bytes.
+    bool send(const QByteArray& data, const Settings& settings, const QString& portName);
+    // Everything received so far, also what a vanished device left; nothing while throttled.
+    QByteArray readAvailable();
+    [[nodiscard]] bool hasUnread() const;
+    [[nodiscard]] qint64 pendingWriteBytes() const { return m_port.bytesToWrite(); }
+    void setReadThrottled(bool on);
+
+    bool setLine(SerialLine line, bool on);
+    [[nodiscard]] bool lineRequested(SerialLine line) const;
+    bool applyLine(SerialLine line, bool on, bool report);
+    // The modem lines as the driver reports them now; none when closed.
+    QSerialPort::PinoutSignals pinoutSignals();
+
+    // Whether a device that vanishes is closed and reported by `lost`; otherwise it is left as is.
+    void setAutoReconnect(bool on) { m_autoReconnect = on; }
+    [[nodiscard]] bool autoReconnect() const { return m_autoReconnect; }
+    [[nodiscard]] const QSerialPort& port() const { return m_port; }
+
+Q_SIGNALS:
+    void statusMessage(const QString& text, int timeoutMs);
+    void errorOccurred(const QString& text);
+    void readyRead();
+    void lost();
+    void bytesWritten(qint64 bytes);
+
+private:
+    void applyLineParameters(const Settings& settings);
+    void reportOpenFailure(const QString& displayName);
+    bool driveLine(SerialLine line, bool on);
+    [[nodiscard]] bool driverOwnsRts() const;
+    void keepUnread();
+    void onErrorOccurred(QSerialPort::SerialPortError error);
+
+    QSerialPort m_port;
+    ReceiveResidue m_residue;
+    // The device's last error text; QSerialPort forgets its own when it closes.
+    QString m_lastErrorText;
+    bool m_dtrRequested = true;
+    bool m_rtsRequested = true;
+    bool m_breakActive = false;
+    bool m_autoReconnect = false;
+    bool m_readThrottled = false;
+    bool m_closing = false;
+};

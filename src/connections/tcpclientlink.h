@@ -1,0 +1,75 @@
+#pragma once
+
+#include "connections/receiveresidue.h"
+
+#include <QObject>
+
+class QTcpSocket;
+
+// One outgoing TCP connection at a time, for a plain TCP client and for RFC 2217 alike.
+//
+// Owned by the ConnectionController. A socket is created for each attempt and discarded when the
+// attempt fails, the peer goes or the link is torn down; it is deleted later, never in one of its
+// own signals, and its signals are told from those of its successor. What is sent while the
+// connection is being made waits in the pending output and leaves in one write. What a lost socket
+// had received moves to the residue.
+class TcpClientLink final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(TcpClientLink)
+
+public:
+    // What may wait for a connection that is still being made.
+    static constexpr qsizetype maxPendingBytes = 16 * 1024 * 1024;
+    // The socket's read buffer while reads are throttled: beyond it the peer's window closes.
+    static constexpr qint64 throttledReadBufferBytes = 4096;
+
+    explicit TcpClientLink(QObject* parent = nullptr);
+    ~TcpClientLink() override;
+
+    // Starts an attempt and returns; does nothing while a socket exists.
+    void connectTo(const QString& host, quint16 port);
+    [[nodiscard]] bool hasSocket() const { return m_socket != nullptr; }
+    [[nodiscard]] bool isConnected() const;
+    // Discards the socket and everything that waits in either direction. True when there was one.
+    bool teardown();
+
+    // False for no data, without a socket, or when the pending output is full.
+    bool send(const QByteArray& data);
+    // Writes the pending output in one write when the socket is connected.
+    void flushPending();
+    // Everything received so far, also what a lost socket left; nothing while throttled.
+    QByteArray readAvailable();
+    [[nodiscard]] bool hasUnread() const;
+    [[nodiscard]] qint64 pendingWriteBytes() const;
+
+    void setReadThrottled(bool on);
+    void setBridgeTuning(bool on);
+    // Read buffer by throttling; low delay and keep-alive when a bridge uses the connection.
+    void tune(QTcpSocket* socket) const;
+
+Q_SIGNALS:
+    void statusMessage(const QString& text, int timeoutMs);
+    void errorOccurred(const QString& text);
+    void readyRead();
+    // The connection stands and the pending output is on its way.
+    void connected();
+    // A connection that stood is gone; emitted once for each.
+    void disconnected();
+    void bytesWritten(qint64 bytes);
+
+private:
+    void wire(QTcpSocket* socket);
+    void onDisconnected(QTcpSocket* socket);
+    void onError(QTcpSocket* socket);
+    bool retire();
+    void discard();
+
+    QTcpSocket* m_socket = nullptr; // a child; null when there is none
+    QByteArray m_pending; // at most maxPendingBytes
+    ReceiveResidue m_residue;
+    bool m_pendingFullReported = false;
+    bool m_retiring = false;
+    bool m_readThrottled = false;
+    bool m_bridgeTuning = false;
+};
