@@ -68,6 +68,7 @@ private:
     bool driveLine(SerialLine line, bool on);
     [[nodiscard]] bool driverOwnsRts() const;
     void keepUnread();
+    void closePort();
     void onErrorOccurred(QSerialPort::SerialPortError error);
 
     QSerialPort m_port;

@@ -66,7 +66,7 @@ private:
     void discard();
 
     QTcpSocket* m_socket = nullptr; // a child; null when there is none
-    QByteArray m_pending; // at most maxPendingBytes
+    QByteArray m_pending;           // at most maxPendingBytes
     ReceiveResidue m_residue;
     bool m_pendingFullReported = false;
     bool m_retiring = false;

@@ -78,8 +78,9 @@ private:
     };
 
     void discardSocket();
-    void recordSender(const QHostAddress& address, quint16 port, const QByteArray& payload,
-        const QDateTime& now);
+    void recordSender(
+        const QHostAddress& address, quint16 port, const QByteArray& payload, const QDateTime& now);
+    std::deque<Waiting> takeWaiting(const QString& host);
     void dropWaiting();
     bool waitForHost(const QByteArray& data, const QString& host, quint16 port);
     void onResolved(const QString& host, const QHostAddress& address);

@@ -30,8 +30,8 @@ public:
 
     // Records a datagram. With a full table a new sender is not listed, and no row counts as the
     // last sender, so that no reply goes to somebody else.
-    Heard record(const QHostAddress& address, quint16 port, const QByteArray& payload,
-        const QDateTime& now);
+    Heard record(
+        const QHostAddress& address, quint16 port, const QByteArray& payload, const QDateTime& now);
     void clear();
 
     [[nodiscard]] const QList<UdpPeer>& peers() const { return m_peers; }

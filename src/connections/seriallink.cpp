@@ -1,0 +1,270 @@
+#include "connections/seriallink.h"
+
+#include "connections/serialopenadvice.h"
+
+#include <QScopedValueRollback>
+#include <QtDebug>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int failureMs = 5000;
+constexpr int noticeMs = 3000;
+constexpr int openedMs = 1000;
+// Beyond it the driver's buffer fills and the device is held back by flow control.
+constexpr qint64 throttledReadBufferBytes = 4096;
+
+QString lineName(SerialLine line)
+{
+    switch (line) {
+    case SerialLine::Dtr:
+        return u"DTR"_s;
+    case SerialLine::Rts:
+        return u"RTS"_s;
+    case SerialLine::Break:
+        return SerialLink::tr("Break");
+    }
+    return {};
+}
+
+} // namespace
+
+SerialLink::SerialLink(QObject* parent)
+    : QObject(parent)
+    , m_port(u"COM1"_s, this)
+{
+    connect(&m_port, &QSerialPort::readyRead, this, &SerialLink::readyRead);
+    connect(&m_port, &QSerialPort::bytesWritten, this, &SerialLink::bytesWritten);
+    connect(&m_port, &QSerialPort::errorOccurred, this, &SerialLink::onErrorOccurred);
+}
+
+SerialLink::~SerialLink()
+{
+    m_port.disconnect(this);
+}
+
+bool SerialLink::open(
+    const Settings& settings, const QString& portName, const QString& displayName, bool quiet)
+{
+    m_port.setPortName(portName.isEmpty() ? settings.portName : portName);
+    if (m_port.isOpen())
+        return true;
+    if (!m_port.open(QIODevice::ReadWrite)) {
+        if (!quiet)
+            reportOpenFailure(displayName);
+        return false;
+    }
+    applyLineParameters(settings.sanitized());
+    m_breakActive = false;
+    applyLine(SerialLine::Break, false, false);
+    // A device that vanishes while it is being set up has been closed and reported by now.
+    if (!m_port.isOpen())
+        return false;
+    Q_EMIT statusMessage(tr("Serial Port %1 OPEN SUCCESS").arg(displayName), openedMs);
+    applyLine(SerialLine::Dtr, m_dtrRequested, true);
+    if (!driverOwnsRts())
+        applyLine(SerialLine::Rts, m_rtsRequested, true);
+    return m_port.isOpen();
+}
+
+void SerialLink::applyLineParameters(const Settings& settings)
+{
+    const auto check = [this](bool accepted, const QString& what) {
+        if (!accepted) {
+            Q_EMIT statusMessage(tr("Serial Port %1 did not accept %2: %3")
+                                     .arg(m_port.portName(), what, m_lastErrorText),
+                failureMs);
+        }
+    };
+    check(m_port.setBaudRate(settings.baudRate), tr("the baud rate"));
+    check(m_port.setDataBits(static_cast<QSerialPort::DataBits>(settings.dataBits)),
+        tr("the data bits"));
+    check(m_port.setParity(static_cast<QSerialPort::Parity>(settings.parity)), tr("the parity"));
+    check(m_port.setStopBits(static_cast<QSerialPort::StopBits>(settings.stopBits)),
+        tr("the stop bits"));
+    check(m_port.setFlowControl(static_cast<QSerialPort::FlowControl>(settings.flowControl)),
+        tr("the flow control"));
+}
+
+void SerialLink::reportOpenFailure(const QString& displayName)
+{
+    const QString text =
+        tr("Serial Port %1 OPEN FAILED! ERROR: ").arg(displayName) + m_port.errorString();
+    const QString advice =
+        serialOpenAdvice(m_port.error(), serialDeviceFacts(serialDevicePath(m_port.portName())));
+    Q_EMIT errorOccurred(advice.isEmpty() ? text : QString(text + u'\n' + advice));
+    Q_EMIT statusMessage(text, failureMs);
+}
+
+void SerialLink::close(const QString& displayName)
+{
+    if (m_port.isOpen()) {
+        const QScopedValueRollback<bool> closing(m_closing, true);
+        applyLine(SerialLine::Break, false, false);
+        applyLine(SerialLine::Dtr, false, false);
+        if (!driverOwnsRts())
+            applyLine(SerialLine::Rts, false, false);
+        closePort();
+    }
+    m_breakActive = false;
+    m_residue.clear();
+    Q_EMIT statusMessage(
+        (m_port.isOpen() ? tr("Serial Port %1 CLOSE FAILED") : tr("Serial Port %1 CLOSE SUCCESS"))
+            .arg(displayName),
+        noticeMs);
+}
+
+// QSerialPort keeps output that the driver has not taken, and would send it first at the next open.
+void SerialLink::closePort()
+{
+    if (const qint64 unsent = m_port.bytesToWrite(); unsent > 0) {
+        qWarning() << "Serial port" << m_port.portName() << "closed with" << unsent
+                   << "bytes not sent";
+        m_port.clear(QSerialPort::Output);
+    }
+    m_port.close();
+}
+
+bool SerialLink::send(const QByteArray& data, const Settings& settings, const QString& portName)
+{
+    if (m_port.isOpen()) {
+        if (!portName.isEmpty())
+            m_port.setPortName(portName);
+    } else if (!open(settings, portName, portName, false)) {
+        return false;
+    }
+    if (m_port.write(data) == -1) {
+        qWarning() << "Send message failed!" << m_port.errorString();
+        return false;
+    }
+    return true;
+}
+
+QByteArray SerialLink::readAvailable()
+{
+    if (m_readThrottled)
+        return {};
+    QByteArray bytes = m_residue.take();
+    if (m_port.isOpen())
+        bytes.append(m_port.readAll());
+    return bytes;
+}
+
+bool SerialLink::hasUnread() const
+{
+    return !m_residue.isEmpty() || (m_port.isOpen() && m_port.bytesAvailable() > 0);
+}
+
+void SerialLink::setReadThrottled(bool on)
+{
+    m_readThrottled = on;
+    // A port that holds more than its limit would report readiness again and again.
+    if (on && m_port.isOpen() && m_port.bytesAvailable() >= throttledReadBufferBytes)
+        keepUnread();
+    m_port.setReadBufferSize(on ? throttledReadBufferBytes : 0);
+}
+
+bool SerialLink::setLine(SerialLine line, bool on)
+{
+    if (line == SerialLine::Break) {
+        if (!m_port.isOpen()) {
+            m_breakActive = false;
+            if (on) {
+                Q_EMIT statusMessage(tr("Open the serial port before sending Break"), noticeMs);
+            }
+            return !on;
+        }
+        const bool driven = applyLine(line, on, true);
+        m_breakActive = on && driven;
+        return driven;
+    }
+    (line == SerialLine::Dtr ? m_dtrRequested : m_rtsRequested) = on;
+    return !m_port.isOpen() || applyLine(line, on, true);
+}
+
+bool SerialLink::lineRequested(SerialLine line) const
+{
+    switch (line) {
+    case SerialLine::Dtr:
+        return m_dtrRequested;
+    case SerialLine::Rts:
+        return m_rtsRequested;
+    case SerialLine::Break:
+        return m_breakActive;
+    }
+    return false;
+}
+
+bool SerialLink::applyLine(SerialLine line, bool on, bool report)
+{
+    if (line == SerialLine::Rts && driverOwnsRts()) {
+        if (report) {
+            Q_EMIT statusMessage(
+                tr("RTS is managed automatically by RTS/CTS flow control"), noticeMs);
+        }
+        return false;
+    }
+    const bool driven = driveLine(line, on);
+    if (!driven && report) {
+        Q_EMIT statusMessage(
+            tr("Failed to set %1: %2").arg(lineName(line), m_lastErrorText), noticeMs);
+    }
+    return driven;
+}
+
+bool SerialLink::driveLine(SerialLine line, bool on)
+{
+    switch (line) {
+    case SerialLine::Dtr:
+        return m_port.setDataTerminalReady(on);
+    case SerialLine::Rts:
+        return m_port.setRequestToSend(on);
+    case SerialLine::Break:
+        return m_port.setBreakEnabled(on);
+    }
+    return false;
+}
+
+bool SerialLink::driverOwnsRts() const
+{
+    return m_port.flowControl() == QSerialPort::HardwareControl;
+}
+
+QSerialPort::PinoutSignals SerialLink::pinoutSignals()
+{
+    return m_port.isOpen() ? m_port.pinoutSignals() : QSerialPort::NoSignal;
+}
+
+void SerialLink::keepUnread()
+{
+    const qsizetype dropped = m_residue.keep(m_port.readAll());
+    if (dropped > 0) {
+        Q_EMIT statusMessage(
+            tr("Serial Port %1: %2 received bytes were dropped because nobody read them")
+                .arg(m_port.portName(), QString::number(dropped)),
+            failureMs);
+    }
+}
+
+void SerialLink::onErrorOccurred(QSerialPort::SerialPortError error)
+{
+    if (error == QSerialPort::NoError)
+        return;
+    m_lastErrorText = m_port.errorString();
+    if (!m_autoReconnect || error != QSerialPort::ResourceError || m_closing || !m_port.isOpen())
+        return;
+    {
+        const QScopedValueRollback<bool> closing(m_closing, true);
+        m_breakActive = false;
+        if (!m_readThrottled && m_port.bytesAvailable() > 0)
+            Q_EMIT readyRead();
+        // The reader may have closed the port, and then nothing was lost.
+        if (!m_port.isOpen())
+            return;
+        keepUnread();
+        closePort();
+    }
+    Q_EMIT statusMessage(tr("Serial Port %1 DISCONNECTED").arg(m_port.portName()), failureMs);
+    Q_EMIT lost();
+}

@@ -1,0 +1,190 @@
+#include "connections/tcpclientlink.h"
+
+#include <QScopedValueRollback>
+#include <QTcpSocket>
+#include <utility>
+
+namespace {
+
+constexpr int failureMs = 5000;
+
+} // namespace
+
+TcpClientLink::TcpClientLink(QObject* parent)
+    : QObject(parent)
+{}
+
+TcpClientLink::~TcpClientLink()
+{
+    teardown();
+}
+
+void TcpClientLink::connectTo(const QString& host, quint16 port)
+{
+    if (m_socket)
+        return;
+    m_socket = new QTcpSocket(this);
+    m_pendingFullReported = false;
+    wire(m_socket);
+    tune(m_socket);
+    m_socket->connectToHost(host, port, QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
+}
+
+// A socket that was given up may still speak; each slot is told which socket it is and heeds the
+// present one only.
+void TcpClientLink::wire(QTcpSocket* socket)
+{
+    connect(socket, &QTcpSocket::connected, this, [this, socket] {
+        if (socket != m_socket)
+            return;
+        // Options do not reach a socket that has no descriptor yet, so they are set again now.
+        tune(socket);
+        flushPending();
+        Q_EMIT connected();
+    });
+    connect(socket, &QTcpSocket::readyRead, this, [this, socket] {
+        if (socket == m_socket)
+            Q_EMIT readyRead();
+    });
+    connect(socket, &QTcpSocket::bytesWritten, this, [this, socket](qint64 bytes) {
+        if (socket == m_socket)
+            Q_EMIT bytesWritten(bytes);
+    });
+    connect(
+        socket, &QTcpSocket::disconnected, this, [this, socket] { onDisconnected(socket); },
+        Qt::SingleShotConnection);
+    connect(socket, &QTcpSocket::errorOccurred, this, [this, socket] { onError(socket); });
+}
+
+bool TcpClientLink::isConnected() const
+{
+    return m_socket && m_socket->state() == QAbstractSocket::ConnectedState;
+}
+
+bool TcpClientLink::teardown()
+{
+    m_residue.clear();
+    if (!m_socket)
+        return false;
+    discard();
+    return true;
+}
+
+void TcpClientLink::discard()
+{
+    QTcpSocket* socket = std::exchange(m_socket, nullptr);
+    m_pending.clear();
+    socket->disconnect(this);
+    socket->abort();
+    socket->deleteLater();
+}
+
+bool TcpClientLink::send(const QByteArray& data)
+{
+    if (data.isEmpty() || !m_socket)
+        return false;
+    if (isConnected()) {
+        flushPending();
+        return m_socket && m_socket->write(data) == data.size();
+    }
+    if (data.size() > maxPendingBytes - m_pending.size()) {
+        if (!std::exchange(m_pendingFullReported, true)) {
+            Q_EMIT statusMessage(
+                tr("Too much to send before the TCP connection stands; the rest is refused"),
+                failureMs);
+        }
+        return false;
+    }
+    m_pending.append(data);
+    return true;
+}
+
+void TcpClientLink::flushPending()
+{
+    if (isConnected() && !m_pending.isEmpty())
+        m_socket->write(std::exchange(m_pending, {}));
+}
+
+QByteArray TcpClientLink::readAvailable()
+{
+    if (m_readThrottled)
+        return {};
+    QByteArray bytes = m_residue.take();
+    if (m_socket && m_socket->isReadable())
+        bytes.append(m_socket->readAll());
+    return bytes;
+}
+
+bool TcpClientLink::hasUnread() const
+{
+    return !m_residue.isEmpty() || (m_socket && m_socket->bytesAvailable() > 0);
+}
+
+qint64 TcpClientLink::pendingWriteBytes() const
+{
+    return (m_socket ? m_socket->bytesToWrite() : 0) + m_pending.size();
+}
+
+void TcpClientLink::setReadThrottled(bool on)
+{
+    m_readThrottled = on;
+    if (m_socket)
+        tune(m_socket);
+}
+
+void TcpClientLink::setBridgeTuning(bool on)
+{
+    m_bridgeTuning = on;
+    if (m_socket)
+        tune(m_socket);
+}
+
+void TcpClientLink::tune(QTcpSocket* socket) const
+{
+    if (m_bridgeTuning) {
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+    }
+    socket->setReadBufferSize(m_readThrottled ? throttledReadBufferBytes : 0);
+}
+
+// A peer that closes is announced twice, first as an error and then as the end of the connection.
+void TcpClientLink::onError(QTcpSocket* socket)
+{
+    if (socket != m_socket || m_retiring)
+        return;
+    const QString text = tr("TCP connect FAILED: %1").arg(socket->errorString());
+    if (!retire())
+        return;
+    Q_EMIT errorOccurred(text);
+    Q_EMIT statusMessage(text, failureMs);
+}
+
+void TcpClientLink::onDisconnected(QTcpSocket* socket)
+{
+    if (socket == m_socket && !retire())
+        return;
+    Q_EMIT disconnected();
+}
+
+// Gives the socket up after what it holds was offered to the reader; what is not read now is kept.
+// False when the reader itself discarded the socket meanwhile.
+bool TcpClientLink::retire()
+{
+    QTcpSocket* socket = m_socket;
+    const QScopedValueRollback<bool> retiring(m_retiring, true);
+    if (!m_readThrottled && socket->bytesAvailable() > 0)
+        Q_EMIT readyRead();
+    if (socket != m_socket)
+        return false;
+    const qsizetype dropped = socket->isReadable() ? m_residue.keep(socket->readAll()) : 0;
+    m_pending.clear();
+    m_socket = nullptr;
+    socket->deleteLater();
+    if (dropped > 0) {
+        Q_EMIT statusMessage(
+            tr("%1 bytes that the TCP peer had sent were dropped: nobody read them").arg(dropped),
+            failureMs);
+    }
+    return true;
+}

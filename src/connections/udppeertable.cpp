@@ -1,0 +1,39 @@
+#include "connections/udppeertable.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+QString UdpPeerTable::keyOf(const QHostAddress& address, quint16 port)
+{
+    return u"%1:%2"_s.arg(address.toString()).arg(port);
+}
+
+UdpPeerTable::Heard UdpPeerTable::record(
+    const QHostAddress& address, quint16 port, const QByteArray& payload, const QDateTime& now)
+{
+    const QString key = keyOf(address, port);
+    m_lastSenderRow = rowOf(key);
+    if (m_lastSenderRow >= 0) {
+        UdpPeer& peer = m_peers[m_lastSenderRow];
+        peer.lastDatagram = payload;
+        peer.lastHeard = now;
+        return Heard::KnownPeer;
+    }
+    if (m_peers.size() >= maxPeers)
+        return Heard::TableFull;
+    m_lastSenderRow = static_cast<int>(m_peers.size());
+    m_peers.append({address, port, payload, now});
+    m_rows.insert(key, m_lastSenderRow);
+    return Heard::NewPeer;
+}
+
+void UdpPeerTable::clear()
+{
+    m_peers.clear();
+    m_rows.clear();
+    m_lastSenderRow = -1;
+}
+
+const UdpPeer* UdpPeerTable::at(int row) const
+{
+    return row >= 0 && row < m_peers.size() ? &m_peers.at(row) : nullptr;
+}
