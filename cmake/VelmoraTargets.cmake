@@ -65,8 +65,9 @@ function(velmora_precompile name kind)
 endfunction()
 
 # velmora_test(NAME SOURCES ... LINKS ... [TIMEOUT seconds] [LABELS ...] [PRELOAD])
-# PRELOAD runs the test with the virtual null modem's library, which gives pseudo-terminals the
-# modem lines and break that only real serial drivers have.
+# PRELOAD is for a test that starts other programs on the virtual null modem: it builds the library
+# that gives pseudo-terminals modem lines and break, and tells the test where it is
+# (NullModem::peerEnvironment). The test itself needs no more than velmora_test_support.
 function(velmora_test name)
   cmake_parse_arguments(ARG "PRELOAD" "TIMEOUT" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -77,6 +78,7 @@ function(velmora_test name)
   endif()
   set(environment QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 TZ=UTC)
   if(ARG_PRELOAD)
+    target_link_libraries(${name} PRIVATE velmora_test_support)
     add_dependencies(${name} velmora_nullmodem_preload)
     list(APPEND environment "VELMORA_TEST_PRELOAD=$<TARGET_FILE:velmora_nullmodem_preload>")
   endif()

@@ -1,0 +1,146 @@
+#include "support/nullmodem.h"
+
+#include "support/nullmodemlines.h"
+
+#include <sys/ioctl.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qint64 nanosecondsPerMillisecond = 1'000'000;
+
+} // namespace
+
+NullModem::NullModem(QObject* parent)
+    : QObject(parent)
+    , m_cable(nullmodem_cable_new())
+{
+    for (const End end : {End::A, End::B}) {
+        auto& terminal = side(end).terminal;
+        connect(&terminal, &simdevice::PseudoTerminal::readable, this, [this, end] { pump(end); });
+        connect(&terminal, &simdevice::PseudoTerminal::writable, this,
+            [this, end] { pump(other(end)); });
+        if (m_error.isEmpty()) {
+            plugBack(end);
+        }
+    }
+}
+
+NullModem::~NullModem()
+{
+    unplug(End::A);
+    unplug(End::B);
+    if (m_cable >= 0) {
+        nullmodem_cable_free(m_cable);
+    }
+}
+
+QString NullModem::port(End end) const
+{
+    return m_folder.filePath(end == End::A ? u"portA"_s : u"portB"_s);
+}
+
+void NullModem::unplug(End end)
+{
+    Side& own = side(end);
+    own.link.remove();
+    if (m_cable >= 0) {
+        nullmodem_plug(m_cable, static_cast<int>(end), 0);
+    }
+    own.terminal.close();
+    own.toOther.clear();
+    side(other(end)).toOther.clear();
+    pump(other(end));
+}
+
+bool NullModem::plugBack(End end)
+{
+    Side& own = side(end);
+    m_error.clear();
+    if (m_cable < 0) {
+        m_error = u"no table for the modem lines"_s;
+    } else if (own.terminal.open(&m_error)
+               && own.link.set(port(end), own.terminal.slavePath(), &m_error)) {
+        nullmodem_plug(m_cable, static_cast<int>(end), own.terminal.slaveDevice());
+        own.terminal.setReading(m_flowing);
+    }
+    return m_error.isEmpty();
+}
+
+bool NullModem::isPlugged(End end) const
+{
+    return side(end).terminal.isOpen();
+}
+
+NullModem::Lines NullModem::linesSeenBy(End end) const
+{
+    const int lines = nullmodem_inputs(m_cable, static_cast<int>(end));
+    return {(lines & TIOCM_DSR) != 0, (lines & TIOCM_CAR) != 0, (lines & TIOCM_CTS) != 0};
+}
+
+bool NullModem::dtr(End end) const
+{
+    return (nullmodem_outputs(m_cable, static_cast<int>(end)) & TIOCM_DTR) != 0;
+}
+
+bool NullModem::rts(End end) const
+{
+    return (nullmodem_outputs(m_cable, static_cast<int>(end)) & TIOCM_RTS) != 0;
+}
+
+void NullModem::setOutputs(End end, bool dtr, bool rts)
+{
+    nullmodem_set_outputs(
+        m_cable, static_cast<int>(end), (dtr ? TIOCM_DTR : 0) | (rts ? TIOCM_RTS : 0));
+}
+
+NullModem::BreakRecord NullModem::breakSeenBy(End end) const
+{
+    const auto sent = nullmodem_sent_breaks(m_cable, static_cast<int>(other(end)));
+    return {static_cast<int>(sent.count), sent.active != 0,
+        sent.count == 0 ? -1 : static_cast<qint64>(sent.last_ns) / nanosecondsPerMillisecond};
+}
+
+void NullModem::setFlowing(bool on)
+{
+    m_flowing = on;
+    for (const End end : {End::A, End::B}) {
+        side(end).terminal.setReading(on);
+        pump(end);
+    }
+}
+
+qint64 NullModem::crossedFrom(End end) const
+{
+    return side(end).crossed;
+}
+
+void NullModem::pump(End from)
+{
+    Side& source = side(from);
+    auto& sink = side(other(from)).terminal;
+    if (!m_flowing) {
+        return;
+    }
+    if (source.toOther.isEmpty()) {
+        source.toOther = source.terminal.read(pumpCapacity);
+    }
+    if (!sink.isOpen()) {
+        source.toOther.clear();
+    }
+    const auto written = sink.write(source.toOther);
+    source.toOther.remove(0, written);
+    source.crossed += written;
+    // With something left, the sink's writable() comes back here; until then the source waits.
+    source.terminal.setReading(source.toOther.isEmpty());
+}
+
+QProcessEnvironment NullModem::peerEnvironment()
+{
+    auto environment = QProcessEnvironment::systemEnvironment();
+    if (const auto library = environment.value(u"VELMORA_TEST_PRELOAD"_s); !library.isEmpty()) {
+        environment.insert(u"LD_PRELOAD"_s, library);
+    }
+    return environment;
+}

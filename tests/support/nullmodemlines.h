@@ -1,0 +1,47 @@
+#pragma once
+
+/* Modem lines and break of virtual null-modem cables, shared by all processes that take part.
+ *
+ * The table lives in an anonymous memory file; the environment variable VELMORA_NULLMODEM_LINES
+ * names it for the processes that the owner starts. Each end of a cable is a pseudo-terminal, known
+ * by the device number of its slave. Plain C, because the interposer is preloaded into arbitrary
+ * programs.
+ */
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum { nullmodem_max_cables = 32 };
+
+struct nullmodem_break
+{
+    uint32_t count;   /* breaks that have ended */
+    uint32_t active;  /* 1 while the sender holds the line in break */
+    uint64_t last_ns; /* length of the last one that ended */
+};
+
+/* Number of a free cable with both ends unplugged, or -1 when the table cannot be made or is full.
+ */
+int nullmodem_cable_new(void);
+void nullmodem_cable_free(int cable);
+
+/* `end` is 0 or 1. `device` is the slave's st_rdev; 0 unplugs. Lowers the outputs, forgets breaks.
+ */
+void nullmodem_plug(int cable, int end, uint64_t device);
+
+/* TIOCM_DTR and TIOCM_RTS as set by the end. */
+int nullmodem_outputs(int cable, int end);
+void nullmodem_set_outputs(int cable, int end, int outputs);
+
+/* TIOCM_DSR, TIOCM_CAR and TIOCM_CTS as they arrive at the end. */
+int nullmodem_inputs(int cable, int end);
+
+/* Breaks that the end has sent. */
+struct nullmodem_break nullmodem_sent_breaks(int cable, int end);
+
+#ifdef __cplusplus
+}
+#endif
