@@ -1,0 +1,63 @@
+#pragma once
+
+#include "transfer/xferfilemeta.h"
+#include "transfer/xferstep.h"
+
+#include <QByteArrayView>
+#include <QtGlobal>
+#include <optional>
+
+class XferSink;
+class XmodemLine;
+
+// The receiving role: asks for the transfer, checks every block and writes it to the sink. Its
+// rules stand in xmodemreceiver.cpp. Owned by XmodemCodec, works on the codec's line; the sink is
+// the session's.
+class XmodemReceiver final
+{
+public:
+    explicit XmodemReceiver(XmodemLine& line);
+
+    void setSink(XferSink* sink) { sink_ = sink; }
+    void setReceiveLimit(qint64 bytes) { receiveLimit_ = bytes; }
+
+    XferStep begin(const XferFileMeta& meta, qint64 now);
+    // Consumes the input until a frame is incomplete or something has to be written.
+    XferStep receiverPump(qint64 now);
+    // The deadline has passed.
+    XferStep receiverTick(qint64 now);
+    XferProgress progress() const;
+
+private:
+    XferStep takeControl(char byte, qint64 now);
+    std::optional<XferStep> takeFrame(qint64 now);
+    XferStep rejectBlock(qint64 now);
+    XferStep receiverAcceptBlock(quint8 number, QByteArrayView data, qint64 now);
+    XferStep acceptHeader(QByteArrayView data, qint64 now);
+    XferStep acceptData(quint8 number, QByteArrayView data, qint64 now);
+    XferStep receiverHandleEot(qint64 now);
+    XferStep retryHandshake(qint64 now);
+    XferStep repeatRequest(qint64 now);
+
+    XferStep sendStart(qint64 now);
+    XferStep acknowledge(qint64 now);
+    XferStep replyWithStart(qint64 now);
+    XferStep reply(const QByteArray& bytes, qint64 now);
+    XferStep failSinkOpen(bool sendCancel);
+    bool openSink();
+    bool sizeReached() const;
+
+    XmodemLine& line_;
+    XferSink* sink_ = nullptr;
+    bool sinkOpen_ = false;
+    XferFileMeta meta_;
+    qint64 announcedSize_ = -1; // from a YMODEM header
+    qint64 receiveLimit_ = 0;
+    qint64 bytesReceived_ = 0;
+    quint8 blockNumber_ = 0; // the one expected next
+    std::optional<quint8> lastAccepted_;
+    qint32 handshakeAttempts_ = 0;
+    qint64 startedAt_ = 0;
+
+    Q_DISABLE_COPY_MOVE(XmodemReceiver)
+};
