@@ -28,17 +28,13 @@ class MessageCodec final
 public:
     MessageCodec() = delete;
 
-    // --- received and sent bytes as shown text (messagecodec.cpp)
+    // --- received and sent bytes as shown text
 
     // Two upper-case digits and a blank per byte.
     [[nodiscard]] static QString toHexString(QByteArrayView bytes);
     // CR LF and LF CR become LF, and the stamp follows every LF except one at the very end.
     [[nodiscard]] static QString insertTimeStamp(const QString& text, const QString& stamp);
-    // Makes visible what a text view would hide or take as structure; one character for one, TAB,
-    // LF and CR stay. C0 controls become their pictures (U+2400 + code), DEL U+2421; the line and
-    // paragraph separators U+0085, U+2028 and U+2029 become U+2424 (symbol for newline); the
-    // other C1 controls, U+FEFF, U+FFF9 to U+FFFC, U+FDD0 to U+FDEF, U+FFFE and U+FFFF become
-    // U+2426 (symbol for substitute). U+FFFD stays: it says that bytes were no character.
+    // Makes visible what a text view would hide or take as structure; see sanitizedText().
     [[nodiscard]] static QString sanitizeText(QString text);
     // The decoder's text, sanitized. An unfinished character stays in the decoder.
     [[nodiscard]] static QString decodeWireText(QByteArrayView bytes, WireTextDecoder& decoder);
@@ -57,7 +53,7 @@ public:
     [[nodiscard]] static QString decodeTransferStatus(
         QByteArrayView bytes, DisplayState& state, WireTextDecoder& decoder);
 
-    // --- typed text as bytes to send (messagecodec_send.cpp)
+    // --- typed text as bytes to send
 
     // Text: line ending by txLineEndingMode, encoding by sendEncoding, then the checksum; fails
     // when the encoding lacks a character. Hexadecimal: the lenient rule up to a first "//", then

@@ -38,8 +38,10 @@ private:
     void takeControlSequence(char byte, QByteArray& out);
     void takeCommandString(char byte, QByteArray& out);
     void takeCommandStringEscape(char byte, QByteArray& out);
-    void begin(char byte, State state);
-    void flush(QByteArray& out);
+    [[nodiscard]] bool endsCommandString(char byte, QByteArray& out);
+    void introduce(char byte);
+    // Both end the sequence.
+    void show(QByteArray& out);
     void drop();
 
     State m_state = State::Ground;

@@ -2,7 +2,7 @@
 
 #include <QByteArrayView>
 #include <QLatin1StringView>
-#include <QtTypes>
+#include <QtGlobal>
 #include <span>
 
 // The named CRC algorithms and two ways to calculate: a fast one per named algorithm and one for

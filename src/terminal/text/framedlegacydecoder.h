@@ -2,8 +2,7 @@
 
 #include "terminal/text/wiretextdecoder.h"
 
-#include <QByteArray>
-#include <QChar>
+#include <array>
 
 class LegacyTable;
 
@@ -24,12 +23,13 @@ public:
 
 private:
     struct Cursor;
+    // Decodes up to the end or to a character whose bytes are not all there.
     void decodeSpan(Cursor& cursor) const;
     // Each takes one character at the cursor; false when its bytes are not all there yet.
     [[nodiscard]] bool takeMultiByte(Cursor& cursor) const;
     [[nodiscard]] bool takeFourBytes(Cursor& cursor) const;
-    static void takeInvalidLead(Cursor& cursor);
 
     const LegacyTable& m_table;
-    QByteArray m_held; // the first bytes of a character, at most 3
+    std::array<char, 4> m_held{};
+    qsizetype m_heldSize = 0; // the first bytes of a character, at most 3
 };

@@ -1,0 +1,256 @@
+#include "terminal/format/messagecodec.h"
+
+#include "app/settings/formatsetting.h"
+#include "terminal/format/sanitizetext.h"
+#include "terminal/text/crccatalog.h"
+#include "terminal/text/hexvalue.h"
+#include "terminal/text/wiretextcodecregistry.h"
+
+#include <QDebug>
+#include <QtEndian>
+#include <array>
+#include <functional>
+#include <numeric>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Texts and byte arrays alike: `lf` and `cr` are the line-ending characters of the type.
+template<typename Text, typename Char>
+Text withLineEnding(Text text, int mode, Char lf, Char cr)
+{
+    switch (LineEndingMode(mode)) {
+    case LineEndingMode::None:
+    case LineEndingMode::Lf:
+        break;
+    case LineEndingMode::Cr:
+        text.replace(lf, cr);
+        break;
+    case LineEndingMode::CrLf:
+    case LineEndingMode::LfCr: {
+        const bool crFirst = LineEndingMode(mode) == LineEndingMode::CrLf;
+        const std::array<Char, 2> ending{crFirst ? cr : lf, crFirst ? lf : cr};
+        text.replace(Text(1, lf), Text(ending.data(), 2));
+        break;
+    }
+    }
+    return text;
+}
+
+template<typename Sum>
+void appendLittleEndian(QByteArray& bytes, Sum sum)
+{
+    const Sum wire = qToLittleEndian(sum);
+    bytes.append(reinterpret_cast<const char*>(&wire), sizeof wire);
+}
+
+EncodeSendResult encodeHexadecimal(const QString& text, const FormatSetting& format)
+{
+    const qsizetype comment = text.indexOf("//"_L1);
+    EncodeSendResult result;
+    result.bytes = GetHexValue(text.left(comment));
+    result.displayText = text;
+    if (format.formatSend) {
+        result.displayText = MessageCodec::toHexString(result.bytes);
+        if (comment >= 0)
+            result.displayText += text.sliced(comment);
+    }
+    result.bytes = MessageCodec::appendChecksum(result.bytes, format.sendChecksum);
+    result.ok = true;
+    return result;
+}
+
+EncodeSendResult encodeText(const QString& text, const FormatSetting& format)
+{
+    QString message = text;
+    if (format.txLineEndingMode != int(LineEndingMode::None)) {
+        if (!message.endsWith(u'\n'))
+            message += u'\n';
+        message = MessageCodec::applyLineEnding(message, format.txLineEndingMode);
+    }
+    const WireTextCodecRegistry::EncodeResult encoded =
+        WireTextCodecRegistry::encode(message, format.sendEncoding);
+    EncodeSendResult result;
+    result.displayText = text;
+    result.error = encoded.error;
+    result.ok = encoded.ok;
+    if (result.ok)
+        result.bytes = MessageCodec::appendChecksum(encoded.bytes, format.sendChecksum);
+    return result;
+}
+
+// Advances the times of the state and notes a pause that ends the display line.
+void noteTime(const rxData& record, const FormatSetting& format, DisplayState& state)
+{
+    if (format.rxAutoFeedLine && !record.continuation && !state.endsWithLineFeed
+        && state.lastRecord.isValid()
+        && state.lastRecord.msecsTo(record.time) > format.autoFeedInterval)
+        state.gapPending = true;
+    state.lastRecord = record.time;
+    if (record.direction == RXorTx::Received)
+        state.lastReceived = record.time;
+}
+
+// A stamp is part of one line, whatever was typed into its pattern.
+QString stampFor(const rxData& record, const FormatSetting& format)
+{
+    QString stamp = record.time.toString(
+        record.direction == RXorTx::Received ? format.rxTimeFormat : format.txTimeFormat);
+    stamp.removeIf([](QChar c) { return c == u'\r' || c == u'\n'; });
+    return stamp;
+}
+
+} // namespace
+
+QString MessageCodec::toHexString(QByteArrayView bytes)
+{
+    constexpr auto digits = "0123456789ABCDEF"_L1;
+    QString text(bytes.size() * 3, Qt::Uninitialized);
+    auto* out = reinterpret_cast<char16_t*>(text.data());
+    for (const char byte : bytes) {
+        out[0] = char16_t(uchar(digits.data()[uchar(byte) >> 4]));
+        out[1] = char16_t(uchar(digits.data()[uchar(byte) & 0xF]));
+        out[2] = u' ';
+        out += 3;
+    }
+    return text;
+}
+
+QString MessageCodec::insertTimeStamp(const QString& text, const QString& stamp)
+{
+    QString stamped = text;
+    stamped.replace("\r\n"_L1, "\n"_L1).replace("\n\r"_L1, "\n"_L1);
+    const bool endsWithLineFeed = stamped.endsWith(u'\n');
+    if (endsWithLineFeed)
+        stamped.chop(1);
+    stamped.replace("\n"_L1, u'\n' + stamp);
+    if (endsWithLineFeed)
+        stamped += u'\n';
+    return stamped;
+}
+
+QString MessageCodec::sanitizeText(QString text)
+{
+    return sanitizedText(std::move(text));
+}
+
+QString MessageCodec::decodeWireText(QByteArrayView bytes, WireTextDecoder& decoder)
+{
+    return sanitizeText(decoder.decode(bytes).text);
+}
+
+QString MessageCodec::decodeForUi(const rxData& record, const FormatSetting& format,
+    DisplayState& state, WireTextDecoder& decoder)
+{
+    if (record.bytes.isEmpty())
+        return {};
+    const int shownFormat =
+        record.direction == RXorTx::Received ? format.receiveMsgFormat : format.sendMsgFormat;
+    QString text = shownFormat == int(MessageFormat::Hexadecimal)
+                       ? toHexString(record.bytes)
+                       : decodeWireText(record.bytes, decoder);
+    noteTime(record, format, state);
+    if (text == "\n"_L1 && state.endsWithLineFeed && !record.continuation) {
+        qDebug("Skip feed for isEndWithLineFeed");
+        return {};
+    }
+    text.remove(u'\r');
+    if (text.isEmpty())
+        return {};
+
+    const bool otherLine = format.displayMsgTime && record.direction != state.lineDirection;
+    const bool breaksLine = !state.endsWithLineFeed && (state.gapPending || otherLine);
+    if (format.displayMsgTime) {
+        const QString stamp = stampFor(record, format);
+        text = insertTimeStamp(text, stamp);
+        if (state.endsWithLineFeed || breaksLine)
+            text.prepend(stamp);
+    }
+    if (breaksLine)
+        text.prepend(u'\n');
+    state.gapPending = false;
+    state.lineDirection = record.direction;
+    state.endsWithLineFeed = text.endsWith(u'\n');
+    return text;
+}
+
+QString MessageCodec::decodeTransferStatus(
+    QByteArrayView bytes, DisplayState& state, WireTextDecoder& decoder)
+{
+    QString text = decodeWireText(bytes, decoder);
+    text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
+    if (!text.isEmpty())
+        state.endsWithLineFeed = text.endsWith(u'\n');
+    return text;
+}
+
+EncodeSendResult MessageCodec::encodeSend(
+    const QString& text, bool hexadecimal, const FormatSetting& format)
+{
+    if (text.isEmpty()) {
+        EncodeSendResult nothing;
+        nothing.ok = true;
+        return nothing;
+    }
+    return hexadecimal ? encodeHexadecimal(text, format) : encodeText(text, format);
+}
+
+QString MessageCodec::applyLineEnding(const QString& text, int mode)
+{
+    return withLineEnding(text, mode, QChar(u'\n'), QChar(u'\r'));
+}
+
+QByteArray MessageCodec::applyLineEnding(const QByteArray& bytes, int mode)
+{
+    return withLineEnding(bytes, mode, '\n', '\r');
+}
+
+QByteArray MessageCodec::appendChecksum(const QByteArray& bytes, int mode)
+{
+    using enum CrcCatalog::Algorithm;
+    QByteArray framed = bytes;
+    if (bytes.isEmpty())
+        return framed;
+    switch (ChecksumMode(mode)) {
+    case ChecksumMode::None:
+        break;
+    case ChecksumMode::Sum8:
+        framed += char(std::accumulate(bytes.begin(), bytes.end(), 0U) & 0xFF);
+        break;
+    case ChecksumMode::Xor8:
+        framed += char(std::accumulate(bytes.begin(), bytes.end(), 0, std::bit_xor<>()) & 0xFF);
+        break;
+    case ChecksumMode::Crc8:
+        framed += char(CrcCatalog::calculate(Crc8, bytes));
+        break;
+    case ChecksumMode::Crc16Modbus:
+        appendLittleEndian(framed, quint16(CrcCatalog::calculate(Crc16Modbus, bytes)));
+        break;
+    case ChecksumMode::Crc32:
+        appendLittleEndian(framed, quint32(CrcCatalog::calculate(Crc32, bytes)));
+        break;
+    }
+    return framed;
+}
+
+QByteArray MessageCodec::fromHexString(const QString& text)
+{
+    return GetHexValue(text);
+}
+
+QByteArray MessageCodec::terminalEnterBytes(int mode)
+{
+    switch (LineEndingMode(mode)) {
+    case LineEndingMode::Lf:
+        return "\n"_ba;
+    case LineEndingMode::CrLf:
+        return "\r\n"_ba;
+    case LineEndingMode::LfCr:
+        return "\n\r"_ba;
+    case LineEndingMode::None:
+    case LineEndingMode::Cr:
+        break;
+    }
+    return "\r"_ba;
+}

@@ -1,0 +1,60 @@
+#include "terminal/format/sanitizetext.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr char16_t kNewlineSymbol = u'\u2424';
+constexpr char16_t kSubstituteSymbol = u'\u2426';
+
+// All terms, without branches: the compiler turns a loop over it into vector code.
+constexpr bool mustBeReplaced(char16_t c)
+{
+    const bool control = c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r';
+    const bool deleteOrC1 = char16_t(c - 0x7F) <= 0x9F - 0x7F;
+    const bool separator = char16_t(c - 0x2028) <= 1;
+    const bool arabicNonCharacter = char16_t(c - 0xFDD0) <= 0xFDEF - 0xFDD0;
+    const bool annotation = char16_t(c - 0xFFF9) <= 0xFFFC - 0xFFF9;
+    const bool mark = c == 0xFEFF || c >= 0xFFFE;
+    return bool(control | deleteOrC1 | separator | arabicNonCharacter | annotation | mark);
+}
+
+constexpr char16_t visibleForm(char16_t c)
+{
+    if (c < 0x20)
+        return char16_t(0x2400 + c);
+    if (c == 0x7F)
+        return u'\u2421';
+    return c == 0x85 || c == 0x2028 || c == 0x2029 ? kNewlineSymbol : kSubstituteSymbol;
+}
+
+// The index of a block that holds the first character to replace, or `size`.
+qsizetype findBlock(const char16_t* text, qsizetype size)
+{
+    constexpr qsizetype block = 64;
+    qsizetype from = 0;
+    for (; from + block <= size; from += block) {
+        unsigned hits = 0;
+        for (qsizetype i = 0; i < block; ++i)
+            hits |= unsigned(mustBeReplaced(text[from + i]));
+        if (hits != 0)
+            return from;
+    }
+    const bool inTail = std::any_of(text + from, text + size, mustBeReplaced);
+    return inTail ? from : size;
+}
+
+} // namespace
+
+QString sanitizedText(QString text)
+{
+    const qsizetype from = findBlock(reinterpret_cast<const char16_t*>(text.utf16()), text.size());
+    if (from == text.size())
+        return text;
+    auto* const units = reinterpret_cast<char16_t*>(text.data());
+    for (qsizetype i = from; i < text.size(); ++i) {
+        if (mustBeReplaced(units[i]))
+            units[i] = visibleForm(units[i]);
+    }
+    return text;
+}
