@@ -73,8 +73,8 @@ Q_SIGNALS:
     void serialPortReconnected(const QString& name);
 
 private:
-    bool startSerial(bool quiet);
-    bool startTcp(bool quiet);
+    bool startSerial();
+    bool startTcp();
     bool startUdp();
     void fail(const QString& text);
     void markOpen();
@@ -83,9 +83,11 @@ private:
     void connectTcp();
     void reconnectTcpTick();
     void reconnectSerialTick();
+    void onControllerStatus(const QString& text, int timeoutMs);
     void onControllerError(const QString& text);
     void onSerialPortLost();
     void onSerialError(QSerialPort::SerialPortError error);
+    void onSerialPortVanished();
     void onTcpClientDisconnected();
     void onPeerArrived(const QString& peerKey);
 

@@ -2,15 +2,14 @@
 
 #include "app/settings/formatsetting.h"
 #include "terminal/decoderset.h"
-#include "terminal/format/displayrecord.h"
+#include "terminal/displayqueue.h"
 #include "terminal/format/displaystate.h"
 #include "terminal/runstate.h"
-#include "terminal/text/ansiescapefilter.h"
 
 #include <QObject>
 #include <QTimer>
-#include <deque>
 #include <functional>
+#include <optional>
 
 class DisplaySink;
 
@@ -21,11 +20,11 @@ class DisplaySink;
 // time is used up and goes on at the next tick; large records are shown in slices, with the text
 // that one piece would give. The timer rests while there is nothing to show.
 //
-// Bounds: nothing is dropped. When what waits passes a high-water mark (another one while the view
-// is paused) throttleRequested(true) asks the owner to stop reading the transport, and when the
-// view has caught up throttleRequested(false) lets it go on. The owner of a datagram socket leaves
-// datagrams in the socket meanwhile and reads them after the release. Owned by the pane; the sink
-// outlives it.
+// Bounds: nothing is dropped. When what waits reaches a high-water mark (another one while the
+// view is paused) throttleRequested(true) asks the owner to stop reading the transport, and when
+// the view has caught up throttleRequested(false) lets it go on. The owner of a datagram socket
+// leaves datagrams in the socket meanwhile and reads them after the release. Owned by the pane;
+// the sink outlives it.
 class ReceivePipeline final : public QObject
 {
     Q_OBJECT
@@ -41,16 +40,11 @@ public:
     static constexpr int kDrainIntervalMs = 20;
     // A drain begins no further slice after this time.
     static constexpr qint64 kDrainBudgetMs = 12;
-    // Bytes formatted at once, and the least length of text worth an append of its own.
-    static constexpr qsizetype kSliceBytes = 64 * 1024;
-    // Bytes of waiting records, with kRecordCost for each of them, at which reading stops and
-    // below which it goes on.
+    // DisplayQueue::cost() at which reading stops, and below which it goes on.
     static constexpr qint64 kQueueHighWater = 4 * 1024 * 1024;
     static constexpr qint64 kQueueLowWater = 1024 * 1024;
-    // The same for everything that waits while the view is paused.
+    // The same for all that waits while the view is paused; reading goes on once it is resumed.
     static constexpr qint64 kHoldHighWater = 64 * 1024 * 1024;
-    // What keeping a record takes besides its bytes, so that a stream of tiny ones is bounded too.
-    static constexpr qint64 kRecordCost = 128;
     static constexpr int kPausedFullMessageMs = 5000;
 
     // With the system's clocks.
@@ -61,15 +55,14 @@ public:
     // In force for everything shown from now on. A changed encoding makes fresh decoders.
     void setFormatSetting(const FormatSetting& format);
 
-    // Bytes from the transport. `fromStream` is false for datagrams, which keep their own records
-    // also while the view is paused. `peer` names the sender, empty when there is only one.
+    // Bytes from the transport. `fromStream` is false for datagrams, which stay records of their
+    // own also while the view is paused. `peer` names the sender, empty when there is only one.
     void ingestRx(const QByteArray& bytes, bool fromStream, const QString& peer);
     // Queues a record for display. Sent bytes are not counted here.
     void pushByteArray(
         const QByteArray& bytes, bool countReceived, RXorTx direction, const QString& peer = {});
 
-    // Running; what was held while paused is queued. From any state but paused the decoders start
-    // afresh.
+    // Running; what was held while paused is queued. After a stop the decoders start afresh.
     void start();
     void pause();
     // The connection closed. What was queued before is still shown; what is queued from now on,
@@ -86,11 +79,11 @@ public:
     // Removes the first min(length, displayBufferSize / 2) characters of the view.
     void removeHalfData();
 
-    // All that came from the transport and was not held back.
+    // What came from the transport; held bytes are counted when they are queued.
     [[nodiscard]] qint64 receivedBytes() const { return m_receivedBytes; }
-    // Bytes waiting to be shown, held ones included.
-    [[nodiscard]] qint64 waitingBytes() const { return m_queuedBytes + m_hold.size(); }
-    // Characters removed from the front of the view since it was last empty.
+    // Bytes that wait to be shown, held ones included.
+    [[nodiscard]] qint64 waitingBytes() const { return m_queue.bytes() + m_hold.size(); }
+    // Characters removed from the front of the view since it was last cleared.
     [[nodiscard]] qint64 removedCharacters() const { return m_removedCharacters; }
 
 Q_SIGNALS:
@@ -99,37 +92,26 @@ Q_SIGNALS:
     // Something arrived: time for the lamp.
     void received();
     void countersChanged();
-    // Text was appended or removed.
+    // The text in the view changed.
     void drained();
     void throttleRequested(bool on);
     void statusMessage(const QString& text, int timeoutMs);
 
 private:
-    // A record in the queue. A raw one has not passed the escape filter yet: it was too large to
-    // filter at once, or stands behind such a one.
-    struct Queued
-    {
-        rxData record;
-        bool raw = false;
-    };
-    // Text of one colour that is appended in one go.
+    // Text of one colour on its way to one append: few large appends cost far less than many.
     struct Batch
     {
         QString text;
         std::optional<QColor> color;
     };
 
-    void queueReceived(const QByteArray& bytes, const QString& peer);
-    void enqueue(rxData record, bool raw);
     [[nodiscard]] bool mayDrain() const;
     void displayPortBuffer();
-    [[nodiscard]] rxData takeSlice();
     void decodeBufferForUi(const rxData& slice, Batch& batch);
     void flush(Batch& batch);
-    void trim();
+    void queueHeldBytes();
     void armTimer();
     void updateThrottle();
-    void tellPausedFull();
     [[nodiscard]] bool receivesText() const;
     [[nodiscard]] std::optional<QColor> colorOf(RXorTx direction) const;
 
@@ -137,14 +119,12 @@ private:
     Clocks m_clocks;
     FormatSetting m_format;
     DecoderSet m_decoders;
-    AnsiEscapeFilter m_filter;
     DisplayState m_display;
     QTimer m_timer;
-    std::deque<Queued> m_queue; // bounded by the high-water marks
-    QByteArray m_hold;          // received while paused; bounded by kHoldHighWater
-    qint64 m_queuedBytes = 0;
-    qsizetype m_rawRecords = 0;
-    qsizetype m_finishing = 0; // records at the front that a stopped view still shows
+    DisplayQueue m_queue; // bounded by the high-water marks
+    QByteArray m_hold;    // received while paused; bounded by kHoldHighWater
+    // Records at the front of the queue that a stopped view still shows.
+    std::size_t m_finishing = 0;
     RunState m_state = RunState::Stopped;
     bool m_throttled = false;
     bool m_toldPausedFull = false;

@@ -1,0 +1,253 @@
+#include "terminal/receivepipeline.h"
+
+#include "terminal/format/messagecodec.h"
+#include "terminal/format/sendmodes.h"
+#include "terminal/text/wiretextcodecregistry.h"
+#include "terminal/view/displaysink.h"
+
+#include <QElapsedTimer>
+#include <QLocale>
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace {
+
+ReceivePipeline::Clocks systemClocks()
+{
+    QElapsedTimer timer;
+    timer.start();
+    return {[] { return QDateTime::currentDateTime(); }, [timer] { return timer.elapsed(); }};
+}
+
+// The encodings in which a byte above 0x7F is a whole character and 0x9B and 0x9D are free to
+// introduce control sequences. In the others these bytes are parts of characters.
+bool hasSingleByteIntroducers(const QString& encoding)
+{
+    static const std::array<QString, 2> names{
+        QStringLiteral("ISO-8859-1"), QStringLiteral("Windows-1252")};
+    const QString name = WireTextCodecRegistry::normalizeName(encoding);
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+} // namespace
+
+ReceivePipeline::ReceivePipeline(DisplaySink& sink, QObject* parent)
+    : ReceivePipeline(sink, systemClocks(), parent)
+{}
+
+ReceivePipeline::ReceivePipeline(DisplaySink& sink, Clocks clocks, QObject* parent)
+    : QObject(parent)
+    , m_sink(sink)
+    , m_clocks(std::move(clocks))
+    , m_timer(this)
+{
+    m_timer.setTimerType(Qt::PreciseTimer);
+    m_timer.setInterval(kDrainIntervalMs);
+    connect(&m_timer, &QTimer::timeout, this, &ReceivePipeline::onRefreshDisplay);
+    setFormatSetting(m_format);
+}
+
+ReceivePipeline::~ReceivePipeline() = default;
+
+void ReceivePipeline::setFormatSetting(const FormatSetting& format)
+{
+    const bool wasText = receivesText();
+    m_format = format.sanitized();
+    if (m_decoders.setEncodings(m_format.receiveEncoding, m_format.sendEncoding)
+        || receivesText() != wasText)
+        m_queue.filter().reset();
+    m_queue.filter().setSingleByteIntroducers(hasSingleByteIntroducers(m_format.receiveEncoding));
+}
+
+void ReceivePipeline::ingestRx(const QByteArray& bytes, bool fromStream, const QString& peer)
+{
+    if (bytes.isEmpty())
+        return;
+    Q_EMIT rxTapped(bytes, peer);
+    if (!fromStream || m_state != RunState::Paused) {
+        pushByteArray(bytes, true, RXorTx::Received, peer);
+        return;
+    }
+    m_hold.append(bytes);
+    Q_EMIT received();
+    updateThrottle();
+}
+
+void ReceivePipeline::pushByteArray(
+    const QByteArray& bytes, bool countReceived, RXorTx direction, const QString& peer)
+{
+    if (bytes.isEmpty())
+        return;
+    if (direction == RXorTx::Received) {
+        Q_EMIT received();
+        if (countReceived) {
+            m_receivedBytes += bytes.size();
+            Q_EMIT countersChanged();
+        }
+    }
+    rxData record;
+    record.time = m_clocks.wall();
+    record.direction = direction;
+    record.bytes = bytes;
+    record.peer = peer;
+    m_queue.push(std::move(record), receivesText());
+    armTimer();
+    updateThrottle();
+}
+
+void ReceivePipeline::start()
+{
+    if (m_state == RunState::Stopped)
+        resetTextDecoders();
+    const bool resumed = m_state == RunState::Paused;
+    m_state = RunState::Running;
+    m_finishing = 0;
+    m_toldPausedFull = false;
+    if (resumed)
+        queueHeldBytes();
+    armTimer();
+    updateThrottle();
+}
+
+void ReceivePipeline::pause()
+{
+    if (m_state != RunState::Running)
+        return;
+    m_state = RunState::Paused;
+    updateThrottle();
+}
+
+void ReceivePipeline::stop()
+{
+    if (m_state == RunState::Stopped)
+        return;
+    m_finishing = m_state == RunState::Running ? m_queue.count() : 0;
+    m_state = RunState::Stopped;
+    queueHeldBytes();
+    updateThrottle();
+}
+
+void ReceivePipeline::queueHeldBytes()
+{
+    pushByteArray(std::exchange(m_hold, {}), true, RXorTx::Received);
+}
+
+bool ReceivePipeline::mayDrain() const
+{
+    return !m_queue.isEmpty()
+           && (m_state == RunState::Running || (m_state == RunState::Stopped && m_finishing > 0));
+}
+
+void ReceivePipeline::armTimer()
+{
+    if (mayDrain() && !m_timer.isActive())
+        m_timer.start();
+}
+
+void ReceivePipeline::onRefreshDisplay()
+{
+    if (mayDrain())
+        displayPortBuffer();
+    if (!mayDrain())
+        m_timer.stop();
+}
+
+void ReceivePipeline::displayPortBuffer()
+{
+    const qint64 started = m_clocks.monotonicMs();
+    Batch batch;
+    do {
+        const std::size_t before = m_queue.count();
+        const rxData slice = m_queue.takeSlice(receivesText());
+        if (m_finishing > 0 && m_queue.count() < before)
+            --m_finishing;
+        if (!slice.bytes.isEmpty())
+            decodeBufferForUi(slice, batch);
+    } while (mayDrain() && m_clocks.monotonicMs() - started < kDrainBudgetMs);
+    flush(batch);
+    if (m_sink.textLength() > m_format.displayBufferSize)
+        removeHalfData();
+    Q_EMIT drained();
+    updateThrottle();
+}
+
+void ReceivePipeline::decodeBufferForUi(const rxData& slice, Batch& batch)
+{
+    WireTextDecoder& decoder =
+        slice.direction == RXorTx::Received ? m_decoders.received(slice.peer) : m_decoders.sent();
+    const QString text = MessageCodec::decodeForUi(slice, m_format, m_display, decoder);
+    if (text.isEmpty())
+        return;
+    const std::optional<QColor> color = colorOf(slice.direction);
+    // An append is part of the drain's time, so a batch grows no further than one slice.
+    if (color != batch.color || batch.text.size() >= DisplayQueue::kSliceBytes)
+        flush(batch);
+    batch.color = color;
+    batch.text += text;
+}
+
+void ReceivePipeline::flush(Batch& batch)
+{
+    if (!batch.text.isEmpty())
+        m_sink.appendText(batch.text, batch.color);
+    batch.text.clear();
+}
+
+void ReceivePipeline::removeHalfData()
+{
+    const qint64 removed = qMin<qint64>(m_sink.textLength(), m_format.displayBufferSize / 2);
+    m_sink.forceScrollToEnd();
+    m_sink.trimFront(removed);
+    m_removedCharacters += removed;
+}
+
+void ReceivePipeline::clear()
+{
+    m_sink.clearText();
+    m_display = {};
+    m_removedCharacters = 0;
+    m_receivedBytes = 0;
+    resetTextDecoders();
+    Q_EMIT countersChanged();
+    Q_EMIT drained();
+}
+
+void ReceivePipeline::resetTextDecoders()
+{
+    m_decoders.reset();
+    m_queue.filter().reset();
+}
+
+void ReceivePipeline::updateThrottle()
+{
+    const qint64 waiting = m_queue.cost() + m_hold.size();
+    bool throttled = m_throttled ? waiting >= kQueueLowWater : waiting >= kQueueHighWater;
+    if (m_state == RunState::Paused)
+        throttled = waiting >= kHoldHighWater;
+    if (throttled == m_throttled)
+        return;
+    m_throttled = throttled;
+    if (throttled && m_state == RunState::Paused && !m_toldPausedFull) {
+        m_toldPausedFull = true;
+        Q_EMIT statusMessage(tr("The view is paused and %1 of received data wait. Reading stops "
+                                "until it is resumed.")
+                                 .arg(QLocale().formattedDataSize(waitingBytes())),
+            kPausedFullMessageMs);
+    }
+    Q_EMIT throttleRequested(throttled);
+}
+
+bool ReceivePipeline::receivesText() const
+{
+    return m_format.receiveMsgFormat != static_cast<qint32>(MessageFormat::Hexadecimal);
+}
+
+std::optional<QColor> ReceivePipeline::colorOf(RXorTx direction) const
+{
+    if (!m_format.formatDisplayColor)
+        return std::nullopt;
+    const QColor& color =
+        direction == RXorTx::Received ? m_format.receiveTextColor : m_format.sendTextColor;
+    return color.isValid() ? std::optional(color) : std::nullopt;
+}
