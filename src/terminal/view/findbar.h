@@ -2,6 +2,7 @@
 
 #include "terminal/view/textfind.h"
 
+#include <QTimer>
 #include <QWidget>
 
 class QLabel;
@@ -12,6 +13,7 @@ class ReceiveView;
 // The find bar above a receive view: pattern, "3 of 17", next and previous, case and regular
 // expression. Owns the search (TextFind) while it is open, marks the matches that can be seen and
 // scrolls to the current one. Closing ends the search and gives the focus back to the view.
+// Enter and F3 go to the next match, with Shift to the previous one; Esc closes.
 class FindBar final : public QWidget
 {
     Q_OBJECT
@@ -34,7 +36,6 @@ Q_SIGNALS:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
@@ -42,11 +43,15 @@ private:
     void restartSearch();
     void showResult();
     void showCurrent();
+    void tint();
+    void scheduleMarks();
     void markVisibleMatches();
     [[nodiscard]] QString resultText() const;
 
     ReceiveView& view_;
     TextFind find_;
+    QTimer markTimer_; // marks once however many changes one turn of the event loop brings
+    bool failed_ = false;
     QLineEdit* text_ = nullptr;
     QLabel* result_ = nullptr;
     QToolButton* previous_ = nullptr;

@@ -10,9 +10,8 @@
 #include <QWidget>
 
 class ColorRefresher;
-class QMenu;
-class QTextCursor;
 class ReceiveEdit;
+class ReceiveKeyboard;
 class TextSaver;
 
 // The receive view of a pane: shows what the pipeline appends and says what the person types;
@@ -26,7 +25,7 @@ class TextSaver;
 // costs by its whole length on every append; reading, copying, saving and finding never see those
 // row breaks.
 //
-// Keys: everything a device may want is typed (terminalkeymap.h), Tab too. Ctrl+Tab and
+// Keys: everything a device may want is typed, Tab too (receivekeyboard.h). Ctrl+Tab and
 // Ctrl+Shift+Tab leave the view, so the keyboard is never trapped.
 class ReceiveView final : public QWidget, public DisplaySink, public TextSource
 {
@@ -69,9 +68,11 @@ public:
     [[nodiscard]] bool hasSelection() const;
     [[nodiscard]] QString selectedText() const;
     void selectAll();
+    void clearSelection();
     void copy();
     // Types the clipboard's text, line ends as LF. Does nothing while typing is off.
     void paste();
+    void pasteText(const QString& text);
 
     void setDisplayFont(const QFont& font);
     [[nodiscard]] QFont displayFont() const;
@@ -81,7 +82,7 @@ public:
     [[nodiscard]] bool lineWrap() const;
     // Off: a plain reader's view. Keys scroll and select, Tab moves the focus.
     void setTypingEnabled(bool enabled);
-    [[nodiscard]] bool isTypingEnabled() const { return typing_; }
+    [[nodiscard]] bool isTypingEnabled() const;
 
     // Positions of the first and after the last character that can be seen (whole lines).
     [[nodiscard]] std::pair<qint64, qint64> visibleRange() const;
@@ -90,8 +91,8 @@ public:
     // Scrolls only when the text is not in sight, then to the middle.
     void showPosition(qint64 position, qint64 length);
 
-    // Writes the text held now to a file as UTF-8, in slices. False when a save is still running;
-    // otherwise saveFinished() tells the outcome.
+    // Writes the text held now to a file as UTF-8, in slices (textsaver.h). False when a save is
+    // still running; otherwise saveFinished() tells the outcome.
     bool saveTextAs(const QString& path);
 
 Q_SIGNALS:
@@ -118,28 +119,21 @@ Q_SIGNALS:
     void selectionChanged();
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
-    friend class ReceiveMenu;
-
     void insertAtEnd(const QString& text, const std::optional<QColor>& color);
     void removeUpTo(qint64 end);
-    [[nodiscard]] QTextCursor cursorAt(qint64 position, qint64 length) const;
-    bool filterEvent(QEvent* event);
-    bool handleKey(QKeyEvent* event);
-    bool handleViewKey(const QKeyEvent& event);
-    bool handleReaderKey(const QKeyEvent& event);
-    void pasteFrom(int clipboardMode);
-    void applyFont(const QFont& font);
+    void connectEdit();
+    void connectKeyboard();
+    void openMenu(const QPoint& globalPosition);
 
     ReceiveEdit* edit_;
     SoftBreaks breaks_;
-    ColorRefresher* colors_;
+    ColorRefresher* colors_ = nullptr;
+    ReceiveKeyboard* keyboard_ = nullptr;
     QPointer<TextSaver> saver_;
     qint64 removed_ = 0;
     bool forceScroll_ = false;
-    bool typing_ = true;
 };

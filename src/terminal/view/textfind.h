@@ -2,6 +2,7 @@
 
 #include "terminal/view/textmatcher.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QTimer>
 #include <deque>
@@ -15,25 +16,29 @@ class TextSource;
 // runs from the event loop in slices of sliceBudgetMs, so results come in by and by; changed()
 // tells. Only new text, the unfinished last line and a first line that a removal has cut are
 // searched again. Matches lie within lines and do not overlap; positions are absolute.
-// Bounds: at most maximumMatches are kept; the search then pauses and goes on when removals make
-// room. A text of at most TextMatcher::window characters is copied at a time.
+// Bounds: the search pauses when maximumMatches are kept, looking after each window of text (so
+// at most maximumMatches + window), and goes on when removals make room. One window is copied
+// at a time.
 class TextFind final : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(TextFind)
 
 public:
-    using Match = TextMatcher::Match;
-
     static constexpr int maximumMatches = 100'000;
     static constexpr int sliceBudgetMs = 5;
+    // Characters read at once. A line that is longer is searched in windows that overlap: in such
+    // a line an expression sees `overlap` characters before and at least as many after the
+    // start of a match.
+    static constexpr qint64 window = 65'536;
+    static constexpr qint64 overlap = 4'096;
 
     // The source must outlive this object.
     explicit TextFind(const TextSource& source, QObject* parent = nullptr);
 
     // Starts a new search; an empty text ends it. The first match at or after `from` becomes the
-    // current one, or the first of all when there is none. An invalid expression finds nothing
-    // and has an error text.
+    // current one, or the first of all when there is none behind. An invalid expression finds
+    // nothing and has an error text.
     void setPattern(const TextPattern& pattern, qint64 from);
     [[nodiscard]] const TextPattern& pattern() const { return pattern_; }
     [[nodiscard]] QString errorText() const { return error_; }
@@ -41,9 +46,9 @@ public:
     // True until all text that is there has been searched (or maximumMatches are kept).
     [[nodiscard]] bool isSearching() const { return timer_.isActive(); }
     [[nodiscard]] int matchCount() const { return static_cast<int>(matches_.size()); }
-    // There are more matches than matchCount() says.
-    [[nodiscard]] bool isLimited() const { return limited_; }
-    [[nodiscard]] Match matchAt(int index) const;
+    // There is text that has not been searched because maximumMatches are kept.
+    [[nodiscard]] bool isLimited() const;
+    [[nodiscard]] TextMatch matchAt(int index) const;
     // Index of the first match that ends after a position; matchCount() when there is none.
     [[nodiscard]] int firstMatchAfter(qint64 position) const;
 
@@ -59,26 +64,22 @@ public Q_SLOTS:
 Q_SIGNALS:
     // Count, current match, error or progress changed.
     void changed();
-    // The person's move or a first result made another match the current one.
+    // A move, or the first result of a new pattern, made this match the current one.
     void currentMoved();
 
 private:
-    struct Job
-    {
-        qint64 position = 0;
-        qint64 end = 0;
-        bool lineStart = true;
-    };
-
     void runSlice();
-    bool searchHead();
-    bool searchTail();
-    qint64 searchWindow(qint64 position, qint64 end, bool lineStart, bool& lineStartAfter);
-    void dropMatchesBefore(qint64 position);
+    void searchFirstLine();
+    void searchOnce(const QDeadlineTimer& deadline);
+    void searchPlain();
+    void searchLines(const QDeadlineTimer& deadline);
+    void searchLongLine(QStringView text, qsizetype context, bool unfinished);
+    void giveUp();
+    void restartAt(qint64 position);
     void dropMatchesFrom(qint64 position);
-    void restartFirstLine(qint64 first);
-    void store(const TextMatcher::Result& result, qint64 offset);
-    void chooseFirstCurrent(bool complete);
+    [[nodiscard]] bool hasWork() const;
+    [[nodiscard]] QString read(qint64 position, qint64 count) const;
+    void chooseFirst(bool complete);
     void setCurrent(int index);
 
     const TextSource& source_;
@@ -86,12 +87,13 @@ private:
     std::optional<TextMatcher> matcher_;
     QString error_;
     QTimer timer_;
-    std::deque<Match> matches_;
-    std::optional<Job> head_;
-    Job tail_;
-    qint64 knownFirst_ = 0;
+    std::deque<TextMatch> matches_;
+    qint64 first_ = 0;        // the source's first position when it was last looked at
+    qint64 next_ = 0;         // text before this position is done; matches from here on may change
+    qint64 searchedEnd_ = 0;  // the source's end when the unfinished last line was searched
+    bool insideLine_ = false; // next_ stands within a line longer than a window
+    bool firstLineCut_ = false;
+    bool choosing_ = false; // no current match has been chosen for this pattern
     qint64 wanted_ = 0;
-    qint64 current_ = -1;
-    bool choosing_ = false;
-    bool limited_ = false;
+    std::optional<qint64> current_;
 };

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringMatcher>
 
-// What a person searches for.
+// What a person searches for. Without a line feed: matches lie within lines.
 struct TextPattern
 {
     QString text;
@@ -15,36 +15,40 @@ struct TextPattern
     bool operator==(const TextPattern&) const = default;
 };
 
-// Finds the matches of one pattern in one window of text. Pure: no text is kept between calls.
+struct TextMatch
+{
+    qint64 position = 0;
+    qint64 length = 0;
+
+    [[nodiscard]] qint64 end() const { return position + length; }
+    bool operator==(const TextMatch&) const = default;
+};
+
+// Finds the matches of one pattern, from left to right and without overlap. Empty matches of an
+// expression are left out. Pure: keeps no text between calls.
 class TextMatcher
 {
 public:
-    struct Match
-    {
-        qint64 position = 0;
-        qint64 length = 0;
+    // An expression may try this many steps on one line before it is given up: what backtracks
+    // without end must not hold the window.
+    static constexpr int stepLimit = 200'000;
 
-        bool operator==(const Match&) const = default;
-    };
-    struct Result
-    {
-        QList<Match> matches; // positions within the window
-        bool tooComplex = false;
-    };
-
-    // Characters searched at once. A line that is longer is searched in overlapping windows: a
-    // match of an expression in such a line is found whole up to `overlap` characters.
-    static constexpr qint64 window = 65'536;
-    static constexpr qint64 overlap = 4'096;
-
-    // Gives an error text for an invalid expression; such a matcher finds nothing.
+    // An invalid expression gives an error text and finds nothing.
     explicit TextMatcher(const TextPattern& pattern);
     [[nodiscard]] QString errorText() const { return error_; }
-    [[nodiscard]] bool isRegularExpression() const { return pattern_.regularExpression; }
+    [[nodiscard]] bool isPlain() const { return plain_; }
+    [[nodiscard]] qint64 patternLength() const { return needle_.pattern().size(); }
+
+    // Adds the matches that start at `from` or after it; positions are those in the text plus
+    // `base`. Plain text only.
+    void findPlain(QStringView text, qint64 base, QList<TextMatch>& matches) const;
+    // The same for an expression in one line (or a piece of one; what stands in front of `from`
+    // is context). False when the expression took too many steps.
+    bool findInLine(QStringView line, qsizetype from, qint64 base, QList<TextMatch>& matches) const;
 
 private:
-    TextPattern pattern_;
-    QStringMatcher plain_;
+    QStringMatcher needle_;
     QRegularExpression expression_;
     QString error_;
+    bool plain_ = true;
 };
