@@ -18,7 +18,7 @@ class ConnectionController final : public QObject
 
 public:
     using SerialLine = ::SerialLine;
-    using UdpPeer = ::UdpPeer;
+    using UdpPeer = UdpPeerTable::Peer;
     using UdpDatagram = ::UdpDatagram;
 
     explicit ConnectionController(QObject* parent = nullptr);

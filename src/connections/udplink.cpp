@@ -101,7 +101,7 @@ bool UdpLink::sendToPeer(const QByteArray& data, int row)
 {
     if (!isBound() || data.isEmpty())
         return false;
-    if (const UdpPeer* peer = m_peers.at(row))
+    if (const UdpPeerTable::Peer* peer = m_peers.at(row))
         return write(data, peer->address, peer->port) >= 0;
     Q_EMIT statusMessage(tr("No UDP peer to reply to yet"), hintMs);
     return false;
@@ -122,8 +122,8 @@ qint64 UdpLink::broadcast(const QByteArray& data)
 {
     qint64 written = 0;
     // A copy, since a write announces itself to slots that may clear the table.
-    const QList<UdpPeer> peers = m_peers.peers();
-    for (const UdpPeer& peer : peers)
+    const QList<UdpPeerTable::Peer> peers = m_peers.peers();
+    for (const UdpPeerTable::Peer& peer : peers)
         written = write(data, peer.address, peer.port);
     return written;
 }

@@ -13,7 +13,7 @@ UdpPeerTable::Heard UdpPeerTable::record(
     const QString key = keyOf(address, port);
     m_lastSenderRow = rowOf(key);
     if (m_lastSenderRow >= 0) {
-        UdpPeer& peer = m_peers[m_lastSenderRow];
+        Peer& peer = m_peers[m_lastSenderRow];
         peer.lastDatagram = payload;
         peer.lastHeard = now;
         return Heard::KnownPeer;
@@ -33,7 +33,7 @@ void UdpPeerTable::clear()
     m_lastSenderRow = -1;
 }
 
-const UdpPeer* UdpPeerTable::at(int row) const
+const UdpPeerTable::Peer* UdpPeerTable::at(int row) const
 {
     return row >= 0 && row < m_peers.size() ? &m_peers.at(row) : nullptr;
 }

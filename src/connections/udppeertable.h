@@ -6,20 +6,20 @@
 #include <QHostAddress>
 #include <QList>
 
-// A sender that a UDP socket has heard from.
-struct UdpPeer
-{
-    QHostAddress address;
-    quint16 port = 0;
-    QByteArray lastDatagram;
-    QDateTime lastHeard; // local time
-};
-
 // The senders of one UDP socket in the order of their first datagram, and which spoke last.
 // A value of the UdpLink. Rows are never removed one by one, so a row stays what it was.
 class UdpPeerTable final
 {
 public:
+    // A sender that the socket has heard from.
+    struct Peer
+    {
+        QHostAddress address;
+        quint16 port = 0;
+        QByteArray lastDatagram;
+        QDateTime lastHeard; // local time
+    };
+
     // With datagrams of 64 KiB at most this bounds what the table holds to 64 MiB.
     static constexpr qsizetype maxPeers = 1024;
 
@@ -34,16 +34,16 @@ public:
         const QHostAddress& address, quint16 port, const QByteArray& payload, const QDateTime& now);
     void clear();
 
-    [[nodiscard]] const QList<UdpPeer>& peers() const { return m_peers; }
+    [[nodiscard]] const QList<Peer>& peers() const { return m_peers; }
     // The peer of a row or null; valid until the table changes.
-    [[nodiscard]] const UdpPeer* at(int row) const;
+    [[nodiscard]] const Peer* at(int row) const;
     // -1 when unknown.
     [[nodiscard]] int rowOf(const QString& key) const { return m_rows.value(key, -1); }
     // -1 while none.
     [[nodiscard]] int lastSenderRow() const { return m_lastSenderRow; }
 
 private:
-    QList<UdpPeer> m_peers;
+    QList<Peer> m_peers;
     QHash<QString, int> m_rows;
     int m_lastSenderRow = -1;
 };

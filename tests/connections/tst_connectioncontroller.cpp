@@ -1,0 +1,180 @@
+#include "connections/connectioncontroller.h"
+#include "support/nullmodem.h"
+#include "support/tcppeer.h"
+#include "support/udppeer.h"
+
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+using Mode = connectionMode;
+
+// What each transport does is tested with its link; here it is whether the controller brings every
+// mode to its link and every signal back.
+class TestConnectionController final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void modesWithoutATransportAreClosed_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<bool>("carried");
+        for (int mode = 0; mode <= 9; ++mode) {
+            const bool carried = mode != 1 && mode != 3 && mode < 8;
+            QTest::addRow("mode %d", mode) << mode << carried;
+        }
+    }
+
+    void modesWithoutATransportAreClosed()
+    {
+        QFETCH(int, mode);
+        const auto value = static_cast<Mode>(mode);
+        QTEST(ConnectionController::carries(value), "carried");
+        ConnectionController controller;
+        controller.bindUdp(0);
+        QCOMPARE(controller.isOpen(value), connectionModeIsUdp(value));
+        QVERIFY(controller.readAvailable(value).isEmpty());
+        QCOMPARE(controller.pendingWriteBytes(value), 0);
+        QSignalSpy ended(&controller, &ConnectionController::tcpClientDisconnected);
+        controller.closeAll(value, {});
+        QVERIFY(!controller.isOpen(value));
+        QVERIFY(ended.isEmpty());
+    }
+
+    void serialBytesGoThroughAndALossIsReported()
+    {
+        NullModem modem;
+        QSerialPort far(modem.portB());
+        QVERIFY(far.open(QIODevice::ReadWrite));
+        ConnectionController controller;
+        QCOMPARE(controller.serialPort()->portName(), u"COM1"_s);
+        QSignalSpy written(&controller, &ConnectionController::bytesWritten);
+        QSignalSpy lost(&controller, &ConnectionController::serialPortLost);
+        QVERIFY(controller.sendSerial("out"_ba, {}, modem.portA()));
+        QTRY_COMPARE(far.readAll(), "out"_ba);
+        QTRY_VERIFY(!written.isEmpty());
+        QVERIFY(controller.isOpen(Mode::SerialPort));
+
+        QVERIFY(controller.setSerialLine(ConnectionController::SerialLine::Dtr, false));
+        QVERIFY(!modem.dtr(NullModem::End::A));
+        modem.setOutputs(NullModem::End::B, false, true);
+        QCOMPARE(controller.serialPinoutSignals() & QSerialPort::ClearToSendSignal,
+            QSerialPort::ClearToSendSignal);
+
+        far.write("in");
+        QByteArray received;
+        QTRY_COMPARE(received += controller.readAvailable(Mode::SerialPort), "in"_ba);
+        controller.setAutoReconnect(true);
+        modem.unplug(NullModem::End::A);
+        QTRY_COMPARE(lost.size(), 1);
+        QVERIFY(!controller.isOpen(Mode::SerialPort));
+    }
+
+    void aTcpClientServesBothItsModes_data()
+    {
+        QTest::addColumn<Mode>("mode");
+        QTest::newRow("plain") << Mode::TcpClient;
+        QTest::newRow("RFC 2217") << Mode::RemoteSerialRfc2217;
+    }
+
+    void aTcpClientServesBothItsModes()
+    {
+        QFETCH(Mode, mode);
+        TcpPeer peer;
+        QVERIFY(peer.listen());
+        ConnectionController controller;
+        QSignalSpy arrived(&controller, &ConnectionController::peerArrived);
+        QSignalSpy ended(&controller, &ConnectionController::tcpClientDisconnected);
+        controller.connectTcpClient(u"127.0.0.1"_s, peer.port());
+        QVERIFY(controller.sendTcpClient("early"_ba));
+        QCOMPARE(controller.pendingWriteBytes(mode), 5);
+        QVERIFY(!controller.isOpen(mode));
+        QTRY_COMPARE(peer.received(), "early"_ba);
+        QVERIFY(controller.isOpen(mode));
+        QCOMPARE(arrived.value(0).value(0).toString(), QString());
+
+        peer.send("answer"_ba);
+        QByteArray received;
+        QTRY_COMPARE(received += controller.readAvailable(mode), "answer"_ba);
+        controller.closeAll(mode, {});
+        QCOMPARE(ended.size(), 1);
+        QTRY_VERIFY(!peer.isOpen());
+        controller.connectTcpClient(u"127.0.0.1"_s, peer.port());
+        controller.teardownTcpClient();
+        QVERIFY(!controller.hasTcpClient());
+        QCOMPARE(ended.size(), 1);
+    }
+
+    void udpServesItsModes()
+    {
+        UdpPeer peer;
+        ConnectionController controller;
+        QSignalSpy ready(&controller, &ConnectionController::udpReadyRead);
+        QSignalSpy peers(&controller, &ConnectionController::udpPeersChanged);
+        QSignalSpy written(&controller, &ConnectionController::bytesWritten);
+        controller.bindUdp(0);
+        QVERIFY(peer.sendTo(controller.udpLocalPort(), "ping"_ba));
+        QTRY_VERIFY(!ready.isEmpty());
+        const auto datagrams = controller.readUdpDatagrams();
+        QCOMPARE(datagrams.size(), 1);
+        QCOMPARE(datagrams.at(0).peerKey,
+            ConnectionController::udpPeerKey(QHostAddress(QHostAddress::LocalHost), peer.port()));
+        QCOMPARE(controller.udpMessageFor(0), "ping"_ba);
+        QVERIFY(controller.udpMessageFor(1).isEmpty());
+        QVERIFY(controller.sendUdpToLastSender("pong"_ba));
+        QTRY_COMPARE(peer.receivedBytes(), "pong"_ba);
+        QCOMPARE(written.value(0).value(0).toLongLong(), 4);
+        controller.clearUdpPeers();
+        QCOMPARE(peers.size(), 2);
+        QVERIFY(controller.udpPeers().isEmpty());
+    }
+
+    void aThrottleHoldsForLaterSocketsAndAnnouncesWhatWaited()
+    {
+        TcpPeer peer;
+        QVERIFY(peer.listen());
+        ConnectionController controller;
+        QSignalSpy ready(&controller, &ConnectionController::readyRead);
+        controller.setReadThrottled(Mode::TcpClient, true);
+        controller.connectTcpClient(u"127.0.0.1"_s, peer.port());
+        QTRY_VERIFY(peer.isOpen());
+        peer.send(QByteArray(100'000, 'x'));
+        auto* socket = controller.findChild<QTcpSocket*>();
+        QTRY_COMPARE(socket->bytesAvailable(), 4096);
+        QVERIFY(controller.readAvailable(Mode::TcpClient).isEmpty());
+
+        ready.clear();
+        controller.setReadThrottled(Mode::TcpClient, true);
+        QVERIFY(ready.isEmpty());
+        controller.setReadThrottled(Mode::TcpClient, false);
+        QCOMPARE(ready.size(), 1);
+        controller.setReadThrottled(Mode::TcpClient, false);
+        QCOMPARE(ready.size(), 1);
+        QByteArray received;
+        QTRY_COMPARE((received += controller.readAvailable(Mode::TcpClient)).size(), 100'000);
+    }
+
+    void bytesOfAThrottledConnectionOutliveIt()
+    {
+        TcpPeer peer;
+        QVERIFY(peer.listen());
+        ConnectionController controller;
+        QSignalSpy ready(&controller, &ConnectionController::readyRead);
+        QSignalSpy ended(&controller, &ConnectionController::tcpClientDisconnected);
+        controller.setReadThrottled(Mode::TcpClient, true);
+        controller.connectTcpClient(u"127.0.0.1"_s, peer.port());
+        QTRY_VERIFY(peer.isOpen());
+        peer.send("last words"_ba);
+        peer.close();
+        QTRY_COMPARE(ended.size(), 1);
+        ready.clear();
+        controller.setReadThrottled(Mode::TcpClient, false);
+        QCOMPARE(ready.size(), 1);
+        QCOMPARE(controller.readAvailable(Mode::TcpClient), "last words"_ba);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestConnectionController)
+#include "tst_connectioncontroller.moc"

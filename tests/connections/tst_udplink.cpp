@@ -1,0 +1,235 @@
+#include "connections/udplink.h"
+#include "support/udppeer.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int lookupMs = 30'000; // what a name server may take to say no
+
+} // namespace
+
+class TestUdpLink final : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<UdpLink> link;
+    std::unique_ptr<QSignalSpy> ready;
+    std::unique_ptr<QSignalSpy> peersChanged;
+    QStringList messages;
+    QStringList errors;
+
+    static QString keyOf(const UdpPeer& peer) { return u"127.0.0.1:%1"_s.arg(peer.port()); }
+
+    QList<UdpDatagram> readAll(qsizetype count)
+    {
+        QList<UdpDatagram> all;
+        (void)QTest::qWaitFor([&] {
+            all += link->readDatagrams();
+            return all.size() >= count;
+        });
+        return all;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        link = std::make_unique<UdpLink>();
+        ready = std::make_unique<QSignalSpy>(link.get(), &UdpLink::readyRead);
+        peersChanged = std::make_unique<QSignalSpy>(link.get(), &UdpLink::peersChanged);
+        messages.clear();
+        errors.clear();
+        connect(link.get(), &UdpLink::statusMessage, this,
+            [this](const QString& text, int ms) { messages += u"%1|%2"_s.arg(text).arg(ms); });
+        connect(link.get(), &UdpLink::errorOccurred, this,
+            [this](const QString& text) { errors += text; });
+    }
+
+    void eachSenderIsOneRow()
+    {
+        UdpPeer first;
+        UdpPeer second;
+        link->bind(0);
+        QVERIFY(link->isBound());
+        QVERIFY(first.sendTo(link->localPort(), "one"_ba));
+        QTRY_COMPARE(ready->size(), 1);
+        const auto datagrams = link->readDatagrams();
+        QCOMPARE(datagrams.size(), 1);
+        QCOMPARE(datagrams.at(0).peerKey, keyOf(first));
+        QCOMPARE(datagrams.at(0).payload, "one"_ba);
+        QCOMPARE(peersChanged->size(), 1);
+
+        QVERIFY(first.sendTo(link->localPort(), "two"_ba));
+        QCOMPARE(readAll(1).size(), 1);
+        QCOMPARE(peersChanged->size(), 1);
+        QVERIFY(second.sendTo(link->localPort(), {}));
+        QCOMPARE(readAll(1).value(0).peerKey, keyOf(second));
+        QCOMPARE(peersChanged->size(), 2);
+
+        const UdpPeerTable& table = link->peerTable();
+        QCOMPARE(table.peers().size(), 2);
+        QCOMPARE(table.at(0)->lastDatagram, "two"_ba);
+        QVERIFY(table.at(0)->lastHeard.isValid());
+        QCOMPARE(table.at(1)->port, second.port());
+        QCOMPARE(table.lastSenderRow(), 1);
+        QVERIFY(!table.at(2) && !table.at(-1));
+    }
+
+    void repliesReachTheirPeer()
+    {
+        UdpPeer first;
+        UdpPeer second;
+        link->bind(0);
+        QVERIFY(!link->sendToLastSender("x"_ba));
+        QVERIFY(!link->sendToPeer("x"_ba, 0));
+        const QString hint = u"No UDP peer to reply to yet|3000"_s;
+        QCOMPARE(messages, (QStringList{hint, hint}));
+        QCOMPARE(link->broadcast("x"_ba), 0);
+        QVERIFY(first.sendTo(link->localPort(), "a"_ba));
+        QCOMPARE(readAll(1).size(), 1);
+        QVERIFY(second.sendTo(link->localPort(), "b"_ba));
+        QCOMPARE(readAll(1).size(), 1);
+
+        QVERIFY(link->sendToPeer("row "_ba, 0));
+        QVERIFY(!link->sendToPeer({}, 0));
+        QVERIFY(link->sendToPeerKey(keyOf(first), "key "_ba));
+        QVERIFY(!link->sendToPeerKey(u"127.0.0.1:1"_s, "key"_ba));
+        QVERIFY(link->sendToLastSender("last "_ba));
+        QCOMPARE(link->broadcast("all"_ba), 3);
+        QTRY_COMPARE(first.receivedBytes(), "row key all"_ba);
+        QTRY_COMPARE(second.receivedBytes(), "last all"_ba);
+    }
+
+    void aPortInUseIsReported()
+    {
+        QUdpSocket foreign;
+        QVERIFY(foreign.bind(
+            QHostAddress(QHostAddress::AnyIPv4), 0, QAbstractSocket::DontShareAddress));
+        link->bind(foreign.localPort());
+        QVERIFY(!link->isBound());
+        QCOMPARE(errors.size(), 1);
+        QVERIFY(errors.at(0).startsWith(
+            u"UDP bind to port %1 FAILED: "_s.arg(QString::number(foreign.localPort()))));
+        QCOMPARE(messages, QStringList{errors.at(0) + u"|5000"_s});
+        QVERIFY(!link->send("x"_ba, u"127.0.0.1"_s, foreign.localPort()));
+        QVERIFY(!link->isBound());
+    }
+
+    void closingAndBindingAnewForgetThePeers()
+    {
+        UdpPeer peer;
+        link->bind(0);
+        const quint16 before = link->localPort();
+        QVERIFY(peer.sendTo(before, "a"_ba));
+        QCOMPARE(readAll(1).size(), 1);
+        link->bind(0);
+        QVERIFY(link->peerTable().peers().isEmpty());
+        QCOMPARE(peersChanged->size(), 2);
+        QVERIFY(peer.sendTo(link->localPort(), "b"_ba));
+        QCOMPARE(readAll(1).size(), 1);
+        link->close();
+        QVERIFY(!link->isBound());
+        QCOMPARE(peersChanged->size(), 4);
+        link->close();
+        QCOMPARE(peersChanged->size(), 4);
+        QVERIFY(!link->send("x"_ba, u"127.0.0.1"_s, peer.port()));
+        QVERIFY(link->readDatagrams().isEmpty());
+    }
+
+    void namesAreLookedUpWithoutLosingTheOrder()
+    {
+        UdpPeer peer;
+        link->bind(0);
+        QVERIFY(link->send("1"_ba, u" localhost"_s, peer.port()));
+        QVERIFY(link->send("2"_ba, u"localhost"_s, peer.port()));
+        QCOMPARE(link->pendingWriteBytes(), 2);
+        QTRY_COMPARE(peer.receivedBytes(), "12"_ba);
+        QCOMPARE(link->pendingWriteBytes(), 0);
+        QVERIFY(link->send("3"_ba, u"localhost"_s, peer.port()));
+        QCOMPARE(link->pendingWriteBytes(), 0); // the name is known by now
+        QTRY_COMPARE(peer.receivedBytes(), "123"_ba);
+    }
+
+    void aNameThatDoesNotResolveIsReported()
+    {
+        link->bind(0);
+        QVERIFY(link->send("lost"_ba, u"name.invalid"_s, 1));
+        QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, lookupMs);
+        QVERIFY(errors.at(0).contains(u"\"name.invalid\""_s));
+        QCOMPARE(messages, QStringList{errors.at(0) + u"|5000"_s});
+        QCOMPARE(link->pendingWriteBytes(), 0);
+    }
+
+    void whatWaitsForANameIsBoundedAndDroppedByClose()
+    {
+        link->bind(0);
+        for (std::size_t i = 0; i < UdpLink::maxWaitingDatagrams; ++i)
+            QVERIFY(link->send("x"_ba, u"name.invalid"_s, 1));
+        QVERIFY(!link->send("x"_ba, u"name.invalid"_s, 1));
+        QVERIFY(!link->send("x"_ba, u"other.invalid"_s, 1));
+        QCOMPARE(messages.size(), 1);
+        link->close();
+        QCOMPARE(link->pendingWriteBytes(), 0);
+        link->bind(0);
+        QVERIFY(!link->send(QByteArray(UdpLink::maxWaitingBytes + 1, 'x'), u"a.invalid"_s, 1));
+    }
+
+    void anUnsendableDatagramIsReported()
+    {
+        UdpPeer peer;
+        link->bind(0);
+        QVERIFY(!link->send(QByteArray(70'000, 'x'), u"127.0.0.1"_s, peer.port()));
+        QVERIFY(messages.value(0).startsWith("UDP send to %1 FAILED: "_L1.arg(keyOf(peer))));
+    }
+
+    void oneReadIsBoundedAndTheRestIsAnnounced_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<qsizetype>("size");
+        QTest::addColumn<qsizetype>("firstRead");
+        QTest::newRow("by datagrams") << 200 << qsizetype(1) << UdpLink::maxDatagramsPerRead;
+        QTest::newRow("empty ones count too")
+            << 200 << qsizetype(0) << UdpLink::maxDatagramsPerRead;
+    }
+
+    void oneReadIsBoundedAndTheRestIsAnnounced()
+    {
+        QFETCH(int, count);
+        QFETCH(qsizetype, size);
+        QFETCH(qsizetype, firstRead);
+        UdpPeer peer;
+        link->bind(0);
+        for (int i = 0; i < count; ++i)
+            QVERIFY(peer.sendTo(link->localPort(), QByteArray(size, static_cast<char>(i))));
+        QCOMPARE(link->readDatagrams().size(), firstRead);
+        QTRY_VERIFY(!ready->isEmpty());
+        ready->clear();
+        // Only the announcement leads to the rest.
+        qsizetype rest = 0;
+        connect(
+            link.get(), &UdpLink::readyRead, this, [&] { rest += link->readDatagrams().size(); });
+        QTRY_COMPARE(firstRead + rest, count);
+    }
+
+    void aFullTableListsNobodyNewAndRepliesToNobodyElse()
+    {
+        using Heard = UdpPeerTable::Heard;
+        const QHostAddress address(QHostAddress::LocalHost);
+        const QDateTime now;
+        UdpPeerTable table;
+        for (int i = 0; i < UdpPeerTable::maxPeers; ++i)
+            QCOMPARE(table.record(address, static_cast<quint16>(i + 1), {}, now), Heard::NewPeer);
+        QCOMPARE(table.record(address, 60'000, {}, now), Heard::TableFull);
+        QCOMPARE(table.lastSenderRow(), -1);
+        QCOMPARE(table.record(address, 7, {}, now), Heard::KnownPeer);
+        QCOMPARE(table.lastSenderRow(), 6);
+        QCOMPARE(table.peers().size(), UdpPeerTable::maxPeers);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestUdpLink)
+#include "tst_udplink.moc"
