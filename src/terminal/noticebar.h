@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QFrame>
+
+class QLabel;
+class QToolButton;
+
+// A message that must not vanish by itself: what went wrong, on which port, what to do next. It
+// sits above the receive view until it is dismissed or the cause has gone, never blocks the event
+// loop and can be copied with the mouse.
+class NoticeBar final : public QFrame
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(NoticeBar)
+
+public:
+    explicit NoticeBar(QWidget* parent = nullptr);
+
+    void showError(const QString& text);
+    [[nodiscard]] QString text() const;
+
+private:
+    QLabel* m_icon;
+    QLabel* m_text;
+    QToolButton* m_close;
+};

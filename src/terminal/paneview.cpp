@@ -1,0 +1,111 @@
+#include "terminal/paneview.h"
+
+#include "terminal/activityrow.h"
+#include "terminal/connectionpanel.h"
+#include "terminal/noticebar.h"
+#include "terminal/panestatusline.h"
+#include "terminal/receivepanel.h"
+#include "terminal/sendeditor.h"
+#include "terminal/sendpanel.h"
+#include "terminal/view/findbar.h"
+#include "terminal/view/receiveview.h"
+
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int margin = 8;
+constexpr int viewShare = 4; // the receive view gets four fifths of the terminal's height
+
+} // namespace
+
+PaneView::PaneView(QWidget* parent)
+    : QWidget(parent)
+    , m_splitter(new QSplitter(Qt::Horizontal, this))
+    , m_connection(new ConnectionPanel)
+    , m_receive(new ReceivePanel)
+    , m_send(new SendPanel)
+    , m_activity(new ActivityRow)
+    , m_notice(new NoticeBar)
+    , m_view(new ReceiveView)
+    , m_find(new FindBar(*m_view))
+    , m_editor(new SendEditor)
+    , m_status(new PaneStatusLine(this))
+    , m_column(buildSettingsColumn())
+{
+    m_splitter->setChildrenCollapsible(false);
+    m_splitter->setHandleWidth(margin);
+    m_splitter->addWidget(m_column);
+    m_splitter->addWidget(buildTerminal());
+    m_splitter->setStretchFactor(0, 0);
+    m_splitter->setStretchFactor(1, 1);
+    connect(m_splitter, &QSplitter::splitterMoved, this, &PaneView::splitterMoved);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(margin, margin, margin, margin / 2);
+    layout->setSpacing(margin / 2);
+    layout->addWidget(m_splitter, 1);
+    layout->addWidget(m_status);
+}
+
+QScrollArea* PaneView::buildSettingsColumn()
+{
+    auto* content = new QWidget;
+    auto* layout = new QVBoxLayout(content);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(margin);
+    m_connection->addRow(m_activity);
+    layout->addWidget(m_connection);
+    layout->addWidget(m_receive);
+    layout->addWidget(m_send);
+    layout->addStretch();
+
+    auto* column = new QScrollArea;
+    column->setFrameShape(QFrame::NoFrame);
+    column->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    column->setWidgetResizable(true);
+    column->setWidget(content);
+    // Wide enough that no label is cut, also beside the scroll bar.
+    column->setMinimumWidth(content->minimumSizeHint().width()
+                            + column->verticalScrollBar()->sizeHint().width() + margin / 2);
+    return column;
+}
+
+QWidget* PaneView::buildTerminal()
+{
+    auto* upper = new QWidget;
+    auto* layout = new QVBoxLayout(upper);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(margin / 2);
+    layout->addWidget(m_notice);
+    layout->addWidget(m_view, 1);
+    layout->addWidget(m_find);
+
+    auto* terminal = new QSplitter(Qt::Vertical);
+    terminal->setChildrenCollapsible(false);
+    terminal->setHandleWidth(margin);
+    terminal->addWidget(upper);
+    terminal->addWidget(m_editor);
+    terminal->setStretchFactor(0, viewShare);
+    terminal->setStretchFactor(1, 1);
+    return terminal;
+}
+
+void PaneView::setQuickSettingsVisible(bool visible)
+{
+    m_column->setVisible(visible);
+}
+
+void PaneView::setSplitterSizes(int left, int right)
+{
+    m_splitter->setSizes({left, right});
+}
+
+std::pair<int, int> PaneView::splitterSizes() const
+{
+    const QList<int> sizes = m_splitter->sizes();
+    return {sizes.value(0), sizes.value(1)};
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QWidget>
+
+class ActivityRow;
+class ConnectionPanel;
+class FindBar;
+class NoticeBar;
+class PaneStatusLine;
+class QScrollArea;
+class QSplitter;
+class ReceivePanel;
+class ReceiveView;
+class SendEditor;
+class SendPanel;
+
+// What a pane looks like: the quick settings column on the left, the receive view above the send
+// editor on the right, the pane's status line below. Builds and places the widgets and knows
+// nothing of what they do; the pane wires them.
+class PaneView final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PaneView)
+
+public:
+    explicit PaneView(QWidget* parent = nullptr);
+
+    [[nodiscard]] ConnectionPanel& connectionPanel() const { return *m_connection; }
+    [[nodiscard]] ReceivePanel& receivePanel() const { return *m_receive; }
+    [[nodiscard]] SendPanel& sendPanel() const { return *m_send; }
+    [[nodiscard]] ActivityRow& activityRow() const { return *m_activity; }
+    [[nodiscard]] ReceiveView& receiveView() const { return *m_view; }
+    [[nodiscard]] FindBar& findBar() const { return *m_find; }
+    [[nodiscard]] NoticeBar& noticeBar() const { return *m_notice; }
+    [[nodiscard]] SendEditor& sendEditor() const { return *m_editor; }
+    [[nodiscard]] PaneStatusLine& statusLine() const { return *m_status; }
+
+    void setQuickSettingsVisible(bool visible);
+    // Relative sizes of the settings column and of the terminal, as the settings record keeps them.
+    void setSplitterSizes(int left, int right);
+    [[nodiscard]] std::pair<int, int> splitterSizes() const;
+
+Q_SIGNALS:
+    void splitterMoved();
+
+private:
+    QScrollArea* buildSettingsColumn();
+    QWidget* buildTerminal();
+
+    QSplitter* m_splitter;
+    ConnectionPanel* m_connection;
+    ReceivePanel* m_receive;
+    SendPanel* m_send;
+    ActivityRow* m_activity;
+    NoticeBar* m_notice;
+    ReceiveView* m_view;
+    FindBar* m_find;
+    SendEditor* m_editor;
+    PaneStatusLine* m_status;
+    QScrollArea* m_column;
+};

@@ -1,0 +1,113 @@
+#include "terminal/sendeditor.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSignalBlocker>
+
+SendEditor::SendEditor(QWidget* parent)
+    : QWidget(parent)
+    , m_editor(new QPlainTextEdit(this))
+    , m_history(new QComboBox(this))
+    , m_clearHistory(new QPushButton(tr("Clear History"), this))
+    , m_send(new QPushButton(tr("&Send"), this))
+{
+    m_editor->setPlaceholderText(tr("Type a message; Ctrl+Enter sends it"));
+    m_editor->setAccessibleName(tr("Message to send"));
+    m_editor->setTabChangesFocus(true);
+    m_editor->installEventFilter(this);
+    m_history->setAccessibleName(tr("Messages sent before"));
+    m_history->setToolTip(tr("Messages sent before, newest first"));
+    m_history->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_history->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    m_history->setPlaceholderText(tr("Nothing sent yet"));
+    m_history->setMinimumContentsLength(8);
+    m_clearHistory->setToolTip(tr("Empty the message and the list of messages sent before"));
+    m_send->setToolTip(tr("Send the message (Ctrl+Enter)"));
+    buildLayout();
+
+    connect(m_history, &QComboBox::activated, this, &SendEditor::historyChosen);
+    connect(m_clearHistory, &QPushButton::clicked, this, &SendEditor::clearHistoryRequested);
+    connect(m_send, &QPushButton::clicked, this, &SendEditor::sendRequested);
+    setHistory({});
+}
+
+void SendEditor::buildLayout()
+{
+    auto* bar = new QHBoxLayout;
+    bar->setSpacing(8);
+    auto* label = new QLabel(tr("H&istory"), this);
+    label->setBuddy(m_history);
+    bar->addWidget(label);
+    bar->addWidget(m_history, 1);
+    bar->addWidget(m_clearHistory);
+    bar->addWidget(m_send);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    layout->addWidget(m_editor, 1);
+    layout->addLayout(bar);
+    setTabOrder(m_editor, m_send);
+    setTabOrder(m_send, m_history);
+    setTabOrder(m_history, m_clearHistory);
+    const int threeLines = m_editor->fontMetrics().lineSpacing() * 2 + 12;
+    m_editor->setMinimumHeight(threeLines);
+}
+
+bool SendEditor::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_editor && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        const bool enter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
+        if (enter && (key->modifiers() & Qt::ControlModifier)) {
+            Q_EMIT sendRequested();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+QString SendEditor::text() const
+{
+    return m_editor->toPlainText();
+}
+
+void SendEditor::setText(const QString& text)
+{
+    if (m_editor->toPlainText() == text)
+        return;
+    // As an edit, so that Undo brings back what stood there.
+    QTextCursor cursor(m_editor->document());
+    cursor.select(QTextCursor::Document);
+    cursor.insertText(text);
+    m_editor->setTextCursor(cursor);
+}
+
+void SendEditor::insertText(const QString& text)
+{
+    m_editor->insertPlainText(text);
+}
+
+void SendEditor::setDisplayFont(const QFont& font)
+{
+    m_editor->setFont(font);
+}
+
+void SendEditor::setHistory(const QStringList& labels)
+{
+    const QSignalBlocker blocker(m_history);
+    m_history->clear();
+    m_history->addItems(labels);
+    m_history->setCurrentIndex(labels.isEmpty() ? -1 : 0);
+    m_history->setEnabled(!labels.isEmpty());
+    m_clearHistory->setEnabled(!labels.isEmpty());
+}
+
+void SendEditor::focusEditor()
+{
+    m_editor->setFocus();
+}

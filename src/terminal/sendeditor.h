@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QWidget>
+
+class QComboBox;
+class QPlainTextEdit;
+class QPushButton;
+
+// Where a message is typed: the editor, the list of what was sent before and the send button.
+// Ctrl+Enter sends from the keyboard; Enter alone starts a new line, because a message may have
+// several.
+class SendEditor final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SendEditor)
+
+public:
+    explicit SendEditor(QWidget* parent = nullptr);
+
+    [[nodiscard]] QString text() const;
+    void setText(const QString& text);
+    void insertText(const QString& text);
+    void setDisplayFont(const QFont& font);
+    // Lists the labels, newest first, with the first one selected.
+    void setHistory(const QStringList& labels);
+    void focusEditor();
+
+Q_SIGNALS:
+    void sendRequested();
+    // The entry of this index was chosen from the list.
+    void historyChosen(int index);
+    void clearHistoryRequested();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void buildLayout();
+
+    QPlainTextEdit* m_editor;
+    QComboBox* m_history;
+    QPushButton* m_clearHistory;
+    QPushButton* m_send;
+};
