@@ -8,6 +8,13 @@ namespace {
 
 constexpr int failureMs = 5000;
 
+// Never asks the system for more, which could meet the end of the connection in mid-read.
+QByteArray readBuffered(QTcpSocket* socket)
+{
+    const qint64 size = socket->bytesAvailable();
+    return size > 0 ? socket->read(size) : QByteArray();
+}
+
 } // namespace
 
 TcpClientLink::TcpClientLink(QObject* parent)
@@ -39,6 +46,7 @@ void TcpClientLink::wire(QTcpSocket* socket)
             return;
         // Options do not reach a socket that has no descriptor yet, so they are set again now.
         tune(socket);
+        m_tail.open(socket->socketDescriptor());
         flushPending();
         Q_EMIT connected();
     });
@@ -77,6 +85,7 @@ void TcpClientLink::discard()
     socket->disconnect(this);
     socket->abort();
     socket->deleteLater();
+    m_tail.close();
 }
 
 bool TcpClientLink::send(const QByteArray& data)
@@ -110,8 +119,8 @@ QByteArray TcpClientLink::readAvailable()
     if (m_readThrottled)
         return {};
     QByteArray bytes = m_residue.take();
-    if (m_socket && m_socket->isReadable())
-        bytes.append(m_socket->readAll());
+    if (m_socket)
+        bytes.append(readBuffered(m_socket));
     return bytes;
 }
 
@@ -171,13 +180,12 @@ void TcpClientLink::onDisconnected(QTcpSocket* socket)
 // False when the reader itself discarded the socket meanwhile.
 bool TcpClientLink::retire()
 {
-    QTcpSocket* socket = m_socket;
-    const QScopedValueRollback<bool> retiring(m_retiring, true);
-    if (!m_readThrottled && socket->bytesAvailable() > 0)
-        Q_EMIT readyRead();
-    if (socket != m_socket)
+    if (!offerUnread())
         return false;
-    const qsizetype dropped = socket->isReadable() ? m_residue.keep(socket->readAll()) : 0;
+    QTcpSocket* socket = m_socket;
+    qsizetype dropped = m_residue.keep(readBuffered(socket));
+    dropped += m_residue.keep(m_tail.drain(ReceiveResidue::maxBytes));
+    m_tail.close();
     m_pending.clear();
     m_socket = nullptr;
     socket->deleteLater();
@@ -186,5 +194,17 @@ bool TcpClientLink::retire()
             tr("%1 bytes that the TCP peer had sent were dropped: nobody read them").arg(dropped),
             failureMs);
     }
+    if (!m_readThrottled && !m_residue.isEmpty())
+        Q_EMIT readyRead();
     return true;
+}
+
+// A read may meet the end of the connection once more; that is not a second loss.
+bool TcpClientLink::offerUnread()
+{
+    const QTcpSocket* socket = m_socket;
+    const QScopedValueRollback<bool> retiring(m_retiring, true);
+    if (!m_readThrottled && socket->bytesAvailable() > 0)
+        Q_EMIT readyRead();
+    return socket == m_socket;
 }

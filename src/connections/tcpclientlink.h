@@ -1,6 +1,7 @@
 #pragma once
 
 #include "connections/receiveresidue.h"
+#include "connections/sockettail.h"
 
 #include <QObject>
 
@@ -63,10 +64,12 @@ private:
     void onDisconnected(QTcpSocket* socket);
     void onError(QTcpSocket* socket);
     bool retire();
+    bool offerUnread();
     void discard();
 
     QTcpSocket* m_socket = nullptr; // a child; null when there is none
-    QByteArray m_pending;           // at most maxPendingBytes
+    SocketTail m_tail;
+    QByteArray m_pending; // at most maxPendingBytes
     ReceiveResidue m_residue;
     bool m_pendingFullReported = false;
     bool m_retiring = false;

@@ -188,7 +188,7 @@ private Q_SLOTS:
         link->send("x"_ba);
         QTRY_COMPARE(gone->size() + errors.size(), 2);
         link->setReadThrottled(false);
-        QCOMPARE(link->readAvailable(), data);
+        QVERIFY(link->readAvailable() == data);
     }
 
     void throttlingHoldsThePeerBackAndLosesNothing()

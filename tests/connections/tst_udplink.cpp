@@ -206,9 +206,7 @@ private Q_SLOTS:
         for (int i = 0; i < count; ++i)
             QVERIFY(peer.sendTo(link->localPort(), QByteArray(size, static_cast<char>(i))));
         QCOMPARE(link->readDatagrams().size(), firstRead);
-        QTRY_VERIFY(!ready->isEmpty());
-        ready->clear();
-        // Only the announcement leads to the rest.
+        // Only announcements lead to the rest.
         qsizetype rest = 0;
         connect(
             link.get(), &UdpLink::readyRead, this, [&] { rest += link->readDatagrams().size(); });
