@@ -128,8 +128,8 @@ void BridgeArbiter::enqueueRequest(const QString& peerKey, const QByteArray& byt
     m_queue.push_back({peerKey, bytes});
 }
 
-/// Requests that fall due together are queued in the order in which they began, not in that of the
-/// hash. A framer that holds nothing is let go, so that clients which never come back cost nothing.
+// Requests that fall due together are queued in the order in which they began, not in that of the
+// hash. A framer that holds nothing is let go, so that clients which never come back cost nothing.
 void BridgeArbiter::tickFramers(qint64 nowMs)
 {
     struct Due

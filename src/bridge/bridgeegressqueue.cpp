@@ -4,8 +4,8 @@
 
 namespace {
 
-/// The frame in storage that is its own and not much larger than its bytes, whatever buffer the
-/// frame was read into.
+// The frame in storage that is its own and not much larger than its bytes, whatever buffer the
+// frame was read into.
 QByteArray thrifty(const QByteArray& frame)
 {
     const bool ownStorage = frame.capacity() >= frame.size();
@@ -40,7 +40,7 @@ int BridgeEgressQueue::enqueue(const BridgeFrame& frame)
         }
         while (!isEmpty() && !fits(size)) {
             countDropped(m_lengths.front());
-            consume(m_lengths.front());
+            removeFront(m_lengths.front());
             result = QueuedAfterDrop;
         }
     }
@@ -60,17 +60,7 @@ QByteArrayView BridgeEgressQueue::head() const
 
 void BridgeEgressQueue::consume(qint64 bytesWritten)
 {
-    qint64 left = qMin(bytesWritten, m_queuedBytes);
-    while (left > 0) {
-        qint64& length = m_lengths.front();
-        const qint64 part = qMin(left, length);
-        length -= part;
-        left -= part;
-        m_queuedBytes -= part;
-        if (length == 0)
-            m_lengths.pop_front();
-        advance(part);
-    }
+    removeFront(bytesWritten);
     updateThrottle();
 }
 
@@ -113,7 +103,7 @@ void BridgeEgressQueue::append(const QByteArray& frame)
     m_lengths.push_back(frame.size());
 }
 
-/// The block at the tail that has room for that many bytes.
+// The block at the tail that has room for that many bytes.
 QByteArray& BridgeEgressQueue::packedBlockFor(qsizetype bytes)
 {
     const bool room = !m_blocks.empty() && m_blocks.back().packed
@@ -125,7 +115,22 @@ QByteArray& BridgeEgressQueue::packedBlockFor(qsizetype bytes)
     return m_blocks.back().bytes;
 }
 
-/// Moves past written bytes of the head block and gives the block up behind its last byte.
+void BridgeEgressQueue::removeFront(qint64 bytes)
+{
+    qint64 left = qMin(bytes, m_queuedBytes);
+    while (left > 0) {
+        qint64& length = m_lengths.front();
+        const qint64 part = qMin(left, length);
+        length -= part;
+        left -= part;
+        m_queuedBytes -= part;
+        if (length == 0)
+            m_lengths.pop_front();
+        advance(part);
+    }
+}
+
+// Moves past bytes of the head block and gives the block up behind its last byte.
 void BridgeEgressQueue::advance(qint64 bytes)
 {
     m_headOffset += bytes;

@@ -122,7 +122,7 @@ qint64 BridgeFlow::throttledMs(qint64 nowMs) const
     return m_throttledMs + current;
 }
 
-/// Suspends the flow when, over a window, more comes in than the threshold while bytes go out too.
+// Suspends the flow when, over a window, more comes in than the threshold while bytes go out too.
 void BridgeFlow::noteFlood(qint64 bytes, qint64 nowMs)
 {
     if (!m_policy.floodGuardEnabled)
@@ -181,7 +181,7 @@ void BridgeFlow::applyThrottle(qint64 nowMs)
     setSourceThrottled(wanted && !m_suspended, nowMs);
 }
 
-/// The callback comes last: it may deliver what the source held back at once.
+// The callback comes last: it may deliver what the source held back at once.
 void BridgeFlow::setSourceThrottled(bool throttled, qint64 nowMs)
 {
     if (throttled == m_sourceThrottled)

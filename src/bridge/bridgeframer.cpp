@@ -14,8 +14,8 @@ std::string_view asString(QByteArrayView bytes)
     return {bytes.data(), size_t(bytes.size())};
 }
 
-/// Cuts whole pieces of the given length from bytes, starting at offset from; the offset behind the
-/// last one.
+// Cuts whole pieces of the given length from bytes, starting at offset from; the offset behind the
+// last one.
 qsizetype takePieces(
     QByteArrayView bytes, qsizetype from, qsizetype length, QList<QByteArray>& frames)
 {
@@ -94,8 +94,8 @@ qint64 BridgeFramer::nextTimeoutMs(qint64 nowMs) const
     return qMin(flushIn, Monotonic::remainingMs(m_lastByteMs, m_policy.idleGapMs, nowMs));
 }
 
-/// Cuts frames from the front of bytes, by force to the last byte; how many bytes they took. The
-/// search offset is left relative to what remains.
+// Cuts frames from the front of bytes, by force to the last byte; how many bytes they took. The
+// search offset is left relative to what remains.
 qsizetype BridgeFramer::harvest(QByteArrayView bytes, bool force, QList<QByteArray>& frames)
 {
     qsizetype taken = 0;

@@ -2,9 +2,9 @@
 
 #include <QByteArrayView>
 
-/// Where a bridge flow writes: the sending side of a port. The implementation outlives the flow or
-/// takes itself off it with BridgeFlow::setSink(nullptr). None of these may call back into the
-/// flow; the owner drains the flow when the port reports written bytes.
+// Where a bridge flow writes: the sending side of a port. The implementation outlives the flow or
+// takes itself off it with BridgeFlow::setSink(nullptr). None of these may call back into the
+// flow; the owner drains the flow when the port reports written bytes.
 class BridgeSink
 {
     Q_DISABLE_COPY_MOVE(BridgeSink)
@@ -13,10 +13,10 @@ public:
     virtual ~BridgeSink() = default;
 
     virtual bool isWritable() const = 0;
-    /// Bytes that write() took and that have not left yet.
+    // Bytes that write() took and that have not left yet.
     virtual qint64 pendingWriteBytes() const = 0;
-    /// Takes bytes from the front of the view, which is valid during the call only; how many, or 0
-    /// or less when none.
+    // Takes bytes from the front of the view, which is valid during the call only; how many, or 0
+    // or less when none.
     virtual qint64 write(QByteArrayView bytes) = 0;
 
 protected:

@@ -23,8 +23,8 @@ enum FunctionCode : int {
     WriteMultipleRegisters = 0x10,
 };
 
-/// How many coils or registers one request may name (Modbus Application Protocol V1.1b3, 6.1 to
-/// 6.4, 6.11 and 6.12); 0 for a function code without a quantity.
+// How many coils or registers one request may name (Modbus Application Protocol V1.1b3, 6.1 to
+// 6.4, 6.11 and 6.12); 0 for a function code without a quantity.
 constexpr int maxQuantity(int functionCode)
 {
     switch (functionCode) {
@@ -60,7 +60,7 @@ void appendBigEndian16(QByteArray& out, quint16 value)
     out.append(char(value & 0xFF));
 }
 
-/// Eight coils to a byte, the first in the least significant bit.
+// Eight coils to a byte, the first in the least significant bit.
 QByteArray packedCoils(const QList<quint16>& values)
 {
     QByteArray packed((values.size() + 7) / 8, '\0');
@@ -140,7 +140,7 @@ QByteArray ModbusCodec::buildAsciiFrame(const Request& request, QString* error)
     return ':' + message.toHex().toUpper() + "\r\n";
 }
 
-/// Why the request cannot be sent; empty when it can.
+// Why the request cannot be sent; empty when it can.
 QString ModbusCodec::invalidity(const Request& request)
 {
     const int code = request.functionCode;

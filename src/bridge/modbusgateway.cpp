@@ -140,7 +140,7 @@ QByteArray ModbusGateway::buildMbap(quint16 transactionId, quint8 unitId, const 
     return frame;
 }
 
-/// Cuts whole requests from the front of the stream; how many bytes are done with.
+// Cuts whole requests from the front of the stream; how many bytes are done with.
 qsizetype ModbusGateway::takeRequests(
     QByteArrayView stream, qint64 nowMs, QList<QByteArray>& frames)
 {
