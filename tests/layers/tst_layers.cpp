@@ -28,6 +28,7 @@ constexpr std::array layers{
     Layer{"transfer/"_L1, 3, false},
     Layer{"connections/"_L1, 5, false},
     Layer{"terminal/"_L1, 8, true},
+    Layer{"tools/"_L1, 9, true},
     Layer{"app/"_L1, 11, true},
 };
 
@@ -58,8 +59,8 @@ private Q_SLOTS:
 
 void TestLayers::noIncludePointsUp()
 {
-    static const QRegularExpression quoted(u"^#include \"([^\"]+)\""_s,
-        QRegularExpression::MultilineOption);
+    static const QRegularExpression quoted(
+        u"^#include \"([^\"]+)\""_s, QRegularExpression::MultilineOption);
     static const QRegularExpression widget(
         u"^#include <(QtWidgets/|QWidget|QLabel|QMessageBox|QDialog|QPlainTextEdit|QApplication)"_s,
         QRegularExpression::MultilineOption);

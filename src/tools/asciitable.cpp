@@ -1,0 +1,73 @@
+#include "tools/asciitable.h"
+
+#include "tools/asciimodel.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSortFilterProxyModel>
+#include <QTableView>
+
+namespace {
+
+constexpr int initialWidth = 640;
+constexpr int initialHeight = 560;
+
+} // namespace
+
+AsciiTable::AsciiTable(QWidget* parent)
+    : QDialog(parent)
+    , m_filter(new QLineEdit(this))
+    , m_action(new QComboBox(this))
+    , m_table(new QTableView(this))
+    , m_proxy(new QSortFilterProxyModel(this))
+{
+    setWindowTitle(tr("ASCII Code"));
+    m_proxy->setSourceModel(new AsciiModel(this));
+    m_proxy->setFilterRole(AsciiModel::SearchRole);
+    m_proxy->setFilterCaseSensitivity(Qt::CaseInsensitive);
+    m_table->setModel(m_proxy);
+    m_table->setAccessibleName(tr("Codes"));
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setAlternatingRowColors(true);
+    m_table->setShowGrid(false);
+    m_table->verticalHeader()->hide();
+    m_table->horizontalHeader()->setStretchLastSection(true);
+    m_table->resizeColumnsToContents();
+    m_filter->setPlaceholderText(tr("Filter: a name, a code in any base, a character"));
+    m_filter->setAccessibleName(tr("Filter"));
+    m_filter->setClearButtonEnabled(true);
+    m_action->addItem(tr("Insert into the send editor"));
+    m_action->addItem(tr("Send at once"));
+    buildLayout();
+    resize(initialWidth, initialHeight);
+
+    connect(
+        m_filter, &QLineEdit::textChanged, m_proxy, &QSortFilterProxyModel::setFilterFixedString);
+    connect(m_table, &QTableView::activated, this, &AsciiTable::activate);
+}
+
+void AsciiTable::buildLayout()
+{
+    auto* label = new QLabel(tr("&Double click:"), this);
+    label->setBuddy(m_action);
+    auto* bar = new QHBoxLayout;
+    bar->addWidget(m_filter, 1);
+    bar->addWidget(label);
+    bar->addWidget(m_action);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(bar);
+    layout->addWidget(m_table, 1);
+}
+
+void AsciiTable::activate(const QModelIndex& index)
+{
+    const QByteArray byte(1, char(m_proxy->mapToSource(index).row()));
+    if (m_action->currentIndex() == 0)
+        Q_EMIT insertRequested(byte);
+    else
+        Q_EMIT sendRequested(byte);
+}
