@@ -41,8 +41,9 @@ QString NullModem::port(End end) const
     return m_folder.filePath(end == End::A ? u"portA"_s : u"portB"_s);
 }
 
-void NullModem::unplug(End end)
+void NullModem::unplug(End end, Vanishing how)
 {
+    nullmodem_plain_hangup(how == Vanishing::EndOfFile ? 1 : 0);
     Side& own = side(end);
     own.link.remove();
     if (m_cable >= 0) {

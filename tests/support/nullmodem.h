@@ -46,6 +46,13 @@ public:
         qint64 lastLengthMs = -1; ///< of the last one that ended, rounded down; -1 before the first
     };
 
+    /// What a program that has the device open gets from read().
+    enum class Vanishing {
+        InputError, ///< EIO, so that QSerialPort reports ResourceError
+        EndOfFile   ///< 0, as the kernel has it: QSerialPort reports ReadError again and again, or
+                    ///< ResourceError, depending on the value that errno happens to have
+    };
+
     static constexpr qsizetype pumpCapacity = 4096;
 
     /// Both ends plugged in. When the system has no pseudo-terminals, isValid() is false.
@@ -60,10 +67,10 @@ public:
     QString portA() const { return port(End::A); }
     QString portB() const { return port(End::B); }
 
-    /// The device vanishes: its name is gone, and a program that has it open gets a read or write
-    /// error (QSerialPort::ResourceError). Bytes on the cable are lost; the other end's DSR, DCD
-    /// and CTS fall, and what it sends goes nowhere.
-    void unplug(End end);
+    /// The device vanishes: its name is gone, and a program that has it open is told by `how`,
+    /// which goes for the whole process until the next call. Bytes on the cable are lost; the other
+    /// end's DSR, DCD and CTS fall, and what it sends goes nowhere.
+    void unplug(End end, Vanishing how = Vanishing::InputError);
 
     /// A new device under the old name, outputs low and break record empty. True when it is there.
     bool plugBack(End end);

@@ -1,6 +1,7 @@
 #define _GNU_SOURCE
 #include "support/nullmodemlines.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <stdarg.h>
 #include <stddef.h>
@@ -10,6 +11,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/sysmacros.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -39,6 +41,7 @@ struct table
 };
 
 static struct table* shared;
+static int plain_hangup;
 
 #define LOAD(field) __atomic_load_n(&(field), __ATOMIC_SEQ_CST)
 #define STORE(field, value) __atomic_store_n(&(field), (value), __ATOMIC_SEQ_CST)
@@ -214,6 +217,33 @@ static int find_end(int descriptor)
         }
     }
     return -1;
+}
+
+/* A pseudo-terminal's slave whose master is gone. */
+static int is_hung_up(int descriptor)
+{
+    enum { first_slave_major = 136, last_slave_major = 143 };
+    struct stat status;
+    int unread;
+    return fstat(descriptor, &status) == 0 && S_ISCHR(status.st_mode)
+           && major(status.st_rdev) >= first_slave_major
+           && major(status.st_rdev) <= last_slave_major
+           && syscall(SYS_ioctl, descriptor, FIONREAD, &unread) != 0;
+}
+
+void nullmodem_plain_hangup(int on)
+{
+    STORE(plain_hangup, on);
+}
+
+__attribute__((visibility("default"))) ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    const ssize_t count = syscall(SYS_read, descriptor, buffer, size);
+    if (count == 0 && size > 0 && !LOAD(plain_hangup) && is_hung_up(descriptor)) {
+        errno = EIO;
+        return -1;
+    }
+    return count;
 }
 
 /* Takes the place of the C library's function in the program and all its libraries. The system call

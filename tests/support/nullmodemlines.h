@@ -1,6 +1,10 @@
 #pragma once
 
-/* Modem lines and break of virtual null-modem cables, shared by all processes that take part.
+/* What pseudo-terminals lack of real serial ports. Replaces ioctl() for modem lines and break, and
+ * read() for the end of a device that was unplugged.
+ *
+ * Modem lines and break belong to virtual null-modem cables, shared by all processes that take
+ * part.
  *
  * The table lives in an anonymous memory file; the environment variable VELMORA_NULLMODEM_LINES
  * names it for the processes that the owner starts. Each end of a cable is a pseudo-terminal, known
@@ -41,6 +45,12 @@ int nullmodem_inputs(int cable, int end);
 
 /* Breaks that the end has sent. */
 struct nullmodem_break nullmodem_sent_breaks(int cable, int end);
+
+/* Linux lets read() on a vanished terminal return 0, as at the end of a file, and leaves errno
+ * alone. Which error QSerialPort then reports hangs on the last call that happened to fail. So that
+ * a test does not hang on it too, read() fails with EIO here; 1 brings the kernel's own behaviour
+ * back, for this process. */
+void nullmodem_plain_hangup(int on);
 
 #ifdef __cplusplus
 }

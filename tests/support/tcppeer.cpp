@@ -77,7 +77,7 @@ void TcpPeer::drain(int connection)
 {
     Connection& own = m_connections[static_cast<size_t>(connection)];
     const auto room = receiveCapacity - own.received.size();
-    if (!m_reading || own.socket == nullptr || room <= 0) {
+    if (!m_reading || own.socket == nullptr || !own.socket->isOpen() || room <= 0) {
         return;
     }
     const auto bytes = own.socket->read(room);

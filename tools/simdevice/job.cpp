@@ -10,7 +10,7 @@ namespace simdevice {
 
 void Job::produce(QByteArray* /*output*/, qsizetype /*room*/, qint64 /*nowMs*/) {}
 
-qsizetype Job::swallow(QByteArrayView /*bytes*/)
+qsizetype Job::swallow(QByteArrayView /*bytes*/, qint64 /*nowMs*/)
 {
     return 0;
 }
@@ -49,7 +49,7 @@ FloodJob::FloodJob(qint64 rate, qint64 seconds, qint64 nowMs)
 
 qint64 FloodJob::burst() const
 {
-    return std::max(lineLength, m_rate * burstMs / 1000);
+    return lineLength + m_rate * burstMs / 1000;
 }
 
 void FloodJob::produce(QByteArray* output, qsizetype room, qint64 nowMs)
@@ -104,12 +104,24 @@ qint64 GapJob::nextTimeoutMs(qint64 nowMs) const
     return std::max<qint64>(0, m_resumeMs - nowMs);
 }
 
-SinkJob::SinkJob(qint64 count)
+SinkJob::SinkJob(qint64 count, qint64 nowMs)
     : m_count(count)
+    , m_lastMs(nowMs)
 {}
 
-qsizetype SinkJob::swallow(QByteArrayView bytes)
+void SinkJob::produce(QByteArray* /*output*/, qsizetype /*room*/, qint64 nowMs)
 {
+    m_silent = nowMs - m_lastMs >= silenceMs;
+}
+
+qint64 SinkJob::nextTimeoutMs(qint64 nowMs) const
+{
+    return std::max<qint64>(0, m_lastMs + silenceMs - nowMs);
+}
+
+qsizetype SinkJob::swallow(QByteArrayView bytes, qint64 nowMs)
+{
+    m_lastMs = nowMs;
     const auto taken = qMin<qint64>(bytes.size(), m_count - m_taken);
     m_crc = crc32(m_crc, bytes.first(taken));
     m_taken += taken;

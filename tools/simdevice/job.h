@@ -19,7 +19,7 @@ public:
     virtual void produce(QByteArray* output, qsizetype room, qint64 nowMs);
 
     /// Takes payload bytes from the front and returns their number. Only called when swallows().
-    virtual qsizetype swallow(QByteArrayView bytes);
+    virtual qsizetype swallow(QByteArrayView bytes, qint64 nowMs);
     virtual bool swallows() const { return false; }
 
     /// Commands are still read while it runs, to end it with "AT+STOP".
@@ -53,7 +53,7 @@ private:
 /// "AT+FLOOD": numbered text lines at a steady rate, rate times seconds bytes in all.
 ///
 /// Credit grows with time and is spent by whole lines (the last one is cut so that the total is
-/// exact). Credit is capped at `burstMs` worth of bytes or one line: after a pause in which the
+/// exact). Credit is capped at `burstMs` worth of bytes plus a line: after a pause in which the
 /// reader was slow, the flood goes on at its rate instead of making up for lost time. So no span of
 /// t milliseconds carries more than rate * t / 1000 bytes plus that cap.
 class FloodJob final : public Job
@@ -101,20 +101,27 @@ private:
     int m_step = 0;
 };
 
-/// "AT+SINK": swallows `count` bytes and reports their number and CRC-32.
+/// "AT+SINK": swallows `count` bytes and reports their number and CRC-32. Ends early, with the
+/// smaller number, when nothing has come for `silenceMs`: the way out for who asked for too many.
 class SinkJob final : public Job
 {
 public:
-    explicit SinkJob(qint64 count);
+    static constexpr qint64 silenceMs = 30'000;
 
-    qsizetype swallow(QByteArrayView bytes) override;
+    SinkJob(qint64 count, qint64 nowMs);
+
+    void produce(QByteArray* output, qsizetype room, qint64 nowMs) override;
+    qsizetype swallow(QByteArrayView bytes, qint64 nowMs) override;
     bool swallows() const override { return true; }
-    bool done() const override { return m_taken == m_count; }
+    bool done() const override { return m_taken == m_count || m_silent; }
+    qint64 nextTimeoutMs(qint64 nowMs) const override;
     QByteArray summary() const override;
 
 private:
     const qint64 m_count;
     qint64 m_taken = 0;
+    qint64 m_lastMs;
+    bool m_silent = false;
     quint32 m_crc = 0;
 };
 

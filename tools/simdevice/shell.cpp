@@ -89,7 +89,7 @@ qsizetype Shell::feed(QByteArrayView bytes, qint64 nowMs)
             // The LF of the command's own CR LF is no payload, even when it arrives later.
             const bool ownLineFeed = m_editor.expectsLineFeed() && bytes[taken] == '\n';
             m_editor.lineFeedSkipped();
-            taken += ownLineFeed ? 1 : m_job->swallow(bytes.sliced(taken));
+            taken += ownLineFeed ? 1 : m_job->swallow(bytes.sliced(taken), nowMs);
             finishJob();
         } else if (m_job == nullptr || m_job->listens()) {
             feedLine(bytes[taken++], nowMs);
@@ -125,7 +125,7 @@ void Shell::execute(const QByteArray& line, qint64 nowMs)
         return;
     }
     const auto equals = line.indexOf('=');
-    const auto name = line.left(equals).trimmed().toUpper();
+    const auto name = (equals < 0 ? line : line.left(equals)).trimmed().toUpper();
     const auto command = std::find_if(commands.begin(), commands.end(),
         [&name](const Command& candidate) { return name == candidate.name; });
     if (command == commands.end()) {
@@ -154,7 +154,7 @@ void Shell::advance(qint64 nowMs, qsizetype unread)
 {
     if (m_job == nullptr) {
         advanceSensor(nowMs, unread);
-    } else if (roomForData() > 0) {
+    } else if (hasRoomForJob()) {
         m_job->produce(&m_output, roomForData(), nowMs);
         finishJob();
     }
@@ -195,7 +195,7 @@ void Shell::advanceSensor(qint64 nowMs, qsizetype unread)
 qint64 Shell::nextTimeoutMs(qint64 nowMs) const
 {
     if (m_job != nullptr) {
-        return roomForData() > 0 ? m_job->nextTimeoutMs(nowMs) : -1;
+        return hasRoomForJob() ? m_job->nextTimeoutMs(nowMs) : -1;
     }
     return m_options.sensor ? std::max<qint64>(0, m_nextSensorMs - nowMs) : -1;
 }
@@ -308,14 +308,14 @@ bool Shell::gap(const Arguments& arguments, qint64 nowMs)
     return true;
 }
 
-bool Shell::sink(const Arguments& arguments, qint64 /*nowMs*/)
+bool Shell::sink(const Arguments& arguments, qint64 nowMs)
 {
     const auto count = number(arguments, 0, 1, maxSink);
     if (!count || arguments.size() != 1) {
         return false;
     }
     reply("+SINK: ready");
-    m_job = std::make_unique<SinkJob>(*count);
+    m_job = std::make_unique<SinkJob>(*count, nowMs);
     return true;
 }
 

@@ -69,9 +69,10 @@ private:
     struct Command;
     static const std::array<Command, 14> commands;
 
-    /// Jobs and sensor leave the reserve free, so that a command is answered even while they wait.
-    qsizetype roomForData() const { return outputCapacity - replyReserve - m_output.size(); }
+    /// Jobs and sensor leave twice the reserve free: commands are answered even while they wait.
+    qsizetype roomForData() const { return outputCapacity - 2 * replyReserve - m_output.size(); }
     bool hasRoomForReply() const { return outputCapacity - m_output.size() >= replyReserve; }
+    bool hasRoomForJob() const { return roomForData() >= FloodJob::lineLength; }
     void feedLine(char byte, qint64 nowMs);
     void execute(const QByteArray& line, qint64 nowMs);
     void reply(const QByteArray& text);
