@@ -16,8 +16,8 @@ void HostResolver::lookUp(const QString& host)
 {
     if (m_running.contains(host))
         return;
-    const int id = QHostInfo::lookupHost(
-        host, this, [this, host](const QHostInfo& info) { finish(host, info); });
+    // By name, since Qt 6.4 leaks a functor whose lookup is aborted or whose receiver goes.
+    const int id = QHostInfo::lookupHost(host, this, SLOT(finish(QHostInfo)));
     m_running.insert(host, id);
 }
 
@@ -29,13 +29,12 @@ void HostResolver::reset()
     m_known.clear();
 }
 
-void HostResolver::finish(const QString& host, const QHostInfo& info)
+void HostResolver::finish(const QHostInfo& info)
 {
     // An aborted lookup may have posted its result already.
-    const auto running = m_running.constFind(host);
-    if (running == m_running.cend() || *running != info.lookupId())
+    const QString host = m_running.key(info.lookupId());
+    if (m_running.remove(host) == 0)
         return;
-    m_running.erase(running);
 
     const QList<QHostAddress> addresses = info.addresses();
     const auto found = std::find_if(addresses.cbegin(), addresses.cend(),

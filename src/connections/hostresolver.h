@@ -32,9 +32,10 @@ Q_SIGNALS:
     void resolved(const QString& host, const QHostAddress& address);
     void failed(const QString& host, const QString& reason);
 
-private:
-    void finish(const QString& host, const QHostInfo& info);
+private Q_SLOTS:
+    void finish(const QHostInfo& info);
 
+private:
     QHash<QString, QHostAddress> m_known;
     QHash<QString, int> m_running; // lookup identifiers
 };

@@ -89,7 +89,5 @@ private Q_SLOTS:
     }
 };
 
-Q_DECLARE_METATYPE(SerialDeviceFacts)
-
 QTEST_GUILESS_MAIN(TestSerialOpenAdvice)
 #include "tst_serialopenadvice.moc"
