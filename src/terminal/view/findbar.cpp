@@ -72,8 +72,10 @@ void FindBar::build()
     next_ = makeButton(this, {}, tr("Next match (Enter)"), tr("Next match"));
     next_->setArrowType(Qt::DownArrow);
     matchCase_ = makeButton(this, u"Aa"_s, tr("Match case"), tr("Match case"));
+    matchCase_->setObjectName(u"matchCase"_s);
     matchCase_->setCheckable(true);
     expression_ = makeButton(this, u".*"_s, tr("Regular expression"), tr("Regular expression"));
+    expression_->setObjectName(u"expression"_s);
     expression_->setCheckable(true);
     close_ = makeButton(this, {}, tr("Close (Esc)"), tr("Close find bar"));
     close_->setIcon(style()->standardIcon(QStyle::SP_TitleBarCloseButton));

@@ -27,19 +27,57 @@ ReceiveEdit::ReceiveEdit(std::function<QString()> selectedText, QWidget* parent)
     setAcceptDrops(false);
     // A device's line breaks anywhere, as it would on a terminal.
     setWordWrapMode(QTextOption::WrapAnywhere);
-    // The selection's start stays where the reader put it when text arrives behind it.
-    QTextCursor cursor = textCursor();
-    cursor.setKeepPositionOnInsert(true);
+}
+
+void ReceiveEdit::append(const QString& rows, const QTextCharFormat& format)
+{
+    const QTextCursor selection = textCursor();
+    const int from = selection.anchor();
+    const int to = selection.position();
+    QTextCursor cursor(document());
+    cursor.movePosition(QTextCursor::End);
+    const bool touches = selection.hasSelection() && std::max(from, to) == cursor.position();
+    cursor.beginEditBlock();
+    cursor.insertText(rows, format);
+    cursor.endEditBlock();
+    // A selection up to the end would take the new text in.
+    if (touches)
+        select(from, to);
+}
+
+void ReceiveEdit::removeFront(int count)
+{
+    const Place before = place();
+    // Placed, not walked: moving over half of a full display takes seconds.
+    QTextCursor cursor(document());
+    cursor.setPosition(count, QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    restore({before.atBottom, std::max(0, before.character - count)});
+}
+
+void ReceiveEdit::select(int from, int to)
+{
+    const Place before = place();
+    QTextCursor cursor(document());
+    cursor.setPosition(from);
+    cursor.setPosition(to, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
+    restore(before);
 }
 
 bool ReceiveEdit::isAtBottom() const
 {
+    if (!isVisible())
+        return bottomWhenShown_;
     return verticalScrollBar()->value() >= verticalScrollBar()->maximum();
 }
 
 void ReceiveEdit::scrollToBottom()
 {
+    if (!isVisible()) {
+        bottomWhenShown_ = true;
+        return;
+    }
     // Rows are laid out when they come into sight, which may add some below.
     constexpr int attempts = 4;
     for (int i = 0; i < attempts; ++i) {
@@ -60,6 +98,8 @@ void ReceiveEdit::restore(const Place& place)
         scrollToBottom();
         return;
     }
+    if (!isVisible())
+        bottomWhenShown_ = false;
     const QTextBlock block = document()->findBlock(place.character);
     (void)blockBoundingRect(block); // lays the block out
     const QTextLine line = block.layout()->lineForTextPosition(place.character - block.position());
@@ -71,7 +111,7 @@ void ReceiveEdit::scrollToCharacter(int character, int length)
 {
     const QTextCursor start = cursorAt(character);
     const QTextCursor end = cursorAt(character + length);
-    if (!isInSight(cursorRect(start).united(cursorRect(end)))) {
+    if (!isInSight(start) || !isInSight(end)) {
         restore({false, character});
         const int rows = viewport()->height() / std::max(1, fontMetrics().lineSpacing());
         verticalScrollBar()->setValue(verticalScrollBar()->value() - rows / 2);
@@ -85,8 +125,12 @@ void ReceiveEdit::scrollToCharacter(int character, int length)
         bar->setValue(bar->value() + area.right() - viewport()->width() + margin);
 }
 
-bool ReceiveEdit::isInSight(const QRect& area) const
+bool ReceiveEdit::isInSight(const QTextCursor& cursor) const
 {
+    // The rectangle says nothing about blocks above the first visible one.
+    if (cursor.blockNumber() < firstVisibleBlock().blockNumber())
+        return false;
+    const QRect area = cursorRect(cursor);
     return area.top() >= 0 && area.bottom() <= viewport()->height();
 }
 
@@ -116,7 +160,7 @@ int ReceiveEdit::lastVisibleCharacter() const
 void ReceiveEdit::extendSelection(QTextCursor::MoveOperation operation)
 {
     QTextCursor cursor = textCursor();
-    if (!cursor.hasSelection() && !isInSight(cursorRect(cursor))) {
+    if (!cursor.hasSelection() && !isInSight(cursor)) {
         const int start = isAtBottom() ? document()->characterCount() - 1 : place().character;
         cursor.setPosition(start);
     }
@@ -158,6 +202,27 @@ void ReceiveEdit::resizeEvent(QResizeEvent* event)
     QPlainTextEdit::resizeEvent(event);
     restore(before);
     Q_EMIT resized();
+}
+
+void ReceiveEdit::changeEvent(QEvent* event)
+{
+    QPlainTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        Q_EMIT paletteChanged();
+}
+
+void ReceiveEdit::showEvent(QShowEvent* event)
+{
+    QPlainTextEdit::showEvent(event);
+    if (bottomWhenShown_)
+        scrollToBottom();
+}
+
+void ReceiveEdit::hideEvent(QHideEvent* event)
+{
+    const QScrollBar* bar = verticalScrollBar();
+    bottomWhenShown_ = bar->value() >= bar->maximum();
+    QPlainTextEdit::hideEvent(event);
 }
 
 void ReceiveEdit::wheelEvent(QWheelEvent* event)

@@ -21,6 +21,13 @@ public:
     // `selectedText` gives the text of a selection that is dragged out of the view.
     ReceiveEdit(std::function<QString()> selectedText, QWidget* parent);
 
+    // Adds text at the end, in one step; scrolls nothing and leaves the selection as it is.
+    void append(const QString& rows, const QTextCharFormat& format);
+    // Removes characters at the front and keeps the place as far as it is left.
+    void removeFront(int count);
+    // Selects without scrolling.
+    void select(int from, int to);
+
     [[nodiscard]] bool isAtBottom() const;
     void scrollToBottom();
     [[nodiscard]] Place place() const;
@@ -45,9 +52,13 @@ Q_SIGNALS:
     void menuRequested(const QPoint& globalPosition);
     void middleClicked();
     void resized();
+    void paletteChanged();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
@@ -56,9 +67,11 @@ protected:
 
 private:
     [[nodiscard]] QTextCursor cursorAt(int character) const;
-    [[nodiscard]] bool isInSight(const QRect& area) const;
+    [[nodiscard]] bool isInSight(const QTextCursor& cursor) const;
 
     std::function<QString()> selectedText_;
     int wheelAngle_ = 0;
     bool inputMark_ = true;
+    // The scroll bar's range means something else while the view is hidden (behind another tab).
+    bool bottomWhenShown_ = true;
 };

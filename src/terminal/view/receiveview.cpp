@@ -78,6 +78,9 @@ void ReceiveView::connectEdit()
         if (clipboard->supportsSelection())
             pasteText(clipboard->text(QClipboard::Selection));
     });
+    connect(edit_, &ReceiveEdit::paletteChanged, this, [this] {
+        colors_->setBackground(edit_->palette().color(QPalette::Active, QPalette::Base));
+    });
     connect(edit_, &QPlainTextEdit::selectionChanged, this, &ReceiveView::selectionChanged);
     connect(edit_, &ReceiveEdit::resized, this, &ReceiveView::visibleRangeChanged);
     connect(edit_->verticalScrollBar(), &QScrollBar::valueChanged, this,
@@ -105,11 +108,7 @@ void ReceiveView::insertAtEnd(const QString& text, const std::optional<QColor>& 
 {
     const qint64 rowLength = edit_->document()->lastBlock().length() - 1;
     const QString rows = breaks_.fold(withoutDocumentMarks(text), endPosition(), rowLength);
-    QTextCursor cursor(edit_->document());
-    cursor.movePosition(QTextCursor::End);
-    cursor.beginEditBlock();
-    cursor.insertText(rows, colors_->formatFor(color));
-    cursor.endEditBlock();
+    edit_->append(rows, colors_->formatFor(color));
 }
 
 void ReceiveView::trimFront(qint64 characters)
@@ -128,17 +127,9 @@ void ReceiveView::removeUpTo(qint64 end)
     if (end <= removed_)
         return;
     Q_EMIT frontAboutToBeRemoved(end);
-    ReceiveEdit::Place place = edit_->place();
-    const auto count = static_cast<int>(breaks_.startInDocument(end));
-    // Placed, not walked: moving over half of a full display takes seconds.
-    QTextCursor cursor(edit_->document());
-    cursor.setPosition(0);
-    cursor.setPosition(count, QTextCursor::KeepAnchor);
-    cursor.removeSelectedText();
+    edit_->removeFront(static_cast<int>(breaks_.startInDocument(end)));
     breaks_.removeUpTo(end);
     removed_ = end;
-    place.character = std::max(0, place.character - count);
-    edit_->restore(place);
     Q_EMIT frontRemoved();
     Q_EMIT visibleRangeChanged();
 }
@@ -190,20 +181,13 @@ QString ReceiveView::selectedText() const
 
 void ReceiveView::selectAll()
 {
-    QTextCursor cursor = edit_->textCursor();
-    cursor.select(QTextCursor::Document);
-    const ReceiveEdit::Place place = edit_->place();
-    edit_->setTextCursor(cursor);
-    edit_->restore(place);
+    edit_->select(0, edit_->document()->characterCount() - 1);
 }
 
 void ReceiveView::clearSelection()
 {
-    QTextCursor cursor = edit_->textCursor();
-    cursor.clearSelection();
-    const ReceiveEdit::Place place = edit_->place();
-    edit_->setTextCursor(cursor);
-    edit_->restore(place);
+    const int character = edit_->textCursor().position();
+    edit_->select(character, character);
 }
 
 void ReceiveView::copy()
@@ -334,11 +318,4 @@ void ReceiveView::openMenu(const QPoint& globalPosition)
 void ReceiveView::keyPressEvent(QKeyEvent* event)
 {
     event->setAccepted(keyboard_->press(*event));
-}
-
-void ReceiveView::changeEvent(QEvent* event)
-{
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && colors_ != nullptr)
-        colors_->setBackground(edit_->palette().color(QPalette::Active, QPalette::Base));
 }

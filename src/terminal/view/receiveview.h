@@ -120,7 +120,6 @@ Q_SIGNALS:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
 private:
     void insertAtEnd(const QString& text, const std::optional<QColor>& color);

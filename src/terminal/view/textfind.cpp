@@ -41,7 +41,6 @@ void TextFind::setPattern(const TextPattern& pattern, qint64 from)
     error_.clear();
     current_.reset();
     wanted_ = from;
-    choosing_ = true;
     restartAt(source_.firstPosition());
     if (!pattern.text.isEmpty()) {
         matcher_.emplace(pattern);
@@ -49,7 +48,8 @@ void TextFind::setPattern(const TextPattern& pattern, qint64 from)
         if (!error_.isEmpty())
             matcher_.reset();
     }
-    if (hasWork())
+    choosing_ = hasWork();
+    if (choosing_)
         timer_.start();
     else
         timer_.stop();

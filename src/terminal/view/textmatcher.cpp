@@ -37,10 +37,13 @@ bool TextMatcher::findInLine(
     // The caller hands over well-formed text, so that the check of the whole line is not needed.
     auto found = expression_.globalMatch(line, from, QRegularExpression::NormalMatch,
         QRegularExpression::DontCheckSubjectStringMatchOption);
+    bool emptyAtEnd = false;
     while (found.hasNext()) {
         const QRegularExpressionMatch match = found.next();
         if (match.capturedLength() > 0)
             matches.append({base + match.capturedStart(), match.capturedLength()});
+        emptyAtEnd = match.capturedLength() == 0 && match.capturedEnd() == line.size();
     }
-    return found.isValid();
+    // Past an empty match at the very end the iterator is invalid without anything being wrong.
+    return found.isValid() || emptyAtEnd;
 }
