@@ -1,0 +1,36 @@
+#include "app/interfacelanguage.h"
+
+#include <QDebug>
+#include <QLocale>
+#include <QSettings>
+#include <QTranslator>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace InterfaceLanguage {
+
+namespace {
+
+constexpr auto languageKey = "ValueL"_L1;
+
+} // namespace
+
+bool wantsChinese(int choice, const QString& systemLocale)
+{
+    return choice == static_cast<int>(Choice::Chinese)
+           || (choice == static_cast<int>(Choice::System) && systemLocale == "zh_CN"_L1);
+}
+
+void load(QTranslator& translator, const QSettings& store)
+{
+    const int choice = store.value(languageKey, static_cast<int>(Choice::System)).toInt();
+    if (wantsChinese(choice, QLocale::system().name()) && !translator.load(u":/i18n/zh_CN"_s))
+        qWarning("load language zh_CN failed!");
+}
+
+void choose(QSettings& store, Choice choice)
+{
+    store.setValue(languageKey, static_cast<int>(choice));
+}
+
+} // namespace InterfaceLanguage

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "app/actiontable.h"
+
+#include <QHash>
+#include <QObject>
+
+class QAction;
+class QMenuBar;
+class QToolBar;
+
+// The main window's actions, made from the table, and their places in menu bar and toolbar. Knows
+// what an action is called, not what it does. An action whose function does not exist yet is
+// disabled and says why in its tool tip.
+class MainActions final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(MainActions)
+
+public:
+    explicit MainActions(QObject* parent);
+
+    // The action of that object name; naming one that the table lacks is a fault of the program.
+    [[nodiscard]] QAction* action(QLatin1StringView name) const;
+
+    void fillMenuBar(QMenuBar& bar) const;
+    void fillToolBar(QToolBar& bar) const;
+
+    // Start, pause and stop as the connection allows them.
+    void setConnectionState(bool running, bool paused, bool active) const;
+    // The quick settings action names what triggering it does.
+    void setQuickSettingsShown(bool shown) const;
+
+private:
+    [[nodiscard]] QAction* makeAction(const ActionRow& row);
+
+    QHash<QString, QAction*> m_actions;
+};

@@ -1,0 +1,118 @@
+#include "app/mainstatusbar.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLocale>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int spacing = 8;
+
+QLabel* makeLabel(const QString& name, const QString& accessibleName, QWidget* parent)
+{
+    auto* label = new QLabel(parent);
+    label->setObjectName(name);
+    label->setAccessibleName(accessibleName);
+    label->setTextFormat(Qt::PlainText);
+    return label;
+}
+
+// Setting the same text again would still cost a layout of the bar.
+void setTextIfChanged(QLabel* label, const QString& text)
+{
+    if (label->text() != text)
+        label->setText(text);
+}
+
+QString rateText(const QLocale& locale, qint64 bytesPerSecond)
+{
+    return locale.formattedDataSize(
+               bytesPerSecond, bytesPerSecond < 1000 ? 0 : 1, QLocale::DataSizeSIFormat)
+           + "/s"_L1;
+}
+
+} // namespace
+
+MainStatusBar::MainStatusBar(QWidget* parent)
+    : QStatusBar(parent)
+    , m_lamp(new StateLamp(this))
+    , m_state(makeLabel(u"statusState"_s, tr("Connection state"), this))
+    , m_summary(makeLabel(u"statusSummary"_s, tr("Port and line settings"), this))
+    , m_notice(makeLabel(u"statusNotice"_s, tr("Message"), this))
+    , m_error(makeLabel(u"statusError"_s, tr("Error"), this))
+    , m_received(makeLabel(u"statusReceived"_s, tr("Received bytes and rate"), this))
+    , m_sent(makeLabel(u"statusSent"_s, tr("Sent bytes and rate"), this))
+{
+    setObjectName("statusBar"_L1);
+    QFont bold = m_error->font();
+    bold.setBold(true);
+    m_error->setFont(bold);
+    // Long messages of the system must not widen the window.
+    for (QLabel* label : {m_notice, m_error})
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_error->hide();
+
+    auto* left = new QWidget(this);
+    auto* layout = new QHBoxLayout(left);
+    layout->setContentsMargins(spacing, 0, 0, 0);
+    layout->setSpacing(spacing);
+    for (QWidget* widget : {static_cast<QWidget*>(m_lamp), static_cast<QWidget*>(m_state),
+             static_cast<QWidget*>(m_summary)})
+        layout->addWidget(widget);
+    layout->addWidget(m_error, 1);
+    layout->addWidget(m_notice, 1);
+    addWidget(left, 1);
+    for (QLabel* label : {m_received, m_sent}) {
+        label->setContentsMargins(spacing, 0, spacing, 0);
+        addPermanentWidget(label);
+    }
+
+    m_errorTimer.setObjectName("errorTimer"_L1);
+    m_errorTimer.setSingleShot(true);
+    m_errorTimer.setInterval(errorMs);
+    connect(&m_errorTimer, &QTimer::timeout, this, &MainStatusBar::clearError);
+    m_noticeTimer.setSingleShot(true);
+    connect(&m_noticeTimer, &QTimer::timeout, m_notice, &QLabel::clear);
+}
+
+void MainStatusBar::showPort(const PortStatus& status, qint64 nowMs)
+{
+    m_lamp->setState(status.state);
+    setTextIfChanged(m_state, status.stateText);
+    setTextIfChanged(m_summary, status.summary);
+    const QLocale locale;
+    setTextIfChanged(
+        m_received, tr("RX %1 B (%2)")
+                        .arg(locale.toString(status.received),
+                            rateText(locale, m_receivedRate.sample(status.received, nowMs))));
+    setTextIfChanged(m_sent, tr("TX %1 B (%2)")
+                                 .arg(locale.toString(status.sent),
+                                     rateText(locale, m_sentRate.sample(status.sent, nowMs))));
+}
+
+void MainStatusBar::showError(const QString& text, const QString& reason)
+{
+    m_error->setText(text);
+    m_error->setToolTip(reason);
+    m_error->show();
+    m_errorTimer.start();
+}
+
+void MainStatusBar::showNotice(const QString& text, int timeoutMs)
+{
+    m_notice->setText(text);
+    m_notice->setToolTip(text);
+    if (timeoutMs > 0)
+        m_noticeTimer.start(timeoutMs);
+    else
+        m_noticeTimer.stop();
+}
+
+void MainStatusBar::clearError()
+{
+    m_error->clear();
+    m_error->setToolTip({});
+    m_error->hide();
+}

@@ -1,0 +1,86 @@
+#include "app/portgrid.h"
+
+#include <QSplitter>
+#include <QVBoxLayout>
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+PortGrid::PortGrid(QWidget* parent)
+    : QWidget(parent)
+    , m_outer(makeSplitter(Qt::Vertical, u"portSplitter"_s))
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_outer);
+}
+
+int PortGrid::columnsFor(qsizetype panes, int wantedColumns)
+{
+    return std::max(std::min(wantedColumns, static_cast<int>(panes)), 1);
+}
+
+int PortGrid::rowsFor(qsizetype panes, int wantedColumns)
+{
+    const int columns = columnsFor(panes, wantedColumns);
+    return (static_cast<int>(panes) + columns - 1) / columns;
+}
+
+void PortGrid::rebuild(const QList<QWidget*>& panes, int wantedColumns)
+{
+    const int columns = columnsFor(panes.size(), wantedColumns);
+    const QSize shape(columns, rowsFor(panes.size(), wantedColumns));
+    for (int i = 0; i < panes.size(); ++i) {
+        QSplitter* row = rowSplitter(i / columns);
+        QWidget* pane = panes.at(i);
+        if (row->indexOf(pane) != i % columns)
+            row->insertWidget(i % columns, pane);
+        row->setCollapsible(i % columns, false);
+        pane->show();
+    }
+    for (int row = 0; row < m_rows.size(); ++row)
+        m_rows.at(row)->setVisible(row < shape.height());
+    if (shape != m_shape)
+        forgetSizes();
+    m_shape = shape;
+    restoreSizes();
+}
+
+void PortGrid::forgetSizes()
+{
+    m_sizes.clear();
+}
+
+QSplitter* PortGrid::rowSplitter(int row)
+{
+    while (m_rows.size() <= row) {
+        QSplitter* splitter =
+            makeSplitter(Qt::Horizontal, u"portRowSplitter%1"_s.arg(m_rows.size()));
+        m_outer->addWidget(splitter);
+        m_rows.append(splitter);
+    }
+    return m_rows.at(row);
+}
+
+QSplitter* PortGrid::makeSplitter(Qt::Orientation orientation, const QString& name)
+{
+    auto* splitter = new QSplitter(orientation, this);
+    splitter->setObjectName(name);
+    splitter->setChildrenCollapsible(false);
+    splitter->setHandleWidth(handleWidth);
+    connect(splitter, &QSplitter::splitterMoved, this, &PortGrid::captureSizes);
+    return splitter;
+}
+
+void PortGrid::captureSizes()
+{
+    m_sizes[m_outer] = m_outer->sizes();
+    for (QSplitter* row : m_rows)
+        m_sizes[row] = row->sizes();
+}
+
+void PortGrid::restoreSizes()
+{
+    for (const auto& [splitter, sizes] : m_sizes)
+        splitter->setSizes(sizes);
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QList>
+#include <QWidget>
+#include <map>
+
+class QSplitter;
+
+// The panes' places in the main window: rows of one vertical splitter ("portSplitter"), each a
+// horizontal splitter ("portRowSplitter0", ...). Takes any widgets and owns them through their
+// parent. Sizes that were dragged by hand survive a rebuild of the same shape.
+class PortGrid final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PortGrid)
+
+public:
+    explicit PortGrid(QWidget* parent = nullptr);
+
+    // Columns actually used: never more than there are panes, never less than one.
+    [[nodiscard]] static int columnsFor(qsizetype panes, int wantedColumns);
+    [[nodiscard]] static int rowsFor(qsizetype panes, int wantedColumns);
+
+    // Puts pane i into row i / columns at position i mod columns and shows it.
+    void rebuild(const QList<QWidget*>& panes, int wantedColumns);
+    void forgetSizes();
+
+private:
+    [[nodiscard]] QSplitter* rowSplitter(int row);
+    [[nodiscard]] QSplitter* makeSplitter(Qt::Orientation orientation, const QString& name);
+    void captureSizes();
+    void restoreSizes();
+
+    static constexpr int handleWidth = 8;
+
+    QSplitter* m_outer;
+    QList<QSplitter*> m_rows; // kept when not needed, at most one per pane slot
+    QSize m_shape;            // columns x rows of the last build
+    std::map<QSplitter*, QList<int>> m_sizes;
+};

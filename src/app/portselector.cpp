@@ -1,0 +1,77 @@
+#include "app/portselector.h"
+
+#include <QAbstractItemView>
+#include <QSignalBlocker>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int minimumCharacters = 24;
+
+QString portText(const SerialPortDescription& port)
+{
+    return port.description.isEmpty() ? port.portName
+                                      : QString(port.portName + " ("_L1 + port.description + u')');
+}
+
+QString portToolTip(const SerialPortDescription& port)
+{
+    QStringList lines;
+    for (const QString& text : {port.systemLocation, port.manufacturer, port.serialNumber}) {
+        if (!text.isEmpty())
+            lines.append(text);
+    }
+    return lines.join(u'\n');
+}
+
+} // namespace
+
+PortSelector::PortSelector(QWidget* parent)
+    : QComboBox(parent)
+{
+    setObjectName("quickPortCombo"_L1);
+    setAccessibleName(tr("Serial port of the first pane"));
+    setToolTip(tr("Open another serial port in the first pane"));
+    setPlaceholderText(tr("No serial port"));
+    setMinimumContentsLength(minimumCharacters);
+    setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    connect(this, &QComboBox::activated, this,
+        [this](int index) { Q_EMIT portChosen(itemData(index).toString()); });
+}
+
+void PortSelector::setPorts(const QList<SerialPortDescription>& ports)
+{
+    m_ports = ports;
+    repopulate();
+}
+
+void PortSelector::setCurrentPort(const QString& portName)
+{
+    if (portName == m_current && currentData().toString() == portName)
+        return;
+    m_current = portName;
+    repopulate();
+}
+
+void PortSelector::hidePopup()
+{
+    QComboBox::hidePopup();
+    // The choice that closes the list is read from it after this.
+    QMetaObject::invokeMethod(this, &PortSelector::repopulate, Qt::QueuedConnection);
+}
+
+void PortSelector::repopulate()
+{
+    if (view()->isVisible())
+        return;
+    const QSignalBlocker blocker(this);
+    clear();
+    for (const SerialPortDescription& port : std::as_const(m_ports)) {
+        addItem(portText(port), port.portName);
+        setItemData(count() - 1, portToolTip(port), Qt::ToolTipRole);
+    }
+    if (!m_current.isEmpty() && findData(m_current) < 0)
+        addItem(m_current, m_current);
+    setCurrentIndex(findData(m_current));
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QtGlobal>
+#include <array>
+
+// Bytes per second of a growing counter over about the last second. Fed with the counter's value
+// and monotonic milliseconds on every refresh; keeps at most `maxSamples` of them.
+class RateMeter final
+{
+public:
+    static constexpr qint64 windowMs = 1000;
+    static constexpr int maxSamples = 16;
+
+    // The rate after this sample. A counter that went back (cleared) starts the measurement anew.
+    [[nodiscard]] qint64 sample(qint64 total, qint64 nowMs);
+
+private:
+    struct Sample
+    {
+        qint64 total = 0;
+        qint64 ms = 0;
+    };
+
+    void dropFront();
+
+    std::array<Sample, maxSamples> m_samples; // oldest first
+    int m_count = 0;
+};

@@ -1,0 +1,451 @@
+#include "app/mainwindow.h"
+
+#include "app/fakecatalog.h"
+#include "app/mainstatusbar.h"
+#include "app/portselector.h"
+#include "app/settings/config.h"
+#include "support/nullmodem.h"
+#include "terminal/serialportwidget.h"
+
+#include <QAction>
+#include <QDesktopServices>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+
+using namespace Qt::Literals::StringLiterals;
+
+// The window with a machine whose ports the test chooses and a store of its own.
+class MainWindowTest final : public QObject
+{
+    Q_OBJECT
+
+public Q_SLOTS:
+    void openedUrl(const QUrl& url) { m_urls.append(url); }
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup() { m_window.reset(); }
+    void actions_data();
+    void actions();
+    void menus();
+    void unavailableActionsSayWhy();
+    void toolbar();
+    void portListFollowsTheMachine();
+    void portChoiceOpensTheFirstPane();
+    void failedStartShowsABox();
+    void failedQuietStartShowsInTheStatusBar();
+    void connectionActionsFollowTheState();
+    void everyPaneIsStoppedOnClose();
+    void settingsComeBack();
+    void lastConnectionComesBack();
+    void lastConnectionStaysClosed_data();
+    void lastConnectionStaysClosed();
+    void optionsAreWrittenAtOnce();
+    void languages();
+    void quickSettingsLabel();
+    void alwaysOnTop();
+    void helpPages();
+    void editsMarkTheWindow();
+    void noticesOfThePaneAreShown();
+
+private:
+    [[nodiscard]] MainWindow& open()
+    {
+        m_window = std::make_unique<MainWindow>(m_catalog);
+        m_window->show();
+        return *m_window;
+    }
+    [[nodiscard]] QAction* action(const char* name) const
+    {
+        return m_window->findChild<QAction*>(QLatin1StringView(name));
+    }
+    [[nodiscard]] QMessageBox* box() const { return m_window->findChild<QMessageBox*>(); }
+    [[nodiscard]] SerialPortWidget* pane() const
+    {
+        return m_window->livePortWidgets().constFirst();
+    }
+    [[nodiscard]] static QSettings store()
+    {
+        return QSettings(Config::organizationName(), Config::applicationName());
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    FakeCatalog m_catalog;
+    std::unique_ptr<MainWindow> m_window;
+    QList<QUrl> m_urls;
+};
+
+void MainWindowTest::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+}
+
+void MainWindowTest::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_dir->path());
+    m_catalog.list.clear();
+}
+
+void MainWindowTest::actions_data()
+{
+    QTest::addColumn<QString>("label");
+    QTest::addColumn<QString>("shortcut");
+    QTest::addColumn<bool>("ready");
+    const auto row = [](const char* name, const char* label, bool ready, const char* key = "") {
+        QTest::newRow(name) << QString::fromLatin1(label) << QString::fromLatin1(key) << ready;
+    };
+    row("acFileNew", "New...", false);
+    row("acFileOpen", "Open Settings...", false);
+    row("acFileSave", "Save Settings...", false, "Ctrl+S");
+    row("acFileSaveAs", "Save Settings As...", false);
+    row("acFileRecordDataLog", "Log Recording", false);
+    row("acFileViewCurrentDataLog", "View Current Data Log", false);
+    row("acFileOpenLogFolder", "Open Log Folder", false);
+    row("acFileExit", "Exit", true, "Ctrl+Q");
+    row("acMonStart", "Start", true, "F5");
+    row("acEditClear", "Clear All Displays", true, "Ctrl+L");
+    row("actionClearSendHistory", "Clear All Send Histories", true);
+    row("acEditAdd", "Add Port", false);
+    row("acEditRemove", "Remove Port", false);
+    row("acViewHorizontal", "Horizontal", false);
+    row("acViewVertical", "Vertical", false);
+    row("acViewGrid", "Grid", false);
+    row("acViewCustom", "Custom", false);
+    row("acViewQuickSettings", "Close Quick Settings", true);
+    row("acViewAlwaysTop", "Always On Top", true);
+    row("acControlOpen", "Auto Restore Last Connection", true);
+    row("acAutoReconnect", "Auto Reconnect", true);
+    row("actionNew_Connection", "New Connection", false);
+    row("acToolsSetting", "Settings...", false);
+    row("acToolCalc", "Toolbox...", false);
+    row("acToolsAscii", "ASCII Code...", false);
+    row("acToolsModbus", "Modbus Request Builder...", false);
+    row("acToolsBridge", "Bridges...", false);
+    row("acXferSend", "Send File...", false, "Ctrl+Shift+S");
+    row("acXferReceive", "Receive File...", false, "Ctrl+Shift+R");
+    row("acXferCancel", "Cancel Transfer", false);
+    row("acCloudConsole", "Cloud Console", false);
+    row("acCloudConsoleAllowSend", "Allow Remote Send", false);
+    row("acCloudConsoleAllowPortControl", "Allow Remote Port Control", false);
+    row("acCloudConsoleAllowRelay", "Allow Cloud Relay", false);
+    row("acAccountSignIn", "Sign In...", false);
+    row("acAccountMe", "My Account", false);
+    row("acAccountSyncNow", "Sync Now", false);
+    row("acAccountSyncSettings", "Sync Settings...", false);
+    row("acAccountSignOut", "Sign Out", false);
+    row("actionEnglish", "English", true);
+    row("actionChinese", "Chinese", true);
+    row("acHelpOnline", "Help", true);
+    row("acHelpHomepage", "Homepage", true);
+    row("actionAbout", "About", true);
+    row("acEditFind", "Find...", true, "Ctrl+F");
+}
+
+void MainWindowTest::actions()
+{
+    open();
+    const QAction* found = action(QTest::currentDataTag());
+    QVERIFY(found != nullptr);
+    QTEST(found->text(), "label");
+    QTEST(found->shortcut().toString(QKeySequence::PortableText), "shortcut");
+    QTEST(found->isEnabled(), "ready");
+    QVERIFY(!found->associatedObjects().isEmpty());
+}
+
+void MainWindowTest::menus()
+{
+    open();
+    QStringList titles;
+    for (const QAction* menu : m_window->menuBar()->actions())
+        titles.append(menu->text());
+    QCOMPARE(titles, u"&File &Connection &View &Tools Cl&oud Language &Help &Debug"_s.split(u' '));
+}
+
+void MainWindowTest::unavailableActionsSayWhy()
+{
+    open();
+    m_window->onUpdateDisplay();
+    int unavailable = 0;
+    for (const QAction* each : m_window->findChildren<QAction*>()) {
+        if (each->isEnabled() || each->objectName().startsWith("acMon"_L1)
+            || each->objectName() == "acEditPause"_L1 || !each->objectName().startsWith("ac"_L1))
+            continue;
+        ++unavailable;
+        QVERIFY2(each->toolTip().contains("not in this version"_L1, Qt::CaseInsensitive),
+            qPrintable(each->objectName()));
+    }
+    QVERIFY(unavailable > 20);
+}
+
+void MainWindowTest::toolbar()
+{
+    open();
+    const auto* bar = m_window->findChild<QToolBar*>();
+    QCOMPARE(bar->windowTitle(), "Main Toolbar"_L1);
+    for (const char* name : {"acMonStart", "acEditPause", "acMonStop", "acEditClear"}) {
+        QVERIFY2(bar->actions().contains(action(name)), name);
+        QVERIFY2(!action(name)->icon().isNull(), name);
+    }
+    QVERIFY(bar->findChild<PortSelector*>(u"quickPortCombo"_s) != nullptr);
+}
+
+void MainWindowTest::portListFollowsTheMachine()
+{
+    open();
+    auto* combo = m_window->findChild<PortSelector*>();
+    QCOMPARE(combo->count(), 0);
+    m_catalog.list = {{.portName = u"ttyUSB0"_s, .description = u"USB bridge"_s}};
+    QTest::ignoreMessage(QtDebugMsg, "Start to refresh port list...");
+    QTRY_COMPARE(combo->count(), 1); // the window's own timer
+    QCOMPARE(combo->itemText(0), "ttyUSB0 (USB bridge)"_L1);
+
+    action("acDebugHoldPortList")->trigger();
+    m_catalog.list.clear();
+    m_catalog.asked = 0;
+    m_window->onUpdateDisplay();
+    QCOMPARE(m_catalog.asked, 0);
+    QCOMPARE(combo->count(), 1);
+    action("acDebugHoldPortList")->trigger();
+    QTRY_COMPARE(combo->count(), 0);
+
+    Settings settings = pane()->settings();
+    settings.portName = u"/dev/serial/by-id/x"_s;
+    pane()->setSettings(settings);
+    m_window->onUpdateDisplay();
+    QCOMPARE(combo->currentText(), "/dev/serial/by-id/x"_L1);
+}
+
+void MainWindowTest::portChoiceOpensTheFirstPane()
+{
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    m_catalog.list = {{.portName = line.portA()}, {.portName = line.portB()}};
+    open();
+    m_window->changePort(line.portA());
+    QVERIFY(pane()->isOpen());
+    QCOMPARE(pane()->settings().portName, line.portA());
+    // The same port again leaves the connection alone.
+    int changes = 0;
+    connect(pane(), &SerialPortWidget::stateChanged, this, [&changes] { ++changes; });
+    m_window->changePort(line.portA());
+    QCOMPARE(changes, 0);
+    m_window->changePort(line.portB());
+    QVERIFY(pane()->isOpen());
+    QCOMPARE(pane()->settings().portName, line.portB());
+    m_window->onUpdateDisplay();
+    QCOMPARE(m_window->findChild<PortSelector*>()->currentData().toString(), line.portB());
+}
+
+void MainWindowTest::failedStartShowsABox()
+{
+    open();
+    QTest::ignoreMessage(QtWarningMsg, "Serial Port no-such-port OPEN FAILED");
+    m_window->start(u"no-such-port"_s, false);
+    QVERIFY(box() != nullptr);
+    QCOMPARE(box()->windowTitle(), "Velmora"_L1);
+    QCOMPARE(box()->text(), "Serial Port no-such-port OPEN FAILED"_L1);
+    QCOMPARE(box()->informativeText(), pane()->lastError());
+    QVERIFY(!box()->informativeText().isEmpty());
+    QVERIFY(m_window->findChild<QLabel*>(u"statusError"_s)->text().isEmpty());
+}
+
+void MainWindowTest::failedQuietStartShowsInTheStatusBar()
+{
+    open();
+    QTest::ignoreMessage(QtWarningMsg, "Serial Port no-such-port OPEN FAILED");
+    m_window->start(u"no-such-port"_s, true);
+    QVERIFY(box() == nullptr);
+    const auto* label = m_window->findChild<QLabel*>(u"statusError"_s);
+    QCOMPARE(label->text(), "Serial Port no-such-port OPEN FAILED"_L1);
+    QCOMPARE(label->toolTip(), pane()->lastError());
+}
+
+void MainWindowTest::connectionActionsFollowTheState()
+{
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    open();
+    const auto enabled = [this] {
+        m_window->onUpdateDisplay();
+        return QList<bool>{action("acMonStart")->isEnabled(), action("acEditPause")->isEnabled(),
+            action("acMonStop")->isEnabled()};
+    };
+    const auto state = [this] { return m_window->findChild<StateLamp*>()->state(); };
+    QCOMPARE(enabled(), (QList<bool>{true, false, false}));
+    QCOMPARE(state(), PortState::Closed);
+    m_window->start(line.portA(), false);
+    QCOMPARE(enabled(), (QList<bool>{false, true, true}));
+    QCOMPARE(state(), PortState::Open);
+    action("acEditPause")->trigger();
+    QCOMPARE(enabled(), (QList<bool>{true, false, true}));
+    QCOMPARE(state(), PortState::Paused);
+    action("acMonStart")->trigger();
+    QCOMPARE(enabled(), (QList<bool>{false, true, true}));
+    action("acMonStop")->trigger();
+    QCOMPARE(enabled(), (QList<bool>{true, false, false}));
+    QVERIFY(!pane()->isOpen());
+}
+
+void MainWindowTest::everyPaneIsStoppedOnClose()
+{
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    open();
+    m_window->start(line.portA(), false);
+    QVERIFY(pane()->isOpen());
+    action("acFileExit")->trigger();
+    QVERIFY(!pane()->isOpen());
+    QVERIFY(!m_window->isVisible());
+    QVERIFY(store().value("LastConnectionOpen"_L1).toBool());
+    m_window->resize(777, 555);
+    m_window->move(33, 44);
+    m_window.reset();
+    QCOMPARE(store().value("LAST_WINDOW_SIZE"_L1).toSize(), QSize(777, 555));
+    QCOMPARE(store().value("LAST_WINDOW_POSITION"_L1).toPoint(), QPoint(33, 44));
+}
+
+void MainWindowTest::settingsComeBack()
+{
+    open();
+    Settings settings = pane()->settings();
+    settings.portName = u"ttyUSB5"_s;
+    settings.baudRate = 57600;
+    settings.parity = 2;
+    settings.refreshTexts();
+    pane()->setSettings(settings);
+    FormatSetting format = pane()->formatSetting();
+    format.displayMsgTime = true;
+    format.sendList = {u"first"_s, u"second"_s};
+    pane()->setFormatSetting(format);
+    m_window->close();
+    QVERIFY(!store().value("LastConnectionOpen"_L1).toBool());
+
+    open();
+    QVERIFY(pane()->settings() == settings);
+    QVERIFY(pane()->formatSetting().displayMsgTime);
+    QCOMPARE(pane()->formatSetting().sendList, format.sendList);
+}
+
+void MainWindowTest::lastConnectionComesBack()
+{
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    m_catalog.list = {{.portName = line.portA()}};
+    store().setValue("LastPortName"_L1, line.portA());
+    store().setValue("LastConnectionOpen"_L1, true);
+    open();
+    QVERIFY(pane()->isOpen());
+    QCOMPARE(pane()->settings().portName, line.portA());
+}
+
+void MainWindowTest::lastConnectionStaysClosed_data()
+{
+    QTest::addColumn<bool>("restore");
+    QTest::addColumn<bool>("wasOpen");
+    QTest::addColumn<bool>("listed");
+    QTest::newRow("not wanted") << false << true << true;
+    QTest::newRow("was closed") << true << false << true;
+    QTest::newRow("port is gone") << true << true << false;
+}
+
+void MainWindowTest::lastConnectionStaysClosed()
+{
+    QFETCH(const bool, restore);
+    QFETCH(const bool, wasOpen);
+    QFETCH(const bool, listed);
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    if (listed)
+        m_catalog.list = {{.portName = line.portA()}};
+    store().setValue("LastPortName"_L1, line.portA());
+    store().setValue("LastConnectionOpen"_L1, wasOpen);
+    store().setValue("OpenLastConnection"_L1, restore);
+    open();
+    QVERIFY(!pane()->isOpen());
+    QVERIFY(m_window->findChild<QLabel*>(u"statusError"_s)->text().isEmpty());
+}
+
+void MainWindowTest::optionsAreWrittenAtOnce()
+{
+    open();
+    QVERIFY(action("acControlOpen")->isChecked());
+    QVERIFY(!action("acAutoReconnect")->isChecked());
+    action("acControlOpen")->trigger();
+    action("acAutoReconnect")->trigger();
+    QCOMPARE(store().value("OpenLastConnection"_L1), QVariant(false));
+    QCOMPARE(store().value("AutoReconnect"_L1), QVariant(true));
+    m_window->close();
+    open();
+    QVERIFY(!action("acControlOpen")->isChecked());
+    QVERIFY(action("acAutoReconnect")->isChecked());
+}
+
+void MainWindowTest::languages()
+{
+    open();
+    action("actionChinese")->trigger();
+    QCOMPARE(store().value("ValueL"_L1).toInt(), 1);
+    QVERIFY(box() != nullptr);
+    QCOMPARE(box()->text(), "The changes will take effect when the program is restarted."_L1);
+    QCOMPARE(box()->icon(), QMessageBox::Information);
+    action("actionEnglish")->trigger();
+    QCOMPARE(store().value("ValueL"_L1).toInt(), 2);
+}
+
+void MainWindowTest::quickSettingsLabel()
+{
+    open();
+    action("acViewQuickSettings")->trigger();
+    QCOMPARE(action("acViewQuickSettings")->text(), "Open Quick Settings"_L1);
+    action("acViewQuickSettings")->trigger();
+    QCOMPARE(action("acViewQuickSettings")->text(), "Close Quick Settings"_L1);
+}
+
+void MainWindowTest::alwaysOnTop()
+{
+    open();
+    action("acViewAlwaysTop")->trigger();
+    QVERIFY(m_window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    QVERIFY(m_window->isVisible());
+    action("acViewAlwaysTop")->trigger();
+    QVERIFY(!m_window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+}
+
+void MainWindowTest::helpPages()
+{
+    open();
+    QDesktopServices::setUrlHandler(u"https"_s, this, "openedUrl");
+    action("acHelpOnline")->trigger();
+    action("acHelpHomepage")->trigger();
+    QDesktopServices::unsetUrlHandler(u"https"_s);
+    QCOMPARE(m_urls, (QList<QUrl>{QUrl(Config::helpUrl()), QUrl(Config::homepageUrl())}));
+    action("actionAbout")->trigger();
+    QVERIFY(box()->text().startsWith("Velmora"_L1));
+}
+
+void MainWindowTest::editsMarkTheWindow()
+{
+    open();
+    QVERIFY(!m_window->isWindowModified());
+    Q_EMIT pane()->settingsChanged();
+    QVERIFY(m_window->isWindowModified());
+}
+
+void MainWindowTest::noticesOfThePaneAreShown()
+{
+    open();
+    pane()->showStatusMessage(u"Serial Port A OPEN SUCCESS"_s, 1);
+    const auto* notice = m_window->findChild<QLabel*>(u"statusNotice"_s);
+    QCOMPARE(notice->text(), "Serial Port A OPEN SUCCESS"_L1);
+    QTRY_COMPARE(notice->text(), QString());
+}
+
+QTEST_MAIN(MainWindowTest)
+#include "tst_mainwindow.moc"

@@ -1,0 +1,413 @@
+#include "app/commandline.h"
+#include "app/fakecatalog.h"
+#include "app/interfacelanguage.h"
+#include "app/mainstatusbar.h"
+#include "app/portgrid.h"
+#include "app/portlistmonitor.h"
+#include "app/portselector.h"
+#include "app/ratemeter.h"
+#include "app/setconfigfilepathdialog.h"
+#include "app/symbolicicon.h"
+#include "app/windowgeometry.h"
+
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QSplitter>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+// The pieces of the shell, each on its own.
+class ShellPartsTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void commandLine_data();
+    void commandLine();
+    void language_data();
+    void language();
+    void screenRule_data();
+    void screenRule();
+    void geometryIsApplied();
+    void rates();
+    void portListPausesAfterASlowAnswer();
+    void selectorFollowsThePorts();
+    void selectorTellsOnlyChoices();
+    void gridShape_data();
+    void gridShape();
+    void gridKeepsDraggedSizes();
+    void statusBarTexts();
+    void errorIsCleared();
+    void configFolder();
+    void configFolderThatCannotBe();
+    void iconTakesThePalettesColour_data();
+    void iconTakesThePalettesColour();
+};
+
+void ShellPartsTest::commandLine_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("screenshot");
+    QTest::addColumn<QString>("port");
+    const QString option = u"--screenshot"_s;
+    QTest::newRow("none") << QStringList{u"velmora"_s} << QString() << QString();
+    QTest::newRow("port") << QStringList{u"velmora"_s, u"COM3"_s, u"x"_s} << QString() << u"COM3"_s;
+    QTest::newRow("screenshot") << QStringList{u"velmora"_s, option, u"a.png"_s} << u"a.png"_s
+                                << QString();
+    QTest::newRow("screenshot behind a port")
+        << QStringList{u"velmora"_s, u"COM3"_s, option, u"a.png"_s} << u"a.png"_s << QString();
+    QTest::newRow("screenshot without a path")
+        << QStringList{u"velmora"_s, option} << QString() << option;
+    QTest::newRow("nothing at all") << QStringList() << QString() << QString();
+}
+
+void ShellPartsTest::commandLine()
+{
+    QFETCH(const QStringList, arguments);
+    const CommandLine parsed = CommandLine::parse(arguments);
+    QTEST(parsed.screenshotPath, "screenshot");
+    QTEST(parsed.portName, "port");
+}
+
+void ShellPartsTest::language_data()
+{
+    QTest::addColumn<int>("choice");
+    QTest::addColumn<QString>("locale");
+    QTest::addColumn<bool>("chinese");
+    QTest::newRow("system, China") << 0 << u"zh_CN"_s << true;
+    QTest::newRow("system, Taiwan") << 0 << u"zh_TW"_s << false;
+    QTest::newRow("system, Germany") << 0 << u"de_DE"_s << false;
+    QTest::newRow("Chinese anywhere") << 1 << u"de_DE"_s << true;
+    QTest::newRow("English in China") << 2 << u"zh_CN"_s << false;
+    QTest::newRow("unknown number") << -1 << u"zh_CN"_s << false;
+}
+
+void ShellPartsTest::language()
+{
+    QFETCH(const int, choice);
+    QFETCH(const QString, locale);
+    QTEST(InterfaceLanguage::wantsChinese(choice, locale), "chinese");
+}
+
+void ShellPartsTest::screenRule_data()
+{
+    QTest::addColumn<QPoint>("position");
+    QTest::addColumn<bool>("onScreen");
+    QTest::newRow("middle") << QPoint(200, 200) << true;
+    QTest::newRow("first") << QPoint(1, 1) << true;
+    QTest::newRow("last") << QPoint(799, 599) << true;
+    QTest::newRow("x 0") << QPoint(0, 200) << false;
+    QTest::newRow("y 0") << QPoint(200, 0) << false;
+    QTest::newRow("x at width") << QPoint(800, 200) << false;
+    QTest::newRow("y at height") << QPoint(200, 600) << false;
+    QTest::newRow("screen to the left") << QPoint(-900, 200) << false;
+}
+
+void ShellPartsTest::screenRule()
+{
+    QFETCH(const QPoint, position);
+    QTEST(WindowGeometry{.position = position}.isOnScreen({800, 600}), "onScreen");
+}
+
+void ShellPartsTest::geometryIsApplied()
+{
+    const QTemporaryDir dir;
+    QSettings store(dir.filePath(u"store.ini"_s), QSettings::IniFormat);
+    WindowGeometry geometry = WindowGeometry::load(store);
+    QCOMPARE(geometry.size, QSize(1000, 800));
+    QCOMPARE(geometry.position, QPoint(200, 200));
+    geometry = {{640, 480}, {30, 40}};
+    geometry.save(store);
+
+    QWidget window;
+    WindowGeometry::load(store).applyTo(window, {800, 600});
+    QCOMPARE(window.geometry(), QRect(30, 40, 640, 480));
+    const QPoint before = window.pos();
+    WindowGeometry{{320, 240}, {0, 0}}.applyTo(window, {800, 600});
+    QCOMPARE(window.size(), QSize(320, 240));
+    QCOMPARE(window.pos(), before);
+}
+
+void ShellPartsTest::rates()
+{
+    RateMeter meter;
+    QCOMPARE(meter.sample(5000, 0), 0);
+    for (qint64 ms = 100; ms <= 3000; ms += 100)
+        QCOMPARE(meter.sample(5000 + ms * 2, ms), 2000); // 2 bytes per millisecond
+    for (qint64 ms = 3100; ms < 4000; ms += 100)
+        QVERIFY(meter.sample(11000, ms) > 0);
+    QCOMPARE(meter.sample(11000, 4100), 0);
+    QCOMPARE(meter.sample(10, 4200), 0); // cleared
+    QCOMPARE(meter.sample(110, 4300), 1000);
+
+    // Ticks that come faster than the refresh must not outgrow the samples.
+    RateMeter busy;
+    for (qint64 ms = 0; ms < 1000; ++ms)
+        QVERIFY(busy.sample(ms, ms) <= 1000);
+}
+
+void ShellPartsTest::portListPausesAfterASlowAnswer()
+{
+    FakeCatalog catalog;
+    qint64 nowMs = 0;
+    qint64 costMs = 0;
+    const auto clock = [&nowMs, &costMs, calls = 0]() mutable {
+        return ++calls % 2 == 1 ? nowMs : nowMs + costMs;
+    };
+    PortListMonitor quick(catalog);
+    catalog.asked = 0;
+    for (; nowMs < 1000; nowMs += 100)
+        QVERIFY(!quick.refresh(clock));
+    QCOMPARE(catalog.asked, 10);
+    catalog.list.append({.portName = u"ttyUSB0"_s});
+    QVERIFY(quick.refresh(clock));
+    QCOMPARE(quick.ports().size(), 1);
+
+    PortListMonitor slow(catalog);
+    costMs = 30;
+    catalog.asked = 0;
+    const auto slowClock = [&nowMs, &catalog, costMs] { return nowMs + catalog.asked * costMs; };
+    nowMs = 0;
+    catalog.asked = 0;
+    QVERIFY(!slow.refresh(slowClock));
+    nowMs = 30 * PortListMonitor::pauseFactor - 31; // with the 30 ms of the answer: t - 1
+    QVERIFY(!slow.refresh(slowClock));
+    QCOMPARE(catalog.asked, 1);
+    ++nowMs;
+    QVERIFY(!slow.refresh(slowClock));
+    QCOMPARE(catalog.asked, 2);
+}
+
+void ShellPartsTest::selectorFollowsThePorts()
+{
+    PortSelector selector;
+    QCOMPARE(selector.objectName(), "quickPortCombo"_L1);
+    selector.setPorts(
+        {{.portName = u"ttyUSB0"_s, .description = u"USB bridge"_s}, {.portName = u"ttyS0"_s}});
+    QCOMPARE(selector.itemText(0), "ttyUSB0 (USB bridge)"_L1);
+    QCOMPARE(selector.itemText(1), "ttyS0"_L1);
+    QCOMPARE(selector.currentIndex(), -1);
+
+    selector.setCurrentPort(u"ttyUSB0"_s);
+    QCOMPARE(selector.currentIndex(), 0);
+    // Unplugged: the box still names the pane's port.
+    selector.setPorts({{.portName = u"ttyS0"_s}});
+    QCOMPARE(selector.currentData(), u"ttyUSB0"_s);
+    QCOMPARE(selector.count(), 2);
+    // Back, in another place.
+    selector.setPorts({{.portName = u"ttyS0"_s}, {.portName = u"ttyUSB0"_s}});
+    QCOMPARE(selector.count(), 2);
+    QCOMPARE(selector.currentIndex(), 1);
+    selector.setCurrentPort(u"/dev/serial/by-id/x"_s);
+    QCOMPARE(selector.count(), 3);
+    QCOMPARE(selector.currentText(), "/dev/serial/by-id/x"_L1);
+    selector.setCurrentPort(QString());
+    QCOMPARE(selector.currentIndex(), -1);
+}
+
+void ShellPartsTest::selectorTellsOnlyChoices()
+{
+    PortSelector selector;
+    const QSignalSpy chosen(&selector, &PortSelector::portChosen);
+    selector.setPorts({{.portName = u"A"_s}, {.portName = u"B"_s}});
+    selector.setCurrentPort(u"A"_s);
+    selector.setCurrentPort(u"B"_s);
+    QCOMPARE(chosen.size(), 0);
+    selector.show();
+    QTest::keyClick(&selector, Qt::Key_Up);
+    QCOMPARE(chosen.size(), 1);
+    QCOMPARE(chosen.at(0).at(0).toString(), "A"_L1);
+}
+
+void ShellPartsTest::gridShape_data()
+{
+    QTest::addColumn<int>("panes");
+    QTest::addColumn<int>("columns");
+    QTest::addColumn<QList<int>>("rows");
+    QTest::newRow("one") << 1 << 1 << QList<int>{1};
+    QTest::newRow("one of many columns") << 1 << 16 << QList<int>{1};
+    QTest::newRow("five in a grid") << 5 << 2 << QList<int>{2, 2, 1};
+    QTest::newRow("columns beyond the panes") << 3 << 16 << QList<int>{3};
+    QTest::newRow("stacked") << 3 << 1 << QList<int>{1, 1, 1};
+    QTest::newRow("no columns") << 2 << 0 << QList<int>{1, 1};
+}
+
+void ShellPartsTest::gridShape()
+{
+    QFETCH(const int, panes);
+    QFETCH(const int, columns);
+    QFETCH(const QList<int>, rows);
+    PortGrid grid;
+    QList<QWidget*> widgets;
+    for (int i = 0; i < 6; ++i)
+        widgets.append(new QWidget(&grid));
+    grid.rebuild(widgets, 3); // another shape first
+    for (int i = panes; i < 6; ++i)
+        delete widgets.takeLast();
+    grid.rebuild(widgets, columns);
+
+    QCOMPARE(PortGrid::rowsFor(panes, columns), rows.size());
+    int next = 0;
+    for (int row = 0; row < rows.size(); ++row) {
+        auto* splitter = grid.findChild<QSplitter*>(u"portRowSplitter%1"_s.arg(row));
+        QVERIFY(splitter != nullptr);
+        QVERIFY(!splitter->isHidden());
+        QCOMPARE(splitter->count(), rows.at(row));
+        QCOMPARE(splitter->handleWidth(), 8);
+        QVERIFY(!splitter->childrenCollapsible());
+        for (int column = 0; column < rows.at(row); ++column)
+            QCOMPARE(splitter->widget(column), widgets.at(next++));
+    }
+    auto* beyond = grid.findChild<QSplitter*>(u"portRowSplitter%1"_s.arg(rows.size()));
+    QVERIFY(beyond == nullptr || beyond->isHidden());
+}
+
+void ShellPartsTest::gridKeepsDraggedSizes()
+{
+    PortGrid grid;
+    QList<QWidget*> widgets{new QWidget(&grid), new QWidget(&grid)};
+    grid.rebuild(widgets, 2);
+    grid.resize(608, 400);
+    grid.show();
+    auto* row = grid.findChild<QSplitter*>(u"portRowSplitter0"_s);
+    row->setSizes({100, 500});
+    Q_EMIT row->splitterMoved(100, 1); // what dragging the handle ends with
+    const QList<int> dragged = row->sizes();
+    row->setSizes({300, 300});
+    grid.rebuild(widgets, 2);
+    QCOMPARE(row->sizes(), dragged);
+    row->setSizes({300, 300});
+    grid.forgetSizes();
+    grid.rebuild(widgets, 2);
+    QVERIFY(row->sizes() != dragged);
+}
+
+void ShellPartsTest::statusBarTexts()
+{
+    MainStatusBar bar;
+    QCOMPARE(bar.objectName(), "statusBar"_L1);
+    PortStatus status{PortState::Open, u"Open"_s, u"ttyUSB0 9600 8N1"_s, 1234567, 89};
+    bar.showPort(status, 0);
+    const auto text = [&bar](const QString& name) { return bar.findChild<QLabel*>(name)->text(); };
+    QCOMPARE(text(u"statusState"_s), "Open"_L1);
+    QCOMPARE(text(u"statusSummary"_s), "ttyUSB0 9600 8N1"_L1);
+    QCOMPARE(text(u"statusReceived"_s), "RX 1,234,567 B (0 bytes/s)"_L1);
+    QCOMPARE(text(u"statusSent"_s), "TX 89 B (0 bytes/s)"_L1);
+    status.received += 2500;
+    bar.showPort(status, 1000);
+    QCOMPARE(text(u"statusReceived"_s), "RX 1,237,067 B (2.5 kB/s)"_L1);
+
+    // The shapes differ where colour does not help.
+    QList<QImage> shapes;
+    auto* lamp = bar.findChild<StateLamp*>();
+    for (const PortState state :
+        {PortState::Closed, PortState::Connecting, PortState::Open, PortState::Paused}) {
+        status.state = state;
+        bar.showPort(status, 1000);
+        const QImage shape = lamp->grab().toImage().convertToFormat(QImage::Format_Grayscale8);
+        QVERIFY(!shapes.contains(shape));
+        shapes.append(shape);
+    }
+}
+
+void ShellPartsTest::errorIsCleared()
+{
+    MainStatusBar bar;
+    bar.show();
+    bar.showError(u"Serial Port COM3 OPEN FAILED"_s, u"No such device"_s);
+    auto* label = bar.findChild<QLabel*>(u"statusError"_s);
+    QCOMPARE(label->text(), "Serial Port COM3 OPEN FAILED"_L1);
+    QCOMPARE(label->toolTip(), "No such device"_L1);
+    QVERIFY(label->isVisible());
+    auto* timer = bar.findChild<QTimer*>(u"errorTimer"_s);
+    QVERIFY(timer->isActive());
+    QCOMPARE(timer->interval(), 15000);
+    QVERIFY(timer->isSingleShot());
+    timer->start(0);
+    QTRY_COMPARE(label->text(), QString());
+    QCOMPARE(label->toolTip(), QString());
+    bar.showError(u"again"_s, {});
+    QCOMPARE(timer->interval(), 15000);
+}
+
+void ShellPartsTest::configFolder()
+{
+    const QTemporaryDir dir;
+    QSettings store(dir.filePath(u"store.ini"_s), QSettings::IniFormat);
+    QVERIFY(SetConfigFilePathDialog::proposedPath(store).endsWith("/Config"_L1));
+    SetConfigFilePathDialog dialog(store);
+    auto* path = dialog.findChild<QLineEdit*>();
+    QCOMPARE(path->text(), SetConfigFilePathDialog::proposedPath(store));
+    auto* ok = dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+    path->setText(u"  "_s);
+    QVERIFY(!ok->isEnabled());
+    const QString folder = dir.filePath(u"a/b"_s);
+    path->setText(folder);
+    ok->click();
+    QCOMPARE(dialog.result(), static_cast<int>(QDialog::Accepted));
+    QVERIFY(QFile::exists(folder));
+    QCOMPARE(SetConfigFilePathDialog::storedPath(store), folder);
+    QCOMPARE(SetConfigFilePathDialog(store).findChild<QLineEdit*>()->text(), folder);
+}
+
+void ShellPartsTest::configFolderThatCannotBe()
+{
+    const QTemporaryDir dir;
+    QFile file(dir.filePath(u"file"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QSettings store(dir.filePath(u"store.ini"_s), QSettings::IniFormat);
+    SetConfigFilePathDialog dialog(store);
+    dialog.findChild<QLineEdit*>()->setText(file.fileName() + "/below"_L1);
+    dialog.accept();
+    QCOMPARE(dialog.result(), static_cast<int>(QDialog::Rejected));
+    QVERIFY(SetConfigFilePathDialog::storedPath(store).isEmpty());
+    const auto* problem = dialog.findChild<QLabel*>(u"config_file_path_problem"_s);
+    QVERIFY(!problem->isHidden());
+    QVERIFY(problem->text().contains(file.fileName()));
+}
+
+void ShellPartsTest::iconTakesThePalettesColour_data()
+{
+    QTest::addColumn<QString>("file");
+    for (const auto* name : {"media-playback-start", "media-playback-pause", "media-playback-stop",
+             "edit-clear-history", "edit-find"})
+        QTest::newRow(name) << u":/icons/%1.svg"_s.arg(QLatin1StringView(name));
+}
+
+void ShellPartsTest::iconTakesThePalettesColour()
+{
+    QFETCH(const QString, file);
+    const QPalette before = QGuiApplication::palette();
+    const QIcon icon = symbolicIcon(file);
+    for (const QColor& color : {QColor(Qt::white), QColor(10, 20, 30)}) {
+        QPalette palette = before;
+        palette.setColor(QPalette::ButtonText, color);
+        QGuiApplication::setPalette(palette);
+        const QImage image = icon.pixmap(QSize(22, 22), 2.0).toImage();
+        QCOMPARE(image.size(), QSize(44, 44));
+        int painted = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const QColor pixel = image.pixelColor(x, y);
+                if (pixel.alpha() < 255)
+                    continue;
+                ++painted;
+                QCOMPARE(pixel, color);
+            }
+        }
+        QVERIFY(painted > 40);
+    }
+    QGuiApplication::setPalette(before);
+}
+
+QTEST_MAIN(ShellPartsTest)
+#include "tst_shellparts.moc"
