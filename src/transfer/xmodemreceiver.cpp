@@ -19,10 +19,19 @@
 //
 // Finding blocks on a line that damages bytes. A block whose head byte was destroyed leaves up to
 // 1028 bytes that can look like anything, an EOT above all, which would save half a file. So once
-// bytes had to be dropped (`torn`), and until a good block or a pause, an EOT counts only if the
-// announced size has been reached, and SOH or STX only with a matching number and complement. A
-// real EOT that is overlooked so comes again after the time-out's NAK. And a time-out on a quiet
-// line drops an incomplete frame: its sender will begin anew, not go on.
+// bytes had to be dropped (`torn`), and until a good block or a pause, SOH and STX count only with
+// a matching number and complement, and an EOT not at all: a real one comes again after the
+// time-out's NAK. A time-out on a quiet line drops an incomplete frame: its sender will begin anew,
+// not go on.
+//
+// Staying in step. Replies carry no number. An ACK too many, from a doubled byte or from a
+// repetition of ours, makes the sender take a later block for acknowledged, and the next damage
+// loses that block. Two rules against it:
+//   - When a reply was lost both ends time out at about the same time, and our NAK crosses the
+//     repetition. The sender then repeats once more; that second repetition gets no ACK.
+//   - An EOT while a block's worth of bytes was unusable since the last good block (`debris`) is
+//     answered with NAK: that block is still missing.
+// Neither holds back an EOT once the announced size has been reached.
 
 #include "transfer/xmodemreceiver.h"
 
@@ -39,6 +48,8 @@ namespace {
 
 constexpr qint32 crcHandshakeMs = 3'000;
 constexpr qint32 crcHandshakeAttempts = 6; // then the sender may know checksums only
+constexpr qsizetype blockOfDebris = ShortData / 2;
+constexpr qint32 crossingMs = XmodemLine::ReplyTimeoutMs / 2; // a sender's own time-out is longer
 
 } // namespace
 
@@ -89,6 +100,7 @@ XferStep XmodemReceiver::takeControl(char byte, qint64 now)
     }
     if (byte != Can) {
         line_.torn = true;
+        addDebris(1);
     }
     return {};
 }
@@ -104,6 +116,7 @@ std::optional<XferStep> XmodemReceiver::takeFrame(qint64 now)
                           && static_cast<quint8>(input[1]) == static_cast<quint8>(~input[2]);
     if (line_.torn && input.size() >= HeadBytes && !numbered) {
         line_.consume(1);
+        addDebris(1);
         return XferStep();
     }
     if (input.size() < frameLen) {
@@ -113,9 +126,11 @@ std::optional<XferStep> XmodemReceiver::takeFrame(qint64 now)
     const QByteArrayView data = input.sliced(HeadBytes, dataLen);
     const QByteArrayView trailer = input.sliced(HeadBytes + dataLen, trailerLen);
     if (!numbered || !trailerOk(data, trailer, line_.useCrc)) {
+        addDebris(frameLen);
         return rejectBlock(now);
     }
     line_.torn = false;
+    debris_ = 0;
     return receiverAcceptBlock(static_cast<quint8>(input[1]), data, now);
 }
 
@@ -149,7 +164,7 @@ XferStep XmodemReceiver::receiverAcceptBlock(quint8 number, QByteArrayView data,
         return acceptHeader(data, now);
     }
     if (number == lastAccepted_) {
-        return acknowledge(now);
+        return acknowledgeRepetition(now);
     }
     if (number == blockNumber_) {
         return acceptData(number, data, now);
@@ -199,7 +214,10 @@ XferStep XmodemReceiver::acceptData(quint8 number, QByteArrayView data, qint64 n
             XferError::SinkWriteFailed, XmodemCodec::tr("Writing to disk failed."), true);
     }
     bytesReceived_ += data.size();
-    if (receiveLimit_ >= 1 && bytesReceived_ > receiveLimit_) {
+    // Without a length all but the first byte of a last block may be padding, so a file within the
+    // limit can arrive rounded up to a whole block.
+    const qint64 padding = announcedSize_ < 0 ? std::max<qint64>(data.size() - 1, 0) : 0;
+    if (receiveLimit_ >= 1 && bytesReceived_ - padding > receiveLimit_) {
         return line_.failWith(XferError::LimitExceeded,
             XmodemCodec::tr("Received %1 bytes without an end of transfer. XMODEM has no length "
                             "field, so there is no way to tell when it should stop.")
@@ -209,6 +227,7 @@ XferStep XmodemReceiver::acceptData(quint8 number, QByteArrayView data, qint64 n
     lastAccepted_ = number;
     blockNumber_ = static_cast<quint8>(number + 1);
     line_.state = XmodemState::Receiving;
+    noteAnswer(now);
     return acknowledge(now);
 }
 
@@ -216,6 +235,9 @@ XferStep XmodemReceiver::receiverHandleEot(qint64 now)
 {
     if (line_.state == XmodemState::AwaitNextHeader) {
         return replyWithStart(now);
+    }
+    if (debris_ >= blockOfDebris && !sizeReached()) {
+        return rejectBlock(now);
     }
     if (!sinkOpen_ || !sink_->commit(announcedSize_)) {
         return line_.failWith(XferError::SinkCommitFailed,
@@ -234,6 +256,7 @@ XferStep XmodemReceiver::receiverTick(qint64 now)
         return line_.complete();
     }
     if (line_.quiet(now)) {
+        addDebris(line_.pending().size());
         line_.discardInput();
         line_.torn = false;
     }
@@ -265,6 +288,8 @@ XferStep XmodemReceiver::repeatRequest(qint64 now)
     if (!line_.countRetry()) {
         return line_.failRetries();
     }
+    requestedAgain_ = true;
+    answeredAt_.reset();
     const bool nothingYet = bytesReceived_ == 0 && line_.useCrc;
     return reply(QByteArray(1, nothingYet ? line_.handshakeChar() : Nak), now);
 }
@@ -281,6 +306,31 @@ XferStep XmodemReceiver::sendStart(qint64 now)
 XferStep XmodemReceiver::acknowledge(qint64 now)
 {
     return reply(line_.streaming ? QByteArray() : QByteArray(1, Ack), now);
+}
+
+XferStep XmodemReceiver::acknowledgeRepetition(qint64 now)
+{
+    if (answeredAt_ && XmodemLine::elapsedMs(*answeredAt_, now) < crossingMs) {
+        answeredAt_.reset();
+        line_.arm(now, XmodemLine::ReplyTimeoutMs);
+        return {};
+    }
+    noteAnswer(now);
+    return acknowledge(now);
+}
+
+void XmodemReceiver::noteAnswer(qint64 now)
+{
+    answeredAt_ = requestedAgain_ ? std::optional(now) : std::nullopt;
+    requestedAgain_ = false;
+}
+
+void XmodemReceiver::addDebris(qsizetype bytes)
+{
+    // Before the first good block it may be text that the device prints while it gets ready.
+    if (lastAccepted_) {
+        debris_ = std::min(debris_ + bytes, blockOfDebris);
+    }
 }
 
 XferStep XmodemReceiver::replyWithStart(qint64 now)

@@ -41,6 +41,9 @@ private:
 
     XferStep sendStart(qint64 now);
     XferStep acknowledge(qint64 now);
+    XferStep acknowledgeRepetition(qint64 now);
+    void noteAnswer(qint64 now);
+    void addDebris(qsizetype bytes);
     XferStep replyWithStart(qint64 now);
     XferStep reply(const QByteArray& bytes, qint64 now);
     XferStep failSinkOpen(bool sendCancel);
@@ -56,6 +59,9 @@ private:
     qint64 bytesReceived_ = 0;
     quint8 blockNumber_ = 0; // the one expected next
     std::optional<quint8> lastAccepted_;
+    qsizetype debris_ = 0;        // unusable bytes since the last good block, up to a block's worth
+    bool requestedAgain_ = false; // a time-out's NAK is out and nothing has answered it
+    std::optional<qint64> answeredAt_; // when the first block came behind such a NAK
     qint32 handshakeAttempts_ = 0;
     qint64 startedAt_ = 0;
 

@@ -1,0 +1,205 @@
+// Two engines over a simulated line. Whatever the line does, the file arrives whole or at least one
+// end says that it did not, and both come to an end.
+
+#include "transfer/lossyline.h"
+
+#include <QTest>
+
+namespace {
+
+struct Variant
+{
+    const char* name;
+    XferProtocol protocol;
+    qint32 block;
+};
+constexpr Variant variants[] = {
+    {"XMODEM", XferProtocol::Xmodem, 1024},
+    {"XMODEM-CRC", XferProtocol::XmodemCrc, 1024},
+    {"XMODEM-1K", XferProtocol::Xmodem1K, 1024},
+    {"YMODEM", XferProtocol::Ymodem, 1024},
+    {"YMODEM/128", XferProtocol::Ymodem, 128},
+    {"YMODEM-G", XferProtocol::YmodemG, 1024},
+};
+
+// Each of the ten retries of one block can wait for its time-out, and then the other end for its
+// own.
+qint64 longestMs(qsizetype fileSize)
+{
+    return 60'000 + (fileSize / 128 + 4) * 11 * 20'000;
+}
+
+QByteArray describe(const LossyLine& line, qint64 number = 0)
+{
+    const auto say = [](const XferStep& step) {
+        return step.done ? QByteArray("done")
+                         : "error " + QByteArray::number(qint32(step.error)) + " "
+                               + step.message.toLatin1();
+    };
+    return QByteArray::number(number) + ": sender " + say(line.end(LossyLine::Sender))
+           + ", receiver " + say(line.end(LossyLine::Receiver)) + ", at "
+           + QByteArray::number(line.nowMs()) + " ms, received "
+           + QByteArray::number(line.sink.bytes.size());
+}
+
+} // namespace
+
+class TestLossyLine final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    static void perfectLine_data();
+    static void perfectLine();
+    static void badLine_data();
+    static void badLine();
+    static void damageIsRepaired_data();
+    static void damageIsRepaired();
+    static void cancelAtEveryPoint_data();
+    static void cancelAtEveryPoint();
+};
+
+void TestLossyLine::perfectLine_data()
+{
+    QTest::addColumn<XferProtocol>("protocol");
+    QTest::addColumn<qint32>("block");
+    QTest::addColumn<qsizetype>("size");
+    for (const Variant& v : variants) {
+        const bool shortBlocks = v.block == 128 || v.protocol < XferProtocol::Xmodem1K;
+        for (const qsizetype size :
+            {0, 1, 127, 128, 129, 1023, 1024, 1025, 131073, 300 * (shortBlocks ? 128 : 1024)}) {
+            QTest::addRow("%s, %d bytes", v.name, int(size)) << v.protocol << v.block << size;
+        }
+    }
+}
+
+void TestLossyLine::perfectLine()
+{
+    QFETCH(XferProtocol, protocol);
+    QFETCH(qint32, block);
+    QFETCH(qsizetype, size);
+    // Chunks of one byte, of a frame, of more; a slow line, one that is all latency.
+    const LossyLine::Config timings[] = {
+        {.protocol = protocol, .blockSizeOption = block, .byteUs = 1042, .longestChunk = 1},
+        {.protocol = protocol, .blockSizeOption = block, .latencyUs = 400'000, .byteUs = 0},
+        {.protocol = protocol, .blockSizeOption = block, .longestChunk = 5000},
+    };
+    for (const LossyLine::Config& config : timings) {
+        LossyLine line(config, randomBytes(size, 11));
+        QVERIFY2(line.run(longestMs(size)), describe(line));
+        QVERIFY2(line.bothDone() && line.arrivedWhole(), describe(line));
+        QCOMPARE(line.progress(LossyLine::Receiver).retries, 0);
+        QCOMPARE(line.progress(LossyLine::Sender).bytesDone, size);
+        const qsizetype padding = line.sink.bytes.size() - size;
+        QVERIFY(padding >= 0 && padding < (xferIsYmodem(protocol) ? 1 : 1024));
+    }
+}
+
+void TestLossyLine::badLine_data()
+{
+    QTest::addColumn<XferProtocol>("protocol");
+    QTest::addColumn<qint32>("block");
+    QTest::addColumn<double>("loss");
+    QTest::addColumn<double>("damage");
+    QTest::addColumn<double>("doubling");
+    for (const Variant& v : variants) {
+        const auto row = [&v](const char* faults, double loss, double damage, double doubling) {
+            QTest::addRow("%s, %s", v.name, faults)
+                << v.protocol << v.block << loss << damage << doubling;
+        };
+        row("loss", 1e-3, 0, 0);
+        row("damage", 0, 1e-3, 0);
+        row("doubling", 0, 0, 1e-3);
+        row("everything", 2e-4, 2e-4, 2e-4);
+        row("storm", 1e-2, 1e-2, 1e-2);
+        row("dead", 1, 0, 0);
+    }
+}
+
+void TestLossyLine::badLine()
+{
+    QFETCH(XferProtocol, protocol);
+    QFETCH(qint32, block);
+    LossyLine::Faults faults;
+    QFETCH(double, loss);
+    QFETCH(double, damage);
+    QFETCH(double, doubling);
+    faults = {loss, damage, doubling};
+    quint32 seed = 100;
+    for (const qsizetype size : {0, 1, 127, 128, 129, 1023, 1024, 1025, 5000, 38400}) {
+        for (int run = 0; run < 4; ++run) {
+            LossyLine line(
+                {.protocol = protocol, .blockSizeOption = block, .faults = faults, .seed = ++seed},
+                randomBytes(size, seed));
+            QVERIFY2(line.run(longestMs(size)), describe(line, seed));
+            QVERIFY2(
+                !line.bothDone() || line.arrivedWhole() || line.forgedEot, describe(line, seed));
+        }
+    }
+}
+
+void TestLossyLine::damageIsRepaired_data()
+{
+    QTest::addColumn<XferProtocol>("protocol");
+    QTest::addColumn<qint32>("block");
+    for (const Variant& v : variants) {
+        if (v.protocol != XferProtocol::YmodemG) {
+            QTest::newRow(v.name) << v.protocol << v.block;
+        }
+    }
+}
+
+// One byte in two thousand: every block that is hit is sent again, and no other. A reply that is
+// hit may cost two, as both ends time out at once and the receiver's NAK crosses the repetition.
+void TestLossyLine::damageIsRepaired()
+{
+    QFETCH(XferProtocol, protocol);
+    QFETCH(qint32, block);
+    for (quint32 seed = 1; seed <= 10; ++seed) {
+        LossyLine line({.protocol = protocol,
+                           .blockSizeOption = block,
+                           .faults = {.damage = 5e-4},
+                           .seed = seed},
+            randomBytes(65536, seed));
+        QVERIFY2(line.run(longestMs(65536)), describe(line, seed));
+        QVERIFY2(line.bothDone() && line.arrivedWhole(), describe(line, seed));
+        const int resent = line.progress(LossyLine::Sender).retries;
+        QVERIFY2(resent <= line.framesHurt + 2 * line.repliesHurt, describe(line, seed));
+    }
+}
+
+void TestLossyLine::cancelAtEveryPoint_data()
+{
+    QTest::addColumn<XferProtocol>("protocol");
+    QTest::addColumn<int>("end");
+    for (const Variant& v : variants) {
+        QTest::addRow("%s, sender", v.name) << v.protocol << int(LossyLine::Sender);
+        QTest::addRow("%s, receiver", v.name) << v.protocol << int(LossyLine::Receiver);
+    }
+}
+
+void TestLossyLine::cancelAtEveryPoint()
+{
+    QFETCH(XferProtocol, protocol);
+    QFETCH(int, end);
+    LossyLine::Config config{.protocol = protocol, .longestChunk = 400, .cancellingEnd = end};
+    const QByteArray file = randomBytes(2500, 5);
+    LossyLine whole(config, file);
+    QVERIFY(whole.run(longestMs(file.size())) && whole.bothDone());
+    QVERIFY(whole.events() > 5);
+    for (int event = 0; event < whole.events(); ++event) {
+        config.cancelAtEvent = event;
+        LossyLine line(config, file);
+        QVERIFY2(line.run(longestMs(file.size())), describe(line, event));
+        const auto here = LossyLine::End(end);
+        const auto there = LossyLine::End(1 - end);
+        QCOMPARE(line.end(here).error, XferError::LocalCancel);
+        // The other end may have been through already, or have given up by itself.
+        const bool knows = line.end(there).error == XferError::RemoteCancel;
+        QVERIFY2(knows || line.end(there).done, describe(line, event));
+        QVERIFY2(!line.end(there).done || line.arrivedWhole(), describe(line, event));
+    }
+}
+
+QTEST_APPLESS_MAIN(TestLossyLine)
+#include "tst_lossyline.moc"
