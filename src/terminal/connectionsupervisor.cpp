@@ -86,10 +86,10 @@ bool ConnectionSupervisor::startSerial()
         fail(tr("No serial port is chosen. Choose one and open it again."));
         return false;
     }
-    m_opening = true;
+    m_operating = true;
     // The controller would keep the reason of a quiet failure to itself; it is kept here instead.
     const bool open = m_controller.openSerial(m_active, name, name, false);
-    m_opening = false;
+    m_operating = false;
     m_quiet = false;
     if (open)
         markOpen();
@@ -143,6 +143,7 @@ void ConnectionSupervisor::stop()
     disarmReconnect();
     closeTransport();
     markClosed();
+    Q_EMIT stateChanged();
 }
 
 void ConnectionSupervisor::closeTransport()
@@ -154,7 +155,9 @@ void ConnectionSupervisor::closeTransport()
         m_controller.setReadThrottled(m_active.connMode, false);
         m_controller.setReadThrottled(m_active.connMode, true);
     }
+    m_operating = true;
     m_controller.closeAll(m_active.connMode, m_active.portName);
+    m_operating = false;
 }
 
 void ConnectionSupervisor::markOpen()
@@ -202,7 +205,7 @@ void ConnectionSupervisor::disarmReconnect()
 
 void ConnectionSupervisor::onControllerStatus(const QString& text, int timeoutMs)
 {
-    const bool quietFailure = m_opening && m_quiet && text == m_lastError;
+    const bool quietFailure = m_operating && m_quiet && text == m_lastError;
     if (!m_muted && !quietFailure)
         Q_EMIT statusMessage(text, timeoutMs);
 }
@@ -215,6 +218,9 @@ void ConnectionSupervisor::onControllerError(const QString& text)
         m_open && m_autoReconnect && connectionModeIsTcpClient(m_active.connMode);
     if (!m_quiet && !regaining)
         Q_EMIT errorOccurred(text);
+    // A failed attempt is over. That of a serial port is still to be said in the status line.
+    if (!m_operating)
+        m_quiet = false;
     Q_EMIT stateChanged();
 }
 
@@ -233,7 +239,7 @@ void ConnectionSupervisor::onSerialPortLost()
 
 void ConnectionSupervisor::onSerialError(QSerialPort::SerialPortError error)
 {
-    if (!m_open || m_opening || m_active.connMode != connectionMode::SerialPort)
+    if (!m_open || m_operating || m_active.connMode != connectionMode::SerialPort)
         return;
     if (error == QSerialPort::ResourceError) {
         // With auto-reconnect on the controller closes the port and says so by serialPortLost().
@@ -315,9 +321,9 @@ void ConnectionSupervisor::reconnectSerialTick()
     }
     if (!m_catalog.contains(name))
         return;
-    m_opening = true;
+    m_operating = true;
     const bool open = m_controller.openSerial(m_active, name, name, true);
-    m_opening = false;
+    m_operating = false;
     if (!open)
         return;
     disarmReconnect();

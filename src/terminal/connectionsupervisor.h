@@ -100,9 +100,11 @@ private:
     QString m_lastError;
     QSerialPort::SerialPortError m_reportedError = QSerialPort::NoError;
     bool m_open = false;
-    bool m_quiet = false;   // the attempt in progress was not asked for
-    bool m_opening = false; // errors come from openSerial(), which reports them itself
-    bool m_muted = false;   // a vanished port is being closed; its messages say nothing new
+    bool m_quiet = false; // the attempt in progress was not asked for
+    // The port is being opened or closed: errors are its own to report, or (dropping the lines of a
+    // device that is gone) of no interest.
+    bool m_operating = false;
+    bool m_muted = false; // a vanished port is being closed; its messages say nothing new
     bool m_autoReconnect = false;
     bool m_waitingForPort = false;
     bool m_closedByUser = false;

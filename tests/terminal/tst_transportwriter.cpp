@@ -1,0 +1,265 @@
+#include "terminal/transportwriter.h"
+
+#include "connections/connectioncontroller.h"
+#include "support/nullmodem.h"
+#include "support/tcppeer.h"
+#include "support/udppeer.h"
+#include "terminal/displaysinkstub.h"
+#include "terminal/format/sendmodes.h"
+#include "terminal/receivepipeline.h"
+#include "terminal/sendpipeline.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <QUdpSocket>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// The sums bit by bit, as their standards print them.
+QByteArray checksumOf(const QByteArray& bytes, ChecksumMode mode)
+{
+    quint32 sum = mode == ChecksumMode::Crc16Modbus ? 0xFFFF
+                  : mode == ChecksumMode::Crc32     ? 0xFFFFFFFF
+                                                    : 0;
+    for (const char byte : bytes) {
+        if (mode == ChecksumMode::Sum8)
+            sum = (sum + quint8(byte)) & 0xFF;
+        else
+            sum ^= quint8(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            if (mode == ChecksumMode::Crc8)
+                sum = ((sum << 1) ^ (sum & 0x80 ? 0x07 : 0)) & 0xFF;
+            else if (mode == ChecksumMode::Crc16Modbus)
+                sum = (sum >> 1) ^ (sum & 1 ? 0xA001 : 0);
+            else if (mode == ChecksumMode::Crc32)
+                sum = (sum >> 1) ^ (sum & 1 ? 0xEDB88320 : 0);
+        }
+    }
+    if (mode == ChecksumMode::Crc32)
+        sum = ~sum;
+    const int length = mode == ChecksumMode::None          ? 0
+                       : mode == ChecksumMode::Crc16Modbus ? 2
+                       : mode == ChecksumMode::Crc32       ? 4
+                                                           : 1;
+    QByteArray wire;
+    for (int i = 0; i < length; ++i)
+        wire.append(char(sum >> (8 * i) & 0xFF));
+    return wire;
+}
+
+quint16 freeUdpPort()
+{
+    QUdpSocket socket;
+    socket.bind(QHostAddress::LocalHost, 0);
+    return socket.localPort();
+}
+
+} // namespace
+
+class TestTransportWriter final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void bytesOnTheSerialLine_data();
+    void bytesOnTheSerialLine();
+    void busyPortRefuses();
+    void tcpConnectsAndKeepsTheMessage();
+    void udpClientsFirstMessageArrives();
+    void udpServerAnswersPeers();
+    void rawBytes();
+    void otherModesSendNothing_data();
+    void otherModesSendNothing();
+
+private:
+    // The sending half of a pane on a real controller.
+    struct Bench
+    {
+        Bench()
+            : writer(controller, [this] { return settings; })
+            , receive(sink)
+            , send(writer, receive)
+        {
+            settings.targetHost = u"127.0.0.1"_s;
+            settings.udpServerPort = freeUdpPort();
+            settings.udpLocalPort = freeUdpPort();
+        }
+        // The pane reads datagrams as they come.
+        void readDatagrams()
+        {
+            QObject::connect(&controller, &ConnectionController::udpReadyRead, &receive,
+                [this] { controller.readUdpDatagrams(); });
+        }
+
+        Settings settings;
+        ConnectionController controller;
+        TransportWriter writer;
+        StringSink sink;
+        ReceivePipeline receive;
+        SendPipeline send;
+        FormatSetting format;
+    };
+};
+
+void TestTransportWriter::bytesOnTheSerialLine_data()
+{
+    QTest::addColumn<bool>("hexadecimal");
+    QTest::addColumn<int>("lineEnding");
+    QTest::addColumn<int>("checksum");
+    QTest::addColumn<QByteArray>("message");
+    const QByteArrayList textWithEnding{"A\nT\xC3\xA9", "A\rT\xC3\xA9\r", "A\nT\xC3\xA9\n",
+        "A\r\nT\xC3\xA9\r\n", "A\n\rT\xC3\xA9\n\r"};
+    const QByteArray hexBytes("\x00\x41\xFF\x10", 4); // the same with every line ending
+    for (const bool hexadecimal : {false, true}) {
+        for (int ending = 0; ending < int(kLineEndingTexts.size()); ++ending) {
+            for (int sum = 0; sum < int(kChecksumTexts.size()); ++sum) {
+                QTest::addRow("%s, %s, %s", hexadecimal ? "hexadecimal" : "text",
+                    kLineEndingTexts[size_t(ending)].text, kChecksumTexts[size_t(sum)].text)
+                    << hexadecimal << ending << sum
+                    << (hexadecimal ? hexBytes : textWithEnding[ending]);
+            }
+        }
+    }
+}
+
+void TestTransportWriter::bytesOnTheSerialLine()
+{
+    QFETCH(bool, hexadecimal);
+    QFETCH(int, lineEnding);
+    QFETCH(int, checksum);
+    QFETCH(QByteArray, message);
+    NullModem cable;
+    QVERIFY2(cable.isValid(), qPrintable(cable.errorString()));
+    QSerialPort device;
+    device.setPortName(cable.portB());
+    QVERIFY2(device.open(QIODevice::ReadWrite), qPrintable(device.errorString()));
+
+    Bench bench;
+    bench.settings.portName = cable.portA();
+    bench.format.sendMsgFormat =
+        int(hexadecimal ? MessageFormat::Hexadecimal : MessageFormat::Text);
+    bench.format.txAutoFeedLine = lineEnding != 0;
+    bench.format.txLineEndingMode = lineEnding;
+    bench.format.sendChecksum = checksum;
+    bench.send.setFormatSetting(bench.format);
+    QVERIFY(bench.send.sendText(hexadecimal ? u"00 41fF1 // no byte"_s : u"A\nT\u00E9"_s));
+
+    const QByteArray expected = message + checksumOf(message, ChecksumMode(checksum));
+    QByteArray arrived;
+    QTRY_VERIFY((arrived += device.readAll()).size() >= expected.size());
+    QCOMPARE(arrived.toHex(' '), expected.toHex(' '));
+    QCOMPARE(bench.send.sentBytes(), expected.size());
+}
+
+void TestTransportWriter::busyPortRefuses()
+{
+    Bench bench;
+    bench.settings.portName = u"/nowhere/ttyX"_s;
+    QSignalSpy errors(&bench.controller, &ConnectionController::errorOccurred);
+    QVERIFY(!bench.send.sendText(u"AT"_s));
+    QCOMPARE(errors.size(), 1);
+    QVERIFY(errors[0][0].toString().contains("/nowhere/ttyX"_L1));
+    QCOMPARE(bench.send.sentBytes(), 0);
+}
+
+void TestTransportWriter::tcpConnectsAndKeepsTheMessage()
+{
+    TcpPeer peer;
+    QVERIFY(peer.listen());
+    Bench bench;
+    bench.settings.connMode = connectionMode::TcpClient;
+    bench.settings.targetPort = peer.port();
+    QVERIFY(bench.send.sendText(u"first "_s));
+    QVERIFY2(!bench.writer.isOpen(), "still connecting");
+    QCOMPARE(bench.send.writeRaw("raw", false, UdpTargetMode::ConfiguredRemote, {}), 0);
+    QVERIFY(bench.send.sendText(u"second"_s));
+    QTRY_COMPARE(peer.received(), QByteArray("first second"));
+    QVERIFY(bench.writer.isOpen());
+    QCOMPARE(bench.send.writeRaw("!", false, UdpTargetMode::ConfiguredRemote, {}), 1);
+    QTRY_COMPARE(peer.received(), QByteArray("first second!"));
+}
+
+void TestTransportWriter::udpClientsFirstMessageArrives()
+{
+    UdpPeer peer;
+    Bench bench;
+    bench.settings.connMode = connectionMode::UdpClient;
+    bench.settings.targetPort = peer.port();
+    QVERIFY(bench.send.sendText(u"first"_s));
+    QTRY_COMPARE(peer.received().size(), 1);
+    QCOMPARE(peer.received().at(0).payload, QByteArray("first"));
+    QCOMPARE(peer.received().at(0).senderPort, bench.settings.udpLocalPort);
+}
+
+void TestTransportWriter::udpServerAnswersPeers()
+{
+    UdpPeer first;
+    UdpPeer second;
+    Bench bench;
+    bench.readDatagrams();
+    bench.settings.connMode = connectionMode::UdpServer;
+    QSignalSpy status(&bench.controller, &ConnectionController::statusMessage);
+    QVERIFY(!bench.send.sendText(u"anybody?"_s));
+    QCOMPARE(status.value(0).value(0).toString(), u"No UDP peer to reply to yet"_s);
+    // The first attempt has bound the port, so that they can be heard.
+    first.sendTo(bench.settings.udpServerPort, "a");
+    QTRY_COMPARE(bench.controller.udpPeers().size(), 1);
+    second.sendTo(bench.settings.udpServerPort, "b");
+    QTRY_COMPARE(bench.controller.udpPeers().size(), 2);
+
+    QVERIFY(bench.send.sendText(u"to the last"_s));
+    QTRY_COMPARE(second.receivedBytes(), QByteArray("to the last"));
+    const QString firstKey = u"127.0.0.1:%1"_s.arg(first.port());
+    bench.writer.setSelectedPeer(firstKey);
+    QVERIFY(bench.send.sendText(u"to the chosen"_s));
+    QTRY_COMPARE(first.receivedBytes(), QByteArray("to the chosen"));
+    bench.writer.setSelectedPeer(u"127.0.0.1:1"_s);
+    QVERIFY2(!bench.send.sendText(u"to a stranger"_s), "nobody else gets it");
+
+    QCOMPARE(bench.send.writeRaw("<all>", false, UdpTargetMode::Broadcast, {}), 5);
+    QCOMPARE(bench.send.writeRaw("<key>", false, UdpTargetMode::Broadcast, firstKey), 5);
+    QTRY_COMPARE(first.receivedBytes(), QByteArray("to the chosen<all><key>"));
+    QTRY_COMPARE(second.receivedBytes(), QByteArray("to the last<all>"));
+}
+
+void TestTransportWriter::rawBytes()
+{
+    NullModem cable;
+    QVERIFY2(cable.isValid(), qPrintable(cable.errorString()));
+    Bench bench;
+    bench.settings.portName = cable.portA();
+    QCOMPARE(bench.writer.writeRaw("x", UdpTargetMode::ConfiguredRemote, {}), 0);
+    QVERIFY2(!bench.writer.isOpen(), "raw bytes open nothing");
+    QVERIFY(bench.writer.sendMessage("open"));
+    QVERIFY(bench.writer.isOpen());
+    QCOMPARE(bench.writer.writeRaw("x", UdpTargetMode::ConfiguredRemote, {}), 1);
+    QCOMPARE(bench.writer.writeRaw("", UdpTargetMode::ConfiguredRemote, {}), 0);
+    QVERIFY(!bench.writer.sendMessage(""));
+}
+
+void TestTransportWriter::otherModesSendNothing_data()
+{
+    QTest::addColumn<connectionMode>("mode");
+    QTest::newRow("server") << connectionMode::TcpServer;
+    QTest::newRow("none") << connectionMode::NoTransport;
+    QTest::newRow("RFC 2217") << connectionMode::RemoteSerialRfc2217;
+    QTest::newRow("relay") << connectionMode::RemoteSerialCloudRelay;
+}
+
+void TestTransportWriter::otherModesSendNothing()
+{
+    QFETCH(connectionMode, mode);
+    TcpPeer peer;
+    QVERIFY(peer.listen());
+    Bench bench;
+    bench.settings.connMode = mode;
+    bench.settings.targetPort = peer.port();
+    QVERIFY(!bench.writer.sendMessage("x"));
+    QCOMPARE(bench.writer.writeRaw("x", UdpTargetMode::ConfiguredRemote, {}), 0);
+    QVERIFY(!bench.controller.hasTcpClient());
+}
+
+QTEST_GUILESS_MAIN(TestTransportWriter)
+#include "tst_transportwriter.moc"
