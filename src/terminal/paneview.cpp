@@ -101,7 +101,30 @@ void PaneView::setQuickSettingsVisible(bool visible)
 
 void PaneView::setSplitterSizes(int left, int right)
 {
-    m_splitter->setSizes({left, right});
+    m_leftShare = left;
+    m_rightShare = right;
+    if (isVisible())
+        applySplitterSizes();
+}
+
+// A splitter that is given more than it has takes all of the difference from the stretching side,
+// so shares are turned into the pixels that are really there.
+void PaneView::applySplitterSizes()
+{
+    const qint64 shares = qint64(m_leftShare) + m_rightShare;
+    if (shares <= 0)
+        return;
+    const qint64 width = m_splitter->width() - m_splitter->handleWidth();
+    const int left = int(width * m_leftShare / shares);
+    m_splitter->setSizes({left, int(width) - left});
+    m_leftShare = 0;
+    m_rightShare = 0;
+}
+
+void PaneView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    applySplitterSizes();
 }
 
 std::pair<int, int> PaneView::splitterSizes() const

@@ -43,7 +43,11 @@ public:
 Q_SIGNALS:
     void splitterMoved();
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
+    void applySplitterSizes();
     QScrollArea* buildSettingsColumn();
     QWidget* buildTerminal();
 
@@ -58,4 +62,7 @@ private:
     SendEditor* m_editor;
     PaneStatusLine* m_status;
     QScrollArea* m_column;
+    // Relative sizes that wait for the width they are relative to; 0 when there are none.
+    int m_leftShare = 0;
+    int m_rightShare = 0;
 };

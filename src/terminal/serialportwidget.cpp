@@ -68,6 +68,7 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     wireTypedKeys();
     wireConnection();
     wirePanels();
+    m_view->setSplitterSizes(m_format.splitterLeft, m_format.splitterRight);
     updateDisplay();
     showState();
     focusSendEditor();
@@ -221,6 +222,11 @@ bool SerialPortWidget::isOpen() const
     return m_supervisor->isOpen();
 }
 
+bool SerialPortWidget::isActive() const
+{
+    return m_supervisor->isOpen() || m_supervisor->isConnecting() || m_supervisor->isReconnecting();
+}
+
 void SerialPortWidget::setAutoReconnect(bool on)
 {
     m_supervisor->setAutoReconnect(on);
@@ -283,9 +289,7 @@ void SerialPortWidget::onClosed()
 
 void SerialPortWidget::showState()
 {
-    const bool busy =
-        m_supervisor->isOpen() || m_supervisor->isConnecting() || m_supervisor->isReconnecting();
-    m_view->connectionPanel().setConnectionActive(busy);
+    m_view->connectionPanel().setConnectionActive(isActive());
     m_view->statusLine().setState(connectionSummary(), stateText(), m_supervisor->isOpen());
     Q_EMIT stateChanged();
 }
@@ -310,6 +314,16 @@ void SerialPortWidget::tellIfNothingSent(bool sent)
 {
     if (!sent && !m_supervisor->isOpen())
         showStatusMessage(tr("The connection is closed: what you typed was not sent"), failureMs);
+}
+
+qint64 SerialPortWidget::receivedBytes() const
+{
+    return m_receive->receivedBytes();
+}
+
+qint64 SerialPortWidget::sentBytes() const
+{
+    return m_send->sentBytes();
 }
 
 void SerialPortWidget::clear()
@@ -368,12 +382,13 @@ void SerialPortWidget::applySettings()
 
 void SerialPortWidget::applyFormat()
 {
-    m_receive->setFormatSetting(m_format);
-    m_send->setFormatSetting(m_format);
-    m_view->receiveView().setDisplayFont(m_format.displayFont);
-    m_view->sendEditor().setDisplayFont(m_format.displayFont);
-    m_view->activityRow().setLampsVisible(m_format.showControlLineLeds);
-    m_repeat->setInterval(m_format.sendInterval, m_format.sendTimeUnit);
+    const FormatSetting format = m_format.sanitized();
+    m_receive->setFormatSetting(format);
+    m_send->setFormatSetting(format);
+    m_view->receiveView().setDisplayFont(format.displayFont);
+    m_view->sendEditor().setDisplayFont(format.displayFont);
+    m_view->activityRow().setLampsVisible(format.showControlLineLeds);
+    m_repeat->setInterval(format.sendInterval, format.sendTimeUnit);
     m_repeat->setLineByLine(m_view->sendPanel().lineByLine());
     m_repeat->setEnabled(m_format.autoSend);
 }

@@ -43,6 +43,8 @@ public:
     void pause();
     [[nodiscard]] RunState runState() const;
     [[nodiscard]] bool isOpen() const;
+    // Open, connecting or being regained: there is something to stop.
+    [[nodiscard]] bool isActive() const;
     void setAutoReconnect(bool on);
     [[nodiscard]] QString lastError() const;
 
