@@ -11,12 +11,12 @@ namespace simdevice {
 
 namespace {
 
-constexpr qint64 maxDump = 1024 * 1024;
+constexpr qint64 maxDump = 1'048'576;
 constexpr qint64 maxFloodRate = 10'000'000;
 constexpr qint64 maxFloodSeconds = 3600;
 constexpr qint64 minGapMs = 1;
 constexpr qint64 maxGapMs = 60'000;
-constexpr qint64 maxSink = 1024LL * 1024 * 1024;
+constexpr qint64 maxSink = 1'073'741'824;
 
 /// The decimal number at `index`, when it is there and in range.
 std::optional<qint64> number(const QList<QByteArray>& arguments, int index, qint64 low, qint64 high)
@@ -139,9 +139,8 @@ void Shell::execute(const QByteArray& line, qint64 nowMs)
     const auto text = equals < 0 ? QByteArray() : line.mid(equals + 1);
     const bool wantsText = *command->usage != '\0';
     if (wantsText == text.isEmpty() || !(this->*command->run)(text.split(','), nowMs)) {
-        reply(QByteArray("+CME ERROR: use ") + command->name + command->usage
-              + (wantsText ? " (" : "") + (wantsText ? command->meaning : "")
-              + (wantsText ? ")" : ""));
+        const auto meaning = wantsText ? QByteArray(" (") + command->meaning + ')' : QByteArray();
+        reply(QByteArray("+CME ERROR: use ") + command->name + command->usage + meaning);
     }
 }
 

@@ -33,8 +33,8 @@ public:
     };
 
     /// Most bytes that output() holds. Below replyReserve bytes of room no command is read.
-    static constexpr qsizetype outputCapacity = 32 * 1024;
-    static constexpr qsizetype replyReserve = 8 * 1024;
+    static constexpr qsizetype outputCapacity = 32'768;
+    static constexpr qsizetype replyReserve = 8'192;
     static constexpr int minSensorIntervalMs = 10;
     static constexpr int maxSensorIntervalMs = 60'000;
     /// With more bytes than this not yet read by anybody, sensor lines wait: who opens the port
