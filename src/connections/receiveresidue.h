@@ -10,7 +10,7 @@ class ReceiveResidue final
 {
 public:
     // Covers what a system keeps for one TCP socket that nobody reads (Linux: 6 to 32 MiB).
-    static constexpr qsizetype maxBytes = 64 * 1024 * 1024;
+    static constexpr qsizetype maxBytes = qsizetype{64} * 1024 * 1024;
 
     // Appends, up to the bound. Returns how many bytes had no room.
     qsizetype keep(const QByteArray& bytes)

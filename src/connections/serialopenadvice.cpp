@@ -40,7 +40,7 @@ QString permissionAdvice(const SerialDeviceFacts& facts)
 QString groupName(gid_t id)
 {
     // One thread asks, so the shared result is safe here.
-    const group* entry = ::getgrgid(id); // NOLINT(concurrency-mt-unsafe)
+    const group* entry = ::getgrgid(id);
     return entry ? QString::fromLocal8Bit(entry->gr_name) : QString();
 }
 #endif

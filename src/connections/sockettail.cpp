@@ -29,7 +29,7 @@ QByteArray SocketTail::drain(qsizetype maxBytes)
 {
     QByteArray all;
 #ifdef Q_OS_UNIX
-    constexpr qsizetype blockBytes = 64 * 1024;
+    constexpr qsizetype blockBytes = qsizetype{64} * 1024;
     while (m_descriptor >= 0 && all.size() < maxBytes) {
         const qsizetype before = all.size();
         all.resize(before + qMin(blockBytes, maxBytes - before));

@@ -21,7 +21,7 @@ class TcpClientLink final : public QObject
 
 public:
     // What may wait for a connection that is still being made.
-    static constexpr qsizetype maxPendingBytes = 16 * 1024 * 1024;
+    static constexpr qsizetype maxPendingBytes = qsizetype{16} * 1024 * 1024;
     // The socket's read buffer while reads are throttled: beyond it the peer's window closes.
     static constexpr qint64 throttledReadBufferBytes = 4096;
 

@@ -30,10 +30,10 @@ class UdpLink final : public QObject
 public:
     // One call of readDatagrams() ends after either; `readyRead` announces the rest.
     static constexpr qsizetype maxDatagramsPerRead = 128;
-    static constexpr qsizetype maxBytesPerRead = 1024 * 1024;
+    static constexpr qsizetype maxBytesPerRead = qsizetype{1024} * 1024;
     // What may wait for names that are being looked up.
     static constexpr std::size_t maxWaitingDatagrams = 256;
-    static constexpr qsizetype maxWaitingBytes = 1024 * 1024;
+    static constexpr qsizetype maxWaitingBytes = qsizetype{1024} * 1024;
 
     explicit UdpLink(QObject* parent = nullptr);
     ~UdpLink() override;

@@ -308,6 +308,7 @@ private Q_SLOTS:
         messages.clear();
         modem->unplug(End::A);
         QTRY_VERIFY(!deviceError.isEmpty());
+        QVERIFY(becomesIdle());
         QVERIFY(link->isOpen());
         QVERIFY(messages.isEmpty() && errors.isEmpty());
         QCOMPARE(lost, 0);

@@ -191,6 +191,17 @@ private Q_SLOTS:
         QVERIFY(link->readAvailable() == data);
     }
 
+    void theResidueSaysWhatItCouldNotKeep()
+    {
+        ReceiveResidue residue;
+        QCOMPARE(residue.keep(QByteArray(ReceiveResidue::maxBytes - 1, 'a')), 0);
+        QCOMPARE(residue.keep("bc"_ba), 1);
+        QCOMPARE(residue.keep("d"_ba), 1);
+        const QByteArray kept = residue.take();
+        QVERIFY(kept.size() == ReceiveResidue::maxBytes && kept.endsWith("ab"));
+        QVERIFY(residue.isEmpty());
+    }
+
     void throttlingHoldsThePeerBackAndLosesNothing()
     {
         const QByteArray data = numberedBytes(20 * 1024 * 1024);
