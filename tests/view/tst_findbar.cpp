@@ -120,7 +120,7 @@ void TestFindBar::keepsUpWithText()
     view_->appendText(u"k\n"_s, {});
     QTRY_COMPARE(result(), u"2 matches"_s);
     view_->trimFront(1);
-    QTRY_COMPARE(result(), u"1 matches"_s);
+    QTRY_COMPARE(result(), u"1 match"_s);
     view_->clearText();
     QTRY_COMPARE(result(), u"No matches"_s);
 }
@@ -145,7 +145,7 @@ void TestFindBar::marksWhatIsVisible()
     field_->setText(u"\u2588\u2588"_s);
     QTRY_COMPARE(share(qRgb(0, 0, 255)), 0); // all three are marked, in black on the mark
     QVERIFY(share(qRgb(0, 0, 0)) >= blue);
-    bar_->close();
+    bar_->dismiss();
     QTRY_COMPARE(share(qRgb(0, 0, 255)), blue);
 }
 

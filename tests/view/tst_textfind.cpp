@@ -165,6 +165,7 @@ void TestTextFind::badExpressions_data()
     QTest::newRow("unclosed") << u"(a"_s << true;
     QTest::newRow("backtracks without end") << u"(a+)+$"_s << true;
     QTest::newRow("ambiguous alternatives") << u"(a|aa)+[bc]"_s << true;
+    QTest::newRow("slow at every place") << u"(a|aa){1,14}[bc]"_s << true;
     QTest::newRow("empty everywhere") << u"x*"_s << false;
     QTest::newRow("look-around only") << u"(?=a)"_s << false;
 }

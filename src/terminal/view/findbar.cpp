@@ -54,7 +54,7 @@ FindBar::FindBar(ReceiveView& view, QWidget* parent)
     connect(expression_, &QToolButton::toggled, this, &FindBar::restartSearch);
     connect(next_, &QToolButton::clicked, this, &FindBar::findNext);
     connect(previous_, &QToolButton::clicked, this, &FindBar::findPrevious);
-    connect(close_, &QToolButton::clicked, this, &FindBar::close);
+    connect(close_, &QToolButton::clicked, this, &FindBar::dismiss);
     hide();
 }
 
@@ -106,7 +106,7 @@ void FindBar::open()
     restartSearch();
 }
 
-void FindBar::close()
+void FindBar::dismiss()
 {
     const bool hadFocus = isAncestorOf(focusWidget()) || hasFocus();
     hide();
@@ -186,7 +186,7 @@ QString FindBar::resultText() const
     const int current = find_.currentIndex();
     if (current >= 0)
         return tr("%1 of %2").arg(locale().toString(current + 1), total);
-    return tr("%1 matches").arg(total);
+    return count == 1 ? tr("1 match") : tr("%1 matches").arg(total);
 }
 
 void FindBar::scheduleMarks()
@@ -217,7 +217,7 @@ void FindBar::keyPressEvent(QKeyEvent* event)
     const bool back = event->modifiers().testFlag(Qt::ShiftModifier);
     switch (event->key()) {
     case Qt::Key_Escape:
-        close();
+        dismiss();
         break;
     case Qt::Key_Return:
     case Qt::Key_Enter:

@@ -25,7 +25,7 @@ public:
 
     // Shows the bar with the focus in it. A selection within one line becomes the search text.
     void open();
-    void close();
+    void dismiss();
     [[nodiscard]] bool isOpen() const { return isVisibleTo(parentWidget()); }
     void findNext();
     void findPrevious();

@@ -60,7 +60,7 @@ ReceiveView::ReceiveView(QWidget* parent)
     keyboard_ = new ReceiveKeyboard(*this, *edit_);
     connectEdit();
     connectKeyboard();
-    setDisplayFont(resolveDisplayFont({}, 0));
+    applyFont(resolveDisplayFont({}, 0));
 }
 
 ReceiveView::~ReceiveView()
@@ -147,7 +147,7 @@ void ReceiveView::forceScrollToEnd()
 QString ReceiveView::textAt(qint64 position, qint64 count) const
 {
     const qint64 from = std::clamp(position, firstPosition(), endPosition());
-    const qint64 to = std::clamp(position + count, from, endPosition());
+    const qint64 to = std::clamp(position + std::min(count, textLength()), from, endPosition());
     QTextCursor cursor(edit_->document());
     cursor.setPosition(static_cast<int>(breaks_.startInDocument(from)));
     cursor.setPosition(static_cast<int>(breaks_.endInDocument(to)), QTextCursor::KeepAnchor);
@@ -210,6 +210,12 @@ void ReceiveView::pasteText(const QString& text)
 }
 
 void ReceiveView::setDisplayFont(const QFont& font)
+{
+    if (font != displayFont())
+        applyFont(font);
+}
+
+void ReceiveView::applyFont(const QFont& font)
 {
     const ReceiveEdit::Place place = edit_->place();
     edit_->setFont(font);

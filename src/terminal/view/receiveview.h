@@ -124,6 +124,7 @@ protected:
 private:
     void insertAtEnd(const QString& text, const std::optional<QColor>& color);
     void removeUpTo(qint64 end);
+    void applyFont(const QFont& font);
     void connectEdit();
     void connectKeyboard();
     void openMenu(const QPoint& globalPosition);

@@ -30,7 +30,7 @@ public:
     // Characters read at once. A line that is longer is searched in windows that overlap: in such
     // a line an expression sees `overlap` characters before and at least as many after the
     // start of a match.
-    static constexpr qint64 window = 65'536;
+    static constexpr qint64 window = 16'384;
     static constexpr qint64 overlap = 4'096;
 
     // The source must outlive this object.

@@ -1,6 +1,14 @@
 #include "terminal/view/textmatcher.h"
 
+#include <ctime>
+
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qsizetype longLine = 32; // a shorter one cannot take long, see stepLimit
+
+} // namespace
 
 TextMatcher::TextMatcher(const TextPattern& pattern)
     : plain_(!pattern.regularExpression)
@@ -34,6 +42,9 @@ bool TextMatcher::findInLine(
 {
     if (plain_ || !error_.isEmpty())
         return true;
+    // Processor time: on a busy machine a harmless expression must not fail.
+    const bool timed = line.size() >= longLine;
+    const std::clock_t start = timed ? std::clock() : 0;
     // The caller hands over well-formed text, so that the check of the whole line is not needed.
     auto found = expression_.globalMatch(line, from, QRegularExpression::NormalMatch,
         QRegularExpression::DontCheckSubjectStringMatchOption);
@@ -45,5 +56,7 @@ bool TextMatcher::findInLine(
         emptyAtEnd = match.capturedLength() == 0 && match.capturedEnd() == line.size();
     }
     // Past an empty match at the very end the iterator is invalid without anything being wrong.
-    return found.isValid() || emptyAtEnd;
+    if (!found.isValid() && !emptyAtEnd)
+        return false;
+    return !timed || (std::clock() - start) / (CLOCKS_PER_SEC / 1000) < lineBudgetMs;
 }

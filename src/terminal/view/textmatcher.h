@@ -29,9 +29,11 @@ struct TextMatch
 class TextMatcher
 {
 public:
-    // An expression may try this many steps on one line before it is given up: what backtracks
-    // without end must not hold the window.
-    static constexpr int stepLimit = 200'000;
+    // An expression is given up when it tries this many steps at one place of a line, or when it
+    // takes this much of the processor for one line: what backtracks without end must not hold
+    // the window.
+    static constexpr int stepLimit = 100'000;
+    static constexpr int lineBudgetMs = 100;
 
     // An invalid expression gives an error text and finds nothing.
     explicit TextMatcher(const TextPattern& pattern);
@@ -43,7 +45,7 @@ public:
     // `base`. Plain text only.
     void findPlain(QStringView text, qint64 base, QList<TextMatch>& matches) const;
     // The same for an expression in one line (or a piece of one; what stands in front of `from`
-    // is context). False when the expression took too many steps.
+    // is context). False when the expression was given up.
     bool findInLine(QStringView line, qsizetype from, qint64 base, QList<TextMatch>& matches) const;
 
 private:
