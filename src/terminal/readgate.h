@@ -9,8 +9,8 @@ class ReadGate final
 {
 public:
     enum class Reason : unsigned {
-        View = 1, // the view does not keep up, or is paused with its hold buffer full
-        Bridge = 2,  // the other end of a bridge does not keep up
+        View = 1,   // the view does not keep up, or is paused with its hold buffer full
+        Bridge = 2, // the other end of a bridge does not keep up
     };
     Q_DECLARE_FLAGS(Reasons, Reason)
 
