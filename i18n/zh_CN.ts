@@ -1,3 +1,1970 @@
 <?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE TS>
-<TS version="2.1" language="zh_CN" sourcelanguage="en"></TS>
+<TS version="2.1" language="zh_CN" sourcelanguage="en">
+<context>
+    <name>ActivityRow</name>
+    <message>
+        <source>TX</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>RX</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Lights while data is being sent or received</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 activity</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>AsciiModel</name>
+    <message>
+        <source>Dec</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Oct</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Bin</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Char</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Ctrl</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>AsciiTable</name>
+    <message>
+        <source>ASCII Code</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Codes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Filter: a name, a code in any base, a character</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Filter</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Insert into the send editor</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Send at once</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>&amp;Double click:</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>BridgeFlow</name>
+    <message>
+        <source>Flood guard tripped (possible cable loop)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Egress queue overflowed</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CalculatorPanel</name>
+    <message>
+        <source>Signed</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Decimal</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Decimal with the other sign</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hexadecimal</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Octal</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Binary</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Bytes swapped</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>As float</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>As double</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Number</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>For example (0x3F &lt;&lt; 4) | 0b101</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Operators: | ^ &amp; &lt;&lt; &gt;&gt; + - * / % ** ~
+Numbers: 42, 0x2A, 0b101010, 0o52, 1.5e3, &apos;*&apos;
+Functions: %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 bits</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Width of integers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Expression</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Integers</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The result as the bits of an IEEE 754 binary32 number</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The result as the bits of an IEEE 754 binary64 number</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>8 or 16 hexadecimal digits, for example 3F800000</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>IEEE 754 bits</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unsigned</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 (position %2)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A step did not fit %1 bits; its upper bits are lost.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>float %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>double %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ConnectionPanel</name>
+    <message>
+        <source>Serial Port</source>
+        <translation>串口</translation>
+    </message>
+    <message>
+        <source>TCP Server</source>
+        <translation>TCP 服务器</translation>
+    </message>
+    <message>
+        <source>TCP Client</source>
+        <translation>TCP 客户端</translation>
+    </message>
+    <message>
+        <source>UDP Server</source>
+        <translation>UDP 服务器</translation>
+    </message>
+    <message>
+        <source>UDP Client</source>
+        <translation>UDP 客户端</translation>
+    </message>
+    <message>
+        <source>Remote Serial (RFC 2217)</source>
+        <translation>远程串口（RFC 2217）</translation>
+    </message>
+    <message>
+        <source>Remote Serial (Cloud Relay)</source>
+        <translation>远程串口（云中继）</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>无</translation>
+    </message>
+    <message>
+        <source>Even</source>
+        <translation>偶校验</translation>
+    </message>
+    <message>
+        <source>Odd</source>
+        <translation>奇校验</translation>
+    </message>
+    <message>
+        <source>Mark</source>
+        <translation>标记</translation>
+    </message>
+    <message>
+        <source>Space</source>
+        <translation>空格</translation>
+    </message>
+    <message>
+        <source>RTS/CTS</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>XON/XOFF</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Connection Settings</source>
+        <translation>连接设置</translation>
+    </message>
+    <message>
+        <source>DTR</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>RTS</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>打开</translation>
+    </message>
+    <message>
+        <source>Host name or address</source>
+        <translation>主机名或地址</translation>
+    </message>
+    <message>
+        <source>Type</source>
+        <translation>类型</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>端口</translation>
+    </message>
+    <message>
+        <source>Host</source>
+        <translation>主机</translation>
+    </message>
+    <message>
+        <source>Target Port</source>
+        <translation>目标端口</translation>
+    </message>
+    <message>
+        <source>Local Port</source>
+        <translation>本地端口</translation>
+    </message>
+    <message>
+        <source>Baudrate</source>
+        <translation>波特率</translation>
+    </message>
+    <message>
+        <source>Data Bits</source>
+        <translation>数据位</translation>
+    </message>
+    <message>
+        <source>Flow Type</source>
+        <translation>流控</translation>
+    </message>
+    <message>
+        <source>Stop Bits</source>
+        <translation>停止位</translation>
+    </message>
+    <message>
+        <source>Parity</source>
+        <translation>校验位</translation>
+    </message>
+    <message>
+        <source>Set the DTR output now, or apply it when the port opens</source>
+        <translation>立即设置 DTR 输出，或在打开端口时应用</translation>
+    </message>
+    <message>
+        <source>Set the RTS output now, or apply it when the port opens</source>
+        <translation>立即设置 RTS 输出，或在打开端口时应用</translation>
+    </message>
+    <message>
+        <source>Outputs</source>
+        <translation>输出</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>ConnectionSummary</name>
+    <message>
+        <source>No port chosen</source>
+        <translation>未选择端口</translation>
+    </message>
+    <message>
+        <source>TCP %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>UDP local %1</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>UDP local %1 to %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No connection</source>
+        <translation>无连接</translation>
+    </message>
+</context>
+<context>
+    <name>ConnectionSupervisor</name>
+    <message>
+        <source>The connection type of this pane is not available in this version. Choose another one.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No serial port is chosen. Choose one and open it again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>No host is given. Enter the name or address of one and open it again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Serial Port %1 lost, waiting for it to come back...</source>
+        <translation>串口 %1 丢失，等待其恢复...</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 ERROR: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Serial Port %1 is gone. Connect the device again and open the port.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Serial Port %1 DISCONNECTED</source>
+        <translation>串口 %1 已断开</translation>
+    </message>
+    <message>
+        <source>Connection lost, reconnecting...</source>
+        <translation>连接断开，正在重连...</translation>
+    </message>
+    <message>
+        <source>Reconnecting to %1:%2 ...</source>
+        <translation>正在重连到 %1:%2 ...</translation>
+    </message>
+    <message>
+        <source>TCP connection RESTORED</source>
+        <translation>TCP 连接已恢复</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 RECONNECTED</source>
+        <translation>串口 %1 已重新连接</translation>
+    </message>
+</context>
+<context>
+    <name>CrcCalculation</name>
+    <message>
+        <source>Width must be between 1 and 64.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 must be a hexadecimal value that fits the width.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Polynomial</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Polynomial must not be zero.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Initial value</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Final XOR</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>CrcPanel</name>
+    <message>
+        <source>ASCII</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Custom parameters</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Insert into Send Editor</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Input</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Read as</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Algorithm</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reflect input</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Reflect output</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Width</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Polynomial</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Initial value</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Final XOR</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Binary</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Octal</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Hexadecimal</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Most significant byte first</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Least significant byte first</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Base</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Byte order</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Wire bytes</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>%n input byte(s)</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>Expression</name>
+    <message>
+        <source>&quot;%1&quot; is not understood.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a number.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; does not fit 64 bits.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A character stands between two single quotes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The expression is not complete.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not expected here.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Bit operations work on integers only.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A shift count must not be negative.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Division by zero.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The expression is nested too deeply.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>An integer has no negative power; write the base with a point.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a known name.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message numerus="yes">
+        <source>&quot;%1&quot; takes %n argument(s).</source>
+        <translation type="unfinished">
+            <numerusform></numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a known function.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The number does not fit %1 bits.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The expression is longer than %1 characters.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>FindBar</name>
+    <message>
+        <source>Find in received data</source>
+        <translation>在接收数据中查找</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>第 %1 项，共 %2 项</translation>
+    </message>
+    <message>
+        <source>Previous match (Shift+Enter)</source>
+        <translation>上一个匹配（Shift+Enter）</translation>
+    </message>
+    <message>
+        <source>Previous match</source>
+        <translation>上一个匹配</translation>
+    </message>
+    <message>
+        <source>Next match (Enter)</source>
+        <translation>下一个匹配（Enter）</translation>
+    </message>
+    <message>
+        <source>Next match</source>
+        <translation>下一个匹配</translation>
+    </message>
+    <message>
+        <source>Match case</source>
+        <translation>区分大小写</translation>
+    </message>
+    <message>
+        <source>Regular expression</source>
+        <translation>正则表达式</translation>
+    </message>
+    <message>
+        <source>Close (Esc)</source>
+        <translation>关闭（Esc）</translation>
+    </message>
+    <message>
+        <source>Close find bar</source>
+        <translation>关闭查找栏</translation>
+    </message>
+    <message>
+        <source>Searching...</source>
+        <translation>正在查找...</translation>
+    </message>
+    <message>
+        <source>No matches</source>
+        <translation>没有匹配</translation>
+    </message>
+    <message>
+        <source>more than %1</source>
+        <translation>超过 %1</translation>
+    </message>
+    <message>
+        <source>1 match</source>
+        <translation>1 个匹配</translation>
+    </message>
+    <message>
+        <source>%1 matches</source>
+        <translation>%1 个匹配</translation>
+    </message>
+</context>
+<context>
+    <name>HexParser</name>
+    <message>
+        <source>Hex input must contain complete bytes.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Invalid hex character at position %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>HostResolver</name>
+    <message>
+        <source>it has no IPv4 address</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>MainActions</name>
+    <message>
+        <source>Not in this version yet</source>
+        <translation>此版本尚未提供</translation>
+    </message>
+    <message>
+        <source>Needs more than one port; not in this version yet</source>
+        <translation>需要一个以上的端口；此版本尚未提供</translation>
+    </message>
+    <message>
+        <source>Needs a signed-in account; not in this version yet</source>
+        <translation>需要登录账户；此版本尚未提供</translation>
+    </message>
+</context>
+<context>
+    <name>MainStatusBar</name>
+    <message>
+        <source>Connection state</source>
+        <translation>连接状态</translation>
+    </message>
+    <message>
+        <source>Port and line settings</source>
+        <translation>端口与线路参数</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>消息</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>Received bytes and rate</source>
+        <translation>接收字节数与速率</translation>
+    </message>
+    <message>
+        <source>Sent bytes and rate</source>
+        <translation>发送字节数与速率</translation>
+    </message>
+    <message>
+        <source>RX %1 B (%2)</source>
+        <translation>接收 %1 B（%2）</translation>
+    </message>
+    <message>
+        <source>TX %1 B (%2)</source>
+        <translation>发送 %1 B（%2）</translation>
+    </message>
+</context>
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>&amp;File</source>
+        <translation>文件(&amp;F)</translation>
+    </message>
+    <message>
+        <source>&amp;Connection</source>
+        <translation>连接(&amp;C)</translation>
+    </message>
+    <message>
+        <source>&amp;View</source>
+        <translation>视图(&amp;V)</translation>
+    </message>
+    <message>
+        <source>&amp;Tools</source>
+        <translation>工具(&amp;T)</translation>
+    </message>
+    <message>
+        <source>Cl&amp;oud</source>
+        <translation>云(&amp;O)</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>语言</translation>
+    </message>
+    <message>
+        <source>&amp;Help</source>
+        <translation>帮助(&amp;H)</translation>
+    </message>
+    <message>
+        <source>&amp;Debug</source>
+        <translation>调试(&amp;D)</translation>
+    </message>
+    <message>
+        <source>New...</source>
+        <translation>新建...</translation>
+    </message>
+    <message>
+        <source>Open Settings...</source>
+        <translation>打开设置...</translation>
+    </message>
+    <message>
+        <source>Save Settings...</source>
+        <translation>保存设置...</translation>
+    </message>
+    <message>
+        <source>Save current config</source>
+        <translation>保存当前配置</translation>
+    </message>
+    <message>
+        <source>Save Settings As...</source>
+        <translation>设置另存为...</translation>
+    </message>
+    <message>
+        <source>Save current settings as new file</source>
+        <translation>将当前设置保存为新文件</translation>
+    </message>
+    <message>
+        <source>Log Recording</source>
+        <translation>记录日志</translation>
+    </message>
+    <message>
+        <source>Record all port messages as log files</source>
+        <translation>将所有端口的数据记录到日志文件</translation>
+    </message>
+    <message>
+        <source>View Current Data Log</source>
+        <translation>查看当前数据日志</translation>
+    </message>
+    <message>
+        <source>Open Log Folder</source>
+        <translation>打开日志文件夹</translation>
+    </message>
+    <message>
+        <source>Exit</source>
+        <translation>退出</translation>
+    </message>
+    <message>
+        <source>New Connection</source>
+        <translation>新建连接</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>开始</translation>
+    </message>
+    <message>
+        <source>Open the connection, or go on after a pause</source>
+        <translation>打开连接，或在暂停后继续</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>暂停</translation>
+    </message>
+    <message>
+        <source>Hold the display; what arrives is kept for later</source>
+        <translation>暂停显示，收到的数据会保留</translation>
+    </message>
+    <message>
+        <source>Stop</source>
+        <translation>停止</translation>
+    </message>
+    <message>
+        <source>Close the connection</source>
+        <translation>关闭连接</translation>
+    </message>
+    <message>
+        <source>Clear All Displays</source>
+        <translation>清空所有显示</translation>
+    </message>
+    <message>
+        <source>Clear the receive views and their counters</source>
+        <translation>清空接收区及其计数</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>清空</translation>
+    </message>
+    <message>
+        <source>Clear All Send Histories</source>
+        <translation>清空所有发送历史</translation>
+    </message>
+    <message>
+        <source>Forget what was sent before, in every pane</source>
+        <translation>清除每个端口的发送记录</translation>
+    </message>
+    <message>
+        <source>Find...</source>
+        <translation>查找...</translation>
+    </message>
+    <message>
+        <source>Find text in the receive view</source>
+        <translation>在接收区中查找文本</translation>
+    </message>
+    <message>
+        <source>Add Port</source>
+        <translation>添加端口</translation>
+    </message>
+    <message>
+        <source>Remove Port</source>
+        <translation>移除端口</translation>
+    </message>
+    <message>
+        <source>Auto Restore Last Connection</source>
+        <translation>自动恢复上次连接</translation>
+    </message>
+    <message>
+        <source>Restore the connection that was open at last exit</source>
+        <translation>恢复上次退出时打开的连接</translation>
+    </message>
+    <message>
+        <source>Auto Reconnect</source>
+        <translation>自动重连</translation>
+    </message>
+    <message>
+        <source>Automatically reconnect after a serial unplug or TCP connection loss</source>
+        <translation>串口拔出或 TCP 连接断开后自动重连</translation>
+    </message>
+    <message>
+        <source>Horizontal</source>
+        <translation>水平排列</translation>
+    </message>
+    <message>
+        <source>Vertical</source>
+        <translation>垂直排列</translation>
+    </message>
+    <message>
+        <source>Grid</source>
+        <translation>网格排列</translation>
+    </message>
+    <message>
+        <source>Custom</source>
+        <translation>自定义</translation>
+    </message>
+    <message>
+        <source>Close Quick Settings</source>
+        <translation>关闭快捷设置</translation>
+    </message>
+    <message>
+        <source>Show or hide the column of quick settings</source>
+        <translation>显示或隐藏快捷设置栏</translation>
+    </message>
+    <message>
+        <source>Always On Top</source>
+        <translation>窗口置顶</translation>
+    </message>
+    <message>
+        <source>Keep the window above others</source>
+        <translation>使窗口保持在其他窗口之上</translation>
+    </message>
+    <message>
+        <source>Settings...</source>
+        <translation>设置...</translation>
+    </message>
+    <message>
+        <source>Toolbox...</source>
+        <translation>工具箱...</translation>
+    </message>
+    <message>
+        <source>ASCII Code...</source>
+        <translation>ASCII 码表...</translation>
+    </message>
+    <message>
+        <source>Modbus Request Builder...</source>
+        <translation>Modbus 请求生成器...</translation>
+    </message>
+    <message>
+        <source>Bridges...</source>
+        <translation>桥接...</translation>
+    </message>
+    <message>
+        <source>Forward data between two ports (network to serial gateway)</source>
+        <translation>在两个端口之间转发数据（网络到串口网关）</translation>
+    </message>
+    <message>
+        <source>Send File...</source>
+        <translation>发送文件...</translation>
+    </message>
+    <message>
+        <source>Send a file to the device with XMODEM or YMODEM</source>
+        <translation>用 XMODEM 或 YMODEM 向设备发送文件</translation>
+    </message>
+    <message>
+        <source>Receive File...</source>
+        <translation>接收文件...</translation>
+    </message>
+    <message>
+        <source>Receive a file from the device with XMODEM or YMODEM</source>
+        <translation>用 XMODEM 或 YMODEM 从设备接收文件</translation>
+    </message>
+    <message>
+        <source>Cancel Transfer</source>
+        <translation>取消传输</translation>
+    </message>
+    <message>
+        <source>Cloud Console</source>
+        <translation>云控制台</translation>
+    </message>
+    <message>
+        <source>Allow Remote Send</source>
+        <translation>允许远程发送</translation>
+    </message>
+    <message>
+        <source>Allow Remote Port Control</source>
+        <translation>允许远程控制端口</translation>
+    </message>
+    <message>
+        <source>Allow Cloud Relay</source>
+        <translation>允许云中继</translation>
+    </message>
+    <message>
+        <source>Sign In...</source>
+        <translation>登录...</translation>
+    </message>
+    <message>
+        <source>My Account</source>
+        <translation>我的账户</translation>
+    </message>
+    <message>
+        <source>Sync Now</source>
+        <translation>立即同步</translation>
+    </message>
+    <message>
+        <source>Sync Settings...</source>
+        <translation>同步设置...</translation>
+    </message>
+    <message>
+        <source>Sign Out</source>
+        <translation>退出登录</translation>
+    </message>
+    <message>
+        <source>English</source>
+        <translation>英文</translation>
+    </message>
+    <message>
+        <source>Chinese</source>
+        <translation>中文</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>帮助</translation>
+    </message>
+    <message>
+        <source>Open the help page in the browser</source>
+        <translation>在浏览器中打开帮助页面</translation>
+    </message>
+    <message>
+        <source>Homepage</source>
+        <translation>主页</translation>
+    </message>
+    <message>
+        <source>Open the home page in the browser</source>
+        <translation>在浏览器中打开主页</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>关于</translation>
+    </message>
+    <message>
+        <source>Version and licences</source>
+        <translation>版本与许可</translation>
+    </message>
+    <message>
+        <source>Suspend Port List Refresh</source>
+        <translation>暂停刷新端口列表</translation>
+    </message>
+    <message>
+        <source>Do not look for serial ports that come and go</source>
+        <translation>不再检测串口的插入与拔出</translation>
+    </message>
+    <message>
+        <source>Open Quick Settings</source>
+        <translation>打开快捷设置</translation>
+    </message>
+    <message>
+        <source>Main Toolbar</source>
+        <translation>主工具栏</translation>
+    </message>
+    <message>
+        <source>&amp;Port:</source>
+        <translation>端口(&amp;P)：</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 OPEN FAILED</source>
+        <translation>串口 %1 打开失败</translation>
+    </message>
+    <message>
+        <source>The changes will take effect when the program is restarted.</source>
+        <translation>更改将在程序重新启动后生效。</translation>
+    </message>
+    <message>
+        <source>A terminal for serial ports and network byte streams.
+
+Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
+        <translation>用于串口和网络字节流的终端。
+
+使用 Qt %1 构建。图标：Breeze，GNU LGPL 第 3 版或更高版本。</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusCodec</name>
+    <message>
+        <source>Slave ID must be between 0 and 247.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Write Single Coil needs exactly one value.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Write Single Register needs exactly one value.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Unsupported function code 0x%1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Coil count</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Register count</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 must be between %2 and %3.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Address %1 plus count %2 exceeds the 65536 address space.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The number of values must be the quantity, %1.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>NoticeBar</name>
+    <message>
+        <source>Error message</source>
+        <translation>错误消息</translation>
+    </message>
+    <message>
+        <source>Dismiss</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>Dismiss the error message</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>PaneStatusLine</name>
+    <message>
+        <source>Connection state</source>
+        <translation>连接状态</translation>
+    </message>
+    <message>
+        <source>%1 - %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Rx %1  Tx %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>PortNameBox</name>
+    <message>
+        <source>Choose or type a port</source>
+        <translation>选择或输入串口</translation>
+    </message>
+</context>
+<context>
+    <name>PortSelector</name>
+    <message>
+        <source>Serial port of the first pane</source>
+        <translation>第一个端口的串口</translation>
+    </message>
+    <message>
+        <source>Open another serial port in the first pane</source>
+        <translation>在第一个端口中打开另一个串口</translation>
+    </message>
+    <message>
+        <source>No serial port</source>
+        <translation>没有串口</translation>
+    </message>
+    <message>
+        <source>Choose a port</source>
+        <translation>选择串口</translation>
+    </message>
+</context>
+<context>
+    <name>QuickSettingsGroups</name>
+    <message>
+        <source>Connection Settings</source>
+        <translation>连接设置</translation>
+    </message>
+    <message>
+        <source>Port and connection parameters</source>
+        <translation>端口与连接参数</translation>
+    </message>
+    <message>
+        <source>Receive Settings</source>
+        <translation>接收设置</translation>
+    </message>
+    <message>
+        <source>How received data is shown</source>
+        <translation>接收数据的显示方式</translation>
+    </message>
+    <message>
+        <source>Send Settings</source>
+        <translation>发送设置</translation>
+    </message>
+    <message>
+        <source>How data is sent</source>
+        <translation>数据的发送方式</translation>
+    </message>
+    <message>
+        <source>Baudrate</source>
+        <translation>波特率</translation>
+    </message>
+    <message>
+        <source>Serial transfer speed</source>
+        <translation>串口传输速率</translation>
+    </message>
+    <message>
+        <source>Data Bits</source>
+        <translation>数据位</translation>
+    </message>
+    <message>
+        <source>Data bits per frame</source>
+        <translation>每帧的数据位</translation>
+    </message>
+    <message>
+        <source>Flow Type</source>
+        <translation>流控</translation>
+    </message>
+    <message>
+        <source>Flow control method</source>
+        <translation>流控方式</translation>
+    </message>
+    <message>
+        <source>Stop Bits</source>
+        <translation>停止位</translation>
+    </message>
+    <message>
+        <source>Stop bits per frame</source>
+        <translation>每帧的停止位</translation>
+    </message>
+    <message>
+        <source>Parity</source>
+        <translation>校验位</translation>
+    </message>
+    <message>
+        <source>Parity check mode</source>
+        <translation>校验方式</translation>
+    </message>
+    <message>
+        <source>Indicator Lights</source>
+        <translation>指示灯</translation>
+    </message>
+    <message>
+        <source>Show all TX/RX and control line indicators</source>
+        <translation>显示所有收发与控制线指示灯</translation>
+    </message>
+    <message>
+        <source>Format</source>
+        <translation>格式</translation>
+    </message>
+    <message>
+        <source>Show received data as text or hex, and the encoding to read it with</source>
+        <translation>以文本或十六进制显示接收数据，以及所用的编码</translation>
+    </message>
+    <message>
+        <source>Auto Line Feed</source>
+        <translation>自动换行</translation>
+    </message>
+    <message>
+        <source>Start a new line after an idle interval</source>
+        <translation>空闲一段时间后换行</translation>
+    </message>
+    <message>
+        <source>Display Time</source>
+        <translation>显示时间</translation>
+    </message>
+    <message>
+        <source>Prefix received data with a timestamp</source>
+        <translation>在接收数据前加时间戳</translation>
+    </message>
+    <message>
+        <source>Send the input as text or hex, and the encoding to send it with</source>
+        <translation>以文本或十六进制发送输入内容，以及所用的编码</translation>
+    </message>
+    <message>
+        <source>Loop Send</source>
+        <translation>循环发送</translation>
+    </message>
+    <message>
+        <source>Resend automatically at an interval</source>
+        <translation>按间隔自动重复发送</translation>
+    </message>
+    <message>
+        <source>Append Line Ending</source>
+        <translation>追加换行符</translation>
+    </message>
+    <message>
+        <source>Ending appended to each send</source>
+        <translation>每次发送后追加的换行符</translation>
+    </message>
+    <message>
+        <source>Enter Sends</source>
+        <translation>回车键发送</translation>
+    </message>
+    <message>
+        <source>Bytes sent when Enter is pressed in the receive terminal</source>
+        <translation>在接收终端中按回车键时发送的字节</translation>
+    </message>
+    <message>
+        <source>Append Checksum</source>
+        <translation>追加校验</translation>
+    </message>
+    <message>
+        <source>Checksum appended to each send</source>
+        <translation>每次发送后追加的校验值</translation>
+    </message>
+    <message>
+        <source>Display Send</source>
+        <translation>显示发送</translation>
+    </message>
+    <message>
+        <source>Echo sent data in the display</source>
+        <translation>在显示区显示发送的数据</translation>
+    </message>
+    <message>
+        <source>Local Echo</source>
+        <translation>本地回显</translation>
+    </message>
+    <message>
+        <source>Echo keys typed into the receive terminal</source>
+        <translation>回显在接收终端中输入的字符</translation>
+    </message>
+    <message>
+        <source>Line by Line</source>
+        <translation>逐行发送</translation>
+    </message>
+    <message>
+        <source>Send multi-line input line by line</source>
+        <translation>将多行输入逐行发送</translation>
+    </message>
+</context>
+<context>
+    <name>ReceivePanel</name>
+    <message>
+        <source>Receive Settings</source>
+        <translation>接收设置</translation>
+    </message>
+    <message>
+        <source>Text</source>
+        <translation>文本</translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Auto feed ending</source>
+        <translation>自动断行</translation>
+    </message>
+    <message>
+        <source>Display Time</source>
+        <translation>显示时间</translation>
+    </message>
+    <message>
+        <source>Color by direction</source>
+        <translation>按方向着色</translation>
+    </message>
+    <message>
+        <source>Color of received data</source>
+        <translation>接收数据的颜色</translation>
+    </message>
+    <message>
+        <source>Color of sent data</source>
+        <translation>发送数据的颜色</translation>
+    </message>
+    <message>
+        <source>Show received data as text</source>
+        <translation>以文本显示接收数据</translation>
+    </message>
+    <message>
+        <source>Show received data as hexadecimal bytes</source>
+        <translation>以十六进制显示接收数据</translation>
+    </message>
+    <message>
+        <source>Start a new line after an idle interval</source>
+        <translation>空闲一段时间后换行</translation>
+    </message>
+    <message>
+        <source>Prefix received data with a timestamp</source>
+        <translation>在接收数据前加时间戳</translation>
+    </message>
+    <message>
+        <source>Encoding of received data</source>
+        <translation>接收数据的编码</translation>
+    </message>
+    <message>
+        <source>The encoding that received bytes are read with</source>
+        <translation>读取接收字节所用的编码</translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Minimal interval that starts a new line, in milliseconds</source>
+        <translation>触发换行的最小间隔（毫秒）</translation>
+    </message>
+    <message>
+        <source> MB</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>How much text the view keeps; older text leaves at the top</source>
+        <translation>显示区保留的文本量，较早的文本会被移除</translation>
+    </message>
+    <message>
+        <source>Font of the data views</source>
+        <translation>数据显示区的字体</translation>
+    </message>
+    <message>
+        <source>Format</source>
+        <translation>格式</translation>
+    </message>
+    <message>
+        <source>Encoding</source>
+        <translation>编码</translation>
+    </message>
+    <message>
+        <source>   Minimal Interval:</source>
+        <translation>   最小间隔：</translation>
+    </message>
+    <message>
+        <source>Display Buffer</source>
+        <translation>显示缓冲</translation>
+    </message>
+    <message>
+        <source>Font</source>
+        <translation>字体</translation>
+    </message>
+    <message>
+        <source>%1, %2 pt</source>
+        <translation>%1，%2 磅</translation>
+    </message>
+</context>
+<context>
+    <name>ReceivePipeline</name>
+    <message>
+        <source>The view is paused and %1 of received data wait. Reading stops until it is resumed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ReceiveView</name>
+    <message>
+        <source>Received data</source>
+        <translation>接收数据</translation>
+    </message>
+    <message>
+        <source>Keys typed here are sent to the device. Ctrl+Tab moves on to the next control.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SendEditor</name>
+    <message>
+        <source>Clear History</source>
+        <translation>清空历史</translation>
+    </message>
+    <message>
+        <source>&amp;Send</source>
+        <translation>发送(&amp;S)</translation>
+    </message>
+    <message>
+        <source>Type a message; Ctrl+Enter sends it</source>
+        <translation>输入消息；按 Ctrl+Enter 发送</translation>
+    </message>
+    <message>
+        <source>Message to send</source>
+        <translation>要发送的消息</translation>
+    </message>
+    <message>
+        <source>Messages sent before</source>
+        <translation>已发送的消息</translation>
+    </message>
+    <message>
+        <source>Messages sent before, newest first</source>
+        <translation>已发送的消息，最新的在前</translation>
+    </message>
+    <message>
+        <source>Nothing sent yet</source>
+        <translation>尚未发送</translation>
+    </message>
+    <message>
+        <source>Empty the message and the list of messages sent before</source>
+        <translation>清空消息和已发送消息列表</translation>
+    </message>
+    <message>
+        <source>Send the message (Ctrl+Enter)</source>
+        <translation>发送消息（Ctrl+Enter）</translation>
+    </message>
+    <message>
+        <source>H&amp;istory</source>
+        <translation>历史(&amp;I)</translation>
+    </message>
+</context>
+<context>
+    <name>SendModes</name>
+    <message>
+        <source>None</source>
+        <translation>无</translation>
+    </message>
+    <message>
+        <source>CR (\r)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>LF (\n)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>CR &amp; LF (\r\n)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>LR &amp; CR (\n\r)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>LF &amp; CR (\n\r)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Checksum-8 (SUM)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>XOR (BCC)</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>CRC-8</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>CRC-16/MODBUS</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>CRC-32</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SendPanel</name>
+    <message>
+        <source>Send Settings</source>
+        <translation>发送设置</translation>
+    </message>
+    <message>
+        <source>Text</source>
+        <translation>文本</translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Tidy hex input</source>
+        <translation>整理十六进制输入</translation>
+    </message>
+    <message>
+        <source>Loop </source>
+        <translation>循环 </translation>
+    </message>
+    <message>
+        <source>Line by Line</source>
+        <translation>逐行发送</translation>
+    </message>
+    <message>
+        <source>Display Send</source>
+        <translation>显示发送</translation>
+    </message>
+    <message>
+        <source>Local Echo</source>
+        <translation>本地回显</translation>
+    </message>
+    <message>
+        <source>Send the input as text</source>
+        <translation>以文本发送输入内容</translation>
+    </message>
+    <message>
+        <source>Send the input as hexadecimal bytes; what follows // is a comment</source>
+        <translation>以十六进制发送输入内容；// 之后为注释</translation>
+    </message>
+    <message>
+        <source>Encoding of sent text</source>
+        <translation>发送文本的编码</translation>
+    </message>
+    <message>
+        <source>Rewrite the input as pairs of upper-case digits when sending</source>
+        <translation>发送时将输入整理为成对的大写数字</translation>
+    </message>
+    <message>
+        <source>Resend automatically at an interval</source>
+        <translation>按间隔自动重复发送</translation>
+    </message>
+    <message>
+        <source>Repeat interval in milliseconds</source>
+        <translation>重复间隔（毫秒）</translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Send multi-line input line by line</source>
+        <translation>将多行输入逐行发送</translation>
+    </message>
+    <message>
+        <source>Ending appended to each send</source>
+        <translation>每次发送后追加的换行符</translation>
+    </message>
+    <message>
+        <source>Checksum appended to each send</source>
+        <translation>每次发送后追加的校验值</translation>
+    </message>
+    <message>
+        <source>Bytes sent when Enter is pressed in the receive terminal</source>
+        <translation>在接收终端中按回车键时发送的字节</translation>
+    </message>
+    <message>
+        <source>Echo sent data in the display</source>
+        <translation>在显示区显示发送的数据</translation>
+    </message>
+    <message>
+        <source>Echo keys typed into the receive terminal</source>
+        <translation>回显在接收终端中输入的字符</translation>
+    </message>
+    <message>
+        <source>Format</source>
+        <translation>格式</translation>
+    </message>
+    <message>
+        <source>Encoding</source>
+        <translation>编码</translation>
+    </message>
+    <message>
+        <source>Append Line Ending</source>
+        <translation>追加换行符</translation>
+    </message>
+    <message>
+        <source>Append Checksum</source>
+        <translation>追加校验</translation>
+    </message>
+    <message>
+        <source>Enter Sends</source>
+        <translation>回车键发送</translation>
+    </message>
+</context>
+<context>
+    <name>SerialLink</name>
+    <message>
+        <source>Break</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Serial Port %1 OPEN SUCCESS</source>
+        <translation>串口 %1 打开成功</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 did not accept %2: %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the baud rate</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the data bits</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the parity</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the stop bits</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>the flow control</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Serial Port %1 OPEN FAILED! ERROR: </source>
+        <translation>串口 %1 打开失败！错误：</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 CLOSE FAILED</source>
+        <translation>串口 %1 关闭失败</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 CLOSE SUCCESS</source>
+        <translation>串口 %1 关闭成功</translation>
+    </message>
+    <message>
+        <source>Open the serial port before sending Break</source>
+        <translation>发送 Break 前请先打开串口</translation>
+    </message>
+    <message>
+        <source>RTS is managed automatically by RTS/CTS flow control</source>
+        <translation>RTS 由 RTS/CTS 流控自动管理</translation>
+    </message>
+    <message>
+        <source>Failed to set %1: %2</source>
+        <translation>设置 %1 失败：%2</translation>
+    </message>
+    <message>
+        <source>Serial Port %1: %2 received bytes were dropped because nobody read them</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Serial Port %1 DISCONNECTED</source>
+        <translation>串口 %1 已断开</translation>
+    </message>
+</context>
+<context>
+    <name>SerialOpenAdvice</name>
+    <message>
+        <source>You are not permitted to use %1. Ask whoever administers this computer for read and write access to it.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>You are not permitted to use %1: it belongs to the group &quot;%2&quot;. Join the group with &quot;sudo usermod -aG %2 $USER&quot;, then sign out and in again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>There is no device %1. Check that it is plugged in and that the name is right.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>%1 is not a serial port, or it does not offer what was asked of it. Choose another port.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Another program has %1 open. Close the port there, then open it again.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device does not respond. Unplug it, plug it in again and open the port once more.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SerialPortWidget</name>
+    <message>
+        <source>File saved</source>
+        <translation>文件已保存</translation>
+    </message>
+    <message>
+        <source>Paused</source>
+        <translation>已暂停</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>已打开</translation>
+    </message>
+    <message>
+        <source>Waiting for the port...</source>
+        <translation>等待串口...</translation>
+    </message>
+    <message>
+        <source>Reconnecting...</source>
+        <translation>正在重连...</translation>
+    </message>
+    <message>
+        <source>Connecting...</source>
+        <translation>正在连接...</translation>
+    </message>
+    <message>
+        <source>Closed</source>
+        <translation>已关闭</translation>
+    </message>
+    <message>
+        <source>The connection is closed: what you typed was not sent</source>
+        <translation>连接已关闭：输入的内容未发送</translation>
+    </message>
+    <message>
+        <source>Save As</source>
+        <translation>另存为</translation>
+    </message>
+    <message>
+        <source>Text files (*.txt *.log)</source>
+        <translation>文本文件 (*.txt *.log)</translation>
+    </message>
+    <message>
+        <source>All files (*)</source>
+        <translation>所有文件 (*)</translation>
+    </message>
+    <message>
+        <source>A save is still running</source>
+        <translation>仍在保存中</translation>
+    </message>
+</context>
+<context>
+    <name>SetConfigFilePathDialog</name>
+    <message>
+        <source>&amp;Folder for configuration files:</source>
+        <translation>配置文件所在文件夹(&amp;F)：</translation>
+    </message>
+    <message>
+        <source>&amp;Browse...</source>
+        <translation>浏览(&amp;B)...</translation>
+    </message>
+    <message>
+        <source>Choose the folder</source>
+        <translation>选择文件夹</translation>
+    </message>
+    <message>
+        <source>The folder %1 cannot be created. Choose a folder that you may write to.</source>
+        <translation>无法创建文件夹 %1。请选择您有写入权限的文件夹。</translation>
+    </message>
+    <message>
+        <source>Configuration Folder</source>
+        <translation>配置文件夹</translation>
+    </message>
+</context>
+<context>
+    <name>TcpClientLink</name>
+    <message>
+        <source>Too much to send before the TCP connection stands; the rest is refused</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>TCP connect FAILED: %1</source>
+        <translation>TCP 连接失败：%1</translation>
+    </message>
+    <message>
+        <source>%1 bytes that the TCP peer had sent were dropped: nobody read them</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>TextFind</name>
+    <message>
+        <source>The expression takes too many steps</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>TextSaver</name>
+    <message>
+        <source>Cannot save &quot;%1&quot;: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ToolBox</name>
+    <message>
+        <source>Toolbox</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>C&amp;alculator</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>C&amp;RC</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>UdpLink</name>
+    <message>
+        <source>UDP bind to port %1 FAILED: %2</source>
+        <translation>UDP 绑定端口 %1 失败：%2</translation>
+    </message>
+    <message>
+        <source>No UDP peer to reply to yet</source>
+        <translation>尚无可回复的 UDP 对端</translation>
+    </message>
+    <message>
+        <source>More than %1 UDP peers: new ones are received but not listed</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Too much to send while the address of &quot;%1&quot; is looked up</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>UDP host &quot;%1&quot; was not found: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>UDP send to %1 FAILED: %2</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>WireTextCodecRegistry</name>
+    <message>
+        <source>This message cannot be encoded as %1. Change the encoding or edit the message.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The character &apos;%1&apos; cannot be encoded as %2. Change the encoding or edit the message.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>XmodemCodec</name>
+    <message>
+        <source>Cancelled.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Gave up after %1 retries.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device cancelled the transfer.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>A block failed its checksum. YMODEM-G cannot ask for it again, so the transfer has failed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Data kept failing its checksum. This is usually a baud rate mismatch or line noise.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Block %1 arrived when block %2 was expected; the transfer is out of step.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device sent a malformed file header.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device offered a %1 byte file, which is over the receive limit.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Writing to disk failed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Received %1 bytes without an end of transfer. XMODEM has no length field, so there is no way to tell when it should stop.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The data was received but could not be saved.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device did not start sending. Check that it is ready to send and that the baud rate matches.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device stopped sending. YMODEM-G cannot recover, so the transfer has failed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Could not create the destination file.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device did not request the transfer. Check that it is waiting to receive and that the baud rate matches.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device stopped responding. YMODEM-G has no retransmission, so the transfer has failed.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>Could not read the file being sent.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The file changed while it was being sent.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <source>The device reported an error. YMODEM-G cannot resend a block, so the transfer has been abandoned.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+</TS>

@@ -28,9 +28,9 @@ void setTextIfChanged(QLabel* label, const QString& text)
 
 QString rateText(const QLocale& locale, qint64 bytesPerSecond)
 {
-    return locale.formattedDataSize(
-               bytesPerSecond, bytesPerSecond < 1000 ? 0 : 1, QLocale::DataSizeSIFormat)
-           + "/s"_L1;
+    if (bytesPerSecond < 1000)
+        return locale.toString(bytesPerSecond) + " B/s"_L1;
+    return locale.formattedDataSize(bytesPerSecond, 1, QLocale::DataSizeSIFormat) + "/s"_L1;
 }
 
 } // namespace
@@ -44,6 +44,7 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     , m_error(makeLabel(u"statusError"_s, tr("Error"), this))
     , m_received(makeLabel(u"statusReceived"_s, tr("Received bytes and rate"), this))
     , m_sent(makeLabel(u"statusSent"_s, tr("Sent bytes and rate"), this))
+    , m_errorTimer(this)
 {
     setObjectName("statusBar"_L1);
     QFont bold = m_error->font();
@@ -71,7 +72,6 @@ MainStatusBar::MainStatusBar(QWidget* parent)
 
     m_errorTimer.setObjectName("errorTimer"_L1);
     m_errorTimer.setSingleShot(true);
-    m_errorTimer.setInterval(errorMs);
     connect(&m_errorTimer, &QTimer::timeout, this, &MainStatusBar::clearError);
     m_noticeTimer.setSingleShot(true);
     connect(&m_noticeTimer, &QTimer::timeout, m_notice, &QLabel::clear);
@@ -97,7 +97,7 @@ void MainStatusBar::showError(const QString& text, const QString& reason)
     m_error->setText(text);
     m_error->setToolTip(reason);
     m_error->show();
-    m_errorTimer.start();
+    m_errorTimer.start(errorMs);
 }
 
 void MainStatusBar::showNotice(const QString& text, int timeoutMs)

@@ -24,15 +24,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-bool isActive(const SerialPortWidget& pane)
-{
-    return pane.isOpen() || pane.runState() != RunState::Stopped;
-}
-
-} // namespace
-
 MainWindow::MainWindow(SerialPortCatalog& catalog, QWidget* parent)
     : QMainWindow(parent)
     , m_catalog(catalog)
@@ -66,7 +57,9 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, QWidget* parent)
 
 MainWindow::~MainWindow()
 {
-    WindowGeometry{size(), pos()}.save(m_store);
+    // Where the client area was: the frame's corner would move the window by the frame's width at
+    // every start.
+    WindowGeometry{size(), geometry().topLeft()}.save(m_store);
     // While the window still is one: a pane tells its last state when it goes.
     qDeleteAll(m_panes);
 }
@@ -208,7 +201,7 @@ void MainWindow::start(const QString& portName, bool quiet)
 void MainWindow::stop()
 {
     for (SerialPortWidget* pane : std::as_const(m_panes)) {
-        if (isActive(*pane))
+        if (pane->isActive())
             pane->stop();
     }
 }
@@ -317,7 +310,7 @@ void MainWindow::onUpdateDisplay()
 {
     const SerialPortWidget& pane = firstPane();
     m_actions->setConnectionState(
-        pane.runState() == RunState::Running, pane.runState() == RunState::Paused, isActive(pane));
+        pane.runState() == RunState::Running, pane.runState() == RunState::Paused, pane.isActive());
     refreshStatusBar();
     const bool held = m_actions->action("acDebugHoldPortList"_L1)->isChecked();
     if (!held && m_portList.refresh([this] { return m_clock.elapsed(); })) {
@@ -337,7 +330,7 @@ void MainWindow::refreshStatusBar()
     PortStatus status;
     if (pane.isOpen())
         status.state = pane.runState() == RunState::Paused ? PortState::Paused : PortState::Open;
-    else if (isActive(pane))
+    else if (pane.isActive())
         status.state = PortState::Connecting;
     status.stateText = pane.stateText();
     status.summary = pane.connectionSummary();
@@ -350,7 +343,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
 {
     qDebug() << "closeEvent..." << QDateTime::currentDateTime().toString(Qt::ISODate);
     m_displayTimer.stop();
-    m_state.lastConnectionOpen = isActive(firstPane());
+    m_state.lastConnectionOpen = firstPane().isActive();
     stop();
     hide();
     writeSettings();

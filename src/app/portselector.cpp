@@ -33,9 +33,9 @@ PortSelector::PortSelector(QWidget* parent)
     setObjectName("quickPortCombo"_L1);
     setAccessibleName(tr("Serial port of the first pane"));
     setToolTip(tr("Open another serial port in the first pane"));
-    setPlaceholderText(tr("No serial port"));
     setMinimumContentsLength(minimumCharacters);
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    repopulate();
     connect(this, &QComboBox::activated, this,
         [this](int index) { Q_EMIT portChosen(itemData(index).toString()); });
 }
@@ -73,5 +73,6 @@ void PortSelector::repopulate()
     }
     if (!m_current.isEmpty() && findData(m_current) < 0)
         addItem(m_current, m_current);
+    setPlaceholderText(m_ports.isEmpty() ? tr("No serial port") : tr("Choose a port"));
     setCurrentIndex(findData(m_current));
 }

@@ -55,11 +55,10 @@ private Q_SLOTS:
     void noticesOfThePaneAreShown();
 
 private:
-    [[nodiscard]] MainWindow& open()
+    void open()
     {
         m_window = std::make_unique<MainWindow>(m_catalog);
         m_window->show();
-        return *m_window;
     }
     [[nodiscard]] QAction* action(const char* name) const
     {
@@ -201,7 +200,7 @@ void MainWindowTest::portListFollowsTheMachine()
     open();
     auto* combo = m_window->findChild<PortSelector*>();
     QCOMPARE(combo->count(), 0);
-    m_catalog.list = {{.portName = u"ttyUSB0"_s, .description = u"USB bridge"_s}};
+    m_catalog.list = {listedPort(u"ttyUSB0"_s, u"USB bridge"_s)};
     QTest::ignoreMessage(QtDebugMsg, "Start to refresh port list...");
     QTRY_COMPARE(combo->count(), 1); // the window's own timer
     QCOMPARE(combo->itemText(0), "ttyUSB0 (USB bridge)"_L1);
@@ -226,7 +225,7 @@ void MainWindowTest::portChoiceOpensTheFirstPane()
 {
     const NullModem line;
     QVERIFY2(line.isValid(), qPrintable(line.errorString()));
-    m_catalog.list = {{.portName = line.portA()}, {.portName = line.portB()}};
+    m_catalog.list = {listedPort(line.portA()), listedPort(line.portB())};
     open();
     m_window->changePort(line.portA());
     QVERIFY(pane()->isOpen());
@@ -304,8 +303,7 @@ void MainWindowTest::everyPaneIsStoppedOnClose()
     QVERIFY(!pane()->isOpen());
     QVERIFY(!m_window->isVisible());
     QVERIFY(store().value("LastConnectionOpen"_L1).toBool());
-    m_window->resize(777, 555);
-    m_window->move(33, 44);
+    m_window->setGeometry(33, 44, 777, 555);
     m_window.reset();
     QCOMPARE(store().value("LAST_WINDOW_SIZE"_L1).toSize(), QSize(777, 555));
     QCOMPARE(store().value("LAST_WINDOW_POSITION"_L1).toPoint(), QPoint(33, 44));
@@ -337,7 +335,7 @@ void MainWindowTest::lastConnectionComesBack()
 {
     const NullModem line;
     QVERIFY2(line.isValid(), qPrintable(line.errorString()));
-    m_catalog.list = {{.portName = line.portA()}};
+    m_catalog.list = {listedPort(line.portA())};
     store().setValue("LastPortName"_L1, line.portA());
     store().setValue("LastConnectionOpen"_L1, true);
     open();
@@ -363,7 +361,7 @@ void MainWindowTest::lastConnectionStaysClosed()
     const NullModem line;
     QVERIFY2(line.isValid(), qPrintable(line.errorString()));
     if (listed)
-        m_catalog.list = {{.portName = line.portA()}};
+        m_catalog.list = {listedPort(line.portA())};
     store().setValue("LastPortName"_L1, line.portA());
     store().setValue("LastConnectionOpen"_L1, wasOpen);
     store().setValue("OpenLastConnection"_L1, restore);

@@ -168,7 +168,7 @@ void ShellPartsTest::portListPausesAfterASlowAnswer()
     for (; nowMs < 1000; nowMs += 100)
         QVERIFY(!quick.refresh(clock));
     QCOMPARE(catalog.asked, 10);
-    catalog.list.append({.portName = u"ttyUSB0"_s});
+    catalog.list.append(listedPort(u"ttyUSB0"_s));
     QVERIFY(quick.refresh(clock));
     QCOMPARE(quick.ports().size(), 1);
 
@@ -191,20 +191,21 @@ void ShellPartsTest::selectorFollowsThePorts()
 {
     PortSelector selector;
     QCOMPARE(selector.objectName(), "quickPortCombo"_L1);
-    selector.setPorts(
-        {{.portName = u"ttyUSB0"_s, .description = u"USB bridge"_s}, {.portName = u"ttyS0"_s}});
+    QCOMPARE(selector.placeholderText(), "No serial port"_L1);
+    selector.setPorts({listedPort(u"ttyUSB0"_s, u"USB bridge"_s), listedPort(u"ttyS0"_s)});
     QCOMPARE(selector.itemText(0), "ttyUSB0 (USB bridge)"_L1);
     QCOMPARE(selector.itemText(1), "ttyS0"_L1);
     QCOMPARE(selector.currentIndex(), -1);
+    QCOMPARE(selector.placeholderText(), "Choose a port"_L1);
 
     selector.setCurrentPort(u"ttyUSB0"_s);
     QCOMPARE(selector.currentIndex(), 0);
     // Unplugged: the box still names the pane's port.
-    selector.setPorts({{.portName = u"ttyS0"_s}});
+    selector.setPorts({listedPort(u"ttyS0"_s)});
     QCOMPARE(selector.currentData(), u"ttyUSB0"_s);
     QCOMPARE(selector.count(), 2);
     // Back, in another place.
-    selector.setPorts({{.portName = u"ttyS0"_s}, {.portName = u"ttyUSB0"_s}});
+    selector.setPorts({listedPort(u"ttyS0"_s), listedPort(u"ttyUSB0"_s)});
     QCOMPARE(selector.count(), 2);
     QCOMPARE(selector.currentIndex(), 1);
     selector.setCurrentPort(u"/dev/serial/by-id/x"_s);
@@ -218,7 +219,7 @@ void ShellPartsTest::selectorTellsOnlyChoices()
 {
     PortSelector selector;
     const QSignalSpy chosen(&selector, &PortSelector::portChosen);
-    selector.setPorts({{.portName = u"A"_s}, {.portName = u"B"_s}});
+    selector.setPorts({listedPort(u"A"_s), listedPort(u"B"_s)});
     selector.setCurrentPort(u"A"_s);
     selector.setCurrentPort(u"B"_s);
     QCOMPARE(chosen.size(), 0);
@@ -300,8 +301,8 @@ void ShellPartsTest::statusBarTexts()
     const auto text = [&bar](const QString& name) { return bar.findChild<QLabel*>(name)->text(); };
     QCOMPARE(text(u"statusState"_s), "Open"_L1);
     QCOMPARE(text(u"statusSummary"_s), "ttyUSB0 9600 8N1"_L1);
-    QCOMPARE(text(u"statusReceived"_s), "RX 1,234,567 B (0 bytes/s)"_L1);
-    QCOMPARE(text(u"statusSent"_s), "TX 89 B (0 bytes/s)"_L1);
+    QCOMPARE(text(u"statusReceived"_s), "RX 1,234,567 B (0 B/s)"_L1);
+    QCOMPARE(text(u"statusSent"_s), "TX 89 B (0 B/s)"_L1);
     status.received += 2500;
     bar.showPort(status, 1000);
     QCOMPARE(text(u"statusReceived"_s), "RX 1,237,067 B (2.5 kB/s)"_L1);
@@ -331,10 +332,10 @@ void ShellPartsTest::errorIsCleared()
     auto* timer = bar.findChild<QTimer*>(u"errorTimer"_s);
     QVERIFY(timer->isActive());
     QCOMPARE(timer->interval(), 15000);
-    QVERIFY(timer->isSingleShot());
     timer->start(0);
     QTRY_COMPARE(label->text(), QString());
     QCOMPARE(label->toolTip(), QString());
+    QVERIFY(!timer->isActive());
     bar.showError(u"again"_s, {});
     QCOMPARE(timer->interval(), 15000);
 }

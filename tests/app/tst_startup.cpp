@@ -66,8 +66,8 @@ private:
         m_timer.stop();
         report("menu "_L1 + window.menuBar()->actions().constFirst()->text());
         report("substitute "_L1 + QFont::substitutes(u"Monaco"_s).join(u' '));
-        report(u"geometry %1 %2 %3 %4"_s.arg(window.x())
-                   .arg(window.y())
+        report(u"geometry %1 %2 %3 %4"_s.arg(window.geometry().x())
+                   .arg(window.geometry().y())
                    .arg(window.width())
                    .arg(window.height()));
         window.close();
@@ -149,19 +149,20 @@ int StartupTest::run(const QString& role, const QStringList& arguments)
 
 void StartupTest::stepsInOrder()
 {
-    setStored(u"LAST_WINDOW_SIZE"_s, QSize(700, 500));
+    setStored(u"LAST_WINDOW_SIZE"_s, QSize(900, 600));
     setStored(u"LAST_WINDOW_POSITION"_s, QPoint(20, 30));
     QCOMPARE(run(u"close"_s), 0);
     qsizetype at = -1;
     for (const auto& text : {u"argc: 1"_s, u"argv[0]: "_s, u"### last window position:"_s,
-             u"### set geometry: 20 30 700 500"_s, u"SEEN menu &File"_s,
-             u"SEEN geometry 20 30 700 500"_s, u"closeEvent..."_s, u"### position:"_s}) {
+             u"### set geometry: 20 30 900 600"_s, u"SEEN menu &File"_s,
+             u"SEEN geometry 20 30 900 600"_s, u"closeEvent..."_s, u"### position:"_s}) {
         const qsizetype next = m_log.indexOf(text, at + 1);
         QVERIFY2(next > at, qPrintable(text + u" is missing or too early in:\n"_s + m_log));
         at = next;
     }
     QVERIFY(!m_log.contains("SEEN substitute \n"_L1)); // Monaco is not on the test machines
-    QCOMPARE(stored(u"LAST_WINDOW_SIZE"_s).toSize(), QSize(700, 500));
+    QCOMPARE(stored(u"LAST_WINDOW_SIZE"_s).toSize(), QSize(900, 600));
+    QCOMPARE(stored(u"LAST_WINDOW_POSITION"_s).toPoint(), QPoint(20, 30)); // it must not creep
     QVERIFY(stored(u"LastBaudrate"_s).isValid());
 }
 
@@ -249,11 +250,11 @@ void StartupTest::portArgument()
 
 void StartupTest::positionOffScreen()
 {
-    setStored(u"LAST_WINDOW_SIZE"_s, QSize(700, 500));
+    setStored(u"LAST_WINDOW_SIZE"_s, QSize(900, 600));
     setStored(u"LAST_WINDOW_POSITION"_s, QPoint(-3000, 30));
     QCOMPARE(run(u"close"_s), 0);
     QVERIFY(!m_log.contains("### set geometry:"_L1));
-    QVERIFY2(m_log.contains(" 700 500\n"_L1), qPrintable(m_log));
+    QVERIFY2(m_log.contains(" 900 600\n"_L1), qPrintable(m_log));
     QVERIFY(!m_log.contains("SEEN geometry -3000"_L1));
 }
 
