@@ -7,6 +7,7 @@
 #include "terminal/connectionpanel.h"
 #include "terminal/connectionsummary.h"
 #include "terminal/connectionsupervisor.h"
+#include "terminal/format/sendmodes.h"
 #include "terminal/lampblinker.h"
 #include "terminal/noticebar.h"
 #include "terminal/panestatusline.h"
@@ -15,6 +16,7 @@
 #include "terminal/receivepipeline.h"
 #include "terminal/repeatsender.h"
 #include "terminal/sendeditor.h"
+#include "terminal/sendinsertion.h"
 #include "terminal/sendpanel.h"
 #include "terminal/sendpipeline.h"
 #include "terminal/transportwriter.h"
@@ -337,6 +339,28 @@ void SerialPortWidget::clearSendList()
     m_view->sendEditor().setText({});
     m_send->clearHistory();
     markSettingsDirty();
+}
+
+void SerialPortWidget::insertSendBytes(const QByteArray& bytes)
+{
+    updateSettings();
+    const bool hexadecimal = m_format.sendMsgFormat == int(MessageFormat::Hexadecimal);
+    const SendInsertion result =
+        SendInsertion::append(m_view->sendEditor().text(), hexadecimal, m_format, bytes);
+    if (!result.error.isEmpty())
+        return showStatusMessage(result.error, SendPipeline::kEncodingErrorMs);
+    m_view->sendEditor().setText(result.text);
+    if (result.hexadecimal == hexadecimal)
+        return;
+    m_format.sendMsgFormat = int(MessageFormat::Hexadecimal);
+    updateDisplay();
+    markSettingsDirty();
+}
+
+void SerialPortWidget::sendBytes(const QByteArray& bytes)
+{
+    tellIfNothingSent(
+        m_send->writeRaw(bytes, m_format.displaySendMsg, UdpTargetMode::ConfiguredRemote, {}) > 0);
 }
 
 void SerialPortWidget::updateSettings()

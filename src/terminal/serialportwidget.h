@@ -53,6 +53,11 @@ public:
     // Empties the editor and the history.
     void clearSendList();
 
+    // Puts bytes into the send editor, see SendInsertion.
+    void insertSendBytes(const QByteArray& bytes);
+    // Sends bytes as they are over the open connection, echoed when sent data is displayed.
+    void sendBytes(const QByteArray& bytes);
+
     // Commits the panel's editors to the records, and shows the records in the panel.
     void updateSettings();
     void updateDisplay();

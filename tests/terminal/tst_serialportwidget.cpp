@@ -1,0 +1,273 @@
+// One pane as a person uses it, on the simulated device and on real sockets: opened, typed into,
+// clicked, unplugged.
+#include "connections/connectioncontroller.h"
+#include "connections/serialportcatalog.h"
+#include "support/simulateddevice.h"
+#include "support/tcppeer.h"
+#include "terminal/connectionpanel.h"
+#include "terminal/noticebar.h"
+#include "terminal/sendeditor.h"
+#include "terminal/serialportwidget.h"
+#include "terminal/view/receiveview.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Ports that exist while their path does.
+class PathCatalog final : public SerialPortCatalog
+{
+public:
+    QList<SerialPortDescription> ports() const override { return {}; }
+    bool contains(const QString& name) const override { return QFile::exists(name); }
+};
+
+struct Bench
+{
+    PathCatalog catalog;
+    SerialPortWidget pane{catalog};
+    ReceiveView& view = *pane.findChild<ReceiveView*>();
+    NoticeBar& notice = *pane.findChild<NoticeBar*>();
+    SendEditor& editor = *pane.findChild<SendEditor*>();
+
+    Bench() { pane.show(); }
+
+    [[nodiscard]] QString text() const
+    {
+        return view.textAt(view.firstPosition(), view.textLength());
+    }
+    [[nodiscard]] bool shows(const QString& part) const { return text().contains(part); }
+
+    void setFormat(const std::function<void(FormatSetting&)>& change)
+    {
+        FormatSetting format = pane.formatSetting();
+        change(format);
+        pane.setFormatSetting(format);
+    }
+    void typeMessage(const QString& message)
+    {
+        editor.findChild<QPlainTextEdit*>()->setPlainText(message);
+    }
+};
+
+// The widget that takes the keys of the receive view.
+QWidget* keyTarget(ReceiveView& view)
+{
+    view.setFocus();
+    return view.focusProxy() ? view.focusProxy() : &view;
+}
+
+} // namespace
+
+class TestSerialPortWidget : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void talksToADevice();
+    void sendsFromTheEditor();
+    void everyLineBeginsWithOneStamp();
+    void pauseKeepsWhatArrives();
+    void devicePulledAndPluggedBack();
+    void devicePulledForGood();
+    void wrongPortIsNamed();
+    void firstMessageOpensTcp();
+    void onlyEditsMarkTheSettings();
+};
+
+void TestSerialPortWidget::talksToADevice()
+{
+    SimulatedDevice device;
+    QVERIFY2(device.isValid(), qPrintable(device.errorString()));
+    Bench bench;
+    QVERIFY2(bench.pane.start(device.portName(), true), qPrintable(bench.pane.lastError()));
+    QVERIFY(bench.pane.isOpen());
+    QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
+    QVERIFY(!bench.shows(QString(QChar(0x1B)))); // the banner's colours are no text
+    QVERIFY(!bench.shows(u"\u241b"_s));
+
+    QWidget* keys = keyTarget(bench.view);
+    QTest::keyClicks(keys, u"AT+NONSENSE"_s);
+    QTest::keyClick(keys, Qt::Key_Return);
+    QTRY_VERIFY(bench.shows(u"ERROR"_s));
+    QTRY_COMPARE(bench.pane.sentBytes(), qint64(12)); // the command and one CR
+    bench.pane.stop();
+    QVERIFY(!bench.pane.isOpen());
+    QCOMPARE(bench.pane.runState(), RunState::Stopped);
+}
+
+void TestSerialPortWidget::sendsFromTheEditor()
+{
+    SimulatedDevice device;
+    Bench bench;
+    bench.setFormat([](FormatSetting& format) {
+        format.txLineEndingMode = 1;
+        format.displaySendMsg = true;
+    });
+    QVERIFY(bench.pane.start(device.portName(), true));
+    QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
+
+    bench.typeMessage(u"ATE0"_s);
+    QTest::keyClick(bench.editor.findChild<QPlainTextEdit*>(), Qt::Key_Return, Qt::ControlModifier);
+    QTRY_VERIFY(bench.shows(u"OK"_s));
+    bench.pane.clear();
+    QCOMPARE(bench.pane.sentBytes(), qint64(0));
+    QVERIFY(bench.text().isEmpty());
+
+    bench.typeMessage(u"AT"_s);
+    QSignalSpy changed(&bench.pane, &SerialPortWidget::settingsChanged);
+    for (QPushButton* button : bench.editor.findChildren<QPushButton*>()) {
+        if (button->text() == u"&Send"_s)
+            QTest::mouseClick(button, Qt::LeftButton);
+    }
+    // Sent and shown once, by the echo of the pane: the device was told to be quiet.
+    QTRY_VERIFY(bench.text().startsWith(u"AT"_s) && bench.shows(u"OK"_s));
+    QCOMPARE(bench.text().count(u"AT"_s), 1);
+    QCOMPARE(bench.pane.formatSetting().sendList, (QStringList{u"AT"_s, u"ATE0"_s}));
+    QVERIFY(!changed.isEmpty());
+    QCOMPARE(bench.editor.text(), u"AT"_s);
+}
+
+void TestSerialPortWidget::everyLineBeginsWithOneStamp()
+{
+    SimulatedDevice device({true, 20});
+    Bench bench;
+    bench.setFormat([](FormatSetting& format) { format.displayMsgTime = true; });
+    QVERIFY(bench.pane.start(device.portName(), true));
+    QTRY_VERIFY(bench.text().count(u'\n') > 20);
+    bench.pane.stop();
+    static const QRegularExpression stamp(u"\\[Rx\\]\\[\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\] "_s);
+    QStringList lines = bench.text().split(u'\n');
+    if (lines.last().isEmpty())
+        lines.removeLast();
+    for (const QString& line : lines) {
+        QVERIFY2(line.indexOf(stamp) == 0, qPrintable(line));
+        QVERIFY2(line.count(stamp) == 1, qPrintable(line));
+    }
+}
+
+void TestSerialPortWidget::pauseKeepsWhatArrives()
+{
+    SimulatedDevice device;
+    Bench bench;
+    QVERIFY(bench.pane.start(device.portName(), true));
+    QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
+    bench.pane.pause();
+    const QString before = bench.text();
+    QVERIFY(bench.pane.runState() == RunState::Paused);
+    QSignalSpy arrived(&bench.pane, &SerialPortWidget::rxTapped);
+    QTest::keyClicks(keyTarget(bench.view), u"ATI"_s);
+    QTest::keyClick(keyTarget(bench.view), Qt::Key_Return);
+    QTRY_VERIFY(!arrived.isEmpty() && arrived.last().first().toByteArray().contains("OK"));
+    QCOMPARE(bench.text(), before);
+    QVERIFY(bench.pane.start({}, true));
+    QTRY_VERIFY(bench.text().mid(before.size()).contains(u"OK"_s));
+}
+
+void TestSerialPortWidget::devicePulledAndPluggedBack()
+{
+    SimulatedDevice device;
+    Bench bench;
+    bench.pane.setAutoReconnect(true);
+    QSignalSpy messages(&bench.pane, &SerialPortWidget::statusMessage);
+    QVERIFY(bench.pane.start(device.portName(), true));
+    QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
+    device.unplug();
+    QTRY_VERIFY(!bench.pane.isOpen());
+    QVERIFY(bench.pane.isActive());
+    bench.pane.clear();
+    QVERIFY(device.plugBack());
+    QTRY_VERIFY_WITH_TIMEOUT(bench.pane.isOpen(), 10000);
+    QTRY_VERIFY(bench.shows(u"AT+HELP"_s)); // the banner of the second boot
+    QStringList texts;
+    for (const auto& message : messages)
+        texts.append(message.first().toString());
+    QVERIFY(texts.contains(u"Serial Port %1 DISCONNECTED"_s.arg(device.portName())));
+    QVERIFY(texts.contains(u"Serial Port %1 RECONNECTED"_s.arg(device.portName())));
+}
+
+void TestSerialPortWidget::devicePulledForGood()
+{
+    SimulatedDevice device;
+    Bench bench;
+    QVERIFY(bench.pane.start(device.portName(), true));
+    QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
+    device.unplug();
+    QTRY_VERIFY(!bench.pane.isOpen());
+    QVERIFY(!bench.pane.isActive());
+    QVERIFY(!bench.notice.isHidden());
+    QVERIFY(bench.notice.text().contains(device.portName()));
+    QVERIFY(bench.shows(u"AT+HELP"_s)); // what was received stays
+}
+
+void TestSerialPortWidget::wrongPortIsNamed()
+{
+    Bench bench;
+    const QString name = u"/dev/no-such-port"_s;
+    QVERIFY(!bench.pane.start(name, false));
+    QVERIFY(!bench.notice.isHidden());
+    QVERIFY(bench.notice.text().startsWith(u"Serial Port %1 OPEN FAILED! ERROR: "_s.arg(name)));
+    QVERIFY(bench.pane.lastError().contains(name));
+}
+
+void TestSerialPortWidget::firstMessageOpensTcp()
+{
+    TcpPeer peer;
+    QVERIFY(peer.listen());
+    peer.setGreeting("hello\n");
+    Bench bench;
+    Settings settings = bench.pane.settings();
+    settings.connMode = connectionMode::TcpClient;
+    settings.targetHost = u"127.0.0.1"_s;
+    settings.targetPort = peer.port();
+    bench.pane.setSettings(settings);
+    bench.typeMessage(u"first words"_s);
+    QTest::keyClick(bench.editor.findChild<QPlainTextEdit*>(), Qt::Key_Return, Qt::ControlModifier);
+    QTRY_COMPARE(peer.received(), "first words"_ba);
+    QTRY_VERIFY(bench.shows(u"hello"_s));
+    QTRY_VERIFY(bench.pane.isOpen());
+    peer.reset();
+    QTRY_VERIFY(!bench.pane.isOpen());
+    QTRY_VERIFY(!bench.notice.isHidden());
+}
+
+void TestSerialPortWidget::onlyEditsMarkTheSettings()
+{
+    Bench bench;
+    QSignalSpy changed(&bench.pane, &SerialPortWidget::settingsChanged);
+    Settings settings = bench.pane.settings();
+    settings.baudRate = 57600;
+    settings.refreshTexts();
+    bench.pane.setSettings(settings);
+    FormatSetting format = bench.pane.formatSetting();
+    format.receiveMsgFormat = 1;
+    format.displayBufferSize = 12345678; // no whole number of megabytes
+    bench.pane.setFormatSetting(format);
+    bench.pane.updateSettings();
+    QVERIFY(changed.isEmpty());
+    QCOMPARE(bench.pane.settings(), settings);
+    QCOMPARE(bench.pane.formatSetting(), format);
+
+    auto* panel = bench.pane.findChild<ConnectionPanel*>();
+    for (QComboBox* box : panel->findChildren<QComboBox*>()) {
+        if (box->currentText() == u"57600"_s) {
+            box->setFocus();
+            QTest::keyClick(box, Qt::Key_Down);
+        }
+    }
+    QVERIFY(!changed.isEmpty());
+    QVERIFY(bench.pane.settings().baudRate != 57600);
+}
+
+QTEST_MAIN(TestSerialPortWidget)
+#include "tst_serialportwidget.moc"
