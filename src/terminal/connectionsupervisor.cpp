@@ -1,6 +1,7 @@
 #include "terminal/connectionsupervisor.h"
 
 #include "connections/connectioncontroller.h"
+#include "connections/serialhangup.h"
 #include "connections/serialportcatalog.h"
 
 #include <utility>
@@ -10,13 +11,6 @@ namespace {
 constexpr int kReconnectingMs = 2000;
 constexpr int kNoticeMs = 3000;
 constexpr int kFailureMs = 5000;
-
-// RFC 2217 is carried by the controller's TCP client, but a session that speaks it is needed on
-// top: without one, its negotiation would be shown as data.
-bool canStart(connectionMode mode)
-{
-    return ConnectionController::carries(mode) && !connectionModeIsRemoteSerial(mode);
-}
 
 } // namespace
 
@@ -43,6 +37,8 @@ ConnectionSupervisor::ConnectionSupervisor(
         &ConnectionSupervisor::onSerialError);
 }
 
+ConnectionSupervisor::~ConnectionSupervisor() = default;
+
 void ConnectionSupervisor::setSettings(const Settings& settings)
 {
     m_settings = settings.sanitized();
@@ -64,7 +60,7 @@ bool ConnectionSupervisor::start(bool quiet)
     if (!m_open)
         m_active = m_settings;
     bool started = false;
-    if (!canStart(m_active.connMode))
+    if (!ConnectionController::carries(m_active.connMode))
         fail(tr("The connection type of this pane is not available in this version. Choose "
                 "another one."));
     else if (m_active.connMode == connectionMode::SerialPort)
@@ -241,7 +237,7 @@ void ConnectionSupervisor::onSerialError(QSerialPort::SerialPortError error)
 {
     if (!m_open || m_operating || m_active.connMode != connectionMode::SerialPort)
         return;
-    if (error == QSerialPort::ResourceError) {
+    if (serialDeviceVanished(*m_controller.serialPort(), error)) {
         // With auto-reconnect on the controller closes the port and says so by serialPortLost().
         if (!m_autoReconnect)
             onSerialPortVanished();
@@ -287,11 +283,9 @@ void ConnectionSupervisor::onPeerArrived(const QString& peerKey)
 
 void ConnectionSupervisor::reconnectTick()
 {
-    if (!m_autoReconnect)
-        disarmReconnect();
-    else if (connectionModeIsTcpClient(m_active.connMode))
+    if (m_autoReconnect && connectionModeIsTcpClient(m_active.connMode))
         reconnectTcpTick();
-    else if (m_active.connMode == connectionMode::SerialPort)
+    else if (m_autoReconnect && m_active.connMode == connectionMode::SerialPort)
         reconnectSerialTick();
     else
         disarmReconnect();

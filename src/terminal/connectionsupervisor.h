@@ -29,6 +29,7 @@ public:
 
     ConnectionSupervisor(
         ConnectionController& controller, SerialPortCatalog& catalog, QObject* parent = nullptr);
+    ~ConnectionSupervisor() override;
 
     // For the next start and for reconnecting; an open connection stays as it is.
     void setSettings(const Settings& settings);

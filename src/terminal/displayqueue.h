@@ -18,11 +18,12 @@ class DisplayQueue final
 
 public:
     // The largest piece handed out.
-    static constexpr qsizetype kSliceBytes = 64 * 1024;
+    static constexpr qsizetype kSliceBytes = qsizetype{64} * 1024;
     // What keeping a record takes besides its bytes, so that a stream of tiny ones is bounded too.
     static constexpr qint64 kRecordCost = 128;
 
     DisplayQueue() = default;
+    ~DisplayQueue() = default;
 
     // Queues a record, unless the filter leaves nothing of it. `filtered` says that it is received
     // text.

@@ -41,10 +41,10 @@ public:
     // A drain begins no further slice after this time.
     static constexpr qint64 kDrainBudgetMs = 12;
     // DisplayQueue::cost() at which reading stops, and below which it goes on.
-    static constexpr qint64 kQueueHighWater = 4 * 1024 * 1024;
-    static constexpr qint64 kQueueLowWater = 1024 * 1024;
+    static constexpr qint64 kQueueHighWater = qint64{4} * 1024 * 1024;
+    static constexpr qint64 kQueueLowWater = qint64{1024} * 1024;
     // The same for all that waits while the view is paused; reading goes on once it is resumed.
-    static constexpr qint64 kHoldHighWater = 64 * 1024 * 1024;
+    static constexpr qint64 kHoldHighWater = qint64{64} * 1024 * 1024;
     static constexpr int kPausedFullMessageMs = 5000;
 
     // With the system's clocks.

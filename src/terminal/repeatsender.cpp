@@ -16,6 +16,8 @@ RepeatSender::RepeatSender(Pane pane, QObject* parent)
     connect(&m_timer, &QTimer::timeout, this, &RepeatSender::tick);
 }
 
+RepeatSender::~RepeatSender() = default;
+
 void RepeatSender::setInterval(qint32 interval, qint32 unit)
 {
     const qint64 wanted = SettingsCodec::sendIntervalToMs(interval, unit);

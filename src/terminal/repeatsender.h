@@ -27,6 +27,7 @@ public:
     };
 
     explicit RepeatSender(Pane pane, QObject* parent = nullptr);
+    ~RepeatSender() override;
 
     // `interval` counted in `unit` milliseconds, kept within the bounds above; in force at once.
     void setInterval(qint32 interval, qint32 unit);

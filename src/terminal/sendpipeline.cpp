@@ -38,6 +38,8 @@ SendPipeline::SendPipeline(SendTransport& transport, ReceivePipeline& receive, Q
     , m_receive(receive)
 {}
 
+SendPipeline::~SendPipeline() = default;
+
 bool SendPipeline::sendText(const QString& text, Editor editor)
 {
     const QByteArray bytes = encodeSendData(text, editor);

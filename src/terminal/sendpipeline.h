@@ -27,6 +27,7 @@ public:
     static constexpr int kEncodingErrorMs = 10000;
 
     SendPipeline(SendTransport& transport, ReceivePipeline& receive, QObject* parent = nullptr);
+    ~SendPipeline() override;
 
     void setFormatSetting(const FormatSetting& format) { m_format = format; }
 
