@@ -34,7 +34,7 @@ void ConnectionController::forwardCommonSignals(Link& link)
 
 bool ConnectionController::carries(connectionMode mode)
 {
-    return mode == connectionMode::SerialPort || connectionModeIsTcpClient(mode)
+    return mode == connectionMode::SerialPort || mode == connectionMode::TcpClient
            || connectionModeIsUdp(mode);
 }
 
@@ -42,6 +42,11 @@ bool ConnectionController::openSerial(
     const Settings& settings, const QString& portName, const QString& displayName, bool quiet)
 {
     return m_serial.open(settings, portName, displayName, quiet);
+}
+
+void ConnectionController::reconfigureSerial(const Settings& settings)
+{
+    m_serial.reconfigure(settings);
 }
 
 bool ConnectionController::sendSerial(

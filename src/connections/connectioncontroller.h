@@ -24,12 +24,15 @@ public:
     explicit ConnectionController(QObject* parent = nullptr);
     ~ConnectionController() override;
 
-    // Whether this program can open a connection of the mode.
+    // Whether this program can open a connection of the mode. RFC 2217 is not among them: its
+    // bytes would pass through the TCP client, but nothing here speaks its negotiation yet.
     [[nodiscard]] static bool carries(connectionMode mode);
 
     // Serial port; see SerialLink. `displayName` is how messages call the port.
     bool openSerial(
         const Settings& settings, const QString& portName, const QString& displayName, bool quiet);
+    // Changes the line parameters of an open port in place.
+    void reconfigureSerial(const Settings& settings);
     bool sendSerial(const QByteArray& data, const Settings& settings, const QString& portName);
     // Stores a DTR or RTS level for now and every later open; drives it when the port is open.
     bool setSerialLine(SerialLine line, bool on);

@@ -1,9 +1,11 @@
 #include "connections/seriallink.h"
 
+#include "connections/serialhangup.h"
 #include "connections/serialopenadvice.h"
 
 #include <QScopedValueRollback>
 #include <QtDebug>
+#include <limits>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -55,7 +57,7 @@ bool SerialLink::open(
             reportOpenFailure(displayName);
         return false;
     }
-    applyLineParameters(settings.sanitized());
+    applyLineParameters(settings.sanitized(), Parameters::All);
     m_breakActive = false;
     applyLine(SerialLine::Break, false, false);
     // A device that vanishes while it is being set up has been closed and reported by now.
@@ -68,8 +70,20 @@ bool SerialLink::open(
     return m_port.isOpen();
 }
 
-void SerialLink::applyLineParameters(const Settings& settings)
+void SerialLink::reconfigure(const Settings& settings)
 {
+    if (!m_port.isOpen())
+        return;
+    const bool ownedBefore = driverOwnsRts();
+    applyLineParameters(settings.sanitized(), Parameters::Changed);
+    // The driver leaves RTS wherever its handshake had it.
+    if (ownedBefore && !driverOwnsRts())
+        applyLine(SerialLine::Rts, m_rtsRequested, true);
+}
+
+void SerialLink::applyLineParameters(const Settings& settings, Parameters which)
+{
+    const bool all = which == Parameters::All;
     const auto check = [this](bool accepted, const QString& what) {
         if (!accepted) {
             Q_EMIT statusMessage(tr("Serial Port %1 did not accept %2: %3")
@@ -77,14 +91,20 @@ void SerialLink::applyLineParameters(const Settings& settings)
                 failureMs);
         }
     };
-    check(m_port.setBaudRate(settings.baudRate), tr("the baud rate"));
-    check(m_port.setDataBits(static_cast<QSerialPort::DataBits>(settings.dataBits)),
-        tr("the data bits"));
-    check(m_port.setParity(static_cast<QSerialPort::Parity>(settings.parity)), tr("the parity"));
-    check(m_port.setStopBits(static_cast<QSerialPort::StopBits>(settings.stopBits)),
-        tr("the stop bits"));
-    check(m_port.setFlowControl(static_cast<QSerialPort::FlowControl>(settings.flowControl)),
-        tr("the flow control"));
+    const auto dataBits = static_cast<QSerialPort::DataBits>(settings.dataBits);
+    const auto parity = static_cast<QSerialPort::Parity>(settings.parity);
+    const auto stopBits = static_cast<QSerialPort::StopBits>(settings.stopBits);
+    const auto flowControl = static_cast<QSerialPort::FlowControl>(settings.flowControl);
+    if (all || m_port.baudRate() != settings.baudRate)
+        check(m_port.setBaudRate(settings.baudRate), tr("the baud rate"));
+    if (all || m_port.dataBits() != dataBits)
+        check(m_port.setDataBits(dataBits), tr("the data bits"));
+    if (all || m_port.parity() != parity)
+        check(m_port.setParity(parity), tr("the parity"));
+    if (all || m_port.stopBits() != stopBits)
+        check(m_port.setStopBits(stopBits), tr("the stop bits"));
+    if (all || m_port.flowControl() != flowControl)
+        check(m_port.setFlowControl(flowControl), tr("the flow control"));
 }
 
 void SerialLink::reportOpenFailure(const QString& displayName)
@@ -119,9 +139,10 @@ void SerialLink::close(const QString& displayName)
 void SerialLink::closePort()
 {
     if (const qint64 unsent = m_port.bytesToWrite(); unsent > 0) {
-        qWarning() << "Serial port" << m_port.portName() << "closed with" << unsent
-                   << "bytes not sent";
         m_port.clear(QSerialPort::Output);
+        Q_EMIT errorOccurred(tr("Serial Port %1 was closed with %n byte(s) not sent.", nullptr,
+            int(qMin<qint64>(unsent, std::numeric_limits<int>::max())))
+                                 .arg(m_port.portName()));
     }
     m_port.close();
 }
@@ -252,7 +273,7 @@ void SerialLink::onErrorOccurred(QSerialPort::SerialPortError error)
     if (error == QSerialPort::NoError)
         return;
     m_lastErrorText = m_port.errorString();
-    if (!m_autoReconnect || error != QSerialPort::ResourceError || m_closing || !m_port.isOpen())
+    if (!m_autoReconnect || m_closing || !serialDeviceVanished(m_port, error))
         return;
     {
         const QScopedValueRollback<bool> closing(m_closing, true);

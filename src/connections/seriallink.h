@@ -36,6 +36,10 @@ public:
     // Drops the outputs and closes. What was received and not read is discarded.
     void close(const QString& displayName);
 
+    // Gives an open port the line parameters of `settings` that differ from those in force; a
+    // refusal is a status message. Name and lines stay. Nothing happens on a closed port.
+    void reconfigure(const Settings& settings);
+
     // Opens first when closed. False when that fails or the driver refuses the bytes.
     bool send(const QByteArray& data, const Settings& settings, const QString& portName);
     // Everything received so far, also what a vanished device left; nothing while throttled.
@@ -63,7 +67,8 @@ Q_SIGNALS:
     void bytesWritten(qint64 bytes);
 
 private:
-    void applyLineParameters(const Settings& settings);
+    enum class Parameters { All, Changed };
+    void applyLineParameters(const Settings& settings, Parameters which);
     void reportOpenFailure(const QString& displayName);
     bool driveLine(SerialLine line, bool on);
     [[nodiscard]] bool driverOwnsRts() const;

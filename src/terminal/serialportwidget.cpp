@@ -421,6 +421,7 @@ void SerialPortWidget::onSettingsEdited()
 {
     updateSettings();
     m_supervisor->setSettings(m_settings);
+    m_controller->reconfigureSerial(m_settings);
     updateDisplay();
     showState();
     markSettingsDirty();

@@ -5,6 +5,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <cerrno>
+
 using namespace Qt::Literals::StringLiterals;
 using End = NullModem::End;
 
@@ -283,6 +285,36 @@ private Q_SLOTS:
         QCOMPARE(lost, 1);
     }
 
+    // The kernel's way of telling it: reads return 0, and errno holds whatever it held.
+    void aHangUpIsALossToo()
+    {
+        link->setAutoReconnect(true);
+        QVERIFY(open());
+        modem->unplug(End::A, NullModem::Vanishing::EndOfFile);
+        errno = ENOTTY;
+        QTRY_COMPARE(lost, 1);
+        QVERIFY(!link->isOpen());
+    }
+
+    void lineParametersChangeInPlace()
+    {
+        Settings settings;
+        link->reconfigure(settings); // closed: nothing to change
+        QVERIFY(open());
+        messages.clear();
+        settings.baudRate = 57600;
+        settings.flowControl = QSerialPort::HardwareControl;
+        link->reconfigure(settings);
+        QCOMPARE(link->port().baudRate(), 57600);
+        QVERIFY(!link->applyLine(SerialLine::Rts, false, false));
+        settings.flowControl = QSerialPort::NoFlowControl;
+        link->reconfigure(settings);
+        QVERIFY(modem->rts(End::A)); // driven again to the level that was asked for
+        QVERIFY(messages.isEmpty());
+        far->write("still open");
+        QTRY_VERIFY((received += link->readAvailable()) == "still open"_ba);
+    }
+
     void outputForAVanishedDeviceDoesNotReachItsSuccessor()
     {
         link->setAutoReconnect(true);
@@ -293,6 +325,7 @@ private Q_SLOTS:
         modem->unplug(End::A);
         QTRY_COMPARE(lost, 1);
         QCOMPARE(link->pendingWriteBytes(), 0);
+        QCOMPARE(errors.size(), 1); // says how much never left
         QVERIFY(modem->plugBack(End::A));
         modem->setFlowing(true);
         QTRY_VERIFY(becomesIdle());
