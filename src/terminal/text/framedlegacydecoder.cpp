@@ -5,7 +5,7 @@
 #include <QByteArray>
 #include <QChar>
 #include <QtEndian>
-#include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -69,7 +69,7 @@ WireTextDecoder::Result FramedLegacyDecoder::decode(QByteArrayView bytes)
     decodeSpan(cursor);
 
     m_heldSize = cursor.end - cursor.in;
-    std::copy_n(cursor.in, m_heldSize, m_held.begin());
+    std::memcpy(m_held.data(), cursor.in, std::size_t(m_heldSize));
     result.text.truncate(cursor.out - begin);
     result.invalidSequences = cursor.invalid;
     m_invalidSequences += cursor.invalid;

@@ -94,9 +94,24 @@ const Row& rowFor(QStringView name)
     return kRows[std::size_t(std::max<qsizetype>(0, indexOf(name)))];
 }
 
-QTextCodec* legacyCodec(const Row& row)
+std::size_t indexOf(const Row& row)
 {
-    return row.engine == Engine::Legacy ? QTextCodec::codecForName(row.codec) : nullptr;
+    return std::size_t(&row - kRows.data());
+}
+
+// Null when the row has no codec or the system lacks it. Looking a codec up by name takes long
+// enough to be felt once per message, so it is done once.
+const QTextCodec* legacyCodec(const Row& row)
+{
+    static const auto codecs = [] {
+        std::array<const QTextCodec*, kRows.size()> found{};
+        for (const Row& each : kRows) {
+            if (each.engine == Engine::Legacy)
+                found[indexOf(each)] = QTextCodec::codecForName(each.codec);
+        }
+        return found;
+    }();
+    return codecs[indexOf(row)];
 }
 
 bool isAvailable(const Row& row)
@@ -107,7 +122,7 @@ bool isAvailable(const Row& row)
 const LegacyTable& legacyTable(const Row& row, const QTextCodec& codec)
 {
     static std::array<std::unique_ptr<const LegacyTable>, kRows.size()> tables;
-    auto& table = tables[std::size_t(&row - kRows.data())];
+    auto& table = tables[indexOf(row)];
     if (!table)
         table = std::make_unique<const LegacyTable>(codec, row.framing);
     return *table;

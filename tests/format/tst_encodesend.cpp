@@ -1,0 +1,221 @@
+#include "app/settings/formatsetting.h"
+#include "terminal/format/messagecodec.h"
+
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+class TestEncodeSend final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void messages_data();
+    void messages();
+    void everyCombinationAgainstModel();
+    void lineEndings_data();
+    void lineEndings();
+    void unencodableTextSendsNothing();
+    void listTexts();
+};
+
+static FormatSetting options(int lineEnding, int checksum, bool normalise = false)
+{
+    FormatSetting format;
+    format.txLineEndingMode = lineEnding;
+    format.sendChecksum = checksum;
+    format.formatSend = normalise;
+    return format;
+}
+
+void TestEncodeSend::messages_data()
+{
+    QTest::addColumn<bool>("hexadecimal");
+    QTest::addColumn<bool>("normalise");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("shown");
+    const auto hex = [](const char* name, bool normalise, const QString& text,
+                         const QByteArray& bytes, const QString& shown) {
+        QTest::newRow(name) << true << normalise << text << bytes << shown;
+    };
+    hex("nothing", true, u""_s, ""_ba, u""_s);
+    hex("comment only", true, u"// reset"_s, ""_ba, u"// reset"_s);
+    hex("empty comment", true, u"01//"_s, "\x01"_ba, u"01 //"_s);
+    hex("bytes and comment", true, u"010203// go"_s, "\x01\x02\x03"_ba, u"01 02 03 // go"_s);
+    hex("comment not normalised", false, u"ab cd //Go"_s, "\xAB\xCD"_ba, u"ab cd //Go"_s);
+    hex("comment with slashes", true, u"ff//see http://x"_s, "\xFF"_ba, u"FF //see http://x"_s);
+    hex("three slashes", true, u"ff///"_s, "\xFF"_ba, u"FF ///"_s);
+    hex("odd digits", true, u"ABC"_s, "\xAB"_ba, u"AB "_s);
+    hex("no digits", false, u"xyz!"_s, "\0\0"_ba, u"xyz!"_s);
+    const auto text = [](const char* name, const QString& typed, const QByteArray& bytes) {
+        QTest::newRow(name) << false << true << typed << bytes << typed;
+    };
+    text("text nothing", u""_s, ""_ba);
+    text("text with slashes", u"AT//x"_s, "AT//x"_ba);
+    text("text UTF-8", u"\u4E2D\n"_s, "\xE4\xB8\xAD\n"_ba);
+}
+
+void TestEncodeSend::messages()
+{
+    QFETCH(bool, hexadecimal);
+    QFETCH(bool, normalise);
+    QFETCH(QString, text);
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, shown);
+    const auto result = MessageCodec::encodeSend(text, hexadecimal, options(0, 0, normalise));
+    QVERIFY(result.ok && result.error.isEmpty());
+    QCOMPARE(result.bytes, bytes);
+    QCOMPARE(result.displayText, shown);
+    // A line ending is for text; hexadecimal is sent as typed.
+    if (hexadecimal)
+        QCOMPARE(MessageCodec::encodeSend(text, true, options(3, 0)).bytes, bytes);
+}
+
+// The checksums bit by bit, the line endings character by character.
+static QByteArray modelChecksum(const QByteArray& bytes, int mode)
+{
+    const auto reflected = [&bytes](quint32 crc, quint32 polynomial) {
+        for (const char byte : bytes) {
+            crc ^= uchar(byte);
+            for (int i = 0; i < 8; ++i)
+                crc = (crc & 1) != 0 ? (crc >> 1) ^ polynomial : crc >> 1;
+        }
+        return crc;
+    };
+    const auto lowFirst = [](quint32 value, int count) {
+        QByteArray out;
+        for (int i = 0; i < count; ++i)
+            out += char(value >> (8 * i) & 0xFF);
+        return out;
+    };
+    uint sum = 0;
+    uint exclusive = 0;
+    uint crc8 = 0;
+    for (const char byte : bytes) {
+        sum += uchar(byte);
+        exclusive ^= uchar(byte);
+        crc8 ^= uchar(byte);
+        for (int i = 0; i < 8; ++i)
+            crc8 = (crc8 & 0x80) != 0 ? (crc8 << 1 ^ 0x07) & 0xFF : crc8 << 1;
+    }
+    switch (bytes.isEmpty() ? 0 : mode) {
+    case 1:
+        return lowFirst(sum, 1);
+    case 2:
+        return lowFirst(exclusive, 1);
+    case 3:
+        return lowFirst(crc8, 1);
+    case 4:
+        return lowFirst(reflected(0xFFFF, 0xA001), 2);
+    case 5:
+        return lowFirst(~reflected(0xFFFFFFFF, 0xEDB88320), 4);
+    default:
+        return {};
+    }
+}
+
+static QByteArray modelLines(QByteArray text, int mode)
+{
+    const QList<QByteArray> endings{"\n"_ba, "\r"_ba, "\n"_ba, "\r\n"_ba, "\n\r"_ba};
+    if (mode != 0 && !text.endsWith('\n'))
+        text += '\n';
+    QByteArray out;
+    for (const char c : std::as_const(text))
+        out += c == '\n' && mode < endings.size() ? endings[mode] : QByteArray(1, c);
+    return out;
+}
+
+void TestEncodeSend::everyCombinationAgainstModel()
+{
+    const QList<QByteArray> texts{
+        "AT"_ba, "AT\n"_ba, "\n"_ba, "a\n\nb"_ba, "\xC3\xA9\r\n"_ba, QByteArray(300, '~'), "\0"_ba};
+    for (const QByteArray& text : texts) {
+        for (int ending = 0; ending <= 5; ++ending) { // 5 is no mode: LF is ensured, no more
+            for (int checksum = -1; checksum <= 6; ++checksum) {
+                const FormatSetting format = options(ending, checksum);
+                const QByteArray lines = modelLines(text, ending);
+                const auto sent = MessageCodec::encodeSend(QString::fromUtf8(text), false, format);
+                QVERIFY(sent.ok);
+                QCOMPARE(sent.bytes, lines + modelChecksum(lines, checksum));
+                const QString hex = QString::fromLatin1(text.toHex(' ')) + u" // AT"_s;
+                QCOMPARE(MessageCodec::encodeSend(hex, true, format).bytes,
+                    text + modelChecksum(text, checksum));
+            }
+        }
+    }
+    // No bytes, no checksum.
+    QCOMPARE(MessageCodec::encodeSend(u"//"_s, true, options(3, 5)).bytes, QByteArray());
+    // Published: "AT" CR LF with CRC-16/MODBUS.
+    QCOMPARE(MessageCodec::encodeSend(u"123456789"_s, false, options(0, 4)).bytes,
+        "123456789\x37\x4B"_ba);
+}
+
+void TestEncodeSend::lineEndings_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<QByteArray>("enter");
+    QTest::addColumn<QByteArray>("converted"); // of "\na\r\n\n"
+    QTest::newRow("none") << 0 << "\r"_ba
+                          << "\na\r\n\n"_ba;
+    QTest::newRow("CR") << 1 << "\r"_ba
+                        << "\ra\r\r\r"_ba;
+    QTest::newRow("LF") << 2 << "\n"_ba
+                        << "\na\r\n\n"_ba;
+    QTest::newRow("CR LF") << 3 << "\r\n"_ba
+                           << "\r\na\r\r\n\r\n"_ba;
+    QTest::newRow("LF CR") << 4 << "\n\r"_ba
+                           << "\n\ra\r\n\r\n\r"_ba;
+    QTest::newRow("unknown") << 5 << "\r"_ba
+                             << "\na\r\n\n"_ba;
+    QTest::newRow("negative") << -1 << "\r"_ba
+                              << "\na\r\n\n"_ba;
+}
+
+void TestEncodeSend::lineEndings()
+{
+    QFETCH(int, mode);
+    QFETCH(QByteArray, enter);
+    QFETCH(QByteArray, converted);
+    QCOMPARE(MessageCodec::terminalEnterBytes(mode), enter);
+    QCOMPARE(MessageCodec::applyLineEnding("\na\r\n\n"_ba, mode), converted);
+    QCOMPARE(MessageCodec::applyLineEnding(u"\na\r\n\n"_s, mode), QString::fromLatin1(converted));
+}
+
+void TestEncodeSend::unencodableTextSendsNothing()
+{
+    FormatSetting format = options(3, 4);
+    format.sendEncoding = u"latin1"_s;
+    const auto result = MessageCodec::encodeSend(u"price \u20AC"_s, false, format);
+    QVERIFY(!result.ok);
+    QCOMPARE(result.bytes, QByteArray());
+    QCOMPARE(result.error, u"The character '\u20AC' cannot be encoded as ISO-8859-1. "
+                           u"Change the encoding or edit the message."_s);
+    // The rule is per encoding: the same text in another one.
+    format.sendEncoding = u"cp1252"_s;
+    QCOMPARE(MessageCodec::encodeSend(u"\u20AC"_s, false, options(0, 0)).bytes, "\xE2\x82\xAC"_ba);
+    format.sendChecksum = 0;
+    QCOMPARE(MessageCodec::encodeSend(u"\u20AC"_s, false, format).bytes, "\x80\r\n"_ba);
+}
+
+void TestEncodeSend::listTexts()
+{
+    const auto texts = [](const auto& list) {
+        QStringList all;
+        for (const auto& entry : list)
+            all.append(QString::number(int(entry.mode)) + u' ' + QLatin1String(entry.text));
+        return all;
+    };
+    const QStringList endings{u"0 None"_s, u"1 CR (\\r)"_s, u"2 LF (\\n)"_s,
+        u"3 CR & LF (\\r\\n)"_s, u"4 LR & CR (\\n\\r)"_s};
+    QCOMPARE(texts(kLineEndingTexts), endings);
+    const QStringList enter{
+        u"1 CR (\\r)"_s, u"2 LF (\\n)"_s, u"3 CR & LF (\\r\\n)"_s, u"4 LF & CR (\\n\\r)"_s};
+    QCOMPARE(texts(kTerminalEnterTexts), enter);
+    const QStringList checksums{u"0 None"_s, u"1 Checksum-8 (SUM)"_s, u"2 XOR (BCC)"_s,
+        u"3 CRC-8"_s, u"4 CRC-16/MODBUS"_s, u"5 CRC-32"_s};
+    QCOMPARE(texts(kChecksumTexts), checksums);
+}
+
+QTEST_GUILESS_MAIN(TestEncodeSend)
+#include "tst_encodesend.moc"
