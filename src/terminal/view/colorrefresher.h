@@ -22,6 +22,7 @@ class ColorRefresher final : public QObject
 public:
     // The document must outlive this object.
     ColorRefresher(QTextDocument& document, const QColor& background, QObject* parent);
+    ~ColorRefresher() override = default;
 
     [[nodiscard]] QTextCharFormat formatFor(const std::optional<QColor>& color) const;
     void setBackground(const QColor& background);

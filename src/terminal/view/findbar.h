@@ -22,6 +22,7 @@ class FindBar final : public QWidget
 public:
     // The view must outlive the bar; make the bar a sibling or child of it.
     explicit FindBar(ReceiveView& view, QWidget* parent = nullptr);
+    ~FindBar() override = default;
 
     // Shows the bar with the focus in it. A selection within one line becomes the search text.
     void open();

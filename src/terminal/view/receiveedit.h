@@ -20,6 +20,7 @@ public:
 
     // `selectedText` gives the text of a selection that is dragged out of the view.
     ReceiveEdit(std::function<QString()> selectedText, QWidget* parent);
+    ~ReceiveEdit() override = default;
 
     // Adds text at the end, in one step; scrolls nothing and leaves the selection as it is.
     void append(const QString& rows, const QTextCharFormat& format);

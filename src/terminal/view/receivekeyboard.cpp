@@ -23,9 +23,9 @@ struct Clip
 {
     enum class Command : quint8 { Copy, Paste, SelectAll };
 
-    int key;
+    int key = 0;
     Qt::KeyboardModifiers modifiers;
-    Command command;
+    Command command = Command::Copy;
 };
 
 constexpr std::array clipKeys{

@@ -27,6 +27,7 @@ class ReceiveKeyboard final : public QObject
 public:
     // Both must outlive this object, which is best made a child of the view.
     ReceiveKeyboard(ReceiveView& view, ReceiveEdit& edit);
+    ~ReceiveKeyboard() override = default;
 
     // Off: keys scroll, Ctrl+C copies, Ctrl+A selects all, Tab moves the focus; nothing is typed.
     void setTypingEnabled(bool enabled);

@@ -1,7 +1,6 @@
 #include "terminal/view/softbreaks.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace {
 
@@ -88,10 +87,15 @@ qint64 SoftBreaks::endInDocument(qint64 position) const
 
 qint64 SoftBreaks::toPosition(qint64 character) const
 {
-    const auto passed = *std::ranges::partition_point(
-        std::views::iota(qint64{0}, count() + 1), [this, character](qint64 index) {
-            return index < count()
-                   && cuts_[static_cast<std::size_t>(index)] - first_ + index < character;
-        });
-    return character - passed + first_;
+    // Cuts ascend and so do the characters they stand at; the bound is the number of those passed.
+    qint64 low = 0;
+    qint64 high = count();
+    while (low < high) {
+        const qint64 middle = (low + high) / 2;
+        if (cuts_[static_cast<std::size_t>(middle)] - first_ + middle < character)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return character - low + first_;
 }

@@ -3,7 +3,6 @@
 #include "terminal/view/textsource.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace {
 

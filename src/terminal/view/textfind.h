@@ -35,6 +35,7 @@ public:
 
     // The source must outlive this object.
     explicit TextFind(const TextSource& source, QObject* parent = nullptr);
+    ~TextFind() override = default;
 
     // Starts a new search; an empty text ends it. The first match at or after `from` becomes the
     // current one, or the first of all when there is none behind. An invalid expression finds

@@ -24,6 +24,7 @@ public:
 
     // The source must outlive this object.
     TextSaver(const TextSource& source, const QString& path, QObject* parent);
+    ~TextSaver() override = default;
 
     // Opens the file and begins; finished() comes from the event loop, also when this fails.
     void start();
