@@ -139,13 +139,13 @@ void BridgeArbiter::tickFramers(qint64 nowMs)
         QList<QByteArray> frames;
     };
     std::vector<Due> dues;
-    for (auto it = m_framers.begin(); it != m_framers.end();) {
+    for (auto it = m_framers.begin(); it != m_framers.end(); ++it) {
         const qint64 startMs = it->frameStartMs();
         QList<QByteArray> frames = it->tick(nowMs);
         if (!frames.isEmpty())
             dues.push_back({startMs, it.key(), std::move(frames)});
-        it = it->isEmpty() ? m_framers.erase(it) : std::next(it);
     }
+    m_framers.removeIf([](const auto& it) { return it->isEmpty(); });
     std::sort(dues.begin(), dues.end(), [](const Due& a, const Due& b) {
         return std::tie(a.startMs, a.peerKey) < std::tie(b.startMs, b.peerKey);
     });

@@ -46,6 +46,7 @@ public:
     };
 
     BridgeArbiter(const FramingPolicy& policy, int responseTimeoutMs);
+    ~BridgeArbiter() = default;
 
     // Clamped to MinResponseTimeoutMs to MaxResponseTimeoutMs; counts from the next deadline on.
     void setResponseTimeoutMs(int timeoutMs);

@@ -38,6 +38,7 @@ public:
     };
 
     explicit BridgeEgressQueue(const FlowControlPolicy& policy = {});
+    ~BridgeEgressQueue() = default;
 
     // Takes the policy, sanitized; what is queued stays, even above a lower capacity.
     void setPolicy(const FlowControlPolicy& policy);
@@ -66,8 +67,8 @@ public:
     bool isThrottling() const { return m_throttling; }
 
 private:
-    static constexpr qsizetype PackedBlockBytes = 16 * 1024;
-    static constexpr qsizetype LargestPackedFrame = 2 * 1024; // bounds a block's unused end
+    static constexpr qsizetype PackedBlockBytes = 16'384;
+    static constexpr qsizetype LargestPackedFrame = 2'048; // bounds a block's unused end
 
     struct Block
     {

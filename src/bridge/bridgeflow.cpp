@@ -3,6 +3,8 @@
 #include "bridge/bridgesink.h"
 #include "bridge/monotonic.h"
 
+#include <QScopedValueRollback>
+
 void BridgeFlow::setFramingPolicy(const FramingPolicy& policy)
 {
     m_framer.setPolicy(policy);
@@ -72,7 +74,6 @@ void BridgeFlow::resume(qint64 nowMs)
     if (!m_suspended)
         return;
     m_suspended = false;
-    m_flood = {}; // the pause must not count as a quiet part of a window
     tick(nowMs);
 }
 
@@ -132,10 +133,10 @@ void BridgeFlow::noteFlood(qint64 bytes, qint64 nowMs)
     m_flood.bytes += bytes;
 
     const qint64 elapsedMs = Monotonic::elapsedMs(m_flood.startMs, nowMs);
-    if (elapsedMs < m_policy.floodWindowMs)
+    if (elapsedMs < qMax(FlowControlPolicy::MinFloodWindowMs, m_policy.floodWindowMs))
         return;
-    const bool tooFast =
-        double(m_flood.bytes) * 1000.0 / double(elapsedMs) > double(m_policy.floodBytesPerSecond);
+    const qint64 bytesPerSecond = m_flood.bytes * 1000 / elapsedMs;
+    const bool tooFast = bytesPerSecond > m_policy.floodBytesPerSecond;
     const bool echoes = m_stats.bytesOut != m_flood.bytesOutAtStart;
     if (tooFast && echoes)
         suspend(tr("Flood guard tripped (possible cable loop)"));
@@ -155,6 +156,7 @@ void BridgeFlow::enqueueAll(const QList<QByteArray>& frames, qint64 nowMs)
 
 void BridgeFlow::writeOut()
 {
+    const QScopedValueRollback writing(m_writing, true);
     while (!m_queue.isEmpty()) {
         if (!m_sink || !m_sink->isWritable()
             || m_sink->pendingWriteBytes() >= m_policy.sinkCeilingBytes)
@@ -170,6 +172,10 @@ void BridgeFlow::writeOut()
 
 void BridgeFlow::settle(qint64 nowMs)
 {
+    // A datagram socket reports its bytes from inside the write, and the owner then drains: what
+    // there is to do is done when the write has returned.
+    if (m_writing)
+        return;
     writeOut();
     syncStats();
     applyThrottle(nowMs);

@@ -54,6 +54,7 @@ public:
     static constexpr int BlockedSinkRetryMs = 20;
 
     BridgeFlow() = default;
+    ~BridgeFlow() = default;
 
     // Neither owned; null takes it off. A new callback hears of the next change.
     void setSink(BridgeSink* sink) { m_sink = sink; }
@@ -132,4 +133,5 @@ private:
     bool m_suspended = false;
     bool m_held = false;
     bool m_sourceThrottled = false;
+    bool m_writing = false; // the sink is taking the head frame
 };

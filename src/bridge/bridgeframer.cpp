@@ -7,7 +7,7 @@
 namespace {
 
 // Room that the buffer keeps for the next read once a frame has left it.
-constexpr qsizetype KeptCapacityBytes = 64 * 1024;
+constexpr qsizetype KeptCapacityBytes = 65'536;
 
 std::string_view asString(QByteArrayView bytes)
 {
@@ -56,7 +56,6 @@ QList<QByteArray> BridgeFramer::ingest(const QByteArray& data, qint64 nowMs)
     m_lastByteMs = nowMs;
     if (m_buffer.isEmpty()) {
         m_frameStartMs = nowMs;
-        m_searchFrom = 0;
         const qsizetype taken = harvest(data, immediate, frames);
         // A copy of its own: the read's storage may be far larger than the rest of it.
         m_buffer = QByteArrayView(data).sliced(taken).toByteArray();
@@ -120,7 +119,7 @@ qsizetype BridgeFramer::takeDelimited(QByteArrayView bytes, QList<QByteArray>& f
     qsizetype taken = 0;
     size_t hit = haystack.find(delimiter, size_t(m_searchFrom));
     while (hit != std::string_view::npos) {
-        const qsizetype end = qsizetype(hit + delimiter.size());
+        const qsizetype end = qsizetype(hit) + m_policy.delimiter.size();
         frames.append(bytes.sliced(taken, end - taken).toByteArray());
         taken = end;
         hit = haystack.find(delimiter, size_t(taken));

@@ -3,8 +3,9 @@
 #include <QByteArrayView>
 
 // Where a bridge flow writes: the sending side of a port. The implementation outlives the flow or
-// takes itself off it with BridgeFlow::setSink(nullptr). None of these may call back into the
-// flow; the owner drains the flow when the port reports written bytes.
+// takes itself off it with BridgeFlow::setSink(nullptr). The owner drains the flow when the port
+// reports written bytes; from inside write() a port may have the flow drained or suspended, but
+// not fed or reset, as the bytes being written are still the queue's.
 class BridgeSink
 {
     Q_DISABLE_COPY_MOVE(BridgeSink)

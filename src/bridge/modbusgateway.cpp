@@ -124,7 +124,7 @@ bool ModbusGateway::crcValid(const QByteArray& frame)
     if (frame.size() < MinRtuFrameBytes)
         return false;
     const QByteArrayView bytes(frame);
-    const quint16 carried = qFromLittleEndian<quint16>(bytes.last(CrcBytes).data());
+    const auto carried = qFromLittleEndian<quint16>(bytes.last(CrcBytes).data());
     return ModbusCodec::crc16(bytes.chopped(CrcBytes)) == carried;
 }
 

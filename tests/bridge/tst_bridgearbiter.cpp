@@ -129,22 +129,22 @@ private Q_SLOTS:
     void requestsAreCutByEachClientsOwnFramer()
     {
         BridgeArbiter arbiter({.mode = FramingMode::IdleGap, .idleGapMs = 4}, TimeoutMs);
-        arbiter.submit(u"b"_s, "12"_ba, 0);
-        arbiter.submit(u"a"_s, "xy"_ba, 1);
-        arbiter.submit(u"c"_s, "!"_ba, 2);
-        arbiter.submit(u"b"_s, "34"_ba, 3);
-        QCOMPARE(arbiter.nextTimeoutMs(3), 2);
-        arbiter.tick(4);
+        const QString peers = u"fbhcgade"_s;
+        for (int i = 0; i < peers.size(); ++i)
+            arbiter.submit(peers.at(i), "12"_ba, i / 4);
+        arbiter.submit(u"f"_s, "34"_ba, 3);
+        QCOMPARE(arbiter.nextTimeoutMs(3), 1);
+        arbiter.tick(3);
         QCOMPARE(arbiter.queuedRequests(), 0);
         // All of them are due by now; they take their turns as they began.
-        QCOMPARE(nextTurn(arbiter, 7), u"b:1234"_s);
-        arbiter.closeWindow();
-        QCOMPARE(nextTurn(arbiter, 7), u"a:xy"_s);
-        arbiter.closeWindow();
-        QCOMPARE(nextTurn(arbiter, 7), u"c:!"_s);
+        for (const QChar peer : u"bcfhadeg"_s) {
+            QCOMPARE(nextTurn(arbiter, 7), peer + (peer == u'f' ? u":1234"_s : u":12"_s));
+            arbiter.closeWindow();
+        }
 
         arbiter.submit(u"d"_s, "56"_ba, 8);
-        QCOMPARE(arbiter.nextTimeoutMs(8), 4); // sooner than the deadline
+        QCOMPARE(nextTurn(arbiter, 8), QString());
+        QCOMPARE(arbiter.nextTimeoutMs(8), 4);
         arbiter.setFramingPolicy({.mode = FramingMode::FixedLength, .frameLength = 3});
         arbiter.submit(u"d"_s, "7"_ba, 9);
         QCOMPARE(arbiter.queuedRequests(), 1);
@@ -163,6 +163,10 @@ private Q_SLOTS:
         arbiter.setResponseTimeoutMs(600'001);
         QCOMPARE(nextTurn(arbiter, 1), u"a:2"_s);
         QCOMPARE(arbiter.nextTimeoutMs(1), 600'000);
+        arbiter.setResponseTimeoutMs(50);
+        QCOMPARE(arbiter.nextTimeoutMs(1), 600'000); // the open window keeps its deadline
+        arbiter.routeResponse(2);
+        QCOMPARE(arbiter.nextTimeoutMs(2), 50);
     }
 };
 

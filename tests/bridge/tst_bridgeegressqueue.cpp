@@ -104,58 +104,6 @@ private Q_SLOTS:
                            OverflowPolicy::SlowSender, false, beyond, 600'000}));
     }
 
-    // Frames of the given sizes against a capacity of 10 bytes; each size shows with its result.
-    void overflow_data()
-    {
-        QTest::addColumn<OverflowPolicy>("policy");
-        QTest::addColumn<QList<int>>("sizes");
-        QTest::addColumn<QList<int>>("results");
-        QTest::addColumn<QList<int>>("queuedDroppedBytesFrames");
-        QTest::newRow("an exact fit is no overflow")
-            << OverflowPolicy::StopBridge << QList{6, 4} << QList{0, 0} << QList{10, 0, 0};
-        QTest::newRow("drop oldest, as few as needed")
-            << OverflowPolicy::DropOldest << QList{4, 4, 2, 5} << QList{0, 0, 0, 1}
-            << QList{7, 8, 2};
-        QTest::newRow("drop oldest for a frame beyond the capacity")
-            << OverflowPolicy::DropOldest << QList{4, 4, 11} << QList{0, 0, 1} << QList{11, 8, 2};
-        QTest::newRow("a frame beyond the capacity into an empty queue")
-            << OverflowPolicy::DropOldest << QList{11} << QList{0} << QList{11, 0, 0};
-        QTest::newRow("drop newest")
-            << OverflowPolicy::DropNewest << QList{6, 5, 4} << QList{0, 2, 0} << QList{10, 5, 1};
-        QTest::newRow("slow the sender")
-            << OverflowPolicy::SlowSender << QList{6, 5, 4} << QList{0, 2, 0} << QList{10, 5, 1};
-        QTest::newRow("stop") << OverflowPolicy::StopBridge << QList{6, 5} << QList{0, 3}
-                              << QList{6, 5, 1};
-    }
-
-    void overflow()
-    {
-        QFETCH(const OverflowPolicy, policy);
-        QFETCH(const QList<int>, sizes);
-        BridgeEgressQueue queue({.capacityBytes = 10, .overflowPolicy = policy});
-        QList<int> results;
-        for (const int size : sizes)
-            results.append(queue.enqueue({QByteArray(size, 'x'), 0}));
-        QTEST(results, "results");
-        QTEST((QList{
-                  int(queue.queuedBytes()), int(queue.droppedBytes()), int(queue.droppedFrames())}),
-            "queuedDroppedBytesFrames");
-    }
-
-    void throttleHasHysteresis()
-    {
-        BridgeEgressQueue queue;
-        queue.enqueue({QByteArray(196'607, 'x'), 0});
-        QVERIFY(!queue.isThrottling());
-        queue.enqueue({"x"_ba, 0});
-        QVERIFY(queue.isThrottling());
-        queue.consume(131'071);
-        QCOMPARE(queue.queuedBytes(), 65'537);
-        QVERIFY(queue.isThrottling());
-        queue.consume(1);
-        QVERIFY(!queue.isThrottling());
-    }
-
     // A reader's buffer is often far larger than what one read put into it; the queue's budget
     // counts bytes, so it must not keep such buffers alive.
     void queuedFramesDoNotPinTheBuffersTheyWereReadInto()

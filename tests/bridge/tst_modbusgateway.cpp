@@ -132,24 +132,13 @@ private Q_SLOTS:
         QCOMPARE(gateway.rtuToTcp(readAnswer(7), 1501).left(2), hex("0002"));
     }
 
-    void timeoutIsClamped_data()
-    {
-        QTest::addColumn<int>("given");
-        QTest::addColumn<int>("used");
-        QTest::newRow("too short") << 0 << 1;
-        QTest::newRow("too long") << 600'001 << 600'000;
-    }
-
     void timeoutIsClamped()
     {
-        QFETCH(const int, given);
-        ModbusGateway constructed(given);
-        ModbusGateway changed(TimeoutMs);
-        changed.setTransactionTimeoutMs(given);
-        for (ModbusGateway* gateway : {&constructed, &changed}) {
-            gateway->tcpToRtu(readRequest(1, 7), 0);
-            QTEST(int(gateway->nextTimeoutMs(0)), "used");
-        }
+        ModbusGateway gateway(0);
+        gateway.tcpToRtu(readRequest(1, 7), 0);
+        QCOMPARE(gateway.nextTimeoutMs(0), 1);
+        gateway.setTransactionTimeoutMs(600'001);
+        QCOMPARE(gateway.nextTimeoutMs(0), 600'000);
     }
 
     void fullPendingListEvictsTheOldest()
