@@ -16,9 +16,9 @@ enum class Availability : int {
 // One action of the main window. Texts are untranslated, context "MainWindow".
 struct ActionRow
 {
-    const char* name; // object name
-    const char* label;
-    MenuId menu;
+    const char* name = ""; // object name
+    const char* label = "";
+    MenuId menu = MenuId::File;
     const char* shortcut = "";
     const char* toolTip = ""; // empty: the label
     Availability availability = Availability::Ready;

@@ -19,6 +19,7 @@ class MainActions final : public QObject
 
 public:
     explicit MainActions(QObject* parent);
+    ~MainActions() override = default;
 
     // The action of that object name; naming one that the table lacks is a fault of the program.
     [[nodiscard]] QAction* action(QLatin1StringView name) const;

@@ -1,5 +1,7 @@
 #include "app/mainstatusbar.h"
 
+#include "app/elidedlabel.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
@@ -10,9 +12,10 @@ namespace {
 
 constexpr int spacing = 8;
 
-QLabel* makeLabel(const QString& name, const QString& accessibleName, QWidget* parent)
+template<class Label>
+Label* makeLabel(const QString& name, const QString& accessibleName, QWidget* parent)
 {
-    auto* label = new QLabel(parent);
+    auto* label = new Label(parent);
     label->setObjectName(name);
     label->setAccessibleName(accessibleName);
     label->setTextFormat(Qt::PlainText);
@@ -38,21 +41,18 @@ QString rateText(const QLocale& locale, qint64 bytesPerSecond)
 MainStatusBar::MainStatusBar(QWidget* parent)
     : QStatusBar(parent)
     , m_lamp(new StateLamp(this))
-    , m_state(makeLabel(u"statusState"_s, tr("Connection state"), this))
-    , m_summary(makeLabel(u"statusSummary"_s, tr("Port and line settings"), this))
-    , m_notice(makeLabel(u"statusNotice"_s, tr("Message"), this))
-    , m_error(makeLabel(u"statusError"_s, tr("Error"), this))
-    , m_received(makeLabel(u"statusReceived"_s, tr("Received bytes and rate"), this))
-    , m_sent(makeLabel(u"statusSent"_s, tr("Sent bytes and rate"), this))
+    , m_state(makeLabel<QLabel>(u"statusState"_s, tr("Connection state"), this))
+    , m_summary(makeLabel<QLabel>(u"statusSummary"_s, tr("Port and line settings"), this))
+    , m_notice(makeLabel<ElidedLabel>(u"statusNotice"_s, tr("Message"), this))
+    , m_error(makeLabel<ElidedLabel>(u"statusError"_s, tr("Error"), this))
+    , m_received(makeLabel<QLabel>(u"statusReceived"_s, tr("Received bytes and rate"), this))
+    , m_sent(makeLabel<QLabel>(u"statusSent"_s, tr("Sent bytes and rate"), this))
     , m_errorTimer(this)
 {
     setObjectName("statusBar"_L1);
     QFont bold = m_error->font();
     bold.setBold(true);
     m_error->setFont(bold);
-    // Long messages of the system must not widen the window.
-    for (QLabel* label : {m_notice, m_error})
-        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_error->hide();
 
     auto* left = new QWidget(this);
@@ -74,7 +74,7 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     m_errorTimer.setSingleShot(true);
     connect(&m_errorTimer, &QTimer::timeout, this, &MainStatusBar::clearError);
     m_noticeTimer.setSingleShot(true);
-    connect(&m_noticeTimer, &QTimer::timeout, m_notice, &QLabel::clear);
+    connect(&m_noticeTimer, &QTimer::timeout, this, [this] { showNotice({}, 0); });
 }
 
 void MainStatusBar::showPort(const PortStatus& status, qint64 nowMs)
@@ -102,7 +102,7 @@ void MainStatusBar::showError(const QString& text, const QString& reason)
 
 void MainStatusBar::showNotice(const QString& text, int timeoutMs)
 {
-    m_notice->setText(text);
+    m_notice->setText(text.simplified()); // one line
     m_notice->setToolTip(text);
     if (timeoutMs > 0)
         m_noticeTimer.start(timeoutMs);

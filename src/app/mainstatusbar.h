@@ -30,6 +30,7 @@ public:
     static constexpr int errorMs = 15000;
 
     explicit MainStatusBar(QWidget* parent = nullptr);
+    ~MainStatusBar() override = default;
 
     // `nowMs` is monotonic and only used for the rates.
     void showPort(const PortStatus& status, qint64 nowMs);

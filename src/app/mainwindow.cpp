@@ -8,6 +8,7 @@
 #include "app/portselector.h"
 #include "app/settings/config.h"
 #include "app/settings/settingsservice.h"
+#include "app/toolwindows.h"
 #include "app/windowgeometry.h"
 #include "terminal/serialportwidget.h"
 
@@ -34,6 +35,7 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, QWidget* parent)
     , m_grid(new PortGrid(this))
     , m_portSelector(new PortSelector(this))
     , m_statusBar(new MainStatusBar(this))
+    , m_toolWindows(new ToolWindows([this] { return currentPortWidget(); }, this))
 {
     // The mark of unsaved changes has its place in an untitled workspace, too.
     setWindowTitle(Config::applicationName() + "[*]"_L1);
@@ -43,6 +45,7 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, QWidget* parent)
     connectPortActions();
     connectViewActions();
     connectOptionActions();
+    connectToolActions();
     connectHelpActions();
 
     m_clock.start();
@@ -125,6 +128,14 @@ void MainWindow::connectOptionActions()
         [this] { chooseLanguage(true); });
 }
 
+void MainWindow::connectToolActions()
+{
+    connect(m_actions->action("acToolCalc"_L1), &QAction::triggered, m_toolWindows,
+        &ToolWindows::showToolBox);
+    connect(m_actions->action("acToolsAscii"_L1), &QAction::triggered, m_toolWindows,
+        &ToolWindows::showAsciiTable);
+}
+
 void MainWindow::connectHelpActions()
 {
     connect(m_actions->action("acHelpOnline"_L1), &QAction::triggered, this,
@@ -172,6 +183,12 @@ SerialPortWidget* MainWindow::focusedPortWidget() const
             return pane;
     }
     return nullptr;
+}
+
+SerialPortWidget* MainWindow::currentPortWidget() const
+{
+    SerialPortWidget* focused = focusedPortWidget();
+    return focused ? focused : &firstPane();
 }
 
 bool MainWindow::openPane(int index, const QString& portName, bool quiet)
@@ -226,8 +243,7 @@ void MainWindow::clearAllHistories()
 
 void MainWindow::openFind()
 {
-    SerialPortWidget* focused = focusedPortWidget();
-    (focused != nullptr ? *focused : firstPane()).openFind();
+    currentPortWidget()->openFind();
 }
 
 void MainWindow::changePort(const QString& portName)

@@ -14,6 +14,7 @@ class PortGrid;
 class PortSelector;
 class SerialPortCatalog;
 class SerialPortWidget;
+class ToolWindows;
 
 // The window of the program: the port panes in their grid, menus, toolbar and status bar, and the
 // workspace that comes back at the next start. A façade: what an action is stands in MainActions,
@@ -47,6 +48,8 @@ public:
     [[nodiscard]] QList<SerialPortWidget*> livePortWidgets() const { return m_panes; }
     // The pane that has the keyboard focus, or null.
     [[nodiscard]] SerialPortWidget* focusedPortWidget() const;
+    // The same, or the first pane while the focus is elsewhere.
+    [[nodiscard]] SerialPortWidget* currentPortWidget() const;
 
     // The stored state with what the first pane is set to now.
     [[nodiscard]] SessionState currentSessionState() const;
@@ -67,6 +70,7 @@ private:
     void connectPortActions();
     void connectViewActions();
     void connectOptionActions();
+    void connectToolActions();
     void connectHelpActions();
     void onAction(QLatin1StringView name, void (MainWindow::*slot)());
     void restoreLastConnection();
@@ -89,6 +93,7 @@ private:
     PortGrid* m_grid;
     PortSelector* m_portSelector;
     MainStatusBar* m_statusBar;
+    ToolWindows* m_toolWindows;
     QList<SerialPortWidget*> m_panes; // children of the grid's splitters, at most maxPanes
     int m_columnCount = 1;
     bool m_quickSettingsShown = true;

@@ -16,6 +16,7 @@ class PortGrid final : public QWidget
 
 public:
     explicit PortGrid(QWidget* parent = nullptr);
+    ~PortGrid() override = default;
 
     // Columns actually used: never more than there are panes, never less than one.
     [[nodiscard]] static int columnsFor(qsizetype panes, int wantedColumns);

@@ -5,13 +5,13 @@
 #include <QList>
 
 // Watches which serial ports the machine has. The owner asks on every tick of its refresh timer;
-// the machine is asked as often as that as long as it answers quickly. Some drivers take tens of
-// milliseconds to list their ports, so a slow answer is paid for with a pause: listing never takes
-// more than one part in `pauseFactor` of the time. The clock is the owner's.
+// the machine is asked as often as that as long as it answers quickly. Listing opens and asks
+// devices, which takes milliseconds to tens of them, so a slow answer is paid for with a pause:
+// listing never takes more than one part in `pauseFactor` of the time. The clock is the owner's.
 class PortListMonitor final
 {
 public:
-    static constexpr qint64 pauseFactor = 20;
+    static constexpr qint64 pauseFactor = 50;
 
     // The catalog must outlive the monitor.
     explicit PortListMonitor(const SerialPortCatalog& catalog);

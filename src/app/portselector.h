@@ -15,6 +15,7 @@ class PortSelector final : public QComboBox
 
 public:
     explicit PortSelector(QWidget* parent = nullptr);
+    ~PortSelector() override = default;
 
     void setPorts(const QList<SerialPortDescription>& ports);
     void setCurrentPort(const QString& portName);

@@ -67,7 +67,7 @@ QString SetConfigFilePathDialog::storedPath(const QSettings& store)
 
 QString SetConfigFilePathDialog::proposedPath(const QSettings& store)
 {
-    const QString stored = storedPath(store);
+    QString stored = storedPath(store);
     if (!stored.isEmpty())
         return stored;
     return QDir::toNativeSeparators(

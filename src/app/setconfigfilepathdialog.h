@@ -18,6 +18,7 @@ class SetConfigFilePathDialog final : public QDialog
 public:
     // The store must outlive the dialog.
     explicit SetConfigFilePathDialog(QSettings& store, QWidget* parent = nullptr);
+    ~SetConfigFilePathDialog() override = default;
 
     // The folder of the store, empty while none has been chosen.
     [[nodiscard]] static QString storedPath(const QSettings& store);

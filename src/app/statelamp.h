@@ -14,6 +14,7 @@ class StateLamp final : public QWidget
 
 public:
     explicit StateLamp(QWidget* parent = nullptr);
+    ~StateLamp() override = default;
 
     void setState(PortState state);
     [[nodiscard]] PortState state() const { return m_state; }

@@ -123,8 +123,8 @@ void MainWindowTest::actions_data()
     row("acAutoReconnect", "Auto Reconnect", true);
     row("actionNew_Connection", "New Connection", false);
     row("acToolsSetting", "Settings...", false);
-    row("acToolCalc", "Toolbox...", false);
-    row("acToolsAscii", "ASCII Code...", false);
+    row("acToolCalc", "Toolbox...", true);
+    row("acToolsAscii", "ASCII Code...", true);
     row("acToolsModbus", "Modbus Request Builder...", false);
     row("acToolsBridge", "Bridges...", false);
     row("acXferSend", "Send File...", false, "Ctrl+Shift+S");

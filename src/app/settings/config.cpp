@@ -37,7 +37,7 @@ QString Config::homepageUrl()
 
 QString Config::dasHostAddress()
 {
-    const QString override = qEnvironmentVariable("VMR_HOST").trimmed();
+    QString override = qEnvironmentVariable("VMR_HOST").trimmed();
     if (!override.isEmpty())
         return override;
     const QSettings store(organizationName(), applicationName());

@@ -8,6 +8,7 @@
 // fields of the first pane (flat, under the names of Settings and FormatSetting), the layout of
 // the quick settings and the lists of the window. A plain value. SettingsService builds, loads and
 // saves it; the main window owns the one that is in force.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): grouped by meaning, one exists
 struct SessionState
 {
     connectionMode connMode = connectionMode::SerialPort;

@@ -9,7 +9,7 @@ namespace {
 
 struct CodeText
 {
-    qint32 code;
+    qint32 code = 0;
     QLatin1StringView text;
 };
 
