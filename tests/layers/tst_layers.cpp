@@ -20,6 +20,7 @@ struct Layer
 
 // Longest folder first, so that the first match is the right one.
 constexpr std::array layers{
+    Layer{"app/log/"_L1, 6, false},
     Layer{"app/settings/"_L1, 2, false},
     Layer{"terminal/text/"_L1, 1, false},
     Layer{"terminal/format/"_L1, 3, false},

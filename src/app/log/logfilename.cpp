@@ -10,8 +10,7 @@ QString defaultLogFilePath()
     return QDir(QDir::homePath()).filePath(u"vmr_%S-%Y%M%D.log"_s);
 }
 
-QString decode_file_name(
-    const QString& pattern, const QString& portName, const QDateTime& dateTime)
+QString decode_file_name(const QString& pattern, const QString& portName, const QDateTime& dateTime)
 {
     QString name = pattern;
     name.replace("%S"_L1, portName);

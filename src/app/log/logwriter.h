@@ -65,8 +65,7 @@ private:
         FormatSetting& format, const QString& portName, const QDateTime& now, QString& error);
     [[nodiscard]] bool rotateIfDue(
         FormatSetting& format, const QString& portName, const QDateTime& now, QString& error);
-    [[nodiscard]] bool writeTo(
-        const FormatSetting& format, const QDateTime& now, QString& error);
+    [[nodiscard]] bool writeTo(const FormatSetting& format, const QDateTime& now, QString& error);
     void prepareLead(const QFile& file, const FormatSetting& format, const QDateTime& now);
     void noteFile(const QString& fileName);
     void recordGap(const QString& connection, const QDateTime& now);
@@ -78,7 +77,7 @@ private:
     qsizetype m_pendingLines = 0;
     // Header, hourly line or line feed that stands in front of what is pending.
     QByteArray m_lead;
-    QString m_fileName;   // that m_lastWrite belongs to
+    QString m_fileName; // that m_lastWrite belongs to
     QDateTime m_lastWrite;
     bool m_freshLine = true;
     QDateTime m_givenUpSince;

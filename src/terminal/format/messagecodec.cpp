@@ -1,13 +1,15 @@
 #include "terminal/format/messagecodec.h"
 
 #include "app/settings/formatsetting.h"
+#include "terminal/format/linetext.h"
+#include "terminal/format/recordtext.h"
 #include "terminal/format/sanitizetext.h"
 #include "terminal/text/crccatalog.h"
 #include "terminal/text/hexvalue.h"
 #include "terminal/text/wiretextcodecregistry.h"
 
-#include <QDebug>
 #include <QtEndian>
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <numeric>
@@ -80,27 +82,6 @@ EncodeSendResult encodeText(const QString& text, const FormatSetting& format)
     return result;
 }
 
-// Advances the times of the state and notes a pause that ends the display line.
-void noteTime(const rxData& record, const FormatSetting& format, DisplayState& state)
-{
-    if (format.rxAutoFeedLine && !record.continuation && !state.endsWithLineFeed
-        && state.lastRecord.isValid()
-        && state.lastRecord.msecsTo(record.time) > format.autoFeedInterval)
-        state.gapPending = true;
-    state.lastRecord = record.time;
-    if (record.direction == RXorTx::Received)
-        state.lastReceived = record.time;
-}
-
-// A stamp is part of one line, whatever was typed into its pattern.
-QString stampFor(const rxData& record, const FormatSetting& format)
-{
-    QString stamp = record.time.toString(
-        record.direction == RXorTx::Received ? format.rxTimeFormat : format.txTimeFormat);
-    stamp.removeIf([](QChar c) { return c == u'\r' || c == u'\n'; });
-    return stamp;
-}
-
 } // namespace
 
 QString MessageCodec::toHexString(QByteArrayView bytes)
@@ -119,15 +100,9 @@ QString MessageCodec::toHexString(QByteArrayView bytes)
 
 QString MessageCodec::insertTimeStamp(const QString& text, const QString& stamp)
 {
-    QString stamped = text;
-    stamped.replace("\r\n"_L1, "\n"_L1).replace("\n\r"_L1, "\n"_L1);
-    const bool endsWithLineFeed = stamped.endsWith(u'\n');
-    if (endsWithLineFeed)
-        stamped.chop(1);
-    stamped.replace("\n"_L1, u'\n' + stamp);
-    if (endsWithLineFeed)
-        stamped += u'\n';
-    return stamped;
+    QString lines = text;
+    lines.replace("\r\n"_L1, "\n"_L1).replace("\n\r"_L1, "\n"_L1);
+    return stampedLines(lines, stamp);
 }
 
 QString MessageCodec::sanitizeText(QString text)
@@ -143,36 +118,15 @@ QString MessageCodec::decodeWireText(QByteArrayView bytes, WireTextDecoder& deco
 QString MessageCodec::decodeForUi(const rxData& record, const FormatSetting& format,
     DisplayState& state, WireTextDecoder& decoder)
 {
-    if (record.bytes.isEmpty())
-        return {};
-    const int shownFormat =
-        record.direction == RXorTx::Received ? format.receiveMsgFormat : format.sendMsgFormat;
-    QString text = shownFormat == int(MessageFormat::Hexadecimal)
-                       ? toHexString(record.bytes)
-                       : decodeWireText(record.bytes, decoder);
-    noteTime(record, format, state);
-    if (text == "\n"_L1 && state.endsWithLineFeed && !record.continuation) {
-        qDebug("Skip feed for isEndWithLineFeed");
-        return {};
-    }
-    text.remove(u'\r');
-    if (text.isEmpty())
-        return {};
-
-    const bool otherLine = format.displayMsgTime && record.direction != state.lineDirection;
-    const bool breaksLine = !state.endsWithLineFeed && (state.gapPending || otherLine);
-    if (format.displayMsgTime) {
-        const QString stamp = stampFor(record, format);
-        text = insertTimeStamp(text, stamp);
-        if (state.endsWithLineFeed || breaksLine)
-            text.prepend(stamp);
-    }
-    if (breaksLine)
-        text.prepend(u'\n');
-    state.gapPending = false;
-    state.lineDirection = record.direction;
-    state.endsWithLineFeed = text.endsWith(u'\n');
-    return text;
+    const bool received = record.direction == RXorTx::Received;
+    RecordStyle style;
+    style.messageFormat = received ? format.receiveMsgFormat : format.sendMsgFormat;
+    style.breaksAtPause = format.rxAutoFeedLine;
+    style.pauseMs = format.autoFeedInterval;
+    style.stamped = format.displayMsgTime;
+    if (style.stamped)
+        style.stamp = record.time.toString(received ? format.rxTimeFormat : format.txTimeFormat);
+    return recordText(record, std::move(style), state, decoder);
 }
 
 QString MessageCodec::decodeTransferStatus(

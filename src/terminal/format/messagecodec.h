@@ -9,6 +9,7 @@
 #include <QString>
 
 struct FormatSetting;
+struct LogState;
 class WireTextDecoder;
 
 // What a typed message becomes.
@@ -22,7 +23,7 @@ struct EncodeSendResult
 
 // The stateless functions between bytes on the wire and text before eyes, shared by display, log
 // and send editor. What must be remembered between calls is passed in: the text decoder and the
-// DisplayState.
+// DisplayState or LogState.
 class MessageCodec final
 {
 public:
@@ -48,6 +49,10 @@ public:
     // direction. With stamps on every display line begins with exactly one.
     [[nodiscard]] static QString decodeForUi(const rxData& record, const FormatSetting& format,
         DisplayState& state, WireTextDecoder& decoder);
+    // The text to record, by the rules of decodeForUi() but with the log's own stamp. State and
+    // decoder belong to the log alone. A transfer's status line is recorded as it is shown.
+    [[nodiscard]] static QString decodeForLog(const rxData& record, const FormatSetting& format,
+        LogState& state, WireTextDecoder& decoder);
     // The text to append for a record that carries a transfer's status line; every CR LF and every
     // other CR is a line feed. `decoder` is the one of the send encoding.
     [[nodiscard]] static QString decodeTransferStatus(
