@@ -3,12 +3,11 @@
 #include "terminal/format/messagecodec.h"
 #include "terminal/format/sendmodes.h"
 #include "terminal/text/wiretextcodecregistry.h"
+#include "terminal/trafficlog.h"
 #include "terminal/view/displaysink.h"
 
 #include <QElapsedTimer>
 #include <QLocale>
-#include <algorithm>
-#include <array>
 #include <utility>
 
 namespace {
@@ -20,14 +19,12 @@ ReceivePipeline::Clocks systemClocks()
     return {[] { return QDateTime::currentDateTime(); }, [timer] { return timer.elapsed(); }};
 }
 
-// The encodings in which a byte above 0x7F is a whole character and 0x9B and 0x9D are free to
-// introduce control sequences. In the others these bytes are parts of characters.
+// Only in ISO-8859-1 are 0x9B and 0x9D the control codes that introduce sequences. Elsewhere they
+// are parts of characters (the last byte of U+56FD in UTF-8) or characters (U+203A in
+// Windows-1252), and taking them for control codes would swallow text.
 bool hasSingleByteIntroducers(const QString& encoding)
 {
-    static const std::array<QString, 2> names{
-        QStringLiteral("ISO-8859-1"), QStringLiteral("Windows-1252")};
-    const QString name = WireTextCodecRegistry::normalizeName(encoding);
-    return std::find(names.begin(), names.end(), name) != names.end();
+    return WireTextCodecRegistry::normalizeName(encoding) == QStringLiteral("ISO-8859-1");
 }
 
 } // namespace
@@ -162,8 +159,11 @@ void ReceivePipeline::displayPortBuffer()
         const rxData slice = m_queue.takeSlice(receivesText());
         if (m_finishing > 0 && m_queue.count() < before)
             --m_finishing;
-        if (!slice.bytes.isEmpty())
-            decodeBufferForUi(slice, batch);
+        if (slice.bytes.isEmpty())
+            continue;
+        decodeBufferForUi(slice, batch);
+        if (m_log != nullptr)
+            m_log->logRecord(slice);
     } while (mayDrain() && m_clocks.monotonicMs() - started < kDrainBudgetMs);
     flush(batch);
     if (m_sink.textLength() > m_format.displayBufferSize)
@@ -217,6 +217,25 @@ void ReceivePipeline::resetTextDecoders()
 {
     m_decoders.reset();
     m_queue.filter().reset();
+    if (m_log != nullptr)
+        m_log->resetTextDecoders();
+}
+
+void ReceivePipeline::setTrafficLog(TrafficLog* log)
+{
+    m_log = log;
+}
+
+void ReceivePipeline::logWaiting()
+{
+    if (m_log == nullptr)
+        return;
+    queueHeldBytes();
+    while (!m_queue.isEmpty()) {
+        const rxData slice = m_queue.takeSlice(receivesText());
+        if (!slice.bytes.isEmpty())
+            m_log->logRecord(slice);
+    }
 }
 
 void ReceivePipeline::updateThrottle()
