@@ -55,7 +55,7 @@ QScrollArea* PaneView::buildSettingsColumn()
 {
     auto* content = new QWidget;
     auto* layout = new QVBoxLayout(content);
-    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setContentsMargins(0, 0, margin / 2, 0);
     layout->setSpacing(margin);
     m_connection->addRow(m_activity);
     layout->addWidget(m_connection);

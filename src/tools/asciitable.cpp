@@ -14,6 +14,7 @@ namespace {
 
 constexpr int initialWidth = 640;
 constexpr int initialHeight = 560;
+constexpr int columnPadding = 12;
 
 } // namespace
 
@@ -37,6 +38,10 @@ AsciiTable::AsciiTable(QWidget* parent)
     m_table->verticalHeader()->hide();
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->resizeColumnsToContents();
+    for (int column = 0; column < AsciiModel::Name; ++column)
+        m_table->setColumnWidth(column, m_table->columnWidth(column) + columnPadding);
+    m_table->verticalHeader()->setDefaultSectionSize(
+        fontMetrics().lineSpacing() + columnPadding / 2);
     m_filter->setPlaceholderText(tr("Filter: a name, a code in any base, a character"));
     m_filter->setAccessibleName(tr("Filter"));
     m_filter->setClearButtonEnabled(true);
