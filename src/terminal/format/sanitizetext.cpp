@@ -7,16 +7,16 @@ namespace {
 constexpr char16_t kNewlineSymbol = u'\u2424';
 constexpr char16_t kSubstituteSymbol = u'\u2426';
 
-// All terms, without branches: the compiler turns a loop over it into vector code.
+// One expression without branches, so that the compiler turns a loop over it into vector code.
 constexpr bool mustBeReplaced(char16_t c)
 {
-    const bool control = c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r';
+    const bool control = bool((c < 0x20) & (c != u'\t') & (c != u'\n') & (c != u'\r'));
     const bool deleteOrC1 = char16_t(c - 0x7F) <= 0x9F - 0x7F;
     const bool separator = char16_t(c - 0x2028) <= 1;
-    const bool arabicNonCharacter = char16_t(c - 0xFDD0) <= 0xFDEF - 0xFDD0;
+    const bool nonCharacter = char16_t(c - 0xFDD0) <= 0xFDEF - 0xFDD0;
     const bool annotation = char16_t(c - 0xFFF9) <= 0xFFFC - 0xFFF9;
-    const bool mark = c == 0xFEFF || c >= 0xFFFE;
-    return bool(control | deleteOrC1 | separator | arabicNonCharacter | annotation | mark);
+    const bool mark = bool((c == 0xFEFF) | (c >= 0xFFFE));
+    return bool(control | deleteOrC1 | separator | nonCharacter | annotation | mark);
 }
 
 constexpr char16_t visibleForm(char16_t c)
@@ -31,12 +31,12 @@ constexpr char16_t visibleForm(char16_t c)
 // The index of a block that holds the first character to replace, or `size`.
 qsizetype findBlock(const char16_t* text, qsizetype size)
 {
-    constexpr qsizetype block = 64;
+    constexpr qsizetype block = 32;
     qsizetype from = 0;
     for (; from + block <= size; from += block) {
-        unsigned hits = 0;
+        char16_t hits = 0;
         for (qsizetype i = 0; i < block; ++i)
-            hits |= unsigned(mustBeReplaced(text[from + i]));
+            hits = char16_t(hits | char16_t(mustBeReplaced(text[from + i])));
         if (hits != 0)
             return from;
     }

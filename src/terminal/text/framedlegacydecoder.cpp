@@ -5,12 +5,12 @@
 #include <QByteArray>
 #include <QChar>
 #include <QtEndian>
+#include <bit>
 #include <cstring>
 
 namespace {
 
 constexpr char16_t kReplacement = u'\uFFFD';
-constexpr uchar kLowestTrail = 0x40;
 // 84 31 A4 37 is how GB18030 writes U+FFFD itself: a character, not a fault.
 constexpr qsizetype kEncodedReplacement = 39417;
 
@@ -29,17 +29,30 @@ struct FramedLegacyDecoder::Cursor
     char16_t* out;
     qsizetype invalid = 0;
 
+    // At least one byte at the cursor is ASCII.
     void copyAscii()
     {
         constexpr quint64 highBits = 0x8080808080808080U;
-        while (end - in >= 8 && (qFromUnaligned<quint64>(in) & highBits) == 0) {
+        while (end - in >= 8) {
+            // Eight at a time, also when fewer are ASCII: the output has room for as many code
+            // units as there are bytes left, and what follows writes over the rest.
             for (int i = 0; i < 8; ++i)
                 out[i] = in[i];
-            in += 8;
-            out += 8;
+            const quint64 high = qFromLittleEndian<quint64>(in) & highBits;
+            const int ascii = std::countr_zero(high) / 8;
+            in += ascii;
+            out += ascii;
+            if (ascii < 8)
+                return;
         }
         while (in < end && *in < 0x80)
             *out++ = *in++;
+    }
+
+    void takeSingleBytes(const LegacyTable& table)
+    {
+        while (in < end)
+            put(table.single(*in++));
     }
 
     void put(char16_t unit)
@@ -84,37 +97,41 @@ void FramedLegacyDecoder::reset()
 
 void FramedLegacyDecoder::decodeSpan(Cursor& cursor) const
 {
+    if (!m_table.framing().hasLeads())
+        cursor.takeSingleBytes(m_table);
     while (cursor.in < cursor.end) {
-        if (*cursor.in < 0x80)
+        const uchar byte = *cursor.in;
+        if (byte < 0x80) {
             cursor.copyAscii();
-        else if (!m_table.isLead(*cursor.in))
-            cursor.put(m_table.single(*cursor.in++));
-        else if (!takeMultiByte(cursor))
-            return;
+        } else if (!m_table.isLead(byte)) {
+            cursor.put(m_table.single(byte));
+            ++cursor.in;
+        } else {
+            const bool two = cursor.end - cursor.in >= 2;
+            const char16_t unit = two ? m_table.pair(byte, cursor.in[1]) : LegacyTable::kOdd;
+            if (unit != LegacyTable::kOdd) {
+                *cursor.out++ = unit;
+                cursor.in += 2;
+            } else if (!two || !takeOdd(cursor)) {
+                return;
+            }
+        }
     }
 }
 
-bool FramedLegacyDecoder::takeMultiByte(Cursor& cursor) const
+bool FramedLegacyDecoder::takeOdd(Cursor& cursor) const
 {
-    if (cursor.end - cursor.in < 2)
-        return false;
-    const uchar lead = cursor.in[0];
     const uchar trail = cursor.in[1];
-    if (trail < kLowestTrail || trail == 0x7F) {
+    if (trail < LegacyTable::kTrailLow || trail == 0x7F) {
         if (m_table.framing().fourByteForm && isDigit(trail))
             return takeFourBytes(cursor);
         cursor.put(kReplacement);
         ++cursor.in;
         return true;
     }
-    const char16_t unit = m_table.pair(lead, trail);
-    if (unit != LegacyTable::kOdd) {
-        cursor.put(unit);
-    } else {
-        const QString units = m_table.oddPair(lead, trail);
-        for (const QChar odd : units)
-            cursor.put(odd.unicode());
-    }
+    const QString units = m_table.oddPair(cursor.in[0], trail);
+    for (const QChar unit : units)
+        cursor.put(unit.unicode());
     cursor.in += 2;
     return true;
 }

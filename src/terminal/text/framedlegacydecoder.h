@@ -25,8 +25,9 @@ private:
     struct Cursor;
     // Decodes up to the end or to a character whose bytes are not all there.
     void decodeSpan(Cursor& cursor) const;
-    // Each takes one character at the cursor; false when its bytes are not all there yet.
-    [[nodiscard]] bool takeMultiByte(Cursor& cursor) const;
+    // Each takes one character at the cursor, of which two bytes are there; false when the others
+    // are not.
+    [[nodiscard]] bool takeOdd(Cursor& cursor) const;
     [[nodiscard]] bool takeFourBytes(Cursor& cursor) const;
 
     const LegacyTable& m_table;

@@ -36,7 +36,7 @@ LegacyTable::LegacyTable(const QTextCodec& codec, const LegacyFraming& framing)
     : m_framing(framing)
 {
     buildSingles(codec);
-    if (framing.firstLeadLow <= framing.firstLeadHigh)
+    if (framing.hasLeads())
         buildPairs(codec);
     if (framing.fourByteForm)
         buildFourBytes(codec);
@@ -61,19 +61,27 @@ void LegacyTable::buildSingles(const QTextCodec& codec)
 void LegacyTable::buildPairs(const QTextCodec& codec)
 {
     CharacterQuery query(codec);
-    m_pairs.assign(pairIndex(0xFF, 0xFF) + 1, u'\uFFFD');
+    m_pairs.assign(pairIndex(0xFF, 0xFF) + 1, kOdd);
     for (int lead = 0x80; lead < 0x100; ++lead) {
         if (!m_lead[std::size_t(lead)])
             continue;
         for (int trail = kTrailLow; trail < 0x100; ++trail) {
+            if (trail == 0x7F)
+                continue;
             const std::array<char, 2> character{char(lead), char(trail)};
             const QString text = query(QByteArrayView(character)).left(kLongestDecoding);
             const std::size_t index = pairIndex(uchar(lead), uchar(trail));
-            m_pairs[index] = text.size() == 1 ? text.front().unicode() : kOdd;
-            if (text.size() > 1)
+            if (text.size() == 1 && text.front() != QChar::ReplacementCharacter)
+                m_pairs[index] = text.front().unicode();
+            else if (text.size() > 1)
                 m_oddPairs.insert(index, text);
         }
     }
+}
+
+QString LegacyTable::oddPair(unsigned char lead, unsigned char trail) const
+{
+    return m_oddPairs.value(pairIndex(lead, trail), QString(QChar::ReplacementCharacter));
 }
 
 void LegacyTable::buildFourBytes(const QTextCodec& codec)

@@ -17,6 +17,7 @@ struct LegacyFraming
     unsigned char secondLeadHigh = 0;
     bool fourByteForm = false; // GB18030
 
+    [[nodiscard]] constexpr bool hasLeads() const { return firstLeadLow <= firstLeadHigh; }
     [[nodiscard]] constexpr bool isLead(unsigned char byte) const
     {
         return (byte >= firstLeadLow && byte <= firstLeadHigh)
@@ -25,35 +26,35 @@ struct LegacyFraming
 };
 
 // What each character of a legacy encoding decodes to, asked of the codec once and then looked up:
-// several times faster than the codec, and independent of where a stream was cut. Bytes below
-// 0x80 are ASCII whatever the codec says (the Shift_JIS of some systems exchanges 0x1A, 0x1C and
-// 0x7F, which on a wire are the control characters they always are).
+// independent of where a stream was cut. Bytes below 0x80 are ASCII whatever the codec says (the
+// Shift_JIS of some systems exchanges 0x1A, 0x1C and 0x7F, which on a wire are the control
+// characters they always are).
 //
-// Built on the first use of an encoding, about 50 KB (GB18030 130 KB), shared by its decoders and
-// kept for the program's life.
+// Built on the first use of an encoding, 64 KiB (GB18030 140 KiB), shared by its decoders and kept
+// for the program's life.
 class LegacyTable final
 {
 public:
     static constexpr int kTrailLow = 0x40;       // lowest second byte of a two-byte character
     static constexpr int kFourByteCount = 39420; // four-byte characters of the BMP, linear order
-    // Stands in the tables for a decoding that is not one code unit; see oddPair().
+    // Stands in the pair table for all that is not plainly one character: second bytes that form
+    // none, pairs that the code table lacks, pairs that decode to more than one code unit.
     static constexpr char16_t kOdd = 0;
 
     LegacyTable(const QTextCodec& codec, const LegacyFraming& framing);
 
     [[nodiscard]] const LegacyFraming& framing() const { return m_framing; }
-    // `table[byte]` says whether the byte starts a character of two or four bytes.
     [[nodiscard]] bool isLead(unsigned char byte) const { return m_lead[byte]; }
+    // For bytes that are no lead.
     [[nodiscard]] char16_t single(unsigned char byte) const { return m_single[byte]; }
-    // `lead` is a lead byte, `trail` at least kTrailLow.
+    // `lead` is a lead byte, `trail` any byte.
     [[nodiscard]] char16_t pair(unsigned char lead, unsigned char trail) const
     {
         return m_pairs[pairIndex(lead, trail)];
     }
-    [[nodiscard]] QString oddPair(unsigned char lead, unsigned char trail) const
-    {
-        return m_oddPairs.value(pairIndex(lead, trail));
-    }
+    // What a pair means for which pair() gives kOdd and whose trail may follow a lead: one or two
+    // code units, U+FFFD among them.
+    [[nodiscard]] QString oddPair(unsigned char lead, unsigned char trail) const;
     // `linear` counts the four-byte characters from 81 30 81 30 on; U+FFFD outside of the BMP's.
     [[nodiscard]] char16_t fourByte(qsizetype linear) const
     {
@@ -63,7 +64,7 @@ public:
 private:
     static constexpr std::size_t pairIndex(unsigned char lead, unsigned char trail)
     {
-        return std::size_t(lead - 0x80) * (256 - kTrailLow) + std::size_t(trail - kTrailLow);
+        return (std::size_t(lead & 0x7F) << 8) | trail;
     }
     void buildSingles(const QTextCodec& codec);
     void buildPairs(const QTextCodec& codec);
