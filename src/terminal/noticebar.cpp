@@ -43,6 +43,12 @@ void NoticeBar::showError(const QString& text)
     show();
 }
 
+void NoticeBar::clearError(const QString& text)
+{
+    if (m_text->text() == text)
+        hide();
+}
+
 QString NoticeBar::text() const
 {
     return m_text->text();

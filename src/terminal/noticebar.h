@@ -17,6 +17,8 @@ public:
     explicit NoticeBar(QWidget* parent = nullptr);
 
     void showError(const QString& text);
+    // The cause of this message has gone; another message stays.
+    void clearError(const QString& text);
     [[nodiscard]] QString text() const;
 
 private:

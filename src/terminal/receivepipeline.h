@@ -12,6 +12,7 @@
 #include <optional>
 
 class DisplaySink;
+class TrafficLog;
 
 // From bytes of the transport (and echoed sent bytes) to text in the receive view.
 //
@@ -76,6 +77,10 @@ public:
     // Empties the view and starts counters and decoders afresh. What waits is shown later.
     void clear();
     void resetTextDecoders();
+    // Gets what is shown from now on, null for nobody; the caller keeps it alive meanwhile.
+    void setTrafficLog(TrafficLog* log);
+    // Hands all that still waits to the log instead of the view: the pane is going away.
+    void logWaiting();
     // Removes the first min(length, displayBufferSize / 2) characters of the view.
     void removeHalfData();
 
@@ -116,6 +121,7 @@ private:
     [[nodiscard]] std::optional<QColor> colorOf(RXorTx direction) const;
 
     DisplaySink& m_sink;
+    TrafficLog* m_log = nullptr;
     Clocks m_clocks;
     FormatSetting m_format;
     DecoderSet m_decoders;

@@ -10,11 +10,13 @@
 #include "terminal/format/sendmodes.h"
 #include "terminal/lampblinker.h"
 #include "terminal/noticebar.h"
+#include "terminal/panelog.h"
 #include "terminal/panestatusline.h"
 #include "terminal/paneview.h"
 #include "terminal/receivepanel.h"
 #include "terminal/receivepipeline.h"
 #include "terminal/repeatsender.h"
+#include "terminal/savetextdialog.h"
 #include "terminal/sendeditor.h"
 #include "terminal/sendinsertion.h"
 #include "terminal/sendpanel.h"
@@ -23,7 +25,6 @@
 #include "terminal/view/findbar.h"
 #include "terminal/view/receiveview.h"
 
-#include <QFileDialog>
 #include <QScopedValueRollback>
 #include <QVBoxLayout>
 
@@ -42,6 +43,7 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     , m_view(new PaneView(this))
     , m_controller(std::make_unique<ConnectionController>())
     , m_receive(std::make_unique<ReceivePipeline>(m_view->receiveView()))
+    , m_log(std::make_unique<PaneLog>(*m_receive))
     , m_writer(std::make_unique<TransportWriter>(*m_controller,
           [this] {
               updateSettings();
@@ -76,7 +78,10 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     focusSendEditor();
 }
 
-SerialPortWidget::~SerialPortWidget() = default;
+SerialPortWidget::~SerialPortWidget()
+{
+    m_log->finish();
+}
 
 void SerialPortWidget::wireReceivedRoad()
 {
@@ -90,6 +95,12 @@ void SerialPortWidget::wireReceivedRoad()
     connect(m_receive.get(), &ReceivePipeline::received, m_rxBlink.get(), &LampBlinker::flash);
     connect(m_receive.get(), &ReceivePipeline::statusMessage, this,
         &SerialPortWidget::showStatusMessage);
+    connect(m_log.get(), &PaneLog::fileNameChanged, this,
+        [this](const QString& name) { m_format.currentLogFileName = name; });
+    connect(m_log.get(), &PaneLog::statusMessage, this, &SerialPortWidget::showStatusMessage);
+    NoticeBar* notice = &m_view->noticeBar();
+    connect(m_log.get(), &PaneLog::errorOccurred, notice, &NoticeBar::showError);
+    connect(m_log.get(), &PaneLog::errorCleared, notice, &NoticeBar::clearError);
     const auto showCounters = [this] {
         m_view->statusLine().setCounters(receivedBytes(), sentBytes());
     };
@@ -211,6 +222,7 @@ void SerialPortWidget::pause()
         return;
     m_repeat->paneHalted(RunState::Paused);
     m_receive->pause();
+    m_log->flushLog(nullptr);
     showState();
 }
 
@@ -363,6 +375,17 @@ void SerialPortWidget::sendBytes(const QByteArray& bytes)
         m_send->writeRaw(bytes, m_format.displaySendMsg, UdpTargetMode::ConfiguredRemote, {}) > 0);
 }
 
+void SerialPortWidget::setLogRecording(bool on)
+{
+    m_format.logSaveFlag = on;
+    applyFormat();
+}
+
+bool SerialPortWidget::flushLog(QString* error)
+{
+    return m_log->flushLog(error);
+}
+
 void SerialPortWidget::updateSettings()
 {
     m_view->connectionPanel().store(m_settings);
@@ -408,6 +431,7 @@ void SerialPortWidget::applyFormat()
 {
     const FormatSetting format = m_format.sanitized();
     m_receive->setFormatSetting(format);
+    m_log->setPane(format, m_settings.portName, connectionSummary());
     m_send->setFormatSetting(format);
     m_view->receiveView().setDisplayFont(format.displayFont);
     m_view->sendEditor().setDisplayFont(format.displayFont);
@@ -472,14 +496,6 @@ void SerialPortWidget::showStatusMessage(const QString& text, int timeoutMs)
 
 void SerialPortWidget::askWhereToSave()
 {
-    auto* dialog = new QFileDialog(this, tr("Save As"));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setAcceptMode(QFileDialog::AcceptSave);
-    dialog->setDefaultSuffix(QStringLiteral("txt"));
-    dialog->setNameFilters({tr("Text files (*.txt *.log)"), tr("All files (*)")});
-    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString& path) {
-        if (!m_view->receiveView().saveTextAs(path))
-            showStatusMessage(tr("A save is still running"), noticeMs);
-    });
-    dialog->open();
+    openSaveTextDialog(this, m_view->receiveView(),
+        [this] { showStatusMessage(tr("A save is still running"), noticeMs); });
 }

@@ -11,6 +11,7 @@
 class ConnectionController;
 class ConnectionSupervisor;
 class LampBlinker;
+class PaneLog;
 class PaneView;
 class ReceivePipeline;
 class RepeatSender;
@@ -57,6 +58,13 @@ public:
     void insertSendBytes(const QByteArray& bytes);
     // Sends bytes as they are over the open connection, echoed when sent data is displayed.
     void sendBytes(const QByteArray& bytes);
+
+    // The data log. flushLog() writes what was recorded so far, false with a text for people when
+    // that fails; the name of the file is unresolved ("NULL") before the first text.
+    void setLogRecording(bool on);
+    [[nodiscard]] bool isLogRecording() const { return m_format.logSaveFlag; }
+    bool flushLog(QString* error);
+    [[nodiscard]] QString currentLogFile() const { return m_format.currentLogFileName; }
 
     // Commits the panel's editors to the records, and shows the records in the panel.
     void updateSettings();
@@ -120,6 +128,7 @@ private:
     PaneView* m_view;
     std::unique_ptr<ConnectionController> m_controller;
     std::unique_ptr<ReceivePipeline> m_receive;
+    std::unique_ptr<PaneLog> m_log;
     std::unique_ptr<TransportWriter> m_writer;
     std::unique_ptr<SendPipeline> m_send;
     std::unique_ptr<RepeatSender> m_repeat;

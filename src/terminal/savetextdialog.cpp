@@ -1,0 +1,26 @@
+#include "terminal/savetextdialog.h"
+
+#include "terminal/view/receiveview.h"
+
+#include <QCoreApplication>
+#include <QFileDialog>
+#include <utility>
+
+void openSaveTextDialog(QWidget* parent, ReceiveView& view, std::function<void()> busy)
+{
+    const auto tr = [](const char* text) {
+        return QCoreApplication::translate("SerialPortWidget", text);
+    };
+    auto* dialog = new QFileDialog(parent, tr(QT_TRANSLATE_NOOP("SerialPortWidget", "Save As")));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setDefaultSuffix(QStringLiteral("txt"));
+    dialog->setNameFilters({tr(QT_TRANSLATE_NOOP("SerialPortWidget", "Text files (*.txt *.log)")),
+        tr(QT_TRANSLATE_NOOP("SerialPortWidget", "All files (*)"))});
+    QObject::connect(dialog, &QFileDialog::fileSelected, &view,
+        [&view, busy = std::move(busy)](const QString& path) {
+            if (!view.saveTextAs(path))
+                busy();
+        });
+    dialog->open();
+}
