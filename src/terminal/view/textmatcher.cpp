@@ -6,7 +6,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longLine = 32; // a shorter one cannot take long, see stepLimit
+constexpr qsizetype longLine = 128; // a shorter one cannot take long, see stepLimit
 
 } // namespace
 
