@@ -1,6 +1,7 @@
 #include "app/mainwindow.h"
 
 #include "app/interfacelanguage.h"
+#include "app/logactions.h"
 #include "app/mainactions.h"
 #include "app/mainstatusbar.h"
 #include "app/messageboxes.h"
@@ -36,6 +37,10 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, QWidget* parent)
     , m_portSelector(new PortSelector(this))
     , m_statusBar(new MainStatusBar(this))
     , m_toolWindows(new ToolWindows([this] { return currentPortWidget(); }, this))
+    , m_logActions(new LogActions({m_actions->action("acFileRecordDataLog"_L1),
+                                      m_actions->action("acFileViewCurrentDataLog"_L1),
+                                      m_actions->action("acFileOpenLogFolder"_L1)},
+          {[this] { return livePortWidgets(); }, [this] { return currentPortWidget(); }}, this))
 {
     // The mark of unsaved changes has its place in an untitled workspace, too.
     setWindowTitle(Config::applicationName() + "[*]"_L1);
@@ -327,6 +332,7 @@ void MainWindow::onUpdateDisplay()
     const SerialPortWidget& pane = firstPane();
     m_actions->setConnectionState(
         pane.runState() == RunState::Running, pane.runState() == RunState::Paused, pane.isActive());
+    m_logActions->refresh();
     refreshStatusBar();
     const bool held = m_actions->action("acDebugHoldPortList"_L1)->isChecked();
     if (!held && m_portList.refresh([this] { return m_clock.elapsed(); })) {

@@ -8,6 +8,7 @@
 #include <QSettings>
 #include <QTimer>
 
+class LogActions;
 class MainActions;
 class MainStatusBar;
 class PortGrid;
@@ -94,6 +95,7 @@ private:
     PortSelector* m_portSelector;
     MainStatusBar* m_statusBar;
     ToolWindows* m_toolWindows;
+    LogActions* m_logActions;
     QList<SerialPortWidget*> m_panes; // children of the grid's splitters, at most maxPanes
     int m_columnCount = 1;
     bool m_quickSettingsShown = true;

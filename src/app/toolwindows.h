@@ -20,6 +20,7 @@ class ToolWindows final : public QObject
 public:
     // `pane` names the pane to send with at the moment of sending.
     ToolWindows(std::function<SerialPortWidget*()> pane, QWidget* parent);
+    ~ToolWindows() override = default;
 
     void showToolBox();
     void showAsciiTable();
