@@ -23,7 +23,8 @@ namespace {
 
 constexpr int Unit = 17;
 constexpr int AbsentUnit = 18;
-constexpr int TransactionTimeoutMs = 100;
+constexpr int PatientMs = 5000; // more than any machine takes to answer
+constexpr int ImpatientMs = 50;
 
 using Modbus = std::unique_ptr<modbus_t, decltype([](modbus_t* context) {
     modbus_close(context);
@@ -121,7 +122,7 @@ void runDevice(int line)
 // Puts a gateway between a TCP client and a line, as a bridge does, in real time.
 struct Bridge
 {
-    ModbusGateway gateway{TransactionTimeoutMs};
+    ModbusGateway gateway{PatientMs};
     BridgeFramer framer{{.mode = FramingMode::IdleGap, .idleGapMs = 10}};
     QList<QByteArray> rtuFrames; // what went to the line
 
@@ -141,8 +142,10 @@ struct Bridge
             if (ends[0].revents != 0) {
                 const QByteArray bytes = readSome(client);
                 if (bytes.isEmpty())
-                    return;
+                    return gateway.tick(nowMs);
                 for (const QByteArray& frame : gateway.tcpToRtu(bytes, nowMs)) {
+                    if (frame.front() == AbsentUnit)
+                        gateway.setTransactionTimeoutMs(ImpatientMs);
                     rtuFrames.append(frame);
                     writeAll(line, frame);
                 }
@@ -225,11 +228,11 @@ private:
         const Modbus client(modbus_new_tcp("127.0.0.1", 0));
         modbus_set_socket(client.get(), tcp);
         modbus_set_slave(client.get(), Unit);
-        modbus_set_response_timeout(client.get(), 5, 0);
+        modbus_set_response_timeout(client.get(), PatientMs / 1000, 0);
         for (const Exchange& exchange : wanted)
             answers.append(exchange.ask(client.get()));
         modbus_set_slave(client.get(), AbsentUnit);
-        modbus_set_response_timeout(client.get(), 0, 3 * TransactionTimeoutMs * 1000);
+        modbus_set_response_timeout(client.get(), 0, 3 * ImpatientMs * 1000);
         absent = registers(modbus_read_registers, 0, 1)(client.get());
     }
 #else
