@@ -20,15 +20,17 @@
 // Finding blocks on a line that damages bytes. A block whose head byte was destroyed leaves up to
 // 1028 bytes that can look like anything, an EOT above all, which would save half a file. So once
 // bytes had to be dropped (`torn`), and until a good block or a pause, SOH and STX count only with
-// a matching number and complement, and an EOT not at all: a real one comes again after the
-// time-out's NAK. A time-out on a quiet line drops an incomplete frame: its sender will begin anew,
-// not go on.
+// a matching number and complement, CAN CAN only with no other than CAN or BS behind it, and an EOT
+// not at all: a real one comes again after the time-out's NAK. An EOT with other bytes right behind
+// it never is one, as the sender waits for our reply; it is the damaged head of a block. A time-out
+// on a quiet line drops an incomplete frame: its sender will begin anew, not go on.
 //
 // Staying in step. Replies carry no number. An ACK too many, from a doubled byte or from a
 // repetition of ours, makes the sender take a later block for acknowledged, and the next damage
 // loses that block. Two rules against it:
 //   - When a reply was lost both ends time out at about the same time, and our NAK crosses the
-//     repetition. The sender then repeats once more; that second repetition gets no ACK.
+//     repetition. The sender then repeats once more; that second repetition gets no reply, good or
+//     damaged.
 //   - An EOT while a block's worth of bytes was unusable since the last good block (`debris`) is
 //     answered with NAK: that block is still missing.
 // Neither holds back an EOT once the announced size has been reached.
@@ -48,6 +50,7 @@ namespace {
 
 constexpr qint32 crcHandshakeMs = 3'000;
 constexpr qint32 crcHandshakeAttempts = 6; // then the sender may know checksums only
+constexpr char backspace = 0x08;
 constexpr qsizetype blockOfDebris = ShortData / 2;
 constexpr qint32 crossingMs = XmodemLine::ReplyTimeoutMs / 2; // a sender's own time-out is longer
 
@@ -78,7 +81,7 @@ XferStep XmodemReceiver::receiverPump(qint64 now)
     XferStep step;
     while (step.bytes.isEmpty() && !line_.ended() && !line_.pending().isEmpty()) {
         const char byte = line_.pending().front();
-        if (line_.isCancel(byte)) {
+        if (line_.isCancel(byte) && !(line_.torn && followedByOtherThan(Can, backspace))) {
             return line_.failRemoteCancel();
         }
         if (byte != Soh && byte != Stx) {
@@ -94,8 +97,9 @@ XferStep XmodemReceiver::receiverPump(qint64 now)
 
 XferStep XmodemReceiver::takeControl(char byte, qint64 now)
 {
+    const bool insideBlock = (line_.torn && !sizeReached()) || followedByOtherThan(Eot, Eot);
     line_.consume(1);
-    if (byte == Eot && (!line_.torn || sizeReached())) {
+    if (byte == Eot && !insideBlock) {
         return receiverHandleEot(now);
     }
     if (byte != Can) {
@@ -103,6 +107,13 @@ XferStep XmodemReceiver::takeControl(char byte, qint64 now)
         addDebris(1);
     }
     return {};
+}
+
+// Whether the byte at the front of the input has one behind it already that is neither of these.
+bool XmodemReceiver::followedByOtherThan(char first, char second) const
+{
+    const QByteArrayView input = line_.pending();
+    return input.size() > 1 && input[1] != first && input[1] != second;
 }
 
 // Nothing while the frame at the front of the input is incomplete.
@@ -125,13 +136,24 @@ std::optional<XferStep> XmodemReceiver::takeFrame(qint64 now)
     line_.consume(frameLen);
     const QByteArrayView data = input.sliced(HeadBytes, dataLen);
     const QByteArrayView trailer = input.sliced(HeadBytes + dataLen, trailerLen);
+    const auto number = static_cast<quint8>(input[1]);
     if (!numbered || !trailerOk(data, trailer, line_.useCrc)) {
-        addDebris(frameLen);
-        return rejectBlock(now);
+        return rejectFrame(numbered ? std::optional(number) : std::nullopt, frameLen, now);
     }
     line_.torn = false;
     debris_ = 0;
-    return receiverAcceptBlock(static_cast<quint8>(input[1]), data, now);
+    return receiverAcceptBlock(number, data, now);
+}
+
+XferStep XmodemReceiver::rejectFrame(std::optional<quint8> number, qsizetype length, qint64 now)
+{
+    if (number != lastAccepted_) {
+        addDebris(length);
+    }
+    if (crossed(now) && number != blockNumber_) {
+        return ignoreRepetition(now);
+    }
+    return rejectBlock(now);
 }
 
 XferStep XmodemReceiver::rejectBlock(qint64 now)
@@ -310,13 +332,24 @@ XferStep XmodemReceiver::acknowledge(qint64 now)
 
 XferStep XmodemReceiver::acknowledgeRepetition(qint64 now)
 {
-    if (answeredAt_ && XmodemLine::elapsedMs(*answeredAt_, now) < crossingMs) {
-        answeredAt_.reset();
-        line_.arm(now, XmodemLine::ReplyTimeoutMs);
-        return {};
+    if (crossed(now)) {
+        return ignoreRepetition(now);
     }
     noteAnswer(now);
     return acknowledge(now);
+}
+
+XferStep XmodemReceiver::ignoreRepetition(qint64 now)
+{
+    answeredAt_.reset();
+    line_.arm(now, XmodemLine::ReplyTimeoutMs);
+    return {};
+}
+
+// What comes now may be the sender's answer to a NAK that crossed its own repetition.
+bool XmodemReceiver::crossed(qint64 now) const
+{
+    return answeredAt_ && XmodemLine::elapsedMs(*answeredAt_, now) < crossingMs;
 }
 
 void XmodemReceiver::noteAnswer(qint64 now)

@@ -30,7 +30,9 @@ public:
 
 private:
     XferStep takeControl(char byte, qint64 now);
+    bool followedByOtherThan(char first, char second) const;
     std::optional<XferStep> takeFrame(qint64 now);
+    XferStep rejectFrame(std::optional<quint8> number, qsizetype length, qint64 now);
     XferStep rejectBlock(qint64 now);
     XferStep receiverAcceptBlock(quint8 number, QByteArrayView data, qint64 now);
     XferStep acceptHeader(QByteArrayView data, qint64 now);
@@ -42,6 +44,8 @@ private:
     XferStep sendStart(qint64 now);
     XferStep acknowledge(qint64 now);
     XferStep acknowledgeRepetition(qint64 now);
+    XferStep ignoreRepetition(qint64 now);
+    bool crossed(qint64 now) const;
     void noteAnswer(qint64 now);
     void addDebris(qsizetype bytes);
     XferStep replyWithStart(qint64 now);

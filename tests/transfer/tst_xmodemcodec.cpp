@@ -44,13 +44,17 @@ void addRows(std::initializer_list<Row> rows)
     }
 }
 
-void playRow(XmodemCodec::Role role, qint32 block)
+enum class Feed { WholeOnly, ByteByByteToo };
+
+void playRow(XmodemCodec::Role role, qint32 block, Feed feed = Feed::ByteByByteToo)
 {
     QFETCH(XferProtocol, protocol);
     QFETCH(qsizetype, fileSize);
     QFETCH(QByteArray, script);
     QFETCH(QString, message);
     for (const bool byteByByte : {false, true}) {
+        if (byteByByte && feed == Feed::WholeOnly)
+            break;
         TransferScript player(role, protocol, block, fileSize);
         player.message = message;
         const QString problem = player.play(script, byteByByte);
@@ -71,6 +75,11 @@ private Q_SLOTS:
     static void senderShortBlocks() { playRow(XmodemCodec::Role::Sender, 128); }
     static void receiver_data();
     static void receiver() { playRow(XmodemCodec::Role::Receiver, 1024); }
+    static void receiverLooksAhead_data();
+    static void receiverLooksAhead()
+    {
+        playRow(XmodemCodec::Role::Receiver, 1024, Feed::WholeOnly);
+    }
     static void frameBytes();
     static void crcMatchesCatalogue();
     static void headerBlock_data();
@@ -186,6 +195,8 @@ void TestXmodemCodec::receiver_data()
             ">C <1 >A <?,E,? +10000 >N <2 >A <E >A done saved:256"},
         {"repetition that crossed the time-out's NAK", Crc, 256,
             ">C <1 >A +10000 >N <1 >A <1 +9999 +1 >N <1 >A <2 >A <2 >A <E >A done saved:256"},
+        {"damaged repetition that crossed the time-out's NAK", Crc, 256,
+            ">C <1 >A +10000 >N <1 >A <1! <2 >A <2! >N <2 >A <E >A done saved:256"},
         {"EOT instead of a block asked for again", Crc, 256,
             ">C <1 >A <2! >N <E >N <2 >A <E >A done saved:256"},
         {"EOT instead of a block that was noise", Crc, 256,
@@ -202,6 +213,7 @@ void TestXmodemCodec::receiver_data()
         {"no end of batch", Y, 1300, ">C <H >A,C <1 >A <2 >A <E >A,C +9999 +1 done saved:1300"},
         {"repeated EOT is saved once", Y, 100,
             ">C <H >A,C <1 >A <E >A,C <E >A,C <T >A done saved:100"},
+        {"EOT sent twice", Y, 100, ">C <H >A,C <1 >A <E,E >A,C,A,C <T >A done saved:100"},
         {"damaged end of batch", Y, 100, ">C <H >A,C <1 >A <E >A,C <T! >N <T >A done saved:100"},
         {"repeated header", Y, 100, ">C <H >A,C <H >A +10000 >C <1 >A <E >A,C <T >A done"},
         {"damaged header", Y, 100, ">C <H! >N <H >A,C <1 >A <E >A,C <T >A done saved:100"},
@@ -231,6 +243,16 @@ void TestXmodemCodec::receiver_data()
         {"nothing is read before the drain", Crc, 256,
             "hold >C wait:-1 <1 +90000 drain >A <2 drain >A drain wait:10000 +9999 +1 >N"},
         {"cancelled here", Crc, 256, ">C <1 >A cancel >K fail:4 said", "Cancelled."},
+    });
+}
+
+// What lies behind a control character in the same read tells it from the inside of a block.
+void TestXmodemCodec::receiverLooksAhead_data()
+{
+    addRows({
+        {"head damaged into EOT", Crc, 256, ">C <1 >A <E,2$ +10000 >N <2 >A <E >A done saved:256"},
+        {"CAN CAN in a block without a head", Crc, 256,
+            ">C <1 >A <?,X,X,? +10000 >N <2 >A <?,K fail:3"},
     });
 }
 
