@@ -123,7 +123,7 @@ void TestAnsiEscapeFilter::unfinishedSequenceShowsNothingYet()
 {
     AnsiEscapeFilter filter;
     QCOMPARE(filter.process("a\x1B[3"), "a"_ba);
-    QCOMPARE(filter.process(""), QByteArray());
+    QCOMPARE(filter.process(QByteArrayView()), QByteArray());
     QCOMPARE(filter.process("1mb"), "b"_ba);
 }
 

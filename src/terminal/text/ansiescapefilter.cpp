@@ -44,6 +44,8 @@ const char* findIntroducer(const char* from, const char* end, bool singleByteInt
 
 QByteArray AnsiEscapeFilter::process(QByteArrayView bytes)
 {
+    if (bytes.isEmpty())
+        return {};
     const char* from = bytes.data();
     const char* const end = from + bytes.size();
     if (m_state == State::Ground && findIntroducer(from, end, m_singleByteIntroducers) == end)

@@ -39,7 +39,7 @@ public:
 
     struct Definition
     {
-        Algorithm algorithm;
+        Algorithm algorithm = Algorithm::Custom;
         QLatin1StringView name; // as shown, the same in every language
         CustomParameters parameters;
     };

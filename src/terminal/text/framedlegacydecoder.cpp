@@ -24,9 +24,9 @@ constexpr bool isDigit(uchar byte)
 // The output has room for one code unit per input byte, and no character needs more.
 struct FramedLegacyDecoder::Cursor
 {
-    const uchar* in;
-    const uchar* end;
-    char16_t* out;
+    const uchar* in = nullptr;
+    const uchar* end = nullptr;
+    char16_t* out = nullptr;
     qsizetype invalid = 0;
 
     // At least one byte at the cursor is ASCII.
@@ -68,6 +68,8 @@ FramedLegacyDecoder::FramedLegacyDecoder(const LegacyTable& table)
 
 WireTextDecoder::Result FramedLegacyDecoder::decode(QByteArrayView bytes)
 {
+    if (bytes.isEmpty())
+        return {};
     QByteArray joined;
     if (m_heldSize > 0) {
         joined.reserve(m_heldSize + bytes.size());
