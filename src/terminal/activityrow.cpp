@@ -17,6 +17,8 @@ ActivityRow::ActivityRow(QWidget* parent)
     row->addStretch();
 }
 
+ActivityRow::~ActivityRow() = default;
+
 HLed* ActivityRow::addLamp(
     QHBoxLayout* row, const QString& caption, const QString& lampName, const QString& cellName)
 {

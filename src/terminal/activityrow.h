@@ -14,6 +14,7 @@ class ActivityRow final : public QWidget
 
 public:
     explicit ActivityRow(QWidget* parent = nullptr);
+    ~ActivityRow() override;
 
     void setSending(bool lit);
     void setReceiving(bool lit);

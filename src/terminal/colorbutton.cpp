@@ -14,6 +14,8 @@ ColorButton::ColorButton(const QString& dialogTitle, QWidget* parent)
     connect(this, &QPushButton::clicked, this, &ColorButton::choose);
 }
 
+ColorButton::~ColorButton() = default;
+
 void ColorButton::setColor(const QColor& color)
 {
     m_color = color;

@@ -11,6 +11,7 @@ class ColorButton final : public QPushButton
 
 public:
     explicit ColorButton(const QString& dialogTitle, QWidget* parent = nullptr);
+    ~ColorButton() override;
 
     void setColor(const QColor& color);
     [[nodiscard]] QColor color() const { return m_color; }

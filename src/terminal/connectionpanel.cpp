@@ -126,6 +126,8 @@ ConnectionPanel::ConnectionPanel(QWidget* parent)
     showRowsOfMode();
 }
 
+ConnectionPanel::~ConnectionPanel() = default;
+
 void ConnectionPanel::buildTargetRows(QFormLayout* form)
 {
     for (const ModeLabel& entry : modeLabels) {

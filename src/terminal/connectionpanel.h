@@ -22,6 +22,7 @@ class ConnectionPanel final : public QGroupBox
 
 public:
     explicit ConnectionPanel(QWidget* parent = nullptr);
+    ~ConnectionPanel() override;
 
     void load(const Settings& settings);
     void store(Settings& settings) const;

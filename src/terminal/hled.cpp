@@ -11,6 +11,8 @@ HLed::HLed(QWidget* parent)
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
+HLed::~HLed() = default;
+
 void HLed::setColor(const QColor& color)
 {
     m_color = color;

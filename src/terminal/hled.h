@@ -13,6 +13,7 @@ class HLed final : public QWidget
 
 public:
     explicit HLed(QWidget* parent = nullptr);
+    ~HLed() override;
 
     void setColor(const QColor& color);
     [[nodiscard]] QColor color() const { return m_color; }

@@ -37,6 +37,8 @@ NoticeBar::NoticeBar(QWidget* parent)
     hide();
 }
 
+NoticeBar::~NoticeBar() = default;
+
 void NoticeBar::showError(const QString& text)
 {
     m_text->setText(text);

@@ -15,6 +15,7 @@ class NoticeBar final : public QFrame
 
 public:
     explicit NoticeBar(QWidget* parent = nullptr);
+    ~NoticeBar() override;
 
     void showError(const QString& text);
     // The cause of this message has gone; another message stays.

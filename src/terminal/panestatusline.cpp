@@ -29,6 +29,8 @@ PaneStatusLine::PaneStatusLine(QWidget* parent)
     layout->addWidget(m_counters);
 }
 
+PaneStatusLine::~PaneStatusLine() = default;
+
 void PaneStatusLine::setState(const QString& summary, const QString& state, bool open)
 {
     m_lamp->turnOn(open);

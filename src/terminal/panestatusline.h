@@ -16,6 +16,7 @@ class PaneStatusLine final : public QWidget
 
 public:
     explicit PaneStatusLine(QWidget* parent = nullptr);
+    ~PaneStatusLine() override;
 
     void setState(const QString& summary, const QString& state, bool open);
     void setCounters(qint64 receivedBytes, qint64 sentBytes);

@@ -7,11 +7,10 @@
 #include "terminal/receivepanel.h"
 #include "terminal/sendeditor.h"
 #include "terminal/sendpanel.h"
+#include "terminal/settingscolumn.h"
 #include "terminal/view/findbar.h"
 #include "terminal/view/receiveview.h"
 
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -51,7 +50,9 @@ PaneView::PaneView(QWidget* parent)
     layout->addWidget(m_status);
 }
 
-QScrollArea* PaneView::buildSettingsColumn()
+PaneView::~PaneView() = default;
+
+SettingsColumn* PaneView::buildSettingsColumn()
 {
     auto* content = new QWidget;
     auto* layout = new QVBoxLayout(content);
@@ -63,15 +64,7 @@ QScrollArea* PaneView::buildSettingsColumn()
     layout->addWidget(m_send);
     layout->addStretch();
 
-    auto* column = new QScrollArea;
-    column->setFrameShape(QFrame::NoFrame);
-    column->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    column->setWidgetResizable(true);
-    column->setWidget(content);
-    // Wide enough that no label is cut, also beside the scroll bar.
-    column->setMinimumWidth(content->minimumSizeHint().width()
-                            + column->verticalScrollBar()->sizeHint().width() + margin / 2);
-    return column;
+    return new SettingsColumn(content);
 }
 
 QWidget* PaneView::buildTerminal()

@@ -7,12 +7,12 @@ class ConnectionPanel;
 class FindBar;
 class NoticeBar;
 class PaneStatusLine;
-class QScrollArea;
 class QSplitter;
 class ReceivePanel;
 class ReceiveView;
 class SendEditor;
 class SendPanel;
+class SettingsColumn;
 
 // What a pane looks like: the quick settings column on the left, the receive view above the send
 // editor on the right, the pane's status line below. Builds and places the widgets and knows
@@ -24,6 +24,7 @@ class PaneView final : public QWidget
 
 public:
     explicit PaneView(QWidget* parent = nullptr);
+    ~PaneView() override;
 
     [[nodiscard]] ConnectionPanel& connectionPanel() const { return *m_connection; }
     [[nodiscard]] ReceivePanel& receivePanel() const { return *m_receive; }
@@ -48,7 +49,7 @@ protected:
 
 private:
     void applySplitterSizes();
-    QScrollArea* buildSettingsColumn();
+    SettingsColumn* buildSettingsColumn();
     QWidget* buildTerminal();
 
     QSplitter* m_splitter;
@@ -61,7 +62,7 @@ private:
     FindBar* m_find;
     SendEditor* m_editor;
     PaneStatusLine* m_status;
-    QScrollArea* m_column;
+    SettingsColumn* m_column;
     // Relative sizes that wait for the width they are relative to; 0 when there are none.
     int m_leftShare = 0;
     int m_rightShare = 0;

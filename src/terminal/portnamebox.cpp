@@ -35,6 +35,8 @@ PortNameBox::PortNameBox(QWidget* parent)
     connect(lineEdit(), &QLineEdit::editingFinished, this, &PortNameBox::portNameEdited);
 }
 
+PortNameBox::~PortNameBox() = default;
+
 void PortNameBox::populate(const SerialPortCatalog& catalog)
 {
     const QString chosen = portName();

@@ -13,6 +13,7 @@ class PortNameBox final : public QComboBox
 
 public:
     explicit PortNameBox(QWidget* parent = nullptr);
+    ~PortNameBox() override;
 
     // Fills the list anew and keeps the chosen name, also when that port is not there (any more).
     void populate(const SerialPortCatalog& catalog);

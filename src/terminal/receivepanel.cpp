@@ -53,6 +53,8 @@ ReceivePanel::ReceivePanel(QWidget* parent)
     connectEdits();
 }
 
+ReceivePanel::~ReceivePanel() = default;
+
 void ReceivePanel::buildRows()
 {
     auto* form = new QFormLayout(this);

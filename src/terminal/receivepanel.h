@@ -19,6 +19,7 @@ class ReceivePanel final : public QGroupBox
 
 public:
     explicit ReceivePanel(QWidget* parent = nullptr);
+    ~ReceivePanel() override;
 
     void load(const FormatSetting& format);
     void store(FormatSetting& format) const;

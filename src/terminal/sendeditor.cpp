@@ -35,6 +35,8 @@ SendEditor::SendEditor(QWidget* parent)
     setHistory({});
 }
 
+SendEditor::~SendEditor() = default;
+
 void SendEditor::buildLayout()
 {
     auto* bar = new QHBoxLayout;

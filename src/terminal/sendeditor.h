@@ -16,6 +16,7 @@ class SendEditor final : public QWidget
 
 public:
     explicit SendEditor(QWidget* parent = nullptr);
+    ~SendEditor() override;
 
     [[nodiscard]] QString text() const;
     void setText(const QString& text);

@@ -67,6 +67,8 @@ SendPanel::SendPanel(QWidget* parent)
     connectEdits();
 }
 
+SendPanel::~SendPanel() = default;
+
 void SendPanel::fillLists()
 {
     m_encoding->addItems(WireTextCodecRegistry::supportedEncodings());

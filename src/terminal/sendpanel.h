@@ -18,6 +18,7 @@ class SendPanel final : public QGroupBox
 
 public:
     explicit SendPanel(QWidget* parent = nullptr);
+    ~SendPanel() override;
 
     void load(const FormatSetting& format);
     void store(FormatSetting& format) const;

@@ -28,6 +28,8 @@ AsciiModel::AsciiModel(QObject* parent)
     : QAbstractTableModel(parent)
 {}
 
+AsciiModel::~AsciiModel() = default;
+
 int AsciiModel::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : codeCount;

@@ -14,6 +14,7 @@ public:
     static constexpr int SearchRole = Qt::UserRole;
 
     explicit AsciiModel(QObject* parent = nullptr);
+    ~AsciiModel() override;
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override;

@@ -55,6 +55,8 @@ AsciiTable::AsciiTable(QWidget* parent)
     connect(m_table, &QTableView::activated, this, &AsciiTable::activate);
 }
 
+AsciiTable::~AsciiTable() = default;
+
 void AsciiTable::buildLayout()
 {
     auto* label = new QLabel(tr("&Double click:"), this);

@@ -17,6 +17,7 @@ class AsciiTable final : public QDialog
 
 public:
     explicit AsciiTable(QWidget* parent = nullptr);
+    ~AsciiTable() override;
 
 Q_SIGNALS:
     void sendRequested(const QByteArray& bytes);

@@ -60,6 +60,8 @@ CalculatorPanel::CalculatorPanel(QWidget* parent)
     showIeee();
 }
 
+CalculatorPanel::~CalculatorPanel() = default;
+
 void CalculatorPanel::buildInput(QFormLayout* form)
 {
     m_expression->setPlaceholderText(tr("For example (0x3F << 4) | 0b101"));

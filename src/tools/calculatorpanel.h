@@ -20,6 +20,7 @@ class CalculatorPanel final : public QWidget
 
 public:
     explicit CalculatorPanel(QWidget* parent = nullptr);
+    ~CalculatorPanel() override;
 
 private:
     void buildInput(QFormLayout* form);

@@ -64,6 +64,8 @@ CrcPanel::CrcPanel(QWidget* parent)
     calculate();
 }
 
+CrcPanel::~CrcPanel() = default;
+
 void CrcPanel::buildInput()
 {
     auto* form = static_cast<QFormLayout*>(layout());

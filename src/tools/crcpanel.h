@@ -23,6 +23,7 @@ class CrcPanel final : public QWidget
 
 public:
     explicit CrcPanel(QWidget* parent = nullptr);
+    ~CrcPanel() override;
 
 Q_SIGNALS:
     // The input with its CRC behind it, to be sent.

@@ -18,3 +18,5 @@ ToolBox::ToolBox(QWidget* parent)
     layout->addWidget(tabs);
     connect(crc, &CrcPanel::insertRequested, this, &ToolBox::insertRequested);
 }
+
+ToolBox::~ToolBox() = default;

@@ -11,6 +11,7 @@ class ToolBox final : public QDialog
 
 public:
     explicit ToolBox(QWidget* parent = nullptr);
+    ~ToolBox() override;
 
 Q_SIGNALS:
     // Bytes to put into a send editor.

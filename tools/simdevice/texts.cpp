@@ -11,7 +11,7 @@ QByteArray bootBanner()
     return "\r\n"
            "\x1b[1;36m+--------------------------------------------------+\x1b[0m\r\n"
            "\x1b[1;36m|\x1b[0m  \x1b[1mVelmora bench device\x1b[0m"
-           "            no hardware here  \x1b[1;36m|\x1b[0m\r\n"
+           "          no hardware here  \x1b[1;36m|\x1b[0m\r\n"
            "\x1b[1;36m+--------------------------------------------------+\x1b[0m\r\n"
            "  \x1b[32m[ ok ]\x1b[0m  firmware     1.0\r\n"
            "  \x1b[32m[ ok ]\x1b[0m  sensors      temperature, supply voltage\r\n"
