@@ -1,6 +1,7 @@
 #include "app/logactions.h"
 
 #include "app/log/logfilename.h"
+#include "app/log/logwriter.h"
 #include "terminal/serialportwidget.h"
 
 #include <QAction>
@@ -51,7 +52,7 @@ void LogActions::view()
         return warn(error);
     const QString name = pane->currentLogFile();
     if (!logFileNameResolved(name))
-        return warn(tr("Please input correct log file name!"));
+        return warn(LogWriter::noFileNameText());
     const QFileInfo file(name);
     if (!file.isFile())
         return warn(tr("Current log file does not exist."));

@@ -44,19 +44,23 @@ void PaneLog::setPane(
     const FormatSetting& format, const QString& portName, const QString& connection)
 {
     const QString name = portNameForFile(portName.isEmpty() ? connection : portName);
-    const QString fileName = m_format.currentLogFileName;
-    const bool recorded = m_format.logSaveFlag;
+    const bool switched = m_format.logSaveFlag != format.logSaveFlag;
     const bool otherFile = format.logFilePath != m_format.logFilePath || name != m_portName;
-    if (otherFile || recorded != format.logSaveFlag)
+    // A record that comes with another name means that name.
+    const bool ownName = format.currentLogFileName == m_format.currentLogFileName;
+    FormatSetting next = format;
+    if (otherFile || switched)
         flushLog(nullptr);
-    m_format = format;
+    if (ownName)
+        next.currentLogFileName = otherFile ? unresolvedLogFileName() : m_format.currentLogFileName;
+    m_format = next;
     m_portName = name;
     m_connection = connection;
     m_decoders.setEncodings(format.receiveEncoding, format.sendEncoding);
-    if (otherFile && format.currentLogFileName == fileName)
-        setFileName(unresolvedLogFileName());
-    if (recorded != format.logSaveFlag)
-        setRecording(format.logSaveFlag);
+    if (ownName && otherFile)
+        Q_EMIT fileNameChanged(m_format.currentLogFileName);
+    if (switched)
+        setRecording(m_format.logSaveFlag);
 }
 
 void PaneLog::setRecording(bool on)
@@ -154,14 +158,6 @@ void PaneLog::tell(const QString& notice)
 {
     m_notice = notice;
     Q_EMIT errorOccurred(notice);
-}
-
-void PaneLog::setFileName(const QString& name)
-{
-    if (m_format.currentLogFileName == name)
-        return;
-    m_format.currentLogFileName = name;
-    Q_EMIT fileNameChanged(name);
 }
 
 void PaneLog::finish()

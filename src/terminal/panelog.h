@@ -50,7 +50,6 @@ public:
     [[nodiscard]] State state() const;
     // The name in use, or unresolvedLogFileName().
     [[nodiscard]] QString currentLogFile() const { return m_format.currentLogFileName; }
-    [[nodiscard]] QString portName() const { return m_portName; }
 
 Q_SIGNALS:
     void stateChanged();
@@ -66,7 +65,6 @@ private:
     void resetTextDecoders() override;
 
     void setRecording(bool on);
-    void setFileName(const QString& name);
     bool flushOnce(QString& error);
     void noteSuccess();
     void noteFailure(const QString& error);

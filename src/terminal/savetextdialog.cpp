@@ -8,15 +8,17 @@
 
 void openSaveTextDialog(QWidget* parent, ReceiveView& view, std::function<void()> busy)
 {
-    const auto tr = [](const char* text) {
+    const auto translated = [](const char* text) {
         return QCoreApplication::translate("SerialPortWidget", text);
     };
-    auto* dialog = new QFileDialog(parent, tr(QT_TRANSLATE_NOOP("SerialPortWidget", "Save As")));
+    auto* dialog =
+        new QFileDialog(parent, translated(QT_TRANSLATE_NOOP("SerialPortWidget", "Save As")));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setDefaultSuffix(QStringLiteral("txt"));
-    dialog->setNameFilters({tr(QT_TRANSLATE_NOOP("SerialPortWidget", "Text files (*.txt *.log)")),
-        tr(QT_TRANSLATE_NOOP("SerialPortWidget", "All files (*)"))});
+    dialog->setNameFilters(
+        {translated(QT_TRANSLATE_NOOP("SerialPortWidget", "Text files (*.txt *.log)")),
+            translated(QT_TRANSLATE_NOOP("SerialPortWidget", "All files (*)"))});
     QObject::connect(dialog, &QFileDialog::fileSelected, &view,
         [&view, busy = std::move(busy)](const QString& path) {
             if (!view.saveTextAs(path))

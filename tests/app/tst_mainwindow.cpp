@@ -104,9 +104,9 @@ void MainWindowTest::actions_data()
     row("acFileOpen", "Open Settings...", false);
     row("acFileSave", "Save Settings...", false, "Ctrl+S");
     row("acFileSaveAs", "Save Settings As...", false);
-    row("acFileRecordDataLog", "Log Recording", false);
-    row("acFileViewCurrentDataLog", "View Current Data Log", false);
-    row("acFileOpenLogFolder", "Open Log Folder", false);
+    row("acFileRecordDataLog", "Log Recording", true);
+    row("acFileViewCurrentDataLog", "View Current Data Log", true);
+    row("acFileOpenLogFolder", "Open Log Folder", true);
     row("acFileExit", "Exit", true, "Ctrl+Q");
     row("acMonStart", "Start", true, "F5");
     row("acEditClear", "Clear All Displays", true, "Ctrl+L");

@@ -85,6 +85,11 @@ LogWriter::LogWriter(Clock clock, QObject* parent)
 
 LogWriter::~LogWriter() = default;
 
+QString LogWriter::noFileNameText()
+{
+    return tr("Please input correct log file name!");
+}
+
 void LogWriter::appendLine(const QString& line, const FormatSetting& /*format*/)
 {
     const QByteArray bytes = line.toUtf8();
@@ -132,7 +137,7 @@ bool LogWriter::resolveName(
     if (!logFileNameResolved(name))
         name = decode_file_name(format.logFilePath, portName, now);
     if (!logFileNameResolved(name)) {
-        error = tr("Please input correct log file name!");
+        error = noFileNameText();
         return false;
     }
     const QFileInfo file(name);
@@ -158,7 +163,7 @@ bool LogWriter::rotateIfDue(
     format.currentLogFileName = decode_file_name(format.logFilePath, portName, now);
     qDebug() << "Change log file to" << format.currentLogFileName;
     if (!logFileNameResolved(format.currentLogFileName)) {
-        error = tr("Please input correct log file name!");
+        error = noFileNameText();
         return false;
     }
     noteFile(format.currentLogFileName);

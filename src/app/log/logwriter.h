@@ -36,6 +36,9 @@ public:
     explicit LogWriter(Clock clock, QObject* parent = nullptr);
     ~LogWriter() override;
 
+    // Says that a pattern gives no name.
+    [[nodiscard]] static QString noFileNameText();
+
     // Adds text to what is pending, with the line feeds that it has. Any settings of the pane suit.
     void appendLine(const QString& line, const FormatSetting& format);
     // Writes what is pending. The name in use is stored in `format`. `connection` says what the
