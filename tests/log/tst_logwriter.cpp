@@ -13,6 +13,7 @@
 
 #ifdef Q_OS_LINUX
 #include <sys/mount.h>
+#include <sys/stat.h>
 #endif
 
 using namespace Qt::Literals::StringLiterals;
@@ -102,9 +103,10 @@ private Q_SLOTS:
     void rotatesAndExpandsAnew();
     void placesThatFail_data();
     void placesThatFail();
+    void pipeIsNoLogFile();
     void fullDevice();
     void fullDiskLosesNothing();
-    void neverRotatesInMidCharacter();
+    void leavesCharactersWhole();
     void bound();
     void largeTextIsWrittenInPieces();
 };
@@ -289,6 +291,19 @@ void TestLogWriter::placesThatFail()
     QCOMPARE(bodyOf(bench.format.currentLogFileName), "while \xC3\xA9 it\nis away\nback\n");
 }
 
+// Opening it would hold up the whole program until somebody reads from it.
+void TestLogWriter::pipeIsNoLogFile()
+{
+#ifdef Q_OS_LINUX
+    Bench bench;
+    QCOMPARE(mkfifo(QFile::encodeName(bench.format.logFilePath).constData(), 0600), 0);
+    QVERIFY(!bench.record(u"kept\n"_s));
+    QVERIFY(QFile::remove(bench.format.logFilePath));
+    QVERIFY(bench.flush());
+    QCOMPARE(bodyOf(bench.format.logFilePath), "kept\n");
+#endif
+}
+
 void TestLogWriter::fullDevice()
 {
     if (!QFile::exists(u"/dev/full"_s))
@@ -333,7 +348,7 @@ void TestLogWriter::fullDiskLosesNothing()
     QVERIFY(bodyOf(bench.format.logFilePath) == expected);
 }
 
-void TestLogWriter::neverRotatesInMidCharacter()
+void TestLogWriter::leavesCharactersWhole()
 {
     Bench bench;
     // One flush ends behind the first of the two bytes of a character.
@@ -341,6 +356,7 @@ void TestLogWriter::neverRotatesInMidCharacter()
     const QString text = u'a' + QString(LogWriter::kMaxFlushBytes / 2, u'\u00e9');
     QVERIFY(bench.record(text));
     QCOMPARE(bench.writer.pendingBytes(), 1);
+    bench.now = kMorning.addSecs(3600); // nor does the line of the hour come in between
     QVERIFY(bench.flush());
     QCOMPARE(bodyOf(bench.format.currentLogFileName), text.toUtf8());
     QVERIFY(bench.record(u"next"_s));

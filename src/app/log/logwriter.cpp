@@ -10,6 +10,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -44,6 +46,13 @@ bool endsInMidLine(const QString& fileName)
     char last = '\n';
     return file.open(QIODevice::ReadOnly) && file.size() > 0 && file.seek(file.size() - 1)
            && file.getChar(&last) && last != '\n';
+}
+
+// Opening one waits until somebody reads from it.
+bool isPipe(const QString& fileName)
+{
+    std::error_code ignored;
+    return std::filesystem::is_fifo(QFileInfo(fileName).filesystemFilePath(), ignored);
 }
 
 bool isSameHour(const QDateTime& one, const QDateTime& other)
@@ -181,6 +190,11 @@ void LogWriter::noteFile(const QString& fileName)
     m_lead.clear();
 }
 
+QString LogWriter::openFailure(const QString& fileName, const QString& reason)
+{
+    return tr("Could not open log file '%1': %2").arg(fileName, reason);
+}
+
 bool LogWriter::writeTo(const FormatSetting& format, const QDateTime& now, QString& error)
 {
     const QString& name = format.currentLogFileName;
@@ -189,10 +203,14 @@ bool LogWriter::writeTo(const FormatSetting& format, const QDateTime& now, QStri
         error = tr("Could not create log directory '%1'").arg(folder);
         return false;
     }
+    if (isPipe(name)) {
+        error = openFailure(name, tr("it is a pipe"));
+        return false;
+    }
     QFile file(name);
     // Unbuffered: what write() took is with the system, and what it did not take is known.
     if (!file.open(QIODevice::Append | QIODevice::Text | QIODevice::Unbuffered)) {
-        error = tr("Could not open log file '%1': %2").arg(name, file.errorString());
+        error = openFailure(name, file.errorString());
         return false;
     }
     prepareLead(file, format, now);
@@ -209,8 +227,8 @@ void LogWriter::prepareLead(const QFile& file, const FormatSetting& format, cons
         m_lead = header(format.currentLogFileName, m_launched, now);
         m_freshLine = false;
     }
-    // What an earlier write left over goes first and has the rest in it.
-    if (!m_lead.isEmpty())
+    // What an earlier write left over goes first, be it of these lines or of a character.
+    if (!m_lead.isEmpty() || beginsInMidCharacter(m_pending))
         return;
     const bool newHour =
         format.needHourTimeStamp && m_lastWrite.isValid() && !isSameHour(m_lastWrite, now);

@@ -69,6 +69,7 @@ private:
     [[nodiscard]] bool rotateIfDue(
         FormatSetting& format, const QString& portName, const QDateTime& now, QString& error);
     [[nodiscard]] bool writeTo(const FormatSetting& format, const QDateTime& now, QString& error);
+    [[nodiscard]] static QString openFailure(const QString& fileName, const QString& reason);
     void prepareLead(const QFile& file, const FormatSetting& format, const QDateTime& now);
     void noteFile(const QString& fileName);
     void recordGap(const QString& connection, const QDateTime& now);
