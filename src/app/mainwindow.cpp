@@ -201,12 +201,18 @@ bool MainWindow::openPane(int index, const QString& portName, bool quiet)
     SerialPortWidget* pane = m_panes.at(index);
     if (pane->start(portName, quiet))
         return true;
-    const QString text = tr("Serial Port %1 OPEN FAILED").arg(pane->settings().portName);
+    const bool serial = pane->settings().connMode == connectionMode::SerialPort;
+    const QString text = serial ? tr("Serial Port %1 OPEN FAILED").arg(pane->settings().portName)
+                                : tr("%1 OPEN FAILED").arg(pane->connectionSummary());
     qWarning().noquote() << text;
+    // The controller's reason opens with the same words.
+    QString reason = pane->lastError();
+    if (reason.startsWith(text + "! ERROR: "_L1))
+        reason.remove(0, text.size() + "! ERROR: "_L1.size());
     if (index == 0 && quiet)
-        m_statusBar->showError(text, pane->lastError());
+        m_statusBar->showError(text, reason);
     else if (index == 0)
-        MessageBoxes::showWarning(this, text, pane->lastError());
+        MessageBoxes::showWarning(this, text, reason);
     return false;
 }
 

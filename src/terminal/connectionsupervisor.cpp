@@ -127,9 +127,10 @@ bool ConnectionSupervisor::startUdp()
 void ConnectionSupervisor::fail(const QString& text)
 {
     m_lastError = text;
-    Q_EMIT statusMessage(text, kFailureMs);
-    if (!m_quiet)
+    if (!m_quiet) {
+        Q_EMIT statusMessage(text, kFailureMs);
         Q_EMIT errorOccurred(text);
+    }
     m_quiet = false;
 }
 

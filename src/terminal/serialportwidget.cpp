@@ -289,8 +289,6 @@ void SerialPortWidget::onOpened()
     if (m_receive->runState() == RunState::Stopped)
         m_receive->start();
     m_repeat->paneStarted();
-    m_settings.useTargetHost(m_settings.targetHost);
-    updateDisplay();
     showState();
 }
 
@@ -338,6 +336,11 @@ qint64 SerialPortWidget::receivedBytes() const
 qint64 SerialPortWidget::sentBytes() const
 {
     return m_send->sentBytes();
+}
+
+qint64 SerialPortWidget::waitingBytes() const
+{
+    return m_receive->waitingBytes();
 }
 
 void SerialPortWidget::clear()
@@ -444,6 +447,7 @@ void SerialPortWidget::applyFormat()
 void SerialPortWidget::onSettingsEdited()
 {
     updateSettings();
+    m_settings.useTargetHost(m_settings.targetHost);
     m_supervisor->setSettings(m_settings);
     m_controller->reconfigureSerial(m_settings);
     updateDisplay();

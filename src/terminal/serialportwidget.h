@@ -76,6 +76,8 @@ public:
 
     [[nodiscard]] qint64 receivedBytes() const;
     [[nodiscard]] qint64 sentBytes() const;
+    // Received and not shown yet.
+    [[nodiscard]] qint64 waitingBytes() const;
     // What the pane is, whether or not it is open: "ttyUSB0 115200 8N1", "host:port".
     [[nodiscard]] QString connectionSummary() const;
     // "Open", "Paused", "Connecting..." and the like.

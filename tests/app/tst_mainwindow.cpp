@@ -250,7 +250,8 @@ void MainWindowTest::failedStartShowsABox()
     QVERIFY(box() != nullptr);
     QCOMPARE(box()->windowTitle(), "Velmora"_L1);
     QCOMPARE(box()->text(), "Serial Port no-such-port OPEN FAILED"_L1);
-    QCOMPARE(box()->informativeText(), pane()->lastError());
+    // The reason, without saying again that it failed.
+    QVERIFY(box()->informativeText().startsWith(u"No such file or directory"_s));
     QVERIFY(!box()->informativeText().isEmpty());
     QVERIFY(m_window->findChild<QLabel*>(u"statusError"_s)->text().isEmpty());
 }
@@ -263,7 +264,7 @@ void MainWindowTest::failedQuietStartShowsInTheStatusBar()
     QVERIFY(box() == nullptr);
     const auto* label = m_window->findChild<QLabel*>(u"statusError"_s);
     QCOMPARE(label->text(), "Serial Port no-such-port OPEN FAILED"_L1);
-    QCOMPARE(label->toolTip(), pane()->lastError());
+    QVERIFY(label->toolTip().startsWith(u"No such file or directory"_s));
 }
 
 void MainWindowTest::connectionActionsFollowTheState()

@@ -3,17 +3,11 @@
 #include "terminal/view/receiveview.h"
 
 #include <QClipboard>
-#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QMimeData>
 
 namespace {
-
-QString tr(const char* text)
-{
-    return QCoreApplication::translate("ReceiveMenu", text);
-}
 
 template<typename Receiver>
 QAction* add(QMenu& menu, const QString& text, const QKeySequence& shortcut, bool enabled,
@@ -41,19 +35,21 @@ QMenu* makeReceiveMenu(ReceiveView& view)
     auto* menu = new QMenu(&view);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     const bool hasText = view.textLength() > 0;
-    add(*menu, tr("&Copy"), Qt::CTRL | Qt::SHIFT | Qt::Key_C, view.hasSelection(), view,
-        [&view] { view.copy(); });
-    add(*menu, tr("&Paste"), Qt::CTRL | Qt::SHIFT | Qt::Key_V,
+    add(*menu, ReceiveView::tr("&Copy"), Qt::CTRL | Qt::SHIFT | Qt::Key_C, view.hasSelection(),
+        view, [&view] { view.copy(); });
+    add(*menu, ReceiveView::tr("&Paste"), Qt::CTRL | Qt::SHIFT | Qt::Key_V,
         view.isTypingEnabled() && clipboardHasText(), view, [&view] { view.paste(); });
-    add(*menu, tr("Select &All"), Qt::CTRL | Qt::SHIFT | Qt::Key_A, hasText, view,
+    add(*menu, ReceiveView::tr("Select &All"), Qt::CTRL | Qt::SHIFT | Qt::Key_A, hasText, view,
         [&view] { view.selectAll(); });
     menu->addSeparator();
-    add(*menu, tr("&Find..."), QKeySequence::Find, true, view,
+    add(*menu, ReceiveView::tr("&Find..."), QKeySequence::Find, true, view,
         [&view] { Q_EMIT view.findRequested(); });
-    add(*menu, tr("&Save As..."), {}, hasText, view, [&view] { Q_EMIT view.saveRequested(); });
-    add(*menu, tr("C&lear"), {}, hasText, view, [&view] { Q_EMIT view.clearRequested(); });
+    add(*menu, ReceiveView::tr("&Save As..."), {}, hasText, view,
+        [&view] { Q_EMIT view.saveRequested(); });
+    add(*menu, ReceiveView::tr("C&lear"), {}, hasText, view,
+        [&view] { Q_EMIT view.clearRequested(); });
     menu->addSeparator();
-    QAction* wrap = add(*menu, tr("&Wrap Lines"), {}, true, view, [&view](bool on) {
+    QAction* wrap = add(*menu, ReceiveView::tr("&Wrap Lines"), {}, true, view, [&view](bool on) {
         view.setLineWrap(on);
         Q_EMIT view.lineWrapToggled(on);
     });
