@@ -40,6 +40,7 @@ public:
 
     // `blockSizeOption`: 128 forces blocks of 128 bytes, anything else allows 1024.
     XmodemCodec(Role role, XferProtocol protocol, qint32 blockSizeOption);
+    ~XmodemCodec() = default;
 
     // The source, the sink: not owned, outlive the transfer; of no effect on the other role.
     void setSource(XferSource* source);

@@ -108,7 +108,7 @@ QByteArray buildHeaderBlock(const XferFileMeta& meta)
 
 QByteArray buildTerminatorBlock()
 {
-    return QByteArray(ShortData, '\0');
+    return QByteArray().leftJustified(ShortData, '\0');
 }
 
 std::optional<XferFileMeta> parseHeaderBlock(QByteArrayView data)

@@ -11,7 +11,6 @@ using namespace XmodemFrame;
 XmodemLine::XmodemLine(XferProtocol variant)
     : protocol(variant)
     , useCrc(variant != XferProtocol::Xmodem)
-    , streaming(false)
 {}
 
 char XmodemLine::handshakeChar() const

@@ -33,19 +33,20 @@ class XmodemLine final
 public:
     // Room for a peer that streams while our own start character is still being reported written.
     // Not a multiple of a frame (133 or 1029 bytes), so that a loss always cuts one.
-    static constexpr qsizetype MaxInputBytes = 1024 * 1024;
+    static constexpr qsizetype MaxInputBytes = 1'048'576;
     static constexpr qint32 MaxRetries = 10;
     static constexpr qint32 ReplyTimeoutMs = 10'000;
     static constexpr qint32 HandshakeLimitMs = 60'000;
     // A pause this long ends whatever burst was on the line (the reference's purge time).
     static constexpr qint32 QuietMs = 1'000;
 
-    explicit XmodemLine(XferProtocol protocol);
+    explicit XmodemLine(XferProtocol variant);
+    ~XmodemLine() = default;
 
     const XferProtocol protocol;
     XmodemState state = XmodemState::AwaitStart;
     bool useCrc;
-    bool streaming;
+    bool streaming = false;
     // Bytes that belong to no frame were dropped and no pause or good block has come since. What
     // follows may be the inside of a block whose head was destroyed.
     bool torn = false;

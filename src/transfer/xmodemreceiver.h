@@ -17,6 +17,7 @@ class XmodemReceiver final
 {
 public:
     explicit XmodemReceiver(XmodemLine& line);
+    ~XmodemReceiver() = default;
 
     void setSink(XferSink* sink) { sink_ = sink; }
     void setReceiveLimit(qint64 bytes) { receiveLimit_ = bytes; }

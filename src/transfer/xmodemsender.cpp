@@ -173,22 +173,25 @@ XferStep XmodemSender::advance(qint64 now)
 
 XferStep XmodemSender::senderEmitNextBlock(qint64 now)
 {
-    const qint64 remaining = source_ ? source_->size() - bytesSent_ : 1;
+    if (!source_) {
+        return failRead();
+    }
+    const qint64 remaining = source_->size() - bytesSent_;
     if (remaining <= 0) {
         return sendEot(now);
     }
     const qsizetype block = blockSize(remaining);
     const qint64 wanted = std::min<qint64>(block, remaining);
-    QByteArray data = source_ ? source_->read(bytesSent_, wanted) : QByteArray();
+    QByteArray data = source_->read(bytesSent_, wanted);
     // A short read would put padding into the middle of the file.
-    if (data.size() < wanted || source_->readFailed()) {
-        return line_.failWith(XferError::SourceReadFailed,
-            XmodemCodec::tr("Could not read the file being sent."), true);
+    if (source_->readFailed() || data.size() < wanted) {
+        return failRead();
     }
     lastBlockDataLen_ = wanted;
     line_.resetRetries();
-    if (data.size() != block) {
-        data = data.leftJustified(block, Sub, true);
+    data.truncate(wanted);
+    if (wanted < block) {
+        data = data.leftJustified(block, Sub);
     }
     return transmit(frameBlock(blockNumber_, data, line_.useCrc), Sent::Data, now);
 }
@@ -222,6 +225,12 @@ XferStep XmodemSender::transmit(const QByteArray& frame, Sent kind, qint64 now)
 XferStep XmodemSender::resend(qint64 now)
 {
     return line_.countRetry() ? transmit(lastFrame_, lastSentKind_, now) : line_.failRetries();
+}
+
+XferStep XmodemSender::failRead()
+{
+    return line_.failWith(
+        XferError::SourceReadFailed, XmodemCodec::tr("Could not read the file being sent."), true);
 }
 
 XferStep XmodemSender::failStreaming()

@@ -16,6 +16,7 @@ class XmodemSender final
 {
 public:
     XmodemSender(XmodemLine& line, qint32 blockSizeOption);
+    ~XmodemSender() = default;
 
     void setSource(XferSource* source) { source_ = source; }
 
@@ -39,6 +40,7 @@ private:
     XferStep advance(qint64 now);
     XferStep transmit(const QByteArray& frame, Sent kind, qint64 now);
     XferStep resend(qint64 now);
+    XferStep failRead();
     XferStep failStreaming();
     qsizetype blockSize(qint64 remaining) const;
 
