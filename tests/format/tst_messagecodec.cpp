@@ -109,6 +109,8 @@ void TestMessageCodec::shows_data()
     row("two LF after a line", Plain, {{0, "a\n"_ba}, {0, "\n\n"_ba}}, u"a\n\n\n"_s);
     row("lone LF as a later slice", Plain, {{0, "a\n"_ba}, {0, "\n"_ba, Received, true}},
         u"a\n\n"_s);
+    row("LF and half a character after a line", Plain,
+        {{0, "a\n"_ba}, {0, "\n\xC3"_ba}, {0, "\xA9"_ba}}, u"a\n\n\u00E9"_s);
     row("lone LF with stamps", Stamps, {{0, "a\n"_ba}, {0, "\n"_ba}}, u"<005 a\n"_s);
     row("empty record", Gap, {{0, "a"_ba}, {9, ""_ba}, {31, "b"_ba}}, u"a\nb"_s);
 

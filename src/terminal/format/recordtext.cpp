@@ -32,7 +32,9 @@ QString recordText(
                        ? MessageCodec::toHexString(record.bytes)
                        : MessageCodec::decodeWireText(record.bytes, decoder);
     noteTime(record, style, state);
-    if (text == "\n"_L1 && state.endsWithLineFeed && !record.continuation) {
+    // Not a line feed in front of a character whose other bytes are still to come.
+    const bool loneLineFeed = record.bytes.size() == 1 && text == "\n"_L1;
+    if (loneLineFeed && state.endsWithLineFeed && !record.continuation) {
         qDebug("Skip feed for isEndWithLineFeed");
         return {};
     }
