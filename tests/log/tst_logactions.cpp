@@ -1,7 +1,9 @@
 #include "app/logactions.h"
 
 #include "app/fakecatalog.h"
+#include "support/simulateddevice.h"
 #include "terminal/serialportwidget.h"
+#include "terminal/view/receiveview.h"
 
 #include <QAction>
 #include <QDesktopServices>
@@ -79,6 +81,7 @@ private Q_SLOTS:
     void recordsOnAllPanes();
     void viewsTheCurrentLog();
     void opensItsFolder();
+    void paneRecordsItsDevice();
 
 private:
     QList<QUrl> m_opened;
@@ -135,6 +138,39 @@ void TestLogActions::opensItsFolder()
     bench.folder.trigger();
     QCOMPARE(m_opened, (QList<QUrl>{QUrl::fromLocalFile(bench.dir.filePath(u"logs"_s)),
                            QUrl::fromLocalFile(bench.dir.path())}));
+}
+
+void TestLogActions::paneRecordsItsDevice()
+{
+    SimulatedDevice device;
+    QVERIFY2(device.isValid(), qPrintable(device.errorString()));
+    Bench bench;
+    bench.catalog.list = {listedPort(device.portName())};
+    SerialPortWidget* pane = bench.second;
+    bench.setPattern(bench.dir.filePath(u"logs/%S.log"_s));
+    bench.record.trigger();
+    QVERIFY2(pane->start(device.portName(), true), qPrintable(pane->lastError()));
+    const auto& view = *pane->findChild<ReceiveView*>();
+    const auto shown = [&view] { return view.textAt(view.firstPosition(), view.textLength()); };
+    QTRY_VERIFY(shown().contains(u"AT+HELP"_s));
+
+    pane->pause(); // saves what was shown
+    QFile file(pane->currentLogFile());
+    QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.fileName()));
+    QVERIFY(file.readAll().endsWith(shown().toUtf8()));
+    QCOMPARE(
+        QFileInfo(file).dir().dirName(), u"logs"_s); // no folder for each part of a device path
+
+    // What arrives while the view is paused, and is never shown, is in the log of a closed pane.
+    QByteArray held;
+    connect(pane, &SerialPortWidget::rxTapped, &bench.window,
+        [&held](const QByteArray& bytes) { held += bytes; });
+    pane->sendBytes("AT\r");
+    QTRY_VERIFY(held.contains("OK"));
+    const qsizetype saved = file.pos();
+    delete pane;
+    QVERIFY(file.seek(saved));
+    QVERIFY(file.readAll().contains("OK"));
 }
 
 QTEST_MAIN(TestLogActions)
