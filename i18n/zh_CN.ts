@@ -5,26 +5,26 @@
     <name>ActivityRow</name>
     <message>
         <source>TX</source>
-        <translation type="unfinished"></translation>
+        <translation>TX</translation>
     </message>
     <message>
         <source>RX</source>
-        <translation type="unfinished"></translation>
+        <translation>RX</translation>
     </message>
     <message>
         <source>Lights while data is being sent or received</source>
-        <translation type="unfinished"></translation>
+        <translation>收发数据时点亮</translation>
     </message>
     <message>
         <source>%1 activity</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 活动</translation>
     </message>
 </context>
 <context>
     <name>AsciiModel</name>
     <message>
         <source>Dec</source>
-        <translation type="unfinished"></translation>
+        <translation>十进制</translation>
     </message>
     <message>
         <source>Hex</source>
@@ -32,170 +32,172 @@
     </message>
     <message>
         <source>Oct</source>
-        <translation type="unfinished"></translation>
+        <translation>八进制</translation>
     </message>
     <message>
         <source>Bin</source>
-        <translation type="unfinished"></translation>
+        <translation>二进制</translation>
     </message>
     <message>
         <source>Char</source>
-        <translation type="unfinished"></translation>
+        <translation>字符</translation>
     </message>
     <message>
         <source>Ctrl</source>
-        <translation type="unfinished"></translation>
+        <translation>控制键</translation>
     </message>
     <message>
         <source>Name</source>
-        <translation type="unfinished"></translation>
+        <translation>名称</translation>
     </message>
 </context>
 <context>
     <name>AsciiTable</name>
     <message>
         <source>ASCII Code</source>
-        <translation type="unfinished"></translation>
+        <translation>ASCII 码表</translation>
     </message>
     <message>
         <source>Codes</source>
-        <translation type="unfinished"></translation>
+        <translation>码表</translation>
     </message>
     <message>
         <source>Filter: a name, a code in any base, a character</source>
-        <translation type="unfinished"></translation>
+        <translation>筛选：名称、任意进制的码值或字符</translation>
     </message>
     <message>
         <source>Filter</source>
-        <translation type="unfinished"></translation>
+        <translation>筛选</translation>
     </message>
     <message>
         <source>Insert into the send editor</source>
-        <translation type="unfinished"></translation>
+        <translation>插入到发送区</translation>
     </message>
     <message>
         <source>Send at once</source>
-        <translation type="unfinished"></translation>
+        <translation>立即发送</translation>
     </message>
     <message>
         <source>&amp;Double click:</source>
-        <translation type="unfinished"></translation>
+        <translation>双击(&amp;D)：</translation>
     </message>
 </context>
 <context>
     <name>BridgeFlow</name>
     <message>
         <source>Flood guard tripped (possible cable loop)</source>
-        <translation type="unfinished"></translation>
+        <translation>洪泛保护已触发（可能存在线缆环路）</translation>
     </message>
     <message>
         <source>Egress queue overflowed</source>
-        <translation type="unfinished"></translation>
+        <translation>出口队列溢出</translation>
     </message>
 </context>
 <context>
     <name>CalculatorPanel</name>
     <message>
         <source>Signed</source>
-        <translation type="unfinished"></translation>
+        <translation>有符号</translation>
     </message>
     <message>
         <source>Decimal</source>
-        <translation type="unfinished"></translation>
+        <translation>十进制</translation>
     </message>
     <message>
         <source>Decimal with the other sign</source>
-        <translation type="unfinished"></translation>
+        <translation>按另一种符号方式的十进制</translation>
     </message>
     <message>
         <source>Hexadecimal</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Octal</source>
-        <translation type="unfinished"></translation>
+        <translation>八进制</translation>
     </message>
     <message>
         <source>Binary</source>
-        <translation type="unfinished"></translation>
+        <translation>二进制</translation>
     </message>
     <message>
         <source>Bytes swapped</source>
-        <translation type="unfinished"></translation>
+        <translation>字节交换</translation>
     </message>
     <message>
         <source>As float</source>
-        <translation type="unfinished"></translation>
+        <translation>转为 float</translation>
     </message>
     <message>
         <source>As double</source>
-        <translation type="unfinished"></translation>
+        <translation>转为 double</translation>
     </message>
     <message>
         <source>Number</source>
-        <translation type="unfinished"></translation>
+        <translation>数值</translation>
     </message>
     <message>
         <source>For example (0x3F &lt;&lt; 4) | 0b101</source>
-        <translation type="unfinished"></translation>
+        <translation>例如 (0x3F &lt;&lt; 4) | 0b101</translation>
     </message>
     <message>
         <source>Operators: | ^ &amp; &lt;&lt; &gt;&gt; + - * / % ** ~
 Numbers: 42, 0x2A, 0b101010, 0o52, 1.5e3, &apos;*&apos;
 Functions: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>运算符：| ^ &amp; &lt;&lt; &gt;&gt; + - * / % ** ~
+数值：42, 0x2A, 0b101010, 0o52, 1.5e3, &apos;*&apos;
+函数：%1</translation>
     </message>
     <message>
         <source>%1 bits</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 位</translation>
     </message>
     <message>
         <source>Width of integers</source>
-        <translation type="unfinished"></translation>
+        <translation>整数位宽</translation>
     </message>
     <message>
         <source>Expression</source>
-        <translation type="unfinished"></translation>
+        <translation>表达式</translation>
     </message>
     <message>
         <source>Integers</source>
-        <translation type="unfinished"></translation>
+        <translation>整数</translation>
     </message>
     <message>
         <source>The result as the bits of an IEEE 754 binary32 number</source>
-        <translation type="unfinished"></translation>
+        <translation>结果对应的 IEEE 754 binary32（单精度）位模式</translation>
     </message>
     <message>
         <source>The result as the bits of an IEEE 754 binary64 number</source>
-        <translation type="unfinished"></translation>
+        <translation>结果对应的 IEEE 754 binary64（双精度）位模式</translation>
     </message>
     <message>
         <source>8 or 16 hexadecimal digits, for example 3F800000</source>
-        <translation type="unfinished"></translation>
+        <translation>8 或 16 位十六进制数字，例如 3F800000</translation>
     </message>
     <message>
         <source>IEEE 754 bits</source>
-        <translation type="unfinished"></translation>
+        <translation>IEEE 754 位模式</translation>
     </message>
     <message>
         <source>Unsigned</source>
-        <translation type="unfinished"></translation>
+        <translation>无符号</translation>
     </message>
     <message>
         <source>%1 (position %2)</source>
-        <translation type="unfinished"></translation>
+        <translation>%1（位置 %2）</translation>
     </message>
     <message>
         <source>A step did not fit %1 bits; its upper bits are lost.</source>
-        <translation type="unfinished"></translation>
+        <translation>某一步的结果超出 %1 位，高位已丢失。</translation>
     </message>
     <message>
         <source>float %1</source>
-        <translation type="unfinished"></translation>
+        <translation>float %1</translation>
     </message>
     <message>
         <source>double %1</source>
-        <translation type="unfinished"></translation>
+        <translation>double %1</translation>
     </message>
 </context>
 <context>
@@ -242,19 +244,19 @@ Functions: %1</source>
     </message>
     <message>
         <source>Mark</source>
-        <translation>标记</translation>
+        <translation>标记校验</translation>
     </message>
     <message>
         <source>Space</source>
-        <translation>空格</translation>
+        <translation>空格校验</translation>
     </message>
     <message>
         <source>RTS/CTS</source>
-        <translation type="unfinished"></translation>
+        <translation>RTS/CTS</translation>
     </message>
     <message>
         <source>XON/XOFF</source>
-        <translation type="unfinished"></translation>
+        <translation>XON/XOFF</translation>
     </message>
     <message>
         <source>Connection Settings</source>
@@ -262,11 +264,11 @@ Functions: %1</source>
     </message>
     <message>
         <source>DTR</source>
-        <translation type="unfinished"></translation>
+        <translation>DTR</translation>
     </message>
     <message>
         <source>RTS</source>
-        <translation type="unfinished"></translation>
+        <translation>RTS</translation>
     </message>
     <message>
         <source>Open</source>
@@ -341,15 +343,15 @@ Functions: %1</source>
     </message>
     <message>
         <source>TCP %1</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP %1</translation>
     </message>
     <message>
         <source>UDP local %1</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 本地 %1</translation>
     </message>
     <message>
         <source>UDP local %1 to %2</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 本地 %1 到 %2</translation>
     </message>
     <message>
         <source>No connection</source>
@@ -360,15 +362,15 @@ Functions: %1</source>
     <name>ConnectionSupervisor</name>
     <message>
         <source>The connection type of this pane is not available in this version. Choose another one.</source>
-        <translation type="unfinished"></translation>
+        <translation>此版本不支持该窗格的连接类型。请选择其他类型。</translation>
     </message>
     <message>
         <source>No serial port is chosen. Choose one and open it again.</source>
-        <translation type="unfinished"></translation>
+        <translation>未选择串口。请选择串口后重新打开。</translation>
     </message>
     <message>
         <source>No host is given. Enter the name or address of one and open it again.</source>
-        <translation type="unfinished"></translation>
+        <translation>未指定主机。请输入主机名或地址后重新打开。</translation>
     </message>
     <message>
         <source>Serial Port %1 lost, waiting for it to come back...</source>
@@ -376,11 +378,11 @@ Functions: %1</source>
     </message>
     <message>
         <source>Serial Port %1 ERROR: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 错误：%2</translation>
     </message>
     <message>
         <source>Serial Port %1 is gone. Connect the device again and open the port.</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 已不存在。请重新连接设备并打开串口。</translation>
     </message>
     <message>
         <source>Serial Port %1 DISCONNECTED</source>
@@ -407,34 +409,34 @@ Functions: %1</source>
     <name>CrcCalculation</name>
     <message>
         <source>Width must be between 1 and 64.</source>
-        <translation type="unfinished"></translation>
+        <translation>位宽必须在 1 到 64 之间。</translation>
     </message>
     <message>
         <source>%1 must be a hexadecimal value that fits the width.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1必须是不超出位宽的十六进制数。</translation>
     </message>
     <message>
         <source>Polynomial</source>
-        <translation type="unfinished"></translation>
+        <translation>多项式</translation>
     </message>
     <message>
         <source>Polynomial must not be zero.</source>
-        <translation type="unfinished"></translation>
+        <translation>多项式不能为零。</translation>
     </message>
     <message>
         <source>Initial value</source>
-        <translation type="unfinished"></translation>
+        <translation>初始值</translation>
     </message>
     <message>
         <source>Final XOR</source>
-        <translation type="unfinished"></translation>
+        <translation>结果异或值</translation>
     </message>
 </context>
 <context>
     <name>CrcPanel</name>
     <message>
         <source>ASCII</source>
-        <translation type="unfinished"></translation>
+        <translation>ASCII</translation>
     </message>
     <message>
         <source>Hex</source>
@@ -442,88 +444,88 @@ Functions: %1</source>
     </message>
     <message>
         <source>Custom parameters</source>
-        <translation type="unfinished"></translation>
+        <translation>自定义参数</translation>
     </message>
     <message>
         <source>Insert into Send Editor</source>
-        <translation type="unfinished"></translation>
+        <translation>插入到发送区</translation>
     </message>
     <message>
         <source>Input</source>
-        <translation type="unfinished"></translation>
+        <translation>输入</translation>
     </message>
     <message>
         <source>Read as</source>
-        <translation type="unfinished"></translation>
+        <translation>输入格式</translation>
     </message>
     <message>
         <source>Algorithm</source>
-        <translation type="unfinished"></translation>
+        <translation>算法</translation>
     </message>
     <message>
         <source>Reflect input</source>
-        <translation type="unfinished"></translation>
+        <translation>输入反转</translation>
     </message>
     <message>
         <source>Reflect output</source>
-        <translation type="unfinished"></translation>
+        <translation>输出反转</translation>
     </message>
     <message>
         <source>Width</source>
-        <translation type="unfinished"></translation>
+        <translation>位宽</translation>
     </message>
     <message>
         <source>Polynomial</source>
-        <translation type="unfinished"></translation>
+        <translation>多项式</translation>
     </message>
     <message>
         <source>Initial value</source>
-        <translation type="unfinished"></translation>
+        <translation>初始值</translation>
     </message>
     <message>
         <source>Final XOR</source>
-        <translation type="unfinished"></translation>
+        <translation>结果异或值</translation>
     </message>
     <message>
         <source>Binary</source>
-        <translation type="unfinished"></translation>
+        <translation>二进制</translation>
     </message>
     <message>
         <source>Octal</source>
-        <translation type="unfinished"></translation>
+        <translation>八进制</translation>
     </message>
     <message>
         <source>Hexadecimal</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制</translation>
     </message>
     <message>
         <source>Most significant byte first</source>
-        <translation type="unfinished"></translation>
+        <translation>高字节在前</translation>
     </message>
     <message>
         <source>Least significant byte first</source>
-        <translation type="unfinished"></translation>
+        <translation>低字节在前</translation>
     </message>
     <message>
         <source>Base</source>
-        <translation type="unfinished"></translation>
+        <translation>进制</translation>
     </message>
     <message>
         <source>Result</source>
-        <translation type="unfinished"></translation>
+        <translation>结果</translation>
     </message>
     <message>
         <source>Byte order</source>
-        <translation type="unfinished"></translation>
+        <translation>字节序</translation>
     </message>
     <message>
         <source>Wire bytes</source>
-        <translation type="unfinished"></translation>
+        <translation>线上字节</translation>
     </message>
     <message numerus="yes">
         <source>%n input byte(s)</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>输入 %n 字节</numerusform>
         </translation>
     </message>
 </context>
@@ -531,69 +533,69 @@ Functions: %1</source>
     <name>Expression</name>
     <message>
         <source>&quot;%1&quot; is not understood.</source>
-        <translation type="unfinished"></translation>
+        <translation>无法识别“%1”。</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is not a number.</source>
-        <translation type="unfinished"></translation>
+        <translation>“%1”不是数值。</translation>
     </message>
     <message>
         <source>&quot;%1&quot; does not fit 64 bits.</source>
-        <translation type="unfinished"></translation>
+        <translation>“%1”超出 64 位。</translation>
     </message>
     <message>
         <source>A character stands between two single quotes.</source>
-        <translation type="unfinished"></translation>
+        <translation>字符应写在一对单引号之间。</translation>
     </message>
     <message>
         <source>The expression is not complete.</source>
-        <translation type="unfinished"></translation>
+        <translation>表达式不完整。</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is not expected here.</source>
-        <translation type="unfinished"></translation>
+        <translation>此处不应出现“%1”。</translation>
     </message>
     <message>
         <source>Bit operations work on integers only.</source>
-        <translation type="unfinished"></translation>
+        <translation>位运算只能用于整数。</translation>
     </message>
     <message>
         <source>A shift count must not be negative.</source>
-        <translation type="unfinished"></translation>
+        <translation>移位位数不能为负。</translation>
     </message>
     <message>
         <source>Division by zero.</source>
-        <translation type="unfinished"></translation>
+        <translation>除数为零。</translation>
     </message>
     <message>
         <source>The expression is nested too deeply.</source>
-        <translation type="unfinished"></translation>
+        <translation>表达式嵌套过深。</translation>
     </message>
     <message>
         <source>An integer has no negative power; write the base with a point.</source>
-        <translation type="unfinished"></translation>
+        <translation>整数没有负次幂；请将底数写成带小数点的形式。</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is not a known name.</source>
-        <translation type="unfinished"></translation>
+        <translation>未知名称“%1”。</translation>
     </message>
     <message numerus="yes">
         <source>&quot;%1&quot; takes %n argument(s).</source>
-        <translation type="unfinished">
-            <numerusform></numerusform>
+        <translation>
+            <numerusform>“%1”需要 %n 个参数。</numerusform>
         </translation>
     </message>
     <message>
         <source>&quot;%1&quot; is not a known function.</source>
-        <translation type="unfinished"></translation>
+        <translation>未知函数“%1”。</translation>
     </message>
     <message>
         <source>The number does not fit %1 bits.</source>
-        <translation type="unfinished"></translation>
+        <translation>数值超出 %1 位。</translation>
     </message>
     <message>
         <source>The expression is longer than %1 characters.</source>
-        <translation type="unfinished"></translation>
+        <translation>表达式超过 %1 个字符。</translation>
     </message>
 </context>
 <context>
@@ -663,18 +665,75 @@ Functions: %1</source>
     <name>HexParser</name>
     <message>
         <source>Hex input must contain complete bytes.</source>
-        <translation type="unfinished"></translation>
+        <translation>十六进制输入必须由完整的字节组成。</translation>
     </message>
     <message>
         <source>Invalid hex character at position %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>位置 %1 处的十六进制字符无效。</translation>
     </message>
 </context>
 <context>
     <name>HostResolver</name>
     <message>
         <source>it has no IPv4 address</source>
-        <translation type="unfinished"></translation>
+        <translation>该主机没有 IPv4 地址</translation>
+    </message>
+</context>
+<context>
+    <name>LogActions</name>
+    <message>
+        <source>Current log file does not exist.</source>
+        <translation>当前日志文件不存在。</translation>
+    </message>
+    <message>
+        <source>Could not open current log file.</source>
+        <translation>无法打开当前日志文件。</translation>
+    </message>
+    <message>
+        <source>Current log folder does not exist.</source>
+        <translation>当前日志文件夹不存在。</translation>
+    </message>
+    <message>
+        <source>Could not open the folder %1.</source>
+        <translation>无法打开文件夹 %1。</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>警告</translation>
+    </message>
+</context>
+<context>
+    <name>LogRotation</name>
+    <message>
+        <source>Could not rotate log file &apos;%1&apos;: %2</source>
+        <translation>无法轮转日志文件“%1”：%2</translation>
+    </message>
+</context>
+<context>
+    <name>LogWriter</name>
+    <message>
+        <source>Please input correct log file name!</source>
+        <translation>请输入正确的日志文件名！</translation>
+    </message>
+    <message>
+        <source>Log path is a directory, not a file: %1</source>
+        <translation>日志路径是文件夹，不是文件：%1</translation>
+    </message>
+    <message>
+        <source>Could not open log file &apos;%1&apos;: %2</source>
+        <translation>无法打开日志文件“%1”：%2</translation>
+    </message>
+    <message>
+        <source>Could not create log directory &apos;%1&apos;</source>
+        <translation>无法创建日志文件夹“%1”</translation>
+    </message>
+    <message>
+        <source>it is a pipe</source>
+        <translation>它是管道</translation>
+    </message>
+    <message>
+        <source>Could not write log file &apos;%1&apos;: %2</source>
+        <translation>无法写入日志文件“%1”：%2</translation>
     </message>
 </context>
 <context>
@@ -720,11 +779,11 @@ Functions: %1</source>
     </message>
     <message>
         <source>RX %1 B (%2)</source>
-        <translation>接收 %1 B（%2）</translation>
+        <translation>RX %1 B（%2）</translation>
     </message>
     <message>
         <source>TX %1 B (%2)</source>
-        <translation>发送 %1 B（%2）</translation>
+        <translation>TX %1 B（%2）</translation>
     </message>
 </context>
 <context>
@@ -851,7 +910,7 @@ Functions: %1</source>
     </message>
     <message>
         <source>Forget what was sent before, in every pane</source>
-        <translation>清除每个端口的发送记录</translation>
+        <translation>清除每个窗格的发送记录</translation>
     </message>
     <message>
         <source>Find...</source>
@@ -1065,44 +1124,48 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
 
 使用 Qt %1 构建。图标：Breeze，GNU LGPL 第 3 版或更高版本。</translation>
     </message>
+    <message>
+        <source>%1 OPEN FAILED</source>
+        <translation>%1 打开失败</translation>
+    </message>
 </context>
 <context>
     <name>ModbusCodec</name>
     <message>
         <source>Slave ID must be between 0 and 247.</source>
-        <translation type="unfinished"></translation>
+        <translation>从站 ID 必须在 0 到 247 之间。</translation>
     </message>
     <message>
         <source>Write Single Coil needs exactly one value.</source>
-        <translation type="unfinished"></translation>
+        <translation>“写单个线圈”必须且只能有一个值。</translation>
     </message>
     <message>
         <source>Write Single Register needs exactly one value.</source>
-        <translation type="unfinished"></translation>
+        <translation>“写单个寄存器”必须且只能有一个值。</translation>
     </message>
     <message>
         <source>Unsupported function code 0x%1.</source>
-        <translation type="unfinished"></translation>
+        <translation>不支持的功能码 0x%1。</translation>
     </message>
     <message>
         <source>Coil count</source>
-        <translation type="unfinished"></translation>
+        <translation>线圈数量</translation>
     </message>
     <message>
         <source>Register count</source>
-        <translation type="unfinished"></translation>
+        <translation>寄存器数量</translation>
     </message>
     <message>
         <source>%1 must be between %2 and %3.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1必须在 %2 到 %3 之间。</translation>
     </message>
     <message>
         <source>Address %1 plus count %2 exceeds the 65536 address space.</source>
-        <translation type="unfinished"></translation>
+        <translation>地址 %1 加数量 %2 超出 65536 的地址空间。</translation>
     </message>
     <message>
         <source>The number of values must be the quantity, %1.</source>
-        <translation type="unfinished"></translation>
+        <translation>值的个数必须等于数量 %1。</translation>
     </message>
 </context>
 <context>
@@ -1117,7 +1180,28 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>Dismiss the error message</source>
-        <translation type="unfinished"></translation>
+        <translation>关闭错误消息</translation>
+    </message>
+</context>
+<context>
+    <name>PaneLog</name>
+    <message>
+        <source>The data log could not be written for so long that the memory for its text is full. What comes now will be missing in the log. Make room on the disk or choose another log file.</source>
+        <translation>数据日志长时间无法写入，暂存其文本的内存已满。此后的数据将不会出现在日志中。请腾出磁盘空间，或选择其他日志文件。</translation>
+    </message>
+    <message>
+        <source>The data log is not written. %1
+The text is kept in memory (up to %2), and recording goes on by itself as soon as the file can be written.</source>
+        <translation>数据日志未能写入。%1
+文本暂存在内存中（最多 %2），文件可写入后将自动继续记录。</translation>
+    </message>
+    <message>
+        <source>The data log is written again in %1, but %2 of text are missing. A line in the log says where.</source>
+        <translation>数据日志已恢复写入 %1，但缺失 %2 的文本。日志中有一行标明缺失位置。</translation>
+    </message>
+    <message>
+        <source>The data log is written again in %1</source>
+        <translation>数据日志已恢复写入 %1</translation>
     </message>
 </context>
 <context>
@@ -1128,11 +1212,11 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>%1 - %2</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 - %2</translation>
     </message>
     <message>
         <source>Rx %1  Tx %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Rx %1  Tx %2</translation>
     </message>
 </context>
 <context>
@@ -1146,11 +1230,11 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <name>PortSelector</name>
     <message>
         <source>Serial port of the first pane</source>
-        <translation>第一个端口的串口</translation>
+        <translation>第一个窗格的串口</translation>
     </message>
     <message>
         <source>Open another serial port in the first pane</source>
-        <translation>在第一个端口中打开另一个串口</translation>
+        <translation>在第一个窗格中打开另一个串口</translation>
     </message>
     <message>
         <source>No serial port</source>
@@ -1233,7 +1317,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>Show all TX/RX and control line indicators</source>
-        <translation>显示所有收发与控制线指示灯</translation>
+        <translation>显示所有 TX/RX 与控制线指示灯</translation>
     </message>
     <message>
         <source>Format</source>
@@ -1336,7 +1420,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>Auto feed ending</source>
-        <translation>自动断行</translation>
+        <translation>自动换行</translation>
     </message>
     <message>
         <source>Display Time</source>
@@ -1380,7 +1464,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source> ms</source>
-        <translation type="unfinished"></translation>
+        <translation> ms</translation>
     </message>
     <message>
         <source>Minimal interval that starts a new line, in milliseconds</source>
@@ -1388,7 +1472,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source> MB</source>
-        <translation type="unfinished"></translation>
+        <translation> MB</translation>
     </message>
     <message>
         <source>How much text the view keeps; older text leaves at the top</source>
@@ -1427,7 +1511,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <name>ReceivePipeline</name>
     <message>
         <source>The view is paused and %1 of received data wait. Reading stops until it is resumed.</source>
-        <translation type="unfinished"></translation>
+        <translation>显示已暂停，有 %1 的接收数据等待显示。继续显示之前不再读取数据。</translation>
     </message>
 </context>
 <context>
@@ -1438,7 +1522,35 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>Keys typed here are sent to the device. Ctrl+Tab moves on to the next control.</source>
-        <translation type="unfinished"></translation>
+        <translation>在此输入的按键会发送到设备。按 Ctrl+Tab 移到下一个控件。</translation>
+    </message>
+    <message>
+        <source>&amp;Copy</source>
+        <translation>复制(&amp;C)</translation>
+    </message>
+    <message>
+        <source>&amp;Paste</source>
+        <translation>粘贴(&amp;P)</translation>
+    </message>
+    <message>
+        <source>Select &amp;All</source>
+        <translation>全选(&amp;A)</translation>
+    </message>
+    <message>
+        <source>&amp;Find...</source>
+        <translation>查找(&amp;F)...</translation>
+    </message>
+    <message>
+        <source>&amp;Save As...</source>
+        <translation>另存为(&amp;S)...</translation>
+    </message>
+    <message>
+        <source>C&amp;lear</source>
+        <translation>清空(&amp;L)</translation>
+    </message>
+    <message>
+        <source>&amp;Wrap Lines</source>
+        <translation>自动折行(&amp;W)</translation>
     </message>
 </context>
 <context>
@@ -1492,43 +1604,43 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>CR (\r)</source>
-        <translation type="unfinished"></translation>
+        <translation>CR (\r)</translation>
     </message>
     <message>
         <source>LF (\n)</source>
-        <translation type="unfinished"></translation>
+        <translation>LF (\n)</translation>
     </message>
     <message>
         <source>CR &amp; LF (\r\n)</source>
-        <translation type="unfinished"></translation>
+        <translation>CR &amp; LF (\r\n)</translation>
     </message>
     <message>
         <source>LR &amp; CR (\n\r)</source>
-        <translation type="unfinished"></translation>
+        <translation>LF &amp; CR (\n\r)</translation>
     </message>
     <message>
         <source>LF &amp; CR (\n\r)</source>
-        <translation type="unfinished"></translation>
+        <translation>LF &amp; CR (\n\r)</translation>
     </message>
     <message>
         <source>Checksum-8 (SUM)</source>
-        <translation type="unfinished"></translation>
+        <translation>8 位校验和 (SUM)</translation>
     </message>
     <message>
         <source>XOR (BCC)</source>
-        <translation type="unfinished"></translation>
+        <translation>异或校验 (BCC)</translation>
     </message>
     <message>
         <source>CRC-8</source>
-        <translation type="unfinished"></translation>
+        <translation>CRC-8</translation>
     </message>
     <message>
         <source>CRC-16/MODBUS</source>
-        <translation type="unfinished"></translation>
+        <translation>CRC-16/MODBUS</translation>
     </message>
     <message>
         <source>CRC-32</source>
-        <translation type="unfinished"></translation>
+        <translation>CRC-32</translation>
     </message>
 </context>
 <context>
@@ -1591,7 +1703,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source> ms</source>
-        <translation type="unfinished"></translation>
+        <translation> ms</translation>
     </message>
     <message>
         <source>Send multi-line input line by line</source>
@@ -1642,7 +1754,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <name>SerialLink</name>
     <message>
         <source>Break</source>
-        <translation type="unfinished"></translation>
+        <translation>Break</translation>
     </message>
     <message>
         <source>Serial Port %1 OPEN SUCCESS</source>
@@ -1650,31 +1762,31 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>Serial Port %1 did not accept %2: %3</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1 不接受%2：%3</translation>
     </message>
     <message>
         <source>the baud rate</source>
-        <translation type="unfinished"></translation>
+        <translation>波特率</translation>
     </message>
     <message>
         <source>the data bits</source>
-        <translation type="unfinished"></translation>
+        <translation>数据位</translation>
     </message>
     <message>
         <source>the parity</source>
-        <translation type="unfinished"></translation>
+        <translation>校验位</translation>
     </message>
     <message>
         <source>the stop bits</source>
-        <translation type="unfinished"></translation>
+        <translation>停止位</translation>
     </message>
     <message>
         <source>the flow control</source>
-        <translation type="unfinished"></translation>
+        <translation>流控</translation>
     </message>
     <message>
         <source>Serial Port %1 OPEN FAILED! ERROR: </source>
-        <translation>串口 %1 打开失败！错误：</translation>
+        <translation>串口 %1 打开失败！错误： </translation>
     </message>
     <message>
         <source>Serial Port %1 CLOSE FAILED</source>
@@ -1698,38 +1810,44 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>Serial Port %1: %2 received bytes were dropped because nobody read them</source>
-        <translation type="unfinished"></translation>
+        <translation>串口 %1：%2 个接收字节因无人读取而被丢弃</translation>
     </message>
     <message>
         <source>Serial Port %1 DISCONNECTED</source>
         <translation>串口 %1 已断开</translation>
+    </message>
+    <message numerus="yes">
+        <source>Serial Port %1 was closed with %n byte(s) not sent.</source>
+        <translation>
+            <numerusform>串口 %1 已关闭，有 %n 字节未发送。</numerusform>
+        </translation>
     </message>
 </context>
 <context>
     <name>SerialOpenAdvice</name>
     <message>
         <source>You are not permitted to use %1. Ask whoever administers this computer for read and write access to it.</source>
-        <translation type="unfinished"></translation>
+        <translation>您没有使用 %1 的权限。请向本计算机的管理员申请对它的读写权限。</translation>
     </message>
     <message>
         <source>You are not permitted to use %1: it belongs to the group &quot;%2&quot;. Join the group with &quot;sudo usermod -aG %2 $USER&quot;, then sign out and in again.</source>
-        <translation type="unfinished"></translation>
+        <translation>您没有使用 %1 的权限：它属于用户组“%2”。请执行 &quot;sudo usermod -aG %2 $USER&quot; 加入该组，然后注销并重新登录。</translation>
     </message>
     <message>
         <source>There is no device %1. Check that it is plugged in and that the name is right.</source>
-        <translation type="unfinished"></translation>
+        <translation>没有设备 %1。请检查设备是否已插好以及名称是否正确。</translation>
     </message>
     <message>
         <source>%1 is not a serial port, or it does not offer what was asked of it. Choose another port.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 不是串口，或不支持所要求的功能。请选择其他端口。</translation>
     </message>
     <message>
         <source>Another program has %1 open. Close the port there, then open it again.</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 已被其他程序打开。请先在该程序中关闭端口，再重新打开。</translation>
     </message>
     <message>
         <source>The device does not respond. Unplug it, plug it in again and open the port once more.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备没有响应。请拔下设备后重新插入，再次打开端口。</translation>
     </message>
 </context>
 <context>
@@ -1810,7 +1928,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <name>TcpClientLink</name>
     <message>
         <source>Too much to send before the TCP connection stands; the rest is refused</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 连接建立前待发送的数据过多，其余数据被拒绝</translation>
     </message>
     <message>
         <source>TCP connect FAILED: %1</source>
@@ -1818,36 +1936,36 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>%1 bytes that the TCP peer had sent were dropped: nobody read them</source>
-        <translation type="unfinished"></translation>
+        <translation>TCP 对端发来的 %1 字节因无人读取而被丢弃</translation>
     </message>
 </context>
 <context>
     <name>TextFind</name>
     <message>
         <source>The expression takes too many steps</source>
-        <translation type="unfinished"></translation>
+        <translation>该表达式的匹配步数过多</translation>
     </message>
 </context>
 <context>
     <name>TextSaver</name>
     <message>
         <source>Cannot save &quot;%1&quot;: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>无法保存“%1”：%2</translation>
     </message>
 </context>
 <context>
     <name>ToolBox</name>
     <message>
         <source>Toolbox</source>
-        <translation type="unfinished"></translation>
+        <translation>工具箱</translation>
     </message>
     <message>
         <source>C&amp;alculator</source>
-        <translation type="unfinished"></translation>
+        <translation>计算器(&amp;A)</translation>
     </message>
     <message>
         <source>C&amp;RC</source>
-        <translation type="unfinished"></translation>
+        <translation>CRC(&amp;R)</translation>
     </message>
 </context>
 <context>
@@ -1862,109 +1980,109 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>More than %1 UDP peers: new ones are received but not listed</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 对端超过 %1 个：新对端的数据仍会接收，但不再列出</translation>
     </message>
     <message>
         <source>Too much to send while the address of &quot;%1&quot; is looked up</source>
-        <translation type="unfinished"></translation>
+        <translation>解析“%1”的地址期间待发送的数据过多</translation>
     </message>
     <message>
         <source>UDP host &quot;%1&quot; was not found: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>未找到 UDP 主机“%1”：%2</translation>
     </message>
     <message>
         <source>UDP send to %1 FAILED: %2</source>
-        <translation type="unfinished"></translation>
+        <translation>UDP 发送到 %1 失败：%2</translation>
     </message>
 </context>
 <context>
     <name>WireTextCodecRegistry</name>
     <message>
         <source>This message cannot be encoded as %1. Change the encoding or edit the message.</source>
-        <translation type="unfinished"></translation>
+        <translation>此消息无法用 %1 编码。请更换编码或修改消息。</translation>
     </message>
     <message>
         <source>The character &apos;%1&apos; cannot be encoded as %2. Change the encoding or edit the message.</source>
-        <translation type="unfinished"></translation>
+        <translation>字符“%1”无法用 %2 编码。请更换编码或修改消息。</translation>
     </message>
 </context>
 <context>
     <name>XmodemCodec</name>
     <message>
         <source>Cancelled.</source>
-        <translation type="unfinished"></translation>
+        <translation>已取消。</translation>
     </message>
     <message>
         <source>Gave up after %1 retries.</source>
-        <translation type="unfinished"></translation>
+        <translation>重试 %1 次后放弃。</translation>
     </message>
     <message>
         <source>The device cancelled the transfer.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备取消了传输。</translation>
     </message>
     <message>
         <source>A block failed its checksum. YMODEM-G cannot ask for it again, so the transfer has failed.</source>
-        <translation type="unfinished"></translation>
+        <translation>有数据块校验失败。YMODEM-G 无法请求重发，因此传输失败。</translation>
     </message>
     <message>
         <source>Data kept failing its checksum. This is usually a baud rate mismatch or line noise.</source>
-        <translation type="unfinished"></translation>
+        <translation>数据持续校验失败，通常是波特率不匹配或线路噪声所致。</translation>
     </message>
     <message>
         <source>Block %1 arrived when block %2 was expected; the transfer is out of step.</source>
-        <translation type="unfinished"></translation>
+        <translation>收到数据块 %1，但应为数据块 %2；传输已失步。</translation>
     </message>
     <message>
         <source>The device sent a malformed file header.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备发送的文件头格式错误。</translation>
     </message>
     <message>
         <source>The device offered a %1 byte file, which is over the receive limit.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备要发送的文件为 %1 字节，超出接收上限。</translation>
     </message>
     <message>
         <source>Writing to disk failed.</source>
-        <translation type="unfinished"></translation>
+        <translation>写入磁盘失败。</translation>
     </message>
     <message>
         <source>Received %1 bytes without an end of transfer. XMODEM has no length field, so there is no way to tell when it should stop.</source>
-        <translation type="unfinished"></translation>
+        <translation>已接收 %1 字节，但未收到传输结束标志。XMODEM 没有长度字段，无法判断应在何处结束。</translation>
     </message>
     <message>
         <source>The data was received but could not be saved.</source>
-        <translation type="unfinished"></translation>
+        <translation>数据已接收，但无法保存。</translation>
     </message>
     <message>
         <source>The device did not start sending. Check that it is ready to send and that the baud rate matches.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备未开始发送。请检查设备是否已准备好发送以及波特率是否匹配。</translation>
     </message>
     <message>
         <source>The device stopped sending. YMODEM-G cannot recover, so the transfer has failed.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备停止发送。YMODEM-G 无法恢复，因此传输失败。</translation>
     </message>
     <message>
         <source>Could not create the destination file.</source>
-        <translation type="unfinished"></translation>
+        <translation>无法创建目标文件。</translation>
     </message>
     <message>
         <source>The device did not request the transfer. Check that it is waiting to receive and that the baud rate matches.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备未请求传输。请检查设备是否在等待接收以及波特率是否匹配。</translation>
     </message>
     <message>
         <source>The device stopped responding. YMODEM-G has no retransmission, so the transfer has failed.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备停止响应。YMODEM-G 没有重传机制，因此传输失败。</translation>
     </message>
     <message>
         <source>Could not read the file being sent.</source>
-        <translation type="unfinished"></translation>
+        <translation>无法读取正在发送的文件。</translation>
     </message>
     <message>
         <source>The file changed while it was being sent.</source>
-        <translation type="unfinished"></translation>
+        <translation>文件在发送过程中被更改。</translation>
     </message>
     <message>
         <source>The device reported an error. YMODEM-G cannot resend a block, so the transfer has been abandoned.</source>
-        <translation type="unfinished"></translation>
+        <translation>设备报告错误。YMODEM-G 无法重发数据块，因此传输已中止。</translation>
     </message>
 </context>
 </TS>
