@@ -37,6 +37,9 @@ if(VELMORA_FUZZ)
   target_compile_options(velmora_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+# All fuzz targets and what they need, without the program.
+add_custom_target(fuzzers)
+
 # Everything that the build writes and a source includes; linters need it, not the objects.
 add_custom_target(generated)
 
@@ -98,6 +101,7 @@ function(velmora_fuzz name)
     add_executable(fuzz_${name} ${ARG_SOURCES})
     target_link_libraries(fuzz_${name} PRIVATE velmora_flags ${ARG_LINKS})
     target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    add_dependencies(fuzzers fuzz_${name})
   elseif(VELMORA_TESTS)
     add_executable(replay_${name} ${ARG_SOURCES} "${CMAKE_SOURCE_DIR}/fuzz/replay.cpp")
     target_link_libraries(replay_${name} PRIVATE velmora_flags ${ARG_LINKS})

@@ -8,7 +8,7 @@ seconds=${1:-30}
 shift || true
 
 [ -f build/fuzz/build.ninja ] || cmake --preset fuzz
-cmake --build --preset fuzz
+cmake --build --preset fuzz --target fuzzers
 if [ $# -gt 0 ]; then targets=("$@"); else targets=(fuzz/*.cpp); fi
 # A leak report of the toolkit's own start-up is not a finding of these parsers.
 export ASAN_OPTIONS=detect_leaks=0

@@ -26,7 +26,7 @@ cmake --build build/lint --target generated >/dev/null
 echo "== clang-tidy (${#sources[@]} files)"
 printf '%s\0' "${sources[@]}" | xargs -0 -n 2 -P "$(nproc)" \
   clang-tidy -p build/lint --quiet 2> >(grep -vE 'warnings? generated|Suppressed|Use -header-filter' >&2)
-echo "== clazy level 1"
+echo "== clazy level 1 (${SECONDS} s)"
 printf '%s\0' "${sources[@]}" | xargs -0 -n 2 -P "$(nproc)" \
   env CLAZY_CHECKS=level1,no-qproperty-without-notify clazy-standalone -p build/lint \
   --header-filter="$PWD/(src|tools)/.*" --extra-arg=-Werror

@@ -34,8 +34,8 @@ constexpr std::array actionRows{
         .startsSection = true},
     ActionRow{"acFileViewCurrentDataLog", QT_TRANSLATE_NOOP("MainWindow", "View Current Data Log"),
         MenuId::File},
-    ActionRow{"acFileOpenLogFolder", QT_TRANSLATE_NOOP("MainWindow", "Open Log Folder"),
-        MenuId::File},
+    ActionRow{
+        "acFileOpenLogFolder", QT_TRANSLATE_NOOP("MainWindow", "Open Log Folder"), MenuId::File},
     ActionRow{.name = "acFileExit",
         .label = QT_TRANSLATE_NOOP("MainWindow", "Exit"),
         .menu = MenuId::File,

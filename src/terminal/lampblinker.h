@@ -22,6 +22,8 @@ public:
         connect(&m_timer, &QTimer::timeout, this, [this] { follow(m_blink.timerEnded()); });
     }
 
+    ~LampBlinker() override = default;
+
     // Traffic went by.
     void flash() { follow(m_blink.flash()); }
 

@@ -100,7 +100,7 @@ QString realText(float value)
     // The shortest text that a float reads back from has at most nine digits.
     constexpr int longest = 9;
     for (int digits = 1; digits < longest; ++digits) {
-        const QString text = QString::number(double(value), 'g', digits);
+        QString text = QString::number(double(value), 'g', digits);
         if (text.toFloat() == value)
             return text;
     }

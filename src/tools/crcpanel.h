@@ -46,12 +46,12 @@ private:
     QRadioButton* m_hex;
     QComboBox* m_algorithm;
     QGroupBox* m_custom;
-    QLineEdit* m_width;
-    QLineEdit* m_polynomial;
-    QLineEdit* m_initial;
-    QLineEdit* m_finalXor;
-    QCheckBox* m_reflectInput;
-    QCheckBox* m_reflectOutput;
+    QLineEdit* m_width = nullptr;
+    QLineEdit* m_polynomial = nullptr;
+    QLineEdit* m_initial = nullptr;
+    QLineEdit* m_finalXor = nullptr;
+    QCheckBox* m_reflectInput = nullptr;
+    QCheckBox* m_reflectOutput = nullptr;
     QComboBox* m_base;
     QComboBox* m_byteOrder;
     QLineEdit* m_result;
