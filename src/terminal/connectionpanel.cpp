@@ -1,11 +1,11 @@
 #include "terminal/connectionpanel.h"
 
 #include "connections/connectioncontroller.h"
+#include "terminal/panelform.h"
 #include "terminal/portnamebox.h"
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFormLayout>
 #include <QIntValidator>
 #include <QLineEdit>
 #include <QPushButton>
@@ -98,7 +98,7 @@ QSpinBox* portSpinBox(QWidget* parent)
 
 ConnectionPanel::ConnectionPanel(QWidget* parent)
     : QGroupBox(tr("Connection Settings"), parent)
-    , m_form(new QFormLayout(this))
+    , m_form(makePanelForm(this))
     , m_mode(new QComboBox(this))
     , m_port(new PortNameBox(this))
     , m_baudRate(new QComboBox(this))
@@ -115,9 +115,6 @@ ConnectionPanel::ConnectionPanel(QWidget* parent)
     , m_udpServerPort(portSpinBox(this))
     , m_open(new QPushButton(tr("Open"), this))
 {
-    m_form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    m_form->setHorizontalSpacing(8);
-    m_form->setVerticalSpacing(4);
     buildTargetRows(m_form);
     buildLineRows(m_form);
     m_form->addRow(m_open);

@@ -3,13 +3,13 @@
 #include "app/settings/settingscodec.h"
 #include "terminal/colorbutton.h"
 #include "terminal/format/sendmodes.h"
+#include "terminal/panelform.h"
 #include "terminal/text/wiretextcodecregistry.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFontDialog>
-#include <QFormLayout>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
@@ -57,10 +57,7 @@ ReceivePanel::~ReceivePanel() = default;
 
 void ReceivePanel::buildRows()
 {
-    auto* form = new QFormLayout(this);
-    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    form->setHorizontalSpacing(8);
-    form->setVerticalSpacing(4);
+    QFormLayout* form = makePanelForm(this);
 
     auto* formats = new QHBoxLayout;
     formats->addWidget(m_text);

@@ -1,13 +1,13 @@
 #include "terminal/sendpanel.h"
 
 #include "terminal/format/sendmodes.h"
+#include "terminal/panelform.h"
 #include "terminal/text/wiretextcodecregistry.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QCoreApplication>
-#include <QFormLayout>
 #include <QRadioButton>
 #include <QSpinBox>
 
@@ -79,10 +79,7 @@ void SendPanel::fillLists()
 
 void SendPanel::buildRows()
 {
-    auto* form = new QFormLayout(this);
-    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    form->setHorizontalSpacing(8);
-    form->setVerticalSpacing(4);
+    QFormLayout* form = makePanelForm(this);
 
     auto* formats = new QHBoxLayout;
     formats->addWidget(m_text);

@@ -7,7 +7,6 @@
 #include "terminal/connectionpanel.h"
 #include "terminal/connectionsummary.h"
 #include "terminal/connectionsupervisor.h"
-#include "terminal/format/sendmodes.h"
 #include "terminal/lampblinker.h"
 #include "terminal/noticebar.h"
 #include "terminal/panelog.h"
@@ -17,8 +16,8 @@
 #include "terminal/receivepipeline.h"
 #include "terminal/repeatsender.h"
 #include "terminal/savetextdialog.h"
+#include "terminal/senddesk.h"
 #include "terminal/sendeditor.h"
-#include "terminal/sendinsertion.h"
 #include "terminal/sendpanel.h"
 #include "terminal/sendpipeline.h"
 #include "terminal/transportwriter.h"
@@ -50,6 +49,7 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
               return m_settings;
           }))
     , m_send(std::make_unique<SendPipeline>(*m_writer, *m_receive))
+    , m_desk(std::make_unique<SendDesk>(m_view->sendEditor(), *m_send, m_format))
     , m_repeat(std::make_unique<RepeatSender>(RepeatSender::Pane{
           [this] { return m_supervisor->isOpen(); }, [this] { return m_view->sendEditor().text(); },
           [this](const QString& text) {
@@ -114,15 +114,11 @@ void SerialPortWidget::wireSentRoad()
     SendEditor& editor = m_view->sendEditor();
     connect(&editor, &SendEditor::sendRequested, this, &SerialPortWidget::onSendClicked);
     connect(&editor, &SendEditor::clearHistoryRequested, this, &SerialPortWidget::clearSendList);
-    connect(&editor, &SendEditor::historyChosen, this,
-        [this](int index) { m_view->sendEditor().setText(m_send->history().entryAt(index)); });
-    connect(m_send.get(), &SendPipeline::historyChanged, this, [this] {
-        m_format.sendList = m_send->history().entries();
-        m_view->sendEditor().setHistory(m_send->history().labels());
+    connect(m_desk.get(), &SendDesk::inputModeChanged, this, [this] {
+        updateDisplay();
+        markSettingsDirty();
     });
-    connect(m_send.get(), &SendPipeline::editorTextReplaced, &editor, &SendEditor::setText);
-    connect(m_send.get(), &SendPipeline::editorFocusRequested, this,
-        &SerialPortWidget::focusSendEditor);
+    connect(m_desk.get(), &SendDesk::statusMessage, this, &SerialPortWidget::showStatusMessage);
     connect(
         m_send.get(), &SendPipeline::settingsChanged, this, &SerialPortWidget::markSettingsDirty);
     connect(m_send.get(), &SendPipeline::sent, m_txBlink.get(), &LampBlinker::flash);
@@ -277,10 +273,9 @@ void SerialPortWidget::onThrottleRequested(bool on)
 void SerialPortWidget::onSendClicked()
 {
     updateSettings();
-    const QString text = m_view->sendEditor().text();
-    m_send->sendText(text);
     // A message that opened the connection, or failed to, has already said so.
-    start({}, !text.isEmpty());
+    const bool quiet = m_desk->sendEditorText();
+    start({}, quiet);
 }
 
 void SerialPortWidget::onOpened()
@@ -351,25 +346,14 @@ void SerialPortWidget::clear()
 
 void SerialPortWidget::clearSendList()
 {
-    m_view->sendEditor().setText({});
-    m_send->clearHistory();
+    m_desk->clear();
     markSettingsDirty();
 }
 
 void SerialPortWidget::insertSendBytes(const QByteArray& bytes)
 {
     updateSettings();
-    const bool hexadecimal = m_format.sendMsgFormat == int(MessageFormat::Hexadecimal);
-    const SendInsertion result =
-        SendInsertion::append(m_view->sendEditor().text(), hexadecimal, m_format, bytes);
-    if (!result.error.isEmpty())
-        return showStatusMessage(result.error, SendPipeline::kEncodingErrorMs);
-    m_view->sendEditor().setText(result.text);
-    if (result.hexadecimal == hexadecimal)
-        return;
-    m_format.sendMsgFormat = int(MessageFormat::Hexadecimal);
-    updateDisplay();
-    markSettingsDirty();
+    m_desk->insert(bytes);
 }
 
 void SerialPortWidget::sendBytes(const QByteArray& bytes)
@@ -418,7 +402,7 @@ void SerialPortWidget::setFormatSetting(const FormatSetting& format)
 {
     const QScopedValueRollback applying(m_applying, true);
     m_format = format;
-    m_send->setHistory(m_format.sendList);
+    m_desk->loadHistory();
     m_view->setSplitterSizes(m_format.splitterLeft, m_format.splitterRight);
     updateDisplay();
 }

@@ -15,6 +15,7 @@ class PaneLog;
 class PaneView;
 class ReceivePipeline;
 class RepeatSender;
+class SendDesk;
 class SendPipeline;
 class SerialPortCatalog;
 class TransportWriter;
@@ -133,6 +134,7 @@ private:
     std::unique_ptr<PaneLog> m_log;
     std::unique_ptr<TransportWriter> m_writer;
     std::unique_ptr<SendPipeline> m_send;
+    std::unique_ptr<SendDesk> m_desk;
     std::unique_ptr<RepeatSender> m_repeat;
     std::unique_ptr<ConnectionSupervisor> m_supervisor;
     std::unique_ptr<LampBlinker> m_txBlink;

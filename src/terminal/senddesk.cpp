@@ -1,0 +1,58 @@
+#include "terminal/senddesk.h"
+
+#include "app/settings/formatsetting.h"
+#include "terminal/format/sendmodes.h"
+#include "terminal/sendeditor.h"
+#include "terminal/sendinsertion.h"
+#include "terminal/sendpipeline.h"
+
+SendDesk::SendDesk(SendEditor& editor, SendPipeline& pipeline, FormatSetting& format)
+    : m_editor(editor)
+    , m_pipeline(pipeline)
+    , m_format(format)
+{
+    connect(&editor, &SendEditor::historyChosen, this,
+        [this](int index) { m_editor.setText(m_pipeline.history().entryAt(index)); });
+    connect(&pipeline, &SendPipeline::historyChanged, this, [this] {
+        m_format.sendList = m_pipeline.history().entries();
+        m_editor.setHistory(m_pipeline.history().labels());
+    });
+    connect(&pipeline, &SendPipeline::editorTextReplaced, &editor, &SendEditor::setText);
+    connect(&pipeline, &SendPipeline::editorFocusRequested, &editor, &SendEditor::focusEditor);
+}
+
+SendDesk::~SendDesk() = default;
+
+bool SendDesk::sendEditorText()
+{
+    const QString text = m_editor.text();
+    m_pipeline.sendText(text);
+    return !text.isEmpty();
+}
+
+void SendDesk::loadHistory()
+{
+    m_pipeline.setHistory(m_format.sendList);
+}
+
+void SendDesk::clear()
+{
+    m_editor.setText({});
+    m_pipeline.clearHistory();
+}
+
+void SendDesk::insert(const QByteArray& bytes)
+{
+    const bool hexadecimal = m_format.sendMsgFormat == int(MessageFormat::Hexadecimal);
+    const SendInsertion result =
+        SendInsertion::append(m_editor.text(), hexadecimal, m_format, bytes);
+    if (!result.error.isEmpty()) {
+        Q_EMIT statusMessage(result.error, SendPipeline::kEncodingErrorMs);
+        return;
+    }
+    m_editor.setText(result.text);
+    if (result.hexadecimal == hexadecimal)
+        return;
+    m_format.sendMsgFormat = int(MessageFormat::Hexadecimal);
+    Q_EMIT inputModeChanged();
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QObject>
+#include <functional>
+
+class SendEditor;
+class SendPipeline;
+struct FormatSetting;
+
+// Joins the send editor with the send pipeline: what is typed, chosen from the history or inserted
+// by a tool window on one side, what was sent and how the pipeline rewrites it on the other. Owned
+// by the pane; editor, pipeline and record outlive it.
+class SendDesk final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SendDesk)
+
+public:
+    SendDesk(SendEditor& editor, SendPipeline& pipeline, FormatSetting& format);
+    ~SendDesk() override;
+
+    // Sends the editor's text. True when there was one to send, whatever became of it.
+    bool sendEditorText();
+    // The history of the record becomes the one that is offered.
+    void loadHistory();
+    // Empties editor and history.
+    void clear();
+    // Puts bytes into the editor, see SendInsertion. Emits inputModeChanged() when the editor is to
+    // be read as hexadecimal from now on; the record says so already.
+    void insert(const QByteArray& bytes);
+
+Q_SIGNALS:
+    void inputModeChanged();
+    void statusMessage(const QString& text, int timeoutMs);
+
+private:
+    SendEditor& m_editor;
+    SendPipeline& m_pipeline;
+    FormatSetting& m_format;
+};
