@@ -7,6 +7,7 @@
 #include "terminal/connectionpanel.h"
 #include "terminal/connectionsummary.h"
 #include "terminal/connectionsupervisor.h"
+#include "terminal/format/sendmodes.h"
 #include "terminal/lampblinker.h"
 #include "terminal/noticebar.h"
 #include "terminal/panelog.h"
@@ -158,8 +159,10 @@ void SerialPortWidget::wireConnection()
     connect(supervisor, &ConnectionSupervisor::stateChanged, this, &SerialPortWidget::showState);
     connect(supervisor, &ConnectionSupervisor::statusMessage, this,
         &SerialPortWidget::showStatusMessage);
-    connect(supervisor, &ConnectionSupervisor::errorOccurred, this,
-        [this](const QString& text) { m_view->noticeBar().showError(text); });
+    connect(supervisor, &ConnectionSupervisor::errorOccurred, this, [this](const QString& text) {
+        m_connectionError = text;
+        m_view->noticeBar().showError(text);
+    });
     connect(supervisor, &ConnectionSupervisor::serialPortReconnected, this,
         [this](const QString& name) {
             m_settings.portName = name;
@@ -202,7 +205,7 @@ bool SerialPortWidget::start(const QString& portName, bool quiet)
         showState();
         return true;
     }
-    m_view->noticeBar().hide();
+    m_view->noticeBar().clearError(m_connectionError);
     applySettings();
     return m_supervisor->start(quiet);
 }
@@ -280,7 +283,7 @@ void SerialPortWidget::onSendClicked()
 
 void SerialPortWidget::onOpened()
 {
-    m_view->noticeBar().hide();
+    m_view->noticeBar().clearError(m_connectionError);
     if (m_receive->runState() == RunState::Stopped)
         m_receive->start();
     m_repeat->paneStarted();
@@ -421,6 +424,9 @@ void SerialPortWidget::applyFormat()
     m_log->setPane(format, m_settings.portName, connectionSummary());
     m_send->setFormatSetting(format);
     m_view->receiveView().setDisplayFont(format.displayFont);
+    // A row of hexadecimal ends between bytes, not in one.
+    m_view->receiveView().setWrapAtBlanks(
+        format.receiveMsgFormat == int(MessageFormat::Hexadecimal));
     m_view->sendEditor().setDisplayFont(format.displayFont);
     m_view->activityRow().setLampsVisible(format.showControlLineLeds);
     m_repeat->setInterval(format.sendInterval, format.sendTimeUnit);

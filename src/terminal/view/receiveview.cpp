@@ -253,6 +253,13 @@ void ReceiveView::setLineWrap(bool wrap)
     Q_EMIT visibleRangeChanged();
 }
 
+void ReceiveView::setWrapAtBlanks(bool on)
+{
+    const auto mode = on ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::WrapAnywhere;
+    if (edit_->wordWrapMode() != mode)
+        edit_->setWordWrapMode(mode);
+}
+
 bool ReceiveView::lineWrap() const
 {
     return edit_->lineWrapMode() == QPlainTextEdit::WidgetWidth;

@@ -80,6 +80,8 @@ public:
     void zoomBy(int points);
     void setLineWrap(bool wrap);
     [[nodiscard]] bool lineWrap() const;
+    // Wrapped rows end at blanks where there are some, instead of in any column.
+    void setWrapAtBlanks(bool on);
     // Off: a plain reader's view. Keys scroll and select, Tab moves the focus.
     void setTypingEnabled(bool enabled);
     [[nodiscard]] bool isTypingEnabled() const;
