@@ -11,6 +11,7 @@
 #include "app/settings/settingsservice.h"
 #include "app/toolwindows.h"
 #include "app/windowgeometry.h"
+#include "connections/seriallink.h"
 #include "terminal/serialportwidget.h"
 
 #include <QAction>
@@ -205,10 +206,11 @@ bool MainWindow::openPane(int index, const QString& portName, bool quiet)
     const QString text = serial ? tr("Serial Port %1 OPEN FAILED").arg(pane->settings().portName)
                                 : tr("%1 OPEN FAILED").arg(pane->connectionSummary());
     qWarning().noquote() << text;
-    // The controller's reason opens with the same words.
+    // The box says already what the full message begins with.
     QString reason = pane->lastError();
-    if (reason.startsWith(text + "! ERROR: "_L1))
-        reason.remove(0, text.size() + "! ERROR: "_L1.size());
+    const QString beginning = SerialLink::openFailureText(pane->settings().portName);
+    if (reason.startsWith(beginning))
+        reason.remove(0, beginning.size());
     if (index == 0 && quiet)
         m_statusBar->showError(text, reason);
     else if (index == 0)

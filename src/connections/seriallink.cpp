@@ -107,10 +107,14 @@ void SerialLink::applyLineParameters(const Settings& settings, Parameters which)
         check(m_port.setFlowControl(flowControl), tr("the flow control"));
 }
 
+QString SerialLink::openFailureText(const QString& displayName)
+{
+    return tr("Serial Port %1 OPEN FAILED! ERROR: ").arg(displayName);
+}
+
 void SerialLink::reportOpenFailure(const QString& displayName)
 {
-    const QString text =
-        tr("Serial Port %1 OPEN FAILED! ERROR: ").arg(displayName) + m_port.errorString();
+    const QString text = openFailureText(displayName) + m_port.errorString();
     const QString advice =
         serialOpenAdvice(m_port.error(), serialDeviceFacts(serialDevicePath(m_port.portName())));
     Q_EMIT errorOccurred(advice.isEmpty() ? text : QString(text + u'\n' + advice));

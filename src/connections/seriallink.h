@@ -32,6 +32,8 @@ public:
     // `quiet` keeps the failure, not the success, to itself.
     bool open(
         const Settings& settings, const QString& portName, const QString& displayName, bool quiet);
+    // How the text of a failed open begins; the device's own words follow.
+    [[nodiscard]] static QString openFailureText(const QString& displayName);
     [[nodiscard]] bool isOpen() const { return m_port.isOpen(); }
     // Drops the outputs and closes. What was received and not read is discarded.
     void close(const QString& displayName);
