@@ -128,7 +128,7 @@ private:
     FormatSetting m_format;
     ReadGate m_gate;
     QString m_connectionError; // as the notice shows it
-    bool m_applying = false; // records are being shown: no edit of a person
+    bool m_applying = false;   // records are being shown: no edit of a person
     PaneView* m_view;
     std::unique_ptr<ConnectionController> m_controller;
     std::unique_ptr<ReceivePipeline> m_receive;
