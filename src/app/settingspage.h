@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QWidget>
+
+#include <functional>
+#include <vector>
+
+class FieldNote;
+class QFormLayout;
+class QLabel;
+
+// One page of a settings dialog: fields that edit a part of a record. A page shows a record
+// (load), carries what was changed into a record (store; see takeEdits()) and says what is wrong
+// at the field where it is wrong, while it is being typed. It decides nothing and opens nothing.
+class SettingsPage : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SettingsPage)
+
+public:
+    explicit SettingsPage(QWidget* parent = nullptr);
+    ~SettingsPage() override;
+
+    // The first thing that keeps the page from being accepted, for people; empty when all is well.
+    [[nodiscard]] const QString& problem() const { return m_problem; }
+    // The field to put right, null when all is well.
+    [[nodiscard]] QWidget* problemField() const { return m_problemField; }
+
+Q_SIGNALS:
+    // Something on the page changed, by a person or by loading; problem() is up to date.
+    void changed();
+
+protected:
+    using Check = std::function<QString()>; // what is wrong for people, or nothing
+
+    // The form of a page: labels and fields on the 8 pixel grid.
+    [[nodiscard]] QFormLayout* makeForm();
+    // A row below the field's row that tells what the check finds. What it finds keeps the page
+    // from being accepted.
+    void addCheck(QFormLayout* form, QWidget* field, Check check);
+    // A row of explanation below the field's row.
+    static QLabel* addHint(QFormLayout* form, const QString& text);
+    // Runs the checks and tells: to be called after every edit and at the end of loading.
+    void revalidate();
+
+private:
+    struct Rule
+    {
+        QFormLayout* form;
+        QWidget* field;
+        FieldNote* note;
+        Check check;
+    };
+
+    std::vector<Rule> m_rules;
+    QString m_problem;
+    QWidget* m_problemField = nullptr;
+};
