@@ -1,0 +1,118 @@
+#pragma once
+
+#include "connections/fanoutmode.h"
+#include "connections/peerallowlist.h"
+
+#include <QTcpServer>
+#include <QTimer>
+#include <memory>
+#include <vector>
+
+class ServerClient;
+
+// A TCP server for any number of clients on one port.
+//
+// Data flow: accepted socket -> queue of its ServerClient -> newMessage(key) -> takeMessage(key).
+// Sent bytes go to one client or to all. A client is known by its peer key ("address:port") from
+// clientArrived to clientGone, also when its socket has forgotten the address. Each client's
+// bounds are ServerClient's: one that floods is read no faster than it is taken from, one that
+// does not read is disconnected, and neither is felt by another.
+//
+// While reads are throttled nothing is read, and a client that leaves is reported gone only when
+// its last bytes could be handed over. Owned by the ConnectionController.
+class MultiClientServer final : public QTcpServer
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(MultiClientServer)
+
+public:
+    // Clients that reconnect all at once wait in the system's queue, not for its next SYN.
+    static constexpr int listenBacklog = 256;
+    // How long a client that closed may take to receive what is on its way to it.
+    static constexpr int lingerMs = 5000;
+    // After a failed accept (no descriptors left) the next attempt is made then.
+    static constexpr int acceptRetryMs = 1000;
+    // Of all clients that left while reads were throttled.
+    static constexpr qsizetype maxDepartedBytes = qsizetype{64} * 1024 * 1024;
+
+    explicit MultiClientServer(QObject* parent = nullptr);
+    ~MultiClientServer() override;
+
+    // Listens; port 0 lets the system choose. False, with errorString(), when that fails.
+    bool start(quint16 port, const QHostAddress& address);
+    // Listens no more and closes every client. What they sent is offered before, what was on its
+    // way to them goes as far as the system takes it at once.
+    void stop();
+
+    // Both are for clients that come from now on; those that are connected stay.
+    void setFanoutMode(FanoutMode mode) { m_fanout = mode; }
+    void setAllowedPeers(const QList<QString>& entries);
+    // Released, newMessage follows at once for every client that has something.
+    void setReadThrottled(bool on);
+    // Low delay for every client, now and later.
+    void setBridgeSocketTuning(bool on);
+
+    // To every connected client. The size of the data when at least one took it, otherwise 0.
+    qint64 broadcast(const QByteArray& data);
+    // False for no data, an unknown key, or a client that is not connected any more.
+    bool writeTo(const QString& peerKey, const QByteArray& data);
+    // What the client sent since the last call; empty for an unknown key.
+    QByteArray takeMessage(const QString& peerKey);
+    // Ends the connection of one client once what is on its way to it has left.
+    void disconnectClient(const QString& peerKey);
+
+    // In the order of arrival.
+    [[nodiscard]] QStringList clientKeys() const;
+    [[nodiscard]] int clientCount() const { return static_cast<int>(m_clients.size()); }
+    // The first connected client, or null.
+    [[nodiscard]] QTcpSocket* exclusiveOwner() const;
+    // From the socket's address as it is now, and from the time it was accepted (empty when it is
+    // no client).
+    [[nodiscard]] static QString peerKeyFor(const QTcpSocket* socket);
+    [[nodiscard]] QString rememberedKeyFor(const QTcpSocket* socket) const;
+    // What waits for the client that is ahead of all: a client that lags slows nobody down.
+    [[nodiscard]] qint64 pendingWriteBytes() const;
+
+Q_SIGNALS:
+    void connectionStateChange();
+    void newMessage(const QString& peerKey);
+    void clientArrived(const QString& peerKey);
+    void clientGone(const QString& peerKey);
+    void bytesWritten(qint64 bytes);
+    // The same, with the client that the system took them for.
+    void bytesWrittenTo(const QString& peerKey, qint64 bytes);
+    void connectionRefused(const QString& peer, const QString& reason);
+    // The client is disconnected because it does not read.
+    void clientStalled(const QString& peerKey, qint64 unsentBytes);
+    // The client left: what it sent and nobody took, and what did not reach it.
+    void bytesLost(const QString& peerKey, qint64 unreadBytes, qint64 unsentBytes);
+    // Connections cannot be accepted for now; said once until one was.
+    void acceptFailed(const QString& reason);
+
+private:
+    void handleNewConnection();
+    [[nodiscard]] QString refusalFor(const QHostAddress& address) const;
+    void accept(QTcpSocket* socket);
+    void wire(QTcpSocket* socket);
+    void tune(QTcpSocket* socket) const;
+    void onAcceptError();
+    void drainClient(const QTcpSocket* socket);
+    void onError(QTcpSocket* socket);
+    void clientDisconnected(const QTcpSocket* socket);
+    void depart(ServerClient& client);
+    void handOverDeparted(const QString& peerKey);
+    void remove(const ServerClient& client);
+    bool write(const QString& peerKey, const QByteArray& data);
+    [[nodiscard]] ServerClient* find(const QString& peerKey) const;
+    [[nodiscard]] ServerClient* find(const QTcpSocket* socket) const;
+    [[nodiscard]] qsizetype departedBytes() const;
+
+    PeerAllowlist m_allowed;
+    std::vector<std::unique_ptr<ServerClient>> m_clients; // in the order of arrival
+    QHash<QString, ServerClient*> m_byKey;
+    QTimer m_acceptRetry;
+    FanoutMode m_fanout = FanoutMode::Shared;
+    bool m_readThrottled = false;
+    bool m_bridgeTuning = false;
+    bool m_acceptFailureTold = false;
+};
