@@ -91,17 +91,10 @@ public:
     [[nodiscard]] std::optional<quint8> modemState() const { return m_modemState; }
 
 private:
-    // One request of the push: command and payload.
-    struct Request
-    {
-        quint8 command;
-        QByteArray payload;
-    };
-    using Push = std::array<Request, 7>;
+    // The requests that push a record, in the order in which they are sent.
+    using Push = std::array<QByteArray, 7>;
 
     void apply(const Rfc2217Codec::Event& event, QString& message);
-    QByteArray introduction();
-    QByteArray inquiries();
     QByteArray push(const Settings& settings);
 
     Rfc2217Codec m_codec{Rfc2217Codec::Role::Client};

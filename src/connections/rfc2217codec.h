@@ -113,15 +113,16 @@ public:
 private:
     enum class State { Data, Iac, Option, Sub, SubIac };
 
+    // Where the results of one decode() go.
     struct Sink;
 
-    void takeByte(quint8 byte, const Sink& sink);
-    void handleIac(quint8 byte, const Sink& sink);
-    void handleOption(quint8 option, const Sink& sink);
-    void handleSubIac(quint8 byte, const Sink& sink);
+    void takeByte(quint8 byte, Sink& sink);
+    void handleIac(quint8 byte, Sink& sink);
+    void handleOption(quint8 option, Sink& sink);
+    void handleSubIac(quint8 byte, Sink& sink);
+    void handleSubnegotiation(Sink& sink);
     void appendToSub(const char* bytes, qsizetype count);
-    void handleSubnegotiation(const Sink& sink);
-    void announce(QHash<quint8, bool>& table, quint8 option, bool on, QByteArray* reply);
+    static void announce(QHash<quint8, bool>& table, quint8 verb, quint8 option, Sink& sink);
 
     Role m_role;
     State m_state = State::Data;

@@ -58,7 +58,7 @@ public:
     // Resets, and gives the bytes to send first.
     QByteArray begin();
     Outcome receive(const QByteArray& bytes, const Settings& settings);
-    // What one request asks for and how it is answered.
+    // What one request asks for and how it is answered; the settings as sanitized() gives them.
     [[nodiscard]] static Outcome apply(const Event& event, const Settings& settings);
 
     // For the client, when the port's inputs have the levels `state` (Rfc2217::ModemState); empty

@@ -18,7 +18,8 @@ struct Layer
     bool widgets;
 };
 
-// Longest folder first, so that the first match is the right one.
+// Longest first, so that the first match is the right one; the engine of RFC 2217 shares a folder
+// with the transports above it.
 constexpr std::array layers{
     Layer{"app/log/"_L1, 6, false},
     Layer{"app/settings/"_L1, 2, false},
@@ -27,6 +28,7 @@ constexpr std::array layers{
     Layer{"terminal/view/"_L1, 7, true},
     Layer{"bridge/"_L1, 3, false},
     Layer{"transfer/"_L1, 3, false},
+    Layer{"connections/rfc2217"_L1, 3, false},
     Layer{"connections/"_L1, 5, false},
     Layer{"terminal/"_L1, 8, true},
     Layer{"tools/"_L1, 9, true},
