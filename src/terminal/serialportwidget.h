@@ -2,30 +2,28 @@
 
 #include "app/settings/formatsetting.h"
 #include "app/settings/settings.h"
-#include "terminal/readgate.h"
 #include "terminal/runstate.h"
 
 #include <QWidget>
 #include <memory>
 
 class ConnectionController;
-class ConnectionSupervisor;
 class LampBlinker;
-class PaneLog;
+class PaneRecords;
+class PaneTraffic;
 class PaneView;
-class ReceivePipeline;
+class ReceiveDesk;
 class RepeatSender;
+class RunControl;
 class SendDesk;
-class SendPipeline;
 class SerialPortCatalog;
-class TransportWriter;
 
-// One port pane: a terminal on one transport. A façade over the collaborators that carry the two
-// roads and the view that shows them; here they are wired and nothing else happens.
+// One port pane: a terminal on one transport. A façade over the collaborators that do the work and
+// the view that shows it; here they are wired and nothing else happens.
 //
-// Received: controller -> ReceivePipeline -> ReceiveView. Sent: editor, repeat timer and typed
-// keys -> SendPipeline -> TransportWriter -> controller. The ConnectionSupervisor opens, closes
-// and regains the connection. Owned by the main window; owns everything named here.
+// PaneTraffic carries the bytes both ways, RunControl opens, pauses and closes, PaneRecords holds
+// what the panels edit, the desks join the widgets with the traffic. Owned by the main window; owns
+// everything named here.
 class SerialPortWidget final : public QWidget
 {
     Q_OBJECT
@@ -63,16 +61,16 @@ public:
     // The data log. flushLog() writes what was recorded so far, false with a text for people when
     // that fails; the name of the file is unresolved ("NULL") before the first text.
     void setLogRecording(bool on);
-    [[nodiscard]] bool isLogRecording() const { return m_format.logSaveFlag; }
+    [[nodiscard]] bool isLogRecording() const;
     bool flushLog(QString* error);
-    [[nodiscard]] QString currentLogFile() const { return m_format.currentLogFileName; }
+    [[nodiscard]] QString currentLogFile() const;
 
     // Commits the panel's editors to the records, and shows the records in the panel.
     void updateSettings();
     void updateDisplay();
-    [[nodiscard]] const Settings& settings() const { return m_settings; }
+    [[nodiscard]] const Settings& settings() const;
     void setSettings(const Settings& settings);
-    [[nodiscard]] const FormatSetting& formatSetting() const { return m_format; }
+    [[nodiscard]] const FormatSetting& formatSetting() const;
     void setFormatSetting(const FormatSetting& format);
 
     [[nodiscard]] qint64 receivedBytes() const;
@@ -102,42 +100,28 @@ Q_SIGNALS:
     void rxTapped(const QByteArray& bytes, const QString& peer);
 
 private:
-    void wireReceivedRoad();
-    void wireSentRoad();
-    void wireTypedKeys();
-    void wireConnection();
+    void wireTraffic();
+    void wireSending();
+    void wireReceiveView();
+    void wireRun();
+    void wireRecords();
     void wirePanels();
 
-    void onReadData();
-    void readUdpSocket();
-    void onThrottleRequested(bool on);
     void onSendClicked();
-    void onOpened();
-    void onClosed();
-    void onSettingsEdited();
-    void onFormatEdited();
     void showState();
+    void showSplitter();
     void tellIfNothingSent(bool sent);
-    void askWhereToSave();
-    void applySettings();
     void applyFormat();
-    void markSettingsDirty();
 
     SerialPortCatalog& m_catalog;
-    Settings m_settings;
-    FormatSetting m_format;
-    ReadGate m_gate;
-    QString m_connectionError; // as the notice shows it
-    bool m_applying = false;   // records are being shown: no edit of a person
     PaneView* m_view;
+    std::unique_ptr<PaneRecords> m_records;
     std::unique_ptr<ConnectionController> m_controller;
-    std::unique_ptr<ReceivePipeline> m_receive;
-    std::unique_ptr<PaneLog> m_log;
-    std::unique_ptr<TransportWriter> m_writer;
-    std::unique_ptr<SendPipeline> m_send;
-    std::unique_ptr<SendDesk> m_desk;
+    std::unique_ptr<PaneTraffic> m_traffic;
+    std::unique_ptr<RunControl> m_run;
+    std::unique_ptr<SendDesk> m_sendDesk;
+    std::unique_ptr<ReceiveDesk> m_receiveDesk;
     std::unique_ptr<RepeatSender> m_repeat;
-    std::unique_ptr<ConnectionSupervisor> m_supervisor;
     std::unique_ptr<LampBlinker> m_txBlink;
     std::unique_ptr<LampBlinker> m_rxBlink;
 };

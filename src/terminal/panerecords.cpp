@@ -1,0 +1,74 @@
+#include "terminal/panerecords.h"
+
+#include "app/settings/settingsservice.h"
+#include "terminal/connectionpanel.h"
+#include "terminal/receivepanel.h"
+#include "terminal/sendpanel.h"
+
+#include <QScopedValueRollback>
+
+PaneRecords::PaneRecords(ConnectionPanel& connection, ReceivePanel& receive, SendPanel& send)
+    : m_settings(SettingsService::defaultPortSettings({}))
+    , m_format(SettingsService::defaultFormatSettings())
+    , m_connectionPanel(connection)
+    , m_receivePanel(receive)
+    , m_sendPanel(send)
+{
+    connect(&connection, &ConnectionPanel::edited, this, &PaneRecords::onConnectionEdited);
+    connect(&receive, &ReceivePanel::edited, this, &PaneRecords::onFormatEdited);
+    connect(&send, &SendPanel::edited, this, &PaneRecords::onFormatEdited);
+}
+
+PaneRecords::~PaneRecords() = default;
+
+void PaneRecords::setSettings(const Settings& settings)
+{
+    m_settings = settings;
+    show();
+}
+
+void PaneRecords::setFormat(const FormatSetting& format)
+{
+    const QScopedValueRollback showing(m_showing, true);
+    m_format = format;
+    Q_EMIT formatReplaced();
+    show();
+}
+
+void PaneRecords::store()
+{
+    m_connectionPanel.store(m_settings);
+    m_receivePanel.store(m_format);
+    m_sendPanel.store(m_format);
+    Q_EMIT formatChanged();
+}
+
+void PaneRecords::show()
+{
+    const QScopedValueRollback showing(m_showing, true);
+    m_connectionPanel.load(m_settings);
+    m_receivePanel.load(m_format);
+    m_sendPanel.load(m_format);
+    Q_EMIT formatChanged();
+}
+
+void PaneRecords::markEdited()
+{
+    if (!m_showing)
+        Q_EMIT edited();
+}
+
+void PaneRecords::onConnectionEdited()
+{
+    store();
+    m_settings.useTargetHost(m_settings.targetHost);
+    Q_EMIT connectionEdited();
+    show();
+    markEdited();
+}
+
+void PaneRecords::onFormatEdited()
+{
+    store();
+    markEdited();
+}

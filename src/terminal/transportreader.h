@@ -1,0 +1,35 @@
+#pragma once
+
+#include "terminal/readgate.h"
+
+#include <QObject>
+
+class ConnectionController;
+class ReceivePipeline;
+struct Settings;
+
+// Takes what the transport of the pane's settings has received and hands it to the receive
+// pipeline, as long as no reason holds the reading back. Streams are throttled in the controller;
+// datagrams wait in their socket. No buffers here. Owned by the pane; everything else outlives it.
+class TransportReader final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(TransportReader)
+
+public:
+    TransportReader(
+        ConnectionController& controller, ReceivePipeline& receive, const Settings& settings);
+    ~TransportReader() override;
+
+    // Sets or clears one reason not to read. When the last one is cleared, what waits is read.
+    void throttle(ReadGate::Reason reason, bool on);
+
+private:
+    void readStream();
+    void readDatagrams();
+
+    ConnectionController& m_controller;
+    ReceivePipeline& m_receive;
+    const Settings& m_settings;
+    ReadGate m_gate;
+};
