@@ -1,0 +1,375 @@
+#include "connections/rfc2217codec.h"
+#include "connections/rfc2217values.h"
+
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Codec = Rfc2217Codec;
+using Event = Codec::Event;
+using Role = Codec::Role;
+
+QByteArray hex(const char* digits)
+{
+    return QByteArray::fromHex(digits);
+}
+
+// "type:value", an inquiry with "?", a line with "+" or "-", a signature with its text.
+QByteArray describe(const QList<Event>& events, bool fromServer)
+{
+    constexpr const char* names[] = {"baud", "bits", "parity", "stop", "flow", "break", "dtr",
+        "rts", "purge", "signature", "line", "modem"};
+    QByteArrayList words;
+    for (const Event& event : events) {
+        QByteArray word = names[int(event.type)];
+        if (event.inquiry)
+            word += '?';
+        else if (event.type >= Event::Type::Break && event.type <= Event::Type::Rts)
+            word += event.on ? '+' : '-';
+        else if (event.type == Event::Type::Signature)
+            word += ':' + event.payload;
+        else
+            word += ':' + QByteArray::number(event.value);
+        words << (event.fromServer == fromServer ? word : "wrong way " + word);
+    }
+    return words.join(' ');
+}
+
+struct Result
+{
+    QByteArray data;
+    QByteArray reply;
+    QByteArray events;
+};
+
+Result feed(Codec& codec, Role role, const QByteArrayList& chunks)
+{
+    Result result;
+    QList<Event> events;
+    for (const QByteArray& chunk : chunks)
+        result.data += codec.decode(chunk, &events, &result.reply);
+    result.events = describe(events, role == Role::Client);
+    return result;
+}
+
+QByteArrayList bytewise(const QByteArray& bytes)
+{
+    QByteArrayList chunks;
+    for (const char byte : bytes)
+        chunks << QByteArray(1, byte);
+    return chunks;
+}
+
+// Everything that has to survive a connection: each byte value, and runs of 0xFF.
+QByteArray difficultPayload()
+{
+    QByteArray bytes;
+    for (int value = 0; value < 256; ++value)
+        bytes.append(char(value));
+    for (int run = 1; run < 6; ++run)
+        bytes.append(run, '\xff').append(char(run)).append('\xf0');
+    return bytes + '\xff';
+}
+
+} // namespace
+
+class TestRfc2217Codec : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void decode_data();
+    void decode();
+    void payloadSurvivesEveryBorder();
+    void plainDataIsNotCopied();
+    void twoEndsComeToRest();
+    void repetitionIsAnsweredOnce();
+    void contradictionIsNotAmplified();
+    void longSubnegotiation_data();
+    void longSubnegotiation();
+    void comPortSupport_data();
+    void comPortSupport();
+    void modemStateMask();
+    void resetForgetsTheConversation();
+    void valueMapping();
+};
+
+void TestRfc2217Codec::decode_data()
+{
+    QTest::addColumn<Role>("role");
+    QTest::addColumn<QByteArray>("in");
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<QByteArray>("events");
+    const auto row = [](const char* name, Role role, const char* in, const char* data,
+                         const char* reply, const char* events) {
+        QTest::newRow(name) << role << hex(in) << hex(data) << hex(reply) << QByteArray(events);
+    };
+    constexpr Role server = Role::Server;
+    constexpr Role client = Role::Client;
+    row("plain", client, "0041fe", "0041fe", "", "");
+    row("doubled 0xFF", client, "41ffff42", "41ff42", "", "");
+    row("three doubled", server, "ffffffffffff", "ffffff", "", "");
+    row("other commands are dropped", client, "41fff142fff943fff0", "414243", "", "");
+    row("accepted options", server, "fffb00fffd00fffb03fffd03fffb2cfffd2c", "",
+        "fffd00fffb00fffd03fffb03fffd2cfffb2c", "");
+    row("refused options", client, "fffb01fffd18fffbff", "", "fffe01fffc18fffeff", "");
+    row("repeated requests", client, "fffb2cfffb2cfffd01fffd01", "", "fffd2cfffc01", "");
+    row("end of what was never begun", client, "fffc2cfffe2cfffc01fffe01", "", "", "");
+    row("end of what was agreed", client, "fffb00fffd03fffc00fffe03fffc00fffe03", "",
+        "fffd00fffb03fffe00fffc03", "");
+    row("data between options", client, "41fffb0042fffd0343", "414243", "fffd00fffb03", "");
+
+    row("baud", server, "fffa2c0100002580fff0", "", "", "baud:9600");
+    row("baud from a server", client, "fffa2c650001c200fff0", "", "", "baud:115200");
+    row("baud with doubled 0xFF", server, "fffa2c0100ffff00fffffff0", "", "", "baud:16711935");
+    row("baud inquiry", server, "fffa2c0100000000fff0", "", "", "baud?");
+    row("baud too short", server, "fffa2c01002580fff0", "", "", "");
+    row("wrong direction, client", client, "fffa2c0100002580fff0", "", "", "");
+    row("wrong direction, server", server, "fffa2c6500002580fff0", "", "", "");
+    row("data sizes", server,
+        "fffa2c0204fff0fffa2c0205fff0fffa2c0208fff0fffa2c0209fff0fffa2c0200fff0", "", "",
+        "bits? bits:5 bits:8 bits? bits?");
+    row("parities", client,
+        "fffa2c6700fff0fffa2c6701fff0fffa2c6702fff0fffa2c6703fff0fffa2c6704fff0fffa2c6705fff0"
+        "fffa2c6706fff0",
+        "", "", "parity? parity:0 parity:3 parity:2 parity:5 parity:4 parity?");
+    row("stop sizes", server,
+        "fffa2c0400fff0fffa2c0401fff0fffa2c0402fff0fffa2c0403fff0fffa2c0404fff0", "", "",
+        "stop? stop:1 stop:2 stop:3 stop?");
+    row("flow", server,
+        "fffa2c0500fff0fffa2c0501fff0fffa2c0502fff0fffa2c0503fff0fffa2c050dfff0fffa2c0511fff0", "",
+        "", "flow? flow:0 flow:2 flow:1");
+    row("break", server, "fffa2c0504fff0fffa2c0505fff0fffa2c0506fff0", "", "",
+        "break? break+ break-");
+    row("dtr", client, "fffa2c6907fff0fffa2c6908fff0fffa2c6909fff0", "", "", "dtr? dtr+ dtr-");
+    row("rts", client, "fffa2c690afff0fffa2c690bfff0fffa2c690cfff0", "", "", "rts? rts+ rts-");
+    row("states", client, "fffa2c6a60fff0fffa2c6bb0fff0fffa2c6bfffffff0", "", "",
+        "line:96 modem:176 modem:255");
+    row("without the byte", client, "fffa2c6bfff0fffa2c66fff0fffa2cfff0fffafff0", "", "", "");
+    row("dropped commands", server, "fffa2c08fff0fffa2c0901fff0fffa2c0a01fff0fffa2c0d01fff0", "",
+        "", "");
+    row("dropped responses", client, "fffa2c7101fff0fffa2cc801fff0fffa2cff01fff0", "", "", "");
+    row("purge", server, "fffa2c0c03fff0", "", "", "purge:3");
+    row("signatures", server, "fffa2c00fff0fffa2c004142fff0", "", "", "signature? signature:AB");
+    row("signature of a server", client, "fffa2c64fff0fffa2c6441fff0", "", "",
+        "signature: signature:A");
+    row("another option's", server, "41fffa18012cfff042", "4142", "", "");
+    row("broken off", server, "fffa2c0100fff141fffa2c0c01fff0", "41", "", "purge:1");
+    row("begun twice", server, "fffa2c0100fffa2c0c01fff0fffa2c0c02fff0", "2c0c01", "", "purge:2");
+}
+
+void TestRfc2217Codec::decode()
+{
+    QFETCH(Role, role);
+    QFETCH(QByteArray, in);
+    QFETCH(QByteArray, data);
+    QFETCH(QByteArray, reply);
+    QFETCH(QByteArray, events);
+    const QByteArray tail = "tail";
+    for (const QByteArrayList& chunks :
+        {QByteArrayList{in, tail}, bytewise(in + tail), QByteArrayList{in + tail}}) {
+        Codec codec(role);
+        const Result result = feed(codec, role, chunks);
+        QCOMPARE(result.data.toHex(), QByteArray(data + tail).toHex());
+        QCOMPARE(result.reply.toHex(), reply.toHex());
+        QCOMPARE(result.events, events);
+        QCOMPARE(codec.remoteSentIac(), in.contains('\xff'));
+    }
+}
+
+void TestRfc2217Codec::payloadSurvivesEveryBorder()
+{
+    const QByteArray payload = difficultPayload();
+    const QByteArray wire = Codec::encodePayload(payload);
+    QCOMPARE(wire.size(), payload.size() + payload.count('\xff'));
+    for (qsizetype border = 0; border <= wire.size(); ++border) {
+        Codec codec(Role::Client);
+        const Result result = feed(codec, Role::Client, {wire.first(border), wire.sliced(border)});
+        QCOMPARE(result.data, payload);
+        QVERIFY(result.reply.isEmpty() && result.events.isEmpty());
+    }
+    Codec codec(Role::Server);
+    for (qsizetype border = 0; border <= payload.size(); ++border) {
+        const QByteArrayList chunks{Codec::encodePayload(payload.first(border)),
+            Codec::encodePayload(payload.sliced(border))};
+        QCOMPARE(feed(codec, Role::Server, chunks).data, payload);
+    }
+    // The payload of a command is data as well.
+    QList<Event> events;
+    codec.decode(Codec::clientRequest(Rfc2217::Signature, payload), &events, nullptr);
+    QCOMPARE(events.value(0).payload, payload);
+}
+
+void TestRfc2217Codec::plainDataIsNotCopied()
+{
+    const QByteArray plain(1000, 'x');
+    Codec codec(Role::Client);
+    QCOMPARE(codec.decode(plain, nullptr, nullptr).constData(), plain.constData());
+    QCOMPARE(Codec::encodePayload(plain).constData(), plain.constData());
+}
+
+void TestRfc2217Codec::twoEndsComeToRest()
+{
+    Codec client(Role::Client);
+    Codec server(Role::Server);
+    QByteArray toServer = client.greeting();
+    QByteArray toClient = server.greeting();
+    QCOMPARE(toServer.toHex(), "fffb2cfffd2cfffb00fffd00fffb03fffd03");
+    QCOMPARE(toClient.toHex(), "fffb2cfffb00fffd00fffb03fffd03");
+    QByteArray answers;
+    for (int round = 0; round < 8 && toServer.size() + toClient.size() > 0; ++round) {
+        QByteArray fromServer;
+        QByteArray fromClient;
+        server.decode(toServer, nullptr, &fromServer);
+        client.decode(toClient, nullptr, &fromClient);
+        toServer = fromClient;
+        toClient = fromServer;
+        answers += fromServer + fromClient;
+    }
+    // The server has not asked for the client's option before, everything else was announced.
+    QCOMPARE(answers.toHex(), "fffd2c");
+    QVERIFY(client.remoteSupportsComPort() && server.remoteSupportsComPort());
+}
+
+void TestRfc2217Codec::repetitionIsAnsweredOnce()
+{
+    QByteArray every;
+    for (int option = 0; option < 256; ++option) {
+        for (const quint8 verb : {Rfc2217::WILL, Rfc2217::DO})
+            every.append('\xff').append(char(verb)).append(char(option));
+    }
+    Codec codec(Role::Server);
+    QByteArray reply;
+    codec.decode(every.repeated(100), nullptr, &reply);
+    QCOMPARE(reply.size(), every.size());
+}
+
+// A remote that turns every answer round is answered as long as it goes on, never with more.
+void TestRfc2217Codec::contradictionIsNotAmplified()
+{
+    Codec codec(Role::Client);
+    QByteArray in = codec.greeting();
+    for (int round = 0; round < 1000; ++round) {
+        for (qsizetype i = 1; i < in.size(); i += 3) {
+            constexpr quint8 turned[] = {Rfc2217::DONT, Rfc2217::DO, Rfc2217::WONT, Rfc2217::WILL};
+            in[i] = char(turned[quint8(in[i]) - Rfc2217::WILL]);
+        }
+        QByteArray reply;
+        codec.decode(in, nullptr, &reply);
+        QVERIFY(reply.size() <= in.size());
+        in = reply;
+    }
+}
+
+void TestRfc2217Codec::longSubnegotiation_data()
+{
+    QTest::addColumn<qsizetype>("size"); // option, command and text
+    QTest::addColumn<bool>("kept");
+    QTest::newRow("longest") << Codec::maxSubnegotiationBytes << true;
+    QTest::newRow("longer") << Codec::maxSubnegotiationBytes + 1 << false;
+    QTest::newRow("without end") << qsizetype(10'000'000) << false;
+}
+
+void TestRfc2217Codec::longSubnegotiation()
+{
+    QFETCH(qsizetype, size);
+    QFETCH(bool, kept);
+    const QByteArray text(size - 2, 'x');
+    Codec codec(Role::Server);
+    QList<Event> events;
+    const QByteArray wire = Codec::clientRequest(Rfc2217::Signature, text);
+    QCOMPARE(codec.decode(wire + "data", &events, nullptr), "data");
+    QCOMPARE(events.size(), kept ? 1 : 0);
+    codec.decode(Codec::clientRequest(Rfc2217::Signature, "short"), &events, nullptr);
+    QCOMPARE(events.last().payload, "short");
+}
+
+void TestRfc2217Codec::comPortSupport_data()
+{
+    QTest::addColumn<Role>("role");
+    QTest::addColumn<QByteArray>("in");
+    QTest::addColumn<bool>("supported");
+    const auto row = [](const char* name, Role role, const char* in, bool supported) {
+        QTest::newRow(name) << role << hex(in) << supported;
+    };
+    row("WILL", Role::Client, "fffb2c", true);
+    row("DO", Role::Client, "fffd2c", true);
+    row("another option", Role::Client, "fffb00fffd03", false);
+    row("client, WONT", Role::Client, "fffd2cfffc2c", true);
+    row("client, DONT", Role::Client, "fffb2cfffe2c", false);
+    row("server, WONT", Role::Server, "fffd2cfffc2c", false);
+    row("server, DONT", Role::Server, "fffb2cfffe2c", true);
+}
+
+void TestRfc2217Codec::comPortSupport()
+{
+    QFETCH(Role, role);
+    QFETCH(QByteArray, in);
+    Codec codec(role);
+    codec.greeting();
+    codec.decode(in, nullptr, nullptr);
+    QTEST(codec.remoteSupportsComPort(), "supported");
+}
+
+void TestRfc2217Codec::modemStateMask()
+{
+    Codec codec(Role::Server);
+    QVERIFY(codec.modemStateNotification(0xF0).isEmpty());
+    QList<Event> events;
+    codec.decode(hex("fffa2c0bb0fff0fffa2c0bfff0"), &events, nullptr);
+    QVERIFY(events.isEmpty());
+    QCOMPARE(codec.modemStateNotification(0xFF).toHex(), "fffa2c6bb0fff0");
+    QCOMPARE(codec.modemStateNotification(0x4F).toHex(), "fffa2c6b00fff0");
+    codec.decode(hex("fffa2c0bfffffff0"), &events, nullptr);
+    QCOMPARE(codec.modemStateNotification(0xFF).toHex(), "fffa2c6bfffffff0");
+    codec.decode(hex("fffa2c0b00fff0"), &events, nullptr);
+    QVERIFY(codec.modemStateNotification(0xFF).isEmpty());
+}
+
+// Whatever state the last conversation ended in, the next one goes as with a new codec.
+void TestRfc2217Codec::resetForgetsTheConversation()
+{
+    const QByteArray next = hex("41fffb2c42fffa2c0c01fff043");
+    for (const char* last : {"ff", "fffb", "fffa2c0c", "fffa2cff", "fffb2cfffa2c0bfffffff041"}) {
+        Codec used(Role::Server);
+        used.decode(hex(last), nullptr, nullptr);
+        used.reset();
+        QVERIFY(!used.remoteSentIac() && !used.remoteSupportsComPort());
+        QVERIFY(used.modemStateNotification(0xFF).isEmpty());
+        const Result result = feed(used, Role::Server, {next});
+        QCOMPARE(result.data, "ABC");
+        QCOMPARE(result.reply.toHex(), "fffd2c");
+        QCOMPARE(result.events, "purge:1");
+    }
+}
+
+void TestRfc2217Codec::valueMapping()
+{
+    // QSerialPort: no, even, odd, space, mark; anything else is none.
+    constexpr int parities[] = {0, 2, 3, 4, 5, 1, -1};
+    QByteArray wire;
+    for (const int parity : parities)
+        wire.append(char(Codec::parityToWire(parity)));
+    QCOMPARE(wire.toHex(), "01030205040101");
+    wire.clear();
+    for (const int stopBits : {1, 2, 3, 0, 4})
+        wire.append(char(Codec::stopSizeToWire(stopBits)));
+    QCOMPARE(wire.toHex(), "0102030101");
+    wire.clear();
+    for (const int flowControl : {0, 1, 2, 3})
+        wire.append(char(Codec::flowControlToWire(flowControl)));
+    QCOMPARE(wire.toHex(), "01030201");
+    wire.clear();
+    for (const auto type : {Event::Type::Break, Event::Type::Dtr, Event::Type::Rts}) {
+        wire.append(char(Codec::controlLineToWire(type, true)));
+        wire.append(char(Codec::controlLineToWire(type, false)));
+    }
+    QCOMPARE(wire.toHex(), "050608090b0c");
+    QCOMPARE(Codec::baudRatePayload(0x0001C2FF).toHex(), "0001c2ff");
+}
+
+QTEST_APPLESS_MAIN(TestRfc2217Codec)
+#include "tst_rfc2217codec.moc"
