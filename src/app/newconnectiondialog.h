@@ -32,7 +32,7 @@ public:
     void accept() override;
 
 private:
-    void buildLayout(bool canAddPane);
+    void buildLayout();
     void onChanged();
 
     Settings m_settings;

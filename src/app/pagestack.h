@@ -20,7 +20,7 @@ public:
     ~PageStack() override;
 
     // Takes the page over. `taken` as in assignMnemonics().
-    void addPage(SettingsPage* page, const QString& title, const QString& taken);
+    void addPage(SettingsPage* page, const QString& title, QLatin1StringView taken);
     void showPage(const SettingsPage* page);
     // "Page: what is wrong" of the first page that cannot be accepted, empty when all can.
     [[nodiscard]] QString problem() const;

@@ -31,6 +31,7 @@ public:
     void moveCurrent(int step);
 
 private:
+    void buildLayout();
     void fill();
     void addGroup(const QString& group);
     void updateMoveButtons();

@@ -75,8 +75,9 @@ Q_SIGNALS:
     void applied();
 
 private:
-    void buildPages(const SerialPortCatalog& catalog);
     void load();
+    void storeFormat(FormatSetting& format) const;
+    [[nodiscard]] bool isEdited() const;
     // False, with the fault shown, while something cannot be accepted.
     bool apply();
     void onChanged();

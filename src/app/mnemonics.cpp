@@ -1,0 +1,78 @@
+#include "app/mnemonics.h"
+
+#include <QAbstractButton>
+#include <QKeySequence>
+#include <QLabel>
+#include <QSet>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool isLatin(QChar c)
+{
+    return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
+}
+
+// Where the mnemonic goes: the first letter of a word, else any letter; -1 if all are taken.
+qsizetype placeIn(const QString& text, const QSet<QChar>& taken)
+{
+    qsizetype inside = -1;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text.at(i);
+        if (!isLatin(c) || taken.contains(c.toUpper()))
+            continue;
+        if (i == 0 || !text.at(i - 1).isLetter())
+            return i;
+        if (inside < 0)
+            inside = i;
+    }
+    return inside;
+}
+
+QString withMnemonic(QString text, QSet<QChar>& taken)
+{
+    if (const qsizetype place = placeIn(text, taken); place >= 0) {
+        taken.insert(text.at(place).toUpper());
+        return text.insert(place, u'&');
+    }
+    for (char16_t c = u'A'; c <= u'Z'; ++c) {
+        if (!taken.contains(c)) {
+            taken.insert(c);
+            return u"%1 (&%2)"_s.arg(text, QChar(c));
+        }
+    }
+    return text;
+}
+
+template<typename Widget>
+void assign(const QList<Widget*>& widgets, QSet<QChar>& taken)
+{
+    for (Widget* widget : widgets) {
+        const QString text = widget->text();
+        if (!text.isEmpty() && !text.contains(u'&'))
+            widget->setText(withMnemonic(text, taken));
+    }
+}
+
+} // namespace
+
+void assignMnemonics(QWidget& root, QLatin1StringView taken)
+{
+    QSet<QChar> letters;
+    for (const QChar c : QString(taken))
+        letters.insert(c);
+    QList<QLabel*> labels = root.findChildren<QLabel*>();
+    labels.removeIf([](const QLabel* label) { return label->buddy() == nullptr; });
+    const QList<QAbstractButton*> buttons = root.findChildren<QAbstractButton*>();
+    const auto note = [&letters](const QString& text) {
+        if (const QKeySequence key = QKeySequence::mnemonic(text); !key.isEmpty())
+            letters.insert(QChar(key[0].key()));
+    };
+    for (const QLabel* label : std::as_const(labels))
+        note(label->text());
+    for (const QAbstractButton* button : buttons)
+        note(button->text());
+    assign(labels, letters);
+    assign(buttons, letters);
+}
