@@ -37,13 +37,23 @@ struct Decoded
     }
 };
 
+// Through both forms, which must agree.
 static Decoded decoded(const QString& encoding, QByteArrayView bytes, const Chunks& chunks)
 {
     const auto decoder = WireTextCodecRegistry::createDecoder(encoding);
-    const auto feed = [&decoder](QByteArrayView chunk) { return decoder->decode(chunk); };
+    const auto appending = WireTextCodecRegistry::createDecoder(encoding);
+    QString appended = u"in front"_s;
+    const auto feed = [&](QByteArrayView chunk) {
+        WireTextDecoder::Result result = decoder->decode(chunk);
+        if (appending->decodeTo(chunk, appended) != result.invalidSequences)
+            result.text += u"(other count)"_s;
+        return result;
+    };
     Decoded all = fedInChunks<Decoded>(bytes, chunks, feed);
     if (decoder->invalidSequenceCount() != all.invalid)
         all.invalid = -1;
+    if (appended != u"in front" + all.text)
+        all.text += u"(other text)"_s;
     return all;
 }
 

@@ -15,7 +15,7 @@ class ConverterDecoder final : public WireTextDecoder
 public:
     explicit ConverterDecoder(QStringConverter::Encoding encoding);
 
-    [[nodiscard]] Result decode(QByteArrayView bytes) override;
+    qsizetype decodeTo(QByteArrayView bytes, QString& text) override;
     void reset() override;
 
 private:
@@ -25,12 +25,21 @@ private:
     public:
         using QStringDecoder::QStringDecoder;
         [[nodiscard]] qsizetype invalidCount() const { return state.invalidChars; }
+        [[nodiscard]] char16_t* appendUnits(char16_t* out, QByteArrayView bytes)
+        {
+            return reinterpret_cast<char16_t*>(
+                appendToBuffer(reinterpret_cast<QChar*>(out), bytes));
+        }
     };
 
-    [[nodiscard]] QChar* finishHeld(QChar* out, QByteArrayView& bytes);
+    [[nodiscard]] static qsizetype decodeLatin1(QByteArrayView bytes, QString& text);
+    [[nodiscard]] qsizetype decodeUtf8(QByteArrayView bytes, QString& text);
+    // What is held and what does not begin with ASCII; gives the end of what was written.
+    [[nodiscard]] char16_t* convertRest(char16_t* out, QByteArrayView bytes);
+    [[nodiscard]] char16_t* finishHeld(char16_t* out, QByteArrayView& bytes);
 
     CountingDecoder m_decoder;
-    bool m_multiByte; // UTF-8: characters of more than one byte exist
+    bool m_utf8; // otherwise Latin-1: each byte is its code unit
     std::array<char, 4> m_held{};
     qsizetype m_heldSize = 0; // at most 3 between calls
 };

@@ -1,11 +1,11 @@
 #include "terminal/text/framedlegacydecoder.h"
 
+#include "terminal/text/asciirun.h"
 #include "terminal/text/legacytable.h"
 
 #include <QByteArray>
 #include <QChar>
-#include <QtEndian>
-#include <bit>
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -29,30 +29,14 @@ struct FramedLegacyDecoder::Cursor
     char16_t* out = nullptr;
     qsizetype invalid = 0;
 
-    // At least one byte at the cursor is ASCII.
-    void copyAscii()
-    {
-        constexpr quint64 highBits = 0x8080808080808080U;
-        while (end - in >= 8) {
-            // Eight at a time, also when fewer are ASCII: the output has room for as many code
-            // units as there are bytes left, and what follows writes over the rest.
-            for (int i = 0; i < 8; ++i)
-                out[i] = in[i];
-            const quint64 high = qFromLittleEndian<quint64>(in) & highBits;
-            const int ascii = std::countr_zero(high) / 8;
-            in += ascii;
-            out += ascii;
-            if (ascii < 8)
-                return;
-        }
-        while (in < end && *in < 0x80)
-            *out++ = *in++;
-    }
+    void copyAscii() { copyAsciiRun(in, end, out); }
 
     void takeSingleBytes(const LegacyTable& table)
     {
-        while (in < end)
-            put(table.single(*in++));
+        char16_t* const first = out;
+        out = std::transform(in, end, first, [&table](uchar byte) { return table.single(byte); });
+        in = end;
+        invalid += std::count(first, out, kReplacement);
     }
 
     void put(char16_t unit)
@@ -66,29 +50,29 @@ FramedLegacyDecoder::FramedLegacyDecoder(const LegacyTable& table)
     : m_table(table)
 {}
 
-WireTextDecoder::Result FramedLegacyDecoder::decode(QByteArrayView bytes)
+qsizetype FramedLegacyDecoder::decodeTo(QByteArrayView bytes, QString& text)
 {
     if (bytes.isEmpty())
-        return {};
+        return 0;
     QByteArray joined;
     if (m_heldSize > 0) {
         joined.reserve(m_heldSize + bytes.size());
         joined.append(m_held.data(), m_heldSize).append(bytes);
         bytes = joined;
     }
-    Result result;
-    result.text = QString(bytes.size(), Qt::Uninitialized);
-    auto* const begin = reinterpret_cast<char16_t*>(result.text.data());
+    const qsizetype before = text.size();
+    text.resize(before + bytes.size());
+    auto* const begin = reinterpret_cast<char16_t*>(text.data());
     const auto* const in = reinterpret_cast<const uchar*>(bytes.data());
-    Cursor cursor{in, in + bytes.size(), begin};
+    Cursor cursor{in, in + bytes.size(), begin + before};
     decodeSpan(cursor);
 
     m_heldSize = cursor.end - cursor.in;
     std::memcpy(m_held.data(), cursor.in, std::size_t(m_heldSize));
-    result.text.truncate(cursor.out - begin);
-    result.invalidSequences = cursor.invalid;
+    if (cursor.out != begin + text.size())
+        text.truncate(cursor.out - begin);
     m_invalidSequences += cursor.invalid;
-    return result;
+    return cursor.invalid;
 }
 
 void FramedLegacyDecoder::reset()

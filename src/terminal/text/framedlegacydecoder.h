@@ -18,7 +18,7 @@ public:
     // The table must outlive the decoder.
     explicit FramedLegacyDecoder(const LegacyTable& table);
 
-    [[nodiscard]] Result decode(QByteArrayView bytes) override;
+    qsizetype decodeTo(QByteArrayView bytes, QString& text) override;
     void reset() override;
 
 private:

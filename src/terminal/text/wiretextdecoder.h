@@ -25,7 +25,17 @@ public:
     virtual ~WireTextDecoder() = default;
     Q_DISABLE_COPY_MOVE(WireTextDecoder)
 
-    [[nodiscard]] virtual Result decode(QByteArrayView bytes) = 0;
+    // Appends the text of the chunk and gives the number of invalid sequences met in it. A serial
+    // line delivers a few bytes at a time: a caller that appends chunk after chunk to one text
+    // pays for the memory of none of them.
+    virtual qsizetype decodeTo(QByteArrayView bytes, QString& text) = 0;
+    // The same as a text of its own.
+    [[nodiscard]] Result decode(QByteArrayView bytes)
+    {
+        Result result;
+        result.invalidSequences = decodeTo(bytes, result.text);
+        return result;
+    }
     // Drops held bytes and state and counts from zero again.
     virtual void reset() = 0;
     // All invalid sequences since the start or the last reset().
