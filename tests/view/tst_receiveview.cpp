@@ -1,6 +1,5 @@
 #include "randomtext.h"
 #include "terminal/view/receiveview.h"
-#include "terminal/view/softbreaks.h"
 
 #include <QAbstractScrollArea>
 #include <QAction>
@@ -62,7 +61,6 @@ private Q_SLOTS:
     void cleanup() { view_.reset(); }
     void matchesModel_data();
     void matchesModel();
-    void clusterIsNotCut();
     void followsOnlyAtTheBottom_data();
     void followsOnlyAtTheBottom();
     void staysAtTheBottom();
@@ -144,17 +142,6 @@ void TestReceiveView::matchesModel()
     QCOMPARE(view_->textAt(removed, model.size()), model);
     view_->selectAll();
     QCOMPARE(view_->selectedText(), model);
-}
-
-void TestReceiveView::clusterIsNotCut()
-{
-    SoftBreaks breaks;
-    const QString row(SoftBreaks::rowLimit, u'x');
-    QCOMPARE(breaks.fold(row, 0, 0), row);
-    QCOMPARE(breaks.fold(u"\u0301y"_s, row.size(), row.size()), u"\u0301\ny"_s);
-    QCOMPARE(breaks.fold(u"\n"_s, row.size() + 2, SoftBreaks::rowLimit + 1), u"\n"_s);
-    QString pair = row.chopped(1) + u"\U0001F600z"_s;
-    QCOMPARE(breaks.fold(pair, 10'000, 0), row.chopped(1) + u"\U0001F600\nz"_s);
 }
 
 void TestReceiveView::followsOnlyAtTheBottom_data()

@@ -1,12 +1,12 @@
 #include "terminal/view/receivekeyboard.h"
 
-#include "terminal/view/receiveedit.h"
+#include "terminal/view/receivearea.h"
+#include "terminal/view/receiveinput.h"
 #include "terminal/view/receiveview.h"
 #include "terminal/view/terminalkeymap.h"
 
 #include <QInputMethodEvent>
 #include <QKeyEvent>
-#include <QScrollBar>
 #include <array>
 
 namespace {
@@ -40,16 +40,16 @@ constexpr std::array clipKeys{
 struct Extension
 {
     int key;
-    QTextCursor::MoveOperation operation;
+    CaretStep step;
 };
 
 constexpr std::array extensions{
-    Extension{Qt::Key_Left, QTextCursor::Left},
-    Extension{Qt::Key_Right, QTextCursor::Right},
-    Extension{Qt::Key_Up, QTextCursor::Up},
-    Extension{Qt::Key_Down, QTextCursor::Down},
-    Extension{Qt::Key_Home, QTextCursor::StartOfLine},
-    Extension{Qt::Key_End, QTextCursor::EndOfLine},
+    Extension{Qt::Key_Left, CaretStep::Left},
+    Extension{Qt::Key_Right, CaretStep::Right},
+    Extension{Qt::Key_Up, CaretStep::Up},
+    Extension{Qt::Key_Down, CaretStep::Down},
+    Extension{Qt::Key_Home, CaretStep::RowStart},
+    Extension{Qt::Key_End, CaretStep::RowEnd},
 };
 
 const Clip* clipOf(const QKeyEvent& event)
@@ -63,20 +63,20 @@ const Clip* clipOf(const QKeyEvent& event)
 
 } // namespace
 
-ReceiveKeyboard::ReceiveKeyboard(ReceiveView& view, ReceiveEdit& edit)
+ReceiveKeyboard::ReceiveKeyboard(ReceiveView& view, ReceiveArea& area)
     : QObject(&view)
     , view_(view)
-    , edit_(edit)
+    , area_(area)
 {
-    edit.installEventFilter(this);
+    area.installEventFilter(this);
     setTypingEnabled(true);
 }
 
 void ReceiveKeyboard::setTypingEnabled(bool enabled)
 {
     typing_ = enabled;
-    edit_.setAttribute(Qt::WA_InputMethodEnabled, enabled);
-    edit_.setInputMark(enabled);
+    area_.setAttribute(Qt::WA_InputMethodEnabled, enabled);
+    area_.setInputMark(enabled);
 }
 
 bool ReceiveKeyboard::eventFilter(QObject* watched, QEvent* event)
@@ -96,12 +96,9 @@ bool ReceiveKeyboard::eventFilter(QObject* watched, QEvent* event)
         event->setAccepted(press(key));
         return true;
     }
-    case QEvent::InputMethod: {
-        const QString text = static_cast<const QInputMethodEvent*>(event)->commitString();
-        if (typing_ && !text.isEmpty())
-            Q_EMIT textTyped(text);
+    case QEvent::InputMethod:
+        compose(static_cast<const QInputMethodEvent&>(*event));
         return true;
-    }
     case QEvent::InputMethodQuery:
         return answer(static_cast<QInputMethodQueryEvent&>(*event));
     default:
@@ -160,7 +157,7 @@ bool ReceiveKeyboard::selectionKey(const QKeyEvent& event)
         return false;
     for (const Extension& extension : extensions) {
         if (event.key() == extension.key) {
-            edit_.extendSelection(extension.operation);
+            area_.extendSelection(extension.step);
             return true;
         }
     }
@@ -172,9 +169,9 @@ bool ReceiveKeyboard::scrollKey(const QKeyEvent& event)
     const int key = event.key();
     const Qt::KeyboardModifiers modifiers = modifiersOf(event);
     if (modifiers == Qt::ShiftModifier && (key == Qt::Key_PageUp || key == Qt::Key_PageDown)) {
-        edit_.scrollPages(key == Qt::Key_PageUp ? -1 : 1);
+        area_.scrollPages(key == Qt::Key_PageUp ? -1 : 1);
     } else if (modifiers == ctrlShift && key == Qt::Key_Home) {
-        edit_.verticalScrollBar()->setValue(0);
+        area_.scrollToTop();
     } else if (modifiers == ctrlShift && key == Qt::Key_End) {
         view_.scrollToEnd();
     } else if (modifiers.testFlag(Qt::ControlModifier)
@@ -184,7 +181,7 @@ bool ReceiveKeyboard::scrollKey(const QKeyEvent& event)
         view_.zoomBy(-1);
     } else if (modifiers.testFlag(Qt::ControlModifier)
                && (key == Qt::Key_Tab || key == Qt::Key_Backtab)) {
-        edit_.moveFocus(key == Qt::Key_Tab && modifiers == Qt::ControlModifier);
+        area_.moveFocus(key == Qt::Key_Tab && modifiers == Qt::ControlModifier);
     } else {
         return false;
     }
@@ -199,18 +196,17 @@ bool ReceiveKeyboard::readerKey(const QKeyEvent& event)
     }
     if (modifiersOf(event) != noModifier)
         return false;
-    QScrollBar* bar = edit_.verticalScrollBar();
     switch (event.key()) {
     case Qt::Key_Up:
     case Qt::Key_Down:
-        bar->setValue(bar->value() + (event.key() == Qt::Key_Up ? -1 : 1));
+        area_.scrollRows(event.key() == Qt::Key_Up ? -1 : 1);
         return true;
     case Qt::Key_PageUp:
     case Qt::Key_PageDown:
-        edit_.scrollPages(event.key() == Qt::Key_PageUp ? -1 : 1);
+        area_.scrollPages(event.key() == Qt::Key_PageUp ? -1 : 1);
         return true;
     case Qt::Key_Home:
-        bar->setValue(0);
+        area_.scrollToTop();
         return true;
     case Qt::Key_End:
         view_.scrollToEnd();
@@ -239,17 +235,33 @@ bool ReceiveKeyboard::typeKey(const QKeyEvent& event)
     return false;
 }
 
+void ReceiveKeyboard::compose(const QInputMethodEvent& event)
+{
+    if (!typing_)
+        return;
+    area_.compose(event);
+    if (!event.commitString().isEmpty())
+        Q_EMIT textTyped(event.commitString());
+}
+
 bool ReceiveKeyboard::answer(QInputMethodQueryEvent& query) const
 {
     if (!typing_)
         return false;
-    if (query.queries() & Qt::ImEnabled)
-        query.setValue(Qt::ImEnabled, true);
-    if (query.queries() & Qt::ImHints)
-        query.setValue(Qt::ImHints, int(Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase));
-    // Candidates are shown where the mark of the input stands, not where the reader selects.
-    if (query.queries() & Qt::ImCursorRectangle)
-        query.setValue(Qt::ImCursorRectangle, edit_.inputMarkArea());
+    const auto set = [&query](Qt::InputMethodQuery wanted, const QVariant& value) {
+        if (query.queries() & wanted)
+            query.setValue(wanted, value);
+    };
+    set(Qt::ImEnabled, true);
+    set(Qt::ImHints, int(Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase));
+    set(Qt::ImFont, area_.font());
+    // Candidates are shown where the mark of the input stands, not where the reader selects. What
+    // stands around it came from the device and is nothing to compose with.
+    set(Qt::ImCursorRectangle, area_.compositionArea());
+    set(Qt::ImSurroundingText, QString());
+    set(Qt::ImCursorPosition, 0);
+    set(Qt::ImAnchorPosition, 0);
+    set(Qt::ImCurrentSelection, QString());
     query.accept();
     return true;
 }

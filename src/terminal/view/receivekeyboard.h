@@ -1,11 +1,11 @@
 #pragma once
 
 #include <QObject>
-#include <QTextCursor>
 
+class QInputMethodEvent;
 class QInputMethodQueryEvent;
 class QKeyEvent;
-class ReceiveEdit;
+class ReceiveArea;
 class ReceiveView;
 
 // The keyboard of a receive view: an event filter on the widget that draws the text, which must
@@ -26,7 +26,7 @@ class ReceiveKeyboard final : public QObject
 
 public:
     // Both must outlive this object, which is best made a child of the view.
-    ReceiveKeyboard(ReceiveView& view, ReceiveEdit& edit);
+    ReceiveKeyboard(ReceiveView& view, ReceiveArea& area);
     ~ReceiveKeyboard() override = default;
 
     // Off: keys scroll, Ctrl+C copies, Ctrl+A selects all, Tab moves the focus; nothing is typed.
@@ -50,9 +50,10 @@ private:
     bool scrollKey(const QKeyEvent& event);
     bool readerKey(const QKeyEvent& event);
     bool typeKey(const QKeyEvent& event);
+    void compose(const QInputMethodEvent& event);
     bool answer(QInputMethodQueryEvent& query) const;
 
     ReceiveView& view_;
-    ReceiveEdit& edit_;
+    ReceiveArea& area_;
     bool typing_ = true;
 };

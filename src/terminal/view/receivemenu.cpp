@@ -37,6 +37,9 @@ QMenu* makeReceiveMenu(ReceiveView& view)
     const bool hasText = view.textLength() > 0;
     add(*menu, ReceiveView::tr("&Copy"), Qt::CTRL | Qt::SHIFT | Qt::Key_C, view.hasSelection(),
         view, [&view] { view.copy(); });
+    if (view.wrapsAtBlanks())
+        add(*menu, ReceiveView::tr("Copy as &Bytes"), {}, view.hasSelection(), view,
+            [&view] { view.copyBytes(); });
     add(*menu, ReceiveView::tr("&Paste"), Qt::CTRL | Qt::SHIFT | Qt::Key_V,
         view.isTypingEnabled() && clipboardHasText(), view, [&view] { view.paste(); });
     add(*menu, ReceiveView::tr("Select &All"), Qt::CTRL | Qt::SHIFT | Qt::Key_A, hasText, view,

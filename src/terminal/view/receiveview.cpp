@@ -1,90 +1,58 @@
 #include "terminal/view/receiveview.h"
 
 #include "app/settings/displayfonts.h"
-#include "terminal/view/colorrefresher.h"
-#include "terminal/view/receiveedit.h"
+#include "terminal/view/hexbytes.h"
+#include "terminal/view/receiveaccessible.h"
+#include "terminal/view/receivearea.h"
 #include "terminal/view/receivekeyboard.h"
 #include "terminal/view/receivemenu.h"
 #include "terminal/view/textsaver.h"
 
 #include <QClipboard>
-#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenu>
-#include <QScrollBar>
-#include <QTextBlock>
+#include <QMimeData>
 #include <QVBoxLayout>
 #include <algorithm>
 
-namespace {
-
-constexpr int tabColumns = 8;
-constexpr int smallestColumns = 20;
-constexpr int smallestRows = 4;
-
-// Characters that a text document takes for the end of a line though they are none here.
-QString withoutDocumentMarks(QString text)
-{
-    for (const char16_t mark : {u'\u2029', u'\uFDD0', u'\uFDD1'})
-        text.replace(mark, QChar::ReplacementCharacter);
-    return text;
-}
-
-// Marker pens on paper: dark text on a light mark is read on light and dark backgrounds alike.
-QTextCharFormat markFormat(bool current)
-{
-    constexpr QRgb pale = 0xFFFFE27A;
-    constexpr QRgb strong = 0xFFFF9A3C;
-    QTextCharFormat format;
-    format.setBackground(QColor::fromRgb(current ? strong : pale));
-    format.setForeground(Qt::black);
-    return format;
-}
-
-} // namespace
-
 ReceiveView::ReceiveView(QWidget* parent)
     : QWidget(parent)
-    , edit_(new ReceiveEdit([this] { return selectedText(); }, this))
+    , area_(new ReceiveArea(
+          store_, [this] { return selectedText(); }, this))
 {
-    colors_ = new ColorRefresher(
-        *edit_->document(), edit_->palette().color(QPalette::Active, QPalette::Base), this);
+    ReceiveAccessible::install();
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(edit_);
-    setFocusProxy(edit_);
-    edit_->setAccessibleName(tr("Received data"));
-    edit_->setAccessibleDescription(
+    layout->addWidget(area_);
+    setFocusProxy(area_);
+    area_->setAccessibleName(tr("Received data"));
+    area_->setAccessibleDescription(
         tr("Keys typed here are sent to the device. Ctrl+Tab moves on to the next control."));
-    keyboard_ = new ReceiveKeyboard(*this, *edit_);
-    connectEdit();
+    keyboard_ = new ReceiveKeyboard(*this, *area_);
+    connectArea();
     connectKeyboard();
-    applyFont(resolveDisplayFont({}, 0));
+    area_->setDisplayFont(resolveDisplayFont({}, 0));
 }
 
 ReceiveView::~ReceiveView()
 {
-    // The saver reads the text through this object.
+    // Both read the text through this object.
     delete saver_;
+    delete area_;
 }
 
-void ReceiveView::connectEdit()
+void ReceiveView::connectArea()
 {
-    connect(edit_, &ReceiveEdit::zoomRequested, this, &ReceiveView::zoomBy);
-    connect(edit_, &ReceiveEdit::menuRequested, this, &ReceiveView::openMenu);
-    connect(edit_, &ReceiveEdit::middleClicked, this, [this] {
+    connect(area_, &ReceiveArea::zoomRequested, this, &ReceiveView::zoomBy);
+    connect(area_, &ReceiveArea::menuRequested, this, &ReceiveView::openMenu);
+    connect(area_, &ReceiveArea::middleClicked, this, [this] {
         const QClipboard* clipboard = QGuiApplication::clipboard();
         if (clipboard->supportsSelection())
             pasteText(clipboard->text(QClipboard::Selection));
     });
-    connect(edit_, &ReceiveEdit::paletteChanged, this, [this] {
-        colors_->setBackground(edit_->palette().color(QPalette::Active, QPalette::Base));
-    });
-    connect(edit_, &QPlainTextEdit::selectionChanged, this, &ReceiveView::selectionChanged);
-    connect(edit_, &ReceiveEdit::resized, this, &ReceiveView::visibleRangeChanged);
-    connect(edit_->verticalScrollBar(), &QScrollBar::valueChanged, this,
-        &ReceiveView::visibleRangeChanged);
+    connect(area_, &ReceiveArea::selectionChanged, this, &ReceiveView::selectionChanged);
+    connect(area_, &ReceiveArea::visibleRangeChanged, this, &ReceiveView::visibleRangeChanged);
 }
 
 void ReceiveView::connectKeyboard()
@@ -96,47 +64,35 @@ void ReceiveView::connectKeyboard()
 
 void ReceiveView::appendText(const QString& text, const std::optional<QColor>& color)
 {
-    const bool follow = edit_->isAtBottom() || forceScroll_;
-    insertAtEnd(text, color);
-    if (follow)
-        edit_->scrollToBottom();
+    const bool colored = color && color->isValid();
+    store_.append(text, colored ? color->rgb() : TextChunk::noColor);
+    if (forceScroll_)
+        area_->scrollToEnd();
     forceScroll_ = false;
+    area_->textAppended();
     Q_EMIT textAppended();
-}
-
-void ReceiveView::insertAtEnd(const QString& text, const std::optional<QColor>& color)
-{
-    const qint64 rowLength = edit_->document()->lastBlock().length() - 1;
-    const QString rows = breaks_.fold(withoutDocumentMarks(text), endPosition(), rowLength);
-    edit_->append(rows, colors_->formatFor(color));
 }
 
 void ReceiveView::trimFront(qint64 characters)
 {
-    removeUpTo(removed_ + std::clamp<qint64>(characters, 0, textLength()));
+    removeUpTo(firstPosition() + std::clamp<qint64>(characters, 0, textLength()));
 }
 
 void ReceiveView::clearText()
 {
     removeUpTo(endPosition());
-    edit_->scrollToBottom();
+    area_->scrollToEnd();
 }
 
 void ReceiveView::removeUpTo(qint64 end)
 {
-    if (end <= removed_)
+    if (end <= firstPosition())
         return;
     Q_EMIT frontAboutToBeRemoved(end);
-    edit_->removeFront(static_cast<int>(breaks_.startInDocument(end)));
-    breaks_.removeUpTo(end);
-    removed_ = end;
+    store_.removeUpTo(end);
+    area_->textRemoved();
     Q_EMIT frontRemoved();
     Q_EMIT visibleRangeChanged();
-}
-
-qint64 ReceiveView::textLength() const
-{
-    return edit_->document()->characterCount() - 1 - breaks_.count();
 }
 
 void ReceiveView::forceScrollToEnd()
@@ -146,54 +102,60 @@ void ReceiveView::forceScrollToEnd()
 
 QString ReceiveView::textAt(qint64 position, qint64 count) const
 {
-    const qint64 from = std::clamp(position, firstPosition(), endPosition());
-    const qint64 to = std::clamp(position + std::min(count, textLength()), from, endPosition());
-    QTextCursor cursor(edit_->document());
-    cursor.setPosition(static_cast<int>(breaks_.startInDocument(from)));
-    cursor.setPosition(static_cast<int>(breaks_.endInDocument(to)), QTextCursor::KeepAnchor);
-    QString text = cursor.selectedText();
-    breaks_.unfold(text, from);
-    text.replace(QChar::ParagraphSeparator, u'\n');
-    return text;
+    return store_.textAt(position, count);
 }
 
 bool ReceiveView::isAtBottom() const
 {
-    return edit_->isAtBottom();
+    return area_->isAtBottom();
 }
 
 void ReceiveView::scrollToEnd()
 {
-    edit_->scrollToBottom();
+    area_->scrollToEnd();
 }
 
 bool ReceiveView::hasSelection() const
 {
-    return edit_->textCursor().hasSelection();
+    return !area_->selection().isEmpty();
 }
 
 QString ReceiveView::selectedText() const
 {
-    const QTextCursor cursor = edit_->textCursor();
-    const qint64 from = breaks_.toPosition(cursor.selectionStart());
-    return textAt(from, breaks_.toPosition(cursor.selectionEnd()) - from);
+    const TextSelection& selected = area_->selection();
+    return store_.textAt(selected.from(), selected.to() - selected.from());
 }
 
 void ReceiveView::selectAll()
 {
-    edit_->select(0, edit_->document()->characterCount() - 1);
+    area_->select(firstPosition(), endPosition());
 }
 
 void ReceiveView::clearSelection()
 {
-    const int character = edit_->textCursor().position();
-    edit_->select(character, character);
+    area_->clearSelection();
 }
 
 void ReceiveView::copy()
 {
     if (hasSelection())
         QGuiApplication::clipboard()->setText(selectedText());
+}
+
+QByteArray ReceiveView::selectedBytes() const
+{
+    return bytesOfHexText(selectedText());
+}
+
+void ReceiveView::copyBytes()
+{
+    const QByteArray bytes = selectedBytes();
+    if (bytes.isEmpty())
+        return;
+    auto content = std::make_unique<QMimeData>();
+    content->setData(QStringLiteral("application/octet-stream"), bytes);
+    content->setText(QString::fromUtf8(bytes));
+    QGuiApplication::clipboard()->setMimeData(content.release());
 }
 
 void ReceiveView::paste()
@@ -212,24 +174,12 @@ void ReceiveView::pasteText(const QString& text)
 void ReceiveView::setDisplayFont(const QFont& font)
 {
     if (font != displayFont())
-        applyFont(font);
-}
-
-void ReceiveView::applyFont(const QFont& font)
-{
-    const ReceiveEdit::Place place = edit_->place();
-    edit_->setFont(font);
-    const QFontMetricsF metrics(font);
-    const double column = metrics.horizontalAdvance(u'0');
-    edit_->setTabStopDistance(tabColumns * column);
-    edit_->setMinimumSize(
-        qRound(smallestColumns * column), qRound(smallestRows * metrics.height()));
-    edit_->restore(place);
+        area_->setDisplayFont(font);
 }
 
 QFont ReceiveView::displayFont() const
 {
-    return edit_->font();
+    return area_->font();
 }
 
 void ReceiveView::zoomBy(int points)
@@ -245,24 +195,24 @@ void ReceiveView::zoomBy(int points)
 
 void ReceiveView::setLineWrap(bool wrap)
 {
-    if (wrap == lineWrap())
-        return;
-    const ReceiveEdit::Place place = edit_->place();
-    edit_->setLineWrapMode(wrap ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
-    edit_->restore(place);
-    Q_EMIT visibleRangeChanged();
-}
-
-void ReceiveView::setWrapAtBlanks(bool on)
-{
-    const auto mode = on ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::WrapAnywhere;
-    if (edit_->wordWrapMode() != mode)
-        edit_->setWordWrapMode(mode);
+    if (wrap != lineWrap())
+        area_->setLineWrap(wrap);
 }
 
 bool ReceiveView::lineWrap() const
 {
-    return edit_->lineWrapMode() == QPlainTextEdit::WidgetWidth;
+    return area_->lineWrap();
+}
+
+void ReceiveView::setWrapAtBlanks(bool on)
+{
+    if (on != wrapsAtBlanks())
+        area_->setWrapAtBlanks(on);
+}
+
+bool ReceiveView::wrapsAtBlanks() const
+{
+    return area_->wrapsAtBlanks();
 }
 
 void ReceiveView::setTypingEnabled(bool enabled)
@@ -277,34 +227,23 @@ bool ReceiveView::isTypingEnabled() const
 
 std::pair<qint64, qint64> ReceiveView::visibleRange() const
 {
-    return {breaks_.toPosition(edit_->firstVisibleCharacter()),
-        breaks_.toPosition(edit_->lastVisibleCharacter())};
+    return area_->visibleRange();
 }
 
 void ReceiveView::setHighlights(const QList<Highlight>& highlights)
 {
-    QList<QTextEdit::ExtraSelection> selections;
-    selections.reserve(highlights.size());
-    for (const Highlight& highlight : highlights) {
-        QTextEdit::ExtraSelection selection{QTextCursor(edit_->document()), {}};
-        const qint64 from = std::clamp(highlight.position, firstPosition(), endPosition());
-        const qint64 to = std::clamp(highlight.position + highlight.length, from, endPosition());
-        selection.cursor.setPosition(static_cast<int>(breaks_.startInDocument(from)));
-        selection.cursor.setPosition(
-            static_cast<int>(breaks_.endInDocument(to)), QTextCursor::KeepAnchor);
-        selection.format = markFormat(highlight.current);
-        selections.append(selection);
-    }
-    edit_->setExtraSelections(selections);
+    QList<ReceivePainter::Mark> marks;
+    marks.reserve(highlights.size());
+    for (const Highlight& highlight : highlights)
+        marks.append(
+            {highlight.position, highlight.position + highlight.length, highlight.current});
+    area_->setMarks(marks);
 }
 
 void ReceiveView::showPosition(qint64 position, qint64 length)
 {
     const qint64 from = std::clamp(position, firstPosition(), endPosition());
-    const qint64 to = std::clamp(position + length, from, endPosition());
-    const qint64 start = breaks_.startInDocument(from);
-    edit_->scrollToCharacter(
-        static_cast<int>(start), static_cast<int>(breaks_.endInDocument(to) - start));
+    area_->showRange(from, std::clamp(position + length, from, endPosition()));
 }
 
 bool ReceiveView::saveTextAs(const QString& path)

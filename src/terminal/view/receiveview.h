@@ -1,16 +1,14 @@
 #pragma once
 
 #include "terminal/view/displaysink.h"
-#include "terminal/view/softbreaks.h"
-#include "terminal/view/textsource.h"
+#include "terminal/view/textstore.h"
 
 #include <QFont>
 #include <QList>
 #include <QPointer>
 #include <QWidget>
 
-class ColorRefresher;
-class ReceiveEdit;
+class ReceiveArea;
 class ReceiveKeyboard;
 class TextSaver;
 
@@ -18,12 +16,14 @@ class TextSaver;
 // it never edits the text itself. Text, find and saving speak of absolute positions (textsource.h);
 // nothing outside this class knows which widget draws the text.
 //
+// Data flow: the pipeline appends to the store (textstore.h), which is all that an append costs;
+// the area (receivearea.h) draws the rows in sight at the next frame, at the rate of the screen
+// however fast text arrives. The keyboard (receivekeyboard.h) says what is typed.
+//
 // Keeping the place: an append follows the end when the reader is at the bottom and otherwise
 // leaves the reader's lines where they are; a selection survives appends, and trims as far as its
-// text does. Bounds: the owner trims; the view adds no text of its own. Text that holds no line
-// feed is drawn in rows of at most SoftBreaks::rowLimit characters, because laying out a line
-// costs by its whole length on every append; reading, copying, saving and finding never see those
-// row breaks.
+// text does. Bounds: the owner trims; the view adds no text of its own. A line without end is
+// shown in pieces (linecuts.h); reading, copying, saving and finding never see those cuts.
 //
 // Keys: everything a device may want is typed, Tab too (receivekeyboard.h). Ctrl+Tab and
 // Ctrl+Shift+Tab leave the view, so the keyboard is never trapped.
@@ -47,20 +47,20 @@ public:
     ~ReceiveView() override;
 
     // DisplaySink. A given colour that cannot be read on the current background is drawn in the
-    // palette's text colour. U+2029 and the two noncharacters U+FDD0 and U+FDD1, which would be
-    // taken for line ends, are shown as U+FFFD.
+    // palette's text colour. The Unicode line and paragraph separators, which are not line ends
+    // here, are drawn as U+FFFD; the text keeps them.
     void appendText(const QString& text, const std::optional<QColor>& color) override;
     void trimFront(qint64 characters) override;
     // The cleared characters count as removed: positions are never used twice.
     void clearText() override;
-    [[nodiscard]] qint64 textLength() const override;
+    [[nodiscard]] qint64 textLength() const override { return endPosition() - firstPosition(); }
     void forceScrollToEnd() override;
 
-    [[nodiscard]] qint64 firstPosition() const override { return removed_; }
-    [[nodiscard]] qint64 endPosition() const override { return removed_ + textLength(); }
+    [[nodiscard]] qint64 firstPosition() const override { return store_.firstPosition(); }
+    [[nodiscard]] qint64 endPosition() const override { return store_.endPosition(); }
     [[nodiscard]] QString textAt(qint64 position, qint64 count) const override;
     // Running count of characters removed from the front since the view was made.
-    [[nodiscard]] qint64 removedCharacters() const { return removed_; }
+    [[nodiscard]] qint64 removedCharacters() const { return firstPosition(); }
 
     [[nodiscard]] bool isAtBottom() const;
     void scrollToEnd();
@@ -70,6 +70,11 @@ public:
     void selectAll();
     void clearSelection();
     void copy();
+    // The bytes that the selected hexadecimal digits stand for: each group of two digits between
+    // blanks or line ends is one, anything else (time stamps) is left out.
+    [[nodiscard]] QByteArray selectedBytes() const;
+    // Puts those bytes on the clipboard (application/octet-stream), and as UTF-8 text.
+    void copyBytes();
     // Types the clipboard's text, line ends as LF. Does nothing while typing is off.
     void paste();
     void pasteText(const QString& text);
@@ -80,8 +85,10 @@ public:
     void zoomBy(int points);
     void setLineWrap(bool wrap);
     [[nodiscard]] bool lineWrap() const;
-    // Wrapped rows end at blanks where there are some, instead of in any column.
+    // For hexadecimal: wrapped rows end at blanks where there are some, instead of in any column,
+    // and the menu offers to copy bytes.
     void setWrapAtBlanks(bool on);
+    [[nodiscard]] bool wrapsAtBlanks() const;
     // Off: a plain reader's view. Keys scroll and select, Tab moves the focus.
     void setTypingEnabled(bool enabled);
     [[nodiscard]] bool isTypingEnabled() const;
@@ -124,18 +131,14 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void insertAtEnd(const QString& text, const std::optional<QColor>& color);
     void removeUpTo(qint64 end);
-    void applyFont(const QFont& font);
-    void connectEdit();
+    void connectArea();
     void connectKeyboard();
     void openMenu(const QPoint& globalPosition);
 
-    ReceiveEdit* edit_;
-    SoftBreaks breaks_;
-    ColorRefresher* colors_ = nullptr;
+    TextStore store_;
+    ReceiveArea* area_;
     ReceiveKeyboard* keyboard_ = nullptr;
     QPointer<TextSaver> saver_;
-    qint64 removed_ = 0;
     bool forceScroll_ = false;
 };

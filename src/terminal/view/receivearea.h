@@ -1,0 +1,146 @@
+#pragma once
+
+#include "terminal/view/caretsteps.h"
+#include "terminal/view/readingplace.h"
+#include "terminal/view/receivepainter.h"
+#include "terminal/view/rowindex.h"
+#include "terminal/view/textselection.h"
+
+#include <QAbstractScrollArea>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <functional>
+#include <memory>
+
+class ReceiveInput;
+class ReceiveMouse;
+
+// The widget that shows the text of a store: it paints, scrolls and selects, and never changes
+// the text. For ReceiveView only.
+//
+// Told of new text it notes that what it shows is stale; rows, scroll bars and picture are made
+// anew once, at the next frame, however much arrives until then. Only the rows in sight are laid
+// out. The vertical scroll bar counts rows as rowindex.h does; steps and pages are exact rows.
+class ReceiveArea final : public QAbstractScrollArea
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ReceiveArea)
+
+public:
+    // The screen is drawn at most this often while text arrives.
+    static constexpr int frameMs = 16;
+
+    // `copySelection` gives the text of a selection that leaves the view with the mouse.
+    ReceiveArea(
+        const TextStore& store, std::function<QString()> copySelection, QWidget* parent = nullptr);
+    ~ReceiveArea() override;
+
+    void textAppended();
+    // After the store has lost text at its front.
+    void textRemoved();
+
+    [[nodiscard]] bool isAtBottom() const { return place_.isAtBottom(); }
+    void scrollToEnd();
+    void scrollToTop();
+    void scrollRows(int rows);
+    void scrollPages(int pages);
+    // Scrolls only when the text is not in sight, then to the middle.
+    void showRange(qint64 from, qint64 to);
+    // From the start of the segment of the first row in sight to the end of the last one's.
+    [[nodiscard]] std::pair<qint64, qint64> visibleRange();
+
+    [[nodiscard]] const TextStore& store() const { return store_; }
+    [[nodiscard]] const TextSelection& selection() const { return selection_; }
+    void select(qint64 anchor, qint64 cursor);
+    void clearSelection();
+    void beginSelection(qint64 position, TextSelection::Unit unit);
+    void extendSelectionTo(qint64 position);
+    // Moves the end of the selection as Shift with a cursor key does, and shows it.
+    void extendSelection(CaretStep step);
+    [[nodiscard]] QString selectedText() const { return copySelection_(); }
+
+    // Place between characters next to a point of the viewport, or the character under it.
+    [[nodiscard]] qint64 caretAt(QPoint point);
+    [[nodiscard]] qint64 characterAt(QPoint point);
+    // Of the viewport; empty when the position is not in sight.
+    [[nodiscard]] QRect caretArea(qint64 position);
+
+    void setDisplayFont(const QFont& font);
+    void setLineWrap(bool wrap);
+    [[nodiscard]] bool lineWrap() const { return wrap_; }
+    void setWrapAtBlanks(bool on);
+    [[nodiscard]] bool wrapsAtBlanks() const { return wrapAtBlanks_; }
+    void setMarks(const QList<ReceivePainter::Mark>& marks);
+
+    // A mark at the end of the text says that keys go to the device.
+    void setInputMark(bool visible);
+    [[nodiscard]] QRect inputMarkArea();
+    // Shows what an input method is composing at that mark.
+    void compose(const QInputMethodEvent& event);
+    // Caret of the composition, in the viewport.
+    [[nodiscard]] QRect compositionArea();
+    void moveFocus(bool forward) { (void)focusNextPrevChild(forward); }
+
+Q_SIGNALS:
+    void zoomRequested(int steps);
+    void menuRequested(const QPoint& globalPosition);
+    void middleClicked();
+    void visibleRangeChanged();
+    void selectionChanged();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+
+private:
+    void connectBars();
+    void changed();
+    void refresh();
+    void updateStyle();
+    void syncBars();
+    void syncVerticalBar();
+    void barMoved(int value);
+    void barAction(int action);
+    template<typename Change>
+    void changeSelection(Change&& change);
+    void revealCaret();
+    void revealHorizontally(const TextRow& row, qint64 from, qint64 to);
+    [[nodiscard]] const std::vector<TextRow>& rows();
+    [[nodiscard]] int rowInSight(qint64 position);
+    [[nodiscard]] const TextRow& rowUnder(int y);
+    [[nodiscard]] int topOf(int row) const;
+    [[nodiscard]] int leftEdge() const;
+
+    const TextStore& store_;
+    std::function<QString()> copySelection_;
+    TextFlow flow_;
+    ReadingPlace place_;
+    RowIndex index_;
+    ReceivePainter painter_;
+    TextSelection selection_;
+    ReceiveMouse* mouse_;
+    std::unique_ptr<ReceiveInput> input_;
+    std::vector<TextRow> rows_; // in sight, the last one perhaps in part
+    bool stale_ = true;         // rows_ are to be made anew
+    QTimer refreshTimer_;
+    QElapsedTimer sinceRefresh_;
+    std::pair<qint64, qint64> toldRange_{-1, -1};
+    double widest_ = 0; // row seen since lines are not wrapped
+    double goalX_ = -1; // of a selection that is extended up and down
+    int wheelAngle_ = 0;
+    double wheelRows_ = 0;
+    bool wrap_ = true;
+    bool wrapAtBlanks_ = false;
+    bool inputMark_ = true;
+    bool syncing_ = false;
+};

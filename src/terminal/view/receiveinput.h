@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QList>
+#include <QRect>
+#include <QString>
+#include <QTextLayout>
+
+class QInputMethodEvent;
+class QPainter;
+class QPalette;
+
+// Text that an input method is composing: shown inline at the place where the device's echo will
+// appear, over what is there, until it is committed. Nothing of it has been typed yet.
+class ReceiveInput final
+{
+public:
+    ReceiveInput() = default;
+    Q_DISABLE_COPY_MOVE(ReceiveInput)
+
+    // Takes over the preedit of an event; an empty one ends the composition.
+    void compose(const QInputMethodEvent& event);
+    void cancel();
+    [[nodiscard]] bool isComposing() const { return !text_.isEmpty(); }
+    [[nodiscard]] const QString& text() const { return text_; }
+
+    // Draws with the left end at the mark of the input, moved so that it stays in the area.
+    void draw(QPainter& painter, const QRect& mark, const QRect& area, const QFont& font,
+        const QPalette& palette);
+    // The caret of the composition when drawn so; the mark itself when there is none.
+    [[nodiscard]] QRect caretArea(const QRect& mark, const QRect& area, const QFont& font);
+
+private:
+    [[nodiscard]] QPoint lay(const QRect& mark, const QRect& area, const QFont& font);
+
+    QString text_;
+    QList<QTextLayout::FormatRange> formats_;
+    int caret_ = 0; // -1: hidden
+    QTextLayout layout_;
+};

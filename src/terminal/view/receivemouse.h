@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QObject>
+#include <QPoint>
+#include <QTimer>
+
+class QMouseEvent;
+class ReceiveArea;
+
+// The mouse on the received text: a drag selects characters, after a double click words, after a
+// triple click lines; Shift extends; beyond the edges a drag scrolls on, faster the further away.
+// A selection can be dragged out as text. The middle button is told to the area's owner.
+class ReceiveMouse final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ReceiveMouse)
+
+public:
+    // Child of the area.
+    explicit ReceiveMouse(ReceiveArea& area);
+    ~ReceiveMouse() override;
+
+    void press(const QMouseEvent& event);
+    void doubleClick(const QMouseEvent& event);
+    void move(const QMouseEvent& event);
+    void release(const QMouseEvent& event);
+
+private:
+    enum class Gesture : quint8 { None, Selecting, MayDragOut };
+
+    void extend(QPoint point);
+    void scrollOn();
+    void dragOut();
+    void publish() const;
+
+    ReceiveArea& area_;
+    QTimer scrollTimer_;
+    QTimer tripleClickTimer_; // runs while a third click makes the word a line
+    QPoint pressed_;
+    QPoint last_;
+    Gesture gesture_ = Gesture::None;
+};

@@ -1,0 +1,237 @@
+#include "terminal/view/rowlayout.h"
+
+#include <QGlyphRun>
+#include <QPainter>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+// Far beyond any row and within what text layout can count.
+constexpr double unlimitedWidth = 4'000'000;
+
+bool isPlain(const QString& text)
+{
+    return std::ranges::all_of(text, [](QChar c) {
+        return c.unicode() >= RowStyle::firstPlain && c.unicode() <= RowStyle::lastPlain;
+    });
+}
+
+// A layout would end a row at these; the device's text has them inside of one.
+QString withoutSeparators(QString text)
+{
+    for (QChar& c : text) {
+        if (c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+            c = QChar::ReplacementCharacter;
+    }
+    return text;
+}
+
+// What is not drawn in the ink of the first span on the bare background.
+QList<QTextLayout::FormatRange> formatsOf(const std::vector<RowSpan>& spans)
+{
+    QList<QTextLayout::FormatRange> formats;
+    for (const RowSpan& span : spans) {
+        if (span.ink == spans.front().ink && span.paper == 0)
+            continue;
+        QTextLayout::FormatRange range;
+        range.start = span.from;
+        range.length = span.to - span.from;
+        range.format.setForeground(QColor::fromRgb(span.ink));
+        if (span.paper != 0)
+            range.format.setBackground(QColor::fromRgb(span.paper));
+        formats.append(range);
+    }
+    return formats;
+}
+
+} // namespace
+
+RowLayout::RowLayout(const QString& text, const std::shared_ptr<const RowStyle>& style)
+    : style_(style)
+    , text_(text)
+{
+    if (style_->hasPlainGlyphs() && isPlain(text_))
+        breakPlain();
+    else
+        breakLayout();
+}
+
+RowLayout::~RowLayout() = default;
+
+void RowLayout::breakPlain()
+{
+    int start = 0;
+    do {
+        starts_.push_back(start);
+        start = style_->wraps() ? plainBreak(start) : length();
+    } while (start < length());
+}
+
+// Blanks that a row ends with may stand beyond its edge.
+int RowLayout::plainBreak(int start) const
+{
+    const int edge = start + style_->columns();
+    if (edge >= length())
+        return length();
+    if (!style_->wrapsAtBlanks())
+        return edge;
+    int end = edge;
+    while (end < length() && text_.at(end) == u' ')
+        ++end;
+    if (end > edge)
+        return end;
+    while (end > start && text_.at(end - 1) != u' ')
+        --end;
+    return end > start ? end : edge;
+}
+
+void RowLayout::breakLayout()
+{
+    layout_ = std::make_unique<QTextLayout>(withoutSeparators(text_), style_->font());
+    layout_->setTextOption(style_->textOption());
+    layout_->setCacheEnabled(true);
+    layout_->beginLayout();
+    for (QTextLine line = layout_->createLine(); line.isValid(); line = layout_->createLine()) {
+        line.setLineWidth(style_->wraps() ? style_->width() : unlimitedWidth);
+        const double row = static_cast<double>(starts_.size()) * style_->rowHeight();
+        line.setPosition({0, row + style_->ascent() - line.ascent()});
+        starts_.push_back(line.textStart());
+    }
+    layout_->endLayout();
+    if (starts_.empty())
+        starts_.push_back(0);
+}
+
+int RowLayout::rowEnd(int row) const
+{
+    return row + 1 < rowCount() ? rowStart(row + 1) : length();
+}
+
+int RowLayout::rowOf(int offset) const
+{
+    const auto after = std::ranges::upper_bound(starts_, offset);
+    return std::max(0, static_cast<int>(after - starts_.begin()) - 1);
+}
+
+double RowLayout::rowWidth(int row) const
+{
+    if (!layout_)
+        return (rowEnd(row) - rowStart(row)) * style_->columnWidth();
+    const QTextLine line = layout_->lineAt(row);
+    return line.isValid() ? line.naturalTextWidth() : 0;
+}
+
+double RowLayout::xOf(int offset, int row) const
+{
+    offset = std::clamp(offset, rowStart(row), rowEnd(row));
+    if (!layout_)
+        return (offset - rowStart(row)) * style_->columnWidth();
+    const QTextLine line = layout_->lineAt(row);
+    return line.isValid() ? line.cursorToX(offset) : 0;
+}
+
+int RowLayout::offsetAt(double x, int row) const
+{
+    if (!layout_) {
+        const double column = std::round(x / style_->columnWidth());
+        const int columns = rowEnd(row) - rowStart(row);
+        return rowStart(row) + static_cast<int>(std::clamp<double>(column, 0, columns));
+    }
+    const QTextLine line = layout_->lineAt(row);
+    return line.isValid() ? line.xToCursor(x) : rowStart(row);
+}
+
+int RowLayout::characterAt(double x, int row) const
+{
+    if (!layout_) {
+        const double column = std::floor(x / style_->columnWidth());
+        const int columns = rowEnd(row) - rowStart(row);
+        return rowStart(row) + static_cast<int>(std::clamp<double>(column, 0, columns));
+    }
+    const QTextLine line = layout_->lineAt(row);
+    return line.isValid() ? line.xToCursor(x, QTextLine::CursorOnCharacter) : rowStart(row);
+}
+
+int RowLayout::nextCharacter(int offset) const
+{
+    if (!layout_)
+        return std::min(offset + 1, length());
+    return layout_->nextCursorPosition(offset);
+}
+
+int RowLayout::previousCharacter(int offset) const
+{
+    if (!layout_)
+        return std::max(offset - 1, 0);
+    return layout_->previousCursorPosition(offset);
+}
+
+void RowLayout::draw(QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans,
+    double left, double right) const
+{
+    if (!layout_)
+        drawPlain(painter, corner, row, spans, left, right);
+    else
+        drawLayout(painter, corner, row, spans);
+}
+
+void RowLayout::drawPlain(QPainter& painter, QPointF corner, int row,
+    const std::vector<RowSpan>& spans, double left, double right) const
+{
+    const double column = style_->columnWidth();
+    const int start = rowStart(row);
+    const double visible = std::floor((left - corner.x()) / column);
+    const int first = start + static_cast<int>(std::clamp<double>(visible, 0, length()));
+    const double seen = std::ceil((right - corner.x()) / column);
+    const int last = start + static_cast<int>(std::clamp<double>(seen, 0, length()));
+    std::vector<quint32> glyphs;
+    std::vector<QPointF> positions;
+    for (const RowSpan& span : spans) {
+        const int from = std::max(span.from, first);
+        const int to = std::min({span.to, last, length()});
+        if (from >= to)
+            continue;
+        const double x = corner.x() + (from - start) * column;
+        if (span.paper != 0) {
+            const QRectF area(x, corner.y(), (to - from) * column, style_->rowHeight());
+            painter.fillRect(area, QColor::fromRgb(span.paper));
+        }
+        glyphs.clear();
+        positions.clear();
+        for (int i = from; i < to; ++i) {
+            const char16_t c = text_.at(i).unicode();
+            if (c == u' ')
+                continue;
+            glyphs.push_back(style_->plainGlyph(c));
+            positions.emplace_back((i - from) * column, 0);
+        }
+        QGlyphRun run;
+        run.setRawFont(style_->rawFont());
+        run.setRawData(glyphs.data(), positions.data(), static_cast<int>(glyphs.size()));
+        painter.setPen(QColor::fromRgb(span.ink));
+        painter.drawGlyphRun({x, corner.y() + style_->ascent()}, run);
+    }
+}
+
+void RowLayout::drawLayout(
+    QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans) const
+{
+    const QTextLine line = layout_->lineAt(row);
+    if (!line.isValid() || spans.empty())
+        return;
+    const QPointF origin(corner.x(), corner.y() - row * style_->rowHeight());
+    const QRgb ink = spans.front().ink;
+    painter.setPen(QColor::fromRgb(ink));
+    const QList<QTextLayout::FormatRange> formats = formatsOf(spans);
+    if (formats.isEmpty()) {
+        line.draw(&painter, origin);
+        return;
+    }
+    // The rows beside it are drawn along and cut off.
+    const QRectF area(0, corner.y(), corner.x() + unlimitedWidth, style_->rowHeight());
+    painter.save();
+    painter.setClipRect(area, Qt::IntersectClip);
+    layout_->draw(&painter, origin, formats, area);
+    painter.restore();
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "terminal/view/linecuts.h"
+#include "terminal/view/rowlayout.h"
+
+#include <memory>
+#include <unordered_map>
+
+// A row of the text as it is shown.
+struct TextRow
+{
+    TextSegment segment;
+    std::shared_ptr<const RowLayout> layout;
+    int row = 0; // of the segment
+
+    [[nodiscard]] qint64 from() const { return segment.from + layout->rowStart(row); }
+    [[nodiscard]] qint64 to() const { return segment.from + layout->rowEnd(row); }
+    [[nodiscard]] bool endsLine() const
+    {
+        return segment.endsLine && row + 1 == layout->rowCount();
+    }
+    [[nodiscard]] int offsetOf(qint64 position) const
+    {
+        return static_cast<int>(position - segment.from);
+    }
+};
+
+// The text as rows: finds the row of a position and walks from row to row. Lays out only what it
+// is asked for, and keeps layouts of at most `keptCharacters` characters, a few screens full.
+class TextFlow final
+{
+public:
+    static constexpr qint64 keptCharacters = 196'608;
+
+    // The store must outlive this object.
+    explicit TextFlow(const TextStore& store)
+        : store_(store)
+        , cuts_(store)
+    {}
+
+    void setStyle(const std::shared_ptr<const RowStyle>& style);
+    [[nodiscard]] const RowStyle& style() const { return *style_; }
+
+    // The row that holds a position; a held one next to a position that is not.
+    [[nodiscard]] TextRow rowAt(qint64 position);
+    // False, and no change, at the ends of the text.
+    bool goNext(TextRow& row);
+    bool goPrevious(TextRow& row);
+    // `count` rows further, or back when it is negative; as far as there are rows.
+    [[nodiscard]] TextRow moved(TextRow row, qint64 count);
+
+private:
+    struct Kept
+    {
+        qint64 to = 0;
+        std::shared_ptr<const RowLayout> layout;
+    };
+
+    [[nodiscard]] std::shared_ptr<const RowLayout> layoutOf(const TextSegment& segment);
+
+    const TextStore& store_;
+    LineCuts cuts_;
+    std::shared_ptr<const RowStyle> style_;
+    std::unordered_map<qint64, Kept> kept_; // by where the segment starts
+    qint64 characters_ = 0;
+};

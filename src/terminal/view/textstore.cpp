@@ -1,0 +1,116 @@
+#include "terminal/view/textstore.h"
+
+#include <algorithm>
+
+void TextStore::append(QStringView text, QRgb color)
+{
+    while (!text.isEmpty()) {
+        if (parts_.empty() || parts_.back().chunk.isFull()) {
+            parts_.emplace_back();
+            parts_.back().start = end_;
+            parts_.back().lineFeedsBefore = lineFeeds_;
+        }
+        Part& last = parts_.back();
+        const qsizetype taken = last.chunk.append(text, color);
+        lineFeeds_ = last.lineFeedsBefore + static_cast<qint64>(last.chunk.lineFeeds().size());
+        end_ += taken;
+        text = text.sliced(taken);
+    }
+}
+
+void TextStore::removeUpTo(qint64 position)
+{
+    if (position <= first_)
+        return;
+    position = std::min(position, end_);
+    const qint64 line = lineAt(position);
+    firstLineStart_ = lineStart(line);
+    firstLine_ = line;
+    first_ = position;
+    while (!parts_.empty() && parts_.front().start + parts_.front().chunk.size() <= first_)
+        parts_.pop_front();
+}
+
+QString TextStore::textAt(qint64 position, qint64 count) const
+{
+    const qint64 from = std::clamp(position, first_, end_);
+    const qint64 held = end_ - from;
+    const qint64 wanted = count - (from - position);
+    const qint64 to = from + std::clamp<qint64>(wanted, 0, held);
+    QString text;
+    text.reserve(to - from);
+    for (qint64 at = from; at < to;) {
+        const Part& part = partAt(at);
+        const qint64 partEnd = std::min(to, part.start + part.chunk.size());
+        part.chunk.copyTo(text, at - part.start, partEnd - at);
+        at = partEnd;
+    }
+    return text;
+}
+
+QChar TextStore::characterAt(qint64 position) const
+{
+    if (position < first_ || position >= end_)
+        return {};
+    const Part& part = partAt(position);
+    return part.chunk.at(position - part.start);
+}
+
+const TextStore::Part& TextStore::partAt(qint64 position) const
+{
+    const qint64 index = (position - parts_.front().start) / TextChunk::capacity;
+    return parts_[static_cast<std::size_t>(index)];
+}
+
+qint64 TextStore::lineAt(qint64 position) const
+{
+    if (position >= end_)
+        return lineFeeds_;
+    if (position <= first_)
+        return firstLine_;
+    const Part& part = partAt(position);
+    const std::vector<quint16>& feeds = part.chunk.lineFeeds();
+    return part.lineFeedsBefore
+           + (std::ranges::lower_bound(feeds, position - part.start) - feeds.begin());
+}
+
+qint64 TextStore::lineStart(qint64 line) const
+{
+    return line <= firstLine_ ? firstLineStart_ : lineFeedPosition(line - 1) + 1;
+}
+
+qint64 TextStore::lineEnd(qint64 line) const
+{
+    return line >= lineFeeds_ ? end_ : lineFeedPosition(line);
+}
+
+// The line feed that has `number` others in front of it.
+qint64 TextStore::lineFeedPosition(qint64 number) const
+{
+    const auto after = std::ranges::upper_bound(parts_, number, {}, &Part::lineFeedsBefore);
+    const Part& part = *std::prev(after);
+    const auto index = static_cast<std::size_t>(number - part.lineFeedsBefore);
+    return part.start + part.chunk.lineFeeds()[index];
+}
+
+QList<ColorRun> TextStore::colorsIn(qint64 from, qint64 to) const
+{
+    QList<ColorRun> colors;
+    from = std::max(from, first_);
+    to = std::min(to, end_);
+    while (from < to) {
+        const Part& part = partAt(from);
+        const qint64 partEnd = std::min(to, part.start + part.chunk.size());
+        const std::vector<TextChunk::Run>& runs = part.chunk.runs();
+        auto run = std::ranges::upper_bound(runs, from - part.start, {}, &TextChunk::Run::start);
+        const QRgb color = std::prev(run)->color;
+        const qint64 runEnd =
+            run == runs.end() ? partEnd : std::min(partEnd, part.start + run->start);
+        if (!colors.isEmpty() && colors.constLast().color == color)
+            colors.last().to = runEnd;
+        else
+            colors.append({from, runEnd, color});
+        from = runEnd;
+    }
+    return colors;
+}

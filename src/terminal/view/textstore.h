@@ -1,0 +1,90 @@
+#pragma once
+
+#include "terminal/view/textchunk.h"
+#include "terminal/view/textsource.h"
+
+#include <QList>
+#include <deque>
+
+// Text of one colour, from one position up to another.
+struct ColorRun
+{
+    qint64 from = 0;
+    qint64 to = 0;
+    QRgb color = TextChunk::noColor;
+
+    bool operator==(const ColorRun&) const = default;
+};
+
+// The text of a receive view: grows at its end, loses characters at its front, knows its lines and
+// its colours. Positions are absolute (textsource.h); so are lines, which are numbered by the line
+// feeds in front of them since the first character ever appended.
+//
+// Held in chunks, all full but the last: appending costs by what is appended, removing by the
+// chunks that go, reading by what is read, and a line of ten million characters costs no more than
+// a million short ones. Memory: one byte for a character of ISO 8859-1, two bytes for others, two
+// for each line feed, 16 for each change of colour, and a chunk that is removed in part. The owner
+// bounds the text.
+class TextStore final : public TextSource
+{
+public:
+    void append(QStringView text, QRgb color = TextChunk::noColor);
+    // Positions outside of what is held mean its ends.
+    void removeUpTo(qint64 position);
+
+    [[nodiscard]] qint64 firstPosition() const override { return first_; }
+    [[nodiscard]] qint64 endPosition() const override { return end_; }
+    [[nodiscard]] QString textAt(qint64 position, qint64 count) const override;
+    // U+0000 outside of what is held.
+    [[nodiscard]] QChar characterAt(qint64 position) const;
+
+    [[nodiscard]] qint64 firstLine() const { return firstLine_; }
+    [[nodiscard]] qint64 lastLine() const { return lineFeeds_; }
+    // Line that holds a position; a line feed belongs to the line that it ends.
+    [[nodiscard]] qint64 lineAt(qint64 position) const;
+    // Where a held line starts, or, of the first one, started before its front was removed.
+    [[nodiscard]] qint64 lineStart(qint64 line) const;
+    // Position of its line feed, of the last line the end of the text.
+    [[nodiscard]] qint64 lineEnd(qint64 line) const;
+
+    // The runs of [from, to), without gaps, ascending.
+    [[nodiscard]] QList<ColorRun> colorsIn(qint64 from, qint64 to) const;
+
+    // Calls visit(position) for each line feed in [from, to), ascending.
+    template<typename Visitor>
+    void visitLineFeeds(qint64 from, qint64 to, Visitor&& visit) const;
+
+private:
+    struct Part
+    {
+        TextChunk chunk;
+        qint64 start = 0;
+        qint64 lineFeedsBefore = 0;
+    };
+
+    [[nodiscard]] const Part& partAt(qint64 position) const;
+    [[nodiscard]] qint64 lineFeedPosition(qint64 number) const;
+
+    std::deque<Part> parts_;
+    qint64 first_ = 0;
+    qint64 end_ = 0;
+    qint64 firstLine_ = 0;
+    qint64 firstLineStart_ = 0;
+    qint64 lineFeeds_ = 0; // ever appended
+};
+
+template<typename Visitor>
+void TextStore::visitLineFeeds(qint64 from, qint64 to, Visitor&& visit) const
+{
+    from = qMax(from, first_);
+    to = qMin(to, end_);
+    while (from < to) {
+        const Part& part = partAt(from);
+        const qint64 partEnd = qMin(to, part.start + part.chunk.size());
+        const std::vector<quint16>& feeds = part.chunk.lineFeeds();
+        auto feed = std::lower_bound(feeds.begin(), feeds.end(), from - part.start);
+        for (; feed != feeds.end() && part.start + *feed < partEnd; ++feed)
+            visit(part.start + *feed);
+        from = partEnd;
+    }
+}
