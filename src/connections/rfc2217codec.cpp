@@ -268,13 +268,13 @@ void Rfc2217Codec::handleOption(quint8 option, Sink& sink)
     case WONT:
         if (comPort && m_role == Role::Server)
             m_remoteSupportsComPort = false;
-        if (m_remoteOptions.value(option))
+        if (m_remoteOptions.value(option).on)
             announce(m_remoteOptions, DONT, option, sink);
         break;
     case DONT:
         if (comPort && m_role == Role::Client)
             m_remoteSupportsComPort = false;
-        if (m_ownOptions.value(option))
+        if (m_ownOptions.value(option).on)
             announce(m_ownOptions, WONT, option, sink);
         break;
     default:
@@ -282,13 +282,13 @@ void Rfc2217Codec::handleOption(quint8 option, Sink& sink)
     }
 }
 
-void Rfc2217Codec::announce(QHash<quint8, bool>& table, quint8 verb, quint8 option, Sink& sink)
+void Rfc2217Codec::announce(OptionTable& table, quint8 verb, quint8 option, Sink& sink)
 {
     const bool on = verb == Rfc2217::DO || verb == Rfc2217::WILL;
-    const auto known = table.constFind(option);
-    if (known != table.cend() && *known == on)
+    Announced& last = table[option];
+    if ((last.changes > 0 && last.on == on) || last.changes == maxOptionChanges)
         return;
-    table.insert(option, on);
+    last = {on, last.changes + 1};
     if (sink.reply)
         sink.reply->append(char(Rfc2217::IAC)).append(char(verb)).append(char(option));
 }

@@ -18,8 +18,10 @@
 //    -> Data; any other byte discards it -> Data.
 // Options: BINARY, SUPPRESS-GO-AHEAD and COM-PORT-OPTION are accepted in both directions, every
 // other is refused. What was last announced is kept for each option and direction, and nothing is
-// announced twice in a row; so two ends that both answer come to rest, an end that repeats itself
-// is answered once, and whatever the remote does an answer is no longer than what asked for it.
+// announced twice in a row, so that an acknowledgement is not acknowledged. Two ends that change
+// their mind while the other's answer is on its way can still chase each other round and round;
+// after maxOptionChanges announcements an option is not answered any more. Data does not depend on
+// any option.
 //
 // Malformed input never raises an error: short or unknown commands and commands of the wrong
 // direction are dropped, undefined values become inquiries.
@@ -67,6 +69,11 @@ public:
     // More than any command of RFC 2217 needs; the signature is the only one of free length.
     static constexpr qsizetype maxSubnegotiationBytes = 1024;
 
+    // Announcements for one option in one direction in a conversation. An honest remote needs one
+    // or two, and one that turns BINARY on and off for each of its files still has its way for
+    // long.
+    static constexpr int maxOptionChanges = 64;
+
     explicit Rfc2217Codec(Role role);
 
     // Back to the state of a new codec: parser in Data with no verb and no sub-negotiation begun,
@@ -113,6 +120,12 @@ public:
 private:
     enum class State { Data, Iac, Option, Sub, SubIac };
 
+    struct Announced
+    {
+        bool on = false;
+        int changes = 0; // at most maxOptionChanges
+    };
+    using OptionTable = QHash<quint8, Announced>;
     // Where the results of one decode() go.
     struct Sink;
 
@@ -122,7 +135,7 @@ private:
     void handleSubIac(quint8 byte, Sink& sink);
     void handleSubnegotiation(Sink& sink);
     void appendToSub(const char* bytes, qsizetype count);
-    static void announce(QHash<quint8, bool>& table, quint8 verb, quint8 option, Sink& sink);
+    static void announce(OptionTable& table, quint8 verb, quint8 option, Sink& sink);
 
     Role m_role;
     State m_state = State::Data;
@@ -131,6 +144,6 @@ private:
     bool m_remoteSupportsComPort = false;
     bool m_remoteSentIac = false;
     quint8 m_modemStateMask = 0;
-    QHash<quint8, bool> m_remoteOptions; // last announced with DO (true) or DONT
-    QHash<quint8, bool> m_ownOptions;    // last announced with WILL (true) or WONT
+    OptionTable m_remoteOptions; // last announced with DO (true) or DONT
+    OptionTable m_ownOptions;    // last announced with WILL (true) or WONT
 };
