@@ -5,7 +5,12 @@
 
 #include <QScopedValueRollback>
 #include <QtDebug>
+#include <array>
 #include <limits>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -16,6 +21,8 @@ constexpr int noticeMs = 3000;
 constexpr int openedMs = 1000;
 // Beyond it the driver's buffer fills and the device is held back by flow control.
 constexpr qint64 throttledReadBufferBytes = 4096;
+// Read in one turn of the event loop; less than a millisecond even at the speed of memory.
+constexpr qsizetype readAheadBytes = qsizetype{64} * 1024;
 
 QString lineName(SerialLine line)
 {
@@ -171,9 +178,30 @@ QByteArray SerialLink::readAvailable()
     if (m_readThrottled)
         return {};
     QByteArray bytes = m_residue.take();
-    if (m_port.isOpen())
+    if (m_port.isOpen()) {
         bytes.append(m_port.readAll());
+        appendFromDriver(bytes);
+    }
     return bytes;
+}
+
+// QSerialPort reads the driver once in a turn of the event loop, and a driver gives what one of its
+// buffers holds, often 4 KiB: on a fast line the turns would cost more than the bytes. Errors and
+// the end of the device are QSerialPort's to find, at its next read.
+void SerialLink::appendFromDriver(QByteArray& bytes)
+{
+#ifdef Q_OS_UNIX
+    const int descriptor = m_port.handle();
+    std::array<char, 8192> block; // NOLINT(cppcoreguidelines-pro-type-member-init): read() fills it
+    while (bytes.size() < readAheadBytes) {
+        const ssize_t size = ::read(descriptor, block.data(), block.size());
+        if (size <= 0)
+            return;
+        bytes.append(block.data(), size);
+    }
+#else
+    Q_UNUSED(bytes)
+#endif
 }
 
 bool SerialLink::hasUnread() const

@@ -74,6 +74,7 @@ private:
     void reportOpenFailure(const QString& displayName);
     bool driveLine(SerialLine line, bool on);
     [[nodiscard]] bool driverOwnsRts() const;
+    void appendFromDriver(QByteArray& bytes);
     void keepUnread();
     void closePort();
     void onErrorOccurred(QSerialPort::SerialPortError error);

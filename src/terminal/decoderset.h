@@ -31,6 +31,8 @@ public:
     // call of a member function.
     [[nodiscard]] WireTextDecoder& received(const QString& peer = {});
     [[nodiscard]] WireTextDecoder& sent() { return *m_sent; }
+    // Drops the decoder of a peer that left, and with it the bytes of an unfinished character.
+    void forgetPeer(const QString& peer) { m_peers.erase(peer); }
     [[nodiscard]] std::size_t peerCount() const { return m_peers.size(); }
 
 private:

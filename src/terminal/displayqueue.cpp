@@ -2,19 +2,43 @@
 
 #include <utility>
 
+namespace {
+
+bool isLoneLineFeed(const QByteArray& bytes)
+{
+    return bytes.size() == 1 && bytes.front() == '\n';
+}
+
+} // namespace
+
 void DisplayQueue::push(rxData record, bool filtered)
 {
     bool raw = false;
     if (filtered && record.direction == RXorTx::Received) {
         raw = m_rawCount > 0 || record.bytes.size() > kSliceBytes;
         if (!raw)
-            record.bytes = m_filter.process(record.bytes);
+            m_filter.filter(record.bytes);
     }
     if (record.bytes.isEmpty())
         return;
     m_bytes += record.bytes.size();
+    if (!raw && joinsLast(record)) {
+        m_records.back().record.bytes += record.bytes;
+        return;
+    }
+    m_sealed = false;
     m_rawCount += raw ? 1 : 0;
     m_records.push_back({std::move(record), raw});
+}
+
+bool DisplayQueue::joinsLast(const rxData& record) const
+{
+    if (m_sealed || m_records.empty() || m_records.back().raw)
+        return false;
+    const rxData& last = m_records.back().record;
+    return last.direction == record.direction && !last.transferStatus && !record.transferStatus
+           && last.bytes.size() + record.bytes.size() <= kSliceBytes && !isLoneLineFeed(last.bytes)
+           && !isLoneLineFeed(record.bytes) && last.peer == record.peer && last.time == record.time;
 }
 
 rxData DisplayQueue::takeSlice(bool filtered)
@@ -26,7 +50,7 @@ rxData DisplayQueue::takeSlice(bool filtered)
     if (length < first.record.bytes.size())
         slice.bytes = first.record.bytes.mid(m_taken, length);
     if (first.raw && filtered)
-        slice.bytes = m_filter.process(slice.bytes);
+        m_filter.filter(slice.bytes);
     if (!m_carried.isEmpty())
         slice.bytes.prepend(std::exchange(m_carried, {}));
     // A single byte may be a line feed, and whether that stands alone is seen with the next piece.

@@ -11,6 +11,11 @@
 // (a resumed hold buffer has tens of megabytes) stays raw, as does what stands behind it, and is
 // filtered slice by slice on its way out: the filter sees the stream in its order either way.
 //
+// A fast line delivers many small chunks within one millisecond, the resolution of the stamps. A
+// chunk of the same time, direction and sender as the one before becomes part of its record: the
+// text is the same, as any cutting of a record gives the same text, except for the lone line feed,
+// which therefore stays alone.
+//
 // Owned by the receive pipeline, which bounds it: cost() says what the queue takes.
 class DisplayQueue final
 {
@@ -28,6 +33,8 @@ public:
     // Queues a record, unless the filter leaves nothing of it. `filtered` says that it is received
     // text.
     void push(rxData record, bool filtered);
+    // What is pushed from now on joins no record that is queued now.
+    void seal() { m_sealed = true; }
     // The next piece of the first record, marked as a continuation when it is not the record's
     // first; may hold no bytes. The queue is not empty. `filtered` says that received bytes are
     // text now.
@@ -49,10 +56,13 @@ private:
         bool raw = false;
     };
 
+    [[nodiscard]] bool joinsLast(const rxData& record) const;
+
     std::deque<Entry> m_records;
     AnsiEscapeFilter m_filter;
     qint64 m_bytes = 0;
     std::size_t m_rawCount = 0;
+    bool m_sealed = false;
     // Of the first record:
     qsizetype m_taken = 0;     // bytes handed out
     bool m_sliceShown = false; // a piece with bytes in it was handed out

@@ -85,7 +85,9 @@ void PaneLog::logRecord(const rxData& record)
 {
     const bool received = record.direction == RXorTx::Received && !record.transferStatus;
     WireTextDecoder& decoder = received ? m_decoders.received(record.peer) : m_decoders.sent();
-    m_writer.appendLine(MessageCodec::decodeForLog(record, m_format, m_state, decoder), m_format);
+    m_text.resize(0);
+    MessageCodec::appendForLog(record, m_format, m_state, decoder, m_text);
+    m_writer.appendLine(m_text, m_format);
     QString error;
     if (!m_failing && m_writer.pendingBytes() >= kEagerBytes)
         flushOnce(error);
@@ -96,6 +98,11 @@ void PaneLog::logRecord(const rxData& record)
 void PaneLog::resetTextDecoders()
 {
     m_decoders.reset();
+}
+
+void PaneLog::forgetPeer(const QString& peer)
+{
+    m_decoders.forgetPeer(peer);
 }
 
 bool PaneLog::flushLog(QString* error)

@@ -63,6 +63,7 @@ Q_SIGNALS:
 private:
     void logRecord(const rxData& record) override;
     void resetTextDecoders() override;
+    void forgetPeer(const QString& peer) override;
 
     void setRecording(bool on);
     bool flushOnce(QString& error);
@@ -75,6 +76,7 @@ private:
     QTimer m_timer;
     DecoderSet m_decoders;
     LogState m_state;
+    QString m_text; // of the record at hand; kept for its memory, which one slice bounds
     FormatSetting m_format;
     QString m_portName; // as it stands in file names
     QString m_connection;

@@ -12,11 +12,23 @@
 
 namespace {
 
+// The local time of a millisecond, made once: that takes longer than queueing a short chunk.
+QDateTime localTimeNow()
+{
+    static QDateTime now;
+    static qint64 nowMs = 0;
+    if (const qint64 ms = QDateTime::currentMSecsSinceEpoch(); ms != nowMs) {
+        nowMs = ms;
+        now = QDateTime::fromMSecsSinceEpoch(ms);
+    }
+    return now;
+}
+
 ReceivePipeline::Clocks systemClocks()
 {
     QElapsedTimer timer;
     timer.start();
-    return {[] { return QDateTime::currentDateTime(); }, [timer] { return timer.elapsed(); }};
+    return {localTimeNow, [timer] { return timer.elapsed(); }};
 }
 
 // Only in ISO-8859-1 are 0x9B and 0x9D the control codes that introduce sequences. Elsewhere they
@@ -80,7 +92,7 @@ void ReceivePipeline::pushByteArray(
         Q_EMIT received();
         if (countReceived) {
             m_receivedBytes += bytes.size();
-            Q_EMIT countersChanged();
+            m_counted = true;
         }
     }
     rxData record;
@@ -91,6 +103,24 @@ void ReceivePipeline::pushByteArray(
     m_queue.push(std::move(record), receivesText());
     armTimer();
     updateThrottle();
+}
+
+void ReceivePipeline::forgetPeer(const QString& peer)
+{
+    m_leavingPeers.append(peer);
+    forgetLeavingPeers();
+}
+
+void ReceivePipeline::forgetLeavingPeers()
+{
+    if (!m_queue.isEmpty())
+        return;
+    const QStringList peers = std::exchange(m_leavingPeers, {});
+    for (const QString& peer : peers) {
+        m_decoders.forgetPeer(peer);
+        if (m_log != nullptr)
+            m_log->forgetPeer(peer);
+    }
 }
 
 void ReceivePipeline::start()
@@ -120,6 +150,7 @@ void ReceivePipeline::stop()
     if (m_state == RunState::Stopped)
         return;
     m_finishing = m_state == RunState::Running ? m_queue.count() : 0;
+    m_queue.seal();
     m_state = RunState::Stopped;
     queueHeldBytes();
     updateThrottle();
@@ -138,16 +169,33 @@ bool ReceivePipeline::mayDrain() const
 
 void ReceivePipeline::armTimer()
 {
-    if (mayDrain() && !m_timer.isActive())
-        m_timer.start();
+    if ((mayDrain() || m_counted) && !m_timer.isActive())
+        m_timer.start(kDrainIntervalMs);
 }
 
 void ReceivePipeline::onRefreshDisplay()
 {
     if (mayDrain())
         displayPortBuffer();
-    if (!mayDrain())
+    if (m_counted)
+        tellCounters();
+    if (mayDrain())
+        m_timer.start(kBacklogIntervalMs);
+    else if (m_counted)
+        m_timer.start(kDrainIntervalMs);
+    else
         m_timer.stop();
+}
+
+// A label that changes with every chunk can neither be read nor drawn as fast.
+void ReceivePipeline::tellCounters()
+{
+    const qint64 now = m_clocks.monotonicMs();
+    if (m_countersToldMs && now - *m_countersToldMs < kCounterIntervalMs)
+        return;
+    m_countersToldMs = now;
+    m_counted = false;
+    Q_EMIT countersChanged();
 }
 
 void ReceivePipeline::displayPortBuffer()
@@ -168,6 +216,7 @@ void ReceivePipeline::displayPortBuffer()
     flush(batch);
     if (m_sink.textLength() > m_format.displayBufferSize)
         removeHalfData();
+    forgetLeavingPeers();
     Q_EMIT drained();
     updateThrottle();
 }
@@ -176,22 +225,19 @@ void ReceivePipeline::decodeBufferForUi(const rxData& slice, Batch& batch)
 {
     WireTextDecoder& decoder =
         slice.direction == RXorTx::Received ? m_decoders.received(slice.peer) : m_decoders.sent();
-    const QString text = MessageCodec::decodeForUi(slice, m_format, m_display, decoder);
-    if (text.isEmpty())
-        return;
     const std::optional<QColor> color = colorOf(slice.direction);
     // An append is part of the drain's time, so a batch grows no further than one slice.
     if (color != batch.color || batch.text.size() >= DisplayQueue::kSliceBytes)
         flush(batch);
     batch.color = color;
-    batch.text += text;
+    MessageCodec::appendForUi(slice, m_format, m_display, decoder, batch.text);
 }
 
 void ReceivePipeline::flush(Batch& batch)
 {
     if (!batch.text.isEmpty())
         m_sink.appendText(batch.text, batch.color);
-    batch.text.clear();
+    batch.text.resize(0);
 }
 
 void ReceivePipeline::removeHalfData()
@@ -208,6 +254,7 @@ void ReceivePipeline::clear()
     m_display = {};
     m_removedCharacters = 0;
     m_receivedBytes = 0;
+    m_counted = false;
     resetTextDecoders();
     Q_EMIT countersChanged();
     Q_EMIT drained();

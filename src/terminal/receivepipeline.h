@@ -18,8 +18,9 @@ class TrafficLog;
 //
 // Data flow: ingestRx() -> rxTapped -> [hold buffer while paused] -> escape filter -> queue of
 // stamped records -> a drain every 20 ms -> MessageCodec -> DisplaySink. A drain stops when its
-// time is used up and goes on at the next tick; large records are shown in slices, with the text
-// that one piece would give. The timer rests while there is nothing to show.
+// time is used up and goes on once the event loop has seen to everything else (keys, painting,
+// reading); large records are shown in slices, with the text that one piece would give. The timer
+// rests while there is nothing to show.
 //
 // Bounds: nothing is dropped. When what waits reaches a high-water mark (another one while the
 // view is paused) throttleRequested(true) asks the owner to stop reading the transport, and when
@@ -39,8 +40,12 @@ public:
     };
 
     static constexpr int kDrainIntervalMs = 20;
-    // A drain begins no further slice after this time.
-    static constexpr qint64 kDrainBudgetMs = 12;
+    // Until a drain that has left something goes on.
+    static constexpr int kBacklogIntervalMs = 1;
+    // A drain begins no further slice after this time: with painting and reading a turn of the
+    // event loop stays below 20 ms.
+    static constexpr qint64 kDrainBudgetMs = 8;
+    static constexpr qint64 kCounterIntervalMs = 100;
     // DisplayQueue::cost() at which reading stops, and below which it goes on.
     static constexpr qint64 kQueueHighWater = qint64{4} * 1024 * 1024;
     static constexpr qint64 kQueueLowWater = qint64{1024} * 1024;
@@ -62,6 +67,10 @@ public:
     // Queues a record for display. Sent bytes are not counted here.
     void pushByteArray(
         const QByteArray& bytes, bool countReceived, RXorTx direction, const QString& peer = {});
+
+    // The peer left: once what it sent has been shown, nothing of it is kept. A peer of the same
+    // key that comes later begins afresh.
+    void forgetPeer(const QString& peer);
 
     // Running; what was held while paused is queued. After a stop the decoders start afresh.
     void start();
@@ -96,6 +105,7 @@ Q_SIGNALS:
     void rxTapped(const QByteArray& bytes, const QString& peer);
     // Something arrived: time for the lamp.
     void received();
+    // After received bytes were counted; at most every kCounterIntervalMs while they stream in.
     void countersChanged();
     // The text in the view changed.
     void drained();
@@ -114,8 +124,10 @@ private:
     void displayPortBuffer();
     void decodeBufferForUi(const rxData& slice, Batch& batch);
     void flush(Batch& batch);
+    void forgetLeavingPeers();
     void queueHeldBytes();
     void armTimer();
+    void tellCounters();
     void updateThrottle();
     [[nodiscard]] bool receivesText() const;
     [[nodiscard]] std::optional<QColor> colorOf(RXorTx direction) const;
@@ -132,8 +144,11 @@ private:
     // Records at the front of the queue that a stopped view still shows.
     std::size_t m_finishing = 0;
     RunState m_state = RunState::Stopped;
+    QStringList m_leavingPeers; // forgotten as soon as the queue is empty
     bool m_throttled = false;
     bool m_toldPausedFull = false;
     qint64 m_receivedBytes = 0;
+    bool m_counted = false; // since the last countersChanged()
+    std::optional<qint64> m_countersToldMs;
     qint64 m_removedCharacters = 0;
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 struct rxData;
 
 // Where a pane's receive pipeline hands what it shows, to be recorded. The pipeline has none while
@@ -11,6 +13,8 @@ public:
     virtual void logRecord(const rxData& record) = 0;
     // Characters that are not finished yet belong to a stream that has ended.
     virtual void resetTextDecoders() = 0;
+    // The peer left and all it sent was logged.
+    virtual void forgetPeer(const QString& peer) = 0;
 
 protected:
     // The pipeline does not own it.

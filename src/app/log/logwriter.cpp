@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStringEncoder>
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
@@ -101,21 +102,24 @@ QString LogWriter::noFileNameText()
 
 void LogWriter::appendLine(const QString& line, const FormatSetting& /*format*/)
 {
-    const QByteArray bytes = line.toUtf8();
-    if (bytes.isEmpty())
+    if (line.isEmpty())
         return;
+    const qsizetype before = m_pending.size();
+    QStringEncoder encoder(QStringEncoder::Utf8);
+    m_pending.resize(before + encoder.requiredSpace(line.size()));
+    m_pending.truncate(encoder.appendToBuffer(m_pending.data() + before, line) - m_pending.data());
     // What is missing is missing at one place, so nothing squeezes in after the first refusal.
-    if (m_givenUpBytes > 0 || m_pending.size() + bytes.size() > kMaxPendingBytes) {
+    if (m_givenUpBytes > 0 || m_pending.size() > kMaxPendingBytes) {
         const bool first = m_givenUpBytes == 0;
         if (first)
             m_givenUpSince = m_clock();
-        m_givenUpBytes += bytes.size();
+        m_givenUpBytes += m_pending.size() - before;
+        m_pending.truncate(before);
         if (first)
             Q_EMIT overflowed();
         return;
     }
-    m_pending += bytes;
-    m_pendingLines += bytes.count('\n');
+    m_pendingLines += std::count(m_pending.cbegin() + before, m_pending.cend(), '\n');
 }
 
 bool LogWriter::flush(

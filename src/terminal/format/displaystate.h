@@ -3,6 +3,7 @@
 #include "terminal/format/rxortx.h"
 
 #include <QDateTime>
+#include <QString>
 
 // What the formatter remembers of the text shown so far. Owned by the pane's receive pipeline and
 // changed by MessageCodec only; a fresh one belongs to an empty view.
@@ -15,4 +16,14 @@ struct DisplayState
     // A pause was seen in front of a record that showed nothing yet (the first bytes of a
     // character): the line feed is still owed.
     bool gapPending = false;
+
+    // The last stamp that was made. Pieces of one record and records of one millisecond share it,
+    // and making one takes longer than making the text of a short record.
+    struct Stamp
+    {
+        QDateTime time;
+        QString pattern;
+        QString text;
+    };
+    Stamp stamp;
 };

@@ -4,9 +4,9 @@
 #include <algorithm>
 
 // QString::remove() looks at character after character; between two CRs there is a whole line.
-void removeCarriageReturns(QString& text)
+void removeCarriageReturns(QString& text, qsizetype from)
 {
-    qsizetype from = text.indexOf(u'\r');
+    from = text.indexOf(u'\r', from);
     if (from < 0)
         return;
     QChar* const units = text.data();
@@ -21,18 +21,28 @@ void removeCarriageReturns(QString& text)
     text.truncate(kept);
 }
 
-QString stampedLines(const QString& text, const QString& stamp)
+void stampLines(QString& text, qsizetype from, const QString& stamp, bool atFront)
 {
-    QString stamped;
-    stamped.reserve(text.size() + text.count(u'\n') * stamp.size());
-    qsizetype from = 0;
-    while (from < text.size()) {
-        const qsizetype lineFeed = text.indexOf(u'\n', from);
-        const qsizetype end = lineFeed < 0 ? text.size() : lineFeed + 1;
-        stamped += QStringView(text).sliced(from, end - from);
-        if (end < text.size())
-            stamped += stamp;
-        from = end;
+    const qsizetype length = text.size() - from;
+    const qsizetype inside = length - (text.endsWith(u'\n') ? 1 : 0);
+    const qsizetype stamps =
+        QStringView(text).sliced(from, inside).count(u'\n') + (atFront ? 1 : 0);
+    if (stamps == 0)
+        return;
+    // The lines move to the end of the room that they and their stamps need, and come back from
+    // there one by one.
+    const qsizetype growth = stamps * stamp.size();
+    text.resize(text.size() + growth);
+    QChar* const begin = text.data() + from;
+    std::copy_backward(begin, begin + length, begin + growth + length);
+    const QStringView lines(begin + growth, length);
+    QChar* out = atFront ? std::copy(stamp.begin(), stamp.end(), begin) : begin;
+    for (qsizetype at = 0; at < length;) {
+        const qsizetype lineFeed = lines.indexOf(u'\n', at);
+        const qsizetype end = lineFeed < 0 ? length : lineFeed + 1;
+        out = std::copy(lines.begin() + at, lines.begin() + end, out);
+        if (end < length)
+            out = std::copy(stamp.begin(), stamp.end(), out);
+        at = end;
     }
-    return stamped;
 }

@@ -13,6 +13,7 @@
 #include <array>
 #include <functional>
 #include <numeric>
+#include <string_view>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -39,6 +40,15 @@ Text withLineEnding(Text text, int mode, Char lf, Char cr)
     }
     return text;
 }
+
+// What a byte is shown as, a blank behind it.
+constexpr auto kHexGroups = [] {
+    constexpr std::u16string_view digits = u"0123456789ABCDEF";
+    std::array<std::array<char16_t, 3>, 256> groups{};
+    for (std::size_t byte = 0; byte < groups.size(); ++byte)
+        groups[byte] = {digits[byte >> 4], digits[byte & 0xF], u' '};
+    return groups;
+}();
 
 template<typename Sum>
 void appendLittleEndian(QByteArray& bytes, Sum sum)
@@ -86,28 +96,32 @@ EncodeSendResult encodeText(const QString& text, const FormatSetting& format)
 
 QString MessageCodec::toHexString(QByteArrayView bytes)
 {
-    constexpr auto digits = "0123456789ABCDEF"_L1;
-    QString text(bytes.size() * 3, Qt::Uninitialized);
-    auto* out = reinterpret_cast<char16_t*>(text.data());
-    for (const char byte : bytes) {
-        out[0] = char16_t(uchar(digits.data()[uchar(byte) >> 4]));
-        out[1] = char16_t(uchar(digits.data()[uchar(byte) & 0xF]));
-        out[2] = u' ';
-        out += 3;
-    }
+    QString text;
+    appendHexString(bytes, text);
     return text;
+}
+
+void MessageCodec::appendHexString(QByteArrayView bytes, QString& text)
+{
+    const qsizetype begin = text.size();
+    text.resize(begin + bytes.size() * 3);
+    auto* out = reinterpret_cast<char16_t*>(text.data()) + begin;
+    for (const char byte : bytes)
+        out = std::copy_n(kHexGroups[uchar(byte)].begin(), 3, out);
 }
 
 QString MessageCodec::insertTimeStamp(const QString& text, const QString& stamp)
 {
     QString lines = text;
     lines.replace("\r\n"_L1, "\n"_L1).replace("\n\r"_L1, "\n"_L1);
-    return stampedLines(lines, stamp);
+    stampLines(lines, 0, stamp, false);
+    return lines;
 }
 
 QString MessageCodec::sanitizeText(QString text)
 {
-    return sanitizedText(std::move(text));
+    sanitize(text);
+    return text;
 }
 
 QString MessageCodec::decodeWireText(QByteArrayView bytes, WireTextDecoder& decoder)
@@ -115,8 +129,8 @@ QString MessageCodec::decodeWireText(QByteArrayView bytes, WireTextDecoder& deco
     return sanitizeText(decoder.decode(bytes).text);
 }
 
-QString MessageCodec::decodeForUi(const rxData& record, const FormatSetting& format,
-    DisplayState& state, WireTextDecoder& decoder)
+void MessageCodec::appendForUi(const rxData& record, const FormatSetting& format,
+    DisplayState& state, WireTextDecoder& decoder, QString& text)
 {
     const bool received = record.direction == RXorTx::Received;
     RecordStyle style;
@@ -124,9 +138,19 @@ QString MessageCodec::decodeForUi(const rxData& record, const FormatSetting& for
     style.breaksAtPause = format.rxAutoFeedLine;
     style.pauseMs = format.autoFeedInterval;
     style.stamped = format.displayMsgTime;
-    if (style.stamped)
-        style.stamp = record.time.toString(received ? format.rxTimeFormat : format.txTimeFormat);
-    return recordText(record, std::move(style), state, decoder);
+    style.stampPattern = received ? format.rxTimeFormat : format.txTimeFormat;
+    style.makeStamp = [](const QDateTime& time, const QString& pattern) {
+        return time.toString(pattern);
+    };
+    appendRecordText(record, style, state, decoder, text);
+}
+
+QString MessageCodec::decodeForUi(const rxData& record, const FormatSetting& format,
+    DisplayState& state, WireTextDecoder& decoder)
+{
+    QString text;
+    appendForUi(record, format, state, decoder, text);
+    return text;
 }
 
 QString MessageCodec::decodeTransferStatus(

@@ -33,13 +33,14 @@ public:
 
     // Two upper-case digits and a blank per byte.
     [[nodiscard]] static QString toHexString(QByteArrayView bytes);
+    static void appendHexString(QByteArrayView bytes, QString& text);
     // CR LF and LF CR become LF, and the stamp follows every LF except one at the very end.
     [[nodiscard]] static QString insertTimeStamp(const QString& text, const QString& stamp);
-    // Makes visible what a text view would hide or take as structure; see sanitizedText().
+    // Makes visible what a text view would hide or take as structure; see sanitize().
     [[nodiscard]] static QString sanitizeText(QString text);
     // The decoder's text, sanitized. An unfinished character stays in the decoder.
     [[nodiscard]] static QString decodeWireText(QByteArrayView bytes, WireTextDecoder& decoder);
-    // The text to append to the view for a traffic record, by the format of its direction. It
+    // Appends the text for the view of a traffic record, by the format of its direction. It
     // holds no CR: CR LF and LF CR are one line feed, other CRs are dropped. It may be empty. For
     // records of one time any cutting of the bytes gives the same text in total, except that a
     // record that is one lone LF is skipped when the shown text already ends with a line feed.
@@ -47,10 +48,15 @@ public:
     // A line feed goes in front when the view is in mid line and either a pause longer than the
     // configured gap lies before the record, or stamps are on and the line belongs to the other
     // direction. With stamps on every display line begins with exactly one.
+    static void appendForUi(const rxData& record, const FormatSetting& format, DisplayState& state,
+        WireTextDecoder& decoder, QString& text);
+    // The same as a text of its own.
     [[nodiscard]] static QString decodeForUi(const rxData& record, const FormatSetting& format,
         DisplayState& state, WireTextDecoder& decoder);
-    // The text to record, by the rules of decodeForUi() but with the log's own stamp. State and
-    // decoder belong to the log alone. A transfer's status line is recorded as it is shown.
+    // Appends the text to record, by the rules of appendForUi() but with the log's own stamp.
+    // State and decoder belong to the log alone. A transfer's status line is recorded as shown.
+    static void appendForLog(const rxData& record, const FormatSetting& format, LogState& state,
+        WireTextDecoder& decoder, QString& text);
     [[nodiscard]] static QString decodeForLog(const rxData& record, const FormatSetting& format,
         LogState& state, WireTextDecoder& decoder);
     // The text to append for a record that carries a transfer's status line; every CR LF and every

@@ -4,18 +4,20 @@
 #include "terminal/format/recordtext.h"
 #include "terminal/format/timestamppattern.h"
 
-QString MessageCodec::decodeForLog(
-    const rxData& record, const FormatSetting& format, LogState& state, WireTextDecoder& decoder)
+void MessageCodec::appendForLog(const rxData& record, const FormatSetting& format, LogState& state,
+    WireTextDecoder& decoder, QString& text)
 {
-    if (record.transferStatus)
-        return decodeTransferStatus(record.bytes, state.line, decoder);
+    if (record.transferStatus) {
+        text += decodeTransferStatus(record.bytes, state.line, decoder);
+        return;
+    }
     RecordStyle style;
     style.messageFormat =
         record.direction == RXorTx::Received ? format.receiveMsgFormat : format.sendMsgFormat;
     style.breaksAtPause = format.rxAutoFeedLine;
     style.pauseMs = format.autoFeedInterval;
     style.stamped = format.logTimestampEnabled;
-    if (style.stamped)
-        style.stamp = decode_timestamp(record.time, format.logTimestampFormat);
-    return recordText(record, std::move(style), state.line, decoder);
+    style.stampPattern = format.logTimestampFormat;
+    style.makeStamp = decode_timestamp;
+    appendRecordText(record, style, state.line, decoder, text);
 }

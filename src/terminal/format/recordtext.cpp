@@ -2,11 +2,11 @@
 
 #include "terminal/format/linetext.h"
 #include "terminal/format/messagecodec.h"
+#include "terminal/format/sanitizetext.h"
 #include "terminal/format/sendmodes.h"
+#include "terminal/text/wiretextdecoder.h"
 
 #include <QDebug>
-
-using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -21,40 +21,59 @@ void noteTime(const rxData& record, const RecordStyle& style, DisplayState& stat
         state.lastReceived = record.time;
 }
 
+const QString& stampOf(const rxData& record, const RecordStyle& style, DisplayState::Stamp& last)
+{
+    if (last.time != record.time || last.pattern != style.stampPattern) {
+        last = {record.time, style.stampPattern, style.makeStamp(record.time, style.stampPattern)};
+        // A stamp is part of one line, whatever was typed into its pattern.
+        last.text.removeIf([](QChar c) { return c == u'\r' || c == u'\n'; });
+    }
+    return last.text;
+}
+
+// As the format says, with the line ends as they were sent.
+void appendBytes(
+    const rxData& record, const RecordStyle& style, WireTextDecoder& decoder, QString& text)
+{
+    const qsizetype begin = text.size();
+    if (style.messageFormat == int(MessageFormat::Hexadecimal)) {
+        MessageCodec::appendHexString(record.bytes, text);
+        return;
+    }
+    decoder.decodeTo(record.bytes, text);
+    sanitize(text, begin);
+}
+
 } // namespace
 
-QString recordText(
-    const rxData& record, RecordStyle style, DisplayState& state, WireTextDecoder& decoder)
+void appendRecordText(const rxData& record, const RecordStyle& style, DisplayState& state,
+    WireTextDecoder& decoder, QString& text)
 {
     if (record.bytes.isEmpty())
-        return {};
-    QString text = style.messageFormat == int(MessageFormat::Hexadecimal)
-                       ? MessageCodec::toHexString(record.bytes)
-                       : MessageCodec::decodeWireText(record.bytes, decoder);
+        return;
+    const qsizetype begin = text.size();
+    appendBytes(record, style, decoder, text);
     noteTime(record, style, state);
     // Not a line feed in front of a character whose other bytes are still to come.
-    const bool loneLineFeed = record.bytes.size() == 1 && text == "\n"_L1;
+    const bool loneLineFeed =
+        record.bytes.size() == 1 && text.size() == begin + 1 && text.back() == u'\n';
     if (loneLineFeed && state.endsWithLineFeed && !record.continuation) {
         qDebug("Skip feed for isEndWithLineFeed");
-        return {};
+        text.truncate(begin);
+        return;
     }
-    removeCarriageReturns(text);
-    if (text.isEmpty())
-        return {};
+    removeCarriageReturns(text, begin);
+    if (text.size() == begin)
+        return;
 
     const bool otherLine = style.stamped && record.direction != state.lineDirection;
     const bool breaksLine = !state.endsWithLineFeed && (state.gapPending || otherLine);
-    if (style.stamped) {
-        // A stamp is part of one line, whatever was typed into its pattern.
-        style.stamp.removeIf([](QChar c) { return c == u'\r' || c == u'\n'; });
-        text = stampedLines(text, style.stamp);
-        if (state.endsWithLineFeed || breaksLine)
-            text.prepend(style.stamp);
-    }
+    if (style.stamped)
+        stampLines(
+            text, begin, stampOf(record, style, state.stamp), state.endsWithLineFeed || breaksLine);
     if (breaksLine)
-        text.prepend(u'\n');
+        text.insert(begin, u'\n');
     state.gapPending = false;
     state.lineDirection = record.direction;
     state.endsWithLineFeed = text.endsWith(u'\n');
-    return text;
 }

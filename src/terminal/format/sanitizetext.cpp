@@ -19,13 +19,14 @@ constexpr bool mustBeReplaced(char16_t c)
     return bool(control | deleteOrC1 | separator | nonCharacter | annotation | mark);
 }
 
+// The same without branches, which random bytes would make the processor guess wrong.
 constexpr char16_t visibleForm(char16_t c)
 {
-    if (c < 0x20)
-        return char16_t(0x2400 + c);
-    if (c == 0x7F)
-        return u'\u2421';
-    return c == 0x85 || c == 0x2028 || c == 0x2029 ? kNewlineSymbol : kSubstituteSymbol;
+    const bool newline = bool((c == 0x85) | (char16_t(c - 0x2028) <= 1));
+    char16_t form = newline ? kNewlineSymbol : kSubstituteSymbol;
+    form = c < 0x20 ? char16_t(0x2400 + c) : form;
+    form = c == 0x7F ? u'\u2421' : form;
+    return mustBeReplaced(c) ? form : c;
 }
 
 // The index of a block that holds the first character to replace, or `size`.
@@ -46,15 +47,13 @@ qsizetype findBlock(const char16_t* text, qsizetype size)
 
 } // namespace
 
-QString sanitizedText(QString text)
+void sanitize(QString& text, qsizetype from)
 {
-    const qsizetype from = findBlock(reinterpret_cast<const char16_t*>(text.utf16()), text.size());
-    if (from == text.size())
-        return text;
-    auto* const units = reinterpret_cast<char16_t*>(text.data());
-    for (qsizetype i = from; i < text.size(); ++i) {
-        if (mustBeReplaced(units[i]))
-            units[i] = visibleForm(units[i]);
-    }
-    return text;
+    const auto* const shown = reinterpret_cast<const char16_t*>(text.utf16()) + from;
+    const qsizetype length = text.size() - from;
+    const qsizetype dirty = findBlock(shown, length);
+    if (dirty == length)
+        return;
+    auto* const units = reinterpret_cast<char16_t*>(text.data()) + from;
+    std::transform(units + dirty, units + length, units + dirty, visibleForm);
 }

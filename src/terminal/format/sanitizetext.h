@@ -7,4 +7,5 @@
 // paragraph separators U+0085, U+2028 and U+2029 become U+2424 (symbol for newline); the other C1
 // controls, U+FEFF, U+FFF9 to U+FFFC, U+FDD0 to U+FDEF, U+FFFE and U+FFFF become U+2426 (symbol
 // for substitute). U+FFFD stays: it says that bytes were no character.
-[[nodiscard]] QString sanitizedText(QString text);
+// Everything in front of `from` stays as it is.
+void sanitize(QString& text, qsizetype from = 0);

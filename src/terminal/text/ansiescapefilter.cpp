@@ -1,6 +1,7 @@
 #include "terminal/text/ansiescapefilter.h"
 
 #include <QtEndian>
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -21,6 +22,13 @@ constexpr quint64 zeroBytes(quint64 word)
     return (word - kOnes) & ~word & kHighBits;
 }
 
+constexpr bool isIntroducer(char byte, bool singleByteIntroducers)
+{
+    return byte == kEscape
+           || (singleByteIntroducers
+               && (byte == kControlSequenceIntroducer || byte == kCommandIntroducer));
+}
+
 const char* findIntroducer(const char* from, const char* end, bool singleByteIntroducers)
 {
     if (!singleByteIntroducers) {
@@ -34,23 +42,37 @@ const char* findIntroducer(const char* from, const char* end, bool singleByteInt
         if (hits != 0)
             return from + std::countr_zero(hits) / 8;
     }
-    while (from < end && *from != kEscape && *from != kControlSequenceIntroducer
-           && *from != kCommandIntroducer)
+    while (from < end && !isIntroducer(*from, true))
         ++from;
     return from;
 }
 
+// Behind the control sequence that begins at `from` and is complete; null when none is.
+const char* endOfControlSequence(const char* from, const char* end)
+{
+    if (end - from < 3 || from[0] != kEscape || from[1] != '[')
+        return nullptr;
+    const char* const limit =
+        from + std::min<qsizetype>(end - from, AnsiEscapeFilter::kMaxControlSequence);
+    const char* const last =
+        std::find_if(from + 2, limit, [](char byte) { return byte < 0x20 || byte > 0x3F; });
+    return last != limit && *last >= 0x40 && *last <= 0x7E ? last + 1 : nullptr;
+}
+
 } // namespace
+
+void AnsiEscapeFilter::filter(QByteArray& bytes)
+{
+    const char* const end = bytes.constEnd();
+    if (m_state != State::Ground
+        || findIntroducer(bytes.constBegin(), end, m_singleByteIntroducers) != end)
+        bytes = process(bytes);
+}
 
 QByteArray AnsiEscapeFilter::process(QByteArrayView bytes)
 {
-    if (bytes.isEmpty())
-        return {};
     const char* from = bytes.data();
     const char* const end = from + bytes.size();
-    if (m_state == State::Ground && findIntroducer(from, end, m_singleByteIntroducers) == end)
-        return bytes.toByteArray();
-
     QByteArray out;
     out.reserve(m_pending.size() + bytes.size());
     while (from < end) {
@@ -59,7 +81,10 @@ QByteArray AnsiEscapeFilter::process(QByteArrayView bytes)
             const char* const stop = findIntroducer(from, end, m_singleByteIntroducers);
             out.append(from, stop - from);
             from = stop;
-            if (from < end)
+            // Colours come a few bytes at a time between the words of a line.
+            while (const char* const behind = endOfControlSequence(from, end))
+                from = behind;
+            if (from < end && isIntroducer(*from, m_singleByteIntroducers))
                 introduce(*from++);
             break;
         }

@@ -22,6 +22,8 @@ public:
     // Gives the bytes that are to be shown. Nothing but the bytes of an unfinished sequence is
     // held for the next call.
     [[nodiscard]] QByteArray process(QByteArrayView bytes);
+    // The same in place; bytes without a sequence, which most are, are not copied.
+    void filter(QByteArray& bytes);
     // Back to plain bytes; the bytes of an unfinished sequence are dropped.
     void reset();
 
