@@ -2,10 +2,12 @@
 
 #include "app/settings/settings.h"
 #include "app/settingspage.h"
+#include "connections/serialportcatalog.h"
+
+#include <optional>
 
 class ConnectionPanel;
 class QLabel;
-class SerialPortCatalog;
 
 // Where a pane connects and with which line parameters: the fields of the pane's own connection
 // panel, with what is known of the chosen port (description, manufacturer, serial number) below.
@@ -32,14 +34,21 @@ public:
     void setConnectionActive(bool active);
 
 private:
-    void onEdited();
+    [[nodiscard]] QWidget* fieldNamed(QLatin1StringView name) const;
+    [[nodiscard]] bool isShown(QLatin1StringView name) const;
+    void addRowBelow(QWidget* field, QWidget* row);
+    [[nodiscard]] QString portProblem() const;
+    [[nodiscard]] QString hostProblem() const;
+    [[nodiscard]] QString baudRateProblem() const;
     void showPortDetails();
     [[nodiscard]] Settings edited() const;
-    [[nodiscard]] QString targetProblem() const;
 
     const SerialPortCatalog& m_catalog;
     Target m_target;
+    QList<SerialPortDescription> m_ports; // as listed last
+    std::optional<QString> m_describedPort;
     ConnectionPanel* m_panel;
+    QFormLayout* m_form;
     QLabel* m_portDetails;
     QLabel* m_activeHint;
     Settings m_shown; // as the fields showed it after loading

@@ -143,7 +143,7 @@ QString LogPage::nameProblem() const
     if (!logFileNameResolved(name))
         return LogWriter::noFileNameText();
     if (name.endsWith(u'/') || QFileInfo(name).isDir())
-        return tr("%1 is a folder. Add the name of a file.").arg(QDir::toNativeSeparators(name));
+        return tr("%1 is a folder. Add a file name.").arg(QDir::toNativeSeparators(name));
     return {};
 }
 

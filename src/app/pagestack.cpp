@@ -48,9 +48,8 @@ PageStack::PageStack(QWidget* parent)
 
 PageStack::~PageStack() = default;
 
-void PageStack::addPage(SettingsPage* page, const QString& title, QLatin1StringView taken)
+void PageStack::addPage(SettingsPage* page, const QString& title)
 {
-    assignMnemonics(*page, taken);
     auto* column = new SettingsColumn(page);
     m_stack->addWidget(column);
     m_pages.append(page);
@@ -59,6 +58,7 @@ void PageStack::addPage(SettingsPage* page, const QString& title, QLatin1StringV
     m_list->setFixedWidth(m_list->sizeHintForColumn(0) + padding);
     if (m_list->currentRow() < 0)
         m_list->setCurrentRow(0);
+    refresh();
     connect(page, &SettingsPage::changed, this, &PageStack::refresh);
 }
 
@@ -91,6 +91,8 @@ void PageStack::refresh()
 {
     const QIcon mark = style()->standardIcon(QStyle::SP_MessageBoxWarning);
     for (qsizetype i = 0; i < m_pages.size(); ++i) {
+        // A field whose label changed with the transport gets its mnemonic back.
+        assignMnemonics(*m_pages.at(i), dialogLetters);
         const QString& text = m_pages.at(i)->problem();
         QListWidgetItem* item = m_list->item(int(i));
         item->setIcon(text.isEmpty() ? QIcon() : mark);

@@ -19,8 +19,8 @@ public:
     explicit PageStack(QWidget* parent = nullptr);
     ~PageStack() override;
 
-    // Takes the page over. `taken` as in assignMnemonics().
-    void addPage(SettingsPage* page, const QString& title, QLatin1StringView taken);
+    // Takes the page over.
+    void addPage(SettingsPage* page, const QString& title);
     void showPage(const SettingsPage* page);
     // "Page: what is wrong" of the first page that cannot be accepted, empty when all can.
     [[nodiscard]] QString problem() const;

@@ -3,14 +3,12 @@
 #include "app/settings/formatsetting.h"
 #include "app/settingspage.h"
 
-class QCheckBox;
-class QComboBox;
 class QLabel;
 class QLineEdit;
-class QRadioButton;
-class QSpinBox;
+class ReceivePanel;
 
-// How received bytes are shown: format, encoding, line breaks at pauses, time stamps.
+// How received bytes are shown: the fields of the pane's own receive panel, and the patterns of
+// the time stamps with what they give now.
 class ReceivePage final : public SettingsPage
 {
     Q_OBJECT
@@ -24,19 +22,13 @@ public:
     void store(FormatSetting& format) const;
 
 private:
-    void buildRows();
     void buildStampRows(QFormLayout* form);
-    void onEdited();
+    void showStamps();
     [[nodiscard]] FormatSetting edited() const;
 
-    QRadioButton* m_text;
-    QRadioButton* m_hex;
-    QComboBox* m_encoding;
-    QCheckBox* m_autoFeed;
-    QSpinBox* m_interval;
-    QCheckBox* m_displayTime;
+    ReceivePanel* m_panel;
     QLineEdit* m_rxStamp;
     QLineEdit* m_txStamp;
-    QLabel* m_stampPreview;
+    QLabel* m_stampPreview = nullptr;
     FormatSetting m_shown; // as the fields showed it after loading
 };

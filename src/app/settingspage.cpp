@@ -2,8 +2,13 @@
 
 #include "app/fieldnote.h"
 
+#include <QAbstractButton>
+#include <QComboBox>
 #include <QFormLayout>
+#include <QGroupBox>
 #include <QLabel>
+#include <QLineEdit>
+#include <QSpinBox>
 
 SettingsPage::SettingsPage(QWidget* parent)
     : QWidget(parent)
@@ -19,6 +24,33 @@ QFormLayout* SettingsPage::makeForm()
     form->setVerticalSpacing(8);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     return form;
+}
+
+QFormLayout* SettingsPage::takePanel(QGroupBox& panel)
+{
+    panel.setTitle({});
+    panel.setFlat(true);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(&panel);
+    layout->addStretch();
+    auto* form = qobject_cast<QFormLayout*>(panel.layout());
+    Q_ASSERT(form);
+    form->setContentsMargins(8, 8, 8, 8);
+    form->setVerticalSpacing(8);
+    return form;
+}
+
+void SettingsPage::watchFields(QWidget& root)
+{
+    for (const QLineEdit* edit : root.findChildren<QLineEdit*>())
+        connect(edit, &QLineEdit::textChanged, this, &SettingsPage::revalidate);
+    for (const QComboBox* box : root.findChildren<QComboBox*>())
+        connect(box, &QComboBox::currentIndexChanged, this, &SettingsPage::revalidate);
+    for (const QAbstractButton* button : root.findChildren<QAbstractButton*>())
+        connect(button, &QAbstractButton::toggled, this, &SettingsPage::revalidate);
+    for (const QSpinBox* box : root.findChildren<QSpinBox*>())
+        connect(box, &QSpinBox::valueChanged, this, &SettingsPage::revalidate);
 }
 
 void SettingsPage::addCheck(QFormLayout* form, QWidget* field, Check check)

@@ -7,6 +7,7 @@
 
 class FieldNote;
 class QFormLayout;
+class QGroupBox;
 class QLabel;
 
 // One page of a settings dialog: fields that edit a part of a record. A page shows a record
@@ -35,6 +36,11 @@ protected:
 
     // The form of a page: labels and fields on the 8 pixel grid.
     [[nodiscard]] QFormLayout* makeForm();
+    // Makes a group of a pane's settings column the content of the page, without its frame and
+    // title. Gives its form, so that what the page adds stands in line with it.
+    QFormLayout* takePanel(QGroupBox& panel);
+    // Every edit of a field below `root` runs the checks, while it is being typed.
+    void watchFields(QWidget& root);
     // A row below the field's row that tells what the check finds. What it finds keeps the page
     // from being accepted.
     void addCheck(QFormLayout* form, QWidget* field, Check check);

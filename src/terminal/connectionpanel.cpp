@@ -1,6 +1,7 @@
 #include "terminal/connectionpanel.h"
 
 #include "connections/connectioncontroller.h"
+#include "terminal/hostbox.h"
 #include "terminal/panelform.h"
 #include "terminal/portnamebox.h"
 
@@ -14,6 +15,8 @@
 #include <QSpinBox>
 
 #include <array>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -109,7 +112,7 @@ ConnectionPanel::ConnectionPanel(QWidget* parent)
     , m_lines(new QWidget(this))
     , m_dtr(new QCheckBox(tr("DTR"), m_lines))
     , m_rts(new QCheckBox(tr("RTS"), m_lines))
-    , m_host(new QComboBox(this))
+    , m_host(new HostBox(this))
     , m_targetPort(portSpinBox(this))
     , m_udpLocalPort(portSpinBox(this))
     , m_udpServerPort(portSpinBox(this))
@@ -131,9 +134,11 @@ void ConnectionPanel::buildTargetRows(QFormLayout* form)
         if (ConnectionController::carries(entry.mode))
             m_mode->addItem(tr(entry.label), int(entry.mode));
     }
-    m_host->setEditable(true);
-    m_host->setInsertPolicy(QComboBox::NoInsert);
-    m_host->lineEdit()->setPlaceholderText(tr("Host name or address"));
+    m_mode->setObjectName("connMode"_L1);
+    m_port->setObjectName("portName"_L1);
+    m_host->setObjectName("targetHost"_L1);
+    m_targetPort->setObjectName("targetPort"_L1);
+    m_open->setObjectName("openButton"_L1);
     form->addRow(tr("Type"), m_mode);
     form->addRow(tr("Port"), m_port);
     form->addRow(tr("Host"), m_host);
@@ -147,8 +152,8 @@ void ConnectionPanel::buildTargetRows(QFormLayout* form)
             Q_EMIT edited();
     });
     connect(m_port, &PortNameBox::portNameEdited, this, &ConnectionPanel::edited);
-    connect(m_host, &QComboBox::activated, this, &ConnectionPanel::edited);
-    connect(m_host->lineEdit(), &QLineEdit::editingFinished, this, &ConnectionPanel::edited);
+    connect(m_host, &HostBox::hostEdited, this, &ConnectionPanel::edited);
+    connect(m_host, &HostBox::hostRemoved, this, &ConnectionPanel::edited);
     for (QSpinBox* box : {m_targetPort, m_udpLocalPort, m_udpServerPort}) {
         connect(box, &QSpinBox::valueChanged, this, [this] {
             if (!m_loading)
@@ -159,6 +164,7 @@ void ConnectionPanel::buildTargetRows(QFormLayout* form)
 
 void ConnectionPanel::buildLineRows(QFormLayout* form)
 {
+    m_baudRate->setObjectName("baudRate"_L1);
     m_baudRate->setEditable(true);
     m_baudRate->setInsertPolicy(QComboBox::NoInsert);
     m_baudRate->setValidator(new QIntValidator(1, maxBaudRate, m_baudRate));
@@ -238,9 +244,7 @@ void ConnectionPanel::load(const Settings& settings)
     m_dtr->setChecked(settings.dtrOn);
     m_rts->setChecked(settings.rtsOn);
     m_rts->setEnabled(settings.flowControl != QSerialPort::HardwareControl);
-    m_host->clear();
-    m_host->addItems(settings.targetHosts);
-    m_host->setEditText(settings.targetHost);
+    m_host->setHosts(settings.targetHosts, settings.targetHost);
     m_targetPort->setValue(settings.targetPort);
     m_udpLocalPort->setValue(settings.udpLocalPort);
     m_udpServerPort->setValue(settings.udpServerPort);
@@ -259,7 +263,8 @@ void ConnectionPanel::store(Settings& settings) const
     settings.refreshTexts();
     settings.dtrOn = m_dtr->isChecked();
     settings.rtsOn = m_rts->isChecked();
-    settings.targetHost = m_host->currentText().trimmed();
+    settings.targetHost = m_host->host();
+    settings.targetHosts = m_host->hosts();
     settings.targetPort = m_targetPort->value();
     settings.udpLocalPort = quint16(m_udpLocalPort->value());
     settings.udpServerPort = quint16(m_udpServerPort->value());

@@ -4,6 +4,7 @@
 
 #include <QGroupBox>
 
+class HostBox;
 class PortNameBox;
 class QCheckBox;
 class QComboBox;
@@ -56,7 +57,7 @@ private:
     QWidget* m_lines;
     QCheckBox* m_dtr;
     QCheckBox* m_rts;
-    QComboBox* m_host;
+    HostBox* m_host;
     QSpinBox* m_targetPort;
     QSpinBox* m_udpLocalPort;
     QSpinBox* m_udpServerPort;

@@ -1,0 +1,90 @@
+#include "app/newconnectiondialog.h"
+
+#include "app/connectionpage.h"
+#include "app/mnemonics.h"
+#include "terminal/settingscolumn.h"
+
+#include <QDialogButtonBox>
+#include <QGroupBox>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+NewConnectionDialog::NewConnectionDialog(
+    const SerialPortCatalog& catalog, const Settings& settings, bool canAddPane, QWidget* parent)
+    : QDialog(parent)
+    , m_settings(settings)
+    , m_connection(new ConnectionPage(catalog, ConnectionPage::Target::Required, this))
+    , m_thisPane(new QRadioButton(tr("The current pane"), this))
+    , m_newPane(new QRadioButton(tr("A new pane"), this))
+    , m_buttons(new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this))
+{
+    setWindowTitle(tr("New Connection"));
+    m_thisPane->setObjectName("openInThisPane"_L1);
+    m_newPane->setObjectName("openInNewPane"_L1);
+    m_connection->load(settings);
+    m_thisPane->setChecked(true);
+    m_thisPane->setToolTip(tr("A connection that is open there is closed first"));
+    m_newPane->setEnabled(canAddPane);
+    m_newPane->setToolTip(canAddPane ? tr("Adds a pane beside the others")
+                                     : tr("There are as many panes as there can be"));
+    buildLayout();
+
+    connect(m_connection, &ConnectionPage::changed, this, &NewConnectionDialog::onChanged);
+    connect(m_buttons, &QDialogButtonBox::accepted, this, &NewConnectionDialog::accept);
+    connect(m_buttons, &QDialogButtonBox::rejected, this, &NewConnectionDialog::reject);
+    onChanged();
+}
+
+NewConnectionDialog::~NewConnectionDialog() = default;
+
+void NewConnectionDialog::buildLayout()
+{
+    auto* where = new QGroupBox(tr("Open in"), this);
+    auto* choices = new QHBoxLayout(where);
+    choices->setSpacing(8);
+    choices->addWidget(m_thisPane);
+    choices->addWidget(m_newPane);
+    choices->addStretch();
+    m_buttons->button(QDialogButtonBox::Ok)->setText(tr("&Open"));
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(16, 16, 16, 16);
+    layout->setSpacing(8);
+    layout->addWidget(new SettingsColumn(m_connection, this), 1);
+    layout->addWidget(where);
+    layout->addWidget(m_buttons);
+}
+
+void NewConnectionDialog::onChanged()
+{
+    assignMnemonics(*this, dialogLetters);
+    m_buttons->button(QDialogButtonBox::Ok)->setEnabled(m_connection->problem().isEmpty());
+}
+
+Settings NewConnectionDialog::settings() const
+{
+    Settings settings = m_settings;
+    m_connection->store(settings);
+    return settings;
+}
+
+bool NewConnectionDialog::wantsNewPane() const
+{
+    return m_newPane->isChecked();
+}
+
+void NewConnectionDialog::refreshPorts()
+{
+    m_connection->refreshPorts();
+}
+
+void NewConnectionDialog::accept()
+{
+    if (m_connection->problem().isEmpty())
+        QDialog::accept();
+    else
+        m_connection->problemField()->setFocus();
+}

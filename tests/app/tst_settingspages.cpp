@@ -1,0 +1,268 @@
+#include "app/connectionpage.h"
+#include "app/displaypage.h"
+#include "app/fakecatalog.h"
+#include "app/generalpage.h"
+#include "app/log/logfilename.h"
+#include "app/logpage.h"
+#include "app/receivepage.h"
+#include "app/sendpage.h"
+#include "settings/randomrecords.h"
+
+#include <QAbstractButton>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimeEdit>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Puts another value into the field of that name.
+void edit(const QWidget& page, const QString& name)
+{
+    auto* field = page.findChild<QWidget*>(name);
+    QVERIFY2(field, qPrintable(name));
+    if (auto* line = qobject_cast<QLineEdit*>(field))
+        line->setText(line->text() + u'7');
+    else if (auto* number = qobject_cast<QSpinBox*>(field))
+        number->setValue(
+            number->value() == number->maximum() ? number->minimum() : number->value() + 1);
+    else if (auto* time = qobject_cast<QTimeEdit*>(field))
+        time->setTime(time->time().addSecs(61));
+    else if (auto* box = qobject_cast<QComboBox*>(field))
+        box->setCurrentIndex(box->currentIndex() == 0 ? 1 : 0);
+    else if (auto* button = qobject_cast<QAbstractButton*>(field))
+        button->click();
+}
+
+template<typename Record>
+using CopyField = std::function<void(Record& to, const Record& from)>;
+
+template<typename Record, typename... Values>
+CopyField<Record> field(Values Record::*... members)
+{
+    return [=](Record& to, const Record& from) { ((to.*members = from.*members), ...); };
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(CopyField<FormatSetting>)
+
+// The pages of the settings dialogs, each on its own.
+class SettingsPagesTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nothingEditedNothingChanged();
+    void anEditChangesItsFieldOnly_data();
+    void anEditChangesItsFieldOnly();
+    void generalOptions();
+    void limitIsStoredAsShownWhenItBeginsToHold();
+    void logNames_data();
+    void logNames();
+    void logPreviewFollowsThePort();
+    void emptyPatterns_data();
+    void emptyPatterns();
+};
+
+void SettingsPagesTest::nothingEditedNothingChanged()
+{
+    const FakeCatalog catalog;
+    ConnectionPage connection(catalog, ConnectionPage::Target::Optional);
+    ReceivePage receive;
+    SendPage send;
+    DisplayPage display;
+    LogPage log;
+    for (quint32 seed = 0; seed < 50; ++seed) {
+        RandomRecords random(seed);
+        const Settings settings = random.settings();
+        const FormatSetting format = random.format();
+        connection.load(settings);
+        receive.load(format);
+        send.load(format);
+        display.load(format);
+        log.load(format);
+        Settings settingsAfter = settings;
+        connection.store(settingsAfter);
+        QVERIFY2(settingsAfter == settings, qPrintable(QString::number(seed)));
+        for (FormatSetting after : {format, random.format()}) {
+            const FormatSetting before = after;
+            receive.store(after);
+            send.store(after);
+            display.store(after);
+            log.store(after);
+            QVERIFY2(after == before, qPrintable(QString::number(seed)));
+        }
+    }
+}
+
+void SettingsPagesTest::anEditChangesItsFieldOnly_data()
+{
+    using F = FormatSetting;
+    QTest::addColumn<CopyField<F>>("copy");
+    QTest::newRow("rxTimeFormat") << field(&F::rxTimeFormat);
+    QTest::newRow("txTimeFormat") << field(&F::txTimeFormat);
+    QTest::newRow("displayFontSize") << field(&F::displayFont);
+    QTest::newRow("displayFontBold") << field(&F::displayFont);
+    QTest::newRow("formatDisplayColor") << field(&F::formatDisplayColor);
+    QTest::newRow("displayBufferSize") << field(&F::displayBufferSize);
+    QTest::newRow("showControlLineLeds") << field(&F::showControlLineLeds);
+    QTest::newRow("logSaveFlag") << field(&F::logSaveFlag);
+    QTest::newRow("logFilePath") << field(&F::logFilePath);
+    QTest::newRow("logTimestampEnabled") << field(&F::logTimestampEnabled);
+    QTest::newRow("logTimestampFormat") << field(&F::logTimestampFormat);
+    QTest::newRow("logRotateAtSize") << field(&F::logRotateAtSize);
+    QTest::newRow("logRotateSize") << field(&F::logRotateSize);
+    QTest::newRow("logRotateAtTime") << field(&F::logRotateAtTime);
+    QTest::newRow("logRotateTime") << field(&F::logRotateTime);
+    QTest::newRow("needHourTimeStamp") << field(&F::needHourTimeStamp);
+}
+
+void SettingsPagesTest::anEditChangesItsFieldOnly()
+{
+    QFETCH(const CopyField<FormatSetting>, copy);
+    FormatSetting before = RandomRecords(1).format();
+    before.displayBufferSize = 5 << 20;
+    before.logRotateSize = 7 << 20;
+    before.logRotateAtSize = before.logRotateAtTime = true;
+    FormatSetting after = before;
+    ReceivePage receive;
+    DisplayPage display;
+    LogPage log;
+    const auto with = [&](auto& page) {
+        if (!page.template findChild<QWidget*>(QString::fromLatin1(QTest::currentDataTag())))
+            return;
+        page.load(before);
+        edit(page, QString::fromLatin1(QTest::currentDataTag()));
+        page.store(after);
+    };
+    with(receive);
+    with(display);
+    with(log);
+    QVERIFY(after != before);
+    copy(after, before);
+    QVERIFY(after == before);
+}
+
+void SettingsPagesTest::generalOptions()
+{
+    GeneralPage page;
+    for (const auto language : {InterfaceLanguage::Choice::System,
+             InterfaceLanguage::Choice::Chinese, InterfaceLanguage::Choice::English}) {
+        for (const bool on : {false, true}) {
+            const GeneralOptions options{on, !on, language};
+            page.load(options);
+            GeneralOptions stored;
+            page.store(stored);
+            QCOMPARE(stored, options);
+        }
+    }
+}
+
+// A session file leaves 0 bytes behind: what is shown when rotation is switched on is 1 MB.
+void SettingsPagesTest::limitIsStoredAsShownWhenItBeginsToHold()
+{
+    FormatSetting format;
+    format.logRotateAtSize = false;
+    format.logRotateSize = 0;
+    format.logRotateTime = QTime();
+    LogPage page;
+    page.load(format);
+    edit(page, u"logRotateAtSize"_s);
+    edit(page, u"logRotateAtTime"_s);
+    page.store(format);
+    QCOMPARE(format.logRotateSize, 1 << 20);
+    QCOMPARE(format.logRotateTime, QTime(0, 0));
+}
+
+void SettingsPagesTest::logNames_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("problem");
+    const QString none = LogWriter::noFileNameText();
+    QTest::newRow("default") << u"/tmp/vmr_%S-%Y%M%D.log"_s << u"/tmp/vmr_COM3-20260305.log"_s
+                             << QString();
+    QTest::newRow("time") << u"/tmp/%h%m%s%z%e%y%d.log"_s << u"/tmp/08091023423426%d.log"_s
+                          << QString();
+    QTest::newRow("new folder") << u"/tmp/no-such-folder/%S"_s << u"/tmp/no-such-folder/COM3"_s
+                                << QString();
+    QTest::newRow("empty") << QString() << QString() << none;
+    QTest::newRow("two characters") << u" %D "_s << QString() << none;
+    QTest::newRow("unresolved") << u"NULL"_s << QString() << none;
+    QTest::newRow("folder") << u"/tmp"_s << QString() << u"/tmp is a folder. Add a file name."_s;
+    QTest::newRow("folder to come")
+        << u"/tmp/%S/"_s << QString() << u"/tmp/COM3/ is a folder. Add a file name."_s;
+}
+
+void SettingsPagesTest::logNames()
+{
+    QFETCH(const QString, pattern);
+    QFETCH(const QString, name);
+    LogPage page([] { return QDateTime(QDate(2026, 3, 5), QTime(8, 9, 10, 234)); });
+    page.load({});
+    page.setPortName(u"/COM3"_s);
+    auto* line = page.findChild<QLineEdit*>(u"logFilePath"_s);
+    line->setText(pattern);
+    QTEST(page.problem(), "problem");
+    const auto* preview = page.findChild<QLabel*>(u"logFilePreview"_s);
+    QCOMPARE(preview->isVisibleTo(&page), !name.isEmpty());
+    if (name.isEmpty())
+        return;
+    QVERIFY2(preview->text().startsWith("Now: "_L1 + name), qPrintable(preview->text()));
+    QCOMPARE(preview->text().contains("will be created"_L1), name.contains("no-such"_L1));
+    page.findChild<QLineEdit*>(u"logTimestampFormat"_s)->setText(u"%h.%z "_s);
+    QCOMPARE(page.findChild<QLabel*>(u"logTimestampPreview"_s)->text(), u"Now: 08.234 "_s);
+}
+
+void SettingsPagesTest::logPreviewFollowsThePort()
+{
+    LogPage page;
+    FormatSetting format;
+    format.logFilePath = u"/tmp/%S.log"_s;
+    page.load(format);
+    for (const QString& port : {u"ttyUSB0"_s, u"ttyUSB1"_s}) {
+        page.setPortName(port);
+        QCOMPARE(
+            page.findChild<QLabel*>(u"logFilePreview"_s)->text(), u"Now: /tmp/%1.log"_s.arg(port));
+    }
+}
+
+void SettingsPagesTest::emptyPatterns_data()
+{
+    QTest::addColumn<QString>("example");
+    QTest::newRow("rxTimeFormat") << u"[Rx][hh:mm:ss.zzz] "_s;
+    QTest::newRow("txTimeFormat") << u"[Tx][hh:mm:ss.zzz] "_s;
+    QTest::newRow("logTimestampFormat") << u"[%h:%m:%s.%z] "_s;
+}
+
+void SettingsPagesTest::emptyPatterns()
+{
+    QFETCH(const QString, example);
+    const QString name = QString::fromLatin1(QTest::currentDataTag());
+    FormatSetting format;
+    format.logFilePath = u"/tmp/a.log"_s;
+    ReceivePage receive;
+    LogPage log;
+    receive.load(format);
+    log.load(format);
+    SettingsPage& page = log.findChild<QWidget*>(name) ? static_cast<SettingsPage&>(log) : receive;
+    auto* line = page.findChild<QLineEdit*>(name);
+    QVERIFY(page.problem().isEmpty());
+    line->clear();
+    QVERIFY2(page.problem().endsWith(example), qPrintable(page.problem()));
+    QCOMPARE(page.problemField(), line);
+    QCOMPARE(line->accessibleDescription(), page.problem());
+    line->setText(u" "_s);
+    QVERIFY(page.problem().isEmpty());
+    QVERIFY(line->accessibleDescription().isEmpty());
+}
+
+QTEST_MAIN(SettingsPagesTest)
+
+#include "tst_settingspages.moc"
