@@ -1,0 +1,210 @@
+#include "app/settings/sessionfile.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLocale>
+#include <QSaveFile>
+#include <QSettings>
+#include <QTemporaryFile>
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString tooLargeText(qint64 bytes)
+{
+    const QLocale locale;
+    return SessionFile::tr("It would take %1, and a session has at most %2. Long texts in the send "
+                           "histories are the usual reason; clear them and try again.")
+        .arg(locale.formattedDataSize(bytes), locale.formattedDataSize(SessionFile::maxBytes));
+}
+
+// Only a regular file: opening a pipe or a device can wait for ever.
+bool isReadable(const QFileInfo& file, QString& message)
+{
+    if (!file.isFile()) {
+        message = SessionFile::tr("It is a folder or a device, not a file.");
+        return false;
+    }
+    if (file.size() > SessionFile::maxBytes) {
+        message = SessionFile::tr("It is larger than any session: %1.")
+                      .arg(QLocale().formattedDataSize(file.size()));
+        return false;
+    }
+    QFile probe(file.filePath());
+    if (!probe.open(QIODevice::ReadOnly)) {
+        message = SessionFile::tr("It cannot be read: %1.").arg(probe.errorString());
+        return false;
+    }
+    return true;
+}
+
+// Sections are parsed when they are asked for, so faults in them show only then.
+bool isDamaged(const QSettings& ini)
+{
+    (void)ini.allKeys();
+    return ini.status() != QSettings::NoError;
+}
+
+QString noRoomText(const QString& reason)
+{
+    return SessionFile::tr("The temporary folder %1 has no room: %2.")
+        .arg(QDir::toNativeSeparators(QDir::tempPath()), reason);
+}
+
+// A private file with these bytes. False with the reason when there is no room for it.
+bool fill(QTemporaryFile& file, const QByteArray& bytes, QString& message)
+{
+    if (file.open() && file.write(bytes) == bytes.size() && file.flush())
+        return true;
+    message = noRoomText(file.errorString());
+    return false;
+}
+
+// A damaged file keeps an INI store in its error state for good; what can be read of a session goes
+// into a sound one.
+bool repair(QTemporaryFile& scratch)
+{
+    QMap<QString, QVariant> values;
+    {
+        const QSettings ini(scratch.fileName(), QSettings::IniFormat);
+        if (!isDamaged(ini))
+            return true;
+        const QStringList keys = SessionCodec::isSession(ini) ? ini.allKeys() : QStringList();
+        for (const QString& key : keys)
+            values.insert(key, ini.value(key));
+    }
+    if (!scratch.resize(0))
+        return false;
+    QSettings ini(scratch.fileName(), QSettings::IniFormat);
+    ini.setAtomicSyncRequired(false);
+    for (auto it = values.cbegin(); it != values.cend(); ++it)
+        ini.setValue(it.key(), it.value());
+    return true;
+}
+
+// A value as an INI file knows it: texts. No list and a list of one empty text are the same there.
+QStringList textsOf(const QVariant& value)
+{
+    const int type = value.typeId();
+    const bool isList = type == QMetaType::QStringList || type == QMetaType::QVariantList;
+    const QStringList texts = isList ? value.toStringList() : QStringList{value.toString()};
+    return texts.isEmpty() ? QStringList{QString()} : texts;
+}
+
+// Whether the bytes say what the store holds. An INI store on a full disk claims to be written
+// when it is cut short.
+bool isComplete(const QByteArray& bytes, const QSettings& ini, QString& message)
+{
+    QTemporaryFile copy;
+    if (!fill(copy, bytes, message))
+        return false;
+    const QSettings written(copy.fileName(), QSettings::IniFormat);
+    const QStringList keys = ini.allKeys();
+    const bool complete =
+        written.allKeys() == keys && std::ranges::all_of(keys, [&](const QString& key) {
+            return textsOf(written.value(key)) == textsOf(ini.value(key));
+        });
+    if (!complete)
+        message = noRoomText(SessionFile::tr("the session was cut short"));
+    return complete;
+}
+
+// The bytes of a session file that was `old` and gets these contents; nothing and the reason when
+// they could not be put together.
+QByteArray compose(const QByteArray& old, const SessionContents& contents,
+    const SessionCodec::Progress& progress, QString& message)
+{
+    QTemporaryFile scratch;
+    if (!fill(scratch, old, message))
+        return {};
+    if (!repair(scratch)) {
+        message = noRoomText(scratch.errorString());
+        return {};
+    }
+    QSettings ini(scratch.fileName(), QSettings::IniFormat);
+    ini.setAtomicSyncRequired(false);
+    SessionCodec::write(ini, contents, progress);
+    ini.sync();
+    QFile result(scratch.fileName());
+    const QByteArray bytes = result.open(QIODevice::ReadOnly) ? result.readAll() : QByteArray();
+    return isComplete(bytes, ini, message) ? bytes : QByteArray();
+}
+
+// The bytes of the file that is about to be written, none when it is new.
+bool readOld(const QString& path, QByteArray& bytes, QString& message)
+{
+    const QFileInfo info(path);
+    if (!info.exists())
+        return true;
+    if (!isReadable(info, message))
+        return false;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        message = SessionFile::tr("It cannot be read: %1.").arg(file.errorString());
+        return false;
+    }
+    bytes = file.readAll();
+    return true;
+}
+
+bool replace(const QString& path, const QByteArray& bytes, QString& message)
+{
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+        return true;
+    message = SessionFile::tr("It could not be written: %1.").arg(file.errorString());
+    return false;
+}
+
+} // namespace
+
+bool SessionFile::read(const QString& path, SessionContents& contents, QString& message)
+{
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        message = tr("The file does not exist.");
+        return false;
+    }
+    if (!isReadable(info, message))
+        return false;
+    const QSettings ini(info.absoluteFilePath(), QSettings::IniFormat);
+    if (ini.status() == QSettings::AccessError) {
+        message = tr("It cannot be read.");
+        return false;
+    }
+    const bool damaged = isDamaged(ini);
+    if (damaged && !SessionCodec::isSession(ini)) {
+        message = tr("It is not a session file of this program.");
+        return false;
+    }
+    contents = SessionCodec::read(ini);
+    if (damaged)
+        message = tr("Parts of it are damaged. What could be read was opened; check the settings "
+                     "before you save.");
+    return true;
+}
+
+bool SessionFile::write(const QString& path, const SessionContents& contents, QString& message,
+    const SessionCodec::Progress& progress)
+{
+    QByteArray old;
+    if (!readOld(path, old, message))
+        return false;
+    const QByteArray bytes = compose(old, contents, progress, message);
+    if (bytes.isEmpty())
+        return false;
+    if (bytes.size() > maxBytes) {
+        message = tooLargeText(bytes.size());
+        return false;
+    }
+    return replace(path, bytes, message);
+}
+
+QString SessionFile::strippedName(const QString& path)
+{
+    constexpr auto prefix = "Session_"_L1;
+    const QString name = QFileInfo(path).fileName();
+    return name.startsWith(prefix) ? name.sliced(prefix.size()) : name;
+}
