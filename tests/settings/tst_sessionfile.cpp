@@ -246,20 +246,18 @@ void SessionFileTest::unreadable_data()
 void SessionFileTest::unreadable()
 {
     QFETCH(const QString, kind);
-    if (kind == "folder"_L1)
+    if (kind == "folder"_L1) {
         QVERIFY(QDir().mkdir(m_path));
-    else if (kind == "text"_L1)
+    } else if (kind == "text"_L1) {
         put(m_path, "Dear reader,\nthis is a letter.\n");
-    else if (kind == "binary"_L1)
+    } else if (kind == "binary"_L1) {
         put(m_path, QByteArray(100'000, '\0'));
-    else if (kind == "too large"_L1) {
-        put(m_path, "[General]
-PortNumber=2
-");
+    } else if (kind == "too large"_L1) {
+        put(m_path, "[General]\nPortNumber=2\n");
         QVERIFY(QFile::resize(m_path, 100'000'000));
     }
 #ifdef Q_OS_UNIX
-    else if (kind == "pipe"_L1)
+    if (kind == "pipe"_L1)
         QCOMPARE(mkfifo(QFile::encodeName(m_path).constData(), 0600), 0);
 #endif
     SessionContents contents = sessionOf(3);
