@@ -1,5 +1,24 @@
 #include "connections/connectioncontroller.h"
 
+#include "connections/peerkey.h"
+
+#include <QtDebug>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int failureMs = 5000;
+constexpr int hintMs = 3000;
+
+bool isAnyAddress(const QHostAddress& address)
+{
+    return address == QHostAddress::Any || address == QHostAddress::AnyIPv4
+           || address == QHostAddress::AnyIPv6;
+}
+
+} // namespace
+
 ConnectionController::ConnectionController(QObject* parent)
     : QObject(parent)
     , m_serial(this)
@@ -20,6 +39,7 @@ ConnectionController::ConnectionController(QObject* parent)
     forwardCommonSignals(m_udp);
     connect(&m_udp, &UdpLink::readyRead, this, &ConnectionController::udpReadyRead);
     connect(&m_udp, &UdpLink::peersChanged, this, &ConnectionController::udpPeersChanged);
+    connect(&m_udp, &UdpLink::bytesWrittenTo, this, &ConnectionController::bytesWrittenTo);
 }
 
 ConnectionController::~ConnectionController() = default;
@@ -34,8 +54,8 @@ void ConnectionController::forwardCommonSignals(Link& link)
 
 bool ConnectionController::carries(connectionMode mode)
 {
-    return mode == connectionMode::SerialPort || mode == connectionMode::TcpClient
-           || connectionModeIsUdp(mode);
+    return mode == connectionMode::SerialPort || mode == connectionMode::TcpServer
+           || connectionModeIsTcpClient(mode) || connectionModeIsUdp(mode);
 }
 
 bool ConnectionController::openSerial(
@@ -100,6 +120,141 @@ void ConnectionController::teardownTcpClient()
     m_tcpClient.teardown();
 }
 
+void ConnectionController::listenTcpServer(quint16 port, const QHostAddress& address)
+{
+    if (!m_server)
+        createServer();
+    m_server->stop();
+    m_server->setBridgeSocketTuning(m_bridgeTuning);
+    m_server->setReadThrottled(m_readThrottled);
+    m_server->setFanoutMode(m_fanout);
+    m_server->setAllowedPeers(m_allowedPeers);
+    if (!m_server->start(port, address)) {
+        fail(tr("TCP listen on port %1 FAILED: %2")
+                 .arg(QString::number(port), m_server->errorString()));
+    }
+}
+
+void ConnectionController::createServer()
+{
+    m_server = std::make_unique<MultiClientServer>();
+    const MultiClientServer* server = m_server.get();
+    connect(server, &MultiClientServer::connectionStateChange, this,
+        &ConnectionController::serverConnectionsChanged);
+    connect(server, &MultiClientServer::newMessage, this, &ConnectionController::serverMessage);
+    connect(server, &MultiClientServer::clientGone, this, &ConnectionController::peerLost);
+    connect(server, &MultiClientServer::clientArrived, this, &ConnectionController::peerArrived);
+    connect(server, &MultiClientServer::bytesWritten, this, &ConnectionController::bytesWritten);
+    connect(
+        server, &MultiClientServer::bytesWrittenTo, this, &ConnectionController::bytesWrittenTo);
+    connect(server, &MultiClientServer::connectionRefused, this,
+        [this](const QString& peer, const QString& reason) {
+            Q_EMIT statusMessage(tr("Refused %1: %2").arg(peer, reason), failureMs);
+        });
+    tellServerFailures();
+}
+
+void ConnectionController::tellServerFailures()
+{
+    const MultiClientServer* server = m_server.get();
+    connect(server, &MultiClientServer::clientStalled, this,
+        [this](const QString& peerKey, qint64 unsentBytes) {
+            Q_EMIT statusMessage(tr("Disconnected %1: it does not read, %2 bytes did not reach it")
+                                     .arg(peerKey, QString::number(unsentBytes)),
+                failureMs);
+        });
+    connect(server, &MultiClientServer::bytesLost, this,
+        [this](const QString& peerKey, qint64 unreadBytes, qint64 unsentBytes) {
+            const QString text =
+                unsentBytes > 0
+                    ? tr("%1 left: %2 bytes did not reach it")
+                          .arg(peerKey, QString::number(unsentBytes))
+                    : tr("%1 left: %2 bytes that it had sent were dropped, nobody read them")
+                          .arg(peerKey, QString::number(unreadBytes));
+            Q_EMIT statusMessage(text, failureMs);
+        });
+    connect(server, &MultiClientServer::acceptFailed, this, [this](const QString& reason) {
+        fail(tr("TCP port %1 can take no further client for now: %2")
+                 .arg(QString::number(tcpServerPort()), reason));
+    });
+}
+
+void ConnectionController::fail(const QString& text)
+{
+    qWarning().noquote() << text;
+    Q_EMIT errorOccurred(text);
+    Q_EMIT statusMessage(text, failureMs);
+}
+
+qint64 ConnectionController::broadcastTcpServer(const QByteArray& data)
+{
+    return m_server ? m_server->broadcast(data) : 0;
+}
+
+bool ConnectionController::sendTcpServerTo(const QString& peerKey, const QByteArray& data)
+{
+    return m_server && m_server->writeTo(peerKey, data);
+}
+
+bool ConnectionController::sendTcpServer(const QByteArray& data, int clientIndex)
+{
+    const QStringList clients = tcpServerClients();
+    if (clientIndex >= 0 && clientIndex < clients.size())
+        return m_server->writeTo(clients.at(clientIndex), data);
+    if (!data.isEmpty()) {
+        Q_EMIT statusMessage(
+            clients.isEmpty()
+                ? tr("No TCP client is connected: nothing was sent")
+                : tr("The chosen TCP client is gone: nothing was sent. Choose whom to send to"),
+            hintMs);
+    }
+    return false;
+}
+
+void ConnectionController::setTcpServerFanout(FanoutMode mode)
+{
+    m_fanout = mode;
+    if (m_server)
+        m_server->setFanoutMode(mode);
+}
+
+void ConnectionController::setAllowedPeers(const QList<QString>& entries)
+{
+    m_allowedPeers = entries;
+    if (m_server)
+        m_server->setAllowedPeers(entries);
+}
+
+QByteArray ConnectionController::serverMessageFor(const QString& peerKey)
+{
+    return m_server ? m_server->takeMessage(peerKey) : QByteArray();
+}
+
+void ConnectionController::disconnectTcpServerClient(const QString& peerKey)
+{
+    if (m_server)
+        m_server->disconnectClient(peerKey);
+}
+
+QString ConnectionController::tcpServerAddressString() const
+{
+    if (!m_server || !m_server->isListening())
+        return {};
+    const QHostAddress address = m_server->serverAddress();
+    return isAnyAddress(address) ? u"*:%1"_s.arg(m_server->serverPort())
+                                 : peerKeyOf(address, m_server->serverPort());
+}
+
+quint16 ConnectionController::tcpServerPort() const
+{
+    return m_server ? m_server->serverPort() : 0;
+}
+
+QStringList ConnectionController::tcpServerClients() const
+{
+    return m_server ? m_server->clientKeys() : QStringList();
+}
+
 void ConnectionController::bindUdp(quint16 port)
 {
     m_udp.bind(port);
@@ -157,6 +312,8 @@ bool ConnectionController::isOpen(connectionMode mode) const
         return m_serial.isOpen();
     if (connectionModeIsTcpClient(mode))
         return m_tcpClient.isConnected();
+    if (mode == connectionMode::TcpServer)
+        return m_server && m_server->isListening();
     return connectionModeIsUdp(mode) && m_udp.isBound();
 }
 
@@ -173,6 +330,8 @@ qint64 ConnectionController::pendingWriteBytes(connectionMode mode) const
         return m_serial.pendingWriteBytes();
     if (connectionModeIsTcpClient(mode))
         return m_tcpClient.pendingWriteBytes();
+    if (mode == connectionMode::TcpServer)
+        return m_server ? m_server->pendingWriteBytes() : 0;
     return connectionModeIsUdp(mode) ? m_udp.pendingWriteBytes() : 0;
 }
 
@@ -185,6 +344,8 @@ void ConnectionController::closeAll(connectionMode mode, const QString& displayN
             Q_EMIT tcpClientDisconnected();
     } else if (connectionModeIsUdp(mode)) {
         m_udp.close();
+    } else if (mode == connectionMode::TcpServer && m_server) {
+        m_server->stop();
     }
 }
 
@@ -196,6 +357,8 @@ void ConnectionController::setReadThrottled(connectionMode mode, bool on)
     // Every stream follows, so that none stays throttled when the pane changes its mode meanwhile.
     m_serial.setReadThrottled(on);
     m_tcpClient.setReadThrottled(on);
+    if (m_server)
+        m_server->setReadThrottled(on);
     const bool waiting = (mode == connectionMode::SerialPort && m_serial.hasUnread())
                          || (connectionModeIsTcpClient(mode) && m_tcpClient.hasUnread());
     if (!on && waiting)
@@ -204,7 +367,10 @@ void ConnectionController::setReadThrottled(connectionMode mode, bool on)
 
 void ConnectionController::setBridgeSocketTuning(bool on)
 {
+    m_bridgeTuning = on;
     m_tcpClient.setBridgeTuning(on);
+    if (m_server)
+        m_server->setBridgeSocketTuning(on);
 }
 
 void ConnectionController::tuneTcpSocket(QTcpSocket* socket) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "connections/multiclientserver.h"
 #include "connections/seriallink.h"
 #include "connections/tcpclientlink.h"
 #include "connections/udplink.h"
@@ -24,8 +25,8 @@ public:
     explicit ConnectionController(QObject* parent = nullptr);
     ~ConnectionController() override;
 
-    // Whether this program can open a connection of the mode. RFC 2217 is not among them: its
-    // bytes would pass through the TCP client, but nothing here speaks its negotiation yet.
+    // Whether this program can open a connection of the mode. The bytes of RFC 2217 pass through
+    // the TCP client as they are; the pane speaks the protocol.
     [[nodiscard]] static bool carries(connectionMode mode);
 
     // Serial port; see SerialLink. `displayName` is how messages call the port.
@@ -54,6 +55,28 @@ public:
     // Whether an attempt or a connection exists.
     [[nodiscard]] bool hasTcpClient() const { return m_tcpClient.hasSocket(); }
 
+    // TCP server; see MultiClientServer. Listening anew, also on the same port, closes every
+    // client first. Port 0 lets the system choose; a failure is reported by errorOccurred.
+    void listenTcpServer(quint16 port, const QHostAddress& address);
+    // To every client: the size of the data when at least one took it, otherwise 0.
+    qint64 broadcastTcpServer(const QByteArray& data);
+    bool sendTcpServerTo(const QString& peerKey, const QByteArray& data);
+    // `clientIndex` counts in the order of arrival, from 0. Another one names nobody, and a status
+    // message says so.
+    bool sendTcpServer(const QByteArray& data, int clientIndex);
+    // Both are for clients that come from now on, and for every later listening.
+    void setTcpServerFanout(FanoutMode mode);
+    void setAllowedPeers(const QList<QString>& entries);
+    // What the client sent and nobody has taken yet.
+    QByteArray serverMessageFor(const QString& peerKey);
+    void disconnectTcpServerClient(const QString& peerKey);
+    // Where clients find the server: "127.0.0.1:6000", with "*" for every address of the machine;
+    // empty while it does not listen.
+    [[nodiscard]] QString tcpServerAddressString() const;
+    // 0 while it does not listen.
+    [[nodiscard]] quint16 tcpServerPort() const;
+    [[nodiscard]] QStringList tcpServerClients() const;
+
     // UDP; see UdpLink.
     void bindUdp(quint16 port);
     QList<UdpDatagram> readUdpDatagrams();
@@ -72,7 +95,8 @@ public:
     // All transports. A TCP client is open once connected; while it is connecting, it is not.
     [[nodiscard]] bool isOpen(connectionMode mode) const;
     // Everything received by a stream transport, nothing while reads are throttled. UDP is read
-    // with readUdpDatagrams(). Also hands out what a lost connection left behind.
+    // with readUdpDatagrams(), a server with serverMessageFor(). Also hands out what a lost
+    // connection left behind.
     QByteArray readAvailable(connectionMode mode);
     // Bytes accepted for sending that the system has not taken yet.
     [[nodiscard]] qint64 pendingWriteBytes(connectionMode mode) const;
@@ -91,18 +115,32 @@ Q_SIGNALS:
     void readyRead();
     void serialPortLost();
     void tcpClientDisconnected();
-    // The TCP client connected (empty key).
+    // A client of the TCP server came, or (empty key) the TCP client connected.
     void peerArrived(const QString& peerKey);
+    // A client of the TCP server left; what it sent was announced before.
+    void peerLost(const QString& peerKey);
+    void serverConnectionsChanged();
+    // A client of the TCP server sent something: serverMessageFor() has it.
+    void serverMessage(const QString& peerKey);
     void udpReadyRead();
     void udpPeersChanged();
     void bytesWritten(qint64 bytes);
+    // The same, of TCP server and UDP, with the peer they are for.
+    void bytesWrittenTo(const QString& peerKey, qint64 bytes);
 
 private:
+    void createServer();
+    void tellServerFailures();
+    void fail(const QString& text);
     template<typename Link>
     void forwardCommonSignals(Link& link);
 
     SerialLink m_serial;
     TcpClientLink m_tcpClient;
     UdpLink m_udp;
+    std::unique_ptr<MultiClientServer> m_server; // made when it first listens
+    FanoutMode m_fanout = FanoutMode::Shared;
+    QList<QString> m_allowedPeers;
     bool m_readThrottled = false;
+    bool m_bridgeTuning = false;
 };

@@ -3,6 +3,7 @@
 #include "connections/fanoutmode.h"
 #include "connections/peerallowlist.h"
 
+#include <QHash>
 #include <QTcpServer>
 #include <QTimer>
 #include <memory>
@@ -30,7 +31,7 @@ public:
     static constexpr int listenBacklog = 256;
     // How long a client that closed may take to receive what is on its way to it.
     static constexpr int lingerMs = 5000;
-    // After a failed accept (no descriptors left) the next attempt is made then.
+    // When accepting failed (no descriptors left), the time until it is tried again.
     static constexpr int acceptRetryMs = 1000;
     // Of all clients that left while reads were throttled.
     static constexpr qsizetype maxDepartedBytes = qsizetype{64} * 1024 * 1024;
@@ -96,15 +97,13 @@ private:
     void wire(QTcpSocket* socket);
     void tune(QTcpSocket* socket) const;
     void onAcceptError();
-    void drainClient(const QTcpSocket* socket);
-    void onError(QTcpSocket* socket);
-    void clientDisconnected(const QTcpSocket* socket);
-    void depart(ServerClient& client);
-    void handOverDeparted(const QString& peerKey);
-    void remove(const ServerClient& client);
-    bool write(const QString& peerKey, const QByteArray& data);
+    void drainClient(const QString& key);
+    void offer(const QString& key);
+    void clientDisconnected(const QString& key);
+    void retire(ServerClient& client);
+    void handOver(const QString& key);
+    void dropStalled(ServerClient& client);
     [[nodiscard]] ServerClient* find(const QString& peerKey) const;
-    [[nodiscard]] ServerClient* find(const QTcpSocket* socket) const;
     [[nodiscard]] qsizetype departedBytes() const;
 
     PeerAllowlist m_allowed;

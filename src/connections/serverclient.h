@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <utility>
 
 class QTcpSocket;
 
@@ -13,7 +14,7 @@ class QTcpSocket;
 // Owned by the server. The socket is discarded when the connection ends; the client then lives on,
 // departed, until its last bytes were handed over. Reading is held back while the server says so
 // or the queue is full: the socket takes `heldReadBufferBytes` more and the rest waits at the
-// client.
+// client. No function emits a signal of the socket.
 class ServerClient final
 {
     Q_DISABLE_COPY_MOVE(ServerClient)
@@ -26,13 +27,14 @@ public:
     static constexpr qint64 maxUnsentBytes = qint64{16} * 1024 * 1024;
     static constexpr qint64 heldReadBufferBytes = 4096;
 
+    // `socket` is connected and a child of the server.
     ServerClient(QTcpSocket* socket, QString key);
     ~ServerClient();
 
     [[nodiscard]] const QString& key() const { return m_key; }
     // Null once departed.
     [[nodiscard]] QTcpSocket* socket() const { return m_socket; }
-    // Connected for writing: not departed and not about to.
+    // May be written to: neither departed nor about to.
     [[nodiscard]] bool isConnected() const;
 
     // Holds back, or lets go, the reading of the socket.
@@ -40,25 +42,38 @@ public:
     // Moves what the socket has received into the queue, up to its bound, and holds the reading
     // back when that is reached. True when something was moved.
     bool fill();
-    [[nodiscard]] bool hasUnread() const { return !m_queue.isEmpty(); }
+    // The socket has received more than the queue took.
+    [[nodiscard]] bool hasMore() const;
     [[nodiscard]] qsizetype unreadBytes() const { return m_queue.size(); }
     // The queue, which is empty then.
     [[nodiscard]] QByteArray take();
 
-    enum class Write { Taken, Refused, DoesNotRead };
-    // Hands the bytes, all or none, to the socket. DoesNotRead: they would exceed maxUnsentBytes.
-    [[nodiscard]] Write write(const QByteArray& bytes);
+    // Whether so many bytes more stay within maxUnsentBytes.
+    [[nodiscard]] bool hasRoomFor(qsizetype size) const;
     // Accepted and not yet taken by the system.
     [[nodiscard]] qint64 unsentBytes() const;
+    // The connection failed and the socket is about to forget what it holds: received bytes move
+    // to the queue, unsent ones count as lost.
+    void salvage();
 
-    // Discards the socket. What it, or the system behind it, still holds moves to the queue, at
-    // most `maxBytes`; returns what had no room. The socket is deleted later.
-    qsizetype depart(qsizetype maxBytes);
+    // Discards the socket, which is deleted later. What it, or the system behind a held one, still
+    // has moves to the queue, at most `maxBytes`; the rest counts as lost.
+    void depart(qsizetype maxBytes);
+    // Its last bytes are to be announced. False when they were before: a slot that heard of them
+    // ended in here again.
+    [[nodiscard]] bool announceLast() { return !std::exchange(m_announced, true); }
+    // Received bytes that had no room, and bytes that did not reach the client.
+    [[nodiscard]] qint64 lostUnreadBytes() const { return m_lostUnread; }
+    [[nodiscard]] qint64 lostUnsentBytes() const { return m_lostUnsent; }
 
 private:
-    QTcpSocket* m_socket; // a child of the server
+    QTcpSocket* m_socket;
     QString m_key;
-    QByteArray m_queue; // at most maxUnreadBytes while connected
-    SocketTail m_tail;  // open while reading is held back
+    QByteArray
+        m_queue; // at most maxUnreadBytes while connected, and one read of the system when it fails
+    SocketTail m_tail; // open while reading is held back
     bool m_held = false;
+    bool m_announced = false;
+    qint64 m_lostUnread = 0;
+    qint64 m_lostUnsent = 0;
 };

@@ -220,6 +220,8 @@ qint64 UdpLink::write(const QByteArray& data, const QHostAddress& address, quint
         Q_EMIT statusMessage(tr("UDP send to %1 FAILED: %2")
                                  .arg(UdpPeerTable::keyOf(address, port), m_socket->errorString()),
             failureMs);
+    } else {
+        Q_EMIT bytesWrittenTo(UdpPeerTable::keyOf(address, port), written);
     }
     return written;
 }

@@ -68,6 +68,8 @@ Q_SIGNALS:
     void readyRead();
     void peersChanged();
     void bytesWritten(qint64 bytes);
+    // A datagram of so many bytes left for the peer.
+    void bytesWrittenTo(const QString& peerKey, qint64 bytes);
 
 private:
     struct Waiting

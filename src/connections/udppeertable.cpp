@@ -1,10 +1,10 @@
 #include "connections/udppeertable.h"
 
-using namespace Qt::Literals::StringLiterals;
+#include "connections/peerkey.h"
 
 QString UdpPeerTable::keyOf(const QHostAddress& address, quint16 port)
 {
-    return u"%1:%2"_s.arg(address.toString()).arg(port);
+    return peerKeyOf(address, port);
 }
 
 UdpPeerTable::Heard UdpPeerTable::record(

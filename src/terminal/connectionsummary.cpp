@@ -59,6 +59,8 @@ QString connectionSummary(const Settings& settings)
         return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "UDP local %1 to %2"))
             .arg(QString::number(sane.udpLocalPort), target);
     case connectionMode::TcpServer:
+        return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "TCP server %1"))
+            .arg(sane.targetPort);
     case connectionMode::NoTransport:
     case connectionMode::RemoteSerialCloudRelay:
         break;

@@ -4,6 +4,7 @@
 #include "connections/serialhangup.h"
 #include "connections/serialportcatalog.h"
 
+#include <QHostAddress>
 #include <utility>
 
 namespace {
@@ -67,6 +68,8 @@ bool ConnectionSupervisor::start(bool quiet)
         started = startSerial();
     else if (connectionModeIsTcpClient(m_active.connMode))
         started = startTcp();
+    else if (m_active.connMode == connectionMode::TcpServer)
+        started = startServer();
     else
         started = startUdp();
     if (m_open)
@@ -108,6 +111,19 @@ bool ConnectionSupervisor::startTcp()
 void ConnectionSupervisor::connectTcp()
 {
     m_controller.connectTcpClient(m_active.targetHost, static_cast<quint16>(m_active.targetPort));
+}
+
+bool ConnectionSupervisor::startServer()
+{
+    // Listening anew would close every client.
+    if (!m_controller.isOpen(m_active.connMode))
+        m_controller.listenTcpServer(
+            static_cast<quint16>(m_active.targetPort), QHostAddress(QHostAddress::Any));
+    m_quiet = false;
+    const bool open = m_controller.isOpen(m_active.connMode);
+    if (open)
+        markOpen();
+    return open;
 }
 
 bool ConnectionSupervisor::startUdp()

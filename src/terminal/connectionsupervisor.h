@@ -14,7 +14,9 @@ class SerialPortCatalog;
 //
 // Decides when the ConnectionController connects; the controller does it. A connection that is
 // lost while auto-reconnect is on, and that nobody closed, is tried again every 2000 ms without an
-// end: a serial port once its name is back in the catalogue, a TCP client by connecting anew.
+// end: a serial port once its name is back in the catalogue, a TCP client by connecting anew. A
+// server listens on every address of the machine, on the target port of the settings, until it is
+// closed: it has nothing to regain.
 //
 // The pane listens to the messages here and not to the controller's: all of those come through,
 // except errors of attempts that nobody asked for (quiet starts and reconnecting), which stay
@@ -76,6 +78,7 @@ Q_SIGNALS:
 private:
     bool startSerial();
     bool startTcp();
+    bool startServer();
     bool startUdp();
     void fail(const QString& text);
     void markOpen();

@@ -3,6 +3,8 @@
 #include "connections/connectioncontroller.h"
 #include "terminal/receivepipeline.h"
 
+#include <utility>
+
 TransportReader::TransportReader(
     ConnectionController& controller, ReceivePipeline& receive, const Settings& settings)
     : m_controller(controller)
@@ -12,15 +14,26 @@ TransportReader::TransportReader(
     connect(&controller, &ConnectionController::readyRead, this, &TransportReader::readStream);
     connect(
         &controller, &ConnectionController::udpReadyRead, this, &TransportReader::readDatagrams);
+    connect(&controller, &ConnectionController::serverMessage, this,
+        &TransportReader::readServerClient);
+    connect(&controller, &ConnectionController::peerLost, &receive, &ReceivePipeline::forgetPeer);
     connect(&receive, &ReceivePipeline::throttleRequested, this,
         [this](bool on) { throttle(ReadGate::Reason::View, on); });
 }
 
 TransportReader::~TransportReader() = default;
 
+void TransportReader::setRemoteDecoder(std::function<QByteArray(const QByteArray&)> decode)
+{
+    m_decode = std::move(decode);
+}
+
 void TransportReader::readStream()
 {
-    m_receive.ingestRx(m_controller.readAvailable(m_settings.connMode), true, {});
+    QByteArray bytes = m_controller.readAvailable(m_settings.connMode);
+    if (m_decode && m_settings.connMode == connectionMode::RemoteSerialRfc2217)
+        bytes = m_decode(bytes);
+    m_receive.ingestRx(bytes, true, {});
 }
 
 void TransportReader::readDatagrams()
@@ -30,6 +43,13 @@ void TransportReader::readDatagrams()
         return;
     for (const ConnectionController::UdpDatagram& datagram : m_controller.readUdpDatagrams())
         m_receive.ingestRx(datagram.payload, false, datagram.peerKey);
+}
+
+// Clients of a server are records of their own, as datagrams are: joined while the view is paused,
+// the bytes of one would continue those of another.
+void TransportReader::readServerClient(const QString& peerKey)
+{
+    m_receive.ingestRx(m_controller.serverMessageFor(peerKey), false, peerKey);
 }
 
 void TransportReader::throttle(ReadGate::Reason reason, bool on)

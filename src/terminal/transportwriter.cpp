@@ -23,14 +23,15 @@ bool TransportWriter::sendMessage(const QByteArray& bytes)
     case connectionMode::SerialPort:
         return m_controller.sendSerial(bytes, settings, settings.portName);
     case connectionMode::TcpClient:
+    case connectionMode::RemoteSerialRfc2217:
         return sendTcpMessage(bytes, settings);
     case connectionMode::UdpServer:
     case connectionMode::UdpClient:
     case connectionMode::UdpMode6:
         return sendUdpMessage(bytes, settings);
     case connectionMode::TcpServer:
+        return sendServerMessage(bytes);
     case connectionMode::NoTransport:
-    case connectionMode::RemoteSerialRfc2217:
     case connectionMode::RemoteSerialCloudRelay:
         break;
     }
@@ -42,7 +43,21 @@ bool TransportWriter::sendTcpMessage(const QByteArray& bytes, const Settings& se
     if (!m_controller.hasTcpClient())
         m_controller.connectTcpClient(
             settings.targetHost, static_cast<quint16>(settings.targetPort));
-    return m_controller.sendTcpClient(bytes);
+    return m_controller.sendTcpClient(onTheWire(bytes, settings.connMode));
+}
+
+QByteArray TransportWriter::onTheWire(const QByteArray& bytes, connectionMode mode) const
+{
+    return m_encode && mode == connectionMode::RemoteSerialRfc2217 ? m_encode(bytes) : bytes;
+}
+
+bool TransportWriter::sendServerMessage(const QByteArray& bytes)
+{
+    const QStringList clients = m_controller.tcpServerClients();
+    if (m_selectedPeer.isEmpty() && !clients.isEmpty())
+        return m_controller.broadcastTcpServer(bytes) > 0;
+    // No index: the controller tells the person that nobody is there to send to.
+    return m_controller.sendTcpServer(bytes, static_cast<int>(clients.indexOf(m_selectedPeer)));
 }
 
 bool TransportWriter::sendUdpMessage(const QByteArray& bytes, const Settings& settings)
@@ -62,7 +77,8 @@ bool TransportWriter::answerUdpPeer(const QByteArray& bytes)
     if (m_controller.udpPeers().isEmpty())
         return m_controller.sendUdpToPeer(bytes, -1);
     if (m_selectedPeer.isEmpty())
-        return m_controller.sendUdpToLastSender(bytes);
+        return writeUdp(
+            bytes, {}, m_toAllUdpPeers ? UdpTargetMode::Broadcast : UdpTargetMode::LastSender);
     return m_controller.sendUdpToPeerKey(m_selectedPeer, bytes);
 }
 
@@ -75,8 +91,11 @@ qint64 TransportWriter::writeRaw(
     bool taken = false;
     if (settings.connMode == connectionMode::SerialPort)
         taken = m_controller.sendSerial(bytes, settings, settings.portName);
-    else if (settings.connMode == connectionMode::TcpClient)
-        taken = m_controller.sendTcpClient(bytes);
+    else if (connectionModeIsTcpClient(settings.connMode))
+        taken = m_controller.sendTcpClient(onTheWire(bytes, settings.connMode));
+    else if (settings.connMode == connectionMode::TcpServer)
+        taken = peerKey.isEmpty() ? m_controller.broadcastTcpServer(bytes) > 0
+                                  : m_controller.sendTcpServerTo(peerKey, bytes);
     else if (connectionModeIsUdp(settings.connMode))
         taken = peerKey.isEmpty() ? writeUdp(bytes, settings, target)
                                   : m_controller.sendUdpToPeerKey(peerKey, bytes);

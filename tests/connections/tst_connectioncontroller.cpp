@@ -22,7 +22,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("mode");
         QTest::addColumn<bool>("carried");
         for (int mode = 0; mode <= 9; ++mode) {
-            const bool carried = mode != 1 && mode != 3 && mode < 7;
+            const bool carried = mode != 3 && mode < 8;
             QTest::addRow("mode %d", mode) << mode << carried;
         }
     }
@@ -105,6 +105,60 @@ private Q_SLOTS:
         controller.teardownTcpClient();
         QVERIFY(!controller.hasTcpClient());
         QCOMPARE(ended.size(), 1);
+    }
+
+    void aTcpServerServesItsClients()
+    {
+        ConnectionController controller;
+        QVERIFY(controller.tcpServerAddressString().isEmpty());
+        QVERIFY(!controller.sendTcpServerTo({}, "nobody"_ba));
+        QSignalSpy arrived(&controller, &ConnectionController::peerArrived);
+        QSignalSpy lost(&controller, &ConnectionController::peerLost);
+        QSignalSpy message(&controller, &ConnectionController::serverMessage);
+        QSignalSpy status(&controller, &ConnectionController::statusMessage);
+        controller.listenTcpServer(0, QHostAddress(QHostAddress::LocalHost));
+        QVERIFY(controller.isOpen(Mode::TcpServer));
+        const quint16 port = controller.tcpServerPort();
+        QCOMPARE(controller.tcpServerAddressString(), u"127.0.0.1:%1"_s.arg(port));
+        QVERIFY(!controller.sendTcpServer("early"_ba, -1));
+        QCOMPARE(
+            status.value(0).value(0).toString(), u"No TCP client is connected: nothing was sent"_s);
+
+        TcpPeer peer;
+        peer.connectTo(port);
+        QTRY_COMPARE(arrived.size(), 1);
+        const QString key = arrived[0][0].toString();
+        QCOMPARE(controller.tcpServerClients(), QStringList(key));
+        peer.send("question"_ba);
+        QTRY_COMPARE(message.size(), 1);
+        QCOMPARE(controller.serverMessageFor(key), "question"_ba);
+        QCOMPARE(controller.broadcastTcpServer("a"_ba), 1);
+        QVERIFY(controller.sendTcpServer("b"_ba, 0));
+        QVERIFY(controller.sendTcpServerTo(key, "c"_ba));
+        QVERIFY(!controller.sendTcpServer("d"_ba, 1));
+        QVERIFY(status.last()[0].toString().startsWith("The chosen TCP client is gone"_L1));
+        QTRY_COMPARE(peer.received(), "abc"_ba);
+
+        // A throttle stays for the next listening, and so does the list of who may connect.
+        controller.setReadThrottled(Mode::TcpServer, true);
+        peer.send("late"_ba);
+        controller.closeAll(Mode::TcpServer, {});
+        QVERIFY(!controller.isOpen(Mode::TcpServer));
+        QCOMPARE(lost.size(), 1);
+        controller.setAllowedPeers({u"10.0.0.0/8"_s});
+        controller.listenTcpServer(port, QHostAddress(QHostAddress::Any));
+        QCOMPARE(controller.tcpServerAddressString(), u"*:%1"_s.arg(port));
+        status.clear();
+        peer.connectTo(port);
+        QTRY_COMPARE(status.size(), 1);
+        QVERIFY(status[0][0].toString().startsWith("Refused 127.0.0.1:"_L1));
+
+        ConnectionController second;
+        QSignalSpy errors(&second, &ConnectionController::errorOccurred);
+        second.listenTcpServer(port, QHostAddress(QHostAddress::Any));
+        QVERIFY(!second.isOpen(Mode::TcpServer));
+        QVERIFY(errors.value(0).value(0).toString().startsWith(
+            u"TCP listen on port %1 FAILED: "_s.arg(port)));
     }
 
     void udpServesItsModes()

@@ -348,8 +348,6 @@ void TestConnectionSupervisor::failedStarts_data()
     QTest::newRow("no host") << connectionMode::TcpClient << "p"
                              << ""
                              << "No host";
-    QTest::newRow("server") << connectionMode::TcpServer << "p"
-                            << "h" << notHere;
     QTest::newRow("none") << connectionMode::NoTransport << "p"
                           << "h" << notHere;
     QTest::newRow("RFC 2217") << connectionMode::RemoteSerialRfc2217 << "p"

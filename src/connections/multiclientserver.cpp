@@ -1,0 +1,335 @@
+#include "connections/multiclientserver.h"
+
+#include "connections/peerkey.h"
+#include "connections/serverclient.h"
+#include "connections/tcpkeepalive.h"
+
+#include <QTcpSocket>
+#include <algorithm>
+#include <utility>
+
+MultiClientServer::MultiClientServer(QObject* parent)
+    : QTcpServer(parent)
+    , m_acceptRetry(this)
+{
+    setListenBacklogSize(listenBacklog);
+    m_acceptRetry.setSingleShot(true);
+    m_acceptRetry.setInterval(acceptRetryMs);
+    connect(&m_acceptRetry, &QTimer::timeout, this, &MultiClientServer::resumeAccepting);
+    // Queued, so that a turn of the event loop accepts no more than the limit of pending
+    // connections, however fast they come.
+    connect(this, &QTcpServer::newConnection, this, &MultiClientServer::handleNewConnection,
+        Qt::QueuedConnection);
+    connect(this, &QTcpServer::acceptError, this, &MultiClientServer::onAcceptError);
+}
+
+MultiClientServer::~MultiClientServer()
+{
+    const QSignalBlocker quiet(this);
+    stop();
+}
+
+bool MultiClientServer::start(quint16 port, const QHostAddress& address)
+{
+    stop();
+    m_acceptFailureTold = false;
+    return listen(address, port);
+}
+
+void MultiClientServer::stop()
+{
+    m_acceptRetry.stop();
+    close();
+    for (const QString& key : clientKeys()) {
+        if (ServerClient* client = find(key); client && client->socket())
+            client->socket()->flush();
+        // The flush may have met the end of the connection.
+        if (ServerClient* client = find(key))
+            retire(*client);
+        handOver(key);
+    }
+}
+
+void MultiClientServer::setAllowedPeers(const QList<QString>& entries)
+{
+    m_allowed = PeerAllowlist(entries);
+}
+
+void MultiClientServer::setReadThrottled(bool on)
+{
+    if (m_readThrottled == on)
+        return;
+    m_readThrottled = on;
+    for (const auto& client : m_clients)
+        client->setHeld(on || client->unreadBytes() >= ServerClient::maxUnreadBytes);
+    if (on)
+        return;
+    for (const QString& key : clientKeys()) {
+        // A slot may have shut the gate again.
+        if (m_readThrottled)
+            return;
+        const ServerClient* client = find(key);
+        if (client && client->socket())
+            offer(key);
+        else if (client)
+            handOver(key);
+    }
+}
+
+void MultiClientServer::setBridgeSocketTuning(bool on)
+{
+    m_bridgeTuning = on;
+    for (const auto& client : m_clients) {
+        if (client->socket())
+            tune(client->socket());
+    }
+}
+
+void MultiClientServer::tune(QTcpSocket* socket) const
+{
+    enableTcpKeepAlive(*socket);
+    if (m_bridgeTuning)
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+}
+
+void MultiClientServer::handleNewConnection()
+{
+    while (QTcpSocket* socket = nextPendingConnection()) {
+        m_acceptFailureTold = false;
+        const QString reason = refusalFor(socket->peerAddress());
+        if (reason.isEmpty()) {
+            accept(socket);
+            continue;
+        }
+        const QString peer = peerKeyFor(socket);
+        socket->close();
+        socket->deleteLater();
+        Q_EMIT connectionRefused(peer, reason);
+    }
+}
+
+QString MultiClientServer::refusalFor(const QHostAddress& address) const
+{
+    if (!m_allowed.allows(address))
+        return tr("not on the address allowlist");
+    if (m_fanout == FanoutMode::Exclusive && exclusiveOwner())
+        return tr("the port already has a client (exclusive mode)");
+    return {};
+}
+
+void MultiClientServer::accept(QTcpSocket* socket)
+{
+    const QString key = peerKeyFor(socket);
+    // A device that restarted may come back from the same port before its old connection is known
+    // to be dead.
+    if (ServerClient* former = find(key)) {
+        retire(*former);
+        handOver(key);
+    }
+    m_clients.push_back(std::make_unique<ServerClient>(socket, key));
+    ServerClient& client = *m_clients.back();
+    m_byKey.insert(key, &client);
+    wire(socket);
+    tune(socket);
+    client.setHeld(m_readThrottled);
+    Q_EMIT clientArrived(key);
+    Q_EMIT connectionStateChange();
+    // It may have spoken, or left, before it was wired.
+    drainClient(key);
+    if (ServerClient* now = find(key); now && now->socket() == socket && !now->isConnected())
+        clientDisconnected(key);
+}
+
+// Each slot is told the key, which outlives the address of the socket.
+void MultiClientServer::wire(QTcpSocket* socket)
+{
+    const QString key = peerKeyFor(socket);
+    connect(socket, &QTcpSocket::readyRead, this, [this, key] { drainClient(key); });
+    connect(socket, &QTcpSocket::bytesWritten, this, [this, key](qint64 bytes) {
+        Q_EMIT bytesWritten(bytes);
+        Q_EMIT bytesWrittenTo(key, bytes);
+    });
+    connect(socket, &QTcpSocket::errorOccurred, this, [this, key] {
+        if (ServerClient* client = find(key))
+            client->salvage();
+    });
+    connect(socket, &QTcpSocket::disconnected, this, [this, key] { clientDisconnected(key); });
+}
+
+// Accepting is paused by the time this is called; going on at once would only fail again.
+void MultiClientServer::onAcceptError()
+{
+    m_acceptRetry.start();
+    if (!std::exchange(m_acceptFailureTold, true))
+        Q_EMIT acceptFailed(errorString());
+}
+
+void MultiClientServer::drainClient(const QString& key)
+{
+    if (!m_readThrottled)
+        offer(key);
+}
+
+void MultiClientServer::offer(const QString& key)
+{
+    ServerClient* client = find(key);
+    if (client && (client->fill() || client->unreadBytes() > 0))
+        Q_EMIT newMessage(key);
+}
+
+void MultiClientServer::clientDisconnected(const QString& key)
+{
+    ServerClient* client = find(key);
+    if (!client)
+        return;
+    retire(*client);
+    if (m_readThrottled && client->unreadBytes() > 0)
+        Q_EMIT connectionStateChange();
+    else
+        handOver(key);
+}
+
+void MultiClientServer::retire(ServerClient& client)
+{
+    client.salvage();
+    client.depart(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0));
+}
+
+void MultiClientServer::handOver(const QString& key)
+{
+    ServerClient* departed = find(key);
+    if (departed && departed->unreadBytes() > 0 && departed->announceLast())
+        Q_EMIT newMessage(key);
+    // The slot may have stopped the server.
+    const ServerClient* client = find(key);
+    if (!client || client->socket())
+        return;
+    const qint64 unread = client->unreadBytes() + client->lostUnreadBytes();
+    const qint64 unsent = client->lostUnsentBytes();
+    m_byKey.remove(key);
+    m_clients.erase(std::find_if(m_clients.begin(), m_clients.end(),
+        [client](const auto& each) { return each.get() == client; }));
+    if (unread > 0 || unsent > 0)
+        Q_EMIT bytesLost(key, unread, unsent);
+    Q_EMIT clientGone(key);
+    Q_EMIT connectionStateChange();
+}
+
+qint64 MultiClientServer::broadcast(const QByteArray& data)
+{
+    bool taken = false;
+    for (const QString& key : clientKeys())
+        taken = writeTo(key, data) || taken;
+    return taken ? data.size() : 0;
+}
+
+bool MultiClientServer::writeTo(const QString& peerKey, const QByteArray& data)
+{
+    ServerClient* client = find(peerKey);
+    if (data.isEmpty() || !client || !client->isConnected())
+        return false;
+    if (!client->hasRoomFor(data.size())) {
+        // The system may have room that the event loop has not come to use yet.
+        client->socket()->flush();
+        client = find(peerKey);
+        if (!client || !client->isConnected())
+            return false;
+        if (!client->hasRoomFor(data.size())) {
+            dropStalled(*client);
+            return false;
+        }
+    }
+    return client->socket()->write(data) == data.size();
+}
+
+// A stream with a hole would be a lie to the client, so its connection ends instead: it knows then,
+// and a new one begins with the present.
+void MultiClientServer::dropStalled(ServerClient& client)
+{
+    const QString key = client.key();
+    const qint64 unsent = client.unsentBytes();
+    client.depart(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0));
+    Q_EMIT clientStalled(key, unsent);
+    clientDisconnected(key);
+}
+
+QByteArray MultiClientServer::takeMessage(const QString& peerKey)
+{
+    ServerClient* client = find(peerKey);
+    if (!client)
+        return {};
+    QByteArray bytes = client->take();
+    client->setHeld(m_readThrottled);
+    // Later, so that a client that floods has its turn like every other.
+    if (!m_readThrottled && client->hasMore()) {
+        QMetaObject::invokeMethod(
+            this, [this, peerKey] { drainClient(peerKey); }, Qt::QueuedConnection);
+    }
+    return bytes;
+}
+
+void MultiClientServer::disconnectClient(const QString& peerKey)
+{
+    const ServerClient* client = find(peerKey);
+    if (!client || !client->isConnected())
+        return;
+    QTcpSocket* socket = client->socket();
+    QTimer::singleShot(lingerMs, socket, [this, peerKey, socket] {
+        if (ServerClient* late = find(peerKey); late && late->socket() == socket)
+            clientDisconnected(peerKey);
+    });
+    socket->disconnectFromHost();
+}
+
+QStringList MultiClientServer::clientKeys() const
+{
+    QStringList keys;
+    keys.reserve(clientCount());
+    for (const auto& client : m_clients)
+        keys.append(client->key());
+    return keys;
+}
+
+QTcpSocket* MultiClientServer::exclusiveOwner() const
+{
+    const auto found = std::find_if(m_clients.begin(), m_clients.end(),
+        [](const auto& client) { return client->isConnected(); });
+    return found == m_clients.end() ? nullptr : (*found)->socket();
+}
+
+QString MultiClientServer::peerKeyFor(const QTcpSocket* socket)
+{
+    return socket ? peerKeyOf(socket->peerAddress(), socket->peerPort()) : QString();
+}
+
+QString MultiClientServer::rememberedKeyFor(const QTcpSocket* socket) const
+{
+    const auto found = std::find_if(m_clients.begin(), m_clients.end(),
+        [socket](const auto& client) { return socket && client->socket() == socket; });
+    return found == m_clients.end() ? QString() : (*found)->key();
+}
+
+qint64 MultiClientServer::pendingWriteBytes() const
+{
+    qint64 least = -1;
+    for (const auto& client : m_clients) {
+        if (client->isConnected() && (least < 0 || client->unsentBytes() < least))
+            least = client->unsentBytes();
+    }
+    return qMax<qint64>(least, 0);
+}
+
+ServerClient* MultiClientServer::find(const QString& peerKey) const
+{
+    return m_byKey.value(peerKey, nullptr);
+}
+
+qsizetype MultiClientServer::departedBytes() const
+{
+    qsizetype bytes = 0;
+    for (const auto& client : m_clients) {
+        if (!client->socket())
+            bytes += client->unreadBytes();
+    }
+    return bytes;
+}
