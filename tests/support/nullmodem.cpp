@@ -2,13 +2,45 @@
 
 #include "support/nullmodemlines.h"
 
+#include <algorithm>
+#include <array>
+#include <fcntl.h>
 #include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 constexpr qint64 nanosecondsPerMillisecond = 1'000'000;
+
+struct Baud
+{
+    speed_t code;
+    int rate;
+};
+constexpr std::array bauds{Baud{B300, 300}, Baud{B1200, 1200}, Baud{B2400, 2400}, Baud{B4800, 4800},
+    Baud{B9600, 9600}, Baud{B19200, 19'200}, Baud{B38400, 38'400}, Baud{B57600, 57'600},
+    Baud{B115200, 115'200}, Baud{B230400, 230'400}};
+
+int baudRate(speed_t code)
+{
+    const auto* const found = std::ranges::find(bauds, code, &Baud::code);
+    return found == bauds.end() ? -1 : found->rate;
+}
+
+char parityLetter(tcflag_t control)
+{
+    if ((control & PARENB) == 0) {
+        return 'N';
+    }
+    const bool odd = (control & PARODD) != 0;
+    if ((control & CMSPAR) != 0) {
+        return odd ? 'M' : 'S';
+    }
+    return odd ? 'O' : 'E';
+}
 
 } // namespace
 
@@ -88,6 +120,25 @@ bool NullModem::dtr(End end) const
 bool NullModem::rts(End end) const
 {
     return (nullmodem_outputs(m_cable, static_cast<int>(end)) & TIOCM_RTS) != 0;
+}
+
+QByteArray NullModem::lineSettings(End end) const
+{
+    const int port = ::open(qPrintable(this->port(end)), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    termios line{};
+    const bool read = port >= 0 && ::tcgetattr(port, &line) == 0;
+    if (port >= 0) {
+        ::close(port);
+    }
+    if (!read) {
+        return {};
+    }
+    const char* flow = (line.c_cflag & CRTSCTS) != 0          ? " RTS/CTS"
+                       : (line.c_iflag & (IXON | IXOFF)) != 0 ? " XON/XOFF"
+                                                              : "";
+    const unsigned bits = (line.c_cflag & CSIZE) / (CS6 - CS5) + 5; // CS5 is 0
+    return QByteArray::number(baudRate(::cfgetospeed(&line))) + ' ' + QByteArray::number(bits)
+           + parityLetter(line.c_cflag) + ((line.c_cflag & CSTOPB) != 0 ? '2' : '1') + flow;
 }
 
 void NullModem::setOutputs(End end, bool dtr, bool rts)

@@ -19,9 +19,9 @@
 /// control does. Bytes sent to a plugged end that nobody has opened wait there.
 ///
 /// Modem lines cross as on the cable: DTR to the other end's DSR and DCD, RTS to its CTS; RI never
-/// rises. All outputs are low until a program sets them; closing a port does not lower them. This
-/// and break work because nullmodemlines.c, linked into the test, answers the ioctl() calls that
-/// pseudo-terminals refuse; another program started with peerEnvironment() takes part as well.
+/// rises. All outputs are low until a program sets them; closing a port does not lower them. This,
+/// break and framing work because nullmodemlines.c, linked into the test, answers the ioctl() calls
+/// that pseudo-terminals refuse; another program started with peerEnvironment() takes part as well.
 class NullModem final : public QObject
 {
     Q_OBJECT
@@ -82,6 +82,11 @@ public:
     /// What the program at `end` has set.
     bool dtr(End end) const;
     bool rts(End end) const;
+
+    /// The line parameters that the program at `end` has set: baud rate, framing and flow control,
+    /// such as "9600 8N1", "115200 7E2 RTS/CTS" or "300 5M1 XON/XOFF". Those of a new device are
+    /// the kernel's.
+    QByteArray lineSettings(End end) const;
 
     /// Drives the outputs of an end without opening it.
     void setOutputs(End end, bool dtr, bool rts);

@@ -7,16 +7,18 @@
 #include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
+#include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
 static const char variable[] = "VELMORA_NULLMODEM_LINES";
-static const uint32_t table_magic = 0x564E4D31; /* layout of this version */
+static const uint32_t table_magic = 0x564E4D32; /* layout of this version */
 
 /* Written by several processes at once: every access is atomic, each field by itself. */
 struct end
@@ -26,6 +28,8 @@ struct end
     uint32_t break_count;
     uint64_t break_since_ns; /* CLOCK_MONOTONIC; 0 while the line idles */
     uint64_t break_last_ns;
+    uint32_t framing; /* CSIZE and PARENB as they were set */
+    uint32_t framed;  /* 1 once they were */
 };
 
 struct cable
@@ -130,6 +134,7 @@ void nullmodem_plug(int cable, int end, uint64_t device)
     STORE(own->break_count, 0);
     STORE(own->break_since_ns, 0);
     STORE(own->break_last_ns, 0);
+    STORE(own->framed, 0);
     STORE(own->device, device);
 }
 
@@ -246,6 +251,46 @@ __attribute__((visibility("default"))) ssize_t read(int descriptor, void* buffer
     return count;
 }
 
+/* What a request does to the kernel's structures of line parameters: reads them, sets them, or
+ * neither. Both structures, the one with numbers for the speeds (its requests carry its size) and
+ * the one without, have the control flags in third place. */
+enum parameters { no_parameters, gets_parameters, sets_parameters };
+
+static enum parameters parameters_of(unsigned long request)
+{
+    enum { size_with_speeds = 44, get_with_speeds = 0x2A };
+    const unsigned long get2 = _IOC(_IOC_READ, 'T', get_with_speeds, size_with_speeds);
+    const unsigned long set2 = _IOC(_IOC_WRITE, 'T', get_with_speeds + 1, size_with_speeds);
+    if (request == TCGETS || request == get2) {
+        return gets_parameters;
+    }
+    const int sets =
+        (request >= TCSETS && request <= TCSETSF) || (request >= set2 && request <= set2 + 2);
+    return sets ? sets_parameters : no_parameters;
+}
+
+/* A pseudo-terminal's slave goes back to eight bits without parity at once. What a program set is
+ * kept beside it and given back, because programs change one parameter by reading them all. */
+static int transfer_parameters(int descriptor, unsigned long request, uint32_t* flags)
+{
+    const tcflag_t kept = CSIZE | PARENB;
+    uint32_t* const control = flags + 2;
+    const uint32_t wanted = *control & kept;
+    const int result = (int)syscall(SYS_ioctl, descriptor, request, flags);
+    const int index = result == 0 ? find_end(descriptor) : -1;
+    if (index < 0) {
+        return result;
+    }
+    struct end* own = &shared->cables[index / 2].ends[index % 2];
+    if (parameters_of(request) == sets_parameters) {
+        STORE(own->framing, wanted);
+        STORE(own->framed, 1);
+    } else if (LOAD(own->framed)) {
+        *control = (*control & ~kept) | LOAD(own->framing);
+    }
+    return result;
+}
+
 /* Takes the place of the C library's function in the program and all its libraries. The system call
  * itself is made directly: looking up the next definition would depend on the order of loading,
  * which a sanitizer's run-time library changes. */
@@ -255,6 +300,9 @@ __attribute__((visibility("default"))) int ioctl(int descriptor, unsigned long r
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
+    if (parameters_of(request) != no_parameters && argument != NULL) {
+        return transfer_parameters(descriptor, request, argument);
+    }
     const int index = is_line_request(request) ? find_end(descriptor) : -1;
     int unread;
     /* A device that was unplugged fails before it is looked at, with the kernel's own error. */
@@ -264,4 +312,35 @@ __attribute__((visibility("default"))) int ioctl(int descriptor, unsigned long r
     /* Break requests carry no pointer. */
     const int is_break = request == TIOCSBRK || request == TIOCCBRK;
     return answer(index / 2, index % 2, request, is_break ? NULL : argument);
+}
+
+/* The kernel's structure without numbers for the speeds, which is not the C library's. The library
+ * does not go through the ioctl() above. */
+struct kernel_termios
+{
+    uint32_t flags[4]; /* input, output, control, local */
+    uint8_t line;
+    uint8_t characters[19];
+};
+
+__attribute__((visibility("default"))) int tcsetattr(
+    int descriptor, int when, const struct termios* wanted)
+{
+    struct kernel_termios kernel = {
+        {wanted->c_iflag, wanted->c_oflag, wanted->c_cflag, wanted->c_lflag}, wanted->c_line, {0}};
+    memcpy(kernel.characters, wanted->c_cc, sizeof kernel.characters);
+    return ioctl(descriptor, (unsigned long)TCSETS + (unsigned long)when, &kernel);
+}
+
+__attribute__((visibility("default"))) int tcgetattr(int descriptor, struct termios* present)
+{
+    struct kernel_termios kernel = {0};
+    if (ioctl(descriptor, TCGETS, &kernel) != 0) {
+        return -1;
+    }
+    const uint32_t speed = kernel.flags[2] & (CBAUD | CBAUDEX);
+    *present = (struct termios){kernel.flags[0], kernel.flags[1], kernel.flags[2], kernel.flags[3],
+        kernel.line, {0}, speed, speed};
+    memcpy(present->c_cc, kernel.characters, sizeof kernel.characters);
+    return 0;
 }

@@ -1,7 +1,8 @@
 #pragma once
 
-/* What pseudo-terminals lack of real serial ports. Replaces ioctl() for modem lines and break, and
- * read() for the end of a device that was unplugged.
+/* What pseudo-terminals lack of real serial ports. Replaces ioctl() for modem lines and break, the
+ * same with tcsetattr() and tcgetattr() for character size and parity, and read() for the end of a
+ * device that was unplugged.
  *
  * Modem lines and break belong to virtual null-modem cables, shared by all processes that take
  * part.

@@ -59,6 +59,7 @@ private Q_SLOTS:
     void modemLinesCross_data();
     void modemLinesCross();
     void linesNeedACable();
+    void lineSettingsAreKept();
     void breakArrivesWithItsLength();
     void unpluggedDeviceFailsAndComesBackUnderItsName();
     void vanishingIsToldAsAsked();
@@ -148,6 +149,24 @@ void TestNullModem::linesNeedACable()
     QVERIFY(port.isOpen());
     QCOMPARE(port.pinoutSignals(), QSerialPort::NoSignal);
     QVERIFY(port.error() != QSerialPort::NoError);
+}
+
+void TestNullModem::lineSettingsAreKept()
+{
+    const NullModem modem;
+    OpenPort port(modem.portA());
+    QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
+    // One at a time, as each setter reads the others back.
+    port.setDataBits(QSerialPort::Data7);
+    port.setParity(QSerialPort::EvenParity);
+    port.setStopBits(QSerialPort::TwoStop);
+    port.setFlowControl(QSerialPort::HardwareControl);
+    port.setBaudRate(115'200);
+    QCOMPARE(modem.lineSettings(End::A), "115200 7E2 RTS/CTS");
+    port.setDataBits(QSerialPort::Data5);
+    port.setParity(QSerialPort::MarkParity);
+    port.setFlowControl(QSerialPort::SoftwareControl);
+    QCOMPARE(modem.lineSettings(End::A), "115200 5M2 XON/XOFF");
 }
 
 void TestNullModem::breakArrivesWithItsLength()
