@@ -1,5 +1,6 @@
 #include "terminal/view/receiveinput.h"
 
+#include <QFontMetrics>
 #include <QInputMethodEvent>
 #include <QPainter>
 #include <QPalette>
@@ -48,6 +49,7 @@ QPoint ReceiveInput::lay(const QRect& mark, const QRect& area, const QFont& font
     layout_.beginLayout();
     QTextLine line = layout_.createLine();
     line.setLineWidth(area.width());
+    line.setPosition({0, QFontMetrics(font).ascent() - line.ascent()});
     layout_.endLayout();
     const int width = qCeil(line.naturalTextWidth()) + caretWidth;
     return {std::max(area.left(), std::min(mark.left(), area.right() - width)), mark.top()};

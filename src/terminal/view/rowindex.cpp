@@ -67,7 +67,9 @@ void RowIndex::moveFront()
     for (; base_ < base && !marks_.empty(); base_ += spacing)
         marks_.pop_front();
     base_ = base;
-    front_ = {0, store_.lineStart(store_.firstLine())};
+    // What is left of a line is shown as a line; a very long one keeps the count of its marks.
+    const bool endsHere = store_.lineEnd(store_.firstLine()) < base_ + spacing;
+    front_ = {0, endsHere ? frontPosition_ : store_.lineStart(store_.firstLine())};
     if (!marks_.empty())
         front_.rows = marks_.front().rows - advanced(front_, frontPosition_, base_ + spacing).rows;
 }

@@ -1,0 +1,253 @@
+#include "terminal/view/receiveview.h"
+
+#include <QAbstractScrollArea>
+#include <QApplication>
+#include <QFontDatabase>
+#include <QInputMethodEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString asciiSample()
+{
+    return u"The [quick] ~brown~ fox 0123456789 {jumps}"_s;
+}
+
+int differentColumns(const QImage& one, const QImage& other)
+{
+    int columns = 0;
+    for (int x = 0; x < one.width(); ++x)
+        columns += one.copy(x, 0, 1, one.height()) != other.copy(x, 0, 1, one.height()) ? 1 : 0;
+    return columns;
+}
+
+} // namespace
+
+// The pictures of known texts, compared with pictures of the same rows drawn here by the text
+// layout of the toolkit.
+class TestReceivePicture final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { view_.reset(); }
+    void drawsRows_data();
+    void drawsRows();
+    void wrapsRows();
+    void keepsColorsReadable();
+    void scrollsSideways();
+    void composesInline();
+
+private:
+    struct Piece
+    {
+        int from;
+        int to;
+        QColor ink;
+        QColor paper;
+    };
+
+    [[nodiscard]] QWidget* viewport() const
+    {
+        return view_->findChild<QAbstractScrollArea*>()->viewport();
+    }
+    [[nodiscard]] int rowHeight() const { return QFontMetrics(view_->displayFont()).lineSpacing(); }
+    void use(const QColor& base, const QColor& text);
+    // Rows of the viewport as they are and as they should be.
+    [[nodiscard]] QImage shown(int row) const;
+    [[nodiscard]] QImage wanted(
+        const QString& text, const QList<Piece>& pieces, int left = 4) const;
+
+    std::unique_ptr<ReceiveView> view_;
+    QPalette palette_;
+};
+
+void TestReceivePicture::init()
+{
+    view_ = std::make_unique<ReceiveView>();
+    view_->setDisplayFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    view_->setTypingEnabled(false);
+    view_->setLineWrap(false);
+    view_->resize(700, 200);
+    view_->show();
+    QVERIFY(QTest::qWaitForWindowExposed(view_.get()));
+    QApplication::setActiveWindow(view_.get());
+    view_->setFocus();
+}
+
+void TestReceivePicture::use(const QColor& base, const QColor& text)
+{
+    palette_.setColor(QPalette::Base, base);
+    palette_.setColor(QPalette::Text, text);
+    palette_.setColor(QPalette::Highlight, Qt::darkBlue);
+    palette_.setColor(QPalette::HighlightedText, Qt::yellow);
+    view_->setPalette(palette_);
+}
+
+QImage TestReceivePicture::shown(int row) const
+{
+    const QRect area(0, 4 + row * rowHeight(), viewport()->width(), rowHeight());
+    return viewport()->grab(area).toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+QImage TestReceivePicture::wanted(const QString& text, const QList<Piece>& pieces, int left) const
+{
+    QImage image(viewport()->width(), rowHeight(), QImage::Format_RGB32);
+    image.fill(palette_.color(QPalette::Base));
+    QFont font = view_->displayFont();
+    font.setKerning(false);
+    QTextLayout layout(text, font);
+    QTextOption option;
+    option.setTabStopDistance(8 * QFontMetricsF(font).horizontalAdvance(u'0'));
+    layout.setTextOption(option);
+    layout.beginLayout();
+    QTextLine line = layout.createLine();
+    line.setLineWidth(100'000);
+    line.setPosition({0, QFontMetrics(font).ascent() - line.ascent()});
+    layout.endLayout();
+    QPainter painter(&image);
+    for (const Piece& piece : pieces) {
+        const double x = left + line.cursorToX(piece.from);
+        const QRectF area(x, 0, left + line.cursorToX(piece.to) - x, rowHeight());
+        painter.setClipRect(area);
+        if (piece.paper.isValid())
+            painter.fillRect(area, piece.paper);
+        painter.setPen(piece.ink);
+        if (piece.to <= text.size())
+            layout.draw(&painter, QPointF(left, 0));
+    }
+    return image;
+}
+
+void TestReceivePicture::drawsRows_data()
+{
+    QTest::addColumn<QColor>("base");
+    QTest::addColumn<QColor>("text");
+    QTest::addColumn<QString>("sample");
+    const QString tabs = u"a\tbc\tdef and a word more than the ASCII row"_s;
+    const QString wide = u"\u65E5\u672C\u8A9E caf\u00E9 \u0394t = 5 \u00B5s; ok and 0123456789"_s;
+    QTest::newRow("ASCII, light") << QColor(Qt::white) << QColor(Qt::black) << asciiSample();
+    QTest::newRow("ASCII, dark") << QColor(0x202020) << QColor(0xD0D0D0) << asciiSample();
+    QTest::newRow("tabs, light") << QColor(Qt::white) << QColor(Qt::black) << tabs;
+    QTest::newRow("wide, dark") << QColor(0x202020) << QColor(0xD0D0D0) << wide;
+}
+
+void TestReceivePicture::drawsRows()
+{
+    QFETCH(const QColor, base);
+    QFETCH(const QColor, text);
+    QFETCH(const QString, sample);
+    use(base, text);
+    const auto length = static_cast<int>(sample.size());
+    const QColor red(200, 80, 80);
+    view_->appendText(sample + u'\n', {});
+    view_->appendText(sample.left(10), red);
+    view_->appendText(sample.mid(10) + u"\n"_s, {});
+    view_->appendText(sample, {});
+    QCOMPARE(shown(0), wanted(sample, {{0, length, text, {}}}));
+    QCOMPARE(shown(1), wanted(sample, {{0, 10, red, {}}, {10, length, text, {}}}));
+
+    const QColor pale(0xFFE27A);
+    const QColor strong(0xFF9A3C);
+    view_->setHighlights({{2, 5, false}, {12, 3, true}});
+    const QImage marked =
+        wanted(sample, {{0, 2, text, {}}, {2, 7, Qt::black, pale}, {7, 12, text, {}},
+                           {12, 15, Qt::black, strong}, {15, length, text, {}}});
+    // A paragraph rounds the right edge of a mark up.
+    QVERIFY(differentColumns(shown(0), marked) <= (sample == asciiSample() ? 0 : 2));
+    view_->setHighlights({});
+    view_->selectAll();
+    const QImage broken = shown(0); // its line feed is selected and seen
+    const QImage row = wanted(sample, {{0, length, Qt::yellow, Qt::darkBlue}});
+    QVERIFY(differentColumns(shown(2), row) <= (sample == asciiSample() ? 0 : 1));
+    QVERIFY(differentColumns(broken, row) > 2);
+    const int end = 4 + qCeil(QFontMetricsF(view_->displayFont()).horizontalAdvance(sample));
+    if (!sample.contains(u'\t'))
+        QCOMPARE(broken.pixelColor(end + 2, 3), QColor(Qt::darkBlue));
+}
+
+void TestReceivePicture::wrapsRows()
+{
+    use(Qt::white, Qt::black);
+    view_->setLineWrap(true);
+    const double column = QFontMetricsF(view_->displayFont()).horizontalAdvance(u'0');
+    const int columns = static_cast<int>((viewport()->width() - 8) / column);
+    QString line;
+    while (line.size() < 2 * columns)
+        line += QString::number(line.size());
+    line.truncate(2 * columns);
+    view_->appendText(line + u"!\nnext"_s, {});
+    QCOMPARE(shown(0), wanted(line.left(columns), {{0, columns, Qt::black, {}}}));
+    QCOMPARE(shown(1), wanted(line.mid(columns), {{0, columns, Qt::black, {}}}));
+    QCOMPARE(shown(2), wanted(u"!"_s, {{0, 1, Qt::black, {}}}));
+    QCOMPARE(shown(3), wanted(u"next"_s, {{0, 4, Qt::black, {}}}));
+    view_->clearText();
+    view_->setWrapAtBlanks(true);
+    const QString bytes = u"0A 1B FF "_s.repeated(columns);
+    const int row = (columns + 1) / 3 * 3;
+    view_->appendText(bytes, {});
+    QCOMPARE(shown(0), wanted(bytes.left(row), {{0, row - 1, Qt::black, {}}}));
+    QCOMPARE(shown(1), wanted(bytes.mid(row, row), {{0, row - 1, Qt::black, {}}}));
+}
+
+void TestReceivePicture::keepsColorsReadable()
+{
+    use(Qt::white, Qt::black);
+    view_->appendText(u"dark on light"_s, QColor(20, 20, 60));
+    QCOMPARE(shown(0), wanted(u"dark on light"_s, {{0, 13, QColor(20, 20, 60), {}}}));
+    use(QColor(0x101010), QColor(0xC0C0C0));
+    QCOMPARE(shown(0), wanted(u"dark on light"_s, {{0, 13, QColor(0xC0C0C0), {}}}));
+}
+
+void TestReceivePicture::scrollsSideways()
+{
+    use(Qt::white, Qt::black);
+    QString line;
+    for (int i = 0; line.size() < 1500; ++i)
+        line += QString::number(i) + u' ';
+    view_->appendText(line + u"\nshort"_s, {});
+    QScrollBar* bar = view_->findChild<QAbstractScrollArea*>()->horizontalScrollBar();
+    QTRY_VERIFY(bar->maximum() > 5000);
+    bar->setValue(4321);
+    const auto length = static_cast<int>(line.size());
+    QCOMPARE(shown(0), wanted(line, {{0, length, Qt::black, {}}}, 4 - 4321));
+    view_->showPosition(0, 3);
+    QCOMPARE(bar->value(), 0);
+    view_->showPosition(1400, 5);
+    const double column = QFontMetricsF(view_->displayFont()).horizontalAdvance(u'0');
+    QVERIFY(bar->value() < 1400 * column);
+    QVERIFY(bar->value() + viewport()->width() > 1405 * column);
+}
+
+void TestReceivePicture::composesInline()
+{
+    use(Qt::white, Qt::black);
+    view_->setTypingEnabled(true);
+    view_->appendText(u"prompt> "_s, {});
+    const QImage before = shown(0);
+    QInputMethodQueryEvent query(Qt::ImCursorRectangle);
+    QApplication::sendEvent(QApplication::focusWidget(), &query);
+    const QRect mark = query.value(Qt::ImCursorRectangle).toRect();
+    QInputMethodEvent composing(u"abc"_s, QList<QInputMethodEvent::Attribute>());
+    QApplication::sendEvent(QApplication::focusWidget(), &composing);
+    const QImage during = shown(0);
+    QVERIFY(during != before);
+    QCOMPARE(
+        during.copy(0, 0, mark.left(), rowHeight()), before.copy(0, 0, mark.left(), rowHeight()));
+    QApplication::sendEvent(QApplication::focusWidget(), &query);
+    const int advance = QFontMetrics(view_->displayFont()).horizontalAdvance(u"abc"_s);
+    QCOMPARE(query.value(Qt::ImCursorRectangle).toRect().left(), mark.left() + advance);
+    QInputMethodEvent committed;
+    committed.setCommitString(u"abc"_s);
+    QApplication::sendEvent(QApplication::focusWidget(), &committed);
+    QCOMPARE(shown(0), before); // the device has not echoed it
+}
+
+QTEST_MAIN(TestReceivePicture)
+#include "tst_receivepicture.moc"
