@@ -1,11 +1,11 @@
 #pragma once
 
+#include <QBrush>
 #include <QColor>
 #include <QWidget>
 
-// A round lamp. Lit is a filled disc, dark a hollow ring, so that the state does not rest on
-// colour alone. A lamp that can be clicked says so through clicked(); the owner decides what a
-// click means.
+// A round lamp. Lit is a filled disc, dark a hollow ring, and lit without certainty a ring with a
+// core, so that no state rests on colour alone. It takes no clicks: they reach what it lies in.
 class HLed final : public QWidget
 {
     Q_OBJECT
@@ -17,6 +17,9 @@ public:
 
     void setColor(const QColor& color);
     [[nodiscard]] QColor color() const { return m_color; }
+    // Whether what the lamp shows is not sure.
+    void setTentative(bool tentative);
+    [[nodiscard]] bool isTentative() const { return m_tentative; }
     void turnOn(bool on = true);
     void turnOff(bool off = true);
     void toggle();
@@ -29,8 +32,11 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    // The smaller side less 2, never negative.
     [[nodiscard]] int diameter() const;
+    [[nodiscard]] QBrush brush(const QRectF& disc) const;
 
     QColor m_color = Qt::green;
     bool m_on = true;
+    bool m_tentative = false;
 };

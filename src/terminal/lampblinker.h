@@ -27,6 +27,14 @@ public:
     // Traffic went by.
     void flash() { follow(m_blink.flash()); }
 
+    // Dark, until the next traffic.
+    void rest()
+    {
+        m_timer.stop();
+        m_blink.reset();
+        m_show(false);
+    }
+
 private:
     void follow(int timerMs)
     {

@@ -4,11 +4,13 @@
 #include "terminal/panelog.h"
 #include "terminal/panerecords.h"
 #include "terminal/receivepipeline.h"
+#include "terminal/remoteseriallink.h"
 #include "terminal/sendpipeline.h"
 #include "terminal/transportreader.h"
 #include "terminal/transportwriter.h"
 
-PaneTraffic::PaneTraffic(ConnectionController& controller, DisplaySink& sink, PaneRecords& records)
+PaneTraffic::PaneTraffic(ConnectionController& controller, RemoteSerialLink& remote,
+    DisplaySink& sink, PaneRecords& records)
     : m_records(records)
     , m_receive(std::make_unique<ReceivePipeline>(sink))
     , m_reader(std::make_unique<TransportReader>(controller, *m_receive, records.settings()))
@@ -20,6 +22,10 @@ PaneTraffic::PaneTraffic(ConnectionController& controller, DisplaySink& sink, Pa
           }))
     , m_send(std::make_unique<SendPipeline>(*m_writer, *m_receive))
 {
+    m_reader->setRemoteDecoder(
+        [&remote](const QByteArray& bytes) { return remote.receive(bytes); });
+    m_writer->setRemoteEncoder(
+        [&remote](const QByteArray& payload) { return remote.encodePayload(payload); });
     gatherSignals();
 }
 

@@ -1,7 +1,7 @@
 #include "terminal/paneview.h"
 
-#include "terminal/activityrow.h"
 #include "terminal/connectionpanel.h"
+#include "terminal/controllinerow.h"
 #include "terminal/noticebar.h"
 #include "terminal/panestatusline.h"
 #include "terminal/receivepanel.h"
@@ -27,7 +27,7 @@ PaneView::PaneView(QWidget* parent)
     , m_connection(new ConnectionPanel)
     , m_receive(new ReceivePanel)
     , m_send(new SendPanel)
-    , m_activity(new ActivityRow)
+    , m_lines(new ControlLineRow)
     , m_notice(new NoticeBar)
     , m_view(new ReceiveView)
     , m_find(new FindBar(*m_view))
@@ -58,7 +58,7 @@ SettingsColumn* PaneView::buildSettingsColumn()
     auto* layout = new QVBoxLayout(content);
     layout->setContentsMargins(0, 0, margin / 2, 0);
     layout->setSpacing(margin);
-    m_connection->addRow(m_activity);
+    m_connection->addRow(m_lines);
     layout->addWidget(m_connection);
     layout->addWidget(m_receive);
     layout->addWidget(m_send);

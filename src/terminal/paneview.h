@@ -2,8 +2,8 @@
 
 #include <QWidget>
 
-class ActivityRow;
 class ConnectionPanel;
+class ControlLineRow;
 class FindBar;
 class NoticeBar;
 class PaneStatusLine;
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] ConnectionPanel& connectionPanel() const { return *m_connection; }
     [[nodiscard]] ReceivePanel& receivePanel() const { return *m_receive; }
     [[nodiscard]] SendPanel& sendPanel() const { return *m_send; }
-    [[nodiscard]] ActivityRow& activityRow() const { return *m_activity; }
+    [[nodiscard]] ControlLineRow& controlLineRow() const { return *m_lines; }
     [[nodiscard]] ReceiveView& receiveView() const { return *m_view; }
     [[nodiscard]] FindBar& findBar() const { return *m_find; }
     [[nodiscard]] NoticeBar& noticeBar() const { return *m_notice; }
@@ -56,7 +56,7 @@ private:
     ConnectionPanel* m_connection;
     ReceivePanel* m_receive;
     SendPanel* m_send;
-    ActivityRow* m_activity;
+    ControlLineRow* m_lines;
     NoticeBar* m_notice;
     ReceiveView* m_view;
     FindBar* m_find;

@@ -2,12 +2,13 @@
 
 #include "connections/connectioncontroller.h"
 #include "connections/serialportcatalog.h"
-#include "terminal/activityrow.h"
 #include "terminal/connectionpanel.h"
 #include "terminal/connectionsummary.h"
 #include "terminal/connectionsupervisor.h"
+#include "terminal/controllinerow.h"
+#include "terminal/controllines.h"
 #include "terminal/format/sendmodes.h"
-#include "terminal/lampblinker.h"
+#include "terminal/linedrivers.h"
 #include "terminal/noticebar.h"
 #include "terminal/panelog.h"
 #include "terminal/panerecords.h"
@@ -16,6 +17,7 @@
 #include "terminal/paneview.h"
 #include "terminal/receivedesk.h"
 #include "terminal/receivepipeline.h"
+#include "terminal/remoteseriallink.h"
 #include "terminal/repeatsender.h"
 #include "terminal/runcontrol.h"
 #include "terminal/senddesk.h"
@@ -40,7 +42,9 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     , m_records(std::make_unique<PaneRecords>(
           m_view->connectionPanel(), m_view->receivePanel(), m_view->sendPanel()))
     , m_controller(std::make_unique<ConnectionController>())
-    , m_traffic(std::make_unique<PaneTraffic>(*m_controller, m_view->receiveView(), *m_records))
+    , m_remote(std::make_unique<RemoteSerialLink>(*m_controller, m_records->settings()))
+    , m_traffic(std::make_unique<PaneTraffic>(
+          *m_controller, *m_remote, m_view->receiveView(), *m_records))
     , m_run(std::make_unique<RunControl>(*m_controller, catalog, *m_records, *m_traffic))
     , m_sendDesk(
           std::make_unique<SendDesk>(m_view->sendEditor(), m_traffic->send(), m_records->format()))
@@ -52,10 +56,9 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
               m_traffic->send().sendText(
                   text, wholeText ? SendPipeline::Editor::Rewrite : SendPipeline::Editor::Keep);
           }}))
-    , m_txBlink(std::make_unique<LampBlinker>(
-          [this](bool lit) { m_view->activityRow().setSending(lit); }))
-    , m_rxBlink(std::make_unique<LampBlinker>(
-          [this](bool lit) { m_view->activityRow().setReceiving(lit); }))
+    , m_drivers(std::make_unique<LineDrivers>(*m_controller, *m_remote))
+    , m_lines(std::make_unique<ControlLines>(m_view->controlLineRow(), m_records->settings(),
+          [this] { return m_drivers->of(settings().connMode); }))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -66,6 +69,7 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     wireReceiveView();
     wireRun();
     wireRecords();
+    wireLines();
     wirePanels();
     showSplitter();
     updateDisplay();
@@ -89,8 +93,6 @@ void SerialPortWidget::wireTraffic()
     showCounters();
     const ReceivePipeline* receive = &traffic->receive();
     connect(receive, &ReceivePipeline::rxTapped, this, &SerialPortWidget::rxTapped);
-    connect(receive, &ReceivePipeline::received, m_rxBlink.get(), &LampBlinker::flash);
-    connect(&traffic->send(), &SendPipeline::sent, m_txBlink.get(), &LampBlinker::flash);
     const NoticeBar* notice = &m_view->noticeBar();
     connect(&traffic->log(), &PaneLog::errorOccurred, notice, &NoticeBar::showError);
     connect(&traffic->log(), &PaneLog::errorCleared, notice, &NoticeBar::clearError);
@@ -149,8 +151,30 @@ void SerialPortWidget::wireRecords()
     connect(records, &PaneRecords::connectionEdited, this, [this] {
         m_run->supervisor().setSettings(settings());
         m_controller->reconfigureSerial(settings());
+        m_remote->pushSettings(settings());
         showState();
     });
+}
+
+void SerialPortWidget::wireLines()
+{
+    ControlLines* lines = m_lines.get();
+    connect(lines, &ControlLines::statusMessage, this, &SerialPortWidget::showStatusMessage);
+    connect(lines, &ControlLines::levelRequested, this, [this] {
+        updateDisplay();
+        m_run->supervisor().setSettings(settings());
+        m_records->markEdited();
+    });
+    connect(&m_traffic->send(), &SendPipeline::sent, lines,
+        [lines] { lines->flashActivityLed(ControlLines::Activity::Sent); });
+    connect(&m_traffic->receive(), &ReceivePipeline::received, lines,
+        [lines] { lines->flashActivityLed(ControlLines::Activity::Received); });
+    connect(m_run.get(), &RunControl::halted, lines, [lines](RunState state) {
+        if (state == RunState::Stopped)
+            lines->releaseBreak();
+    });
+    connect(m_remote.get(), &RemoteSerialLink::statusMessage, this,
+        &SerialPortWidget::showStatusMessage);
 }
 
 void SerialPortWidget::wirePanels()
@@ -224,6 +248,7 @@ void SerialPortWidget::showState()
 {
     m_view->connectionPanel().setConnectionActive(isActive());
     m_view->statusLine().setState(connectionSummary(), stateText(), isOpen());
+    m_lines->refresh();
     Q_EMIT stateChanged();
 }
 
@@ -322,6 +347,7 @@ void SerialPortWidget::setSettings(const Settings& settings)
 {
     m_records->setSettings(settings);
     m_run->applySettings();
+    m_remote->pushSettings(settings);
     showState();
 }
 
@@ -344,7 +370,7 @@ void SerialPortWidget::applyFormat()
     m_view->receiveView().setWrapAtBlanks(
         format.receiveMsgFormat == int(MessageFormat::Hexadecimal));
     m_view->sendEditor().setDisplayFont(format.displayFont);
-    m_view->activityRow().setLampsVisible(format.showControlLineLeds);
+    m_view->controlLineRow().setVisible(format.showControlLineLeds);
     m_repeat->setInterval(format.sendInterval, format.sendTimeUnit);
     m_repeat->setLineByLine(m_view->sendPanel().lineByLine());
     m_repeat->setEnabled(format.autoSend);
@@ -353,6 +379,11 @@ void SerialPortWidget::applyFormat()
 void SerialPortWidget::showSplitter()
 {
     m_view->setSplitterSizes(formatSetting().splitterLeft, formatSetting().splitterRight);
+}
+
+ModemLines SerialPortWidget::modemState() const
+{
+    return m_lines->modemState();
 }
 
 void SerialPortWidget::setStatusLineVisible(bool visible)

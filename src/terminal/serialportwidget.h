@@ -8,15 +8,18 @@
 #include <memory>
 
 class ConnectionController;
-class LampBlinker;
+class ControlLines;
+class LineDrivers;
 class PaneRecords;
 class PaneTraffic;
 class PaneView;
 class ReceiveDesk;
+class RemoteSerialLink;
 class RepeatSender;
 class RunControl;
 class SendDesk;
 class SerialPortCatalog;
+struct ModemLines;
 
 // One port pane: a terminal on one transport. A façade over the collaborators that do the work and
 // the view that shows it; here they are wired and nothing else happens.
@@ -82,6 +85,9 @@ public:
     // "Open", "Paused", "Connecting..." and the like.
     [[nodiscard]] QString stateText() const;
 
+    // The inputs of the serial port at the end of the connection; all off when it has none.
+    [[nodiscard]] ModemLines modemState() const;
+
     void setStatusLineVisible(bool visible);
     void setQuickSettingsVisible(bool visible);
     void refreshPorts();
@@ -105,6 +111,7 @@ private:
     void wireReceiveView();
     void wireRun();
     void wireRecords();
+    void wireLines();
     void wirePanels();
 
     void onSendClicked();
@@ -117,11 +124,12 @@ private:
     PaneView* m_view;
     std::unique_ptr<PaneRecords> m_records;
     std::unique_ptr<ConnectionController> m_controller;
+    std::unique_ptr<RemoteSerialLink> m_remote;
     std::unique_ptr<PaneTraffic> m_traffic;
     std::unique_ptr<RunControl> m_run;
     std::unique_ptr<SendDesk> m_sendDesk;
     std::unique_ptr<ReceiveDesk> m_receiveDesk;
     std::unique_ptr<RepeatSender> m_repeat;
-    std::unique_ptr<LampBlinker> m_txBlink;
-    std::unique_ptr<LampBlinker> m_rxBlink;
+    std::unique_ptr<LineDrivers> m_drivers;
+    std::unique_ptr<ControlLines> m_lines;
 };

@@ -1,0 +1,106 @@
+#include "terminal/remoteseriallink.h"
+
+#include "connections/connectioncontroller.h"
+#include "connections/rfc2217values.h"
+
+RemoteSerialLink::RemoteSerialLink(ConnectionController& controller, const Settings& settings)
+    : m_controller(controller)
+    , m_settings(settings)
+{
+    m_timer.setSingleShot(true);
+    m_timer.setInterval(kNegotiationTimeout);
+    connect(&m_timer, &QTimer::timeout, this, [this] { apply(m_session.onNegotiationTimeout()); });
+    connect(&controller, &ConnectionController::peerArrived, this, &RemoteSerialLink::onConnected);
+    connect(&controller, &ConnectionController::tcpClientDisconnected, this,
+        &RemoteSerialLink::onDisconnected);
+}
+
+RemoteSerialLink::~RemoteSerialLink() = default;
+
+bool RemoteSerialLink::isConnected() const
+{
+    return m_settings.connMode == connectionMode::RemoteSerialRfc2217
+           && m_controller.isOpen(m_settings.connMode);
+}
+
+void RemoteSerialLink::onConnected()
+{
+    if (!isConnected())
+        return;
+    send(m_session.begin());
+    m_timer.start();
+    tellSummary();
+}
+
+void RemoteSerialLink::onDisconnected()
+{
+    // What a throttled reader has left can only be read by the session that it was sent to.
+    if (m_controller.isReadThrottled()) {
+        m_controller.setReadThrottled(m_settings.connMode, false);
+        m_controller.setReadThrottled(m_settings.connMode, true);
+    }
+    m_timer.stop();
+    m_session.reset();
+    tellSummary();
+}
+
+QByteArray RemoteSerialLink::receive(const QByteArray& bytes)
+{
+    const Rfc2217ClientSession::Outcome outcome = m_session.receive(bytes);
+    apply(outcome);
+    return outcome.data;
+}
+
+void RemoteSerialLink::apply(const Rfc2217ClientSession::Outcome& outcome)
+{
+    send(outcome.reply);
+    if (!outcome.message.isEmpty())
+        Q_EMIT statusMessage(outcome.message, Rfc2217ClientSession::messageTimeoutMs);
+    if (outcome.negotiationFinished) {
+        m_timer.stop();
+        pushSettings(m_settings);
+    }
+    tellSummary();
+}
+
+QByteArray RemoteSerialLink::encodePayload(const QByteArray& payload) const
+{
+    return m_session.encodePayload(payload);
+}
+
+void RemoteSerialLink::pushSettings(const Settings& settings)
+{
+    if (isConnected())
+        send(m_session.settingsUpdate(settings.sanitized()));
+}
+
+bool RemoteSerialLink::sendBreak(bool on)
+{
+    return isConnected() && send(m_session.breakCommand(on));
+}
+
+bool RemoteSerialLink::send(const QByteArray& bytes)
+{
+    return !bytes.isEmpty() && m_controller.sendTcpClient(bytes);
+}
+
+std::optional<bool> RemoteSerialLink::confirmed(SerialLine line) const
+{
+    return line == SerialLine::Dtr ? m_session.confirmedDtr() : m_session.confirmedRts();
+}
+
+ModemLines RemoteSerialLink::modemLines() const
+{
+    const quint8 state = m_session.modemState().value_or(0);
+    return {(state & Rfc2217::Cts) != 0, (state & Rfc2217::Dsr) != 0, (state & Rfc2217::Dcd) != 0,
+        (state & Rfc2217::Ri) != 0};
+}
+
+void RemoteSerialLink::tellSummary()
+{
+    QString summary = m_session.remoteSummary();
+    if (summary == m_summary)
+        return;
+    m_summary = std::move(summary);
+    Q_EMIT summaryChanged(m_summary);
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "connections/rfc2217clientsession.h"
+#include "terminal/linedriver.h"
+
+#include <QObject>
+#include <QTimer>
+#include <chrono>
+#include <optional>
+
+class ConnectionController;
+
+// A serial port behind an RFC 2217 server: joins the controller's TCP client with the protocol's
+// client session, for a pane whose settings name that transport.
+//
+// Data flow. Connected: the session's greeting goes out and the negotiation timer starts. Received:
+// TransportReader -> receive() -> payload; what the protocol has to answer goes out at once. Sent:
+// TransportWriter -> encodePayload() -> controller. Settings reach the remote when it agrees to
+// com-port control and whenever they change while it does. A lost connection resets the session;
+// the next one begins anew.
+//
+// Bounds: the session's. Owned by the pane; controller and settings outlive it.
+class RemoteSerialLink final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(RemoteSerialLink)
+
+public:
+    using State = Rfc2217ClientSession::State;
+
+    static constexpr std::chrono::milliseconds kNegotiationTimeout{
+        Rfc2217ClientSession::negotiationTimeoutMs};
+
+    // The settings say at each connect whether the connection is one of these.
+    RemoteSerialLink(ConnectionController& controller, const Settings& settings);
+    ~RemoteSerialLink() override;
+
+    // For connections from now on.
+    void setNegotiationTimeout(std::chrono::milliseconds timeout) { m_timer.setInterval(timeout); }
+
+    // Bytes of the connection, cut anywhere; returns the payload.
+    QByteArray receive(const QByteArray& bytes);
+    // Payload as it goes over the connection, also over one that is still to be made.
+    [[nodiscard]] QByteArray encodePayload(const QByteArray& payload) const;
+
+    // Brings the remote to these settings, if it takes any.
+    void pushSettings(const Settings& settings);
+    // False when nothing was sent.
+    bool sendBreak(bool on);
+
+    [[nodiscard]] bool isConnected() const;
+    [[nodiscard]] State state() const { return m_session.state(); }
+    // The level of DTR or RTS that the remote has confirmed since it was last asked for.
+    [[nodiscard]] std::optional<bool> confirmed(SerialLine line) const;
+    // As the remote last reported them.
+    [[nodiscard]] ModemLines modemLines() const;
+
+Q_SIGNALS:
+    void statusMessage(const QString& text, int timeoutMs);
+    // What is known of the remote port, one value a line; empty when it is nothing.
+    void summaryChanged(const QString& summary);
+
+private:
+    void onConnected();
+    void onDisconnected();
+    void apply(const Rfc2217ClientSession::Outcome& outcome);
+    bool send(const QByteArray& bytes);
+    void tellSummary();
+
+    ConnectionController& m_controller;
+    const Settings& m_settings;
+    Rfc2217ClientSession m_session;
+    QTimer m_timer; // runs while negotiating
+    QString m_summary;
+};
