@@ -181,6 +181,15 @@ QByteArray Rfc2217ClientSession::breakCommand(bool on) const
     return request(Rfc2217::SetControl, Codec::controlLineToWire(Event::Type::Break, on));
 }
 
+QByteArray Rfc2217ClientSession::modemStateInquiry() const
+{
+    if (m_state != State::ComPortActive)
+        return {};
+    // Some servers answer a request for the state, others tell it when they are given the mask.
+    return Codec::clientRequest(Rfc2217::NotifyModemState, {})
+           + request(Rfc2217::SetModemStateMask, modemStateMask);
+}
+
 QByteArray Rfc2217ClientSession::encodePayload(const QByteArray& data) const
 {
     return m_state == State::TransparentTcp ? data : Codec::encodePayload(data);

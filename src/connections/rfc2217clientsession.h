@@ -58,6 +58,7 @@ public:
 
     static constexpr int negotiationTimeoutMs = 3000;
     static constexpr int messageTimeoutMs = 5000;
+    static constexpr int modemStateInquiryMs = 1000;
 
     Rfc2217ClientSession();
 
@@ -76,6 +77,11 @@ public:
     // Starts or ends a break; empty unless ComPortActive. It does not know the settings: the owner
     // refuses while the remote keeps its own configuration.
     [[nodiscard]] QByteArray breakCommand(bool on) const;
+    // Asks for the modem state now; empty unless ComPortActive. Servers differ in what they report
+    // unasked: one that takes the mask for the bits that tell of changes never reports one to a
+    // client that wants the levels. So an owner that shows the inputs asks every
+    // modemStateInquiryMs.
+    [[nodiscard]] QByteArray modemStateInquiry() const;
     // Terminal data for the wire.
     [[nodiscard]] QByteArray encodePayload(const QByteArray& data) const;
 
