@@ -1,16 +1,18 @@
 #pragma once
 
 #include "app/settings/settings.h"
+#include "terminal/panelform.h"
 
 #include <QGroupBox>
 
 class HostBox;
+class ModeBox;
 class PortNameBox;
 class QCheckBox;
-class QComboBox;
-class QFormLayout;
+class QLabel;
 class QPushButton;
 class QSpinBox;
+class SerialLineRows;
 class SerialPortCatalog;
 
 // The connection group of a pane: which transport, which port or host, which line parameters.
@@ -22,7 +24,11 @@ class ConnectionPanel final : public QGroupBox
     Q_DISABLE_COPY_MOVE(ConnectionPanel)
 
 public:
+    // In a pane the connection is opened and closed here; a dialog has buttons of its own.
+    enum class OpenButton { None, Shown };
+
     explicit ConnectionPanel(QWidget* parent = nullptr);
+    explicit ConnectionPanel(OpenButton openButton, QWidget* parent = nullptr);
     ~ConnectionPanel() override;
 
     void load(const Settings& settings);
@@ -31,7 +37,12 @@ public:
     // While a connection is open its target cannot be edited; line parameters and control lines
     // still can.
     void setConnectionActive(bool active);
+    // What a remote serial port has reported of itself, a line for each value; empty when nothing
+    // is known. Shown with a remote serial port only.
+    void setRemoteSummary(const QString& summary);
+    // The row of the pane's lamps.
     void addRow(QWidget* widget);
+    [[nodiscard]] PanelForm& form() { return m_form; }
 
 Q_SIGNALS:
     void edited();
@@ -41,27 +52,27 @@ Q_SIGNALS:
     void closeRequested();
 
 private:
-    void buildTargetRows(QFormLayout* form);
-    void buildLineRows(QFormLayout* form);
+    void nameFields();
+    void buildTargetRows();
+    void buildRemoteRows();
+    void buildOpenRow();
+    void connectEdits();
     void showRowsOfMode();
-    [[nodiscard]] connectionMode mode() const;
+    void showPorts(connectionMode mode);
 
-    QFormLayout* m_form;
-    QComboBox* m_mode;
+    PanelForm m_form;
+    ModeBox* m_mode;
+    QLabel* m_problem;
     PortNameBox* m_port;
-    QComboBox* m_baudRate;
-    QComboBox* m_dataBits;
-    QComboBox* m_flowControl;
-    QComboBox* m_stopBits;
-    QComboBox* m_parity;
-    QWidget* m_lines;
-    QCheckBox* m_dtr;
-    QCheckBox* m_rts;
     HostBox* m_host;
+    QLabel* m_targetPortLabel;
     QSpinBox* m_targetPort;
     QSpinBox* m_udpLocalPort;
     QSpinBox* m_udpServerPort;
-    QPushButton* m_open;
+    QCheckBox* m_keepRemoteConfig;
+    QLabel* m_remoteSummary;
+    QPushButton* m_open; // null in a dialog
+    SerialLineRows* m_line;
     bool m_active = false;
     bool m_loading = false;
 };

@@ -14,9 +14,9 @@ PaneRecords::PaneRecords(ConnectionPanel& connection, ReceivePanel& receive, Sen
     , m_receivePanel(receive)
     , m_sendPanel(send)
 {
-    connect(&connection, &ConnectionPanel::edited, this, &PaneRecords::onConnectionEdited);
-    connect(&receive, &ReceivePanel::edited, this, &PaneRecords::onFormatEdited);
-    connect(&send, &SendPanel::edited, this, &PaneRecords::onFormatEdited);
+    connect(&connection, &ConnectionPanel::edited, this, &PaneRecords::store);
+    connect(&receive, &ReceivePanel::edited, this, &PaneRecords::store);
+    connect(&send, &SendPanel::edited, this, &PaneRecords::store);
 }
 
 PaneRecords::~PaneRecords() = default;
@@ -37,10 +37,22 @@ void PaneRecords::setFormat(const FormatSetting& format)
 
 void PaneRecords::store()
 {
+    const Settings settings = m_settings;
+    const FormatSetting format = m_format;
     m_connectionPanel.store(m_settings);
+    if (m_settings != settings)
+        m_settings.useTargetHost(m_settings.targetHost);
     m_receivePanel.store(m_format);
     m_sendPanel.store(m_format);
     Q_EMIT formatChanged();
+    const bool connectionChanged = m_settings != settings;
+    const bool changed = connectionChanged || m_format != format;
+    if (connectionChanged) {
+        Q_EMIT connectionEdited();
+        show();
+    }
+    if (changed)
+        markEdited();
 }
 
 void PaneRecords::show()
@@ -56,19 +68,4 @@ void PaneRecords::markEdited()
 {
     if (!m_showing)
         Q_EMIT edited();
-}
-
-void PaneRecords::onConnectionEdited()
-{
-    store();
-    m_settings.useTargetHost(m_settings.targetHost);
-    Q_EMIT connectionEdited();
-    show();
-    markEdited();
-}
-
-void PaneRecords::onFormatEdited()
-{
-    store();
-    markEdited();
 }

@@ -11,7 +11,7 @@ class SendPanel;
 
 // The two records of a pane together with the panels that show and edit them. The records are the
 // truth; a panel's editors hold what a person is typing until store() takes it over, which happens
-// with every edit and before anything is sent or opened.
+// with every edit and before anything is sent or opened. Leaving a field as it was is no edit.
 //
 // Who changes a field of a record shows it by show(), and reports it by markEdited() when a person
 // wanted it. Records that are shown or replaced are never an edit. Owned by the pane; the panels
@@ -34,7 +34,7 @@ public:
     void setSettings(const Settings& settings);
     void setFormat(const FormatSetting& format);
 
-    // What the panels hold becomes the records.
+    // What the panels hold becomes the records; what differs was edited.
     void store();
     // The records become what the panels hold.
     void show();
@@ -52,9 +52,6 @@ Q_SIGNALS:
     void edited();
 
 private:
-    void onConnectionEdited();
-    void onFormatEdited();
-
     Settings m_settings;
     FormatSetting m_format;
     ConnectionPanel& m_connectionPanel;

@@ -4,6 +4,7 @@
 #include "terminal/controllinerow.h"
 #include "terminal/noticebar.h"
 #include "terminal/panestatusline.h"
+#include "terminal/quicksettingslayout.h"
 #include "terminal/receivepanel.h"
 #include "terminal/sendeditor.h"
 #include "terminal/sendpanel.h"
@@ -24,7 +25,7 @@ constexpr int viewShare = 4; // the receive view gets four fifths of the termina
 PaneView::PaneView(QWidget* parent)
     : QWidget(parent)
     , m_splitter(new QSplitter(Qt::Horizontal, this))
-    , m_connection(new ConnectionPanel)
+    , m_connection(new ConnectionPanel(ConnectionPanel::OpenButton::Shown))
     , m_receive(new ReceivePanel)
     , m_send(new SendPanel)
     , m_lines(new ControlLineRow)
@@ -59,11 +60,8 @@ SettingsColumn* PaneView::buildSettingsColumn()
     layout->setContentsMargins(0, 0, margin / 2, 0);
     layout->setSpacing(margin);
     m_connection->addRow(m_lines);
-    layout->addWidget(m_connection);
-    layout->addWidget(m_receive);
-    layout->addWidget(m_send);
-    layout->addStretch();
-
+    m_quickSettings =
+        std::make_unique<QuickSettingsLayout>(*layout, *m_connection, *m_receive, *m_send);
     return new SettingsColumn(content);
 }
 

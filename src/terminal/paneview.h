@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QWidget>
+#include <memory>
 
 class ConnectionPanel;
 class ControlLineRow;
@@ -8,6 +9,7 @@ class FindBar;
 class NoticeBar;
 class PaneStatusLine;
 class QSplitter;
+class QuickSettingsLayout;
 class ReceivePanel;
 class ReceiveView;
 class SendEditor;
@@ -30,6 +32,7 @@ public:
     [[nodiscard]] ReceivePanel& receivePanel() const { return *m_receive; }
     [[nodiscard]] SendPanel& sendPanel() const { return *m_send; }
     [[nodiscard]] ControlLineRow& controlLineRow() const { return *m_lines; }
+    [[nodiscard]] QuickSettingsLayout& quickSettings() const { return *m_quickSettings; }
     [[nodiscard]] ReceiveView& receiveView() const { return *m_view; }
     [[nodiscard]] FindBar& findBar() const { return *m_find; }
     [[nodiscard]] NoticeBar& noticeBar() const { return *m_notice; }
@@ -62,6 +65,7 @@ private:
     FindBar* m_find;
     SendEditor* m_editor;
     PaneStatusLine* m_status;
+    std::unique_ptr<QuickSettingsLayout> m_quickSettings;
     SettingsColumn* m_column;
     // Relative sizes that wait for the width they are relative to; 0 when there are none.
     int m_leftShare = 0;

@@ -2,8 +2,10 @@
 
 #include "connections/serialportcatalog.h"
 
+#include <QAbstractItemView>
 #include <QLineEdit>
 #include <QSignalBlocker>
+#include <QTimer>
 
 namespace {
 
@@ -15,6 +17,13 @@ QString toolTipOf(const SerialPortDescription& port)
             lines.append(line);
     }
     return lines.join(QLatin1Char('\n'));
+}
+
+QString labelOf(const SerialPortDescription& port)
+{
+    return port.description.isEmpty()
+               ? port.portName
+               : QStringLiteral("%1 (%2)").arg(port.portName, port.description);
 }
 
 } // namespace
@@ -39,17 +48,43 @@ PortNameBox::~PortNameBox() = default;
 
 void PortNameBox::populate(const SerialPortCatalog& catalog)
 {
-    const QString chosen = portName();
-    const QSignalBlocker blocker(this);
-    clear();
-    for (const SerialPortDescription& port : catalog.ports()) {
-        const QString label = port.description.isEmpty()
-                                  ? port.portName
-                                  : QStringLiteral("%1 (%2)").arg(port.portName, port.description);
-        addItem(label, port.portName);
-        setItemData(count() - 1, toolTipOf(port), Qt::ToolTipRole);
+    m_ports = catalog.ports();
+    // An entry must not move away under the pointer or the arrow keys.
+    if (!view()->isVisible())
+        fill();
+}
+
+void PortNameBox::fill()
+{
+    if (m_listed == m_ports)
+        return;
+    m_listed = m_ports;
+    const QString typed = currentText();
+    const bool modified = lineEdit()->isModified();
+    const int cursor = lineEdit()->cursorPosition();
+    const int selected = lineEdit()->selectionStart();
+    const int selectedLength = int(lineEdit()->selectedText().size());
+    {
+        const QSignalBlocker blocker(this);
+        clear();
+        for (const SerialPortDescription& port : m_ports) {
+            addItem(labelOf(port), port.portName);
+            setItemData(count() - 1, toolTipOf(port), Qt::ToolTipRole);
+        }
+        setCurrentIndex(findData(typed.trimmed()));
+        setEditText(typed);
     }
-    setPortName(chosen);
+    lineEdit()->setModified(modified);
+    lineEdit()->setCursorPosition(cursor);
+    if (selected >= 0)
+        lineEdit()->setSelection(selected, selectedLength);
+}
+
+void PortNameBox::hidePopup()
+{
+    QComboBox::hidePopup();
+    // The choice is told after the list is gone.
+    QTimer::singleShot(0, this, &PortNameBox::fill);
 }
 
 QString PortNameBox::portName() const
@@ -59,6 +94,8 @@ QString PortNameBox::portName() const
 
 void PortNameBox::setPortName(const QString& name)
 {
+    if (currentText() == name)
+        return;
     const QSignalBlocker blocker(this);
     setCurrentIndex(findData(name));
     setEditText(name);

@@ -1,54 +1,42 @@
 #include "terminal/receivepanel.h"
 
-#include "app/settings/settingscodec.h"
-#include "terminal/colorbutton.h"
-#include "terminal/format/sendmodes.h"
-#include "terminal/panelform.h"
-#include "terminal/text/wiretextcodecregistry.h"
+#include "terminal/formatrow.h"
+#include "terminal/panelchoices.h"
 
-#include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFontDialog>
-#include <QPushButton>
-#include <QRadioButton>
+#include <QScopedValueRollback>
 #include <QSpinBox>
 
-namespace {
-
-constexpr int bytesPerMb = 1 << 20;
-
-} // namespace
+using namespace Qt::Literals::StringLiterals;
 
 ReceivePanel::ReceivePanel(QWidget* parent)
     : QGroupBox(tr("Receive Settings"), parent)
-    , m_text(new QRadioButton(tr("Text"), this))
-    , m_hex(new QRadioButton(tr("Hex"), this))
+    , m_form(this)
+    , m_format(new FormatRow(
+          tr("Show received data as text"), tr("Show received data as hexadecimal bytes"), this))
     , m_encoding(new QComboBox(this))
     , m_autoFeed(new QCheckBox(tr("Auto feed ending"), this))
     , m_interval(new QSpinBox(this))
     , m_displayTime(new QCheckBox(tr("Display Time"), this))
-    , m_colored(new QCheckBox(tr("Color by direction"), this))
-    , m_receiveColor(new ColorButton(tr("Color of received data"), this))
-    , m_sendColor(new ColorButton(tr("Color of sent data"), this))
-    , m_bufferMb(new QSpinBox(this))
-    , m_fontButton(new QPushButton(this))
 {
-    m_text->setToolTip(tr("Show received data as text"));
-    m_hex->setToolTip(tr("Show received data as hexadecimal bytes"));
-    m_autoFeed->setToolTip(tr("Start a new line after an idle interval"));
-    m_displayTime->setToolTip(tr("Prefix received data with a timestamp"));
-    m_encoding->addItems(WireTextCodecRegistry::supportedEncodings());
+    m_format->setObjectName("receiveFormat"_L1);
+    m_encoding->setObjectName("receiveEncoding"_L1);
+    m_autoFeed->setObjectName("rxAutoFeedLine"_L1);
+    m_interval->setObjectName("autoFeedInterval"_L1);
+    m_displayTime->setObjectName("displayMsgTime"_L1);
+
+    PanelChoices::fillEncodings(*m_encoding);
+    m_encoding->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_encoding->setMinimumContentsLength(8);
     m_encoding->setAccessibleName(tr("Encoding of received data"));
     m_encoding->setToolTip(tr("The encoding that received bytes are read with"));
+    m_autoFeed->setToolTip(tr("Start a new line after an idle interval"));
     m_interval->setRange(FormatSetting::minAutoFeedInterval, FormatSetting::maxAutoFeedInterval);
     m_interval->setSuffix(tr(" ms"));
+    m_interval->setKeyboardTracking(false);
     m_interval->setAccessibleName(tr("Minimal interval that starts a new line, in milliseconds"));
-    m_bufferMb->setRange(FormatSetting::minDisplayBufferSize / bytesPerMb,
-        FormatSetting::maxDisplayBufferSize / bytesPerMb);
-    m_bufferMb->setSuffix(tr(" MB"));
-    m_bufferMb->setToolTip(tr("How much text the view keeps; older text leaves at the top"));
-    m_fontButton->setToolTip(tr("Font of the data views"));
+    m_displayTime->setToolTip(tr("Prefix received data with a timestamp"));
     buildRows();
     connectEdits();
 }
@@ -57,99 +45,50 @@ ReceivePanel::~ReceivePanel() = default;
 
 void ReceivePanel::buildRows()
 {
-    QFormLayout* form = makePanelForm(this);
-
-    auto* formats = new QHBoxLayout;
-    formats->addWidget(m_text);
-    formats->addWidget(m_hex);
-    formats->addStretch();
-    form->addRow(tr("Format"), formats);
-    form->addRow(tr("Encoding"), m_encoding);
-    form->addRow(m_autoFeed);
-    form->addRow(tr("   Minimal Interval:"), m_interval);
-    form->addRow(m_displayTime);
-    auto* colors = new QHBoxLayout;
-    colors->addWidget(m_colored);
-    colors->addStretch();
-    colors->addWidget(m_receiveColor);
-    colors->addWidget(m_sendColor);
-    form->addRow(colors);
-    form->addRow(tr("Display Buffer"), m_bufferMb);
-    form->addRow(tr("Font"), m_fontButton);
+    m_form.addRow(u"rxFormat"_s, tr("Format"), m_format);
+    m_form.addRow(u"rxFormat"_s, tr("Encoding"), m_encoding);
+    m_form.addRow(u"rxAutoFeed"_s, m_autoFeed);
+    m_form.addRow(u"rxAutoFeed"_s, tr("   Minimal Interval:"), m_interval);
+    m_form.addRow(u"rxDisplayTime"_s, m_displayTime);
 }
 
 void ReceivePanel::connectEdits()
 {
-    auto* formats = new QButtonGroup(this);
-    formats->addButton(m_text);
-    formats->addButton(m_hex);
     const auto changed = [this] {
         syncEnabled();
-        Q_EMIT edited();
+        if (!m_loading)
+            Q_EMIT edited();
     };
-    connect(formats, &QButtonGroup::buttonClicked, this, changed);
+    connect(m_format, &FormatRow::edited, this, changed);
     connect(m_encoding, &QComboBox::activated, this, changed);
-    for (QCheckBox* box : {m_autoFeed, m_displayTime, m_colored})
-        connect(box, &QCheckBox::clicked, this, changed);
-    connect(m_receiveColor, &ColorButton::colorChosen, this, changed);
-    connect(m_sendColor, &ColorButton::colorChosen, this, changed);
-    connect(m_interval, &QSpinBox::editingFinished, this, changed);
-    connect(m_bufferMb, &QSpinBox::editingFinished, this, changed);
-    connect(m_fontButton, &QPushButton::clicked, this, &ReceivePanel::chooseFont);
+    connect(m_autoFeed, &QCheckBox::clicked, this, changed);
+    connect(m_displayTime, &QCheckBox::clicked, this, changed);
+    connect(m_interval, &QSpinBox::valueChanged, this, changed);
 }
 
 void ReceivePanel::syncEnabled()
 {
-    m_encoding->setEnabled(m_text->isChecked());
+    m_encoding->setEnabled(!m_format->isHex());
     m_interval->setEnabled(m_autoFeed->isChecked());
-    m_receiveColor->setEnabled(m_colored->isChecked());
-    m_sendColor->setEnabled(m_colored->isChecked());
-    m_fontButton->setText(
-        tr("%1, %2 pt").arg(m_font.family(), QString::number(m_font.pointSize())));
-}
-
-void ReceivePanel::chooseFont()
-{
-    auto* dialog = new QFontDialog(m_font, this);
-    dialog->setOption(QFontDialog::MonospacedFonts);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &QFontDialog::fontSelected, this, [this](const QFont& font) {
-        m_font = font;
-        syncEnabled();
-        Q_EMIT edited();
-    });
-    dialog->open();
 }
 
 void ReceivePanel::load(const FormatSetting& format)
 {
-    const bool hex = format.receiveMsgFormat == int(MessageFormat::Hexadecimal);
-    (hex ? m_hex : m_text)->setChecked(true);
-    m_encoding->setCurrentText(format.receiveEncoding);
+    const QScopedValueRollback loading(m_loading, true);
+    m_format->setFormat(format.receiveMsgFormat);
+    PanelChoices::chooseEncoding(*m_encoding, format.receiveEncoding);
     m_autoFeed->setChecked(format.rxAutoFeedLine);
     m_interval->setValue(format.autoFeedInterval);
     m_displayTime->setChecked(format.displayMsgTime);
-    m_colored->setChecked(format.formatDisplayColor);
-    m_receiveColor->setColor(format.receiveTextColor);
-    m_sendColor->setColor(format.sendTextColor);
-    m_bufferMb->setValue(SettingsCodec::storedToDisplayBuffer(format.displayBufferSize));
-    m_font = format.displayFont;
     syncEnabled();
 }
 
 void ReceivePanel::store(FormatSetting& format) const
 {
-    format.receiveMsgFormat =
-        int(m_hex->isChecked() ? MessageFormat::Hexadecimal : MessageFormat::Text);
-    format.receiveEncoding = m_encoding->currentText();
+    m_interval->interpretText();
+    format.receiveMsgFormat = m_format->format(format.receiveMsgFormat);
+    format.receiveEncoding = PanelChoices::editedEncoding(*m_encoding, format.receiveEncoding);
     format.rxAutoFeedLine = m_autoFeed->isChecked();
-    format.autoFeedInterval = m_interval->value();
+    format.autoFeedInterval = PanelChoices::edited(*m_interval, format.autoFeedInterval);
     format.displayMsgTime = m_displayTime->isChecked();
-    format.formatDisplayColor = m_colored->isChecked();
-    format.receiveTextColor = m_receiveColor->color();
-    format.sendTextColor = m_sendColor->color();
-    // A record may hold a size that is no whole megabyte; only an edit replaces it.
-    if (SettingsCodec::storedToDisplayBuffer(format.displayBufferSize) != m_bufferMb->value())
-        format.displayBufferSize = SettingsCodec::displayBufferToStored(m_bufferMb->value());
-    format.displayFont = m_font;
 }

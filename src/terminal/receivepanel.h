@@ -1,13 +1,13 @@
 #pragma once
 
 #include "app/settings/formatsetting.h"
+#include "terminal/panelform.h"
 
 #include <QGroupBox>
 
-class ColorButton;
+class FormatRow;
 class QCheckBox;
 class QComboBox;
-class QRadioButton;
 class QSpinBox;
 
 // The receive group of a pane: how what arrives is shown. Edits a FormatSetting record and
@@ -23,6 +23,7 @@ public:
 
     void load(const FormatSetting& format);
     void store(FormatSetting& format) const;
+    [[nodiscard]] PanelForm& form() { return m_form; }
 
 Q_SIGNALS:
     void edited();
@@ -31,18 +32,12 @@ private:
     void buildRows();
     void connectEdits();
     void syncEnabled();
-    void chooseFont();
 
-    QRadioButton* m_text;
-    QRadioButton* m_hex;
+    PanelForm m_form;
+    FormatRow* m_format;
     QComboBox* m_encoding;
     QCheckBox* m_autoFeed;
     QSpinBox* m_interval;
     QCheckBox* m_displayTime;
-    QCheckBox* m_colored;
-    ColorButton* m_receiveColor;
-    ColorButton* m_sendColor;
-    QSpinBox* m_bufferMb;
-    class QPushButton* m_fontButton;
-    QFont m_font;
+    bool m_loading = false;
 };

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "app/settings/formatsetting.h"
+#include "terminal/panelform.h"
 
 #include <QGroupBox>
 
+class FormatRow;
 class QCheckBox;
 class QComboBox;
-class QRadioButton;
 class QSpinBox;
 
 // The send group of a pane: how what is typed becomes bytes. Edits a FormatSetting record and
@@ -23,27 +24,37 @@ public:
     void load(const FormatSetting& format);
     void store(FormatSetting& format) const;
     [[nodiscard]] bool lineByLine() const;
+    [[nodiscard]] PanelForm& form() { return m_form; }
 
 Q_SIGNALS:
     void edited();
     void repeatEdited();
 
 private:
+    void nameFields();
+    void describeFields();
     void fillLists();
     void buildRows();
     void connectEdits();
     void syncEnabled();
+    void showUnit(int unit);
+    void onUnitEdited();
+    [[nodiscard]] QWidget* makePeriodField();
 
-    QRadioButton* m_text;
-    QRadioButton* m_hex;
+    PanelForm m_form;
+    FormatRow* m_format;
     QComboBox* m_encoding;
     QCheckBox* m_normaliseHex;
     QCheckBox* m_loop;
-    QSpinBox* m_interval;
+    QSpinBox* m_interval; // in units of m_unit
+    QComboBox* m_unit;    // milliseconds
     QCheckBox* m_lineByLine;
     QComboBox* m_lineEnding;
     QComboBox* m_checksum;
     QComboBox* m_enterSends;
     QCheckBox* m_displaySend;
     QCheckBox* m_localEcho;
+    int m_offeredUnits = 0;
+    int m_shownUnit = 1;
+    bool m_loading = false;
 };

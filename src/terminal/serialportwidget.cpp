@@ -15,6 +15,7 @@
 #include "terminal/panestatusline.h"
 #include "terminal/panetraffic.h"
 #include "terminal/paneview.h"
+#include "terminal/quicksettingslayout.h"
 #include "terminal/receivedesk.h"
 #include "terminal/receivepipeline.h"
 #include "terminal/remoteseriallink.h"
@@ -394,6 +395,21 @@ void SerialPortWidget::setStatusLineVisible(bool visible)
 void SerialPortWidget::setQuickSettingsVisible(bool visible)
 {
     m_view->setQuickSettingsVisible(visible);
+}
+
+void SerialPortWidget::setQuickSettingsGroups(const QuickSettingsGroups& groups)
+{
+    m_view->quickSettings().setGroups(groups);
+}
+
+void SerialPortWidget::refreshQuickSettingsGroups()
+{
+    m_view->quickSettings().refreshGroups();
+}
+
+void SerialPortWidget::refreshQuickFieldLayouts()
+{
+    m_view->quickSettings().refreshFields();
 }
 
 void SerialPortWidget::refreshPorts()

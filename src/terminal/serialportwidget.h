@@ -19,6 +19,7 @@ class RepeatSender;
 class RunControl;
 class SendDesk;
 class SerialPortCatalog;
+struct QuickSettingsGroups;
 struct ModemLines;
 
 // One port pane: a terminal on one transport. A façade over the collaborators that do the work and
@@ -90,6 +91,10 @@ public:
 
     void setStatusLineVisible(bool visible);
     void setQuickSettingsVisible(bool visible);
+    // Which groups and fields the quick settings show; see QuickSettingsLayout.
+    void setQuickSettingsGroups(const QuickSettingsGroups& groups);
+    void refreshQuickSettingsGroups();
+    void refreshQuickFieldLayouts();
     void refreshPorts();
     void openFind();
     void focusSendEditor();

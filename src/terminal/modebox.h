@@ -1,0 +1,23 @@
+#pragma once
+
+#include "app/settings/connectionmode.h"
+
+#include <QComboBox>
+
+// The connection type of a pane. Offers the types that this program can open; a record of another
+// type is shown by an entry of its own, which leaves with the next record.
+class ModeBox final : public QComboBox
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(ModeBox)
+
+public:
+    explicit ModeBox(QWidget* parent = nullptr);
+    ~ModeBox() override;
+
+    void setMode(connectionMode mode);
+    [[nodiscard]] connectionMode mode() const;
+
+private:
+    int m_offered = 0; // entries that are always there
+};
