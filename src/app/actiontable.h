@@ -8,9 +8,8 @@ enum class MenuId : int { File, Connection, View, Tools, Cloud, Language, Help, 
 // Why an action can or cannot be triggered.
 enum class Availability : int {
     Ready,
-    Later,          // its function is not in this version
-    NeedsMorePorts, // it arranges several panes
-    NeedsSignIn,    // it belongs to a cloud account
+    Later,       // its function is not in this version
+    NeedsSignIn, // it belongs to a cloud account
 };
 
 // One action of the main window. Texts are untranslated, context "MainWindow".

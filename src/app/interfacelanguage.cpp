@@ -28,6 +28,12 @@ void load(QTranslator& translator, const QSettings& store)
         qWarning("load language zh_CN failed!");
 }
 
+Choice stored(const QSettings& store)
+{
+    const int choice = store.value(languageKey, static_cast<int>(Choice::System)).toInt();
+    return choice == 0 || choice == 1 ? static_cast<Choice>(choice) : Choice::English;
+}
+
 void choose(QSettings& store, Choice choice)
 {
     store.setValue(languageKey, static_cast<int>(choice));

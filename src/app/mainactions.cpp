@@ -23,8 +23,6 @@ QString unavailableText(Availability availability)
         break;
     case Availability::Later:
         return MainActions::tr("Not in this version yet");
-    case Availability::NeedsMorePorts:
-        return MainActions::tr("Needs more than one port; not in this version yet");
     case Availability::NeedsSignIn:
         return MainActions::tr("Needs a signed-in account; not in this version yet");
     }
@@ -96,6 +94,30 @@ void MainActions::fillToolBar(QToolBar& bar) const
 {
     for (const auto name : {"acMonStart"_L1, "acEditPause"_L1, "acMonStop"_L1, "acEditClear"_L1})
         bar.addAction(action(name));
+}
+
+QList<QAction*> MainActions::addRecentFiles(QMenuBar& bar, int count) const
+{
+    auto* menu = bar.findChild<QMenu*>("menuFile"_L1);
+    // Above the separator that stands before Exit.
+    const qsizetype exit = menu->actions().indexOf(action("acFileExit"_L1));
+    QAction* behind = menu->actions().at(exit - 1);
+    QList<QAction*> added{menu->insertSeparator(behind)};
+    for (int i = 0; i < count; ++i) {
+        auto* file = new QAction(parent());
+        file->setObjectName(u"acFileRecent%1"_s.arg(i + 1));
+        menu->insertAction(behind, file);
+        added.append(file);
+    }
+    return added;
+}
+
+void MainActions::setPaneCount(int count, int maximum) const
+{
+    action("acEditAdd"_L1)->setEnabled(count < maximum);
+    action("acEditRemove"_L1)->setEnabled(count > 1);
+    action("acViewNextPort"_L1)->setEnabled(count > 1);
+    action("acViewPreviousPort"_L1)->setEnabled(count > 1);
 }
 
 void MainActions::setConnectionState(bool running, bool paused, bool active) const

@@ -3,6 +3,7 @@
 #include "app/actiontable.h"
 
 #include <QHash>
+#include <QList>
 #include <QObject>
 
 class QAction;
@@ -26,9 +27,14 @@ public:
 
     void fillMenuBar(QMenuBar& bar) const;
     void fillToolBar(QToolBar& bar) const;
+    // Puts actions for recent files into the File menu of a filled bar, above Exit: a separator
+    // and that many actions, none with a text yet.
+    [[nodiscard]] QList<QAction*> addRecentFiles(QMenuBar& bar, int count) const;
 
     // Start, pause and stop as the connection allows them.
     void setConnectionState(bool running, bool paused, bool active) const;
+    // Add, remove and move between ports as their number allows.
+    void setPaneCount(int count, int maximum) const;
     // The quick settings action names what triggering it does.
     void setQuickSettingsShown(bool shown) const;
 

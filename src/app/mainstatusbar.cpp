@@ -1,16 +1,18 @@
 #include "app/mainstatusbar.h"
 
-#include "app/elidedlabel.h"
+#include "terminal/elidedlabel.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
+#include <QProgressBar>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 constexpr int spacing = 8;
+constexpr int savingWidth = 160;
 
 template<class Label>
 Label* makeLabel(const QString& name, const QString& accessibleName, QWidget* parent)
@@ -29,13 +31,6 @@ void setTextIfChanged(QLabel* label, const QString& text)
         label->setText(text);
 }
 
-QString rateText(const QLocale& locale, qint64 bytesPerSecond)
-{
-    if (bytesPerSecond < 1000)
-        return locale.toString(bytesPerSecond) + " B/s"_L1;
-    return locale.formattedDataSize(bytesPerSecond, 1, QLocale::DataSizeSIFormat) + "/s"_L1;
-}
-
 } // namespace
 
 MainStatusBar::MainStatusBar(QWidget* parent)
@@ -45,6 +40,7 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     , m_summary(makeLabel<QLabel>(u"statusSummary"_s, tr("Port and line settings"), this))
     , m_notice(makeLabel<ElidedLabel>(u"statusNotice"_s, tr("Message"), this))
     , m_error(makeLabel<ElidedLabel>(u"statusError"_s, tr("Error"), this))
+    , m_saving(new QProgressBar(this))
     , m_received(makeLabel<QLabel>(u"statusReceived"_s, tr("Received bytes and rate"), this))
     , m_sent(makeLabel<QLabel>(u"statusSent"_s, tr("Sent bytes and rate"), this))
     , m_errorTimer(this)
@@ -65,6 +61,12 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     layout->addWidget(m_error, 1);
     layout->addWidget(m_notice, 1);
     addWidget(left, 1);
+    m_saving->setObjectName("statusSaving"_L1);
+    m_saving->setAccessibleName(tr("Progress of saving"));
+    m_saving->setRange(0, 100);
+    m_saving->setMaximumWidth(savingWidth);
+    m_saving->hide();
+    addPermanentWidget(m_saving);
     for (QLabel* label : {m_received, m_sent}) {
         label->setContentsMargins(spacing, 0, spacing, 0);
         addPermanentWidget(label);
@@ -86,10 +88,10 @@ void MainStatusBar::showPort(const PortStatus& status, qint64 nowMs)
     setTextIfChanged(
         m_received, tr("RX %1 B (%2)")
                         .arg(locale.toString(status.received),
-                            rateText(locale, m_receivedRate.sample(status.received, nowMs))));
+                            byteRateText(m_receivedRate.sample(status.received, nowMs))));
     setTextIfChanged(m_sent, tr("TX %1 B (%2)")
                                  .arg(locale.toString(status.sent),
-                                     rateText(locale, m_sentRate.sample(status.sent, nowMs))));
+                                     byteRateText(m_sentRate.sample(status.sent, nowMs))));
 }
 
 void MainStatusBar::showError(const QString& text, const QString& reason)
@@ -108,6 +110,18 @@ void MainStatusBar::showNotice(const QString& text, int timeoutMs)
         m_noticeTimer.start(timeoutMs);
     else
         m_noticeTimer.stop();
+}
+
+void MainStatusBar::showSaving(int percent)
+{
+    if (percent == 0)
+        showNotice(tr("Saving..."), 0);
+    m_saving->setValue(percent);
+    m_saving->setVisible(percent < 100);
+    if (isVisible())
+        repaint();
+    if (percent >= 100)
+        showNotice({}, 0);
 }
 
 void MainStatusBar::clearError()

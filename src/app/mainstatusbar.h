@@ -1,22 +1,13 @@
 #pragma once
 
-#include "app/ratemeter.h"
-#include "app/statelamp.h"
+#include "app/portstatus.h"
+#include "terminal/ratemeter.h"
 
 #include <QStatusBar>
 #include <QTimer>
 
 class QLabel;
-
-// What the status bar shows of the first pane. Counts are bytes since the pane was cleared.
-struct PortStatus
-{
-    PortState state = PortState::Closed;
-    QString stateText;
-    QString summary; // port and line settings
-    qint64 received = 0;
-    qint64 sent = 0;
-};
+class QProgressBar;
 
 // The main window's status bar ("statusBar"): state and line of the one pane, its message of the
 // moment, an error that stays for errorMs, counters with rates. Fed ten times a second with
@@ -38,6 +29,9 @@ public:
     void showError(const QString& text, const QString& reason);
     // Shows a text for a time in milliseconds; 0 keeps it until the next one.
     void showNotice(const QString& text, int timeoutMs);
+    // How much of a session is written, 0 to 100; the bar goes away at 100. Paints at once, as
+    // nothing else is painted while a file is being written.
+    void showSaving(int percent);
 
 private:
     void clearError();
@@ -47,6 +41,7 @@ private:
     QLabel* m_summary;
     QLabel* m_notice;
     QLabel* m_error;
+    QProgressBar* m_saving;
     QLabel* m_received;
     QLabel* m_sent;
     QTimer m_errorTimer;

@@ -1,15 +1,21 @@
 #include "app/mainwindow.h"
 
-#include "app/interfacelanguage.h"
 #include "app/logactions.h"
 #include "app/mainactions.h"
 #include "app/mainstatusbar.h"
 #include "app/messageboxes.h"
+#include "app/panedialogs.h"
+#include "app/paneset.h"
+#include "app/portarea.h"
 #include "app/portgrid.h"
 #include "app/portselector.h"
+#include "app/programoptions.h"
+#include "app/recentfilesmodel.h"
+#include "app/sessiondocument.h"
 #include "app/settings/config.h"
 #include "app/settings/settingsservice.h"
 #include "app/toolwindows.h"
+#include "app/viewmodes.h"
 #include "app/windowgeometry.h"
 #include "connections/seriallink.h"
 #include "terminal/serialportwidget.h"
@@ -27,37 +33,56 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-MainWindow::MainWindow(SerialPortCatalog& catalog, QWidget* parent)
+MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* parent)
     : QMainWindow(parent)
     , m_catalog(catalog)
     , m_store(Config::organizationName(), Config::applicationName())
     , m_state(SettingsService::load(m_store))
     , m_portList(catalog)
     , m_actions(new MainActions(this))
-    , m_grid(new PortGrid(this))
+    , m_grid(new PortGrid)
+    , m_area(new PortArea(m_grid, this))
+    , m_panes(std::make_unique<PaneSet>(catalog, m_grid))
+    , m_viewModes(new ViewModes(
+          {m_actions->action("acViewHorizontal"_L1), m_actions->action("acViewVertical"_L1),
+              m_actions->action("acViewGrid"_L1), m_actions->action("acViewCustom"_L1)},
+          [this] { return m_panes->count(); }, this))
     , m_portSelector(new PortSelector(this))
     , m_statusBar(new MainStatusBar(this))
+    , m_options(new ProgramOptions(
+          {m_actions->action("acControlOpen"_L1), m_actions->action("acAutoReconnect"_L1),
+              m_actions->action("actionEnglish"_L1), m_actions->action("actionChinese"_L1)},
+          m_store, m_state, this))
+    , m_dialogs(new PaneDialogs(catalog, *m_panes, *m_options,
+          {[this](const Settings& s, const FormatSetting& f) { return addPort(s, f); },
+              [this](SerialPortWidget* pane) { openPane(pane, {}, false); },
+              [this] { return m_state.quickSettingsGroups(); },
+              [this](const QuickSettingsGroups& groups) {
+                  m_state.setQuickSettingsGroups(groups);
+                  applyQuickSettingsGroupsToPorts();
+              }},
+          this))
     , m_toolWindows(new ToolWindows([this] { return currentPortWidget(); }, this))
     , m_logActions(new LogActions({m_actions->action("acFileRecordDataLog"_L1),
                                       m_actions->action("acFileViewCurrentDataLog"_L1),
                                       m_actions->action("acFileOpenLogFolder"_L1)},
           {[this] { return livePortWidgets(); }, [this] { return currentPortWidget(); }}, this))
 {
-    // The mark of unsaved changes has its place in an untitled workspace, too.
-    setWindowTitle(Config::applicationName() + "[*]"_L1);
-    setCentralWidget(m_grid);
+    setCentralWidget(m_area);
     setStatusBar(m_statusBar);
     buildBars();
+    buildDocument();
+    connectPanes();
+    connectFileActions();
     connectPortActions();
     connectViewActions();
-    connectOptionActions();
     connectToolActions();
     connectHelpActions();
 
     m_clock.start();
-    m_panes.append(createPortWidget(0));
     applySessionToPrimaryPort();
-    restoreLastConnection();
+    if (restore == Restore::LastConnection)
+        restoreLastConnection();
     firstPane().focusSendEditor();
 
     connect(&m_displayTimer, &QTimer::timeout, this, &MainWindow::onUpdateDisplay);
@@ -69,8 +94,6 @@ MainWindow::~MainWindow()
     // Where the client area was: the frame's corner would move the window by the frame's width at
     // every start.
     WindowGeometry{size(), geometry().topLeft()}.save(m_store);
-    // While the window still is one: a pane tells its last state when it goes.
-    qDeleteAll(m_panes);
 }
 
 void MainWindow::buildBars()
@@ -91,115 +114,175 @@ void MainWindow::buildBars()
     connect(m_portSelector, &PortSelector::portChosen, this, &MainWindow::changePort);
 }
 
-void MainWindow::onAction(QLatin1StringView name, void (MainWindow::*slot)())
+void MainWindow::buildDocument()
 {
-    connect(m_actions->action(name), &QAction::triggered, this, slot);
+    const QList<QAction*> actions =
+        m_actions->addRecentFiles(*menuBar(), RecentFilesModel::defaultCount);
+    m_recentFiles = new RecentFilesModel(RecentFilesModel::defaultCount, actions.sliced(1), this);
+    m_recentFiles->setSeparator(actions.constFirst());
+    m_recentFiles->setFiles(m_state.recentFiles);
+    m_recentFiles->updateActions(false);
+    m_document = new SessionDocument(
+        {[this] { return sessionContents(); },
+            [this](const SessionContents& s) { applySession(s); }, [this] { resetSession(); }},
+        *m_recentFiles, this);
+    m_document->setLastDirectory(m_state.lastDirectory);
+    connect(m_document, &SessionDocument::message, this,
+        [this](const QString& text, int ms) { firstPane().showStatusMessage(text, ms); });
+    connect(m_document, &SessionDocument::savingProgress, m_statusBar, &MainStatusBar::showSaving);
+}
+
+void MainWindow::connectPanes()
+{
+    connect(m_options, &ProgramOptions::autoReconnectChanged, this,
+        &MainWindow::applyAutoReconnectToPorts);
+    connect(m_dialogs, &PaneDialogs::edited, this, [this] { setWindowModified(true); });
+    connect(m_panes.get(), &PaneSet::edited, this, [this] { setWindowModified(true); });
+    connect(m_panes.get(), &PaneSet::stateChanged, this, &MainWindow::refreshStatusBar);
+    connect(m_panes.get(), &PaneSet::firstPaneMessage, m_statusBar, &MainStatusBar::showNotice);
+    connect(m_panes.get(), &PaneSet::currentChanged, m_area,
+        [this](QWidget* frame) { m_area->ensureWidgetVisible(frame, 0, 0); });
+}
+
+template<class Receiver, class Slot>
+void MainWindow::onAction(QLatin1StringView name, Receiver* receiver, Slot slot)
+{
+    connect(m_actions->action(name), &QAction::triggered, receiver, slot);
+}
+
+void MainWindow::connectFileActions()
+{
+    onAction("acFileNew"_L1, m_document, &SessionDocument::newSession);
+    onAction("acFileOpen"_L1, m_document, &SessionDocument::open);
+    onAction("acFileSave"_L1, m_document, &SessionDocument::save);
+    onAction("acFileSaveAs"_L1, m_document, &SessionDocument::saveAs);
+    onAction("acFileExit"_L1, this, &QWidget::close);
 }
 
 void MainWindow::connectPortActions()
 {
-    connect(m_actions->action("acFileExit"_L1), &QAction::triggered, this, &QWidget::close);
-    connect(m_actions->action("acMonStart"_L1), &QAction::triggered, this,
-        [this] { start({}, false); });
-    onAction("acMonStop"_L1, &MainWindow::stop);
-    onAction("acEditPause"_L1, &MainWindow::pauseAll);
-    onAction("acEditClear"_L1, &MainWindow::clearAll);
-    onAction("actionClearSendHistory"_L1, &MainWindow::clearAllHistories);
-    onAction("acEditFind"_L1, &MainWindow::openFind);
+    const auto onEach = [this](QLatin1StringView name, void (SerialPortWidget::*operation)()) {
+        onAction(name, this, [this, operation] { forEachPane(operation); });
+    };
+    onAction("actionNew_Connection"_L1, m_dialogs, &PaneDialogs::askNewConnection);
+    onAction("acMonStart"_L1, this, [this] { start({}, false); });
+    onEach("acEditPause"_L1, &SerialPortWidget::pause);
+    onAction("acMonStop"_L1, this, &MainWindow::stop);
+    onEach("acEditClear"_L1, &SerialPortWidget::clear);
+    onEach("actionClearSendHistory"_L1, &SerialPortWidget::clearSendList);
+    onAction("acEditFind"_L1, this, [this] { currentPortWidget()->openFind(); });
+    onAction("acEditAdd"_L1, m_dialogs, &PaneDialogs::askNewPort);
+    onAction("acEditRemove"_L1, this, &MainWindow::removePort);
 }
 
 void MainWindow::connectViewActions()
 {
-    onAction("acViewQuickSettings"_L1, &MainWindow::toggleQuickSettings);
-    connect(m_actions->action("acViewAlwaysTop"_L1), &QAction::toggled, this,
-        &MainWindow::setAlwaysOnTop);
-}
-
-void MainWindow::connectOptionActions()
-{
-    QAction* restore = m_actions->action("acControlOpen"_L1);
-    restore->setChecked(m_state.openLastConnection);
-    connect(restore, &QAction::toggled, this, [this](bool on) {
-        m_state.openLastConnection = on;
-        m_store.setValue("OpenLastConnection"_L1, on);
-    });
-    connect(m_actions->action("acAutoReconnect"_L1), &QAction::triggered, this, [this](bool on) {
-        m_state.autoReconnect = on;
-        m_store.setValue("AutoReconnect"_L1, on);
-        applyAutoReconnectToPorts();
-    });
-    connect(m_actions->action("actionEnglish"_L1), &QAction::triggered, this,
-        [this] { chooseLanguage(false); });
-    connect(m_actions->action("actionChinese"_L1), &QAction::triggered, this,
-        [this] { chooseLanguage(true); });
+    connect(m_viewModes, &ViewModes::chosen, this, &MainWindow::onLayoutChosen);
+    onAction("acViewNextPort"_L1, this, [this] { m_panes->focusNext(1); });
+    onAction("acViewPreviousPort"_L1, this, [this] { m_panes->focusNext(-1); });
+    onAction("acViewQuickSettings"_L1, this, &MainWindow::toggleQuickSettings);
+    onAction("acViewAlwaysTop"_L1, this, &MainWindow::setAlwaysOnTop);
 }
 
 void MainWindow::connectToolActions()
 {
-    connect(m_actions->action("acToolCalc"_L1), &QAction::triggered, m_toolWindows,
-        &ToolWindows::showToolBox);
-    connect(m_actions->action("acToolsAscii"_L1), &QAction::triggered, m_toolWindows,
-        &ToolWindows::showAsciiTable);
+    onAction("acToolsSetting"_L1, m_dialogs, &PaneDialogs::showSettings);
+    onAction("acToolCalc"_L1, m_toolWindows, &ToolWindows::showToolBox);
+    onAction("acToolsAscii"_L1, m_toolWindows, &ToolWindows::showAsciiTable);
 }
 
 void MainWindow::connectHelpActions()
 {
-    connect(m_actions->action("acHelpOnline"_L1), &QAction::triggered, this,
-        [] { QDesktopServices::openUrl(QUrl(Config::helpUrl())); });
-    connect(m_actions->action("acHelpHomepage"_L1), &QAction::triggered, this,
-        [] { QDesktopServices::openUrl(QUrl(Config::homepageUrl())); });
-    connect(m_actions->action("actionAbout"_L1), &QAction::triggered, this,
-        [this] { MessageBoxes::showAbout(this); });
+    const auto onPage = [this](QLatin1StringView name, const QString& address) {
+        onAction(name, this, [address] { QDesktopServices::openUrl(QUrl(address)); });
+    };
+    onPage("acHelpOnline"_L1, Config::helpUrl());
+    onPage("acHelpHomepage"_L1, Config::homepageUrl());
+    onAction("actionAbout"_L1, this, [this] { MessageBoxes::showAbout(this); });
 }
 
-SerialPortWidget* MainWindow::createPortWidget(int index)
+SerialPortWidget* MainWindow::createPortWidget([[maybe_unused]] int index)
 {
-    auto* pane = new SerialPortWidget(m_catalog, m_grid);
-    pane->setObjectName(u"port%1"_s.arg(index));
-    connect(pane, &SerialPortWidget::settingsChanged, this, [this] { setWindowModified(true); });
-    connect(pane, &SerialPortWidget::stateChanged, this, &MainWindow::refreshStatusBar);
-    if (index == 0) {
-        connect(pane, &SerialPortWidget::statusMessage, m_statusBar, &MainStatusBar::showNotice);
-    }
+    Q_ASSERT(index == m_panes->count());
+    SerialPortWidget* pane = m_panes->append();
+    pane->setAutoReconnect(m_state.autoReconnect);
     return pane;
 }
 
 void MainWindow::rebuildPortLayout()
 {
-    m_grid->rebuild(QList<QWidget*>(m_panes.begin(), m_panes.end()), m_columnCount);
+    m_grid->rebuild(m_panes->frames(), m_viewModes->columnCount());
 }
 
 void MainWindow::updateGrid()
 {
     rebuildPortLayout();
-    const bool single = m_panes.size() == 1;
+    const bool single = m_panes->count() == 1;
     m_statusBar->setVisible(single);
     firstPane().setStatusLineVisible(!single);
-    for (SerialPortWidget* pane : std::as_const(m_panes))
-        pane->setQuickSettingsVisible(m_quickSettingsShown);
+    m_panes->setQuickSettingsVisible(m_quickSettingsShown);
     m_actions->setQuickSettingsShown(m_quickSettingsShown);
+    m_actions->setPaneCount(m_panes->count(), maxPanes);
+    applyQuickSettingsGroupsToPorts();
     refreshStatusBar();
+}
+
+QList<SerialPortWidget*> MainWindow::livePortWidgets() const
+{
+    return m_panes->panes();
+}
+
+SerialPortWidget& MainWindow::firstPane() const
+{
+    return m_panes->first();
 }
 
 SerialPortWidget* MainWindow::focusedPortWidget() const
 {
-    const QWidget* focus = focusWidget();
-    for (SerialPortWidget* pane : m_panes) {
-        if (pane == focus || pane->isAncestorOf(focus))
-            return pane;
-    }
-    return nullptr;
+    return m_panes->focused();
 }
 
 SerialPortWidget* MainWindow::currentPortWidget() const
 {
-    SerialPortWidget* focused = focusedPortWidget();
-    return focused ? focused : &firstPane();
+    return &m_panes->current();
 }
 
-bool MainWindow::openPane(int index, const QString& portName, bool quiet)
+SerialPortWidget* MainWindow::addPort(const Settings& settings, const FormatSetting& format)
 {
-    SerialPortWidget* pane = m_panes.at(index);
+    if (m_panes->count() >= maxPanes)
+        return nullptr;
+    SerialPortWidget* pane = createPortWidget(m_panes->count());
+    pane->setSettings(settings);
+    pane->setFormatSetting(format);
+    m_viewModes->selectHorizontal();
+    updateGrid();
+    m_panes->focusPane(m_panes->count() - 1);
+    setWindowModified(true);
+    return pane;
+}
+
+void MainWindow::removePort()
+{
+    if (m_panes->count() < 2) {
+        firstPane().showStatusMessage(
+            tr("Port Number = %1").arg(m_panes->count()), SessionDocument::messageMs);
+        return;
+    }
+    m_panes->removeLast();
+    m_viewModes->selectHorizontal();
+    updateGrid();
+    setWindowModified(true);
+    qDebug() << "on_acEditRemove_triggered: Port Number =" << m_panes->count();
+}
+
+void MainWindow::onLayoutChosen()
+{
+    updateGrid();
+    setWindowModified(true);
+}
+
+bool MainWindow::openPane(SerialPortWidget* pane, const QString& portName, bool quiet)
+{
     if (pane->start(portName, quiet))
         return true;
     const bool serial = pane->settings().connMode == connectionMode::SerialPort;
@@ -211,9 +294,9 @@ bool MainWindow::openPane(int index, const QString& portName, bool quiet)
     const QString beginning = SerialLink::openFailureText(pane->settings().portName);
     if (reason.startsWith(beginning))
         reason.remove(0, beginning.size());
-    if (index == 0 && quiet)
+    if (pane == &firstPane() && quiet)
         m_statusBar->showError(text, reason);
-    else if (index == 0)
+    else if (pane == &firstPane())
         MessageBoxes::showWarning(this, text, reason);
     return false;
 }
@@ -221,42 +304,25 @@ bool MainWindow::openPane(int index, const QString& portName, bool quiet)
 void MainWindow::start(const QString& portName, bool quiet)
 {
     if (!portName.isEmpty()) {
-        openPane(0, portName, quiet);
+        openPane(&firstPane(), portName, quiet);
         return;
     }
-    for (int i = 0; i < m_panes.size(); ++i)
-        openPane(i, {}, quiet);
+    for (SerialPortWidget* pane : m_panes->panes())
+        openPane(pane, {}, quiet);
 }
 
 void MainWindow::stop()
 {
-    for (SerialPortWidget* pane : std::as_const(m_panes)) {
+    for (SerialPortWidget* pane : m_panes->panes()) {
         if (pane->isActive())
             pane->stop();
     }
 }
 
-void MainWindow::pauseAll()
+void MainWindow::forEachPane(void (SerialPortWidget::*operation)()) const
 {
-    for (SerialPortWidget* pane : std::as_const(m_panes))
-        pane->pause();
-}
-
-void MainWindow::clearAll()
-{
-    for (SerialPortWidget* pane : std::as_const(m_panes))
-        pane->clear();
-}
-
-void MainWindow::clearAllHistories()
-{
-    for (SerialPortWidget* pane : std::as_const(m_panes))
-        pane->clearSendList();
-}
-
-void MainWindow::openFind()
-{
-    currentPortWidget()->openFind();
+    for (SerialPortWidget* pane : m_panes->panes())
+        (pane->*operation)();
 }
 
 void MainWindow::changePort(const QString& portName)
@@ -267,7 +333,7 @@ void MainWindow::changePort(const QString& portName)
         || (settings.connMode == connectionMode::SerialPort && settings.portName == portName))
         return;
     firstPane().stop();
-    openPane(0, portName, false);
+    openPane(&firstPane(), portName, false);
     setWindowModified(true);
 }
 
@@ -286,19 +352,14 @@ void MainWindow::setAlwaysOnTop(bool on)
         show();
 }
 
-void MainWindow::chooseLanguage(bool chinese)
-{
-    InterfaceLanguage::choose(
-        m_store, chinese ? InterfaceLanguage::Choice::Chinese : InterfaceLanguage::Choice::English);
-    MessageBoxes::showInformation(
-        this, tr("The changes will take effect when the program is restarted."));
-}
-
 SessionState MainWindow::currentSessionState() const
 {
     firstPane().updateSettings();
     SessionState state = m_state;
     state.takeFrom(firstPane().settings(), firstPane().formatSetting());
+    state.recentFiles = m_recentFiles->files();
+    state.lastFile = m_document->currentFile();
+    state.lastDirectory = m_document->lastDirectory();
     return state;
 }
 
@@ -316,9 +377,60 @@ void MainWindow::applySessionToPrimaryPort()
 
 void MainWindow::applyAutoReconnectToPorts()
 {
-    m_actions->action("acAutoReconnect"_L1)->setChecked(m_state.autoReconnect);
-    for (SerialPortWidget* pane : std::as_const(m_panes))
+    m_options->showInActions();
+    for (SerialPortWidget* pane : m_panes->panes())
         pane->setAutoReconnect(m_state.autoReconnect);
+}
+
+void MainWindow::applyQuickSettingsGroupsToPorts()
+{
+    const QuickSettingsGroups groups = m_state.quickSettingsGroups();
+    for (SerialPortWidget* pane : m_panes->panes())
+        pane->setQuickSettingsGroups(groups);
+}
+
+SessionContents MainWindow::sessionContents() const
+{
+    SessionContents contents;
+    contents.columnCount = m_viewModes->columnCount();
+    contents.quickView = m_quickSettingsShown;
+    contents.quickSettings = m_state.quickSettingsGroups();
+    for (SerialPortWidget* pane : m_panes->panes()) {
+        pane->updateSettings();
+        contents.panes.append({pane->settings(), pane->formatSetting()});
+    }
+    return contents;
+}
+
+void MainWindow::applySession(const SessionContents& contents)
+{
+    m_state.setQuickSettingsGroups(contents.quickSettings);
+    m_quickSettingsShown = contents.quickView;
+    m_panes->renew(int(contents.panes.size()));
+    for (int i = 0; i < m_panes->count(); ++i) {
+        m_panes->panes().at(i)->setSettings(contents.panes.at(i).settings);
+        m_panes->panes().at(i)->setFormatSetting(contents.panes.at(i).format);
+    }
+    m_viewModes->setColumnCount(contents.columnCount);
+    m_grid->forgetSizes();
+    applyAutoReconnectToPorts();
+    updateGrid();
+    m_panes->focusPane(0);
+}
+
+void MainWindow::resetSession()
+{
+    m_panes->renew(1);
+    m_viewModes->selectHorizontal();
+    m_grid->forgetSizes();
+    applyAutoReconnectToPorts();
+    updateGrid();
+    m_panes->focusPane(0);
+}
+
+bool MainWindow::loadFile(const QString& fileName)
+{
+    return m_document->loadFile(fileName);
 }
 
 void MainWindow::restoreLastConnection()
@@ -338,35 +450,32 @@ void MainWindow::writeSettings()
 void MainWindow::onUpdateDisplay()
 {
     const SerialPortWidget& pane = firstPane();
+    m_actions->setPaneCount(m_panes->count(), maxPanes);
     m_actions->setConnectionState(
         pane.runState() == RunState::Running, pane.runState() == RunState::Paused, pane.isActive());
     m_logActions->refresh();
     refreshStatusBar();
-    const bool held = m_actions->action("acDebugHoldPortList"_L1)->isChecked();
-    if (!held && m_portList.refresh([this] { return m_clock.elapsed(); })) {
-        qDebug("Start to refresh port list...");
-        m_portSelector->setPorts(m_portList.ports());
-        for (SerialPortWidget* each : std::as_const(m_panes))
-            each->refreshPorts();
-    }
+    m_panes->showCaptions();
+    refreshPortList();
     const Settings& settings = pane.settings();
     m_portSelector->setCurrentPort(
         settings.connMode == connectionMode::SerialPort ? settings.portName : QString());
 }
 
+void MainWindow::refreshPortList()
+{
+    const bool held = m_actions->action("acDebugHoldPortList"_L1)->isChecked();
+    if (held || !m_portList.refresh([this] { return m_clock.elapsed(); }))
+        return;
+    qDebug("Start to refresh port list...");
+    m_portSelector->setPorts(m_portList.ports());
+    forEachPane(&SerialPortWidget::refreshPorts);
+    Q_EMIT m_dialogs->portsChanged();
+}
+
 void MainWindow::refreshStatusBar()
 {
-    const SerialPortWidget& pane = firstPane();
-    PortStatus status;
-    if (pane.isOpen())
-        status.state = pane.runState() == RunState::Paused ? PortState::Paused : PortState::Open;
-    else if (pane.isActive())
-        status.state = PortState::Connecting;
-    status.stateText = pane.stateText();
-    status.summary = pane.connectionSummary();
-    status.received = pane.receivedBytes();
-    status.sent = pane.sentBytes();
-    m_statusBar->showPort(status, m_clock.elapsed());
+    m_statusBar->showPort(PortStatus::of(firstPane()), m_clock.elapsed());
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)

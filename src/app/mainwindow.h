@@ -1,39 +1,54 @@
 #pragma once
 
 #include "app/portlistmonitor.h"
+#include "app/settings/sessioncontents.h"
 #include "app/settings/sessionstate.h"
 
 #include <QElapsedTimer>
 #include <QMainWindow>
 #include <QSettings>
 #include <QTimer>
+#include <memory>
 
 class LogActions;
 class MainActions;
 class MainStatusBar;
+class PaneDialogs;
+class PaneSet;
+class PortArea;
 class PortGrid;
 class PortSelector;
+class ProgramOptions;
+class RecentFilesModel;
 class SerialPortCatalog;
 class SerialPortWidget;
+class SessionDocument;
 class ToolWindows;
+class ViewModes;
 
 // The window of the program: the port panes in their grid, menus, toolbar and status bar, and the
 // workspace that comes back at the next start. A façade: what an action is stands in MainActions,
-// where panes stand in PortGrid, what the bars show in PortSelector and MainStatusBar.
+// which panes there are in PaneSet, where they stand in ViewModes and PortGrid, what the bars show
+// in PortSelector and MainStatusBar, what happens to session files in SessionDocument.
 //
-// Owns the panes (at most maxPanes) and the SessionState in force. Reads and writes the application
-// store: loads in the constructor, saves when closed, stores its geometry when destroyed.
+// Owns the SessionState in force. Reads and writes the application store: loads in the
+// constructor, saves when closed, stores its geometry when destroyed.
 class MainWindow final : public QMainWindow
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(MainWindow)
 
 public:
-    static constexpr int maxPanes = 16;
+    static constexpr int maxPanes = SessionContents::maxPanes;
     static constexpr int displayRefreshMs = 100;
 
+    // What the window opens by itself. Nothing is for a window that is about to load a session: a
+    // port that is opened and closed again resets many boards.
+    enum class Restore { LastConnection, Nothing };
+
     // The catalog names the serial ports of the machine and must outlive the window.
-    explicit MainWindow(SerialPortCatalog& catalog, QWidget* parent = nullptr);
+    explicit MainWindow(SerialPortCatalog& catalog, Restore restore = Restore::LastConnection,
+        QWidget* parent = nullptr);
     ~MainWindow() override;
 
     // Opens every pane, or with a port name only the first pane with that serial port. A failure
@@ -41,22 +56,31 @@ public:
     void start(const QString& portName, bool quiet);
     void stop();
 
-    // Makes the pane for that slot; updateGrid() places it.
+    // Makes the next pane, for slot `index`; updateGrid() places it. There must be fewer than
+    // maxPanes.
     [[nodiscard]] SerialPortWidget* createPortWidget(int index);
     void rebuildPortLayout();
     void updateGrid();
     // The existing panes in slot order.
-    [[nodiscard]] QList<SerialPortWidget*> livePortWidgets() const { return m_panes; }
+    [[nodiscard]] QList<SerialPortWidget*> livePortWidgets() const;
     // The pane that has the keyboard focus, or null.
     [[nodiscard]] SerialPortWidget* focusedPortWidget() const;
-    // The same, or the first pane while the focus is elsewhere.
+    // The pane that had it last.
     [[nodiscard]] SerialPortWidget* currentPortWidget() const;
+
+    // Adds a pane with these records and puts all panes side by side. Null when there are maxPanes
+    // already.
+    SerialPortWidget* addPort(const Settings& settings, const FormatSetting& format);
 
     // The stored state with what the first pane is set to now.
     [[nodiscard]] SessionState currentSessionState() const;
     void applySessionToPrimaryPort();
     void applyAutoReconnectToPorts();
+    void applyQuickSettingsGroupsToPorts();
     void writeSettings();
+    // Opens a session file; false, and told in a box, when it cannot be read.
+    bool loadFile(const QString& fileName);
+    [[nodiscard]] SessionDocument& document() const { return *m_document; }
 
     // One tick of the display refresh.
     void onUpdateDisplay();
@@ -68,23 +92,28 @@ protected:
 
 private:
     void buildBars();
+    void buildDocument();
+    void connectPanes();
+    void connectFileActions();
     void connectPortActions();
     void connectViewActions();
-    void connectOptionActions();
     void connectToolActions();
     void connectHelpActions();
-    void onAction(QLatin1StringView name, void (MainWindow::*slot)());
+    template<class Receiver, class Slot>
+    void onAction(QLatin1StringView name, Receiver* receiver, Slot slot);
     void restoreLastConnection();
     void refreshStatusBar();
+    void refreshPortList();
+    void removePort();
+    void onLayoutChosen();
+    [[nodiscard]] SessionContents sessionContents() const;
+    void applySession(const SessionContents& contents);
+    void resetSession();
     void toggleQuickSettings();
     void setAlwaysOnTop(bool on);
-    void chooseLanguage(bool chinese);
-    void openFind();
-    void pauseAll();
-    void clearAll();
-    void clearAllHistories();
-    bool openPane(int index, const QString& portName, bool quiet);
-    [[nodiscard]] SerialPortWidget& firstPane() const { return *m_panes.constFirst(); }
+    void forEachPane(void (SerialPortWidget::*operation)()) const;
+    bool openPane(SerialPortWidget* pane, const QString& portName, bool quiet);
+    [[nodiscard]] SerialPortWidget& firstPane() const;
 
     SerialPortCatalog& m_catalog;
     QSettings m_store;
@@ -92,12 +121,17 @@ private:
     PortListMonitor m_portList;
     MainActions* m_actions;
     PortGrid* m_grid;
+    PortArea* m_area;
+    std::unique_ptr<PaneSet> m_panes;
+    ViewModes* m_viewModes;
     PortSelector* m_portSelector;
     MainStatusBar* m_statusBar;
+    ProgramOptions* m_options;
+    PaneDialogs* m_dialogs;
     ToolWindows* m_toolWindows;
     LogActions* m_logActions;
-    QList<SerialPortWidget*> m_panes; // children of the grid's splitters, at most maxPanes
-    int m_columnCount = 1;
+    RecentFilesModel* m_recentFiles = nullptr;
+    SessionDocument* m_document = nullptr;
     bool m_quickSettingsShown = true;
     QElapsedTimer m_clock;
     QTimer m_displayTimer;

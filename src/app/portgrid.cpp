@@ -40,8 +40,10 @@ void PortGrid::rebuild(const QList<QWidget*>& panes, int wantedColumns)
     }
     for (int row = 0; row < m_rows.size(); ++row)
         m_rows.at(row)->setVisible(row < shape.height());
-    if (shape != m_shape)
+    if (shape != m_shape) {
         forgetSizes();
+        shareEqually();
+    }
     m_shape = shape;
     restoreSizes();
 }
@@ -70,6 +72,16 @@ QSplitter* PortGrid::makeSplitter(Qt::Orientation orientation, const QString& na
     splitter->setHandleWidth(handleWidth);
     connect(splitter, &QSplitter::splitterMoved, this, &PortGrid::captureSizes);
     return splitter;
+}
+
+// What is new to a splitter gets what its contents ask for, which is little for an empty pane.
+void PortGrid::shareEqually()
+{
+    for (QSplitter* splitter : QList{m_outer} + m_rows) {
+        // More than there is, so that only the proportions count.
+        if (const int count = splitter->count(); count > 0)
+            splitter->setSizes(QList<int>(count, QWIDGETSIZE_MAX / count));
+    }
 }
 
 void PortGrid::captureSizes()

@@ -29,6 +29,7 @@ public:
 private:
     [[nodiscard]] QSplitter* rowSplitter(int row);
     [[nodiscard]] QSplitter* makeSplitter(Qt::Orientation orientation, const QString& name);
+    void shareEqually();
     void captureSizes();
     void restoreSizes();
 

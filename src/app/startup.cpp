@@ -63,6 +63,8 @@ void saveScreenshot(QWidget& window, const QString& path)
 
 void obeyCommandLine(MainWindow& window, const CommandLine& commandLine)
 {
+    if (!commandLine.sessionFile.isEmpty())
+        window.loadFile(commandLine.sessionFile);
     if (!commandLine.screenshotPath.isEmpty()) {
         window.resize(screenshotGeometry.size());
         window.move(screenshotGeometry.topLeft());
@@ -98,9 +100,12 @@ int qMain(int argc, char** argv)
     if (!settleConfigFolder(store))
         return 0;
     SystemPortCatalog catalog;
-    MainWindow window(catalog);
+    const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments());
+    MainWindow window(catalog, commandLine.sessionFile.isEmpty()
+                                   ? MainWindow::Restore::LastConnection
+                                   : MainWindow::Restore::Nothing);
     WindowGeometry::load(store).applyTo(window, availableSize());
     window.show();
-    obeyCommandLine(window, CommandLine::parse(QCoreApplication::arguments()));
+    obeyCommandLine(window, commandLine);
     return QApplication::exec();
 }

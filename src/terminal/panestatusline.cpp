@@ -1,31 +1,52 @@
 #include "terminal/panestatusline.h"
 
+#include "app/log/logfilename.h"
+#include "terminal/elidedlabel.h"
 #include "terminal/hled.h"
 
+#include <QDir>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
 
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int margin = 8;
+
+QString withRate(const QString& count, qint64 bytesPerSecond)
+{
+    return count + u" ("_s + byteRateText(bytesPerSecond) + u')';
+}
+
+} // namespace
+
 PaneStatusLine::PaneStatusLine(QWidget* parent)
     : QWidget(parent)
     , m_lamp(new HLed(this))
-    , m_summary(new QLabel(this))
-    , m_message(new QLabel(this))
+    , m_text(new ElidedLabel(this))
+    , m_log(new QLabel(this))
     , m_counters(new QLabel(this))
 {
     m_lamp->turnOff();
     m_lamp->setAccessibleName(tr("Connection state"));
-    m_message->setTextFormat(Qt::PlainText);
-    m_message->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_text->setObjectName("paneStatusText"_L1);
+    m_log->setObjectName("paneStatusLog"_L1);
+    m_log->hide();
+    m_counters->setObjectName("paneStatusCounters"_L1);
+    m_counters->setTextFormat(Qt::PlainText);
     m_messageTimer.setSingleShot(true);
-    connect(&m_messageTimer, &QTimer::timeout, m_message, &QLabel::clear);
+    connect(&m_messageTimer, &QTimer::timeout, this, [this] { showMessage({}, 0); });
+    connect(&m_rateTimer, &QTimer::timeout, this, &PaneStatusLine::showCounters);
+    m_clock.start();
 
     auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(4, 0, 4, 0);
-    layout->setSpacing(8);
+    layout->setContentsMargins(margin / 2, 0, margin / 2, 0);
+    layout->setSpacing(margin);
     layout->addWidget(m_lamp);
-    layout->addWidget(m_summary);
-    layout->addWidget(m_message, 1);
+    layout->addWidget(m_text, 1);
+    layout->addWidget(m_log);
     layout->addWidget(m_counters);
 }
 
@@ -35,21 +56,72 @@ void PaneStatusLine::setState(const QString& summary, const QString& state, bool
 {
     m_lamp->turnOn(open);
     m_lamp->setAccessibleDescription(state);
-    m_summary->setText(tr("%1 - %2").arg(summary, state));
+    m_state = tr("%1 - %2").arg(summary, state);
+    showText();
 }
 
 void PaneStatusLine::setCounters(qint64 receivedBytes, qint64 sentBytes)
 {
-    const QLocale locale;
-    m_counters->setText(
-        tr("Rx %1  Tx %2").arg(locale.toString(receivedBytes), locale.toString(sentBytes)));
+    m_received = receivedBytes;
+    m_sent = sentBytes;
+    if (!m_rateTimer.isActive())
+        showCounters();
+}
+
+void PaneStatusLine::setLog(PaneLog::State state, const QString& fileName)
+{
+    const bool failing = state == PaneLog::State::Failing;
+    m_log->setVisible(state != PaneLog::State::Off);
+    m_log->setText(failing ? tr("\u26a0 Log") : tr("\u25cf Log"));
+    const QString file = logFileNameResolved(fileName)
+                             ? QDir::toNativeSeparators(fileName)
+                             : tr("the file gets its name with the first data");
+    m_log->setToolTip((failing ? tr("Cannot be written: %1") : tr("Recording: %1")).arg(file));
 }
 
 void PaneStatusLine::showMessage(const QString& text, int timeoutMs)
 {
-    m_message->setText(text);
-    m_message->setToolTip(text);
+    m_message = text.simplified(); // one line
     m_messageTimer.stop();
     if (timeoutMs > 0)
         m_messageTimer.start(timeoutMs);
+    showText();
+}
+
+void PaneStatusLine::showText()
+{
+    m_text->setText(m_message.isEmpty() ? m_state : m_message);
+    m_text->setToolTip(m_message.isEmpty() ? m_state : QString(m_message + u'\n' + m_state));
+}
+
+void PaneStatusLine::showCounters()
+{
+    const QLocale locale;
+    const qint64 now = m_clock.elapsed();
+    const QString received = locale.toString(m_received);
+    const QString sent = locale.toString(m_sent);
+    const qint64 receivedRate = m_receivedRate.sample(m_received, now);
+    const qint64 sentRate = m_sentRate.sample(m_sent, now);
+    const auto texts = [](const QString& rx, const QString& tx) {
+        return tr("Rx %1  Tx %2").arg(rx, tx);
+    };
+    const QString full = texts(withRate(received, receivedRate), withRate(sent, sentRate));
+    const bool room = fontMetrics().horizontalAdvance(full) < width() / 2;
+    const QString text = room && receivedRate + sentRate > 0 ? full : texts(received, sent);
+    if (m_counters->text() != text)
+        m_counters->setText(text);
+    if (m_counters->toolTip() != full)
+        m_counters->setToolTip(full);
+}
+
+void PaneStatusLine::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    m_rateTimer.start(rateRefreshMs);
+}
+
+void PaneStatusLine::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    m_rateTimer.stop();
 }

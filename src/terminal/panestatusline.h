@@ -1,14 +1,20 @@
 #pragma once
 
+#include "terminal/panelog.h"
+#include "terminal/ratemeter.h"
+
+#include <QElapsedTimer>
 #include <QTimer>
 #include <QWidget>
 
+class ElidedLabel;
 class HLed;
 class QLabel;
 
-// One pane's own line of state: what is connected, how much went through, and the message of the
-// moment. Shown when more than one pane shares the window; with one pane the window's status bar
-// says the same.
+// One pane's own line of state: what is connected, what is recorded, how much went through and how
+// fast. A message stands in the place of the state for its time. Shown when more than one pane
+// shares the window; with one pane the window's status bar says the same. In a narrow pane the
+// state is elided and the rates give way; tool tips have all of it.
 class PaneStatusLine final : public QWidget
 {
     Q_OBJECT
@@ -20,13 +26,33 @@ public:
 
     void setState(const QString& summary, const QString& state, bool open);
     void setCounters(qint64 receivedBytes, qint64 sentBytes);
+    // The name of the file may be unresolved.
+    void setLog(PaneLog::State state, const QString& fileName);
     // Shows the text for a time in milliseconds; 0 keeps it until the next one.
     void showMessage(const QString& text, int timeoutMs);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
 private:
+    void showText();
+    void showCounters();
+
+    // Rates fall back to nothing some time after the last byte, so they are looked at in between.
+    static constexpr int rateRefreshMs = 250;
+
     HLed* m_lamp;
-    QLabel* m_summary;
-    QLabel* m_message;
+    ElidedLabel* m_text;
+    QLabel* m_log;
     QLabel* m_counters;
     QTimer m_messageTimer;
+    QTimer m_rateTimer;
+    QElapsedTimer m_clock;
+    RateMeter m_receivedRate;
+    RateMeter m_sentRate;
+    QString m_state;
+    QString m_message;
+    qint64 m_received = 0; // bytes
+    qint64 m_sent = 0;
 };

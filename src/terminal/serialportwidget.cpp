@@ -92,6 +92,12 @@ void SerialPortWidget::wireTraffic()
     };
     connect(traffic, &PaneTraffic::countersChanged, this, showCounters);
     showCounters();
+    const auto showLog = [this] {
+        const PaneLog& log = m_traffic->log();
+        m_view->statusLine().setLog(log.state(), log.currentLogFile());
+    };
+    connect(&traffic->log(), &PaneLog::stateChanged, this, showLog);
+    connect(&traffic->log(), &PaneLog::fileNameChanged, this, showLog);
     const ReceivePipeline* receive = &traffic->receive();
     connect(receive, &ReceivePipeline::rxTapped, this, &SerialPortWidget::rxTapped);
     const NoticeBar* notice = &m_view->noticeBar();

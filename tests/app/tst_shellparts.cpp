@@ -5,7 +5,7 @@
 #include "app/portgrid.h"
 #include "app/portlistmonitor.h"
 #include "app/portselector.h"
-#include "app/ratemeter.h"
+#include "terminal/ratemeter.h"
 #include "app/setconfigfilepathdialog.h"
 #include "app/symbolicicon.h"
 #include "app/windowgeometry.h"

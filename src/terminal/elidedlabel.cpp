@@ -1,4 +1,4 @@
-#include "app/elidedlabel.h"
+#include "terminal/elidedlabel.h"
 
 #include <QPainter>
 

@@ -1,6 +1,9 @@
-#include "app/ratemeter.h"
+#include "terminal/ratemeter.h"
 
+#include <QLocale>
 #include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
 
 qint64 RateMeter::sample(qint64 total, qint64 nowMs)
 {
@@ -21,4 +24,12 @@ void RateMeter::dropFront()
 {
     std::move(m_samples.begin() + 1, m_samples.begin() + m_count, m_samples.begin());
     --m_count;
+}
+
+QString byteRateText(qint64 bytesPerSecond)
+{
+    const QLocale locale;
+    if (bytesPerSecond < 1000)
+        return locale.toString(bytesPerSecond) + " B/s"_L1;
+    return locale.formattedDataSize(bytesPerSecond, 1, QLocale::DataSizeSIFormat) + "/s"_L1;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 #include <array>
 
 // Bytes per second of a growing counter over about the last second. Fed with the counter's value
@@ -26,3 +26,6 @@ private:
     std::array<Sample, maxSamples> m_samples; // oldest first
     int m_count = 0;
 };
+
+// A rate in the units of people: "12 B/s", "3.4 kB/s".
+[[nodiscard]] QString byteRateText(qint64 bytesPerSecond);

@@ -1,0 +1,167 @@
+#include "app/paneframe.h"
+
+#include "app/symbolicicon.h"
+#include "terminal/elidedlabel.h"
+#include "terminal/serialportwidget.h"
+#include "terminal/settingscolumn.h"
+
+#include <QEvent>
+#include <QPainter>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int border = 2;
+constexpr int margin = 8;
+// The least size of a pane with neighbours, in characters and lines.
+constexpr int leastColumns = 28;
+constexpr int leastLines = 15;
+// What the terminal gets at least before the settings give way.
+constexpr int leastTerminalColumns = 60;
+
+} // namespace
+
+PaneFrame::PaneFrame(SerialPortWidget* pane, QWidget* parent)
+    : QWidget(parent)
+    , m_pane(pane)
+    , m_column(pane->findChild<SettingsColumn*>())
+    , m_header(new QWidget(this))
+    , m_caption(new ElidedLabel(m_header))
+    , m_run(new QToolButton(m_header))
+{
+    m_caption->setObjectName("paneCaption"_L1);
+    m_run->setObjectName("paneRunButton"_L1);
+    m_run->setAutoRaise(true);
+    auto* row = new QHBoxLayout(m_header);
+    row->setContentsMargins(margin, margin / 2, margin / 2, 0);
+    row->setSpacing(margin);
+    row->addWidget(m_caption, 1);
+    row->addWidget(m_run);
+    m_header->hide();
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_header);
+    layout->addWidget(m_pane, 1);
+    connect(m_run, &QToolButton::clicked, this, [this] {
+        if (m_pane->isActive())
+            m_pane->stop();
+        else
+            m_pane->start({}, false);
+    });
+    connect(m_pane, &SerialPortWidget::stateChanged, this, &PaneFrame::showRunButton);
+    showRunButton();
+}
+
+void PaneFrame::setShared(bool shared)
+{
+    if (shared == m_shared)
+        return;
+    m_shared = shared;
+    m_header->setVisible(shared);
+    const int width = shared ? border : 0;
+    layout()->setContentsMargins(width, width, width, width);
+    updateLimits();
+    updateQuickSettings();
+    update();
+}
+
+void PaneFrame::setCurrent(bool current)
+{
+    if (current == m_current)
+        return;
+    m_current = current;
+    QFont font = m_caption->font();
+    font.setBold(current);
+    m_caption->setFont(font);
+    update();
+}
+
+void PaneFrame::setCaption(int number, const QString& title)
+{
+    // The mark is drawn with the text, so that it moves with it from right to left as well.
+    const QString text =
+        (m_current ? u"\u25b6 %1  %2"_s : u"%1  %2"_s).arg(QString::number(number), title);
+    if (m_caption->text() == text)
+        return;
+    m_caption->setText(text);
+    m_caption->setToolTip(title);
+    m_pane->setAccessibleName(tr("Port %1: %2").arg(QString::number(number), title));
+}
+
+void PaneFrame::showRunButton()
+{
+    const bool active = m_pane->isActive();
+    const QString text = active ? tr("Close this port") : tr("Open this port");
+    m_run->setIcon(symbolicIcon(
+        active ? u":/icons/media-playback-stop.svg"_s : u":/icons/media-playback-start.svg"_s));
+    m_run->setToolTip(text);
+    m_run->setAccessibleName(text);
+}
+
+void PaneFrame::takeFocus()
+{
+    QWidget* last = m_pane->focusWidget();
+    if (last != nullptr && last->isVisibleTo(m_pane) && last->isEnabled())
+        last->setFocus(Qt::OtherFocusReason);
+    else
+        m_pane->focusSendEditor();
+}
+
+void PaneFrame::setQuickSettingsWanted(bool wanted)
+{
+    m_settingsWanted = wanted;
+    updateQuickSettings();
+}
+
+void PaneFrame::updateQuickSettings()
+{
+    bool shown = m_settingsWanted;
+    if (shown && m_shared && isVisible()) {
+        const int terminal = leastTerminalColumns * fontMetrics().averageCharWidth();
+        shown = width() >= m_column->minimumSizeHint().width() + terminal;
+    }
+    if (shown != m_settingsShown)
+        m_pane->setQuickSettingsVisible(shown);
+    m_settingsShown = shown;
+}
+
+// Sixteen panes side by side must not make the window wider than the screen: beyond this they
+// scroll.
+void PaneFrame::updateLimits()
+{
+    const QFontMetrics metrics = fontMetrics();
+    setMinimumSize(m_shared ? QSize(leastColumns * metrics.averageCharWidth(),
+                       leastLines * metrics.lineSpacing())
+                            : QSize(0, 0));
+}
+
+void PaneFrame::paintEvent(QPaintEvent* /*event*/)
+{
+    if (!m_shared)
+        return;
+    QPainter painter(this);
+    const int lineWidth = m_current ? border : 1;
+    QPen pen(palette().color(m_current ? QPalette::Highlight : QPalette::Mid), lineWidth);
+    pen.setJoinStyle(Qt::MiterJoin);
+    painter.setPen(pen);
+    const qreal inset = lineWidth / 2.0;
+    painter.drawRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset));
+}
+
+void PaneFrame::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    updateQuickSettings();
+}
+
+void PaneFrame::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        updateLimits();
+}

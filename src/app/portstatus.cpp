@@ -1,0 +1,17 @@
+#include "app/portstatus.h"
+
+#include "terminal/serialportwidget.h"
+
+PortStatus PortStatus::of(const SerialPortWidget& pane)
+{
+    PortStatus status;
+    if (pane.isOpen())
+        status.state = pane.runState() == RunState::Paused ? PortState::Paused : PortState::Open;
+    else if (pane.isActive())
+        status.state = PortState::Connecting;
+    status.stateText = pane.stateText();
+    status.summary = pane.connectionSummary();
+    status.received = pane.receivedBytes();
+    status.sent = pane.sentBytes();
+    return status;
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "app/statelamp.h"
+
+#include <QString>
+
+class SerialPortWidget;
+
+// What the window shows of a pane. Counts are bytes since the pane was cleared.
+struct PortStatus
+{
+    PortState state = PortState::Closed;
+    QString stateText;
+    QString summary; // port and line settings
+    qint64 received = 0;
+    qint64 sent = 0;
+
+    [[nodiscard]] static PortStatus of(const SerialPortWidget& pane);
+};

@@ -1,0 +1,71 @@
+#include "app/programoptions.h"
+
+#include "app/messageboxes.h"
+#include "app/settings/sessionstate.h"
+
+#include <QAction>
+#include <QSettings>
+
+using namespace Qt::Literals::StringLiterals;
+
+ProgramOptions::ProgramOptions(
+    const Actions& actions, QSettings& store, SessionState& state, QWidget* window)
+    : QObject(window)
+    , m_actions(actions)
+    , m_store(store)
+    , m_state(state)
+    , m_window(window)
+{
+    showInActions();
+    connect(m_actions.openLastConnection, &QAction::triggered, this,
+        &ProgramOptions::setOpenLastConnection);
+    connect(m_actions.autoReconnect, &QAction::triggered, this, &ProgramOptions::setAutoReconnect);
+    connect(m_actions.english, &QAction::triggered, this,
+        [this] { setLanguage(InterfaceLanguage::Choice::English); });
+    connect(m_actions.chinese, &QAction::triggered, this,
+        [this] { setLanguage(InterfaceLanguage::Choice::Chinese); });
+}
+
+GeneralOptions ProgramOptions::options() const
+{
+    return {m_state.openLastConnection, m_state.autoReconnect, InterfaceLanguage::stored(m_store)};
+}
+
+void ProgramOptions::setOptions(const GeneralOptions& options)
+{
+    const GeneralOptions old = this->options();
+    if (options.openLastConnection != old.openLastConnection)
+        setOpenLastConnection(options.openLastConnection);
+    if (options.autoReconnect != old.autoReconnect)
+        setAutoReconnect(options.autoReconnect);
+    if (options.language != old.language)
+        setLanguage(options.language);
+}
+
+void ProgramOptions::showInActions()
+{
+    m_actions.openLastConnection->setChecked(m_state.openLastConnection);
+    m_actions.autoReconnect->setChecked(m_state.autoReconnect);
+}
+
+void ProgramOptions::setOpenLastConnection(bool on)
+{
+    m_state.openLastConnection = on;
+    m_store.setValue("OpenLastConnection"_L1, on);
+    showInActions();
+}
+
+void ProgramOptions::setAutoReconnect(bool on)
+{
+    m_state.autoReconnect = on;
+    m_store.setValue("AutoReconnect"_L1, on);
+    showInActions();
+    Q_EMIT autoReconnectChanged(on);
+}
+
+void ProgramOptions::setLanguage(InterfaceLanguage::Choice language)
+{
+    InterfaceLanguage::choose(m_store, language);
+    MessageBoxes::showInformation(
+        m_window, tr("The changes will take effect when the program is restarted."));
+}

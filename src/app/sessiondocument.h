@@ -1,0 +1,79 @@
+#pragma once
+
+#include "app/settings/sessioncontents.h"
+
+#include <QObject>
+#include <functional>
+
+class QWidget;
+class RecentFilesModel;
+
+// The workspace as a document: which session file it stands in, whether it was changed since (the
+// window's modified mark), and the File menu's New, Open, Save and Save As.
+//
+// A file is read and checked completely before the running workspace is touched, so a file that
+// cannot be opened costs nothing. What goes wrong is told in a box; the recent files follow what
+// was opened and saved. Owned by the main window, which is the parent of the boxes and dialogs.
+class SessionDocument final : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(SessionDocument)
+
+public:
+    // How long messages stand in the first pane's message area.
+    static constexpr int messageMs = 2000;
+
+    // The workspace that the document is a picture of.
+    struct Workspace
+    {
+        std::function<SessionContents()> contents; // with the panes' editors committed
+        std::function<void(const SessionContents&)> apply;
+        std::function<void()> reset; // one pane with defaults
+    };
+
+    SessionDocument(Workspace workspace, RecentFilesModel& recentFiles, QWidget* window);
+    ~SessionDocument() override = default;
+
+    // Empty for a workspace that no file holds yet.
+    [[nodiscard]] QString currentFile() const { return m_currentFile; }
+    // Names the file in the window's title and among the recent files; the workspace counts as
+    // unmodified from now on.
+    void setCurrentFile(const QString& fileName);
+    // Where the file dialogs begin.
+    [[nodiscard]] QString lastDirectory() const { return m_lastDirectory; }
+    void setLastDirectory(const QString& folder) { m_lastDirectory = folder; }
+
+    // Asks what is to become of unsaved changes. False when the person wants to stay, or when
+    // saving failed.
+    [[nodiscard]] bool okToContinue();
+    void newSession();
+    void open();
+    bool loadFile(const QString& fileName);
+    bool save();
+    bool saveAs();
+    bool saveFile(const QString& fileName, bool showProgress);
+    void onRecentFileRequested(const QString& path);
+
+    // The parts of loadFile() and saveFile() that touch the disk: no title, no recent files.
+    bool readSettingFile(const QString& fileName);
+    bool writeSettingFile(const QString& fileName, bool showProgress);
+
+Q_SIGNALS:
+    // For the first pane's message area.
+    void message(const QString& text, int timeoutMs);
+    // 0 to 100 while a file is being written.
+    void savingProgress(int percent);
+
+private:
+    void useFolderOf(const QString& fileName);
+    [[nodiscard]] QString askNameToSave();
+    [[nodiscard]] bool mayOverwrite(const QString& fileName);
+    void tellFailure(const QString& text, const QString& fileName, const QString& reason);
+
+    Workspace m_workspace;
+    RecentFilesModel& m_recentFiles;
+    QWidget* m_window;
+    QString m_currentFile;
+    QString m_lastDirectory;
+    QString m_reason; // why the last file could not be read or written
+};

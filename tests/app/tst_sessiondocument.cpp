@@ -1,0 +1,298 @@
+#include "app/sessiondocument.h"
+
+#include "app/modalanswer.h"
+#include "app/recentfilesmodel.h"
+#include "app/settings/sessionfile.h"
+#include "app/settings/settingsservice.h"
+
+#include <QAction>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const auto noProgress = [](int) {};
+
+SessionContents sessionOf(const QString& port)
+{
+    SessionContents contents;
+    contents.panes = {
+        {SettingsService::defaultPortSettings(port), SettingsService::defaultFormatSettings()}};
+    return contents;
+}
+
+// Types a name into a file dialog and confirms it.
+void chooseFile(QDialog* dialog, const QString& name)
+{
+    dialog->findChild<QLineEdit*>(u"fileNameEdit"_s)->setText(name);
+    static_cast<QFileDialog*>(dialog)->QDialog::done(QDialog::Accepted);
+}
+
+} // namespace
+
+// The document over a workspace that is a value.
+class SessionDocumentTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
+    void init();
+    void titles_data();
+    void titles();
+    void question_data();
+    void question();
+    void newSession();
+    void saveAsksForANameOnce();
+    void suffix_data();
+    void suffix();
+    void openDialog();
+    void unreadableFileChangesNothing();
+    void failedSave();
+    void recentFiles();
+    void recentFileThatIsGone();
+    void moreRecentFilesThanActions();
+
+private:
+    [[nodiscard]] QString path(const QString& name) const { return m_dir->filePath(name); }
+    void put(const QString& name, const QString& port)
+    {
+        QString message;
+        QVERIFY2(SessionFile::write(path(name), sessionOf(port), message, noProgress),
+            qPrintable(message));
+    }
+    [[nodiscard]] QString box() const
+    {
+        const auto* found = m_window->findChild<QMessageBox*>();
+        return found != nullptr ? found->text() : QString();
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<QWidget> m_window;
+    SessionContents m_workspace;
+    QList<QAction*> m_actions;
+    RecentFilesModel* m_recent = nullptr;
+    SessionDocument* m_document = nullptr;
+};
+
+void SessionDocumentTest::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_window = std::make_unique<QWidget>();
+    m_workspace = sessionOf(u"running"_s);
+    m_actions.clear();
+    for (int i = 0; i < RecentFilesModel::defaultCount; ++i)
+        m_actions.append(new QAction(m_window.get()));
+    m_recent = new RecentFilesModel(RecentFilesModel::defaultCount, m_actions, m_window.get());
+    m_document = new SessionDocument(
+        {[this] { return m_workspace; }, [this](const SessionContents& s) { m_workspace = s; },
+            [this] { m_workspace = sessionOf(QString()); }},
+        *m_recent, m_window.get());
+    m_document->setLastDirectory(m_dir->path());
+}
+
+void SessionDocumentTest::titles_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("title");
+    QTest::newRow("untitled") << u""_s << u"Velmora[*]"_s;
+    QTest::newRow("file") << u"/a/lab.vmr"_s << u"lab.vmr[*] - Velmora"_s;
+    QTest::newRow("prefix") << u"/a/Session_lab.vmr"_s << u"lab.vmr[*] - Velmora"_s;
+}
+
+void SessionDocumentTest::titles()
+{
+    QFETCH(const QString, file);
+    m_window->setWindowModified(true);
+    m_document->setCurrentFile(file);
+    QTEST(m_window->windowTitle(), "title");
+    QVERIFY(!m_window->isWindowModified());
+    QCOMPARE(m_recent->files().size(), file.isEmpty() ? 0 : 1);
+}
+
+void SessionDocumentTest::question_data()
+{
+    QTest::addColumn<int>("button");
+    QTest::addColumn<bool>("goesOn");
+    QTest::addColumn<bool>("saves");
+    QTest::newRow("yes") << int(QMessageBox::Yes) << true << true;
+    QTest::newRow("no") << int(QMessageBox::No) << true << false;
+    QTest::newRow("cancel") << int(QMessageBox::Cancel) << false << false;
+}
+
+void SessionDocumentTest::question()
+{
+    QFETCH(const int, button);
+    QFETCH(const bool, saves);
+    QVERIFY(m_document->okToContinue()); // nothing to ask
+    put(u"lab.vmr"_s, u"old"_s);
+    m_document->setCurrentFile(path(u"lab.vmr"_s));
+    m_window->setWindowModified(true);
+    const ModalAnswer person([button](QDialog* dialog) {
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        QCOMPARE(box->windowTitle(), "Velmora"_L1);
+        QCOMPARE(
+            box->text(), "The document has been modified.\nDo you want to save your changes?"_L1);
+        QCOMPARE(box->standardButtons(), QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+        box->button(QMessageBox::StandardButton(button))->click();
+    });
+    QTEST(m_document->okToContinue(), "goesOn");
+    QVERIFY(person.seen());
+    SessionContents stored;
+    QString message;
+    QVERIFY(SessionFile::read(path(u"lab.vmr"_s), stored, message));
+    QCOMPARE(stored.panes.at(0).settings.portName, saves ? u"running"_s : u"old"_s);
+    QCOMPARE(m_window->isWindowModified(), !saves);
+}
+
+void SessionDocumentTest::newSession()
+{
+    m_document->setCurrentFile(path(u"lab.vmr"_s));
+    m_window->setWindowModified(true);
+    {
+        const ModalAnswer person([](QDialog* dialog) { dialog->reject(); });
+        QTest::ignoreMessage(QtDebugMsg, "on_acFileNew_triggered: okToContinue FAILED!");
+        m_document->newSession();
+    }
+    QCOMPARE(m_workspace.panes.at(0).settings.portName, "running"_L1);
+    m_window->setWindowModified(false);
+    m_document->newSession();
+    QVERIFY(m_workspace.panes.at(0).settings.portName.isEmpty());
+    QVERIFY(m_document->currentFile().isEmpty());
+}
+
+void SessionDocumentTest::saveAsksForANameOnce()
+{
+    QSignalSpy messages(m_document, &SessionDocument::message);
+    QSignalSpy progress(m_document, &SessionDocument::savingProgress);
+    {
+        const ModalAnswer person([this](QDialog* dialog) {
+            QCOMPARE(dialog->windowTitle(), "Save Velmora"_L1);
+            QCOMPARE(static_cast<QFileDialog*>(dialog)->nameFilters(),
+                QStringList{u"Velmora files (*.vmr)"_s});
+            chooseFile(dialog, path(u"lab.vmr"_s));
+        });
+        QVERIFY(m_document->save());
+    }
+    QCOMPARE(m_document->currentFile(), path(u"lab.vmr"_s));
+    QCOMPARE(messages.takeFirst(), (QVariantList{u"File saved"_s, 2000}));
+    QCOMPARE(progress.constFirst().constFirst().toInt(), 0);
+    QCOMPARE(progress.constLast().constFirst().toInt(), 100);
+    m_workspace = sessionOf(u"later"_s);
+    QTest::ignoreMessage(QtDebugMsg, "writeFile: Write Success!");
+    QVERIFY(m_document->save());
+    SessionContents stored;
+    QString message;
+    QVERIFY(SessionFile::read(path(u"lab.vmr"_s), stored, message));
+    QCOMPARE(stored.panes.at(0).settings.portName, "later"_L1);
+
+    const ModalAnswer person([](QDialog* dialog) { dialog->reject(); });
+    QVERIFY(!m_document->saveAs());
+}
+
+void SessionDocumentTest::suffix_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("written");
+    QTest::newRow("none") << u"lab"_s << u"lab.vmr"_s;
+    QTest::newRow("another") << u"lab.txt"_s << u"lab.txt.vmr"_s;
+    QTest::newRow("capitals") << u"LAB.VMR"_s << u"LAB.VMR"_s;
+}
+
+void SessionDocumentTest::suffix()
+{
+    QFETCH(const QString, typed);
+    QFETCH(const QString, written);
+    const ModalAnswer person([&](QDialog* dialog) { chooseFile(dialog, path(typed)); });
+    QVERIFY(m_document->saveAs());
+    QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files), QStringList{written});
+    QCOMPARE(m_document->currentFile(), path(written));
+    QCOMPARE(m_document->lastDirectory(), m_dir->path());
+}
+
+void SessionDocumentTest::openDialog()
+{
+    put(u"lab.vmr"_s, u"stored"_s);
+    const ModalAnswer person([this](QDialog* dialog) {
+        QCOMPARE(dialog->windowTitle(), "Open Velmora"_L1);
+        chooseFile(dialog, path(u"lab.vmr"_s));
+    });
+    m_document->open();
+    QVERIFY(person.seen());
+    QCOMPARE(m_workspace.panes.at(0).settings.portName, "stored"_L1);
+    QCOMPARE(m_document->currentFile(), path(u"lab.vmr"_s));
+}
+
+void SessionDocumentTest::unreadableFileChangesNothing()
+{
+    m_document->setCurrentFile(path(u"lab.vmr"_s));
+    m_window->setWindowModified(true);
+    QFile file(path(u"letter.vmr"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("Dear reader,\n") > 0);
+    file.close();
+    QVERIFY(!m_document->loadFile(file.fileName()));
+    QVERIFY(box().contains("letter.vmr"_L1));
+    QCOMPARE(m_workspace.panes.at(0).settings.portName, "running"_L1);
+    QCOMPARE(m_document->currentFile(), path(u"lab.vmr"_s));
+    QVERIFY(m_window->isWindowModified());
+}
+
+void SessionDocumentTest::failedSave()
+{
+    put(u"lab.vmr"_s, u"stored"_s);
+    m_document->setCurrentFile(path(u"lab.vmr"_s));
+    m_window->setWindowModified(true);
+    QSignalSpy messages(m_document, &SessionDocument::message);
+    QVERIFY(!m_document->saveFile(path(u"gone/lab.vmr"_s), false));
+    QCOMPARE(messages.takeFirst(), (QVariantList{u"Saving FAILED"_s, 2000}));
+    QVERIFY(box().startsWith("Saving FAILED"_L1));
+    QVERIFY(!m_window->findChild<QMessageBox*>()->informativeText().isEmpty());
+    QCOMPARE(m_document->currentFile(), path(u"lab.vmr"_s));
+    QVERIFY(m_window->isWindowModified());
+}
+
+void SessionDocumentTest::recentFiles()
+{
+    put(u"Session_a & b.vmr"_s, u"A"_s);
+    put(u"c.vmr"_s, u"C"_s);
+    for (const auto& name : {u"Session_a & b.vmr"_s, u"c.vmr"_s, u"Session_a & b.vmr"_s})
+        QVERIFY(m_document->loadFile(path(name)));
+    QCOMPARE(m_recent->files(), (QStringList{path(u"Session_a & b.vmr"_s), path(u"c.vmr"_s)}));
+    QCOMPARE(m_actions.at(0)->text(), "&1 a && b.vmr"_L1);
+    QCOMPARE(m_actions.at(1)->text(), "&2 c.vmr"_L1);
+    QVERIFY(m_actions.at(1)->isVisible() && !m_actions.at(2)->isVisible());
+    m_window->setWindowModified(true); // does not ask
+    m_document->setLastDirectory({});
+    m_actions.at(1)->trigger();
+    QCOMPARE(m_workspace.panes.at(0).settings.portName, "C"_L1);
+    QCOMPARE(m_recent->files().constFirst(), path(u"c.vmr"_s));
+    QCOMPARE(m_document->lastDirectory(), m_dir->path());
+}
+
+void SessionDocumentTest::recentFileThatIsGone()
+{
+    put(u"a.vmr"_s, u"A"_s);
+    m_recent->setFiles({path(u"gone.vmr"_s), path(u"a.vmr"_s)});
+    m_recent->updateActions(false);
+    m_actions.at(0)->trigger();
+    QVERIFY(box().contains("gone.vmr"_L1));
+    QCOMPARE(m_recent->files(), QStringList{path(u"a.vmr"_s)});
+    QCOMPARE(m_actions.at(0)->text(), "&1 a.vmr"_L1);
+}
+
+void SessionDocumentTest::moreRecentFilesThanActions()
+{
+    for (int i = 1; i <= 12; ++i)
+        m_recent->addFile(u"/%1.vmr"_s.arg(i));
+    QCOMPARE(m_recent->files().size(), 12);
+    QCOMPARE(m_actions.constLast()->text(), "&9 4.vmr"_L1);
+}
+
+QTEST_MAIN(SessionDocumentTest)
+#include "tst_sessiondocument.moc"
