@@ -1,7 +1,9 @@
 #include "app/connectionpage.h"
 
 #include "app/recordedits.h"
+#include "app/wrappedlabel.h"
 #include "terminal/connectionpanel.h"
+#include "terminal/panelchoices.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -34,18 +36,15 @@ ConnectionPage::ConnectionPage(const SerialPortCatalog& catalog, Target target, 
     , m_catalog(catalog)
     , m_target(target)
     , m_panel(new ConnectionPanel(this))
-    , m_portDetails(new QLabel(this))
-    , m_activeHint(new QLabel(tr("The connection is open. Close it to connect elsewhere."), this))
+    , m_portDetails(new WrappedLabel({}, this))
+    , m_activeHint(
+          new WrappedLabel(tr("The connection is open. Close it to connect elsewhere."), this))
 {
     m_portDetails->setObjectName("portDetails"_L1);
-    m_portDetails->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    for (QLabel* label : {m_portDetails, m_activeHint}) {
-        label->setTextFormat(Qt::PlainText);
-        label->setWordWrap(true);
-    }
     m_form = takePanel(*m_panel);
     addRowBelow(fieldNamed("connMode"_L1), m_activeHint);
     addRowBelow(fieldNamed("portName"_L1), m_portDetails);
+    addCheck(m_form, fieldNamed("connMode"_L1), [this] { return modeProblem(); });
     addCheck(m_form, fieldNamed("portName"_L1), [this] { return portProblem(); });
     addCheck(m_form, fieldNamed("targetHost"_L1), [this] { return hostProblem(); });
     addCheck(m_form, fieldNamed("baudRate"_L1), [this] { return baudRateProblem(); });
@@ -80,6 +79,13 @@ void ConnectionPage::addRowBelow(QWidget* field, QWidget* row)
     QFormLayout::ItemRole role = QFormLayout::FieldRole;
     m_form->getWidgetPosition(field, &index, &role);
     m_form->insertRow(index + 1, QString(), row);
+}
+
+QString ConnectionPage::modeProblem() const
+{
+    const bool opens = PanelChoices::modeProblem(edited().connMode).isEmpty();
+    return opens || m_target == Target::Optional ? QString()
+                                                 : tr("Choose a type that can be opened.");
 }
 
 QString ConnectionPage::portProblem() const

@@ -7,7 +7,7 @@
 #include <optional>
 
 class ConnectionPanel;
-class QLabel;
+class WrappedLabel;
 
 // Where a pane connects and with which line parameters: the fields of the pane's own connection
 // panel, with what is known of the chosen port (description, manufacturer, serial number) below.
@@ -37,6 +37,7 @@ private:
     [[nodiscard]] QWidget* fieldNamed(QLatin1StringView name) const;
     [[nodiscard]] bool isShown(QLatin1StringView name) const;
     void addRowBelow(QWidget* field, QWidget* row);
+    [[nodiscard]] QString modeProblem() const;
     [[nodiscard]] QString portProblem() const;
     [[nodiscard]] QString hostProblem() const;
     [[nodiscard]] QString baudRateProblem() const;
@@ -49,7 +50,7 @@ private:
     std::optional<QString> m_describedPort;
     ConnectionPanel* m_panel;
     QFormLayout* m_form;
-    QLabel* m_portDetails;
-    QLabel* m_activeHint;
+    WrappedLabel* m_portDetails;
+    WrappedLabel* m_activeHint;
     Settings m_shown; // as the fields showed it after loading
 };

@@ -29,13 +29,12 @@ void showFamily(QFontComboBox& box, const QFont& font)
     box.setCurrentFont(font);
 }
 
-void paintSample(QLabel& sample, const QFont& font, const QColor& color)
+// As the view paints it: what cannot be read has the text colour of the palette.
+void paintSample(QLabel& sample, QPalette palette, const QFont& font, const QColor& color)
 {
-    const QColor background = sample.palette().color(QPalette::Base);
-    const QColor plain = sample.palette().color(QPalette::Active, QPalette::Text);
-    QPalette palette = sample.palette();
-    palette.setColor(
-        QPalette::WindowText, color.isValid() && isReadable(color, background) ? color : plain);
+    if (color.isValid() && isReadable(color, palette.color(QPalette::Base)))
+        palette.setColor(QPalette::Text, color);
+    sample.setForegroundRole(QPalette::Text);
     sample.setPalette(palette);
     sample.setFont(font);
 }
@@ -128,8 +127,8 @@ void DisplayPage::onEdited()
     m_receiveColor->setEnabled(colored);
     m_sendColor->setEnabled(colored);
     const QFont font = chosenFont();
-    paintSample(*m_receiveSample, font, colored ? m_receiveColor->color() : QColor());
-    paintSample(*m_sendSample, font, colored ? m_sendColor->color() : QColor());
+    paintSample(*m_receiveSample, palette(), font, colored ? m_receiveColor->color() : QColor());
+    paintSample(*m_sendSample, palette(), font, colored ? m_sendColor->color() : QColor());
     revalidate();
 }
 

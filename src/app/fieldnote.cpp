@@ -1,5 +1,7 @@
 #include "app/fieldnote.h"
 
+#include "app/wrappedlabel.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QStyle>
@@ -7,13 +9,10 @@
 FieldNote::FieldNote(QWidget* parent)
     : QWidget(parent)
     , m_icon(new QLabel(this))
-    , m_text(new QLabel(this))
+    , m_text(new WrappedLabel({}, this))
 {
     const int iconSize = style()->pixelMetric(QStyle::PM_SmallIconSize);
     m_icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(iconSize));
-    m_text->setTextFormat(Qt::PlainText);
-    m_text->setWordWrap(true);
-    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

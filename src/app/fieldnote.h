@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class QLabel;
+class WrappedLabel;
 
 // What is wrong with a field, in a line right below it: an icon and a text, so that it is told by
 // shape and words and not by colour alone. Can be copied with the mouse. Empty until told.
@@ -20,5 +21,5 @@ public:
 
 private:
     QLabel* m_icon;
-    QLabel* m_text;
+    WrappedLabel* m_text;
 };

@@ -9,6 +9,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr int kerning = 4; // pixels
+
 bool isLatin(QChar c)
 {
     return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
@@ -39,6 +41,8 @@ QString withMnemonic(QString text, QSet<QChar>& taken)
     for (char16_t c = u'A'; c <= u'Z'; ++c) {
         if (!taken.contains(c)) {
             taken.insert(c);
+            while (text.endsWith(u' '))
+                text.chop(1);
             return u"%1 (&%2)"_s.arg(text, QChar(c));
         }
     }
@@ -75,4 +79,8 @@ void assignMnemonics(QWidget& root, QLatin1StringView taken)
         note(button->text());
     assign(labels, letters);
     assign(buttons, letters);
+    // A text with a mnemonic is drawn in pieces, without the kerning between them that its width
+    // was measured with.
+    for (QLabel* label : std::as_const(labels))
+        label->setMinimumWidth(label->sizeHint().width() + kerning);
 }

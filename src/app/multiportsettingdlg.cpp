@@ -33,6 +33,7 @@ MultiPortSettingDlg::MultiPortSettingDlg(const SerialPortCatalog& catalog, const
     layout->setSpacing(8);
     layout->addWidget(m_pages, 1);
     layout->addWidget(m_buttons);
+    resize(sizeHint() + QSize(0, PageStack::spareRows * fontMetrics().height()));
 
     QPushButton* ok = m_buttons->button(QDialogButtonBox::Ok);
     ok->setEnabled(m_pages->problem().isEmpty());

@@ -2,6 +2,7 @@
 
 #include "app/connectionpage.h"
 #include "app/mnemonics.h"
+#include "app/pagestack.h"
 #include "terminal/settingscolumn.h"
 
 #include <QDialogButtonBox>
@@ -56,6 +57,7 @@ void NewConnectionDialog::buildLayout()
     layout->addWidget(new SettingsColumn(m_connection, this), 1);
     layout->addWidget(where);
     layout->addWidget(m_buttons);
+    resize(sizeHint() + QSize(0, PageStack::spareRows * fontMetrics().height()));
 }
 
 void NewConnectionDialog::onChanged()

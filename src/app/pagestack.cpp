@@ -13,6 +13,12 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+constexpr int rowPadding = 8;
+
+} // namespace
+
 PageStack::PageStack(QWidget* parent)
     : QWidget(parent)
     , m_list(new QListWidget(this))
@@ -21,8 +27,11 @@ PageStack::PageStack(QWidget* parent)
 {
     m_list->setObjectName("settingsPageList"_L1);
     m_list->setAccessibleName(tr("Pages"));
+    const int icon = style()->pixelMetric(QStyle::PM_SmallIconSize);
+    m_list->setIconSize({icon, icon});
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_note->setObjectName("settingsProblem"_L1);
+    m_note->setContentsMargins(rowPadding, 0, 0, 0);
 
     auto* right = new QVBoxLayout;
     right->setSpacing(8);
@@ -53,9 +62,13 @@ void PageStack::addPage(SettingsPage* page, const QString& title)
     auto* column = new SettingsColumn(page);
     m_stack->addWidget(column);
     m_pages.append(page);
-    m_list->addItem(title);
-    constexpr int padding = 32; // room for the mark of a page that cannot be accepted
-    m_list->setFixedWidth(m_list->sizeHintForColumn(0) + padding);
+    auto* item = new QListWidgetItem(title, m_list);
+    const QFontMetrics metrics(m_list->font());
+    // With room for the mark of a page that cannot be accepted, so that a mark moves nothing.
+    const int icon = m_list->iconSize().width();
+    item->setSizeHint({metrics.horizontalAdvance(title) + icon + 3 * rowPadding,
+        std::max(metrics.height(), icon) + rowPadding});
+    m_list->setFixedWidth(m_list->sizeHintForColumn(0) + 2 * m_list->frameWidth() + rowPadding);
     if (m_list->currentRow() < 0)
         m_list->setCurrentRow(0);
     refresh();

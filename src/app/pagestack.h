@@ -16,6 +16,10 @@ class PageStack final : public QWidget
     Q_DISABLE_COPY_MOVE(PageStack)
 
 public:
+    // What is wrong on a page is told between its rows: a dialog that is so many lines of text
+    // higher than its pages need not scroll for it.
+    static constexpr int spareRows = 6;
+
     explicit PageStack(QWidget* parent = nullptr);
     ~PageStack() override;
 

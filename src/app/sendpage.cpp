@@ -1,15 +1,20 @@
 #include "app/sendpage.h"
 
 #include "app/recordedits.h"
+#include "app/settings/quicksettingsgroups.h"
 #include "terminal/sendpanel.h"
 
-#include <QVBoxLayout>
+using namespace Qt::Literals::StringLiterals;
 
 SendPage::SendPage(QWidget* parent)
     : SettingsPage(parent)
     , m_panel(new SendPanel(this))
 {
     takePanel(*m_panel);
+    // Sending line by line is a way of repeating that no record keeps.
+    QStringList fields = QuickSettingsGroups::defaultFieldOrder(u"send"_s);
+    fields.removeAll(u"txLineByLine"_s);
+    m_panel->form().arrange(fields);
     watchFields(*m_panel);
 }
 

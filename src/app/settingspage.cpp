@@ -1,6 +1,7 @@
 #include "app/settingspage.h"
 
 #include "app/fieldnote.h"
+#include "app/wrappedlabel.h"
 
 #include <QAbstractButton>
 #include <QComboBox>
@@ -10,11 +11,23 @@
 #include <QLineEdit>
 #include <QSpinBox>
 
+namespace {
+
+constexpr int leastCharacters = 56; // so that hints are sentences, not columns of words
+
+} // namespace
+
 SettingsPage::SettingsPage(QWidget* parent)
     : QWidget(parent)
 {}
 
 SettingsPage::~SettingsPage() = default;
+
+QSize SettingsPage::minimumSizeHint() const
+{
+    const int width = leastCharacters * fontMetrics().averageCharWidth();
+    return QWidget::minimumSizeHint().expandedTo({width, 0});
+}
 
 QFormLayout* SettingsPage::makeForm()
 {
@@ -28,8 +41,12 @@ QFormLayout* SettingsPage::makeForm()
 
 QFormLayout* SettingsPage::takePanel(QGroupBox& panel)
 {
+    panel.setAccessibleName(panel.title());
     panel.setTitle({});
-    panel.setFlat(true);
+    panel.installEventFilter(this);
+    // Beside the field an Apply button waits for the first edit.
+    for (QSpinBox* box : panel.findChildren<QSpinBox*>())
+        box->setKeyboardTracking(true);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(&panel);
@@ -38,13 +55,23 @@ QFormLayout* SettingsPage::takePanel(QGroupBox& panel)
     Q_ASSERT(form);
     form->setContentsMargins(8, 8, 8, 8);
     form->setVerticalSpacing(8);
+    form->setRowWrapPolicy(QFormLayout::DontWrapRows);
     return form;
+}
+
+// The frame of a group would part the page from itself.
+bool SettingsPage::eventFilter(QObject* watched, QEvent* event)
+{
+    return event->type() == QEvent::Paint || QWidget::eventFilter(watched, event);
 }
 
 void SettingsPage::watchFields(QWidget& root)
 {
-    for (const QLineEdit* edit : root.findChildren<QLineEdit*>())
-        connect(edit, &QLineEdit::textChanged, this, &SettingsPage::revalidate);
+    for (const QLineEdit* edit : root.findChildren<QLineEdit*>()) {
+        // A number that is half typed is not read: reading it would complete it.
+        if (!qobject_cast<QAbstractSpinBox*>(edit->parentWidget()))
+            connect(edit, &QLineEdit::textChanged, this, &SettingsPage::revalidate);
+    }
     for (const QComboBox* box : root.findChildren<QComboBox*>())
         connect(box, &QComboBox::currentIndexChanged, this, &SettingsPage::revalidate);
     for (const QAbstractButton* button : root.findChildren<QAbstractButton*>())
@@ -67,10 +94,7 @@ void SettingsPage::addCheck(QFormLayout* form, QWidget* field, Check check)
 
 QLabel* SettingsPage::addHint(QFormLayout* form, const QString& text)
 {
-    auto* hint = new QLabel(text);
-    hint->setTextFormat(Qt::PlainText);
-    hint->setWordWrap(true);
-    hint->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto* hint = new WrappedLabel(text);
     form->addRow(QString(), hint);
     return hint;
 }

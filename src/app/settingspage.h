@@ -27,11 +27,15 @@ public:
     // The field to put right, null when all is well.
     [[nodiscard]] QWidget* problemField() const { return m_problemField; }
 
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
 Q_SIGNALS:
     // Something on the page changed, by a person or by loading; problem() is up to date.
     void changed();
 
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
     using Check = std::function<QString()>; // what is wrong for people, or nothing
 
     // The form of a page: labels and fields on the 8 pixel grid.
