@@ -4,6 +4,7 @@
 #include "terminal/controllinerow.h"
 #include "terminal/noticebar.h"
 #include "terminal/panestatusline.h"
+#include "terminal/peerpanel.h"
 #include "terminal/quicksettingslayout.h"
 #include "terminal/receivepanel.h"
 #include "terminal/sendeditor.h"
@@ -32,6 +33,7 @@ PaneView::PaneView(QWidget* parent)
     , m_notice(new NoticeBar)
     , m_view(new ReceiveView)
     , m_find(new FindBar(*m_view))
+    , m_peers(new PeerPanel)
     , m_editor(new SendEditor)
     , m_status(new PaneStatusLine(this))
     , m_column(buildSettingsColumn())
@@ -74,6 +76,7 @@ QWidget* PaneView::buildTerminal()
     layout->addWidget(m_notice);
     layout->addWidget(m_view, 1);
     layout->addWidget(m_find);
+    layout->addWidget(m_peers);
 
     auto* terminal = new QSplitter(Qt::Vertical);
     terminal->setChildrenCollapsible(false);

@@ -8,6 +8,7 @@ class ControlLineRow;
 class FindBar;
 class NoticeBar;
 class PaneStatusLine;
+class PeerPanel;
 class QSplitter;
 class QuickSettingsLayout;
 class ReceivePanel;
@@ -35,6 +36,7 @@ public:
     [[nodiscard]] QuickSettingsLayout& quickSettings() const { return *m_quickSettings; }
     [[nodiscard]] ReceiveView& receiveView() const { return *m_view; }
     [[nodiscard]] FindBar& findBar() const { return *m_find; }
+    [[nodiscard]] PeerPanel& peerPanel() const { return *m_peers; }
     [[nodiscard]] NoticeBar& noticeBar() const { return *m_notice; }
     [[nodiscard]] SendEditor& sendEditor() const { return *m_editor; }
     [[nodiscard]] PaneStatusLine& statusLine() const { return *m_status; }
@@ -63,6 +65,7 @@ private:
     NoticeBar* m_notice;
     ReceiveView* m_view;
     FindBar* m_find;
+    PeerPanel* m_peers;
     SendEditor* m_editor;
     PaneStatusLine* m_status;
     std::unique_ptr<QuickSettingsLayout> m_quickSettings;

@@ -2,15 +2,16 @@
 
 #include <QAbstractTableModel>
 #include <QDateTime>
+#include <QHash>
 #include <QTimer>
 #include <functional>
 
 // The peers of one pane: clients of its TCP server, or the senders that its UDP server has heard.
 //
-// Above them stand the targets that are no peer: everybody, and for UDP whoever spoke last. A peer
-// that leaves while it is the chosen target stays listed as gone, so that nothing meant for it goes
-// to somebody else. What arrives is told record by record; views hear of it at most every
-// kRefreshMs. Owned by the PeerPanel.
+// Above them stand the targets that are no peer: whoever spoke last (UDP) and everybody, with the
+// totals. A peer that leaves while it is the chosen target stays listed as gone, so that nothing
+// meant for it goes to somebody else. Views hear of traffic at most every kRefreshMs. Bounds are
+// those of the transports: it holds a row for each of their peers. Owned by the PeerPanel.
 class PeerListModel final : public QAbstractTableModel
 {
     Q_OBJECT
@@ -19,40 +20,44 @@ class PeerListModel final : public QAbstractTableModel
 public:
     enum Column { Address, Received, Sent, LastHeard, LastMessage, ColumnCount };
     enum class Kind { TcpClients, UdpPeers };
-    // The row's Target and, for a peer, its key.
-    enum Role { TargetRole = Qt::UserRole, KeyRole };
-    enum class Target { All, LastSender, Peer };
+    enum class Target { LastSender, All, Peer };
 
     using Clock = std::function<QDateTime()>;
 
     static constexpr int kRefreshMs = 250;
-    // Of a message, for the preview: as much as a column can show.
+    // Of a message, for the preview: more than a column shows.
     static constexpr qsizetype kPreviewBytes = 64;
 
+    // With the system's clock.
     explicit PeerListModel(QObject* parent = nullptr);
-    // `clock` gives the local time for when a peer was last heard.
-    PeerListModel(Clock clock, QObject* parent = nullptr);
+    // `clock` gives the local time.
+    explicit PeerListModel(Clock clock, QObject* parent = nullptr);
     ~PeerListModel() override;
 
     // Forgets all peers and lists those of another kind from now on.
     void setKind(Kind kind);
     [[nodiscard]] Kind kind() const { return m_kind; }
 
+    // A peer that is listed already is there again.
     void addPeer(const QString& key);
     void removePeer(const QString& key);
+    // Forgets all peers and the totals.
     void clear();
-    // Bytes from, or on their way to, a peer; one that is not listed counts for the totals only.
+    // Bytes from, or gone to, a peer; one that is not listed counts in the totals only.
     void noteReceived(const QString& key, const QByteArray& bytes);
     void noteSent(const QString& key, qint64 bytes);
-
-    // The peer that is kept when it leaves; empty for none.
+    // The peer that stays listed when it leaves; empty for none.
     void setChosenPeer(const QString& key);
 
     // Peers that are there.
     [[nodiscard]] int peerCount() const;
-    // -1 when not listed.
-    [[nodiscard]] int rowOf(const QString& key) const;
-    [[nodiscard]] int rowOf(Target target) const;
+    // What a row stands for; the key of a Target::Peer.
+    [[nodiscard]] Target targetAt(int row) const;
+    [[nodiscard]] QString keyAt(int row) const;
+    // Whether the row is a peer that left.
+    [[nodiscard]] bool isGone(int row) const;
+    // The row of a target; -1 when there is none. `key` counts with Target::Peer only.
+    [[nodiscard]] int rowOf(Target target, const QString& key = {}) const;
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] int columnCount(const QModelIndex& parent = {}) const override;
@@ -61,7 +66,8 @@ public:
         int section, Qt::Orientation orientation, int role) const override;
 
 Q_SIGNALS:
-    void peerCountChanged();
+    // A peer came, left or was forgotten.
+    void peersChanged();
 
 private:
     struct Peer
@@ -69,19 +75,19 @@ private:
         QString key;
         qint64 received = 0;
         qint64 sent = 0;
-        QDateTime lastHeard; // invalid while nothing was
-        QByteArray preview;  // at most kPreviewBytes
+        QTime lastHeard;    // invalid while nothing was
+        QByteArray preview; // at most kPreviewBytes
         bool gone = false;
         bool changed = false; // and not told yet
     };
 
-    [[nodiscard]] int firstPeerRow() const { return m_kind == Kind::UdpPeers ? 2 : 1; }
-    [[nodiscard]] QString text(int row, int column) const;
+    [[nodiscard]] int targetRows() const { return m_kind == Kind::UdpPeers ? 2 : 1; }
     [[nodiscard]] QString addressText(int row) const;
-    Peer* find(const QString& key);
-    void touch(Peer* peer);
+    [[nodiscard]] QString text(int row, int column) const;
+    void touch(const QString& key, const std::function<void(Peer&)>& change);
     void tellChanges();
-    void dropRow(int row);
+    void drop(int index);
+    void forgetGone();
 
     Clock m_clock;
     Kind m_kind = Kind::TcpClients;

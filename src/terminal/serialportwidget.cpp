@@ -15,6 +15,7 @@
 #include "terminal/panestatusline.h"
 #include "terminal/panetraffic.h"
 #include "terminal/paneview.h"
+#include "terminal/peerdesk.h"
 #include "terminal/quicksettingslayout.h"
 #include "terminal/receivedesk.h"
 #include "terminal/receivepipeline.h"
@@ -50,6 +51,8 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     , m_sendDesk(
           std::make_unique<SendDesk>(m_view->sendEditor(), m_traffic->send(), m_records->format()))
     , m_receiveDesk(std::make_unique<ReceiveDesk>(m_view->receiveView(), m_traffic->send()))
+    , m_peerDesk(std::make_unique<PeerDesk>(
+          m_view->peerPanel(), *m_controller, m_traffic->receive(), m_traffic->writer()))
     , m_repeat(std::make_unique<RepeatSender>(RepeatSender::Pane{[this] { return isOpen(); },
           [this] { return m_view->sendEditor().text(); },
           [this](const QString& text) {
@@ -182,6 +185,8 @@ void SerialPortWidget::wireLines()
     });
     connect(m_remote.get(), &RemoteSerialLink::statusMessage, this,
         &SerialPortWidget::showStatusMessage);
+    connect(m_remote.get(), &RemoteSerialLink::summaryChanged, &m_view->connectionPanel(),
+        &ConnectionPanel::setRemoteSummary);
 }
 
 void SerialPortWidget::wirePanels()
@@ -256,6 +261,7 @@ void SerialPortWidget::showState()
     m_view->connectionPanel().setConnectionActive(isActive());
     m_view->statusLine().setState(connectionSummary(), stateText(), isOpen());
     m_lines->refresh();
+    m_peerDesk->show(settings().connMode);
     Q_EMIT stateChanged();
 }
 

@@ -13,6 +13,7 @@ class LineDrivers;
 class PaneRecords;
 class PaneTraffic;
 class PaneView;
+class PeerDesk;
 class ReceiveDesk;
 class RemoteSerialLink;
 class RepeatSender;
@@ -134,6 +135,7 @@ private:
     std::unique_ptr<RunControl> m_run;
     std::unique_ptr<SendDesk> m_sendDesk;
     std::unique_ptr<ReceiveDesk> m_receiveDesk;
+    std::unique_ptr<PeerDesk> m_peerDesk;
     std::unique_ptr<RepeatSender> m_repeat;
     std::unique_ptr<LineDrivers> m_drivers;
     std::unique_ptr<ControlLines> m_lines;

@@ -74,6 +74,7 @@ private Q_SLOTS:
     void closedByThePersonStaysClosed();
     void failedStarts_data();
     void failedStarts();
+    void aServerKeepsItsClientsWhenStartedAgain();
     void failedTcpConnect();
     void messageMayOpenFirst();
     void changedModeClosesTheOldConnection();
@@ -299,6 +300,7 @@ void TestConnectionSupervisor::closedByThePersonStaysClosed_data()
     QTest::addColumn<connectionMode>("mode");
     QTest::newRow("serial port") << connectionMode::SerialPort;
     QTest::newRow("TCP client") << connectionMode::TcpClient;
+    QTest::newRow("TCP server") << connectionMode::TcpServer;
     QTest::newRow("UDP server") << connectionMode::UdpServer;
     QTest::newRow("UDP client") << connectionMode::UdpClient;
 }
@@ -312,7 +314,7 @@ void TestConnectionSupervisor::closedByThePersonStaysClosed()
     Bench bench;
     bench.settings.connMode = mode;
     bench.settings.portName = cable.portA();
-    bench.settings.targetPort = peer.port();
+    bench.settings.targetPort = mode == connectionMode::TcpServer ? 0 : peer.port();
     bench.settings.udpServerPort = 0;
     bench.settings.udpLocalPort = 0;
     bench.supervisor.setAutoReconnect(true);
@@ -377,6 +379,34 @@ void TestConnectionSupervisor::failedStarts()
     QCOMPARE(bench.errors.size(), 1);
     QVERIFY(bench.supervisor.lastError().contains(says));
     QCOMPARE(bench.states, QByteArray());
+}
+
+void TestConnectionSupervisor::aServerKeepsItsClientsWhenStartedAgain()
+{
+    Bench bench;
+    bench.settings.connMode = connectionMode::TcpServer;
+    bench.settings.targetPort = 0;
+    QVERIFY(bench.start());
+    TcpPeer peer;
+    peer.connectTo(bench.controller.tcpServerPort());
+    QTRY_COMPARE(bench.controller.tcpServerClients().size(), 1);
+    QVERIFY2(bench.start(), "a message sent by hand ends in a start");
+    QCOMPARE(bench.controller.tcpServerClients().size(), 1);
+
+    Bench second;
+    second.settings.connMode = connectionMode::TcpServer;
+    second.settings.targetPort = bench.controller.tcpServerPort();
+    second.supervisor.setAutoReconnect(true);
+    QVERIFY(!second.start());
+    const QString failure =
+        u"TCP listen on port %1 FAILED: "_s.arg(bench.controller.tcpServerPort());
+    QVERIFY(second.supervisor.lastError().startsWith(failure));
+    QCOMPARE(second.errors, QStringList(second.supervisor.lastError()));
+    QVERIFY(!second.timerRuns());
+    bench.supervisor.stop();
+    QTRY_VERIFY(!peer.isOpen());
+    QCOMPARE(bench.states, QByteArray("oc"));
+    QVERIFY(second.start());
 }
 
 void TestConnectionSupervisor::failedTcpConnect()

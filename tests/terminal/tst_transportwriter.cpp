@@ -69,6 +69,7 @@ private Q_SLOTS:
     void tcpConnectsAndKeepsTheMessage();
     void udpClientsFirstMessageArrives();
     void udpServerAnswersPeers();
+    void tcpServerSendsToAllOrToOne();
     void rawBytes();
     void otherModesSendNothing_data();
     void otherModesSendNothing();
@@ -215,13 +216,52 @@ void TestTransportWriter::udpServerAnswersPeers()
     bench.writer.setSelectedPeer(firstKey);
     QVERIFY(bench.send.sendText(u"to the chosen"_s));
     QTRY_COMPARE(first.receivedBytes(), QByteArray("to the chosen"));
+    bench.writer.setSelectedPeer({});
+    bench.writer.setSendToAllUdpPeers(true);
+    QVERIFY(bench.send.sendText(u"!"_s));
+    QTRY_COMPARE(second.receivedBytes(), QByteArray("to the last!"));
     bench.writer.setSelectedPeer(u"127.0.0.1:1"_s);
     QVERIFY2(!bench.send.sendText(u"to a stranger"_s), "nobody else gets it");
 
     QCOMPARE(bench.send.writeRaw("<all>", false, UdpTargetMode::Broadcast, {}), 5);
     QCOMPARE(bench.send.writeRaw("<key>", false, UdpTargetMode::Broadcast, firstKey), 5);
-    QTRY_COMPARE(first.receivedBytes(), QByteArray("to the chosen<all><key>"));
-    QTRY_COMPARE(second.receivedBytes(), QByteArray("to the last<all>"));
+    QTRY_COMPARE(first.receivedBytes(), QByteArray("to the chosen!<all><key>"));
+    QTRY_COMPARE(second.receivedBytes(), QByteArray("to the last!<all>"));
+}
+
+void TestTransportWriter::tcpServerSendsToAllOrToOne()
+{
+    TcpPeer peer;
+    Bench bench;
+    bench.settings.connMode = connectionMode::TcpServer;
+    QSignalSpy status(&bench.controller, &ConnectionController::statusMessage);
+    QVERIFY(!bench.send.sendText(u"anybody?"_s));
+    bench.controller.listenTcpServer(0, QHostAddress(QHostAddress::LocalHost));
+    QVERIFY(!bench.send.sendText(u"anybody?"_s));
+    QCOMPARE(status.size(), 2);
+    QCOMPARE(status[1][0].toString(), u"No TCP client is connected: nothing was sent"_s);
+    QCOMPARE(bench.send.writeRaw("raw", false, UdpTargetMode::Broadcast, {}), 0);
+    QCOMPARE(status.size(), 2);
+
+    for (const int clients : {1, 2}) {
+        peer.connectTo(bench.controller.tcpServerPort());
+        QTRY_COMPARE(bench.controller.tcpServerClients().size(), clients);
+    }
+    const QString second = bench.controller.tcpServerClients().at(1);
+    QVERIFY(bench.send.sendText(u"all "_s));
+    bench.writer.setSelectedPeer(second);
+    QVERIFY(bench.send.sendText(u"one "_s));
+    QCOMPARE(bench.send.writeRaw("<all>", false, UdpTargetMode::LastSender, {}), 5);
+    QCOMPARE(bench.send.writeRaw("<key>", false, UdpTargetMode::LastSender, second), 5);
+    QTRY_COMPARE(peer.received(0), "all <all>"_ba);
+    QTRY_COMPARE(peer.received(1), "all one <all><key>"_ba);
+    QCOMPARE(bench.send.sentBytes(), 18);
+
+    peer.close(1);
+    QTRY_COMPARE(bench.controller.tcpServerClients().size(), 1);
+    QVERIFY2(!bench.send.sendText(u"for the second only"_s), "nobody else gets it");
+    QVERIFY(status.last()[0].toString().startsWith("The chosen TCP client is gone"_L1));
+    QCOMPARE(bench.send.writeRaw("x", false, UdpTargetMode::LastSender, second), 0);
 }
 
 void TestTransportWriter::rawBytes()
@@ -242,7 +282,6 @@ void TestTransportWriter::rawBytes()
 void TestTransportWriter::otherModesSendNothing_data()
 {
     QTest::addColumn<connectionMode>("mode");
-    QTest::newRow("server") << connectionMode::TcpServer;
     QTest::newRow("none") << connectionMode::NoTransport;
     QTest::newRow("RFC 2217") << connectionMode::RemoteSerialRfc2217;
     QTest::newRow("relay") << connectionMode::RemoteSerialCloudRelay;

@@ -1,0 +1,232 @@
+// One server pane with 200 clients at once, each of which sends and receives a stream of numbered
+// lines of its own: what arrives is compared byte by byte, at both ends. Prints the throughput and
+// the longest time that the event loop was away. One iteration carries kBytesEach for each client
+// and direction.
+#include "connections/connectioncontroller.h"
+#include "terminal/peerdesk.h"
+#include "terminal/peerpanel.h"
+#include "terminal/receivepipeline.h"
+#include "terminal/sendpipeline.h"
+#include "terminal/transportreader.h"
+#include "terminal/transportwriter.h"
+#include "terminal/view/receiveview.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QHash>
+#include <QStandardPaths>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr int kClients = 200;
+constexpr qsizetype kBytesEach = qsizetype{64} * 1024;
+constexpr qsizetype kBlock = 1000; // cuts lines anywhere
+
+QByteArray numbered(int client, char direction)
+{
+    QByteArray bytes;
+    bytes.reserve(kBytesEach + 32);
+    for (int line = 0; bytes.size() < kBytesEach; ++line)
+        bytes += QByteArray::number(client) + direction + QByteArray::number(line) + '\n';
+    bytes.truncate(kBytesEach);
+    return bytes;
+}
+
+// The next block of a stream; empty at its end.
+QByteArray blockAt(const QByteArray& stream, qsizetype& at)
+{
+    const QByteArray block = stream.mid(at, kBlock);
+    at += block.size();
+    return block;
+}
+
+// A client and, beside it, what the server has to do with it.
+struct Client
+{
+    QTcpSocket socket;
+    QString key;
+    QByteArray up;
+    QByteArray down;
+    qsizetype sentUp = 0;
+    qsizetype sentDown = 0;
+    QByteArray heardUp;
+    QByteArray heardDown;
+};
+
+// Notes how long the event loop does not come round.
+class StallClock final : public QObject
+{
+public:
+    StallClock()
+    {
+        m_clock.start();
+        m_timer.setTimerType(Qt::PreciseTimer);
+        connect(&m_timer, &QTimer::timeout, this,
+            [this] { m_longestMs = std::max(m_longestMs, m_clock.restart()); });
+        m_timer.start(1);
+    }
+    [[nodiscard]] qint64 longestMs() const { return m_longestMs; }
+
+private:
+    QElapsedTimer m_clock;
+    QTimer m_timer;
+    qint64 m_longestMs = 0;
+};
+
+class Load final
+{
+public:
+    // `write` sends to the client of a key.
+    using Write = std::function<void(const QString& key, const QByteArray& bytes)>;
+
+    Load(quint16 port, Write write)
+        : m_write(std::move(write))
+    {
+        for (int i = 0; i < kClients; ++i) {
+            auto client = std::make_unique<Client>();
+            client->up = numbered(i, '>');
+            client->down = numbered(i, '<');
+            Client* own = client.get();
+            QObject::connect(&own->socket, &QTcpSocket::readyRead, &own->socket,
+                [own] { own->heardDown += own->socket.readAll(); });
+            own->socket.connectToHost(QHostAddress(QHostAddress::LocalHost), port);
+            m_clients.push_back(std::move(client));
+        }
+        while (!allConnected())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        for (const auto& client : m_clients) {
+            client->key = QStringLiteral("127.0.0.1:%1").arg(client->socket.localPort());
+            m_byKey.insert(client->key, client.get());
+        }
+    }
+
+    void heard(const QString& key, const QByteArray& bytes)
+    {
+        if (Client* client = m_byKey.value(key))
+            client->heardUp += bytes;
+    }
+
+    void run()
+    {
+        for (const auto& client : m_clients) {
+            client->sentUp = client->sentDown = 0;
+            client->heardUp.clear();
+            client->heardDown.clear();
+        }
+        while (!complete()) {
+            for (const auto& client : m_clients) {
+                if (client->socket.bytesToWrite() < kBlock)
+                    client->socket.write(blockAt(client->up, client->sentUp));
+                // As a device does: the next block once the client has most of the last ones.
+                if (client->sentDown - client->heardDown.size() < 8 * kBlock)
+                    m_write(client->key, blockAt(client->down, client->sentDown));
+            }
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
+    }
+
+    [[nodiscard]] bool intact() const
+    {
+        return std::all_of(m_clients.begin(), m_clients.end(), [](const auto& client) {
+            return client->heardUp == client->up && client->heardDown == client->down;
+        });
+    }
+
+private:
+    [[nodiscard]] bool allConnected() const
+    {
+        return std::all_of(m_clients.begin(), m_clients.end(), [](const auto& client) {
+            return client->socket.state() == QAbstractSocket::ConnectedState;
+        });
+    }
+    [[nodiscard]] bool complete() const
+    {
+        return std::all_of(m_clients.begin(), m_clients.end(), [](const auto& client) {
+            return client->heardUp.size() >= client->up.size()
+                   && client->heardDown.size() >= client->down.size();
+        });
+    }
+
+    Write m_write;
+    std::vector<std::unique_ptr<Client>> m_clients;
+    QHash<QString, Client*> m_byKey;
+};
+
+void report(benchmark::State& state, const Load& load, const StallClock& stall)
+{
+    if (!load.intact())
+        state.SkipWithError("bytes were lost, crossed or reordered");
+    state.SetBytesProcessed(state.iterations() * 2 * kClients * kBytesEach);
+    state.counters["longest_stall_ms"] = double(stall.longestMs());
+}
+
+void controllerAlone(benchmark::State& state)
+{
+    ConnectionController controller;
+    controller.listenTcpServer(0, QHostAddress(QHostAddress::LocalHost));
+    Load load(controller.tcpServerPort(), [&](const QString& key, const QByteArray& bytes) {
+        controller.sendTcpServerTo(key, bytes);
+    });
+    QObject::connect(&controller, &ConnectionController::serverMessage, &controller,
+        [&](const QString& key) { load.heard(key, controller.serverMessageFor(key)); });
+    while (controller.tcpServerClients().size() < kClients)
+        QCoreApplication::processEvents();
+    const StallClock stall;
+    for (auto _ : state)
+        load.run();
+    report(state, load, stall);
+}
+
+// With the view, the list of clients and the road of sent bytes: what a pane is made of.
+void controllerAndView(benchmark::State& state)
+{
+    ReceiveView view;
+    view.resize(800, 500);
+    view.show();
+    PeerPanel panel;
+    panel.resize(800, 150);
+    Settings settings;
+    settings.connMode = connectionMode::TcpServer;
+    ConnectionController controller;
+    ReceivePipeline receive(view);
+    const TransportReader reader(controller, receive, settings);
+    TransportWriter writer(controller, [&settings] { return settings; });
+    SendPipeline send(writer, receive);
+    PeerDesk desk(panel, controller, receive, writer);
+    controller.listenTcpServer(0, QHostAddress(QHostAddress::LocalHost));
+    receive.start();
+    desk.show(settings.connMode);
+    Load load(controller.tcpServerPort(), [&](const QString& key, const QByteArray& bytes) {
+        send.writeRaw(bytes, false, UdpTargetMode::LastSender, key);
+    });
+    QObject::connect(&receive, &ReceivePipeline::rxTapped, &view,
+        [&](const QByteArray& bytes, const QString& key) { load.heard(key, bytes); });
+    while (controller.tcpServerClients().size() < kClients)
+        QCoreApplication::processEvents();
+    const StallClock stall;
+    for (auto _ : state)
+        load.run();
+    report(state, load, stall);
+}
+
+} // namespace
+
+BENCHMARK(controllerAlone)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(4);
+BENCHMARK(controllerAndView)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(4);
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QStandardPaths::setTestModeEnabled(true);
+    const QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
