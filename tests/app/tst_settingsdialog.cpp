@@ -71,6 +71,7 @@ private Q_SLOTS:
     void aFaultIsTold();
     void oneGroupMustBeShown();
     void modesKeepWhatWasTyped();
+    void numbersAreTypedInPeace();
     void connectionFaults_data();
     void connectionFaults();
     void portBehindAHost_data();
@@ -222,6 +223,23 @@ void SettingsDialogTest::modesKeepWhatWasTyped()
     QCOMPARE(settings.targetHost, u"plc.example"_s);
     QCOMPARE(settings.targetHosts.constFirst(), u"plc.example"_s);
     QCOMPARE(settings.targetPort, 4001);
+}
+
+// Nothing reads, and so completes, a number of which the first digit alone is too small.
+void SettingsDialogTest::numbersAreTypedInPeace()
+{
+    SettingsDialog dialog(u"Port"_s, defaultValues(), m_catalog);
+    dialog.open();
+    child<QListWidget>(dialog, u"settingsPageList"_s).setCurrentRow(1);
+    child<QAbstractButton>(dialog, u"rxAutoFeedLine"_s).click();
+    button(dialog, QDialogButtonBox::Apply).click();
+    auto& interval = child<QSpinBox>(dialog, u"autoFeedInterval"_s);
+    interval.selectAll();
+    QTest::keyClicks(&interval, u"3"_s);
+    QVERIFY(!button(dialog, QDialogButtonBox::Apply).isEnabled());
+    QTest::keyClicks(&interval, u"5"_s);
+    QVERIFY(button(dialog, QDialogButtonBox::Apply).isEnabled());
+    QCOMPARE(dialog.formatSetting().autoFeedInterval, 35);
 }
 
 void SettingsDialogTest::connectionFaults_data()

@@ -33,7 +33,9 @@ void edit(const QWidget& page, const QString& name)
             number->value() == number->maximum() ? number->minimum() : number->value() + 1);
     else if (auto* time = qobject_cast<QTimeEdit*>(field))
         time->setTime(time->time().addSecs(61));
-    else if (auto* box = qobject_cast<QComboBox*>(field))
+    else if (auto* box = qobject_cast<QComboBox*>(field); box && box->isEditable())
+        box->setEditText(box->currentText() + u'7');
+    else if (box)
         box->setCurrentIndex(box->currentIndex() == 0 ? 1 : 0);
     else if (auto* button = qobject_cast<QAbstractButton*>(field))
         button->click();
@@ -48,9 +50,22 @@ CopyField<Record> field(Values Record::*... members)
     return [=](Record& to, const Record& from) { ((to.*members = from.*members), ...); };
 }
 
+// An edit of the field that the data row is named after, if the page has it.
+template<typename Page, typename Record>
+void editOn(Page& page, const Record& before, Record& after)
+{
+    const QString name = QString::fromLatin1(QTest::currentDataTag());
+    if (!page.template findChild<QWidget*>(name))
+        return;
+    page.load(before);
+    edit(page, name);
+    page.store(after);
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(CopyField<FormatSetting>)
+Q_DECLARE_METATYPE(CopyField<Settings>)
 
 // The pages of the settings dialogs, each on its own.
 class SettingsPagesTest final : public QObject
@@ -61,6 +76,8 @@ private Q_SLOTS:
     void nothingEditedNothingChanged();
     void anEditChangesItsFieldOnly_data();
     void anEditChangesItsFieldOnly();
+    void aConnectionEditChangesItsFieldOnly_data();
+    void aConnectionEditChangesItsFieldOnly();
     void generalOptions();
     void limitIsStoredAsShownWhenItBeginsToHold();
     void logNames_data();
@@ -105,6 +122,19 @@ void SettingsPagesTest::anEditChangesItsFieldOnly_data()
 {
     using F = FormatSetting;
     QTest::addColumn<CopyField<F>>("copy");
+    QTest::newRow("receiveEncoding") << field(&F::receiveEncoding);
+    QTest::newRow("rxAutoFeedLine") << field(&F::rxAutoFeedLine);
+    QTest::newRow("autoFeedInterval") << field(&F::autoFeedInterval);
+    QTest::newRow("displayMsgTime") << field(&F::displayMsgTime);
+    QTest::newRow("sendEncoding") << field(&F::sendEncoding);
+    QTest::newRow("formatSend") << field(&F::formatSend);
+    QTest::newRow("autoSend") << field(&F::autoSend);
+    QTest::newRow("sendInterval") << field(&F::sendInterval);
+    QTest::newRow("txLineEndingMode") << field(&F::txLineEndingMode, &F::txAutoFeedLine);
+    QTest::newRow("sendChecksum") << field(&F::sendChecksum);
+    QTest::newRow("terminalEnterMode") << field(&F::terminalEnterMode);
+    QTest::newRow("displaySendMsg") << field(&F::displaySendMsg);
+    QTest::newRow("localEcho") << field(&F::localEcho);
     QTest::newRow("rxTimeFormat") << field(&F::rxTimeFormat);
     QTest::newRow("txTimeFormat") << field(&F::txTimeFormat);
     QTest::newRow("displayFontSize") << field(&F::displayFont);
@@ -129,21 +159,51 @@ void SettingsPagesTest::anEditChangesItsFieldOnly()
     FormatSetting before = RandomRecords(1).format();
     before.displayBufferSize = 5 << 20;
     before.logRotateSize = 7 << 20;
-    before.logRotateAtSize = before.logRotateAtTime = true;
+    before.autoFeedInterval = before.sendInterval = 100;
+    before.sendTimeUnit = before.sendMsgFormat = before.receiveMsgFormat = 1;
+    before.logRotateAtSize = before.logRotateAtTime = before.rxAutoFeedLine = true;
     FormatSetting after = before;
     ReceivePage receive;
+    SendPage send;
     DisplayPage display;
     LogPage log;
-    const auto with = [&](auto& page) {
-        if (!page.template findChild<QWidget*>(QString::fromLatin1(QTest::currentDataTag())))
-            return;
-        page.load(before);
-        edit(page, QString::fromLatin1(QTest::currentDataTag()));
-        page.store(after);
-    };
-    with(receive);
-    with(display);
-    with(log);
+    editOn(receive, before, after);
+    editOn(send, before, after);
+    editOn(display, before, after);
+    editOn(log, before, after);
+    QVERIFY(after != before);
+    copy(after, before);
+    QVERIFY(after == before);
+}
+
+void SettingsPagesTest::aConnectionEditChangesItsFieldOnly_data()
+{
+    using S = Settings;
+    QTest::addColumn<CopyField<S>>("copy");
+    QTest::newRow("connMode") << field(&S::connMode);
+    QTest::newRow("portName") << field(&S::portName);
+    QTest::newRow("baudRate") << field(&S::baudRate, &S::stringBaudRate);
+    QTest::newRow("dataBits") << field(&S::dataBits);
+    QTest::newRow("flowControl") << field(&S::flowControl, &S::stringFlowControl);
+    QTest::newRow("stopBits") << field(&S::stopBits, &S::stringStopBits);
+    QTest::newRow("parity") << field(&S::parity, &S::stringParity);
+    QTest::newRow("dtrOn") << field(&S::dtrOn);
+    QTest::newRow("rtsOn") << field(&S::rtsOn);
+    QTest::newRow("targetHost") << field(&S::targetHost, &S::targetHosts);
+    QTest::newRow("targetPort") << field(&S::targetPort);
+    QTest::newRow("udpLocalPort") << field(&S::udpLocalPort);
+    QTest::newRow("udpServerPort") << field(&S::udpServerPort);
+    QTest::newRow("useRemoteSerialConfig") << field(&S::useRemoteSerialConfig);
+}
+
+void SettingsPagesTest::aConnectionEditChangesItsFieldOnly()
+{
+    QFETCH(const CopyField<Settings>, copy);
+    const Settings before;
+    Settings after = before;
+    const FakeCatalog catalog;
+    ConnectionPage page(catalog, ConnectionPage::Target::Optional);
+    editOn(page, before, after);
     QVERIFY(after != before);
     copy(after, before);
     QVERIFY(after == before);
