@@ -10,6 +10,9 @@ RemoteSerialLink::RemoteSerialLink(ConnectionController& controller, const Setti
     m_timer.setSingleShot(true);
     m_timer.setInterval(kNegotiationTimeout);
     connect(&m_timer, &QTimer::timeout, this, [this] { apply(m_session.onNegotiationTimeout()); });
+    m_inquiryTimer.setInterval(Rfc2217ClientSession::modemStateInquiryMs);
+    connect(
+        &m_inquiryTimer, &QTimer::timeout, this, [this] { send(m_session.modemStateInquiry()); });
     connect(&controller, &ConnectionController::peerArrived, this, &RemoteSerialLink::onConnected);
     connect(&controller, &ConnectionController::tcpClientDisconnected, this,
         &RemoteSerialLink::onDisconnected);
@@ -40,6 +43,7 @@ void RemoteSerialLink::onDisconnected()
         m_controller.setReadThrottled(m_settings.connMode, true);
     }
     m_timer.stop();
+    m_inquiryTimer.stop();
     m_session.reset();
     tellSummary();
 }
@@ -59,6 +63,8 @@ void RemoteSerialLink::apply(const Rfc2217ClientSession::Outcome& outcome)
     if (outcome.negotiationFinished) {
         m_timer.stop();
         pushSettings(m_settings);
+        if (state() == State::ComPortActive)
+            m_inquiryTimer.start();
     }
     tellSummary();
 }

@@ -16,8 +16,8 @@ class ConnectionController;
 // Data flow. Connected: the session's greeting goes out and the negotiation timer starts. Received:
 // TransportReader -> receive() -> payload; what the protocol has to answer goes out at once. Sent:
 // TransportWriter -> encodePayload() -> controller. Settings reach the remote when it agrees to
-// com-port control and whenever they change while it does. A lost connection resets the session;
-// the next one begins anew.
+// com-port control and whenever they change while it does; its inputs are asked for meanwhile. A
+// lost connection resets the session; the next one begins anew.
 //
 // Bounds: the session's. Owned by the pane; controller and settings outlive it.
 class RemoteSerialLink final : public QObject
@@ -35,7 +35,7 @@ public:
     RemoteSerialLink(ConnectionController& controller, const Settings& settings);
     ~RemoteSerialLink() override;
 
-    // For connections from now on.
+    // In force at once, also for a negotiation that has begun.
     void setNegotiationTimeout(std::chrono::milliseconds timeout) { m_timer.setInterval(timeout); }
 
     // Bytes of the connection, cut anywhere; returns the payload.
@@ -70,6 +70,7 @@ private:
     ConnectionController& m_controller;
     const Settings& m_settings;
     Rfc2217ClientSession m_session;
-    QTimer m_timer; // runs while negotiating
+    QTimer m_timer;        // runs while negotiating
+    QTimer m_inquiryTimer; // runs while the remote takes com-port control
     QString m_summary;
 };

@@ -1,0 +1,182 @@
+// The lamps of a pane on the virtual null modem: what one end raises the other end shows, and what
+// is clicked here arrives there.
+#include "connections/serialportcatalog.h"
+#include "support/nullmodem.h"
+#include "terminal/controllines.h"
+#include "terminal/hled.h"
+#include "terminal/serialportwidget.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QSerialPort>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+using End = NullModem::End;
+
+namespace {
+
+class NoPorts final : public SerialPortCatalog
+{
+public:
+    QList<SerialPortDescription> ports() const override { return {}; }
+    bool contains(const QString&) const override { return false; }
+};
+
+struct Bench
+{
+    NullModem modem;
+    NoPorts catalog;
+    SerialPortWidget pane{catalog};
+    QSignalSpy told{&pane, &SerialPortWidget::statusMessage};
+
+    Bench() { pane.show(); }
+
+    bool open(QSerialPort::FlowControl flow = QSerialPort::NoFlowControl)
+    {
+        Settings settings = pane.settings();
+        settings.flowControl = flow;
+        settings.refreshTexts();
+        pane.setSettings(settings);
+        return modem.isValid() && pane.start(modem.portA(), true);
+    }
+    [[nodiscard]] const HLed& lamp(const char* name) const
+    {
+        return *pane.findChild<HLed*>(QLatin1StringView(name));
+    }
+    [[nodiscard]] QAbstractButton* cell(const char* name) const
+    {
+        return pane.findChild<QAbstractButton*>(QLatin1StringView(name));
+    }
+    [[nodiscard]] QCheckBox* box(const QString& text) const
+    {
+        for (QCheckBox* candidate : pane.findChildren<QCheckBox*>()) {
+            if (candidate->text() == text)
+                return candidate;
+        }
+        return nullptr;
+    }
+    [[nodiscard]] QString lastTold() const { return told.last().first().toString(); }
+};
+
+} // namespace
+
+class TestPaneLines : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void inputsFollowTheOtherEnd();
+    void lampsAndCheckBoxesAgree();
+    void flowControlKeepsRts();
+    void breakIsLongEnough_data();
+    void breakIsLongEnough();
+    void closingEndsTheBreak();
+    void closedPortCannotBreak();
+};
+
+void TestPaneLines::inputsFollowTheOtherEnd()
+{
+    Bench bench;
+    QVERIFY(bench.open());
+    const std::array rows{std::pair{true, false}, std::pair{false, true}, std::pair{true, true}};
+    for (const auto& [dtr, rts] : rows) {
+        bench.modem.setOutputs(End::B, dtr, rts);
+        QTRY_COMPARE_WITH_TIMEOUT(bench.lamp("dsrLed").isOn(), dtr, 1000);
+        QTRY_COMPARE_WITH_TIMEOUT(bench.lamp("ctsLed").isOn(), rts, 1000);
+        QCOMPARE(bench.lamp("dcdLed").isOn(), dtr);
+        QCOMPARE(bench.pane.modemState(), (ModemLines{rts, dtr, dtr, false}));
+    }
+    bench.pane.stop();
+    QVERIFY(!bench.lamp("dsrLed").isOn()); // at once, with the state of the pane
+    QCOMPARE(bench.pane.modemState(), ModemLines());
+}
+
+void TestPaneLines::lampsAndCheckBoxesAgree()
+{
+    Bench bench;
+    QVERIFY(bench.open());
+    QSignalSpy changed(&bench.pane, &SerialPortWidget::settingsChanged);
+    QVERIFY(bench.modem.dtr(End::A) && bench.modem.rts(End::A));
+    QTest::mouseClick(bench.cell("dtrLedCell"), Qt::LeftButton);
+    QVERIFY(!bench.modem.dtr(End::A) && bench.modem.rts(End::A));
+    QVERIFY(!bench.lamp("dtrLed").isOn());
+    QVERIFY(!bench.box(u"DTR"_s)->isChecked());
+    QCOMPARE(changed.size(), 1);
+    bench.box(u"RTS"_s)->click();
+    QVERIFY(!bench.modem.rts(End::A));
+    QVERIFY(!bench.lamp("rtsLed").isOn());
+    QTest::keyClick(bench.cell("rtsLedCell"), Qt::Key_Space);
+    QVERIFY(bench.modem.rts(End::A));
+    QVERIFY(bench.box(u"RTS"_s)->isChecked());
+    // Asked for on a closed port, a level waits for the next opening.
+    bench.pane.stop();
+    QTest::mouseClick(bench.cell("dtrLedCell"), Qt::LeftButton);
+    QVERIFY(bench.lamp("dtrLed").isOn());
+    QVERIFY(bench.open());
+    QVERIFY(bench.modem.dtr(End::A));
+}
+
+void TestPaneLines::flowControlKeepsRts()
+{
+    Bench bench;
+    QVERIFY(bench.open(QSerialPort::HardwareControl));
+    QVERIFY(bench.lamp("rtsLed").isOn());
+    QCOMPARE(bench.lamp("rtsLed").color(), QColor(240, 160, 32));
+    QTest::mouseClick(bench.cell("rtsLedCell"), Qt::LeftButton);
+    QCOMPARE(
+        bench.lastTold(), u"RTS is driven by RTS/CTS flow control and cannot be set by hand."_s);
+    QVERIFY(bench.pane.settings().rtsOn);
+    bench.pane.stop();
+    QCOMPARE(bench.lamp("rtsLed").color(), QColor(Qt::green));
+}
+
+void TestPaneLines::breakIsLongEnough_data()
+{
+    QTest::addColumn<bool>("key");
+    QTest::newRow("mouse") << false;
+    QTest::newRow("space bar") << true;
+}
+
+void TestPaneLines::breakIsLongEnough()
+{
+    QFETCH(bool, key);
+    Bench bench;
+    QVERIFY(bench.open());
+    if (key)
+        QTest::keyClick(bench.cell("txLedCell"), Qt::Key_Space);
+    else
+        QTest::mouseClick(bench.cell("txLedCell"), Qt::LeftButton);
+    QVERIFY(bench.modem.breakSeenBy(End::B).active);
+    QTRY_COMPARE(bench.modem.breakSeenBy(End::B).count, 1);
+    QVERIFY(bench.modem.breakSeenBy(End::B).lastLengthMs >= 300);
+    QCOMPARE(bench.lamp("txActivityLed").color(), QColor(Qt::green));
+}
+
+void TestPaneLines::closingEndsTheBreak()
+{
+    Bench bench;
+    QVERIFY(bench.open());
+    QTest::mousePress(bench.cell("txLedCell"), Qt::LeftButton);
+    QVERIFY(bench.modem.breakSeenBy(End::B).active);
+    bench.pane.stop();
+    QVERIFY(!bench.modem.breakSeenBy(End::B).active);
+    QCOMPARE(bench.lamp("txActivityLed").color(), QColor(Qt::green));
+    QVERIFY(bench.open());
+    QTest::mouseRelease(bench.cell("txLedCell"), Qt::LeftButton);
+    QCOMPARE(bench.modem.breakSeenBy(End::B).count, 1);
+}
+
+void TestPaneLines::closedPortCannotBreak()
+{
+    Bench bench;
+    QTest::mouseClick(bench.cell("txLedCell"), Qt::LeftButton);
+    QCOMPARE(bench.lastTold(), u"Open the serial port before sending Break"_s);
+    QCOMPARE(bench.lamp("txActivityLed").color(), QColor(Qt::green));
+}
+
+QTEST_MAIN(TestPaneLines)
+#include "tst_panelines.moc"
