@@ -17,7 +17,7 @@ namespace {
 constexpr int border = 2;
 constexpr int margin = 8;
 // The least size of a pane with neighbours, in characters and lines.
-constexpr int leastColumns = 28;
+constexpr int leastColumns = 40;
 constexpr int leastLines = 15;
 // What the terminal gets at least before the settings give way.
 constexpr int leastTerminalColumns = 60;

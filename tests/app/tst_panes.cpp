@@ -1,0 +1,404 @@
+#include "app/mainwindow.h"
+
+#include "app/fakecatalog.h"
+#include "app/paneframe.h"
+#include "app/sessiondocument.h"
+#include "app/settings/sessionfile.h"
+#include "app/settings/settingsservice.h"
+#include "support/nullmodem.h"
+#include "terminal/panestatusline.h"
+#include "terminal/serialportwidget.h"
+#include "terminal/settingscolumn.h"
+
+#include <QAction>
+#include <QInputDialog>
+#include <QLabel>
+#include <QSplitter>
+#include <QStandardPaths>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+// The window with more than one pane: the person adds, removes, arranges, saves and opens.
+class PanesTest final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void init();
+    void cleanup() { m_window.reset(); }
+    void addAndRemove();
+    void sixteenAtMost();
+    void dialogMakesThePane();
+    void viewModes_data();
+    void viewModes();
+    void customIsAsked();
+    void draggedSizesSurviveARebuild();
+    void statusLines();
+    void focusMarksOnePane();
+    void keyboardMovesBetweenPanes();
+    void narrowPanesShowTheTerminal();
+    void manyPanesFitTheScreen();
+    void sessionReplacesThePanes();
+    void sessionIsSavedKeyByKey();
+    void openedSessionIsUnmodified();
+    void brokenSessionLeavesThePanes();
+    void newSessionHasOnePane();
+    void startOpensEveryPane();
+    void recentFilesComeBack();
+
+private:
+    [[nodiscard]] QAction* action(const char* name) const
+    {
+        return m_window->findChild<QAction*>(QLatin1StringView(name));
+    }
+    void trigger(const char* name) const { action(name)->trigger(); }
+    [[nodiscard]] int count() const { return int(m_window->livePortWidgets().size()); }
+    [[nodiscard]] SerialPortWidget* pane(int index) const
+    {
+        return m_window->livePortWidgets().at(index);
+    }
+    [[nodiscard]] PaneFrame* frame(int index) const
+    {
+        return static_cast<PaneFrame*>(pane(index)->parentWidget());
+    }
+    [[nodiscard]] QString caption(int index) const
+    {
+        return frame(index)->findChild<QLabel*>(u"paneCaption"_s)->text();
+    }
+    void add(int panes = 1, const QString& port = {}) const
+    {
+        for (int i = 0; i < panes; ++i) {
+            m_window->addPort(SettingsService::defaultPortSettings(port),
+                SettingsService::defaultFormatSettings());
+        }
+    }
+    // Panes in each visible row.
+    [[nodiscard]] QList<int> rows() const
+    {
+        QList<int> result;
+        auto* outer = m_window->findChild<QSplitter*>(u"portSplitter"_s);
+        for (int i = 0; i < outer->count(); ++i) {
+            if (outer->widget(i)->isVisible())
+                result.append(static_cast<QSplitter*>(outer->widget(i))->count());
+        }
+        return result;
+    }
+    [[nodiscard]] QString path(const QString& name) const { return m_dir->filePath(name); }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    FakeCatalog m_catalog;
+    std::unique_ptr<MainWindow> m_window;
+};
+
+void PanesTest::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_dir->path());
+    m_catalog.list.clear();
+    m_window = std::make_unique<MainWindow>(m_catalog);
+    m_window->resize(1280, 800);
+    m_window->show();
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+}
+
+void PanesTest::addAndRemove()
+{
+    QVERIFY(!action("acEditRemove")->isEnabled());
+    trigger("acViewVertical");
+    m_window->setWindowModified(false);
+    add(2);
+    QCOMPARE(count(), 3);
+    QCOMPARE(rows(), QList<int>{3});
+    QVERIFY(action("acViewHorizontal")->isChecked());
+    QVERIFY(m_window->isWindowModified());
+    const QPointer<SerialPortWidget> last = pane(2);
+    const QPointer<SerialPortWidget> first = pane(0);
+    first->focusSendEditor();
+    m_window->setWindowModified(false);
+    QTest::ignoreMessage(QtDebugMsg, "on_acEditRemove_triggered: Port Number = 2");
+    trigger("acEditRemove");
+    QVERIFY(!last && first);
+    QCOMPARE(rows(), QList<int>{2});
+    QVERIFY(m_window->isWindowModified());
+    trigger("acEditRemove");
+    QCOMPARE(count(), 1);
+    QVERIFY(!action("acEditRemove")->isEnabled());
+}
+
+void PanesTest::sixteenAtMost()
+{
+    add(20);
+    QCOMPARE(count(), 16);
+    m_window->onUpdateDisplay();
+    QVERIFY(!action("acEditAdd")->isEnabled());
+    trigger("acEditRemove");
+    m_window->onUpdateDisplay();
+    QVERIFY(action("acEditAdd")->isEnabled());
+}
+
+void PanesTest::dialogMakesThePane()
+{
+    m_catalog.list = {listedPort(u"ttyUSB0"_s), listedPort(u"ttyUSB1"_s)};
+    Settings settings = pane(0)->settings();
+    settings.portName = u"ttyUSB0"_s;
+    pane(0)->setSettings(settings);
+    trigger("acEditAdd");
+    QTRY_VERIFY(QApplication::activeModalWidget() != nullptr);
+    static_cast<QDialog*>(QApplication::activeModalWidget())->reject();
+    QCOMPARE(count(), 1);
+    trigger("acEditAdd");
+    QTRY_VERIFY(QApplication::activeModalWidget() != nullptr);
+    static_cast<QDialog*>(QApplication::activeModalWidget())->accept();
+    QCOMPARE(count(), 2);
+    QCOMPARE(pane(1)->settings().portName, "ttyUSB1"_L1); // the one that nobody has
+    QCOMPARE(m_window->currentPortWidget(), pane(1));
+}
+
+void PanesTest::viewModes_data()
+{
+    QTest::addColumn<QByteArray>("mode");
+    QTest::addColumn<int>("panes");
+    QTest::addColumn<QList<int>>("rows");
+    QTest::newRow("horizontal") << QByteArray("acViewHorizontal") << 5 << QList<int>{5};
+    QTest::newRow("vertical") << QByteArray("acViewVertical") << 3 << QList<int>{1, 1, 1};
+    QTest::newRow("grid, odd") << QByteArray("acViewGrid") << 5 << QList<int>{2, 2, 1};
+    QTest::newRow("grid, one") << QByteArray("acViewGrid") << 1 << QList<int>{1};
+}
+
+void PanesTest::viewModes()
+{
+    QFETCH(const QByteArray, mode);
+    QFETCH(const int, panes);
+    add(panes - 1);
+    m_window->setWindowModified(false);
+    trigger(mode.constData());
+    QTEST(rows(), "rows");
+    QVERIFY(m_window->isWindowModified());
+    int checked = 0;
+    for (const char* each : {"acViewHorizontal", "acViewVertical", "acViewGrid", "acViewCustom"})
+        checked += action(each)->isChecked() ? 1 : 0;
+    QVERIFY(action(mode.constData())->isChecked());
+    QCOMPARE(checked, 1);
+}
+
+void PanesTest::customIsAsked()
+{
+    add(2);
+    trigger("acViewCustom");
+    auto* dialog = m_window->findChild<QInputDialog*>();
+    QCOMPARE(dialog->windowTitle(), "Set Port Number Per Column"_L1);
+    QCOMPARE(dialog->labelText(), "Port Number Per Column:"_L1);
+    QCOMPARE(dialog->intMinimum(), 1);
+    QCOMPARE(dialog->intMaximum(), 16);
+    QCOMPARE(dialog->intValue(), 3);
+    dialog->reject();
+    QVERIFY(action("acViewHorizontal")->isChecked());
+    QTRY_VERIFY(m_window->findChild<QInputDialog*>() == nullptr);
+    trigger("acViewCustom");
+    dialog = m_window->findChild<QInputDialog*>();
+    dialog->setIntValue(16);
+    dialog->accept();
+    QVERIFY(action("acViewCustom")->isChecked());
+    QCOMPARE(rows(), QList<int>{3});
+}
+
+void PanesTest::draggedSizesSurviveARebuild()
+{
+    add();
+    auto* row = m_window->findChild<QSplitter*>(u"portRowSplitter0"_s);
+    QCOMPARE(row->handleWidth(), 8);
+    QVERIFY(std::abs(row->sizes().at(0) - row->sizes().at(1)) <= 1);
+    row->setSizes({800, 472});
+    const QList<int> dragged = row->sizes();
+    Q_EMIT row->splitterMoved(800, 1);
+    trigger("acViewQuickSettings"); // rebuilds the same shape
+    QCOMPARE(row->sizes(), dragged);
+    trigger("acViewVertical");
+    trigger("acViewHorizontal");
+    QVERIFY(row->sizes() != dragged);
+}
+
+void PanesTest::statusLines()
+{
+    const auto lineShown = [this](int i) {
+        return pane(i)->findChild<PaneStatusLine*>()->isVisible();
+    };
+    QVERIFY(m_window->statusBar()->isVisible() && !lineShown(0));
+    add();
+    QVERIFY(!m_window->statusBar()->isVisible() && lineShown(0) && lineShown(1));
+    trigger("acEditRemove");
+    QVERIFY(m_window->statusBar()->isVisible() && !lineShown(0));
+}
+
+void PanesTest::focusMarksOnePane()
+{
+    add(2, u"ttyUSB7"_s);
+    QCOMPARE(caption(2), u"\u25b6 3  ttyUSB7"_s); // the new pane
+    QTest::mouseClick(frame(0)->findChild<QLabel*>(u"paneCaption"_s), Qt::LeftButton);
+    QVERIFY(frame(0)->isCurrent() && !frame(2)->isCurrent());
+    QCOMPARE(m_window->focusedPortWidget(), pane(0));
+    QCOMPARE(caption(2), "3  ttyUSB7"_L1);
+    // The toolbar takes the keyboard, not the mark.
+    m_window->findChild<QWidget*>(u"quickPortCombo"_s)->setFocus();
+    QVERIFY(m_window->focusedPortWidget() == nullptr);
+    QCOMPARE(m_window->currentPortWidget(), pane(0));
+    QVERIFY(frame(0)->isCurrent());
+}
+
+void PanesTest::keyboardMovesBetweenPanes()
+{
+    add(2);
+    QList<int> order;
+    for (const char* key :
+        {"acViewNextPort", "acViewNextPort", "acViewPreviousPort", "acViewPreviousPort"}) {
+        trigger(key);
+        order.append(int(m_window->livePortWidgets().indexOf(m_window->focusedPortWidget())));
+    }
+    QCOMPARE(order, (QList<int>{0, 1, 0, 2}));
+}
+
+void PanesTest::narrowPanesShowTheTerminal()
+{
+    const auto shown = [this](int i) { return pane(i)->findChild<SettingsColumn*>()->isVisible(); };
+    add();
+    m_window->resize(1900, 800);
+    QTRY_VERIFY(shown(0) && shown(1));
+    add(2);
+    QTRY_VERIFY(!shown(0) && !shown(3));
+    trigger("acEditRemove");
+    trigger("acEditRemove");
+    QTRY_VERIFY(shown(0) && shown(1));
+    trigger("acViewQuickSettings");
+    QVERIFY(!shown(0));
+}
+
+void PanesTest::manyPanesFitTheScreen()
+{
+    add(15);
+    QTRY_COMPARE(m_window->width(), 1280);
+    QVERIFY(m_window->minimumSizeHint().width() < 1000);
+    // The pane with the keyboard is in sight.
+    QTRY_VERIFY(!frame(15)->visibleRegion().isEmpty());
+    trigger("acViewNextPort");
+    QTRY_VERIFY(!frame(0)->visibleRegion().isEmpty());
+}
+
+void PanesTest::sessionReplacesThePanes()
+{
+    SessionContents contents;
+    contents.columnCount = 2;
+    contents.quickView = false;
+    contents.quickSettings.showSendGroup = false;
+    for (int i = 0; i < 3; ++i) {
+        contents.panes.append({SettingsService::defaultPortSettings(u"tty%1"_s.arg(i)),
+            SettingsService::defaultFormatSettings()});
+    }
+    contents.panes[1].settings.baudRate = 57600;
+    contents.panes[2].format.sendList = {u"AT"_s};
+    QString message;
+    QVERIFY(SessionFile::write(path(u"lab.vmr"_s), contents, message, [](int) {}));
+    add(4);
+    QVERIFY(m_window->loadFile(path(u"lab.vmr"_s)));
+    QCOMPARE(count(), 3);
+    QCOMPARE(rows(), (QList<int>{2, 1}));
+    QVERIFY(action("acViewGrid")->isChecked());
+    QCOMPARE(action("acViewQuickSettings")->text(), "Open Quick Settings"_L1);
+    QCOMPARE(pane(1)->settings().portName, "tty1"_L1);
+    QCOMPARE(pane(1)->settings().baudRate, 57600);
+    QCOMPARE(pane(2)->formatSetting().sendList, QStringList{u"AT"_s});
+    QVERIFY(!m_window->currentSessionState().showSendGroup);
+    QCOMPARE(m_window->windowTitle(), "lab.vmr[*] - Velmora"_L1);
+}
+
+void PanesTest::sessionIsSavedKeyByKey()
+{
+    add(1, u"ttyUSB1"_s);
+    trigger("acViewVertical");
+    m_window->document().setCurrentFile(path(u"lab.vmr"_s));
+    trigger("acFileSave");
+    const QSettings ini(path(u"lab.vmr"_s), QSettings::IniFormat);
+    const QMap<QString, QString> expected{{u"PortNumber"_s, u"2"_s}, {u"ColumnNumber"_s, u"1"_s},
+        {u"QuickView"_s, u"true"_s}, {u"QuickSettings/Send"_s, u"true"_s}, {u"0/PortName"_s, u""_s},
+        {u"1/PortName"_s, u"ttyUSB1"_s}, {u"1/BaudRate"_s, u"9600"_s}, {u"1/DataBits"_s, u"8"_s},
+        {u"1/ReceiveMsgForamt"_s, u"2"_s}, {u"1/ReceiveEncoding"_s, u"UTF-8"_s},
+        {u"1/LastTargetHost"_s, u"127.0.0.1"_s}, {u"1/LastTargetPort"_s, u"6000"_s},
+        {u"1/UdpLocalPort"_s, u"60001"_s}, {u"1/ConnMode"_s, u"0"_s},
+        {u"1/DisplayBufferSize"_s, u"10485760"_s}, {u"1/SendTextColor"_s, u"#000000"_s}};
+    for (auto it = expected.begin(); it != expected.end(); ++it)
+        QCOMPARE(ini.value(it.key()).toString(), it.value());
+    QVERIFY(!ini.childGroups().contains("2"_L1));
+    // In the message area of the first pane.
+    const auto* line = pane(0)->findChild<QLabel*>(u"paneStatusText"_s);
+    QCOMPARE(line->text(), "File saved"_L1);
+    QVERIFY(!m_window->isWindowModified());
+}
+
+// Nothing that happens when panes are shown, sized and filled is an edit.
+void PanesTest::openedSessionIsUnmodified()
+{
+    add(3);
+    QVERIFY(m_window->document().saveFile(path(u"lab.vmr"_s), false));
+    QVERIFY(m_window->loadFile(path(u"lab.vmr"_s)));
+    m_window->onUpdateDisplay();
+    m_window->resize(1000, 700);
+    QCoreApplication::processEvents();
+    QVERIFY(!m_window->isWindowModified());
+}
+
+void PanesTest::brokenSessionLeavesThePanes()
+{
+    add();
+    const QList<SerialPortWidget*> panes = m_window->livePortWidgets();
+    QVERIFY(QDir().mkdir(path(u"x.vmr"_s)));
+    QVERIFY(!m_window->loadFile(path(u"x.vmr"_s)));
+    QCOMPARE(m_window->livePortWidgets(), panes);
+    QVERIFY(m_window->isWindowModified());
+}
+
+void PanesTest::newSessionHasOnePane()
+{
+    add(3, u"ttyUSB1"_s);
+    m_window->document().setCurrentFile(path(u"lab.vmr"_s));
+    trigger("acFileNew");
+    QCOMPARE(count(), 1);
+    QVERIFY(pane(0)->settings().portName.isEmpty());
+    QCOMPARE(m_window->windowTitle(), "Velmora[*]"_L1);
+    QVERIFY(m_window->statusBar()->isVisible());
+    QVERIFY(!m_window->isWindowModified());
+}
+
+void PanesTest::startOpensEveryPane()
+{
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    add(1, line.portA());
+    add(1, line.portB());
+    QTest::ignoreMessage(QtWarningMsg, "Serial Port  OPEN FAILED"); // the first has no port
+    m_window->start({}, true);
+    QVERIFY(!pane(0)->isOpen() && pane(1)->isOpen() && pane(2)->isOpen());
+    const QPointer<SerialPortWidget> removed = pane(2);
+    trigger("acEditRemove");
+    QVERIFY(!removed);
+    m_window->close();
+    QVERIFY(!pane(1)->isOpen());
+}
+
+void PanesTest::recentFilesComeBack()
+{
+    QVERIFY(m_window->document().saveFile(path(u"lab.vmr"_s), false));
+    m_window->close();
+    m_window = std::make_unique<MainWindow>(m_catalog);
+    QCOMPARE(action("acFileRecent1")->text(), "&1 lab.vmr"_L1);
+    QVERIFY(action("acFileRecent1")->isVisible() && !action("acFileRecent2")->isVisible());
+    QCOMPARE(m_window->windowTitle(), "Velmora[*]"_L1);
+    trigger("acFileRecent1");
+    QCOMPARE(m_window->windowTitle(), "lab.vmr[*] - Velmora"_L1);
+}
+
+QTEST_MAIN(PanesTest)
+#include "tst_panes.moc"
