@@ -360,6 +360,7 @@ void SerialPortWidget::setSettings(const Settings& settings)
 {
     m_records->setSettings(settings);
     m_run->applySettings();
+    m_controller->reconfigureSerial(settings);
     m_remote->pushSettings(settings);
     showState();
 }

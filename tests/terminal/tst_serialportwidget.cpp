@@ -2,6 +2,7 @@
 // clicked, unplugged.
 #include "connections/connectioncontroller.h"
 #include "connections/serialportcatalog.h"
+#include "support/nullmodem.h"
 #include "support/simulateddevice.h"
 #include "support/tcppeer.h"
 #include "terminal/connectionpanel.h"
@@ -81,6 +82,7 @@ private Q_SLOTS:
     void devicePulledAndPluggedBack();
     void devicePulledForGood();
     void wrongPortIsNamed();
+    void newSettingsReachAnOpenLine();
     void firstMessageOpensTcp();
     void onlyEditsMarkTheSettings();
 };
@@ -267,6 +269,23 @@ void TestSerialPortWidget::onlyEditsMarkTheSettings()
     }
     QVERIFY(!changed.isEmpty());
     QVERIFY(bench.pane.settings().baudRate != 57600);
+}
+
+void TestSerialPortWidget::newSettingsReachAnOpenLine()
+{
+    NullModem modem;
+    QVERIFY2(modem.isValid(), qPrintable(modem.errorString()));
+    Bench bench;
+    Settings settings = bench.pane.settings();
+    settings.portName = modem.portA();
+    bench.pane.setSettings(settings);
+    QVERIFY(bench.pane.start({}, false));
+    QCOMPARE(modem.lineSettings(NullModem::End::A), QByteArray("9600 8N1"));
+    settings.baudRate = 115200;
+    settings.parity = 2;
+    bench.pane.setSettings(settings);
+    QCOMPARE(modem.lineSettings(NullModem::End::A), QByteArray("115200 8E1"));
+    QVERIFY(bench.pane.isOpen());
 }
 
 QTEST_MAIN(TestSerialPortWidget)
