@@ -17,6 +17,7 @@ namespace {
 
 constexpr int margin = 4;
 constexpr int textColumns = 24;
+constexpr int resultIntervalMs = 50;
 constexpr double failureTint = 0.3;
 // Marks drawn at once; more than a screen full of one-character matches.
 constexpr int maximumMarks = 4000;
@@ -44,10 +45,16 @@ FindBar::FindBar(ReceiveView& view, QWidget* parent)
     markTimer_.setSingleShot(true);
     markTimer_.setInterval(0);
     connect(&markTimer_, &QTimer::timeout, this, &FindBar::markVisibleMatches);
+    resultTimer_.setSingleShot(true);
+    resultTimer_.setInterval(resultIntervalMs);
+    connect(&resultTimer_, &QTimer::timeout, this, &FindBar::showResult);
     connect(&view, &ReceiveView::textAppended, &find_, &TextFind::sourceChanged);
     connect(&view, &ReceiveView::frontRemoved, &find_, &TextFind::sourceChanged);
     connect(&view, &ReceiveView::visibleRangeChanged, this, &FindBar::scheduleMarks);
-    connect(&find_, &TextFind::changed, this, &FindBar::showResult);
+    connect(&find_, &TextFind::changed, this, [this] {
+        if (!resultTimer_.isActive())
+            resultTimer_.start();
+    });
     connect(&find_, &TextFind::currentMoved, this, &FindBar::showCurrent);
     connect(text_, &QLineEdit::textChanged, this, &FindBar::restartSearch);
     connect(matchCase_, &QToolButton::toggled, this, &FindBar::restartSearch);
@@ -135,13 +142,14 @@ void FindBar::restartSearch()
     const int current = find_.currentIndex();
     const qint64 from = current >= 0 ? find_.matchAt(current).position : view_.visibleRange().first;
     find_.setPattern({text_->text(), matchCase_->isChecked(), expression_->isChecked()}, from);
+    showResult();
 }
 
 void FindBar::showCurrent()
 {
     const TextMatch match = find_.matchAt(find_.currentIndex());
     view_.showPosition(match.position, match.length);
-    scheduleMarks();
+    showResult();
 }
 
 void FindBar::showResult()

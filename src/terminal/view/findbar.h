@@ -51,7 +51,8 @@ private:
 
     ReceiveView& view_;
     TextFind find_;
-    QTimer markTimer_; // marks once however many changes one turn of the event loop brings
+    QTimer markTimer_;   // marks once however many changes one turn of the event loop brings
+    QTimer resultTimer_; // counts that change with every piece of text are shown now and then
     bool failed_ = false;
     QLineEdit* text_ = nullptr;
     QLabel* result_ = nullptr;

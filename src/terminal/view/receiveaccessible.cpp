@@ -23,6 +23,21 @@ void ReceiveAccessible::install()
     QAccessible::installFactory(makeInterface);
 }
 
+void ReceiveAccessible::tellAppended(ReceiveArea& area, qint64 from)
+{
+    constexpr qint64 mostCharacters = 2048;
+    if (!QAccessible::isActive())
+        return;
+    const TextStore& store = area.store();
+    const qint64 end = store.endPosition();
+    from = std::max({from, end - mostCharacters, store.firstPosition()});
+    if (from >= end)
+        return;
+    const auto offset = static_cast<int>(from - store.firstPosition());
+    QAccessibleTextInsertEvent event(&area, offset, store.textAt(from, end - from));
+    QAccessible::updateAccessibility(&event);
+}
+
 ReceiveAccessible::ReceiveAccessible(ReceiveArea& area)
     : QAccessibleWidget(&area, QAccessible::Terminal)
 {}

@@ -13,6 +13,10 @@ public:
     // Makes the interface for every receive area; may be called more than once.
     static void install();
 
+    // Tells screen readers, if there are any, what was appended behind a position: what came last,
+    // not all of a flood.
+    static void tellAppended(ReceiveArea& area, qint64 from);
+
     explicit ReceiveAccessible(ReceiveArea& area);
 
     void* interface_cast(QAccessible::InterfaceType type) override;

@@ -1,5 +1,6 @@
 #include "terminal/view/receivearea.h"
 
+#include "terminal/view/receiveaccessible.h"
 #include "terminal/view/receiveinput.h"
 #include "terminal/view/receivemouse.h"
 
@@ -11,11 +12,13 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace {
 
-constexpr int margin = 4;
+constexpr int margin = VisibleRows::margin;
 constexpr int inputMarkWidth = 2;
+constexpr qint64 longestIntervalMs = 200;
 constexpr int anglePerStep = 120; // QWheelEvent: eighths of a degree of one notch
 constexpr int smallestColumns = 20;
 constexpr int smallestRows = 4;
@@ -75,15 +78,22 @@ void ReceiveArea::textRemoved()
 void ReceiveArea::changed()
 {
     stale_ = true;
+    scheduleFrame();
+}
+
+void ReceiveArea::scheduleFrame()
+{
     if (refreshTimer_.isActive())
         return;
-    const qint64 since = sinceRefresh_.isValid() ? sinceRefresh_.elapsed() : frameMs;
-    refreshTimer_.start(static_cast<int>(std::clamp<qint64>(frameMs - since, 0, frameMs)));
+    const qint64 interval = std::clamp<qint64>(2 * frameTookMs_, frameMs, longestIntervalMs);
+    const qint64 since = sinceRefresh_.isValid() ? sinceRefresh_.elapsed() : interval;
+    refreshTimer_.start(static_cast<int>(std::clamp<qint64>(interval - since, 0, interval)));
 }
 
 void ReceiveArea::refresh()
 {
     sinceRefresh_.start();
+    ReceiveAccessible::tellAppended(*this, std::exchange(told_, store_.endPosition()));
     if (!isVisible())
         return;
     syncBars();
@@ -93,21 +103,15 @@ void ReceiveArea::refresh()
         toldRange_ = range;
         Q_EMIT visibleRangeChanged();
     }
+    layoutMs_ = sinceRefresh_.elapsed();
 }
 
-const std::vector<TextRow>& ReceiveArea::rows()
+const VisibleRows& ReceiveArea::sight()
 {
-    if (!stale_)
-        return rows_;
+    if (stale_)
+        sight_.collect(place_.top(), flow_, viewport()->height());
     stale_ = false;
-    rows_.clear();
-    const int height = flow_.style().rowHeight();
-    const int count = std::max(1, (viewport()->height() - margin + height - 1) / height);
-    TextRow row = place_.top();
-    do
-        rows_.push_back(row);
-    while (static_cast<int>(rows_.size()) < count && flow_.goNext(row));
-    return rows_;
+    return sight_;
 }
 
 void ReceiveArea::syncBars()
@@ -117,7 +121,7 @@ void ReceiveArea::syncBars()
     QScrollBar* bar = horizontalScrollBar();
     int hidden = 0;
     if (!wrap_) {
-        for (const TextRow& row : rows())
+        for (const TextRow& row : sight().rows())
             widest_ = std::max(widest_, row.layout->rowWidth(row.row));
         const double room = viewport()->width() - 2 * margin;
         hidden = static_cast<int>(std::ceil(std::max(0.0, widest_ + inputMarkWidth - room)));
@@ -132,7 +136,7 @@ void ReceiveArea::syncVerticalBar()
 {
     constexpr qint64 most = std::numeric_limits<int>::max();
     QScrollBar* bar = verticalScrollBar();
-    const qint64 value = index_.rowAt(rows().front().from());
+    const qint64 value = index_.rowAt(sight().rows().front().from());
     qint64 last = value;
     if (!place_.isAtBottom())
         last = std::max(index_.rowAt(store_.endPosition()) + 1 - place_.pageRows(), value + 1);
@@ -202,11 +206,8 @@ void ReceiveArea::scrollPages(int pages)
 
 void ReceiveArea::showRange(qint64 from, qint64 to)
 {
-    const int whole = place_.pageRows();
-    const int first = rowInSight(from);
-    const int last = rowInSight(to);
-    if (first < 0 || first >= whole || last < 0 || last >= whole) {
-        place_.scrollTo(flow_.moved(flow_.rowAt(from), -(whole / 2)).from());
+    if (!isWholeInSight(from) || !isWholeInSight(to)) {
+        place_.scrollTo(flow_.moved(flow_.rowAt(from), -(place_.pageRows() / 2)).from());
         changed();
     }
     if (!wrap_)
@@ -230,8 +231,13 @@ void ReceiveArea::revealHorizontally(const TextRow& row, qint64 from, qint64 to)
 
 std::pair<qint64, qint64> ReceiveArea::visibleRange()
 {
-    const std::vector<TextRow>& shown = rows();
-    return {shown.front().segment.from, shown.back().segment.to};
+    return sight().range();
+}
+
+bool ReceiveArea::isWholeInSight(qint64 position)
+{
+    const int index = sight().indexOf(position);
+    return index >= 0 && index < place_.pageRows();
 }
 
 template<typename Change>
@@ -270,7 +276,7 @@ void ReceiveArea::extendSelection(CaretStep step)
 {
     qint64 cursor = selection_.cursor();
     qint64 anchor = cursor == selection_.from() ? selection_.to() : selection_.from();
-    if (selection_.isEmpty() && rowInSight(cursor) < 0)
+    if (selection_.isEmpty() && sight().indexOf(cursor) < 0)
         anchor = cursor = isAtBottom() ? store_.endPosition() : place_.top().from();
     cursor = caretAfter(step, cursor, flow_, goalX_);
     changeSelection([&] { selection_.select(anchor, cursor); });
@@ -281,41 +287,14 @@ void ReceiveArea::extendSelection(CaretStep step)
 void ReceiveArea::revealCaret()
 {
     const qint64 cursor = selection_.cursor();
-    const int row = rowInSight(cursor);
-    if (row < 0 || row >= place_.pageRows()) {
-        const bool above = cursor < rows().front().from();
+    if (!isWholeInSight(cursor)) {
+        const bool above = cursor < sight().rows().front().from();
         const TextRow there = flow_.rowAt(cursor);
         place_.scrollTo((above ? there : flow_.moved(there, 1 - place_.pageRows())).from());
         changed();
     }
     if (!wrap_)
         revealHorizontally(flow_.rowAt(cursor), cursor, cursor);
-}
-
-// Number of the row in sight that holds a position, -1 when there is none.
-int ReceiveArea::rowInSight(qint64 position)
-{
-    const std::vector<TextRow>& shown = rows();
-    if (position < shown.front().from())
-        return -1;
-    const auto after = std::upper_bound(shown.begin(), shown.end(), position,
-        [](qint64 wanted, const TextRow& row) { return wanted < row.from(); });
-    const TextRow& row = *std::prev(after);
-    const bool holds = position < row.to() || (row.endsLine() && position == row.segment.to);
-    return holds ? static_cast<int>(after - shown.begin()) - 1 : -1;
-}
-
-const TextRow& ReceiveArea::rowUnder(int y)
-{
-    const std::vector<TextRow>& shown = rows();
-    const int row = (y - margin) / flow_.style().rowHeight();
-    return shown.at(
-        static_cast<std::size_t>(std::clamp(row, 0, static_cast<int>(shown.size()) - 1)));
-}
-
-int ReceiveArea::topOf(int row) const
-{
-    return margin + row * flow_.style().rowHeight();
 }
 
 int ReceiveArea::leftEdge() const
@@ -325,24 +304,18 @@ int ReceiveArea::leftEdge() const
 
 qint64 ReceiveArea::caretAt(QPoint point)
 {
-    const TextRow& row = rowUnder(point.y());
-    return row.segment.from + row.layout->offsetAt(point.x() - leftEdge(), row.row);
+    return sight().caretAt({point.x() - leftEdge(), point.y()});
 }
 
 qint64 ReceiveArea::characterAt(QPoint point)
 {
-    const TextRow& row = rowUnder(point.y());
-    return row.segment.from + row.layout->characterAt(point.x() - leftEdge(), row.row);
+    return sight().characterAt({point.x() - leftEdge(), point.y()});
 }
 
 QRect ReceiveArea::caretArea(qint64 position)
 {
-    const int number = rowInSight(position);
-    if (number < 0)
-        return {};
-    const TextRow& row = rows().at(static_cast<std::size_t>(number));
-    const double x = row.layout->xOf(row.offsetOf(position), row.row);
-    return {leftEdge() + qRound(x), topOf(number), inputMarkWidth, flow_.style().rowHeight()};
+    const QRect area = sight().caretArea(position);
+    return area.isNull() ? area : area.translated(leftEdge(), 0);
 }
 
 QRect ReceiveArea::inputMarkArea()
@@ -351,7 +324,8 @@ QRect ReceiveArea::inputMarkArea()
     if (!mark.isNull())
         return mark;
     // The end is out of sight: what is composed shows in the last row.
-    return {margin, topOf(place_.pageRows() - 1), inputMarkWidth, flow_.style().rowHeight()};
+    return {
+        margin, sight().topOf(place_.pageRows() - 1), inputMarkWidth, flow_.style().rowHeight()};
 }
 
 void ReceiveArea::setInputMark(bool visible)
@@ -375,7 +349,7 @@ QRect ReceiveArea::compositionArea()
 void ReceiveArea::setMarks(const QList<ReceivePainter::Mark>& marks)
 {
     painter_.setMarks(marks);
-    viewport()->update();
+    scheduleFrame();
 }
 
 void ReceiveArea::setDisplayFont(const QFont& font)
@@ -413,20 +387,22 @@ void ReceiveArea::updateStyle()
 
 void ReceiveArea::paintEvent(QPaintEvent* /*event*/)
 {
+    QElapsedTimer clock;
+    clock.start();
     QPainter painter(viewport());
     const QRect area = viewport()->rect();
     painter.setClipRect(area.adjusted(0, margin, 0, 0));
     painter_.setSelection(selection_.from(), selection_.to());
-    const std::vector<TextRow>& shown = rows();
-    for (int i = 0; i < static_cast<int>(shown.size()); ++i)
-        painter_.draw(painter, shown.at(static_cast<std::size_t>(i)), flow_.style(),
-            QPointF(leftEdge(), topOf(i)), 0, area.width());
-    if (!hasFocus())
-        return;
-    if (input_->isComposing())
+    int index = 0;
+    for (const TextRow& row : sight().rows()) {
+        const QPointF corner(leftEdge(), sight_.topOf(index++));
+        painter_.draw(painter, row, flow_.style(), corner, 0, area.width());
+    }
+    if (hasFocus() && input_->isComposing())
         input_->draw(painter, inputMarkArea(), area, font(), palette());
-    else if (inputMark_)
+    else if (hasFocus() && inputMark_)
         painter.fillRect(caretArea(store_.endPosition()), palette().color(QPalette::Highlight));
+    frameTookMs_ = layoutMs_ + clock.elapsed();
 }
 
 void ReceiveArea::resizeEvent(QResizeEvent* event)

@@ -5,6 +5,7 @@
 #include "terminal/view/receivepainter.h"
 #include "terminal/view/rowindex.h"
 #include "terminal/view/textselection.h"
+#include "terminal/view/visiblerows.h"
 
 #include <QAbstractScrollArea>
 #include <QElapsedTimer>
@@ -27,7 +28,8 @@ class ReceiveArea final : public QAbstractScrollArea
     Q_DISABLE_COPY_MOVE(ReceiveArea)
 
 public:
-    // The screen is drawn at most this often while text arrives.
+    // The screen is drawn at most this often while text arrives, and less often when drawing it
+    // takes more than half of that.
     static constexpr int frameMs = 16;
 
     // `copySelection` gives the text of a selection that leaves the view with the mouse.
@@ -105,6 +107,7 @@ protected:
 private:
     void connectBars();
     void changed();
+    void scheduleFrame();
     void refresh();
     void updateStyle();
     void syncBars();
@@ -115,10 +118,8 @@ private:
     void changeSelection(Change&& change);
     void revealCaret();
     void revealHorizontally(const TextRow& row, qint64 from, qint64 to);
-    [[nodiscard]] const std::vector<TextRow>& rows();
-    [[nodiscard]] int rowInSight(qint64 position);
-    [[nodiscard]] const TextRow& rowUnder(int y);
-    [[nodiscard]] int topOf(int row) const;
+    [[nodiscard]] const VisibleRows& sight();
+    [[nodiscard]] bool isWholeInSight(qint64 position);
     [[nodiscard]] int leftEdge() const;
 
     const TextStore& store_;
@@ -130,10 +131,13 @@ private:
     TextSelection selection_;
     ReceiveMouse* mouse_;
     std::unique_ptr<ReceiveInput> input_;
-    std::vector<TextRow> rows_; // in sight, the last one perhaps in part
-    bool stale_ = true;         // rows_ are to be made anew
+    VisibleRows sight_;
+    bool stale_ = true; // sight_ is to be made anew
     QTimer refreshTimer_;
     QElapsedTimer sinceRefresh_;
+    qint64 layoutMs_ = 0;    // what the last frame took before
+    qint64 frameTookMs_ = 0; // and after it was painted
+    qint64 told_ = 0;        // text up to here has been told to screen readers
     std::pair<qint64, qint64> toldRange_{-1, -1};
     double widest_ = 0; // row seen since lines are not wrapped
     double goalX_ = -1; // of a selection that is extended up and down

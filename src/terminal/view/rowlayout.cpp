@@ -10,11 +10,10 @@ namespace {
 // Far beyond any row and within what text layout can count.
 constexpr double unlimitedWidth = 4'000'000;
 
-bool isPlain(const QString& text)
+bool isPlain(const QString& text, const RowStyle& style)
 {
-    return std::ranges::all_of(text, [](QChar c) {
-        return c.unicode() >= RowStyle::firstPlain && c.unicode() <= RowStyle::lastPlain;
-    });
+    return std::ranges::all_of(
+        text, [&style](QChar c) { return style.plainGlyph(c.unicode()) != 0; });
 }
 
 // A layout would end a row at these; the device's text has them inside of one.
@@ -51,7 +50,7 @@ RowLayout::RowLayout(const QString& text, const std::shared_ptr<const RowStyle>&
     : style_(style)
     , text_(text)
 {
-    if (style_->hasPlainGlyphs() && isPlain(text_))
+    if (isPlain(text_, *style_))
         breakPlain();
     else
         breakLayout();

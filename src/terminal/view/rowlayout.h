@@ -20,7 +20,7 @@ struct RowSpan
 };
 
 // One piece of a line, broken into rows. Offsets are UTF-16 code units from the start of the
-// piece, x is in pixels from the left end of the row. Printable ASCII in a font of one width is
+// piece, x is in pixels from the left end of the row. Western text in a font of one width is
 // counted and drawn by columns; anything else (tabs, marks, wide and right-to-left letters) is
 // laid out as a paragraph of text. Immutable.
 class RowLayout final

@@ -60,18 +60,20 @@ QTextOption RowStyle::textOption() const
 
 void RowStyle::lookUpGlyphs()
 {
+    constexpr char16_t softHyphen = 0xAD;
     constexpr double closeEnough = 0.01;
     rawFont_ = QRawFont::fromFont(font_);
     if (!rawFont_.isValid())
         return;
     const QFontMetricsF metrics(font_);
-    for (char16_t c = firstPlain; c <= lastPlain; ++c) {
+    for (char16_t c = u' '; c < glyphs_.size(); ++c) {
         const QList<quint32> glyphs = rawFont_.glyphIndexesForString(QString(QChar(c)));
         const double advance = metrics.horizontalAdvance(QChar(c));
-        if (glyphs.size() != 1 || glyphs.constFirst() == 0
-            || std::abs(advance - columnWidth_) > closeEnough)
-            return;
-        glyphs_.at(c - firstPlain) = glyphs.constFirst();
+        const bool oneColumn = std::abs(advance - columnWidth_) <= closeEnough;
+        if (glyphs.size() == 1 && oneColumn && QChar(c).isPrint() && c != softHyphen)
+            glyphs_[c] = glyphs.constFirst();
     }
-    plain_ = true;
+    // A letter of another width says that the font is none of one width.
+    if (glyphs_[u'i'] == 0 || glyphs_[u'W'] == 0)
+        glyphs_.fill(0);
 }

@@ -11,8 +11,6 @@ class RowStyle final
 {
 public:
     static constexpr int tabColumns = 8;
-    static constexpr char16_t firstPlain = 0x20;
-    static constexpr char16_t lastPlain = 0x7E;
 
     // `width` in pixels; 0 does not wrap.
     RowStyle(const QFont& font, double width, bool wrapAtBlanks);
@@ -33,9 +31,12 @@ public:
     // Characters of a piece that is laid out at once: fills its rows, unless it is a line's last.
     [[nodiscard]] int segmentLength() const;
 
-    // Printable ASCII takes one column each in this font and can be drawn without layout.
-    [[nodiscard]] bool hasPlainGlyphs() const { return plain_; }
-    [[nodiscard]] quint32 plainGlyph(char16_t c) const { return glyphs_.at(c - firstPlain); }
+    // Glyph of a character that takes one column and can be drawn without layout: in a font of one
+    // width most of ISO 8859-1. 0 for all others.
+    [[nodiscard]] quint32 plainGlyph(char16_t c) const
+    {
+        return c < glyphs_.size() ? glyphs_[c] : 0;
+    }
     [[nodiscard]] const QRawFont& rawFont() const { return rawFont_; }
     [[nodiscard]] QTextOption textOption() const;
 
@@ -49,6 +50,5 @@ private:
     int rowHeight_ = 1;
     int ascent_ = 1;
     bool wrapAtBlanks_;
-    bool plain_ = false;
-    std::array<quint32, lastPlain - firstPlain + 1> glyphs_{};
+    std::array<quint32, 256> glyphs_{};
 };

@@ -65,8 +65,7 @@ void TextFind::sourceChanged()
     } else if (first > first_) {
         first_ = first;
         firstLineCut_ = true;
-        const auto gone = std::ranges::find_if(
-            matches_, [first](const TextMatch& match) { return match.position >= first; });
+        const auto gone = std::ranges::lower_bound(matches_, first, {}, &TextMatch::position);
         matches_.erase(matches_.begin(), gone);
     }
     if (hasWork())

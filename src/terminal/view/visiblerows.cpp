@@ -1,0 +1,57 @@
+#include "terminal/view/visiblerows.h"
+
+#include <algorithm>
+
+void VisibleRows::collect(const TextRow& top, TextFlow& flow, int height)
+{
+    rowHeight_ = flow.style().rowHeight();
+    const int count = std::max(1, (height - margin + rowHeight_ - 1) / rowHeight_);
+    rows_.clear();
+    TextRow row = top;
+    do
+        rows_.push_back(row);
+    while (static_cast<int>(rows_.size()) < count && flow.goNext(row));
+}
+
+std::pair<qint64, qint64> VisibleRows::range() const
+{
+    return {rows_.front().segment.from, rows_.back().segment.to};
+}
+
+int VisibleRows::indexOf(qint64 position) const
+{
+    if (position < rows_.front().from())
+        return -1;
+    const auto after = std::ranges::upper_bound(rows_, position, {}, &TextRow::from);
+    const TextRow& row = *std::prev(after);
+    const bool holds = position < row.to() || (row.endsLine() && position == row.segment.to);
+    return holds ? static_cast<int>(after - rows_.begin()) - 1 : -1;
+}
+
+const TextRow& VisibleRows::rowUnder(int y) const
+{
+    const int last = static_cast<int>(rows_.size()) - 1;
+    return rows_[static_cast<std::size_t>(std::clamp((y - margin) / rowHeight_, 0, last))];
+}
+
+qint64 VisibleRows::caretAt(QPoint point) const
+{
+    const TextRow& row = rowUnder(point.y());
+    return row.segment.from + row.layout->offsetAt(point.x(), row.row);
+}
+
+qint64 VisibleRows::characterAt(QPoint point) const
+{
+    const TextRow& row = rowUnder(point.y());
+    return row.segment.from + row.layout->characterAt(point.x(), row.row);
+}
+
+QRect VisibleRows::caretArea(qint64 position) const
+{
+    const int index = indexOf(position);
+    if (index < 0)
+        return {};
+    const TextRow& row = rows_[static_cast<std::size_t>(index)];
+    const double x = row.layout->xOf(row.offsetOf(position), row.row);
+    return {qRound(x), topOf(index), caretWidth, rowHeight_};
+}

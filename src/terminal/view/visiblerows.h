@@ -1,0 +1,38 @@
+#pragma once
+
+#include "terminal/view/textflow.h"
+
+#include <QRect>
+
+// The rows in sight, from the top of a viewport to its bottom, and what lies where. Points are in
+// pixels from the left end of the rows and from the top of the viewport.
+class VisibleRows final
+{
+public:
+    // Above the first row; the owner keeps the same to the left.
+    static constexpr int margin = 4;
+
+    // Takes as many rows as the height shows, the last one perhaps in part; at least one.
+    void collect(const TextRow& top, TextFlow& flow, int height);
+
+    [[nodiscard]] const std::vector<TextRow>& rows() const { return rows_; }
+    // From the start of the segment of the first row to the end of the last one's.
+    [[nodiscard]] std::pair<qint64, qint64> range() const;
+    // Number of the row that holds a position, -1 when it is not in sight.
+    [[nodiscard]] int indexOf(qint64 position) const;
+    [[nodiscard]] int topOf(int index) const { return margin + index * rowHeight_; }
+    [[nodiscard]] int rowHeight() const { return rowHeight_; }
+    // Place between characters next to a point, and the character under it.
+    [[nodiscard]] qint64 caretAt(QPoint point) const;
+    [[nodiscard]] qint64 characterAt(QPoint point) const;
+    // Null when the position is not in sight.
+    [[nodiscard]] QRect caretArea(qint64 position) const;
+
+private:
+    static constexpr int caretWidth = 2;
+
+    [[nodiscard]] const TextRow& rowUnder(int y) const;
+
+    std::vector<TextRow> rows_;
+    int rowHeight_ = 1;
+};
