@@ -61,16 +61,12 @@ void ReceiveArea::connectBars()
         qOverload<>(&QWidget::update));
 }
 
-void ReceiveArea::textAppended()
-{
-    changed();
-}
-
 void ReceiveArea::textRemoved()
 {
     if (store_.firstPosition() == store_.endPosition())
         widest_ = 0;
     place_.settle();
+    selectionTouched();
     changed();
 }
 
@@ -240,36 +236,41 @@ bool ReceiveArea::isWholeInSight(qint64 position)
     return index >= 0 && index < place_.pageRows();
 }
 
-template<typename Change>
-void ReceiveArea::changeSelection(Change&& change)
+// After every change, and after a removal that may have taken some of it.
+void ReceiveArea::selectionTouched()
 {
-    const std::pair before{selection_.from(), selection_.to()};
-    change();
+    const std::pair now{selection_.from(), selection_.to()};
+    const auto before = std::exchange(toldSelection_, now);
+    if (now == before || (now.first == now.second && before.first == before.second))
+        return;
     viewport()->update();
-    if (std::pair(selection_.from(), selection_.to()) != before)
-        Q_EMIT selectionChanged();
+    Q_EMIT selectionChanged();
 }
 
 void ReceiveArea::select(qint64 anchor, qint64 cursor)
 {
     goalX_ = -1;
-    changeSelection([&] { selection_.select(anchor, cursor); });
+    selection_.select(anchor, cursor);
+    selectionTouched();
 }
 
 void ReceiveArea::clearSelection()
 {
-    changeSelection([&] { selection_.clear(); });
+    selection_.clear();
+    selectionTouched();
 }
 
 void ReceiveArea::beginSelection(qint64 position, TextSelection::Unit unit)
 {
     goalX_ = -1;
-    changeSelection([&] { selection_.begin(position, unit); });
+    selection_.begin(position, unit);
+    selectionTouched();
 }
 
 void ReceiveArea::extendSelectionTo(qint64 position)
 {
-    changeSelection([&] { selection_.extendTo(position); });
+    selection_.extendTo(position);
+    selectionTouched();
 }
 
 void ReceiveArea::extendSelection(CaretStep step)
@@ -279,7 +280,8 @@ void ReceiveArea::extendSelection(CaretStep step)
     if (selection_.isEmpty() && sight().indexOf(cursor) < 0)
         anchor = cursor = isAtBottom() ? store_.endPosition() : place_.top().from();
     cursor = caretAfter(step, cursor, flow_, goalX_);
-    changeSelection([&] { selection_.select(anchor, cursor); });
+    selection_.select(anchor, cursor);
+    selectionTouched();
     revealCaret();
 }
 

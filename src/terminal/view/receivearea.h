@@ -37,10 +37,9 @@ public:
         const TextStore& store, std::function<QString()> copySelection, QWidget* parent = nullptr);
     ~ReceiveArea() override;
 
-    void textAppended();
+    void textAppended() { changed(); }
     // After the store has lost text at its front.
     void textRemoved();
-
     [[nodiscard]] bool isAtBottom() const { return place_.isAtBottom(); }
     void scrollToEnd();
     void scrollToTop();
@@ -114,8 +113,7 @@ private:
     void syncVerticalBar();
     void barMoved(int value);
     void barAction(int action);
-    template<typename Change>
-    void changeSelection(Change&& change);
+    void selectionTouched();
     void revealCaret();
     void revealHorizontally(const TextRow& row, qint64 from, qint64 to);
     [[nodiscard]] const VisibleRows& sight();
@@ -139,6 +137,7 @@ private:
     qint64 frameTookMs_ = 0; // and after it was painted
     qint64 told_ = 0;        // text up to here has been told to screen readers
     std::pair<qint64, qint64> toldRange_{-1, -1};
+    std::pair<qint64, qint64> toldSelection_;
     double widest_ = 0; // row seen since lines are not wrapped
     double goalX_ = -1; // of a selection that is extended up and down
     int wheelAngle_ = 0;

@@ -68,7 +68,7 @@ void TextFind::sourceChanged()
         const auto gone = std::ranges::lower_bound(matches_, first, {}, &TextMatch::position);
         matches_.erase(matches_.begin(), gone);
     }
-    if (hasWork())
+    if (hasWork() && !timer_.isActive())
         timer_.start();
     Q_EMIT changed();
 }
