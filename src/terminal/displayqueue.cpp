@@ -17,7 +17,7 @@ void DisplayQueue::push(rxData record, bool filtered)
     if (filtered && record.direction == RXorTx::Received) {
         raw = m_rawCount > 0 || record.bytes.size() > kSliceBytes;
         if (!raw)
-            m_filter.filter(record.bytes);
+            m_filters.filter(record.bytes, record.peer);
     }
     if (record.bytes.isEmpty())
         return;
@@ -50,7 +50,7 @@ rxData DisplayQueue::takeSlice(bool filtered)
     if (length < first.record.bytes.size())
         slice.bytes = first.record.bytes.mid(m_taken, length);
     if (first.raw && filtered)
-        m_filter.filter(slice.bytes);
+        m_filters.filter(slice.bytes, slice.peer);
     if (!m_carried.isEmpty())
         slice.bytes.prepend(std::exchange(m_carried, {}));
     // A single byte may be a line feed, and whether that stands alone is seen with the next piece.

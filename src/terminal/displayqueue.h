@@ -1,7 +1,7 @@
 #pragma once
 
+#include "terminal/escapefilterset.h"
 #include "terminal/format/displayrecord.h"
-#include "terminal/text/ansiescapefilter.h"
 
 #include <deque>
 
@@ -47,7 +47,7 @@ public:
     // Bytes, and kRecordCost for each record.
     [[nodiscard]] qint64 cost() const;
 
-    [[nodiscard]] AnsiEscapeFilter& filter() { return m_filter; }
+    [[nodiscard]] EscapeFilterSet& filters() { return m_filters; }
 
 private:
     struct Entry
@@ -59,7 +59,7 @@ private:
     [[nodiscard]] bool joinsLast(const rxData& record) const;
 
     std::deque<Entry> m_records;
-    AnsiEscapeFilter m_filter;
+    EscapeFilterSet m_filters;
     qint64 m_bytes = 0;
     std::size_t m_rawCount = 0;
     bool m_sealed = false;

@@ -22,6 +22,17 @@ QString previewText(const QByteArray& bytes)
     return text;
 }
 
+// Numbers end at one edge; the time between numbers and text keeps away from both.
+QVariant alignmentOf(int column)
+{
+    const bool number = column == PeerListModel::Received || column == PeerListModel::Sent;
+    const bool time = column == PeerListModel::LastHeard;
+    return QVariant(Qt::AlignVCenter
+                    | (number  ? Qt::AlignRight
+                        : time ? Qt::AlignHCenter
+                               : Qt::AlignLeft));
+}
+
 } // namespace
 
 PeerListModel::PeerListModel(QObject* parent)
@@ -233,13 +244,12 @@ QVariant PeerListModel::data(const QModelIndex& index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
-    const bool number = index.column() == Received || index.column() == Sent;
     switch (role) {
     case Qt::DisplayRole:
     case Qt::ToolTipRole:
         return text(index.row(), index.column());
     case Qt::TextAlignmentRole:
-        return QVariant(Qt::AlignVCenter | (number ? Qt::AlignRight : Qt::AlignLeft));
+        return alignmentOf(index.column());
     case Qt::FontRole:
         if (isGone(index.row())) {
             QFont font;
@@ -256,10 +266,8 @@ QVariant PeerListModel::headerData(int section, Qt::Orientation orientation, int
 {
     if (orientation != Qt::Horizontal || section < 0 || section >= ColumnCount)
         return {};
-    if (role == Qt::TextAlignmentRole) {
-        const bool number = section == Received || section == Sent;
-        return QVariant(Qt::AlignVCenter | (number ? Qt::AlignRight : Qt::AlignLeft));
-    }
+    if (role == Qt::TextAlignmentRole)
+        return alignmentOf(section);
     if (role != Qt::DisplayRole)
         return {};
     const QStringList titles{

@@ -46,12 +46,10 @@ void PeerPanel::buildHeader()
 {
     m_fold->setObjectName("peerFold"_L1);
     m_fold->setAutoRaise(true);
-    m_fold->setCheckable(true);
-    m_fold->setChecked(true);
     m_fold->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_fold->setFocusPolicy(Qt::StrongFocus);
     m_fold->setToolTip(tr("Show or hide the list"));
-    connect(m_fold, &QToolButton::toggled, this, &PeerPanel::refresh);
+    connect(m_fold, &QToolButton::clicked, this, [this] { setExpanded(!m_expanded); });
     m_summary->setTextFormat(Qt::PlainText);
 }
 
@@ -95,12 +93,8 @@ void PeerPanel::setListeningOn(const QString& address)
 
 void PeerPanel::setExpanded(bool expanded)
 {
-    m_fold->setChecked(expanded);
-}
-
-bool PeerPanel::isExpanded() const
-{
-    return m_fold->isChecked();
+    m_expanded = expanded;
+    refresh();
 }
 
 QString PeerPanel::summary() const
@@ -141,12 +135,13 @@ void PeerPanel::refresh()
     const bool clients = m_model->kind() == Kind::TcpClients;
     const int count = m_model->peerCount();
     m_fold->setText(clients ? tr("Clients: %1").arg(count) : tr("Peers: %1").arg(count));
-    m_fold->setArrowType(isExpanded() ? Qt::DownArrow : Qt::RightArrow);
+    m_fold->setArrowType(m_expanded ? Qt::DownArrow : Qt::RightArrow);
     m_list->setAccessibleName(clients ? tr("Clients of this port") : tr("Peers of this port"));
     const QModelIndex target = m_model->index(m_model->rowOf(m_target, m_targetPeer), 0);
     const bool peers = target.isValid() && m_model->rowOf(Target::All) + 1 < m_model->rowCount();
     m_summary->setText(peers ? tr("Sending to: %1").arg(target.data().toString()) : emptyText());
-    m_list->setVisible(peers && isExpanded());
+    m_fold->setEnabled(peers);
+    m_list->setVisible(peers && m_expanded);
     fitList();
 }
 

@@ -36,7 +36,7 @@ public:
     // Where peers find the pane ("*:6000"), empty while they cannot.
     void setListeningOn(const QString& address);
     void setExpanded(bool expanded);
-    [[nodiscard]] bool isExpanded() const;
+    [[nodiscard]] bool isExpanded() const { return m_expanded; }
 
     // Chooses a target as a person does; a peer that is not listed changes nothing.
     void choose(Target target, const QString& peerKey = {});
@@ -70,6 +70,7 @@ private:
     QToolButton* m_fold;
     ElidedLabel* m_summary;
     QTreeView* m_list;
+    bool m_expanded = true;
     Target m_target = Target::All;
     QString m_targetPeer;
     QString m_listeningOn;

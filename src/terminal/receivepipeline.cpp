@@ -65,8 +65,8 @@ void ReceivePipeline::setFormatSetting(const FormatSetting& format)
     m_format = format.sanitized();
     if (m_decoders.setEncodings(m_format.receiveEncoding, m_format.sendEncoding)
         || receivesText() != wasText)
-        m_queue.filter().reset();
-    m_queue.filter().setSingleByteIntroducers(hasSingleByteIntroducers(m_format.receiveEncoding));
+        m_queue.filters().reset();
+    m_queue.filters().setSingleByteIntroducers(hasSingleByteIntroducers(m_format.receiveEncoding));
 }
 
 void ReceivePipeline::ingestRx(const QByteArray& bytes, bool fromStream, const QString& peer)
@@ -108,6 +108,9 @@ void ReceivePipeline::pushByteArray(
 void ReceivePipeline::forgetPeer(const QString& peer)
 {
     m_leavingPeers.append(peer);
+    // The decoders and filters are bounded by themselves; it is only the order that is lost.
+    if (m_leavingPeers.size() > qsizetype(DecoderSet::kMaxPeers))
+        m_leavingPeers.removeFirst();
     forgetLeavingPeers();
 }
 
@@ -118,6 +121,7 @@ void ReceivePipeline::forgetLeavingPeers()
     const QStringList peers = std::exchange(m_leavingPeers, {});
     for (const QString& peer : peers) {
         m_decoders.forgetPeer(peer);
+        m_queue.filters().forgetPeer(peer);
         if (m_log != nullptr)
             m_log->forgetPeer(peer);
     }
@@ -263,7 +267,7 @@ void ReceivePipeline::clear()
 void ReceivePipeline::resetTextDecoders()
 {
     m_decoders.reset();
-    m_queue.filter().reset();
+    m_queue.filters().reset();
     if (m_log != nullptr)
         m_log->resetTextDecoders();
 }

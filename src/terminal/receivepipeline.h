@@ -144,7 +144,8 @@ private:
     // Records at the front of the queue that a stopped view still shows.
     std::size_t m_finishing = 0;
     RunState m_state = RunState::Stopped;
-    QStringList m_leavingPeers; // forgotten as soon as the queue is empty
+    // Forgotten as soon as the queue is empty; at most DecoderSet::kMaxPeers.
+    QStringList m_leavingPeers;
     bool m_throttled = false;
     bool m_toldPausedFull = false;
     qint64 m_receivedBytes = 0;

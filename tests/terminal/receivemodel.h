@@ -29,8 +29,7 @@ public:
         if (encodings)
             decoders.clear();
         if (encodings || isText() != wasText)
-            filter.reset();
-        filter.setSingleByteIntroducers(format.receiveEncoding == u"ISO-8859-1");
+            filters.clear();
     }
     void ingest(const QByteArray& bytes, const QString& peer, const QDateTime& now)
     {
@@ -44,6 +43,8 @@ public:
         if (direction == RXorTx::Received)
             received += bytes.size();
         const bool filtered = direction == RXorTx::Received && isText();
+        AnsiEscapeFilter& filter = filters[peer];
+        filter.setSingleByteIntroducers(format.receiveEncoding == u"ISO-8859-1");
         const QByteArray left = filtered ? filter.process(bytes) : bytes;
         if (!left.isEmpty())
             queue.append({now, direction, left, false, false, peer});
@@ -108,7 +109,7 @@ private:
     void resetDecoders()
     {
         decoders.clear();
-        filter.reset();
+        filters.clear();
     }
     QString decoded(const rxData& record)
     {
@@ -161,7 +162,7 @@ private:
     QList<rxData> queue;
     qsizetype finishing = 0;
     QByteArray hold;
-    AnsiEscapeFilter filter;
+    std::map<QString, AnsiEscapeFilter> filters;
     std::map<QString, std::unique_ptr<WireTextDecoder>> decoders;
     bool endsWithLineFeed = true;
     bool gapPending = false;

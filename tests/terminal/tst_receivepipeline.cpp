@@ -161,6 +161,7 @@ class TestReceivePipeline final : public QObject
 private Q_SLOTS:
     void likeTheModel();
     void peerDecodersAreBounded();
+    void peersDoNotMix();
     void recordsOfOneColourAreAppendedTogether();
     void drainBudget_data();
     void drainBudget();
@@ -198,6 +199,37 @@ void TestReceivePipeline::likeTheModel()
             QVERIFY2(bench.pipeline.runState() == model.runState(), where);
         }
     }
+}
+
+// What one peer leaves unfinished belongs to nobody else, and to nobody who comes after it.
+void TestReceivePipeline::peersDoNotMix()
+{
+    Bench bench;
+    bench.receive("\x1B]0;half a title", u"a"_s);
+    bench.receive("plain ", u"b"_s);
+    bench.receive("\xC3", u"a2"_s);
+    bench.receive("text\n", u"b"_s);
+    bench.receive(" of a\x07shown ", u"a"_s);
+    bench.drainAll();
+    QCOMPARE(bench.sink.text, u"plain text\nshown "_s);
+
+    bench.receive("\x1B[3", u"a"_s);
+    bench.pipeline.forgetPeer(u"a"_s);
+    bench.pipeline.forgetPeer(u"a2"_s);
+    bench.receive("1m", u"a"_s);
+    bench.receive("\xA9", u"a2"_s);
+    bench.drainAll();
+    QCOMPARE(bench.sink.text, u"plain text\nshown 1m\uFFFD"_s);
+
+    // Left while its bytes still wait: they keep what came before them.
+    bench.receive("\xC3", u"b"_s);
+    bench.drainAll();
+    bench.receive("\xA9", u"b"_s);
+    bench.pipeline.forgetPeer(u"b"_s);
+    bench.drainAll();
+    bench.receive("\xA9", u"b"_s);
+    bench.drainAll();
+    QCOMPARE(bench.sink.text, u"plain text\nshown 1m\uFFFD\u00E9\uFFFD"_s);
 }
 
 void TestReceivePipeline::peerDecodersAreBounded()

@@ -24,6 +24,8 @@ public:
     [[nodiscard]] QByteArray process(QByteArrayView bytes);
     // The same in place; bytes without a sequence, which most are, are not copied.
     void filter(QByteArray& bytes);
+    // Not within a sequence: the next byte is taken as it would be at the start.
+    [[nodiscard]] bool isIdle() const { return m_state == State::Ground; }
     // Back to plain bytes; the bytes of an unfinished sequence are dropped.
     void reset();
 
