@@ -68,7 +68,8 @@ void ControlLineRow::addCell(Lamp lamp, QHBoxLayout* row)
     cell.caption = new QLabel(names.caption, cell.widget);
     cell.caption->setAlignment(Qt::AlignHCenter);
     // The caption of a break must not push the other lamps aside.
-    cell.caption->setMinimumWidth(cell.caption->fontMetrics().horizontalAdvance(breakCaption));
+    if (lamp == Tx)
+        cell.caption->setMinimumWidth(cell.caption->fontMetrics().horizontalAdvance(breakCaption));
     auto* layout = new QVBoxLayout(cell.widget);
     layout->setContentsMargins(2, 4, 2, 4);
     layout->setSpacing(4);
