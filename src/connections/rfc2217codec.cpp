@@ -151,7 +151,7 @@ QByteArray subnegotiation(quint8 command, const QByteArray& payload)
 
 struct Rfc2217Codec::Sink
 {
-    QByteArray data = {};
+    char* data = nullptr; // where the next data byte goes
     QList<Event>* events = nullptr;
     QByteArray* reply = nullptr;
 };
@@ -183,14 +183,15 @@ QByteArray Rfc2217Codec::decode(const QByteArray& in, QList<Event>* events, QByt
 {
     if (m_state == State::Data && !in.contains(char(Rfc2217::IAC)))
         return in;
-    Sink sink{.events = events, .reply = reply};
-    sink.data.reserve(in.size());
+    // No byte gives more than one byte of data.
+    QByteArray data(in.size(), Qt::Uninitialized);
+    Sink sink{.data = data.data(), .events = events, .reply = reply};
     const char* const end = in.constData() + in.size();
     for (const char* at = in.constData(); at != end;) {
         if (m_state == State::Data || m_state == State::Sub) {
             const char* const iac = findIac(at, end);
             if (m_state == State::Data)
-                sink.data.append(at, iac - at);
+                sink.data = std::copy(at, iac, sink.data);
             else
                 appendToSub(at, iac - at);
             at = iac;
@@ -199,7 +200,8 @@ QByteArray Rfc2217Codec::decode(const QByteArray& in, QList<Event>* events, QByt
         }
         takeByte(quint8(*at++), sink);
     }
-    return sink.data;
+    data.truncate(sink.data - data.constData());
+    return data;
 }
 
 void Rfc2217Codec::takeByte(quint8 byte, Sink& sink)
@@ -231,7 +233,7 @@ void Rfc2217Codec::handleIac(quint8 byte, Sink& sink)
     m_state = State::Data;
     switch (byte) {
     case IAC:
-        sink.data.append(char(IAC));
+        *sink.data++ = char(IAC);
         break;
     case WILL:
     case WONT:
@@ -334,19 +336,18 @@ void Rfc2217Codec::handleSubnegotiation(Sink& sink)
 
 QByteArray Rfc2217Codec::encodePayload(const QByteArray& data)
 {
-    const qsizetype count = data.count(char(Rfc2217::IAC));
-    if (count == 0)
+    if (!data.contains(char(Rfc2217::IAC)))
         return data;
-    QByteArray encoded;
-    encoded.reserve(data.size() + count);
+    QByteArray encoded(data.size() + data.count(char(Rfc2217::IAC)), Qt::Uninitialized);
+    char* out = encoded.data();
     const char* const end = data.constData() + data.size();
     for (const char* at = data.constData(); at != end;) {
         const char* const iac = findIac(at, end);
-        encoded.append(at, iac - at);
+        out = std::copy(at, iac, out);
         at = iac;
         if (at != end) {
-            encoded.append(2, *at);
-            ++at;
+            *out++ = *at;
+            *out++ = *at++;
         }
     }
     return encoded;

@@ -24,7 +24,7 @@ constexpr auto flowControlKey = "flow_control"_L1;
 // A code of the Settings record and its value in the outcome's changes.
 struct Named
 {
-    int code;
+    int code = 0;
     QLatin1StringView name;
 };
 

@@ -101,14 +101,14 @@ void TestRfc2217ClientSession::negotiation()
     QCOMPARE(finished, 1);
     QTEST(session.receive(hex("ffff")).data, "received");
     QTEST(session.encodePayload(hex("ff")), "sent");
+    QCOMPARE(commands(session.breakCommand(true) + session.breakCommand(false)
+                      + session.modemStateInquiry()),
+        state == State::ComPortActive ? "0505 0506 07 0bf0" : "");
     QCOMPARE(session.settingsUpdate(pushing()).isEmpty(), state != State::ComPortActive);
-    QCOMPARE(commands(session.breakCommand(true)), state == State::ComPortActive ? "0505" : "");
-    QCOMPARE(commands(session.breakCommand(false)), state == State::ComPortActive ? "0506" : "");
-    QCOMPARE(commands(session.modemStateInquiry()), state == State::ComPortActive ? "07 0bf0" : "");
     // Nothing that comes late changes what was found out.
     const auto late = session.receive(hex("fffe2cfffd2c"));
     QVERIFY(!late.negotiationFinished && late.message.isEmpty());
-    QVERIFY(!session.onNegotiationTimeout().negotiationFinished);
+    session.onNegotiationTimeout();
     QCOMPARE(session.state(), state);
 }
 

@@ -10,6 +10,7 @@ namespace {
 using Codec = Rfc2217Codec;
 using Event = Codec::Event;
 using Role = Codec::Role;
+using enum Codec::Role;
 
 QByteArray hex(const char* digits)
 {
@@ -50,7 +51,7 @@ Result feed(Codec& codec, Role role, const QByteArrayList& chunks)
     QList<Event> events;
     for (const QByteArray& chunk : chunks)
         result.data += codec.decode(chunk, &events, &result.reply);
-    result.events = describe(events, role == Role::Client);
+    result.events = describe(events, role == Client);
     return result;
 }
 
@@ -72,6 +73,65 @@ QByteArray difficultPayload()
         bytes.append(run, '\xff').append(char(run)).append('\xf0');
     return bytes + '\xff';
 }
+
+struct DecodeCase
+{
+    const char* name;
+    Role role;
+    const char* in; // this and the next two in hexadecimal
+    const char* data;
+    const char* reply;
+    const char* events;
+};
+constexpr DecodeCase decodeCases[] = {
+    {"plain", Client, "0041fe", "0041fe", "", ""},
+    {"doubled 0xFF", Client, "41ffff42", "41ff42", "", ""},
+    {"three doubled", Server, "ffffffffffff", "ffffff", "", ""},
+    {"other commands are dropped", Client, "41fff142fff943fff0", "414243", "", ""},
+    {"accepted options", Server, "fffb00fffd00fffb03fffd03fffb2cfffd2c", "",
+        "fffd00fffb00fffd03fffb03fffd2cfffb2c", ""},
+    {"refused options", Client, "fffb01fffd18fffbff", "", "fffe01fffc18fffeff", ""},
+    {"repeated requests", Client, "fffb2cfffb2cfffd01fffd01", "", "fffd2cfffc01", ""},
+    {"end of what was never begun", Client, "fffc2cfffe2cfffc01fffe01", "", "", ""},
+    {"end of what was agreed", Client, "fffb00fffd03fffc00fffe03fffc00fffe03", "",
+        "fffd00fffb03fffe00fffc03", ""},
+    {"data between options", Client, "41fffb0042fffd0343", "414243", "fffd00fffb03", ""},
+
+    {"baud", Server, "fffa2c0100002580fff0", "", "", "baud:9600"},
+    {"baud from a server", Client, "fffa2c650001c200fff0", "", "", "baud:115200"},
+    {"baud with doubled 0xFF", Server, "fffa2c0100ffff00fffffff0", "", "", "baud:16711935"},
+    {"baud inquiry", Server, "fffa2c0100000000fff0", "", "", "baud?"},
+    {"baud too short", Server, "fffa2c01002580fff0", "", "", ""},
+    {"wrong direction, client", Client, "fffa2c0100002580fff0", "", "", ""},
+    {"wrong direction, server", Server, "fffa2c6500002580fff0", "", "", ""},
+    {"data sizes", Server, "fffa2c0204fff0fffa2c0205fff0fffa2c0208fff0fffa2c0209fff0fffa2c0200fff0",
+        "", "", "bits? bits:5 bits:8 bits? bits?"},
+    {"parities", Client,
+        "fffa2c6700fff0fffa2c6701fff0fffa2c6702fff0fffa2c6703fff0fffa2c6704fff0fffa2c6705fff0"
+        "fffa2c6706fff0",
+        "", "", "parity? parity:0 parity:3 parity:2 parity:5 parity:4 parity?"},
+    {"stop sizes", Server, "fffa2c0400fff0fffa2c0401fff0fffa2c0402fff0fffa2c0403fff0fffa2c0404fff0",
+        "", "", "stop? stop:1 stop:2 stop:3 stop?"},
+    {"flow", Server,
+        "fffa2c0500fff0fffa2c0501fff0fffa2c0502fff0fffa2c0503fff0fffa2c050dfff0fffa2c0511fff0", "",
+        "", "flow? flow:0 flow:2 flow:1"},
+    {"break", Server, "fffa2c0504fff0fffa2c0505fff0fffa2c0506fff0", "", "", "break? break+ break-"},
+    {"dtr", Client, "fffa2c6907fff0fffa2c6908fff0fffa2c6909fff0", "", "", "dtr? dtr+ dtr-"},
+    {"rts", Client, "fffa2c690afff0fffa2c690bfff0fffa2c690cfff0", "", "", "rts? rts+ rts-"},
+    {"states", Client, "fffa2c6a60fff0fffa2c6bb0fff0fffa2c6bfffffff0", "", "",
+        "line:96 modem:176 modem:255"},
+    {"without the byte", Client, "fffa2c6bfff0fffa2c66fff0fffa2cfff0fffafff0", "", "", ""},
+    {"dropped commands", Server, "fffa2c08fff0fffa2c0901fff0fffa2c0a01fff0fffa2c0d01fff0", "", "",
+        ""},
+    {"dropped responses", Client, "fffa2c7101fff0fffa2cc801fff0fffa2cff01fff0", "", "", ""},
+    {"purge", Server, "fffa2c0c03fff0", "", "", "purge:3"},
+    {"signatures", Server, "fffa2c00fff0fffa2c004142fff0", "", "", "signature? signature:AB"},
+    {"signature of a server", Client, "fffa2c64fff0fffa2c6441fff0", "", "",
+        "signature: signature:A"},
+    {"another option's", Server, "41fffa18012cfff042", "4142", "", ""},
+    {"broken off", Server, "fffa2c0100fff141fffa2c0c01fff0", "41", "", "purge:1"},
+    {"begun twice", Server, "fffa2c0100fffa2c0c01fff0fffa2c0c02fff0", "2c0c01", "", "purge:2"},
+};
 
 } // namespace
 
@@ -104,62 +164,10 @@ void TestRfc2217Codec::decode_data()
     QTest::addColumn<QByteArray>("data");
     QTest::addColumn<QByteArray>("reply");
     QTest::addColumn<QByteArray>("events");
-    const auto row = [](const char* name, Role role, const char* in, const char* data,
-                         const char* reply, const char* events) {
-        QTest::newRow(name) << role << hex(in) << hex(data) << hex(reply) << QByteArray(events);
-    };
-    constexpr Role server = Role::Server;
-    constexpr Role client = Role::Client;
-    row("plain", client, "0041fe", "0041fe", "", "");
-    row("doubled 0xFF", client, "41ffff42", "41ff42", "", "");
-    row("three doubled", server, "ffffffffffff", "ffffff", "", "");
-    row("other commands are dropped", client, "41fff142fff943fff0", "414243", "", "");
-    row("accepted options", server, "fffb00fffd00fffb03fffd03fffb2cfffd2c", "",
-        "fffd00fffb00fffd03fffb03fffd2cfffb2c", "");
-    row("refused options", client, "fffb01fffd18fffbff", "", "fffe01fffc18fffeff", "");
-    row("repeated requests", client, "fffb2cfffb2cfffd01fffd01", "", "fffd2cfffc01", "");
-    row("end of what was never begun", client, "fffc2cfffe2cfffc01fffe01", "", "", "");
-    row("end of what was agreed", client, "fffb00fffd03fffc00fffe03fffc00fffe03", "",
-        "fffd00fffb03fffe00fffc03", "");
-    row("data between options", client, "41fffb0042fffd0343", "414243", "fffd00fffb03", "");
-
-    row("baud", server, "fffa2c0100002580fff0", "", "", "baud:9600");
-    row("baud from a server", client, "fffa2c650001c200fff0", "", "", "baud:115200");
-    row("baud with doubled 0xFF", server, "fffa2c0100ffff00fffffff0", "", "", "baud:16711935");
-    row("baud inquiry", server, "fffa2c0100000000fff0", "", "", "baud?");
-    row("baud too short", server, "fffa2c01002580fff0", "", "", "");
-    row("wrong direction, client", client, "fffa2c0100002580fff0", "", "", "");
-    row("wrong direction, server", server, "fffa2c6500002580fff0", "", "", "");
-    row("data sizes", server,
-        "fffa2c0204fff0fffa2c0205fff0fffa2c0208fff0fffa2c0209fff0fffa2c0200fff0", "", "",
-        "bits? bits:5 bits:8 bits? bits?");
-    row("parities", client,
-        "fffa2c6700fff0fffa2c6701fff0fffa2c6702fff0fffa2c6703fff0fffa2c6704fff0fffa2c6705fff0"
-        "fffa2c6706fff0",
-        "", "", "parity? parity:0 parity:3 parity:2 parity:5 parity:4 parity?");
-    row("stop sizes", server,
-        "fffa2c0400fff0fffa2c0401fff0fffa2c0402fff0fffa2c0403fff0fffa2c0404fff0", "", "",
-        "stop? stop:1 stop:2 stop:3 stop?");
-    row("flow", server,
-        "fffa2c0500fff0fffa2c0501fff0fffa2c0502fff0fffa2c0503fff0fffa2c050dfff0fffa2c0511fff0", "",
-        "", "flow? flow:0 flow:2 flow:1");
-    row("break", server, "fffa2c0504fff0fffa2c0505fff0fffa2c0506fff0", "", "",
-        "break? break+ break-");
-    row("dtr", client, "fffa2c6907fff0fffa2c6908fff0fffa2c6909fff0", "", "", "dtr? dtr+ dtr-");
-    row("rts", client, "fffa2c690afff0fffa2c690bfff0fffa2c690cfff0", "", "", "rts? rts+ rts-");
-    row("states", client, "fffa2c6a60fff0fffa2c6bb0fff0fffa2c6bfffffff0", "", "",
-        "line:96 modem:176 modem:255");
-    row("without the byte", client, "fffa2c6bfff0fffa2c66fff0fffa2cfff0fffafff0", "", "", "");
-    row("dropped commands", server, "fffa2c08fff0fffa2c0901fff0fffa2c0a01fff0fffa2c0d01fff0", "",
-        "", "");
-    row("dropped responses", client, "fffa2c7101fff0fffa2cc801fff0fffa2cff01fff0", "", "", "");
-    row("purge", server, "fffa2c0c03fff0", "", "", "purge:3");
-    row("signatures", server, "fffa2c00fff0fffa2c004142fff0", "", "", "signature? signature:AB");
-    row("signature of a server", client, "fffa2c64fff0fffa2c6441fff0", "", "",
-        "signature: signature:A");
-    row("another option's", server, "41fffa18012cfff042", "4142", "", "");
-    row("broken off", server, "fffa2c0100fff141fffa2c0c01fff0", "41", "", "purge:1");
-    row("begun twice", server, "fffa2c0100fffa2c0c01fff0fffa2c0c02fff0", "2c0c01", "", "purge:2");
+    for (const DecodeCase& row : decodeCases) {
+        QTest::newRow(row.name) << row.role << hex(row.in) << hex(row.data) << hex(row.reply)
+                                << QByteArray(row.events);
+    }
 }
 
 void TestRfc2217Codec::decode()
@@ -187,16 +195,16 @@ void TestRfc2217Codec::payloadSurvivesEveryBorder()
     const QByteArray wire = Codec::encodePayload(payload);
     QCOMPARE(wire.size(), payload.size() + payload.count('\xff'));
     for (qsizetype border = 0; border <= wire.size(); ++border) {
-        Codec codec(Role::Client);
-        const Result result = feed(codec, Role::Client, {wire.first(border), wire.sliced(border)});
+        Codec codec(Client);
+        const Result result = feed(codec, Client, {wire.first(border), wire.sliced(border)});
         QCOMPARE(result.data, payload);
         QVERIFY(result.reply.isEmpty() && result.events.isEmpty());
     }
-    Codec codec(Role::Server);
+    Codec codec(Server);
     for (qsizetype border = 0; border <= payload.size(); ++border) {
         const QByteArrayList chunks{Codec::encodePayload(payload.first(border)),
             Codec::encodePayload(payload.sliced(border))};
-        QCOMPARE(feed(codec, Role::Server, chunks).data, payload);
+        QCOMPARE(feed(codec, Server, chunks).data, payload);
     }
     // The payload of a command is data as well.
     QList<Event> events;
@@ -207,15 +215,15 @@ void TestRfc2217Codec::payloadSurvivesEveryBorder()
 void TestRfc2217Codec::plainDataIsNotCopied()
 {
     const QByteArray plain(1000, 'x');
-    Codec codec(Role::Client);
+    Codec codec(Client);
     QCOMPARE(codec.decode(plain, nullptr, nullptr).constData(), plain.constData());
     QCOMPARE(Codec::encodePayload(plain).constData(), plain.constData());
 }
 
 void TestRfc2217Codec::twoEndsComeToRest()
 {
-    Codec client(Role::Client);
-    Codec server(Role::Server);
+    Codec client(Client);
+    Codec server(Server);
     QByteArray toServer = client.greeting();
     QByteArray toClient = server.greeting();
     QCOMPARE(toServer.toHex(), "fffb2cfffd2cfffb00fffd00fffb03fffd03");
@@ -242,7 +250,7 @@ void TestRfc2217Codec::repetitionIsAnsweredOnce()
         for (const quint8 verb : {Rfc2217::WILL, Rfc2217::DO})
             every.append('\xff').append(char(verb)).append(char(option));
     }
-    Codec codec(Role::Server);
+    Codec codec(Server);
     QByteArray reply;
     codec.decode(every.repeated(100), nullptr, &reply);
     QCOMPARE(reply.size(), every.size());
@@ -251,7 +259,7 @@ void TestRfc2217Codec::repetitionIsAnsweredOnce()
 // A remote that turns every answer round.
 void TestRfc2217Codec::contradictionEnds()
 {
-    Codec codec(Role::Client);
+    Codec codec(Client);
     QByteArray in = codec.greeting();
     int rounds = 0;
     for (; !in.isEmpty() && rounds < 1000; ++rounds) {
@@ -270,8 +278,8 @@ void TestRfc2217Codec::contradictionEnds()
 // Both ends take their word back and give it again while the other's is on its way.
 void TestRfc2217Codec::crossingChangesEnd()
 {
-    Codec client(Role::Client);
-    Codec server(Role::Server);
+    Codec client(Client);
+    Codec server(Server);
     QByteArray toServer = client.greeting() + hex("fffc2cfffe2cfffb2c");
     QByteArray toClient = server.greeting() + hex("fffc2cfffe2cfffd2c");
     int rounds = 0;
@@ -300,7 +308,7 @@ void TestRfc2217Codec::longSubnegotiation()
     QFETCH(qsizetype, size);
     QFETCH(bool, kept);
     const QByteArray text(size - 2, 'x');
-    Codec codec(Role::Server);
+    Codec codec(Server);
     QList<Event> events;
     const QByteArray wire = Codec::clientRequest(Rfc2217::Signature, text);
     QCOMPARE(codec.decode(wire + "data", &events, nullptr), "data");
@@ -317,13 +325,13 @@ void TestRfc2217Codec::comPortSupport_data()
     const auto row = [](const char* name, Role role, const char* in, bool supported) {
         QTest::newRow(name) << role << hex(in) << supported;
     };
-    row("WILL", Role::Client, "fffb2c", true);
-    row("DO", Role::Client, "fffd2c", true);
-    row("another option", Role::Client, "fffb00fffd03", false);
-    row("client, WONT", Role::Client, "fffd2cfffc2c", true);
-    row("client, DONT", Role::Client, "fffb2cfffe2c", false);
-    row("server, WONT", Role::Server, "fffd2cfffc2c", false);
-    row("server, DONT", Role::Server, "fffb2cfffe2c", true);
+    row("WILL", Client, "fffb2c", true);
+    row("DO", Client, "fffd2c", true);
+    row("another option", Client, "fffb00fffd03", false);
+    row("client, WONT", Client, "fffd2cfffc2c", true);
+    row("client, DONT", Client, "fffb2cfffe2c", false);
+    row("server, WONT", Server, "fffd2cfffc2c", false);
+    row("server, DONT", Server, "fffb2cfffe2c", true);
 }
 
 void TestRfc2217Codec::comPortSupport()
@@ -338,7 +346,7 @@ void TestRfc2217Codec::comPortSupport()
 
 void TestRfc2217Codec::modemStateMask()
 {
-    Codec codec(Role::Server);
+    Codec codec(Server);
     QVERIFY(codec.modemStateNotification(0xF0).isEmpty());
     QList<Event> events;
     codec.decode(hex("fffa2c0bb0fff0fffa2c0bfff0"), &events, nullptr);
@@ -356,12 +364,12 @@ void TestRfc2217Codec::resetForgetsTheConversation()
 {
     const QByteArray next = hex("41fffb2c42fffa2c0c01fff043");
     for (const char* last : {"ff", "fffb", "fffa2c0c", "fffa2cff", "fffb2cfffa2c0bfffffff041"}) {
-        Codec used(Role::Server);
+        Codec used(Server);
         used.decode(hex(last), nullptr, nullptr);
         used.reset();
         QVERIFY(!used.remoteSentIac() && !used.remoteSupportsComPort());
         QVERIFY(used.modemStateNotification(0xFF).isEmpty());
-        const Result result = feed(used, Role::Server, {next});
+        const Result result = feed(used, Server, {next});
         QCOMPARE(result.data, "ABC");
         QCOMPARE(result.reply.toHex(), "fffd2c");
         QCOMPARE(result.events, "purge:1");

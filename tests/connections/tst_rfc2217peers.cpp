@@ -212,8 +212,12 @@ private:
 };
 
 // A program that ends with this object.
-struct Program
+class Program final
 {
+    Q_DISABLE_COPY_MOVE(Program)
+
+public:
+    Program() = default;
     ~Program()
     {
         process.kill();
@@ -226,6 +230,15 @@ struct Program
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process.start(name, arguments);
         return process.waitForStarted();
+    }
+
+    // What pyserial says to a statement, "ok" when it is content.
+    QByteArray run(const QByteArray& statement)
+    {
+        process.write(statement + '\n');
+        return QTest::qWaitFor([this] { return process.canReadLine(); }, 10'000)
+                   ? process.readLine().trimmed()
+                   : "no answer to "_ba + statement;
     }
 
     QProcess process;
@@ -279,47 +292,26 @@ private Q_SLOTS:
     void serverOfPyserial();
 
 private:
+    // Our client session against a server whose line is end A of the cable.
     static void drive(quint16 tcpPort, NullModem& modem);
+    static void driveParameters(RemotePort& remote, const NullModem& modem);
+    static void driveLines(RemotePort& remote, NullModem& modem);
+    // pyserial's client against our server session.
+    static void commandParameters(Program& pyserial, const NullModem& modem);
+    static void commandLines(Program& pyserial, NullModem& modem);
 };
 
-// Our client session against a server whose line is end A of the cable.
 void TestRfc2217Peers::drive(quint16 tcpPort, NullModem& modem)
 {
     QSerialPort device(modem.portB());
     QVERIFY(device.open(QIODevice::ReadWrite));
     RemotePort remote(tcpPort);
-    const Rfc2217ClientSession& session = remote.session;
-    QTRY_COMPARE(session.state(), Rfc2217ClientSession::State::ComPortActive);
-    // At first the port is left as it is, and only asked.
-    QTRY_COMPARE(session.remoteSummary(), summaryOf(remote.settings));
-    QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
-
-    for (const LineCase& wanted : lineCases) {
-        const Settings settings = settingsOf(wanted);
-        remote.settings = settings;
-        remote.push();
-        QTRY_COMPARE(modem.lineSettings(End::A), wanted.line);
-        QTRY_COMPARE(session.remoteSummary(), summaryOf(settings));
-    }
-    for (const int levels : {1, 2, 0, 3}) {
-        remote.settings.dtrOn = (levels & 1) != 0;
-        remote.settings.rtsOn = (levels & 2) != 0;
-        remote.push();
-        QTRY_COMPARE(modem.dtr(End::A), remote.settings.dtrOn);
-        QTRY_COMPARE(modem.rts(End::A), remote.settings.rtsOn);
-        QTRY_COMPARE(session.confirmedDtr(), std::optional(remote.settings.dtrOn));
-        QTRY_COMPARE(session.confirmedRts(), std::optional(remote.settings.rtsOn));
-        // The device's levels cross to CTS, DSR and DCD of the server.
-        modem.setOutputs(End::B, !remote.settings.dtrOn, !remote.settings.rtsOn);
-        const int expected = (remote.settings.dtrOn ? 0 : Rfc2217::Dsr | Rfc2217::Dcd)
-                             | (remote.settings.rtsOn ? 0 : Rfc2217::Cts);
-        QTRY_COMPARE(session.modemState().value_or(0xFF) & 0xF0, expected);
-    }
-    remote.socket.write(session.breakCommand(true));
-    QTRY_VERIFY(modem.breakSeenBy(End::B).active);
-    remote.socket.write(session.breakCommand(false));
-    QTRY_COMPARE(modem.breakSeenBy(End::B).count, 1);
-
+    QTRY_COMPARE(remote.session.state(), Rfc2217ClientSession::State::ComPortActive);
+    driveParameters(remote, modem);
+    if (!QTest::currentTestFailed())
+        driveLines(remote, modem);
+    if (QTest::currentTestFailed())
+        return;
     const QByteArray payload = difficultPayload();
     remote.send(payload);
     QByteArray atDevice;
@@ -328,6 +320,43 @@ void TestRfc2217Peers::drive(quint16 tcpPort, NullModem& modem)
     device.write(payload);
     QTRY_COMPARE(remote.received.size(), payload.size());
     QCOMPARE(remote.received, payload);
+}
+
+void TestRfc2217Peers::driveParameters(RemotePort& remote, const NullModem& modem)
+{
+    // At first the port is left as it is, and only asked.
+    QTRY_COMPARE(remote.session.remoteSummary(), summaryOf(remote.settings));
+    QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
+    for (const LineCase& wanted : lineCases) {
+        remote.settings = settingsOf(wanted);
+        remote.push();
+        QTRY_COMPARE(modem.lineSettings(End::A), wanted.line);
+        QTRY_COMPARE(remote.session.remoteSummary(), summaryOf(remote.settings));
+    }
+}
+
+void TestRfc2217Peers::driveLines(RemotePort& remote, NullModem& modem)
+{
+    const Rfc2217ClientSession& session = remote.session;
+    for (const int levels : {1, 2, 0, 3}) {
+        const bool dtr = (levels & 1) != 0;
+        const bool rts = (levels & 2) != 0;
+        remote.settings.dtrOn = dtr;
+        remote.settings.rtsOn = rts;
+        remote.push();
+        QTRY_COMPARE(modem.dtr(End::A), dtr);
+        QTRY_COMPARE(modem.rts(End::A), rts);
+        QTRY_COMPARE(session.confirmedDtr(), std::optional(dtr));
+        QTRY_COMPARE(session.confirmedRts(), std::optional(rts));
+        // The device's levels cross to CTS, DSR and DCD of the server.
+        modem.setOutputs(End::B, !dtr, !rts);
+        const int expected = (dtr ? 0 : Rfc2217::Dsr | Rfc2217::Dcd) | (rts ? 0 : Rfc2217::Cts);
+        QTRY_COMPARE(session.modemState().value_or(0xFF) & 0xF0, expected);
+    }
+    remote.socket.write(session.breakCommand(true));
+    QTRY_VERIFY(modem.breakSeenBy(End::B).active);
+    remote.socket.write(session.breakCommand(false));
+    QTRY_COMPARE(modem.breakSeenBy(End::B).count, 1);
 }
 
 void TestRfc2217Peers::clientOfSer2net()
@@ -373,52 +402,58 @@ void TestRfc2217Peers::serverOfPyserial()
     ServedPort served(modem.portA());
     Program program;
     QVERIFY(program.start(python, {script("rfc2217client.py")}));
-    // What pyserial says to a statement, "ok" when it is content.
-    const auto run = [&program](const QByteArray& statement) {
-        program.process.write(statement + '\n');
-        return QTest::qWaitFor([&] { return program.process.canReadLine(); }, 10'000)
-                   ? program.process.readLine().trimmed()
-                   : "no answer to "_ba + statement;
-    };
     // It waits for the answers to its settings, its lines and its purges here.
     const QByteArray url = "rfc2217://127.0.0.1:" + QByteArray::number(served.tcpPort());
-    QCOMPARE(run("port = serial.serial_for_url('" + url + "', timeout=5)"), "ok");
+    QCOMPARE(program.run("port = serial.serial_for_url('" + url + "', timeout=5)"), "ok");
     QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
     QCOMPARE(served.purges(), 2);
+    commandParameters(program, modem);
+    if (!QTest::currentTestFailed())
+        commandLines(program, modem);
+    if (QTest::currentTestFailed())
+        return;
+    const QByteArray payload = difficultPayload();
+    const QByteArray literal = "bytes.fromhex('" + payload.toHex() + "')";
+    QCOMPARE(program.run("port.write(" + literal + ")"), "ok");
+    QByteArray atDevice;
+    QTRY_COMPARE((atDevice += device.readAll()).size(), payload.size());
+    QCOMPARE(atDevice, payload);
+    device.write(payload);
+    QCOMPARE(
+        program.run("assert port.read(" + QByteArray::number(payload.size()) + ") == " + literal),
+        "ok");
+    QCOMPARE(program.run("port.close()"), "ok");
+}
+
+void TestRfc2217Peers::commandParameters(Program& pyserial, const NullModem& modem)
+{
     for (const LineCase& wanted : lineCases) {
-        QCOMPARE(run(wanted.python), "ok");
+        QCOMPARE(pyserial.run(wanted.python), "ok");
         QCOMPARE(modem.lineSettings(End::A), wanted.line);
     }
+}
+
+void TestRfc2217Peers::commandLines(Program& pyserial, NullModem& modem)
+{
     // The client asks for modem states first; RFC 2217's default is that it need not.
-    QCOMPARE(run("port.rfc2217_send_subnegotiation(bytes([11]), bytes([255]))"), "ok");
+    QCOMPARE(pyserial.run("port.rfc2217_send_subnegotiation(bytes([11]), bytes([255]))"), "ok");
     for (const int levels : {1, 2, 0, 3}) {
         const bool dtr = (levels & 1) != 0;
         const bool rts = (levels & 2) != 0;
-        QCOMPARE(run(dtr ? "port.dtr = True" : "port.dtr = False"), "ok");
-        QCOMPARE(run(rts ? "port.rts = True" : "port.rts = False"), "ok");
+        QCOMPARE(pyserial.run(dtr ? "port.dtr = True" : "port.dtr = False"), "ok");
+        QCOMPARE(pyserial.run(rts ? "port.rts = True" : "port.rts = False"), "ok");
         QCOMPARE(modem.dtr(End::A), dtr);
         QCOMPARE(modem.rts(End::A), rts);
         modem.setOutputs(End::B, dtr, rts);
         const QByteArray check = "assert (port.dsr, port.cd, port.cts) == ("
                                  + QByteArray(dtr ? "True, True, " : "False, False, ")
                                  + (rts ? "True)" : "False)");
-        QTRY_COMPARE(run(check), "ok");
+        QTRY_COMPARE(pyserial.run(check), "ok");
     }
-    QCOMPARE(run("port.break_condition = True"), "ok");
+    QCOMPARE(pyserial.run("port.break_condition = True"), "ok");
     QVERIFY(modem.breakSeenBy(End::B).active);
-    QCOMPARE(run("port.break_condition = False"), "ok");
+    QCOMPARE(pyserial.run("port.break_condition = False"), "ok");
     QCOMPARE(modem.breakSeenBy(End::B).count, 1);
-
-    const QByteArray payload = difficultPayload();
-    const QByteArray literal = "bytes.fromhex('" + payload.toHex() + "')";
-    QCOMPARE(run("port.write(" + literal + ")"), "ok");
-    QByteArray atDevice;
-    QTRY_COMPARE((atDevice += device.readAll()).size(), payload.size());
-    QCOMPARE(atDevice, payload);
-    device.write(payload);
-    QCOMPARE(
-        run("assert port.read(" + QByteArray::number(payload.size()) + ") == " + literal), "ok");
-    QCOMPARE(run("port.close()"), "ok");
 }
 
 QTEST_GUILESS_MAIN(TestRfc2217Peers)
