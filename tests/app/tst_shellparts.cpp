@@ -5,10 +5,10 @@
 #include "app/portgrid.h"
 #include "app/portlistmonitor.h"
 #include "app/portselector.h"
-#include "terminal/ratemeter.h"
 #include "app/setconfigfilepathdialog.h"
 #include "app/symbolicicon.h"
 #include "app/windowgeometry.h"
+#include "terminal/ratemeter.h"
 
 #include <QDialogButtonBox>
 #include <QFile>
@@ -33,6 +33,7 @@ private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void commandLine_data();
     void commandLine();
+    void sessionArgument();
     void language_data();
     void language();
     void screenRule_data();
@@ -76,6 +77,25 @@ void ShellPartsTest::commandLine()
     const CommandLine parsed = CommandLine::parse(arguments);
     QTEST(parsed.screenshotPath, "screenshot");
     QTEST(parsed.portName, "port");
+}
+
+void ShellPartsTest::sessionArgument()
+{
+    const QTemporaryDir dir;
+    const QString lab = dir.filePath(u"lab.vmr"_s);
+    const QString velmora = u"velmora"_s;
+    const QString option = u"--screenshot"_s;
+    const QString picture = u"a.png"_s;
+    QCOMPARE(CommandLine::parse({velmora, lab}), (CommandLine{{}, {}, lab})); // not there: a port
+    QVERIFY(QFile(lab).open(QIODevice::WriteOnly));
+    QCOMPARE(CommandLine::parse({velmora, lab, u"x"_s}), (CommandLine{{}, lab, {}}));
+    QCOMPARE(CommandLine::parse({velmora, lab, option, picture}), (CommandLine{picture, lab, {}}));
+    QCOMPARE(CommandLine::parse({velmora, option, picture, lab}), (CommandLine{picture, lab, {}}));
+    const QString relative = QDir::current().relativeFilePath(lab);
+    QCOMPARE(CommandLine::parse({velmora, relative}).sessionFile, lab);
+    const QString other = dir.filePath(u"lab.ini"_s);
+    QVERIFY(QFile(other).open(QIODevice::WriteOnly));
+    QCOMPARE(CommandLine::parse({velmora, other}), (CommandLine{{}, {}, other}));
 }
 
 void ShellPartsTest::language_data()

@@ -64,6 +64,7 @@ private:
     void leave(QMainWindow& window)
     {
         m_timer.stop();
+        report("title "_L1 + window.windowTitle());
         report("menu "_L1 + window.menuBar()->actions().constFirst()->text());
         report("substitute "_L1 + QFont::substitutes(u"Monaco"_s).join(u' '));
         report(u"geometry %1 %2 %3 %4"_s.arg(window.geometry().x())
@@ -99,6 +100,7 @@ private Q_SLOTS:
     void languages();
     void portArgument_data();
     void portArgument();
+    void sessionArgument();
     void positionOffScreen();
 
 private:
@@ -246,6 +248,24 @@ void StartupTest::portArgument()
     QFETCH(const QString, box);
     QCOMPARE(run(u"close"_s, arguments), 0);
     QVERIFY2(m_log.contains(u"SEEN box "_s + box), qPrintable(m_log));
+}
+
+// A session takes the place of the last connection, which is not even opened for a moment.
+void StartupTest::sessionArgument()
+{
+    setStored(u"LastPortName"_s, u"/dev/null"_s);
+    setStored(u"LastConnectionOpen"_s, true);
+    const QString session = m_dir->filePath(u"Session_lab.vmr"_s);
+    QSettings(session, QSettings::IniFormat).setValue(u"PortNumber"_s, 3);
+    QCOMPARE(run(u"close"_s, {session}), 0);
+    QVERIFY2(m_log.contains("SEEN title lab.vmr[*] - Velmora\n"_L1), qPrintable(m_log));
+    QVERIFY(!m_log.contains("OPEN FAILED"_L1));
+    QCOMPARE(stored(u"RecentFiles"_s).toStringList(), QStringList{session});
+
+    QVERIFY(QFile::resize(session, 1 << 26));
+    QCOMPARE(run(u"close"_s, {session}), 0);
+    QVERIFY2(m_log.contains("SEEN box The session "_L1), qPrintable(m_log));
+    QVERIFY(m_log.contains("SEEN title Velmora[*]\n"_L1));
 }
 
 void StartupTest::positionOffScreen()
