@@ -62,14 +62,16 @@ void PeerPanel::buildList()
     m_list->setAllColumnsShowFocus(true);
     m_list->setContextMenuPolicy(Qt::CustomContextMenu);
     m_list->setTabKeyNavigation(false);
+    // It would take the height of a row from a list of few rows.
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_list->viewport()->installEventFilter(this);
     const int digit = m_list->fontMetrics().horizontalAdvance(u'0');
     QHeaderView* header = m_list->header();
     header->setSectionsMovable(false);
     header->resizeSection(PeerListModel::Address, 22 * digit);
-    header->resizeSection(PeerListModel::Received, 11 * digit);
-    header->resizeSection(PeerListModel::Sent, 11 * digit);
-    header->resizeSection(PeerListModel::LastHeard, 11 * digit);
+    header->resizeSection(PeerListModel::Received, 10 * digit);
+    header->resizeSection(PeerListModel::Sent, 10 * digit);
+    header->resizeSection(PeerListModel::LastHeard, 10 * digit);
     connect(m_list, &QTreeView::customContextMenuRequested, this, &PeerPanel::openMenu);
     connect(m_list->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
         [this](const QModelIndex& current) { onCurrentChanged(current); });

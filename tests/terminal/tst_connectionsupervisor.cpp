@@ -352,8 +352,6 @@ void TestConnectionSupervisor::failedStarts_data()
                              << "No host";
     QTest::newRow("none") << connectionMode::NoTransport << "p"
                           << "h" << notHere;
-    QTest::newRow("RFC 2217") << connectionMode::RemoteSerialRfc2217 << "p"
-                              << "h" << notHere;
     QTest::newRow("relay") << connectionMode::RemoteSerialCloudRelay << "p"
                            << "h" << notHere;
 }

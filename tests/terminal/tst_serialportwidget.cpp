@@ -7,6 +7,7 @@
 #include "support/tcppeer.h"
 #include "terminal/connectionpanel.h"
 #include "terminal/noticebar.h"
+#include "terminal/peerpanel.h"
 #include "terminal/sendeditor.h"
 #include "terminal/serialportwidget.h"
 #include "terminal/view/receiveview.h"
@@ -84,6 +85,7 @@ private Q_SLOTS:
     void wrongPortIsNamed();
     void newSettingsReachAnOpenLine();
     void firstMessageOpensTcp();
+    void servesItsClients();
     void onlyEditsMarkTheSettings();
 };
 
@@ -241,6 +243,50 @@ void TestSerialPortWidget::firstMessageOpensTcp()
     peer.reset();
     QTRY_VERIFY(!bench.pane.isOpen());
     QTRY_VERIFY(!bench.notice.isHidden());
+}
+
+void TestSerialPortWidget::servesItsClients()
+{
+    Bench bench;
+    const PeerPanel& peers = *bench.pane.findChild<PeerPanel*>();
+    QVERIFY(peers.isHidden());
+    Settings settings = bench.pane.settings();
+    settings.connMode = connectionMode::TcpServer;
+    settings.targetPort = 0;
+    bench.pane.setSettings(settings);
+    QVERIFY2(bench.pane.start({}, true), qPrintable(bench.pane.lastError()));
+    const QString where = peers.summary();
+    QVERIFY2(where.startsWith("No client connected; listening on *:"_L1), qPrintable(where));
+    TcpPeer clients;
+    for (const int count : {1, 2}) {
+        clients.connectTo(where.section(u':', -1).toUShort());
+        QTRY_COMPARE(peers.model().peerCount(), count);
+    }
+    clients.send("\xC3", 0);
+    QTRY_COMPARE(bench.pane.receivedBytes(), 1);
+    clients.send("hello ", 1);
+    QTRY_VERIFY(bench.shows(u"hello "_s));
+    bench.pane.pause();
+    clients.send("\xA9 one", 0);
+    QTRY_COMPARE(bench.pane.receivedBytes(), 12);
+    QCOMPARE(bench.text(), u"hello "_s);
+    QVERIFY(bench.pane.start({}, true));
+    QTRY_COMPARE(bench.text(), u"hello \u00E9 one"_s);
+
+    const auto type = [&](const QString& keys) { QTest::keyClicks(keyTarget(bench.view), keys); };
+    type(u"all"_s);
+    bench.pane.findChild<PeerPanel*>()->choose(PeerPanel::Target::Peer, peers.model().keyAt(2));
+    type(u"two"_s);
+    QTRY_COMPARE(clients.received(1), "alltwo"_ba);
+    QTRY_COMPARE(clients.received(0), "all"_ba);
+    clients.close(1);
+    QTRY_COMPARE(peers.model().peerCount(), 1);
+    type(u"!"_s);
+    QCOMPARE(bench.pane.sentBytes(), 6);
+    bench.pane.stop();
+    QTRY_COMPARE(clients.openCount(), 0);
+    QCOMPARE(clients.received(0), "all"_ba);
+    QVERIFY(bench.pane.settings().connMode == connectionMode::TcpServer && !bench.pane.isOpen());
 }
 
 void TestSerialPortWidget::onlyEditsMarkTheSettings()

@@ -283,7 +283,6 @@ void TestTransportWriter::otherModesSendNothing_data()
 {
     QTest::addColumn<connectionMode>("mode");
     QTest::newRow("none") << connectionMode::NoTransport;
-    QTest::newRow("RFC 2217") << connectionMode::RemoteSerialRfc2217;
     QTest::newRow("relay") << connectionMode::RemoteSerialCloudRelay;
 }
 
