@@ -1,5 +1,7 @@
 #include "terminal/receivedesk.h"
 
+#include "app/settings/formatsetting.h"
+#include "terminal/format/sendmodes.h"
 #include "terminal/savetextdialog.h"
 #include "terminal/sendpipeline.h"
 #include "terminal/view/receiveview.h"
@@ -19,6 +21,13 @@ ReceiveDesk::ReceiveDesk(ReceiveView& view, SendPipeline& send)
 }
 
 ReceiveDesk::~ReceiveDesk() = default;
+
+void ReceiveDesk::applyFormat(const FormatSetting& format)
+{
+    m_view.setDisplayFont(format.displayFont);
+    // A row of hexadecimal ends between bytes, not in one.
+    m_view.setWrapAtBlanks(format.receiveMsgFormat == int(MessageFormat::Hexadecimal));
+}
 
 void ReceiveDesk::wireKeys()
 {

@@ -4,6 +4,7 @@
 
 class ReceiveView;
 class SendPipeline;
+struct FormatSetting;
 
 // Joins the receive view with the rest of the pane: keys typed into it go to the send pipeline, its
 // text goes into a file. Owned by the pane; view and pipeline outlive it.
@@ -15,6 +16,9 @@ class ReceiveDesk final : public QObject
 public:
     ReceiveDesk(ReceiveView& view, SendPipeline& send);
     ~ReceiveDesk() override;
+
+    // Puts the sanitized record into force, as far as it concerns the look of the view.
+    void applyFormat(const FormatSetting& format);
 
 Q_SIGNALS:
     // A key was typed; `sent` tells whether anything went out.

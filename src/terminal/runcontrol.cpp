@@ -23,6 +23,11 @@ RunControl::RunControl(ConnectionController& controller, SerialPortCatalog& cata
         m_error = text;
         Q_EMIT errorOccurred(text);
     });
+    connect(&records, &PaneRecords::connectionEdited, this, [this] {
+        m_supervisor->setSettings(m_records.settings());
+        m_controller.reconfigureSerial(m_records.settings());
+        Q_EMIT stateChanged();
+    });
     connect(supervisor, &ConnectionSupervisor::serialPortReconnected, this,
         [this](const QString& name) {
             m_records.settings().portName = name;

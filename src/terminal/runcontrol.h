@@ -14,7 +14,8 @@ class SerialPortCatalog;
 // Whether a pane runs: starts, pauses and stops its connection and, with it, its traffic.
 //
 // The ConnectionSupervisor opens, closes and regains the connection; what that means for the view
-// and for repeated sending, and how the state is called, is decided here. Owned by the pane;
+// and for repeated sending, and how the state is called, is decided here. What a person changes in
+// the connection panel takes effect as far as an open connection allows. Owned by the pane;
 // controller, catalogue, records and traffic outlive it.
 class RunControl final : public QObject
 {

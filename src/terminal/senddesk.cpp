@@ -6,10 +6,18 @@
 #include "terminal/sendinsertion.h"
 #include "terminal/sendpipeline.h"
 
-SendDesk::SendDesk(SendEditor& editor, SendPipeline& pipeline, FormatSetting& format)
+#include <utility>
+
+SendDesk::SendDesk(
+    SendEditor& editor, SendPipeline& pipeline, FormatSetting& format, std::function<bool()> isOpen)
     : m_editor(editor)
     , m_pipeline(pipeline)
     , m_format(format)
+    , m_repeat({std::move(isOpen), [this] { return m_editor.text(); },
+          [this](const QString& text) {
+              m_pipeline.sendText(
+                  text, m_lineByLine ? SendPipeline::Editor::Keep : SendPipeline::Editor::Rewrite);
+          }})
 {
     connect(&editor, &SendEditor::historyChosen, this,
         [this](int index) { m_editor.setText(m_pipeline.history().entryAt(index)); });
@@ -22,6 +30,15 @@ SendDesk::SendDesk(SendEditor& editor, SendPipeline& pipeline, FormatSetting& fo
 }
 
 SendDesk::~SendDesk() = default;
+
+void SendDesk::applyFormat(const FormatSetting& format, bool lineByLine)
+{
+    m_editor.setDisplayFont(format.displayFont);
+    m_lineByLine = lineByLine;
+    m_repeat.setInterval(format.sendInterval, format.sendTimeUnit);
+    m_repeat.setLineByLine(lineByLine);
+    m_repeat.setEnabled(format.autoSend);
+}
 
 bool SendDesk::sendEditorText()
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "terminal/repeatsender.h"
+
 #include <QObject>
 #include <functional>
 
@@ -7,8 +9,9 @@ class SendEditor;
 class SendPipeline;
 struct FormatSetting;
 
-// Joins the send editor with the send pipeline: what is typed, chosen from the history or inserted
-// by a tool window on one side, what was sent and how the pipeline rewrites it on the other. Owned
+// Joins the send editor with the send pipeline: what is typed, chosen from the history, inserted by
+// a tool window or repeated on one side, what was sent and how the pipeline rewrites it on the
+// other. Owned
 // by the pane; editor, pipeline and record outlive it.
 class SendDesk final : public QObject
 {
@@ -16,8 +19,15 @@ class SendDesk final : public QObject
     Q_DISABLE_COPY_MOVE(SendDesk)
 
 public:
-    SendDesk(SendEditor& editor, SendPipeline& pipeline, FormatSetting& format);
+    // `isOpen` tells whether the connection stands; only then is anything repeated.
+    SendDesk(SendEditor& editor, SendPipeline& pipeline, FormatSetting& format,
+        std::function<bool()> isOpen);
     ~SendDesk() override;
+
+    // Puts the sanitized record into force; line by line is a way of repeating that no record has.
+    void applyFormat(const FormatSetting& format, bool lineByLine);
+    // To be told of the pane's starts and stops.
+    [[nodiscard]] RepeatSender& repeat() { return m_repeat; }
 
     // Sends the editor's text. True when there was one to send, whatever became of it.
     bool sendEditorText();
@@ -37,4 +47,6 @@ private:
     SendEditor& m_editor;
     SendPipeline& m_pipeline;
     FormatSetting& m_format;
+    bool m_lineByLine = false;
+    RepeatSender m_repeat;
 };

@@ -6,10 +6,8 @@
 #include "terminal/connectionsummary.h"
 #include "terminal/connectionsupervisor.h"
 #include "terminal/controllinerow.h"
-#include "terminal/controllines.h"
-#include "terminal/format/sendmodes.h"
-#include "terminal/linedrivers.h"
 #include "terminal/noticebar.h"
+#include "terminal/panelines.h"
 #include "terminal/panelog.h"
 #include "terminal/panerecords.h"
 #include "terminal/panestatusline.h"
@@ -20,7 +18,6 @@
 #include "terminal/receivedesk.h"
 #include "terminal/receivepipeline.h"
 #include "terminal/remoteseriallink.h"
-#include "terminal/repeatsender.h"
 #include "terminal/runcontrol.h"
 #include "terminal/senddesk.h"
 #include "terminal/sendeditor.h"
@@ -48,21 +45,13 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     , m_traffic(std::make_unique<PaneTraffic>(
           *m_controller, *m_remote, m_view->receiveView(), *m_records))
     , m_run(std::make_unique<RunControl>(*m_controller, catalog, *m_records, *m_traffic))
-    , m_sendDesk(
-          std::make_unique<SendDesk>(m_view->sendEditor(), m_traffic->send(), m_records->format()))
+    , m_sendDesk(std::make_unique<SendDesk>(m_view->sendEditor(), m_traffic->send(),
+          m_records->format(), [this] { return isOpen(); }))
     , m_receiveDesk(std::make_unique<ReceiveDesk>(m_view->receiveView(), m_traffic->send()))
     , m_peerDesk(std::make_unique<PeerDesk>(
           m_view->peerPanel(), *m_controller, m_traffic->receive(), m_traffic->writer()))
-    , m_repeat(std::make_unique<RepeatSender>(RepeatSender::Pane{[this] { return isOpen(); },
-          [this] { return m_view->sendEditor().text(); },
-          [this](const QString& text) {
-              const bool wholeText = !m_view->sendPanel().lineByLine();
-              m_traffic->send().sendText(
-                  text, wholeText ? SendPipeline::Editor::Rewrite : SendPipeline::Editor::Keep);
-          }}))
-    , m_drivers(std::make_unique<LineDrivers>(*m_controller, *m_remote))
-    , m_lines(std::make_unique<ControlLines>(m_view->controlLineRow(), m_records->settings(),
-          [this] { return m_drivers->of(settings().connMode); }))
+    , m_lines(std::make_unique<PaneLines>(
+          m_view->controlLineRow(), *m_controller, *m_remote, *m_records))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -142,8 +131,8 @@ void SerialPortWidget::wireRun()
     const RunControl* run = m_run.get();
     connect(run, &RunControl::stateChanged, this, &SerialPortWidget::showState);
     connect(run, &RunControl::statusMessage, this, &SerialPortWidget::showStatusMessage);
-    connect(run, &RunControl::started, m_repeat.get(), &RepeatSender::paneStarted);
-    connect(run, &RunControl::halted, m_repeat.get(), &RepeatSender::paneHalted);
+    connect(run, &RunControl::started, &m_sendDesk->repeat(), &RepeatSender::paneStarted);
+    connect(run, &RunControl::halted, &m_sendDesk->repeat(), &RepeatSender::paneHalted);
     const NoticeBar* notice = &m_view->noticeBar();
     connect(run, &RunControl::errorOccurred, notice, &NoticeBar::showError);
     connect(run, &RunControl::errorCleared, notice, &NoticeBar::clearError);
@@ -158,31 +147,14 @@ void SerialPortWidget::wireRecords()
         m_sendDesk->loadHistory();
         showSplitter();
     });
-    connect(records, &PaneRecords::connectionEdited, this, [this] {
-        m_run->supervisor().setSettings(settings());
-        m_controller->reconfigureSerial(settings());
-        m_remote->pushSettings(settings());
-        showState();
-    });
 }
 
 void SerialPortWidget::wireLines()
 {
-    ControlLines* lines = m_lines.get();
-    connect(lines, &ControlLines::statusMessage, this, &SerialPortWidget::showStatusMessage);
-    connect(lines, &ControlLines::levelRequested, this, [this] {
-        updateDisplay();
-        m_run->supervisor().setSettings(settings());
-        m_records->markEdited();
-    });
-    connect(&m_traffic->send(), &SendPipeline::sent, lines,
-        [lines] { lines->flashActivityLed(ControlLines::Activity::Sent); });
-    connect(&m_traffic->receive(), &ReceivePipeline::received, lines,
-        [lines] { lines->flashActivityLed(ControlLines::Activity::Received); });
-    connect(m_run.get(), &RunControl::halted, lines, [lines](RunState state) {
-        if (state == RunState::Stopped)
-            lines->releaseBreak();
-    });
+    m_lines->follow(*m_traffic);
+    m_lines->follow(*m_run);
+    connect(&m_lines->lines(), &ControlLines::statusMessage, this,
+        &SerialPortWidget::showStatusMessage);
     connect(m_remote.get(), &RemoteSerialLink::statusMessage, this,
         &SerialPortWidget::showStatusMessage);
     connect(m_remote.get(), &RemoteSerialLink::summaryChanged, &m_view->connectionPanel(),
@@ -260,7 +232,6 @@ void SerialPortWidget::showState()
 {
     m_view->connectionPanel().setConnectionActive(isActive());
     m_view->statusLine().setState(connectionSummary(), stateText(), isOpen());
-    m_lines->refresh();
     m_peerDesk->show(settings().connMode);
     Q_EMIT stateChanged();
 }
@@ -379,15 +350,9 @@ void SerialPortWidget::applyFormat()
 {
     const FormatSetting format = formatSetting().sanitized();
     m_traffic->applyFormat();
-    m_view->receiveView().setDisplayFont(format.displayFont);
-    // A row of hexadecimal ends between bytes, not in one.
-    m_view->receiveView().setWrapAtBlanks(
-        format.receiveMsgFormat == int(MessageFormat::Hexadecimal));
-    m_view->sendEditor().setDisplayFont(format.displayFont);
+    m_receiveDesk->applyFormat(format);
+    m_sendDesk->applyFormat(format, m_view->sendPanel().lineByLine());
     m_view->controlLineRow().setVisible(format.showControlLineLeds);
-    m_repeat->setInterval(format.sendInterval, format.sendTimeUnit);
-    m_repeat->setLineByLine(m_view->sendPanel().lineByLine());
-    m_repeat->setEnabled(format.autoSend);
 }
 
 void SerialPortWidget::showSplitter()
@@ -397,7 +362,7 @@ void SerialPortWidget::showSplitter()
 
 ModemLines SerialPortWidget::modemState() const
 {
-    return m_lines->modemState();
+    return m_lines->lines().modemState();
 }
 
 void SerialPortWidget::setStatusLineVisible(bool visible)

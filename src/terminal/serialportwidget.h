@@ -8,15 +8,13 @@
 #include <memory>
 
 class ConnectionController;
-class ControlLines;
-class LineDrivers;
+class PaneLines;
 class PaneRecords;
 class PaneTraffic;
 class PaneView;
 class PeerDesk;
 class ReceiveDesk;
 class RemoteSerialLink;
-class RepeatSender;
 class RunControl;
 class SendDesk;
 class SerialPortCatalog;
@@ -136,7 +134,5 @@ private:
     std::unique_ptr<SendDesk> m_sendDesk;
     std::unique_ptr<ReceiveDesk> m_receiveDesk;
     std::unique_ptr<PeerDesk> m_peerDesk;
-    std::unique_ptr<RepeatSender> m_repeat;
-    std::unique_ptr<LineDrivers> m_drivers;
-    std::unique_ptr<ControlLines> m_lines;
+    std::unique_ptr<PaneLines> m_lines;
 };
