@@ -5,8 +5,8 @@
 
 #include <QScopedValueRollback>
 #include <QtDebug>
-#include <array>
 #include <limits>
+#include <memory>
 
 #ifdef Q_OS_UNIX
 #include <unistd.h>
@@ -42,6 +42,7 @@ QString lineName(SerialLine line)
 SerialLink::SerialLink(QObject* parent)
     : QObject(parent)
     , m_port(u"COM1"_s, this)
+    , m_ahead(std::make_unique_for_overwrite<char[]>(readAheadBytes))
 {
     connect(&m_port, &QSerialPort::readyRead, this, &SerialLink::readyRead);
     connect(&m_port, &QSerialPort::bytesWritten, this, &SerialLink::bytesWritten);
@@ -178,30 +179,30 @@ QByteArray SerialLink::readAvailable()
     if (m_readThrottled)
         return {};
     QByteArray bytes = m_residue.take();
-    if (m_port.isOpen()) {
-        bytes.append(m_port.readAll());
-        appendFromDriver(bytes);
-    }
-    return bytes;
+    if (!m_port.isOpen())
+        return bytes;
+    bytes.append(m_port.readAll());
+    const qsizetype ahead = readDriver();
+    return bytes.append(m_ahead.get(), ahead);
 }
 
 // QSerialPort reads the driver once in a turn of the event loop, and a driver gives what one of its
 // buffers holds, often 4 KiB: on a fast line the turns would cost more than the bytes. Errors and
 // the end of the device are QSerialPort's to find, at its next read.
-void SerialLink::appendFromDriver(QByteArray& bytes)
+qsizetype SerialLink::readDriver()
 {
+    qsizetype size = 0;
 #ifdef Q_OS_UNIX
     const int descriptor = m_port.handle();
-    std::array<char, 8192> block; // NOLINT(cppcoreguidelines-pro-type-member-init): read() fills it
-    while (bytes.size() < readAheadBytes) {
-        const ssize_t size = ::read(descriptor, block.data(), block.size());
-        if (size <= 0)
-            return;
-        bytes.append(block.data(), size);
+    while (size < readAheadBytes) {
+        const ssize_t part =
+            ::read(descriptor, m_ahead.get() + size, std::size_t(readAheadBytes - size));
+        if (part <= 0)
+            break;
+        size += part;
     }
-#else
-    Q_UNUSED(bytes)
 #endif
+    return size;
 }
 
 bool SerialLink::hasUnread() const

@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QSerialPort>
+#include <memory>
 
 // The outputs of a serial port that a person can drive.
 enum class SerialLine : int { Dtr = 0, Rts = 1, Break = 2 };
@@ -74,12 +75,14 @@ private:
     void reportOpenFailure(const QString& displayName);
     bool driveLine(SerialLine line, bool on);
     [[nodiscard]] bool driverOwnsRts() const;
-    void appendFromDriver(QByteArray& bytes);
+    // Into m_ahead; gives how many bytes.
+    qsizetype readDriver();
     void keepUnread();
     void closePort();
     void onErrorOccurred(QSerialPort::SerialPortError error);
 
     QSerialPort m_port;
+    std::unique_ptr<char[]> m_ahead; // what one turn of the event loop reads at most
     ReceiveResidue m_residue;
     // The device's last error text; QSerialPort forgets its own when it closes.
     QString m_lastErrorText;

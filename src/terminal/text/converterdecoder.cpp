@@ -2,19 +2,28 @@
 
 #include "terminal/text/asciirun.h"
 
+#include <QChar>
 #include <algorithm>
 
 namespace {
 
-// Stateless: what is incomplete at the end of a call is wrong, since the caller keeps unfinished
-// characters. ConvertInitialBom: a byte order mark on the wire is shown, not swallowed.
-constexpr QStringConverter::Flags kFlags =
-    QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom;
-
-constexpr bool isContinuation(char byte)
+constexpr bool isContinuation(uchar byte)
 {
-    return (uchar(byte) & 0xC0) == 0x80;
+    return (byte & 0xC0) == 0x80;
 }
+
+// Bytes of the character that a byte from 0x80 on opens (RFC 3629); 1 for one that opens none.
+constexpr auto kSequenceLengths = [] {
+    std::array<quint8, 128> lengths{};
+    for (int byte = 0x80; byte <= 0xFF; ++byte) {
+        const bool lead = byte >= 0xC2 && byte <= 0xF4;
+        lengths[std::size_t(byte - 0x80)] = quint8(!lead         ? 1
+                                                   : byte < 0xE0 ? 2
+                                                   : byte < 0xF0 ? 3
+                                                                 : 4);
+    }
+    return lengths;
+}();
 
 // Makes room for so many code units at the end of the text; gives where they begin. The first way
 // is QString::resize() without the call, which takes a third of the time of a short chunk.
@@ -31,101 +40,139 @@ char16_t* lengthened(QString& text, qsizetype units)
     return reinterpret_cast<char16_t*>(text.data()) + size - units;
 }
 
-// Bytes of the character that a UTF-8 lead byte opens; 1 for every other byte.
-constexpr qsizetype sequenceLength(char lead)
-{
-    const auto byte = uchar(lead);
-    if (byte < 0xC2 || byte > 0xF4)
-        return 1;
-    if (byte < 0xE0)
-        return 2;
-    return byte < 0xF0 ? 3 : 4;
-}
-
-// Length of the unfinished character at the end.
-qsizetype unfinishedTail(QByteArrayView bytes)
-{
-    const qsizetype most = std::min<qsizetype>(3, bytes.size());
-    for (qsizetype length = 1; length <= most; ++length) {
-        const char byte = bytes[bytes.size() - length];
-        if (!isContinuation(byte))
-            return sequenceLength(byte) > length ? length : 0;
-    }
-    return 0;
-}
-
 } // namespace
+
+// The output has room for one code unit per input byte, and no character needs more.
+struct ConverterDecoder::Cursor
+{
+    const uchar* in = nullptr;
+    const uchar* end = nullptr;
+    char16_t* out = nullptr;
+    qsizetype invalid = 0;
+
+    // Up to the end or to a character whose bytes are not all there.
+    void takeAll()
+    {
+        while (in < end) {
+            if (*in < 0x80)
+                copyAsciiRun(in, end, out);
+            else if (!takeCharacter())
+                return;
+        }
+    }
+
+    // The byte at the cursor is 0x80 or above. False when bytes of its character are still to come.
+    bool takeCharacter()
+    {
+        const qsizetype length = kSequenceLengths[*in - 0x80U];
+        const qsizetype left = end - in;
+        if (length > left) {
+            if (std::all_of(in + 1, end, isContinuation))
+                return false;
+        } else if (take(length)) {
+            return true;
+        }
+        *out++ = QChar::ReplacementCharacter;
+        ++in;
+        ++invalid;
+        return true;
+    }
+
+    // One character of so many bytes, unless they are none: overlong forms, halves of a surrogate
+    // pair and what lies past the last code point.
+    bool take(qsizetype length)
+    {
+        const auto bits = [this](qsizetype at) { return char32_t(in[at] & 0x3F); };
+        char32_t code = 0;
+        bool valid = false;
+        if (length == 2) {
+            code = char32_t(in[0] & 0x1F) << 6 | bits(1);
+            valid = isContinuation(in[1]);
+        } else if (length == 3) {
+            code = char32_t(in[0] & 0x0F) << 12 | bits(1) << 6 | bits(2);
+            valid = isContinuation(in[1]) && isContinuation(in[2]) && code >= 0x800
+                    && !QChar::isSurrogate(code);
+        } else if (length == 4) {
+            code = char32_t(in[0] & 0x07) << 18 | bits(1) << 12 | bits(2) << 6 | bits(3);
+            valid = isContinuation(in[1]) && isContinuation(in[2]) && isContinuation(in[3])
+                    && code >= 0x10000 && code <= QChar::LastValidCodePoint;
+        }
+        if (!valid)
+            return false;
+        if (QChar::requiresSurrogates(code)) {
+            *out++ = QChar::highSurrogate(code);
+            *out++ = QChar::lowSurrogate(code);
+        } else {
+            *out++ = char16_t(code);
+        }
+        in += length;
+        return true;
+    }
+};
 
 // The system's encoding is UTF-8 on every Unix that Qt 6 runs on, whatever the locale says.
 ConverterDecoder::ConverterDecoder(QStringConverter::Encoding encoding)
-    : m_decoder(encoding, kFlags)
-    , m_utf8(encoding != QStringConverter::Latin1)
+    : m_utf8(encoding != QStringConverter::Latin1)
 {}
 
 qsizetype ConverterDecoder::decodeTo(QByteArrayView bytes, QString& text)
 {
-    return m_utf8 ? decodeUtf8(bytes, text) : decodeLatin1(bytes, text);
+    if (m_utf8)
+        return decodeUtf8(bytes, text);
+    decodeLatin1(bytes, text);
+    return 0;
 }
 
-qsizetype ConverterDecoder::decodeLatin1(QByteArrayView bytes, QString& text)
+void ConverterDecoder::decodeLatin1(QByteArrayView bytes, QString& text)
 {
     const auto* const in = reinterpret_cast<const uchar*>(bytes.data());
     std::copy_n(in, bytes.size(), lengthened(text, bytes.size()));
-    return 0;
 }
 
 qsizetype ConverterDecoder::decodeUtf8(QByteArrayView bytes, QString& text)
 {
     const qsizetype before = text.size();
-    // No byte gives more than one code unit.
-    char16_t* out = lengthened(text, m_heldSize + bytes.size());
-    char16_t* const begin = out - before;
-    if (m_heldSize == 0) {
-        const auto* in = reinterpret_cast<const uchar*>(bytes.data());
-        const uchar* const end = in + bytes.size();
-        copyAsciiRun(in, end, out);
-        if (in == end)
-            return 0;
-        bytes = QByteArrayView(in, end - in);
-    }
-    const qsizetype invalidBefore = m_decoder.invalidCount();
-    text.truncate(convertRest(out, bytes) - begin);
-    const qsizetype invalid = m_decoder.invalidCount() - invalidBefore;
-    m_invalidSequences += invalid;
-    return invalid;
-}
-
-char16_t* ConverterDecoder::convertRest(char16_t* out, QByteArrayView bytes)
-{
+    Cursor cursor;
+    cursor.out = lengthened(text, m_heldSize + bytes.size());
+    char16_t* const begin = cursor.out - before;
     if (m_heldSize > 0)
-        out = finishHeld(out, bytes);
+        bytes = bytes.sliced(finishHeld(cursor, bytes));
     if (m_heldSize == 0) {
-        m_heldSize = unfinishedTail(bytes);
-        std::copy_n(bytes.end() - m_heldSize, m_heldSize, m_held.begin());
-        bytes.chop(m_heldSize);
+        cursor.in = reinterpret_cast<const uchar*>(bytes.data());
+        cursor.end = cursor.in + bytes.size();
+        cursor.takeAll();
+        m_heldSize = cursor.end - cursor.in;
+        std::copy(cursor.in, cursor.end, m_held.begin());
     }
-    return bytes.isEmpty() ? out : m_decoder.appendUnits(out, bytes);
+    if (cursor.out != begin + text.size())
+        text.truncate(cursor.out - begin);
+    m_invalidSequences += cursor.invalid;
+    return cursor.invalid;
 }
 
-// Takes the bytes that belong to the held character off the front of `bytes`, and decodes it once
-// they are all there or once a byte shows that they will not come.
-char16_t* ConverterDecoder::finishHeld(char16_t* out, QByteArrayView& bytes)
+qsizetype ConverterDecoder::finishHeld(Cursor& cursor, QByteArrayView bytes)
 {
-    const qsizetype length = sequenceLength(m_held.front());
-    while (m_heldSize < length && !bytes.isEmpty() && isContinuation(bytes.front())) {
-        m_held[std::size_t(m_heldSize++)] = bytes.front();
-        bytes = bytes.sliced(1);
+    // No character is longer than four bytes, and one at least is held.
+    std::array<uchar, 6> joined{};
+    const qsizetype ahead = std::min<qsizetype>(bytes.size(), 3);
+    std::copy_n(m_held.begin(), m_heldSize, joined.begin());
+    std::copy_n(bytes.begin(), ahead, joined.begin() + m_heldSize);
+    const uchar* const behindHeld = joined.data() + m_heldSize;
+    cursor.in = joined.data();
+    cursor.end = behindHeld + ahead;
+    while (cursor.in < behindHeld) {
+        if (!cursor.takeCharacter()) {
+            m_heldSize = cursor.end - cursor.in;
+            std::copy(cursor.in, cursor.end, m_held.begin());
+            return ahead;
+        }
     }
-    if (m_heldSize < length && bytes.isEmpty())
-        return out;
-    out = m_decoder.appendUnits(out, QByteArrayView(m_held.data(), m_heldSize));
     m_heldSize = 0;
-    return out;
+    return cursor.in - behindHeld;
 }
 
 void ConverterDecoder::reset()
 {
-    m_decoder.resetState();
     m_heldSize = 0;
     m_invalidSequences = 0;
 }
