@@ -4,6 +4,7 @@
 #include "app/wrappedlabel.h"
 #include "terminal/connectionpanel.h"
 #include "terminal/panelchoices.h"
+#include "terminal/rowvisibility.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -57,6 +58,7 @@ ConnectionPage::ConnectionPage(const SerialPortCatalog& catalog, Target target, 
             m_panel->load(now);
     });
     watchFields(*m_panel);
+    followWithTab();
 }
 
 ConnectionPage::~ConnectionPage() = default;
@@ -121,8 +123,8 @@ QString ConnectionPage::baudRateProblem() const
 void ConnectionPage::showPortDetails()
 {
     const QString name = edited().portName;
-    m_form->setRowVisible(
-        m_portDetails, !m_portDetails->text().isEmpty() && isShown("portName"_L1));
+    setFormRowShown(
+        *m_form, m_portDetails, !m_portDetails->text().isEmpty() && isShown("portName"_L1));
     if (name == m_describedPort)
         return;
     m_describedPort = name;
@@ -141,7 +143,7 @@ void ConnectionPage::showPortDetails()
         parts.append(tr("not there now"));
     }
     m_portDetails->setText(parts.join(", "_L1));
-    m_form->setRowVisible(m_portDetails, !parts.isEmpty() && isShown("portName"_L1));
+    setFormRowShown(*m_form, m_portDetails, !parts.isEmpty() && isShown("portName"_L1));
 }
 
 void ConnectionPage::refreshPorts()
@@ -155,7 +157,7 @@ void ConnectionPage::refreshPorts()
 void ConnectionPage::setConnectionActive(bool active)
 {
     m_panel->setConnectionActive(active);
-    m_form->setRowVisible(m_activeHint, active);
+    setFormRowShown(*m_form, m_activeHint, active);
 }
 
 Settings ConnectionPage::edited() const

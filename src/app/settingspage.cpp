@@ -2,9 +2,11 @@
 
 #include "app/fieldnote.h"
 #include "app/wrappedlabel.h"
+#include "terminal/rowvisibility.h"
 
 #include <QAbstractButton>
 #include <QComboBox>
+#include <QEvent>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -12,6 +14,38 @@
 #include <QSpinBox>
 
 namespace {
+
+void collectTabStops(const QLayout& layout, QWidgetList& stops);
+
+void collectTabStops(QLayoutItem* item, QWidgetList& stops)
+{
+    if (item == nullptr)
+        return;
+    const QLayout* layout = item->layout();
+    if (QWidget* widget = item->widget()) {
+        if ((widget->focusPolicy() & Qt::TabFocus) != 0)
+            stops.append(widget);
+        else
+            layout = widget->layout();
+    }
+    if (layout != nullptr)
+        collectTabStops(*layout, stops);
+}
+
+// In the order in which they are read: row by row, from left to right.
+void collectTabStops(const QLayout& layout, QWidgetList& stops)
+{
+    if (const auto* form = qobject_cast<const QFormLayout*>(&layout)) {
+        for (int row = 0; row < form->rowCount(); ++row) {
+            for (const auto role :
+                {QFormLayout::LabelRole, QFormLayout::FieldRole, QFormLayout::SpanningRole})
+                collectTabStops(form->itemAt(row, role), stops);
+        }
+        return;
+    }
+    for (int i = 0; i < layout.count(); ++i)
+        collectTabStops(layout.itemAt(i), stops);
+}
 
 constexpr int leastCharacters = 56; // so that hints are sentences, not columns of words
 
@@ -65,6 +99,13 @@ bool SettingsPage::eventFilter(QObject* watched, QEvent* event)
     return event->type() == QEvent::Paint || QWidget::eventFilter(watched, event);
 }
 
+void SettingsPage::extendToolTip(QLatin1StringView field, const QString& line)
+{
+    auto* widget = findChild<QWidget*>(field);
+    Q_ASSERT(widget);
+    widget->setToolTip(widget->toolTip() + u'\n' + line);
+}
+
 void SettingsPage::watchFields(QWidget& root)
 {
     for (const QLineEdit* edit : root.findChildren<QLineEdit*>()) {
@@ -80,6 +121,14 @@ void SettingsPage::watchFields(QWidget& root)
         connect(box, &QSpinBox::valueChanged, this, &SettingsPage::revalidate);
 }
 
+void SettingsPage::followWithTab()
+{
+    QWidgetList stops;
+    collectTabStops(*layout(), stops);
+    for (qsizetype i = 1; i < stops.size(); ++i)
+        setTabOrder(stops.at(i - 1), stops.at(i));
+}
+
 void SettingsPage::addCheck(QFormLayout* form, QWidget* field, Check check)
 {
     auto* note = new FieldNote(this);
@@ -88,7 +137,7 @@ void SettingsPage::addCheck(QFormLayout* form, QWidget* field, Check check)
     form->getWidgetPosition(field, &row, &role);
     // A field that shares its row with a button has no position of its own.
     form->insertRow(row < 0 ? form->rowCount() : row + 1, QString(), note);
-    form->setRowVisible(note, false);
+    setFormRowShown(*form, note, false);
     m_rules.push_back({form, field, note, std::move(check)});
 }
 
@@ -107,7 +156,7 @@ void SettingsPage::revalidate()
         // What the page does not show now is not asked for.
         const QString text = rule.field->isVisibleTo(this) ? rule.check() : QString();
         rule.note->setText(text);
-        rule.form->setRowVisible(rule.note, !text.isEmpty());
+        setFormRowShown(*rule.form, rule.note, !text.isEmpty());
         rule.field->setAccessibleDescription(text);
         if (!text.isEmpty() && m_problem.isEmpty()) {
             m_problem = text;

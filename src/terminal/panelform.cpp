@@ -1,5 +1,7 @@
 #include "terminal/panelform.h"
 
+#include "terminal/rowvisibility.h"
+
 #include <QFormLayout>
 #include <QLabel>
 #include <QStringList>
@@ -60,7 +62,7 @@ void PanelForm::setUsed(QWidget* field, bool used)
 
 void PanelForm::showRow(const Row& row)
 {
-    m_form->setRowVisible(row.field, row.used && row.chosen);
+    setFormRowShown(*m_form, row.field, row.used && row.chosen);
 }
 
 void PanelForm::arrange(const QStringList& keys)

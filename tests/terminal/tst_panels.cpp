@@ -94,6 +94,7 @@ private Q_SLOTS:
     void recordsComeBackUnchanged();
     void rowsOfAMode_data();
     void rowsOfAMode();
+    void everyRowHasItsHeight();
     void keptRemoteConfigHidesTheLine();
     void modeThatCannotBeOpened();
     void portListKeepsWhatIsTyped();
@@ -173,6 +174,19 @@ void TestPanels::rowsOfAMode()
     QCOMPARE(column.shown(lineNames).size(), line ? lineNames.size() : 1);
     QTRY_COMPARE(column.shown(targetNames).join(u' '), rows);
     QCOMPARE(column.field(u"openButton"_s)->isEnabled(), mode != connectionMode::NoTransport);
+}
+
+void TestPanels::everyRowHasItsHeight()
+{
+    // Laid out wide for a serial port, then narrow for something else.
+    ConnectionPanel panel(ConnectionPanel::OpenButton::Shown);
+    panel.resize(640, 480);
+    panel.layout()->activate();
+    panel.load(ofMode(connectionMode::TcpClient));
+    panel.resize(240, 480);
+    panel.show();
+    const auto* open = panel.findChild<QPushButton*>();
+    QTRY_COMPARE(open->height(), open->sizeHint().height());
 }
 
 void TestPanels::keptRemoteConfigHidesTheLine()
