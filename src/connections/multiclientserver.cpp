@@ -15,7 +15,7 @@ MultiClientServer::MultiClientServer(QObject* parent)
     setListenBacklogSize(listenBacklog);
     m_acceptRetry.setSingleShot(true);
     m_acceptRetry.setInterval(acceptRetryMs);
-    connect(&m_acceptRetry, &QTimer::timeout, this, &MultiClientServer::resumeAccepting);
+    connect(&m_acceptRetry, &QTimer::timeout, this, &MultiClientServer::regulateAccepting);
     // Queued, so that a turn of the event loop accepts no more than the limit of pending
     // connections, however fast they come.
     connect(this, &QTcpServer::newConnection, this, &MultiClientServer::handleNewConnection,
@@ -74,6 +74,21 @@ void MultiClientServer::setReadThrottled(bool on)
         else if (client)
             handOver(key);
     }
+    regulateAccepting();
+}
+
+// Whoever left while nobody reads has to be kept, so when they are many the next ones wait at the
+// system's door.
+void MultiClientServer::regulateAccepting()
+{
+    if (!isListening())
+        return;
+    const auto departed = std::count_if(m_clients.begin(), m_clients.end(),
+        [](const auto& client) { return client->socket() == nullptr; });
+    if (departed >= maxDepartedClients)
+        pauseAccepting();
+    else if (!m_acceptRetry.isActive())
+        resumeAccepting();
 }
 
 void MultiClientServer::setBridgeSocketTuning(bool on)
@@ -106,6 +121,7 @@ void MultiClientServer::handleNewConnection()
         socket->deleteLater();
         Q_EMIT connectionRefused(peer, reason);
     }
+    regulateAccepting();
 }
 
 QString MultiClientServer::refusalFor(const QHostAddress& address) const
@@ -183,10 +199,12 @@ void MultiClientServer::clientDisconnected(const QString& key)
     if (!client)
         return;
     retire(*client);
-    if (m_readThrottled && client->unreadBytes() > 0)
+    if (m_readThrottled && client->unreadBytes() > 0) {
+        regulateAccepting();
         Q_EMIT connectionStateChange();
-    else
+    } else {
         handOver(key);
+    }
 }
 
 void MultiClientServer::retire(ServerClient& client)

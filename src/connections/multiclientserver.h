@@ -33,8 +33,10 @@ public:
     static constexpr int lingerMs = 5000;
     // When accepting failed (no descriptors left), the time until it is tried again.
     static constexpr int acceptRetryMs = 1000;
-    // Of all clients that left while reads were throttled.
+    // What clients that left while reads were throttled may leave to be read, beside their queues,
+    // and how many there may be before no further ones are accepted.
     static constexpr qsizetype maxDepartedBytes = qsizetype{64} * 1024 * 1024;
+    static constexpr int maxDepartedClients = 256;
 
     explicit MultiClientServer(QObject* parent = nullptr);
     ~MultiClientServer() override;
@@ -97,6 +99,7 @@ private:
     void wire(QTcpSocket* socket);
     void tune(QTcpSocket* socket) const;
     void onAcceptError();
+    void regulateAccepting();
     void drainClient(const QString& key);
     void offer(const QString& key);
     void clientDisconnected(const QString& key);

@@ -63,7 +63,7 @@ QByteArray ServerClient::take()
 
 bool ServerClient::hasRoomFor(qsizetype size) const
 {
-    return unsentBytes() + size <= maxUnsentBytes;
+    return unsentBytes() == 0 || unsentBytes() + size <= maxUnsentBytes;
 }
 
 qint64 ServerClient::unsentBytes() const

@@ -48,7 +48,8 @@ public:
     // The queue, which is empty then.
     [[nodiscard]] QByteArray take();
 
-    // Whether so many bytes more stay within maxUnsentBytes.
+    // Whether so many bytes more stay within maxUnsentBytes. One message of any size has room when
+    // nothing waits: the client has had no chance to read it yet.
     [[nodiscard]] bool hasRoomFor(qsizetype size) const;
     // Accepted and not yet taken by the system.
     [[nodiscard]] qint64 unsentBytes() const;

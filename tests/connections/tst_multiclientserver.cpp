@@ -92,6 +92,7 @@ private Q_SLOTS:
     void refusals();
     void lastWordsComeBeforeTheEnd_data();
     void lastWordsComeBeforeTheEnd();
+    void thoseWhoLeaveUnreadAreBounded();
     void aFloodingClientIsHeldBackAlone();
     void aClientThatDoesNotReadIsDropped();
     void aReturningClientReplacesItsDeadConnection();
@@ -265,6 +266,27 @@ void TestMultiClientServer::lastWordsComeBeforeTheEnd()
     QCOMPARE(heard, QString::fromLatin1(words));
     for (const auto& each : lost)
         QCOMPARE(each[1].toLongLong(), 0);
+}
+
+void TestMultiClientServer::thoseWhoLeaveUnreadAreBounded()
+{
+    Bench bench;
+    bench.server.setReadThrottled(true);
+    constexpr int kept = MultiClientServer::maxDepartedClients;
+    constexpr int all = kept + 100;
+    TcpPeer peer;
+    peer.setGreeting("hello");
+    for (int i = 0; i < all; ++i) {
+        peer.connectTo(bench.server.serverPort());
+        QTRY_VERIFY(peer.isOpen());
+        peer.close();
+        QTRY_VERIFY(!peer.isOpen());
+    }
+    QTRY_VERIFY(bench.server.clientCount() >= kept);
+    QVERIFY(bench.server.clientCount() <= kept + bench.server.maxPendingConnections());
+    bench.server.setReadThrottled(false);
+    QTRY_COMPARE(bench.log.filter(u":hello"_s).size(), all);
+    QTRY_COMPARE(bench.server.clientCount(), 0);
 }
 
 void TestMultiClientServer::aFloodingClientIsHeldBackAlone()
