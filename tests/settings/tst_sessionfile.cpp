@@ -239,7 +239,8 @@ void SessionFileTest::damagedFile()
 void SessionFileTest::unreadable_data()
 {
     QTest::addColumn<QString>("kind");
-    for (const char* kind : {"missing", "folder", "pipe", "text", "binary", "too large"})
+    for (const char* kind :
+        {"missing", "folder", "pipe", "text", "binary", "too large", "too many keys"})
         QTest::newRow(kind) << QString::fromLatin1(kind);
 }
 
@@ -255,6 +256,8 @@ void SessionFileTest::unreadable()
     } else if (kind == "too large"_L1) {
         put(m_path, "[General]\nPortNumber=2\n");
         QVERIFY(QFile::resize(m_path, 100'000'000));
+    } else if (kind == "too many keys"_L1) {
+        put(m_path, "PortNumber=2\n" + QByteArray("a=1\n").repeated(1'000'000));
     }
 #ifdef Q_OS_UNIX
     if (kind == "pipe"_L1)

@@ -20,24 +20,23 @@ QString tooLargeText(qint64 bytes)
         .arg(locale.formattedDataSize(bytes), locale.formattedDataSize(SessionFile::maxBytes));
 }
 
-// Only a regular file: opening a pipe or a device can wait for ever.
-bool isReadable(const QFileInfo& file, QString& message)
+// What can be in a session. Only a regular file: opening a pipe or a device can wait for ever. Not
+// more lines than parsing takes in a moment, as each is a key of its own.
+bool load(const QString& path, QByteArray& bytes, QString& message)
 {
-    if (!file.isFile()) {
+    QFile file(path);
+    if (!QFileInfo(path).isFile())
         message = SessionFile::tr("It is a folder or a device, not a file.");
-        return false;
-    }
-    if (file.size() > SessionFile::maxBytes) {
+    else if (!file.open(QIODevice::ReadOnly))
+        message = SessionFile::tr("It cannot be read: %1.").arg(file.errorString());
+    else if (bytes = file.read(SessionFile::maxBytes + 1);
+             bytes.size() > SessionFile::maxBytes
+             || bytes.count('\n') + bytes.count('\r') > SessionFile::maxLines)
         message = SessionFile::tr("It is larger than any session: %1.")
                       .arg(QLocale().formattedDataSize(file.size()));
-        return false;
-    }
-    QFile probe(file.filePath());
-    if (!probe.open(QIODevice::ReadOnly)) {
-        message = SessionFile::tr("It cannot be read: %1.").arg(probe.errorString());
-        return false;
-    }
-    return true;
+    else
+        return true;
+    return false;
 }
 
 // Sections are parsed when they are asked for, so faults in them show only then.
@@ -132,23 +131,6 @@ QByteArray compose(const QByteArray& old, const SessionContents& contents,
     return isComplete(bytes, ini, message) ? bytes : QByteArray();
 }
 
-// The bytes of the file that is about to be written, none when it is new.
-bool readOld(const QString& path, QByteArray& bytes, QString& message)
-{
-    const QFileInfo info(path);
-    if (!info.exists())
-        return true;
-    if (!isReadable(info, message))
-        return false;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        message = SessionFile::tr("It cannot be read: %1.").arg(file.errorString());
-        return false;
-    }
-    bytes = file.readAll();
-    return true;
-}
-
 bool replace(const QString& path, const QByteArray& bytes, QString& message)
 {
     QSaveFile file(path);
@@ -167,7 +149,8 @@ bool SessionFile::read(const QString& path, SessionContents& contents, QString& 
         message = tr("The file does not exist.");
         return false;
     }
-    if (!isReadable(info, message))
+    QByteArray bytes;
+    if (!load(path, bytes, message))
         return false;
     const QSettings ini(info.absoluteFilePath(), QSettings::IniFormat);
     if (ini.status() == QSettings::AccessError) {
@@ -190,7 +173,7 @@ bool SessionFile::write(const QString& path, const SessionContents& contents, QS
     const SessionCodec::Progress& progress)
 {
     QByteArray old;
-    if (!readOld(path, old, message))
+    if (QFileInfo::exists(path) && !load(path, old, message))
         return false;
     const QByteArray bytes = compose(old, contents, progress, message);
     if (bytes.isEmpty())
