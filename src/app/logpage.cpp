@@ -74,11 +74,17 @@ LogPage::LogPage(LogWriter::Clock clock, QWidget* parent)
     buildNameRows(form);
     buildStampRows(form);
     buildRotationRows(form);
-    addHint(form, tr("Log files are always written as UTF-8."));
+    addHint(form, encodingNote());
+    followWithTab();
     connectEdits();
 }
 
 LogPage::~LogPage() = default;
+
+QString LogPage::encodingNote()
+{
+    return tr("Log files are always written as UTF-8.");
+}
 
 void LogPage::buildNameRows(QFormLayout* form)
 {

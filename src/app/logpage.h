@@ -22,6 +22,9 @@ public:
     explicit LogPage(LogWriter::Clock clock, QWidget* parent = nullptr);
     ~LogPage() override;
 
+    // For the boxes that choose the encoding of a port's data.
+    [[nodiscard]] static QString encodingNote();
+
     void load(const FormatSetting& format);
     void store(FormatSetting& format) const;
     // What "%S" stands for; any characters.

@@ -93,6 +93,8 @@ void QuickSettingsEditor::buildLayout()
     QFormLayout* form = makeForm();
     auto* label = new QLabel(tr("Groups and fields beside every terminal, in their order:"), this);
     label->setBuddy(m_tree);
+    // A tree does not take its name from the label.
+    m_tree->setAccessibleName(label->text());
     label->setWordWrap(true);
     auto* restore = new QPushButton(tr("Restore Defaults"), this);
     restore->setObjectName("quickSettingsRestoreButton"_L1);

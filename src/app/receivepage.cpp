@@ -1,5 +1,6 @@
 #include "app/receivepage.h"
 
+#include "app/logpage.h"
 #include "app/recordedits.h"
 #include "app/settings/settingscodec.h"
 #include "terminal/receivepanel.h"
@@ -20,9 +21,11 @@ ReceivePage::ReceivePage(QWidget* parent)
     m_rxStamp->setObjectName("rxTimeFormat"_L1);
     m_txStamp->setObjectName("txTimeFormat"_L1);
     buildStampRows(takePanel(*m_panel));
+    extendToolTip("receiveEncoding"_L1, LogPage::encodingNote());
     for (QLineEdit* edit : {m_rxStamp, m_txStamp})
         connect(edit, &QLineEdit::textChanged, this, &ReceivePage::showStamps);
     watchFields(*this);
+    followWithTab();
 }
 
 ReceivePage::~ReceivePage() = default;

@@ -1,5 +1,6 @@
 #include "app/sendpage.h"
 
+#include "app/logpage.h"
 #include "app/recordedits.h"
 #include "app/settings/quicksettingsgroups.h"
 #include "terminal/sendpanel.h"
@@ -15,7 +16,9 @@ SendPage::SendPage(QWidget* parent)
     QStringList fields = QuickSettingsGroups::defaultFieldOrder(u"send"_s);
     fields.removeAll(u"txLineByLine"_s);
     m_panel->form().arrange(fields);
+    extendToolTip("sendEncoding"_L1, LogPage::encodingNote());
     watchFields(*m_panel);
+    followWithTab();
 }
 
 SendPage::~SendPage() = default;

@@ -43,8 +43,12 @@ protected:
     // Makes a group of a pane's settings column the content of the page, without its frame and
     // title. Gives its form, so that what the page adds stands in line with it.
     QFormLayout* takePanel(QGroupBox& panel);
+    // Adds a line to the tool tip of a field of the panel.
+    void extendToolTip(QLatin1StringView field, const QString& line);
     // Every edit of a field below `root` runs the checks, while it is being typed.
     void watchFields(QWidget& root);
+    // The tab key goes through the fields as they are read. To be called when all are there.
+    void followWithTab();
     // A row below the field's row that tells what the check finds. What it finds keeps the page
     // from being accepted.
     void addCheck(QFormLayout* form, QWidget* field, Check check);

@@ -3,9 +3,11 @@
 #include "app/newconnectiondialog.h"
 #include "app/settings/settingsservice.h"
 #include "app/settingsdialog.h"
+#include "app/settingspage.h"
 
 #include <QAbstractItemView>
 #include <QAccessible>
+#include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -13,6 +15,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QStandardPaths>
@@ -56,6 +59,55 @@ void chooseMode(const QWidget& dialog, connectionMode mode)
     box.setCurrentIndex(box.findData(int(mode)));
 }
 
+void checkTabStops(QDialog& dialog)
+{
+    QPoint last;
+    for (QWidget* stop = dialog.nextInFocusChain(); stop != &dialog;
+         stop = stop->nextInFocusChain()) {
+        // A line edit in a box is a part of the box.
+        const bool part = qobject_cast<QComboBox*>(stop->parentWidget())
+                          || qobject_cast<QAbstractSpinBox*>(stop->parentWidget());
+        const bool container = qobject_cast<QScrollArea*>(stop);
+        if (part || container || !stop->isVisible() || (stop->focusPolicy() & Qt::TabFocus) == 0)
+            continue;
+        const QString what = QLatin1StringView(stop->metaObject()->className()) + u' '
+                             + stop->objectName() + u' ' + stop->accessibleName();
+        const QAccessibleInterface* face = QAccessible::queryAccessibleInterface(stop);
+        QVERIFY2(face && !face->text(QAccessible::Name).isEmpty(), qPrintable(what));
+        const QWidget* page = stop->parentWidget();
+        while (page && !qobject_cast<const SettingsPage*>(page))
+            page = page->parentWidget();
+        if (!page)
+            continue;
+        const QPoint at = stop->mapTo(&dialog, QPoint());
+        constexpr int sameRow = 12;
+        QVERIFY2(at.y() > last.y() + sameRow
+                     || (std::abs(at.y() - last.y()) <= sameRow && at.x() > last.x()),
+            qPrintable(what));
+        last = at;
+    }
+}
+
+void checkMnemonics(const QDialog& dialog)
+{
+    QStringList texts;
+    for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+        if (label->isVisible() && label->buddy())
+            texts.append(label->text());
+    }
+    for (const QAbstractButton* button : dialog.findChildren<QAbstractButton*>()) {
+        if (button->isVisible())
+            texts.append(button->text());
+    }
+    QStringList mnemonics;
+    for (const QString& text : texts) {
+        if (const QString key = QKeySequence::mnemonic(text).toString(); !key.isEmpty())
+            mnemonics.append(key);
+    }
+    QCOMPARE(mnemonics.removeDuplicates(), 0);
+    QVERIFY(mnemonics.size() >= 2);
+}
+
 } // namespace
 
 // The dialogs of settings and connections, opened and used as a person would.
@@ -79,7 +131,6 @@ private Q_SLOTS:
     void hostsLeaveTheHistory();
     void portDetails();
     void openConnectionKeepsItsTarget();
-    void newPort();
     void newConnection();
     void everyFieldIsReachable_data();
     void everyFieldIsReachable();
@@ -213,6 +264,7 @@ void SettingsDialogTest::modesKeepWhatWasTyped()
     chooseMode(dialog, connectionMode::TcpClient);
     host(dialog).setText(u"plc.example"_s);
     child<QSpinBox>(dialog, u"targetPort"_s).setValue(4001);
+    child<QLineEdit>(dialog, u"txTimeFormat"_s).setText(u"ss "_s);
     for (const connectionMode mode : {connectionMode::UdpServer, connectionMode::SerialPort})
         chooseMode(dialog, mode);
     const Settings settings = dialog.settings();
@@ -223,6 +275,7 @@ void SettingsDialogTest::modesKeepWhatWasTyped()
     QCOMPARE(settings.targetHost, u"plc.example"_s);
     QCOMPARE(settings.targetHosts.constFirst(), u"plc.example"_s);
     QCOMPARE(settings.targetPort, 4001);
+    QCOMPARE(dialog.formatSetting().txTimeFormat, u"ss "_s);
 }
 
 // Nothing reads, and so completes, a number of which the first digit alone is too small.
@@ -372,22 +425,6 @@ void SettingsDialogTest::openConnectionKeepsItsTarget()
     QVERIFY(child<QComboBox>(dialog, u"baudRate"_s).isEnabled());
 }
 
-void SettingsDialogTest::newPort()
-{
-    Settings settings = SettingsService::defaultPortSettings(u"ttyS3"_s);
-    FormatSetting format = SettingsService::defaultFormatSettings();
-    format.sendList = {u"kept"_s};
-    MultiPortSettingDlg dialog(m_catalog, settings, format);
-    QVERIFY(dialog.settings() == settings);
-    QVERIFY(dialog.formatSetting() == format);
-    dialog.open();
-    child<QLineEdit>(dialog, u"txTimeFormat"_s).setText(u"ss "_s);
-    QTest::keyClick(&dialog, Qt::Key_Return);
-    QCOMPARE(dialog.result(), int(QDialog::Accepted));
-    format.txTimeFormat = u"ss "_s;
-    QVERIFY(dialog.formatSetting() == format);
-}
-
 void SettingsDialogTest::newConnection()
 {
     const Settings settings = SettingsService::defaultPortSettings(u"ttyS3"_s);
@@ -414,8 +451,9 @@ void SettingsDialogTest::everyFieldIsReachable_data()
         [this, values] { return new NewConnectionDialog(m_catalog, values.settings, true); });
 }
 
-// On every page, for every transport: all that takes the focus has a name for those who do not
-// see it, no two mnemonics are the same, and the dialog fits a small screen.
+// On every page, for every transport: what takes the focus has a name for those who do not see it,
+// Tab goes from top to bottom and from left to right, no two mnemonics are the same, and the dialog
+// fits a small screen.
 void SettingsDialogTest::everyFieldIsReachable()
 {
     QFETCH(const std::function<QDialog*()>, make);
@@ -425,37 +463,14 @@ void SettingsDialogTest::everyFieldIsReachable()
     QVERIFY2(dialog->minimumSizeHint().height() <= 500, "does not scroll");
     auto* list = dialog->findChild<QListWidget*>(u"settingsPageList"_s);
     auto& modes = child<QComboBox>(*dialog, u"connMode"_s);
-    const int pages = list ? list->count() : 1;
-    for (int step = 0; step < pages + modes.count(); ++step) {
+    for (int step = 0; step < (list ? list->count() : 1) + modes.count(); ++step) {
         if (list)
             list->setCurrentRow(std::max(0, step - modes.count()));
         if (step < modes.count())
             modes.setCurrentIndex(step);
-        QStringList mnemonics;
-        for (const QWidget* widget : dialog->findChildren<QWidget*>()) {
-            if (!widget->isVisible())
-                continue;
-            const auto* label = qobject_cast<const QLabel*>(widget);
-            const auto* pressed = qobject_cast<const QAbstractButton*>(widget);
-            const QString text = label && label->buddy() ? label->text()
-                                 : pressed               ? pressed->text()
-                                                         : QString();
-            if (const QString key = QKeySequence::mnemonic(text).toString(); !key.isEmpty())
-                mnemonics.append(key);
-            const bool inner = widget->objectName().startsWith("qt_"_L1);
-            if (!inner && (widget->focusPolicy() & Qt::TabFocus) != 0) {
-                QAccessibleInterface* face =
-                    QAccessible::queryAccessibleInterface(const_cast<QWidget*>(widget));
-                const QString name = face ? face->text(QAccessible::Name) : QString();
-                QVERIFY2(!name.isEmpty() || qobject_cast<QComboBox*>(widget->parentWidget())
-                             || qobject_cast<QAbstractSpinBox*>(widget->parentWidget())
-                             || qobject_cast<const QAbstractScrollArea*>(widget),
-                    qPrintable(QLatin1StringView(widget->metaObject()->className()) + u" "_s
-                               + widget->objectName()));
-            }
-        }
-        QCOMPARE(mnemonics.removeDuplicates(), 0);
-        QVERIFY(mnemonics.size() >= 2);
+        QApplication::processEvents();
+        checkTabStops(*dialog);
+        checkMnemonics(*dialog);
     }
 }
 

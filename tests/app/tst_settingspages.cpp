@@ -1,7 +1,6 @@
 #include "app/connectionpage.h"
 #include "app/displaypage.h"
 #include "app/fakecatalog.h"
-#include "app/generalpage.h"
 #include "app/log/logfilename.h"
 #include "app/logpage.h"
 #include "app/receivepage.h"
@@ -78,11 +77,9 @@ private Q_SLOTS:
     void anEditChangesItsFieldOnly();
     void aConnectionEditChangesItsFieldOnly_data();
     void aConnectionEditChangesItsFieldOnly();
-    void generalOptions();
     void limitIsStoredAsShownWhenItBeginsToHold();
     void logNames_data();
     void logNames();
-    void logPreviewFollowsThePort();
     void emptyPatterns_data();
     void emptyPatterns();
 };
@@ -209,21 +206,6 @@ void SettingsPagesTest::aConnectionEditChangesItsFieldOnly()
     QVERIFY(after == before);
 }
 
-void SettingsPagesTest::generalOptions()
-{
-    GeneralPage page;
-    for (const auto language : {InterfaceLanguage::Choice::System,
-             InterfaceLanguage::Choice::Chinese, InterfaceLanguage::Choice::English}) {
-        for (const bool on : {false, true}) {
-            const GeneralOptions options{on, !on, language};
-            page.load(options);
-            GeneralOptions stored;
-            page.store(stored);
-            QCOMPARE(stored, options);
-        }
-    }
-}
-
 // A session file leaves 0 bytes behind: what is shown when rotation is switched on is 1 MB.
 void SettingsPagesTest::limitIsStoredAsShownWhenItBeginsToHold()
 {
@@ -278,19 +260,6 @@ void SettingsPagesTest::logNames()
     QCOMPARE(preview->text().contains("will be created"_L1), name.contains("no-such"_L1));
     page.findChild<QLineEdit*>(u"logTimestampFormat"_s)->setText(u"%h.%z "_s);
     QCOMPARE(page.findChild<QLabel*>(u"logTimestampPreview"_s)->text(), u"Now: 08.234 "_s);
-}
-
-void SettingsPagesTest::logPreviewFollowsThePort()
-{
-    LogPage page;
-    FormatSetting format;
-    format.logFilePath = u"/tmp/%S.log"_s;
-    page.load(format);
-    for (const QString& port : {u"ttyUSB0"_s, u"ttyUSB1"_s}) {
-        page.setPortName(port);
-        QCOMPARE(
-            page.findChild<QLabel*>(u"logFilePreview"_s)->text(), u"Now: /tmp/%1.log"_s.arg(port));
-    }
 }
 
 void SettingsPagesTest::emptyPatterns_data()
