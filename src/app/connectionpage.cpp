@@ -53,8 +53,9 @@ ConnectionPage::ConnectionPage(const SerialPortCatalog& catalog, Target target, 
     refreshPorts();
     connect(this, &SettingsPage::changed, this, &ConnectionPage::showPortDetails);
     const auto* host = static_cast<QComboBox*>(fieldNamed("targetHost"_L1));
-    connect(host->lineEdit(), &QLineEdit::editingFinished, this, [this] {
-        if (const Settings now = edited(); hostProblem().isEmpty())
+    connect(host->lineEdit(), &QLineEdit::editingFinished, this, [this, host] {
+        const Settings now = edited();
+        if (now.targetHost != host->currentText().trimmed())
             m_panel->load(now);
     });
     watchFields(*m_panel);

@@ -54,6 +54,22 @@ DisplayPage::DisplayPage(QWidget* parent)
     , m_receiveSample(new QLabel(tr("Received: 0O 1lI {}[]() 48 65 6C"), this))
     , m_sendSample(new QLabel(tr("Sent: 0O 1lI {}[]() 48 65 6C"), this))
 {
+    describeFields();
+    buildRows();
+
+    connect(m_family, &QFontComboBox::currentFontChanged, this, &DisplayPage::onEdited);
+    connect(m_size, &QSpinBox::valueChanged, this, &DisplayPage::onEdited);
+    connect(m_bufferMb, &QSpinBox::valueChanged, this, &DisplayPage::onEdited);
+    for (QCheckBox* box : {m_bold, m_colored, m_lamps})
+        connect(box, &QCheckBox::toggled, this, &DisplayPage::onEdited);
+    for (ColorButton* button : {m_receiveColor, m_sendColor})
+        connect(button, &ColorButton::colorChosen, this, &DisplayPage::onEdited);
+}
+
+DisplayPage::~DisplayPage() = default;
+
+void DisplayPage::describeFields()
+{
     m_family->setObjectName("displayFontFamily"_L1);
     m_family->setFontFilters(QFontComboBox::MonospacedFonts);
     m_family->setEditable(false);
@@ -68,18 +84,7 @@ DisplayPage::DisplayPage(QWidget* parent)
     m_bufferMb->setSuffix(tr(" MB"));
     m_bufferMb->setToolTip(tr("How much text the view keeps; older text leaves at the top"));
     m_lamps->setObjectName("showControlLineLeds"_L1);
-    buildRows();
-
-    connect(m_family, &QFontComboBox::currentFontChanged, this, &DisplayPage::onEdited);
-    connect(m_size, &QSpinBox::valueChanged, this, &DisplayPage::onEdited);
-    connect(m_bufferMb, &QSpinBox::valueChanged, this, &DisplayPage::onEdited);
-    for (QCheckBox* box : {m_bold, m_colored, m_lamps})
-        connect(box, &QCheckBox::toggled, this, &DisplayPage::onEdited);
-    for (ColorButton* button : {m_receiveColor, m_sendColor})
-        connect(button, &ColorButton::colorChosen, this, &DisplayPage::onEdited);
 }
-
-DisplayPage::~DisplayPage() = default;
 
 void DisplayPage::buildRows()
 {

@@ -24,6 +24,7 @@ public:
     void store(FormatSetting& format) const;
 
 private:
+    void describeFields();
     void buildRows();
     [[nodiscard]] QWidget* makeSample();
     void onEdited();

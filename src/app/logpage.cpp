@@ -53,6 +53,21 @@ LogPage::LogPage(LogWriter::Clock clock, QWidget* parent)
     , m_rotateTime(new QTimeEdit(this))
     , m_hourly(new QCheckBox(tr("Write the time into the log every hour"), this))
 {
+    describeFields();
+    QFormLayout* form = makeForm();
+    form->addRow(m_record);
+    buildNameRows(form);
+    buildStampRows(form);
+    buildRotationRows(form);
+    addHint(form, encodingNote());
+    followWithTab();
+    connectEdits();
+}
+
+LogPage::~LogPage() = default;
+
+void LogPage::describeFields()
+{
     m_record->setObjectName("logSaveFlag"_L1);
     m_pattern->setObjectName("logFilePath"_L1);
     m_stamped->setObjectName("logTimestampEnabled"_L1);
@@ -68,18 +83,7 @@ LogPage::LogPage(LogWriter::Clock clock, QWidget* parent)
     m_rotateMb->setAccessibleName(tr("Largest size of a log file in megabytes"));
     m_rotateTime->setDisplayFormat(u"HH:mm:ss"_s);
     m_rotateTime->setAccessibleName(tr("Time of day at which a new log file is started"));
-
-    QFormLayout* form = makeForm();
-    form->addRow(m_record);
-    buildNameRows(form);
-    buildStampRows(form);
-    buildRotationRows(form);
-    addHint(form, encodingNote());
-    followWithTab();
-    connectEdits();
 }
-
-LogPage::~LogPage() = default;
 
 QString LogPage::encodingNote()
 {

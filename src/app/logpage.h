@@ -31,6 +31,7 @@ public:
     void setPortName(const QString& portName);
 
 private:
+    void describeFields();
     void buildNameRows(QFormLayout* form);
     void buildStampRows(QFormLayout* form);
     void buildRotationRows(QFormLayout* form);

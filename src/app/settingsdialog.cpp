@@ -32,13 +32,7 @@ SettingsDialog::SettingsDialog(const QString& portTitle, const SettingsDialogVal
           QDialogButtonBox::Ok | QDialogButtonBox::Apply | QDialogButtonBox::Cancel, this))
 {
     setWindowTitle(tr("Settings - %1").arg(portTitle));
-    m_pages->addPage(m_connection, tr("Connection"));
-    m_pages->addPage(m_receive, tr("Receive"));
-    m_pages->addPage(m_send, tr("Send"));
-    m_pages->addPage(m_display, tr("Display"));
-    m_pages->addPage(m_log, tr("Log"));
-    m_pages->addPage(m_quickSettings, tr("Quick Settings"));
-    m_pages->addPage(m_general, tr("General"));
+    addPages();
     m_connection->setConnectionActive(values.connectionActive);
 
     auto* layout = new QVBoxLayout(this);
@@ -58,6 +52,17 @@ SettingsDialog::SettingsDialog(const QString& portTitle, const SettingsDialogVal
 }
 
 SettingsDialog::~SettingsDialog() = default;
+
+void SettingsDialog::addPages()
+{
+    m_pages->addPage(m_connection, tr("Connection"));
+    m_pages->addPage(m_receive, tr("Receive"));
+    m_pages->addPage(m_send, tr("Send"));
+    m_pages->addPage(m_display, tr("Display"));
+    m_pages->addPage(m_log, tr("Log"));
+    m_pages->addPage(m_quickSettings, tr("Quick Settings"));
+    m_pages->addPage(m_general, tr("General"));
+}
 
 void SettingsDialog::load()
 {

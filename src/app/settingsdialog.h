@@ -75,6 +75,7 @@ Q_SIGNALS:
     void applied();
 
 private:
+    void addPages();
     void load();
     void storeFormat(FormatSetting& format) const;
     [[nodiscard]] bool isEdited() const;
