@@ -59,6 +59,7 @@ private Q_SLOTS:
     void roundTrip();
     void otherKeysSurvive();
     void damagedFile();
+    void endlessTexts();
     void unreadable_data();
     void unreadable();
     void garbageNeverHurts();
@@ -234,6 +235,18 @@ void SessionFileTest::damagedFile()
     QVERIFY(SessionFile::read(m_path, contents, m_message));
     QVERIFY(m_message.isEmpty());
     QCOMPARE(QSettings(m_path, QSettings::IniFormat).value("1/Note"_L1).toString(), "mine"_L1);
+}
+
+void SessionFileTest::endlessTexts()
+{
+    put(m_path, "PortNumber=1\n[0]\nPortName=" + QByteArray(1'000'000, 'x')
+                    + "\nSendList=" + QByteArray("a, ").repeated(100'000)
+                    + "\nLastTargetHost=" + QByteArray("h-||-").repeated(100'000) + '\n');
+    SessionContents contents;
+    QVERIFY(SessionFile::read(m_path, contents, m_message));
+    QCOMPARE(contents.panes.at(0).settings.portName.size(), 4096);
+    QCOMPARE(contents.panes.at(0).settings.targetHosts.size(), Settings::maxTargetHosts);
+    QCOMPARE(contents.panes.at(0).format.sendList.size(), FormatSetting::maxSendList);
 }
 
 void SessionFileTest::unreadable_data()

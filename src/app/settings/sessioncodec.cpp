@@ -59,6 +59,25 @@ void writeQuickSettings(QSettings& file, const QuickSettingsGroups& groups)
     }
 }
 
+// Nobody names a port or a host like this, and a label of a million characters stops the window.
+constexpr qsizetype maxTextLength = 4096;
+
+void bound(SessionPane& pane)
+{
+    Settings& settings = pane.settings;
+    FormatSetting& format = pane.format;
+    for (QString* text : {&settings.portName, &settings.targetHost, &settings.relayCid,
+             &settings.relayPortName, &settings.relayPortKey, &format.rxTimeFormat,
+             &format.txTimeFormat, &format.logFilePath, &format.logTimestampFormat})
+        text->truncate(maxTextLength);
+    if (settings.targetHosts.size() > Settings::maxTargetHosts)
+        settings.targetHosts.resize(Settings::maxTargetHosts);
+    for (QString& host : settings.targetHosts)
+        host.truncate(maxTextLength);
+    if (format.sendList.size() > FormatSetting::maxSendList)
+        format.sendList.resize(FormatSetting::maxSendList);
+}
+
 SessionPane readPane(const QSettings& file, int pane)
 {
     SessionPane result{
@@ -69,6 +88,7 @@ SessionPane readPane(const QSettings& file, int pane)
     } catch (const std::exception& fault) {
         qWarning() << "readFile: read parameter FAILED!" << fault.what();
     }
+    bound(result);
     return result;
 }
 

@@ -18,7 +18,7 @@ using Progress = std::function<void(int percent)>;
 [[nodiscard]] bool isSession(const QSettings& file);
 
 // What can be read, with defaults for what is missing. The numbers of panes and columns are
-// clamped to 1..16, however far off they are.
+// clamped to 1..16, however far off they are; texts and lists of absurd length are cut.
 [[nodiscard]] SessionContents read(const QSettings& file);
 
 // Writes the keys in the order of the file format.
