@@ -4,6 +4,7 @@
 #include "connections/serverclient.h"
 #include "connections/tcpkeepalive.h"
 
+#include <QNetworkProxy>
 #include <QTcpSocket>
 #include <algorithm>
 #include <utility>
@@ -13,6 +14,8 @@ MultiClientServer::MultiClientServer(QObject* parent)
     , m_acceptRetry(this)
 {
     setListenBacklogSize(listenBacklog);
+    // A port of this machine; asking the system for its proxies may also take seconds.
+    setProxy(QNetworkProxy::NoProxy);
     m_acceptRetry.setSingleShot(true);
     m_acceptRetry.setInterval(acceptRetryMs);
     connect(&m_acceptRetry, &QTimer::timeout, this, &MultiClientServer::regulateAccepting);
