@@ -41,6 +41,7 @@ private Q_SLOTS:
     void drawsRows();
     void wrapsRows();
     void keepsColorsReadable();
+    void controlCodesAreSeen();
     void scrollsSideways();
     void composesInline();
 
@@ -66,6 +67,7 @@ private:
 
     std::unique_ptr<ReceiveView> view_;
     QPalette palette_;
+    QList<QImage> seen_;
 };
 
 void TestReceivePicture::init()
@@ -203,6 +205,27 @@ void TestReceivePicture::keepsColorsReadable()
     QCOMPARE(shown(0), wanted(u"dark on light"_s, {{0, 13, QColor(20, 20, 60), {}}}));
     use(QColor(0x101010), QColor(0xC0C0C0));
     QCOMPARE(shown(0), wanted(u"dark on light"_s, {{0, 13, QColor(0xC0C0C0), {}}}));
+}
+
+// Fonts with symbols for control characters are rare. Each takes one column, is seen, and differs
+// from the others; the letters between them stand where they would without.
+void TestReceivePicture::controlCodesAreSeen()
+{
+    use(Qt::white, Qt::black);
+    const double column = QFontMetricsF(view_->displayFont()).horizontalAdvance(u'0');
+    for (int code = 0; code < 32; ++code) {
+        view_->appendText(u"ab"_s + QChar(0x2400 + code) + u"cd"_s, {});
+        const QImage row = shown(0);
+        const int left = 4 + qRound(2 * column);
+        const QRect symbol(left, 0, qRound(column), row.height());
+        QImage blanked = row;
+        QPainter(&blanked).fillRect(symbol, Qt::white);
+        QVERIFY(blanked != row);
+        QVERIFY(differentColumns(blanked, wanted(u"ab cd"_s, {{0, 5, Qt::black, {}}})) <= 1);
+        QVERIFY(!seen_.contains(row.copy(symbol)));
+        seen_.append(row.copy(symbol));
+        view_->clearText();
+    }
 }
 
 void TestReceivePicture::scrollsSideways()

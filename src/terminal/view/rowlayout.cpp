@@ -12,9 +12,29 @@ constexpr double unlimitedWidth = 4'000'000;
 
 bool isPlain(const QString& text, const RowStyle& style)
 {
-    return std::ranges::all_of(
-        text, [&style](QChar c) { return style.plainGlyph(c.unicode()) != 0; });
+    return std::ranges::all_of(text, [&style](QChar c) { return style.isPlain(c.unicode()); });
 }
+
+struct Glyphs
+{
+    std::vector<quint32> indexes;
+    std::vector<QPointF> positions;
+
+    void add(quint32 index, QPointF position)
+    {
+        indexes.push_back(index);
+        positions.push_back(position);
+    }
+    void draw(QPainter& painter, QPointF baseline, const QRawFont& font) const
+    {
+        if (indexes.empty())
+            return;
+        QGlyphRun run;
+        run.setRawFont(font);
+        run.setRawData(indexes.data(), positions.data(), static_cast<int>(indexes.size()));
+        painter.drawGlyphRun(baseline, run);
+    }
+};
 
 // A layout would end a row at these; the device's text has them inside of one.
 QString withoutSeparators(QString text)
@@ -184,8 +204,6 @@ void RowLayout::drawPlain(QPainter& painter, QPointF corner, int row,
     const int first = start + static_cast<int>(std::clamp<double>(visible, 0, length()));
     const double seen = std::ceil((right - corner.x()) / column);
     const int last = start + static_cast<int>(std::clamp<double>(seen, 0, length()));
-    std::vector<quint32> glyphs;
-    std::vector<QPointF> positions;
     for (const RowSpan& span : spans) {
         const int from = std::max(span.from, first);
         const int to = std::min({span.to, last, length()});
@@ -196,21 +214,28 @@ void RowLayout::drawPlain(QPainter& painter, QPointF corner, int row,
             const QRectF area(x, corner.y(), (to - from) * column, style_->rowHeight());
             painter.fillRect(area, QColor::fromRgb(span.paper));
         }
-        glyphs.clear();
-        positions.clear();
-        for (int i = from; i < to; ++i) {
-            const char16_t c = text_.at(i).unicode();
-            if (c == u' ')
-                continue;
-            glyphs.push_back(style_->plainGlyph(c));
-            positions.emplace_back((i - from) * column, 0);
-        }
-        QGlyphRun run;
-        run.setRawFont(style_->rawFont());
-        run.setRawData(glyphs.data(), positions.data(), static_cast<int>(glyphs.size()));
         painter.setPen(QColor::fromRgb(span.ink));
-        painter.drawGlyphRun({x, corner.y() + style_->ascent()}, run);
+        drawGlyphs(painter, {x, corner.y() + style_->ascent()}, from, to);
     }
+}
+
+void RowLayout::drawGlyphs(QPainter& painter, QPointF baseline, int from, int to) const
+{
+    Glyphs letters;
+    Glyphs codes;
+    const QPointF offset = style_->codeOffset();
+    for (int i = from; i < to; ++i) {
+        const char16_t c = text_.at(i).unicode();
+        const double x = (i - from) * style_->columnWidth();
+        if (const quint32 glyph = style_->plainGlyph(c); c != u' ' && glyph != 0) {
+            letters.add(glyph, {x, 0});
+        } else if (style_->isCode(c)) {
+            codes.add(style_->codeGlyph(c, true), {x, offset.y()});
+            codes.add(style_->codeGlyph(c, false), {x + offset.x(), 0});
+        }
+    }
+    letters.draw(painter, baseline, style_->rawFont());
+    codes.draw(painter, baseline, style_->codeFont());
 }
 
 void RowLayout::drawLayout(

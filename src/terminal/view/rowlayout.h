@@ -59,6 +59,7 @@ private:
     [[nodiscard]] int plainBreak(int start) const;
     void drawPlain(QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans,
         double left, double right) const;
+    void drawGlyphs(QPainter& painter, QPointF baseline, int from, int to) const;
     void drawLayout(
         QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans) const;
 

@@ -66,14 +66,49 @@ void RowStyle::lookUpGlyphs()
     if (!rawFont_.isValid())
         return;
     const QFontMetricsF metrics(font_);
-    for (char16_t c = u' '; c < glyphs_.size(); ++c) {
+    const auto lookUp = [&](char16_t c) {
         const QList<quint32> glyphs = rawFont_.glyphIndexesForString(QString(QChar(c)));
+        if (glyphs.size() != 1 || glyphs.constFirst() == 0)
+            return;
         const double advance = metrics.horizontalAdvance(QChar(c));
-        const bool oneColumn = std::abs(advance - columnWidth_) <= closeEnough;
-        if (glyphs.size() == 1 && oneColumn && QChar(c).isPrint() && c != softHyphen)
-            glyphs_[c] = glyphs.constFirst();
+        if (std::abs(advance - columnWidth_) <= closeEnough)
+            glyphs_.at(slotOf(c)) = glyphs.constFirst();
+    };
+    for (char16_t c = u' '; c < latin1Count; ++c) {
+        if (QChar(c).isPrint() && c != softHyphen)
+            lookUp(c);
     }
     // A letter of another width says that the font is none of one width.
-    if (glyphs_[u'i'] == 0 || glyphs_[u'W'] == 0)
+    columnsOnly_ = glyphs_[u'i'] != 0 && glyphs_[u'W'] != 0;
+    if (!columnsOnly_) {
         glyphs_.fill(0);
+        return;
+    }
+    for (char16_t c = firstControl; c <= lastControl; ++c)
+        lookUp(c);
+    lookUp(u'\uFFFD');
+    lookUpCodes();
+}
+
+void RowStyle::lookUpCodes()
+{
+    constexpr double codeSize = 0.6; // of the font
+    codeFont_ = rawFont_;
+    codeFont_.setPixelSize(rawFont_.pixelSize() * codeSize);
+    const QList<quint32> glyphs =
+        codeFont_.glyphIndexesForString(QStringLiteral("0123456789ABCDEF"));
+    if (glyphs.size() == static_cast<qsizetype>(digits_.size()))
+        std::ranges::copy(glyphs, digits_.begin());
+}
+
+quint32 RowStyle::codeGlyph(char16_t c, bool upper) const
+{
+    constexpr unsigned codeOfDelete = 0x7F;
+    const unsigned code = c == lastControl ? codeOfDelete : static_cast<unsigned>(c - firstControl);
+    return digits_.at(upper ? code / digits_.size() : code % digits_.size());
+}
+
+QPointF RowStyle::codeOffset() const
+{
+    return {columnWidth_ * 0.45, -ascent_ * 0.4};
 }
