@@ -340,7 +340,7 @@ void MainWindow::changePort(const QString& portName)
 void MainWindow::toggleQuickSettings()
 {
     m_quickSettingsShown = !m_quickSettingsShown;
-    updateGrid();
+    onLayoutChosen();
 }
 
 void MainWindow::setAlwaysOnTop(bool on)

@@ -9,6 +9,7 @@
 #include "terminal/panestatusline.h"
 #include "terminal/serialportwidget.h"
 #include "terminal/settingscolumn.h"
+#include "terminal/view/receiveview.h"
 
 #include <QAction>
 #include <QInputDialog>
@@ -260,6 +261,14 @@ void PanesTest::keyboardMovesBetweenPanes()
         order.append(int(m_window->livePortWidgets().indexOf(m_window->focusedPortWidget())));
     }
     QCOMPARE(order, (QList<int>{0, 1, 0, 2}));
+    // The terminal, which types nearly every key, leaves these to the window.
+    pane(2)->findChild<ReceiveView*>()->setFocus();
+    QCOMPARE(m_window->focusedPortWidget(), pane(2));
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_P, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(m_window->focusedPortWidget(), pane(1));
+    trigger("acViewNextPort"); // back to where the keyboard was in that pane
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(m_window->focusedPortWidget(), pane(0));
 }
 
 void PanesTest::narrowPanesShowTheTerminal()
@@ -273,8 +282,10 @@ void PanesTest::narrowPanesShowTheTerminal()
     trigger("acEditRemove");
     trigger("acEditRemove");
     QTRY_VERIFY(shown(0) && shown(1));
+    m_window->setWindowModified(false);
     trigger("acViewQuickSettings");
     QVERIFY(!shown(0));
+    QVERIFY(m_window->isWindowModified());
 }
 
 void PanesTest::manyPanesFitTheScreen()
