@@ -9,6 +9,9 @@ ModeBox::ModeBox(QWidget* parent)
     setMinimumContentsLength(10);
     PanelChoices::fillModes(*this);
     m_offered = count();
+    // A narrow pane has no room for the longest names.
+    setToolTip(currentText());
+    connect(this, &QComboBox::currentTextChanged, this, &QWidget::setToolTip);
 }
 
 ModeBox::~ModeBox() = default;

@@ -1,5 +1,6 @@
 #include "terminal/paneview.h"
 
+#include "app/settings/formatsetting.h"
 #include "terminal/connectionpanel.h"
 #include "terminal/controllinerow.h"
 #include "terminal/noticebar.h"
@@ -15,6 +16,8 @@
 
 #include <QSplitter>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
@@ -109,7 +112,11 @@ void PaneView::applySplitterSizes()
     if (shares <= 0)
         return;
     const qint64 width = m_splitter->width() - m_splitter->handleWidth();
-    const int left = int(width * m_leftShare / shares);
+    int left = int(width * m_leftShare / shares);
+    // Nobody has dragged yet: the labels stand beside their fields where there is room for that.
+    static const FormatSetting defaults;
+    if (m_leftShare == defaults.splitterLeft && m_rightShare == defaults.splitterRight)
+        left = std::max(left, std::min(m_column->sizeHint().width(), int(width * 2 / 5)));
     m_splitter->setSizes({left, int(width) - left});
     m_leftShare = 0;
     m_rightShare = 0;

@@ -1,5 +1,7 @@
 #include "terminal/settingscolumn.h"
 
+#include <QAbstractSpinBox>
+#include <QComboBox>
 #include <QEvent>
 #include <QScrollBar>
 
@@ -17,9 +19,20 @@ SettingsColumn::SettingsColumn(QWidget* content, QWidget* parent)
     setWidgetResizable(true);
     setWidget(content);
     content->installEventFilter(this);
+    for (QWidget* field : content->findChildren<QWidget*>()) {
+        if (turnsWithTheWheel(field)) {
+            field->setFocusPolicy(Qt::StrongFocus);
+            field->installEventFilter(this);
+        }
+    }
 }
 
 SettingsColumn::~SettingsColumn() = default;
+
+bool SettingsColumn::turnsWithTheWheel(const QWidget* field)
+{
+    return qobject_cast<const QComboBox*>(field) || qobject_cast<const QAbstractSpinBox*>(field);
+}
 
 QSize SettingsColumn::minimumSizeHint() const
 {
@@ -29,7 +42,9 @@ QSize SettingsColumn::minimumSizeHint() const
 
 QSize SettingsColumn::sizeHint() const
 {
-    return {minimumSizeHint().width(), widget()->sizeHint().height()};
+    const int scrollBar = verticalScrollBar()->sizeHint().width();
+    const QSize content = widget()->sizeHint();
+    return {content.width() + scrollBar, content.height()};
 }
 
 bool SettingsColumn::eventFilter(QObject* watched, QEvent* event)
@@ -37,5 +52,11 @@ bool SettingsColumn::eventFilter(QObject* watched, QEvent* event)
     // Rows appear and vanish with the connection type, and texts change with the font.
     if (watched == widget() && event->type() == QEvent::LayoutRequest)
         updateGeometry();
+    // Who scrolls the column must not change the baud rate of an open port on the way.
+    if (event->type() == QEvent::Wheel && watched != widget()
+        && !static_cast<QWidget*>(watched)->hasFocus()) {
+        event->ignore();
+        return true;
+    }
     return QScrollArea::eventFilter(watched, event);
 }

@@ -2,8 +2,10 @@
 
 #include <QScrollArea>
 
-// A column of settings that scrolls up and down and never sideways: it asks for the width that
-// its widest row needs, in whatever language and font, so that nothing is cut off.
+// A column of settings that scrolls up and down and never sideways: it asks for the width at which
+// labels stand beside their fields, in whatever language and font, and never gets less than its
+// widest field needs, so that nothing is cut off. The wheel scrolls it, and turns only the field
+// that has the focus.
 class SettingsColumn final : public QScrollArea
 {
     Q_OBJECT
@@ -19,4 +21,7 @@ public:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    [[nodiscard]] static bool turnsWithTheWheel(const QWidget* field);
 };

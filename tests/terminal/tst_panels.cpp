@@ -7,6 +7,7 @@
 #include "terminal/quicksettingslayout.h"
 #include "terminal/receivepanel.h"
 #include "terminal/sendpanel.h"
+#include "terminal/settingscolumn.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -17,6 +18,7 @@
 #include <QSpinBox>
 #include <QTest>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -103,6 +105,7 @@ private Q_SLOTS:
     void chosenLayout();
     void layoutKeepsFocusAndText();
     void tabFollowsTheEye();
+    void wheelTurnsOnlyTheFocusedField();
 };
 
 void TestPanels::recordsComeBackUnchanged()
@@ -347,6 +350,29 @@ void TestPanels::tabFollowsTheEye()
     }
     QVERIFY(seen.size() > 15);
     QVERIFY(seen.contains(column.field(u"displayMsgTime"_s)));
+}
+
+void TestPanels::wheelTurnsOnlyTheFocusedField()
+{
+    auto* panel = new ConnectionPanel;
+    SettingsColumn column(panel);
+    column.resize(column.sizeHint());
+    column.show();
+    QVERIFY(QTest::qWaitForWindowActive(&column));
+    auto* baud = panel->findChild<QComboBox*>(u"baudRate"_s);
+    panel->findChild<QComboBox*>(u"parity"_s)->setFocus();
+    const auto turn = [baud] {
+        const QPointF place = baud->rect().center();
+        QWheelEvent wheel(place, baud->mapToGlobal(place), {}, {0, -120}, Qt::NoButton,
+            Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(baud, &wheel);
+    };
+    const QString before = baud->currentText();
+    turn();
+    QCOMPARE(baud->currentText(), before);
+    baud->setFocus();
+    turn();
+    QVERIFY(baud->currentText() != before);
 }
 
 QTEST_MAIN(TestPanels)
