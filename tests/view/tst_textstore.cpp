@@ -171,7 +171,7 @@ void TestTextStore::cutsMoveWithNothing()
     store.append(QString(QString(2048, u'x') + accent + QString(2037, u'y') + u"\U0001F600"_s));
     const TextSegment second = cuts.segmentAt(3000);
     QCOMPARE(second.from, 2058); // the marks stay with their letter
-    QCOMPARE(second.to, 4097); // a pair is not torn
+    QCOMPARE(second.to, 4097);   // a pair is not torn
     store.append(QString(5000, u'z'));
     QCOMPARE(cuts.segmentAt(4097).from, 4097);
     store.removeUpTo(2500);
