@@ -5,6 +5,7 @@
 #include "app/sessiondocument.h"
 #include "app/settings/sessionfile.h"
 #include "app/settings/settingsservice.h"
+#include "app/settingsdialog.h"
 #include "support/nullmodem.h"
 #include "terminal/panestatusline.h"
 #include "terminal/serialportwidget.h"
@@ -34,6 +35,8 @@ private Q_SLOTS:
     void addAndRemove();
     void sixteenAtMost();
     void dialogMakesThePane();
+    void newConnectionOpensThePaneWithTheKeyboard();
+    void settingsBelongToThePaneWithTheKeyboard();
     void viewModes_data();
     void viewModes();
     void customIsAsked();
@@ -158,6 +161,38 @@ void PanesTest::dialogMakesThePane()
     QCOMPARE(count(), 2);
     QCOMPARE(pane(1)->settings().portName, "ttyUSB1"_L1); // the one that nobody has
     QCOMPARE(m_window->currentPortWidget(), pane(1));
+}
+
+void PanesTest::newConnectionOpensThePaneWithTheKeyboard()
+{
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    m_catalog.list = {listedPort(line.portA())};
+    add(1, line.portA());
+    trigger("actionNew_Connection");
+    QTRY_VERIFY(QApplication::activeModalWidget() != nullptr);
+    static_cast<QDialog*>(QApplication::activeModalWidget())->accept();
+    QVERIFY(pane(1)->isOpen() && !pane(0)->isOpen());
+    QCOMPARE(count(), 2);
+}
+
+void PanesTest::settingsBelongToThePaneWithTheKeyboard()
+{
+    add(1, u"ttyUSB1"_s);
+    trigger("acToolsSetting");
+    auto* dialog = m_window->findChild<SettingsDialog*>();
+    QVERIFY(dialog->windowTitle().contains("Port 2, ttyUSB1 9600 8N1"_L1));
+    // What happens to the pane meanwhile is kept, only edits are carried over.
+    FormatSetting format = pane(1)->formatSetting();
+    format.sendList = {u"AT"_s};
+    pane(1)->setFormatSetting(format);
+    m_window->setWindowModified(false);
+    Q_EMIT dialog->applied();
+    QCOMPARE(pane(1)->formatSetting().sendList, QStringList{u"AT"_s});
+    QVERIFY(m_window->isWindowModified());
+    trigger("acEditRemove"); // the pane goes, the dialog stays
+    Q_EMIT dialog->applied();
+    QCOMPARE(count(), 1);
 }
 
 void PanesTest::viewModes_data()

@@ -8,6 +8,7 @@
 #include "app/setconfigfilepathdialog.h"
 #include "app/symbolicicon.h"
 #include "app/windowgeometry.h"
+#include "terminal/panestatusline.h"
 #include "terminal/ratemeter.h"
 
 #include <QDialogButtonBox>
@@ -48,6 +49,7 @@ private Q_SLOTS:
     void gridKeepsDraggedSizes();
     void statusBarTexts();
     void errorIsCleared();
+    void paneStatusLine();
     void configFolder();
     void configFolderThatCannotBe();
     void iconTakesThePalettesColour_data();
@@ -358,6 +360,31 @@ void ShellPartsTest::errorIsCleared()
     QVERIFY(!timer->isActive());
     bar.showError(u"again"_s, {});
     QCOMPARE(timer->interval(), 15000);
+}
+
+void ShellPartsTest::paneStatusLine()
+{
+    PaneStatusLine line;
+    line.resize(800, 30);
+    line.setCounters(0, 0);
+    line.show();
+    const auto text = [&line](const char* name) {
+        return line.findChild<QLabel*>(QLatin1StringView(name));
+    };
+    line.setState(u"ttyUSB0 9600 8N1"_s, u"Open"_s, true);
+    QCOMPARE(text("paneStatusText")->text(), "ttyUSB0 9600 8N1 - Open"_L1);
+    line.showMessage(u"two\nlines"_s, 1);
+    QCOMPARE(text("paneStatusText")->text(), "two lines"_L1);
+    QTRY_COMPARE(text("paneStatusText")->text(), "ttyUSB0 9600 8N1 - Open"_L1);
+    QVERIFY(!text("paneStatusLog")->isVisible());
+    line.setLog(PaneLog::State::Recording, u"/a/b.log"_s);
+    QVERIFY(text("paneStatusLog")->isVisible());
+    QVERIFY(text("paneStatusLog")->toolTip().contains("b.log"_L1));
+    line.setCounters(5000, 7);
+    QTRY_VERIFY(text("paneStatusCounters")->text().contains("/s)"_L1));
+    line.resize(200, 30);
+    QTRY_COMPARE(text("paneStatusCounters")->text(), "Rx 5,000  Tx 7"_L1);
+    QVERIFY(text("paneStatusCounters")->toolTip().contains("/s)"_L1));
 }
 
 void ShellPartsTest::configFolder()
