@@ -48,8 +48,8 @@ bool RunControl::start(const QString& portName, bool quiet)
         resume();
         return true;
     }
-    Q_EMIT errorCleared(m_error);
     applySettings();
+    Q_EMIT errorCleared(m_error);
     return m_supervisor->start(quiet);
 }
 
