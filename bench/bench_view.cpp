@@ -27,15 +27,21 @@ constexpr qint64 fullDisplay = 10'485'760;
 
 enum Kind { Ascii, Random, Cjk, Hexadecimal, Colored };
 
+QChar shown(char16_t byte)
+{
+    if (byte < 0x20)
+        return QChar(0x2400 + byte);
+    return QChar(byte >= 0x7F && byte < 0xA0 ? char16_t(0x2426) : byte);
+}
+
 QString sample(int kind, qint64 characters)
 {
     QString text;
     text.reserve(characters + 100);
     QRandomGenerator random(1);
     for (int i = 0; text.size() < characters; ++i) {
-        if (kind == Random) // bytes as they are shown: symbols for control characters
-            text += QChar(
-                random.bounded(8) == 0 ? 0x2400 + random.bounded(32) : 0x20 + random.bounded(0xE0));
+        if (kind == Random) // bytes of ISO 8859-1 with the symbols that stand for controls
+            text += shown(static_cast<char16_t>(random.bounded(256)));
         else if (kind == Cjk)
             text += u"\u65E5\u672C\u8A9E\u306E\u30C7\u30D0\u30A4\u30B9 %1\n"_s.arg(i);
         else if (kind == Hexadecimal)

@@ -84,9 +84,16 @@ void RowStyle::lookUpGlyphs()
         glyphs_.fill(0);
         return;
     }
-    for (char16_t c = firstControl; c <= lastControl; ++c)
+    for (char16_t c = firstControl; c <= substitute; ++c)
         lookUp(c);
     lookUp(u'\uFFFD');
+    const auto useInstead = [this](char16_t missing, char16_t other) {
+        quint32& glyph = glyphs_.at(slotOf(missing));
+        if (glyph == 0)
+            glyph = glyphs_.at(slotOf(other));
+    };
+    useInstead(newline, u'\u00B6');
+    useInstead(substitute, u'\uFFFD');
     lookUpCodes();
 }
 

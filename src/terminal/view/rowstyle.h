@@ -55,18 +55,20 @@ public:
     [[nodiscard]] QTextOption textOption() const;
 
 private:
-    // Control Pictures: NUL to US, blank, DEL.
+    // Control Pictures: NUL to US, blank, DEL; and one for a new line, one for what has no symbol.
     static constexpr char16_t firstControl = 0x2400;
     static constexpr char16_t lastControl = 0x2421;
+    static constexpr char16_t newline = 0x2424;
+    static constexpr char16_t substitute = 0x2426;
     static constexpr std::size_t latin1Count = 256;
-    static constexpr std::size_t slotCount = latin1Count + lastControl - firstControl + 2;
+    static constexpr std::size_t slotCount = latin1Count + substitute - firstControl + 2;
 
     // Place of a character in the table of glyphs, slotCount when it has none.
     [[nodiscard]] static constexpr std::size_t slotOf(char16_t c)
     {
         if (c < latin1Count)
             return c;
-        if (c >= firstControl && c <= lastControl)
+        if (c >= firstControl && c <= substitute)
             return latin1Count + c - firstControl;
         return c == u'\uFFFD' ? slotCount - 1 : slotCount;
     }
