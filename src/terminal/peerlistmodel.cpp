@@ -240,14 +240,28 @@ QString PeerListModel::text(int row, int column) const
     }
 }
 
+// A narrow pane has no room for all columns.
+QString PeerListModel::rowText(int row) const
+{
+    QStringList lines;
+    for (int column = 0; column < ColumnCount; ++column) {
+        const QString value = text(row, column);
+        if (!value.isEmpty())
+            lines += headerData(column, Qt::Horizontal, Qt::DisplayRole).toString() + u": " + value;
+    }
+    // Rich text would take a peer's message for markup.
+    return u"<p style='white-space:pre'>" + lines.join(u'\n').toHtmlEscaped() + u"</p>";
+}
+
 QVariant PeerListModel::data(const QModelIndex& index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::ToolTipRole:
         return text(index.row(), index.column());
+    case Qt::ToolTipRole:
+        return rowText(index.row());
     case Qt::TextAlignmentRole:
         return alignmentOf(index.column());
     case Qt::FontRole:

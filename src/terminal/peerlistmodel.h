@@ -84,6 +84,7 @@ private:
     [[nodiscard]] int targetRows() const { return m_kind == Kind::UdpPeers ? 2 : 1; }
     [[nodiscard]] QString addressText(int row) const;
     [[nodiscard]] QString text(int row, int column) const;
+    [[nodiscard]] QString rowText(int row) const;
     void touch(const QString& key, const std::function<void(Peer&)>& change);
     void tellChanges();
     void drop(int index);

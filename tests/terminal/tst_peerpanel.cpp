@@ -78,6 +78,9 @@ void TestPeerPanel::previewsFitOneLine()
     model.addPeer(u"p"_s);
     model.noteReceived(u"p"_s, bytes);
     QTEST(model.index(1, PeerListModel::LastMessage).data().toString(), "text");
+    model.noteReceived(u"p"_s, "<b>");
+    const QString tip = model.index(1, 0).data(Qt::ToolTipRole).toString();
+    QVERIFY2(tip.contains("Last message: &lt;b&gt;"_L1), qPrintable(tip));
 }
 
 void TestPeerPanel::peersComeAndGo()
