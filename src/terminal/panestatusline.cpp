@@ -56,7 +56,8 @@ void PaneStatusLine::setState(const QString& summary, const QString& state, bool
 {
     m_lamp->turnOn(open);
     m_lamp->setAccessibleDescription(state);
-    m_state = tr("%1 - %2").arg(summary, state);
+    // What may be cut off in a narrow pane stands last; the port stands above the pane as well.
+    m_state = tr("%1 - %2").arg(state, summary);
     showText();
 }
 

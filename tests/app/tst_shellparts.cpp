@@ -372,10 +372,10 @@ void ShellPartsTest::paneStatusLine()
         return line.findChild<QLabel*>(QLatin1StringView(name));
     };
     line.setState(u"ttyUSB0 9600 8N1"_s, u"Open"_s, true);
-    QCOMPARE(text("paneStatusText")->text(), "ttyUSB0 9600 8N1 - Open"_L1);
+    QCOMPARE(text("paneStatusText")->text(), "Open - ttyUSB0 9600 8N1"_L1);
     line.showMessage(u"two\nlines"_s, 1);
     QCOMPARE(text("paneStatusText")->text(), "two lines"_L1);
-    QTRY_COMPARE(text("paneStatusText")->text(), "ttyUSB0 9600 8N1 - Open"_L1);
+    QTRY_COMPARE(text("paneStatusText")->text(), "Open - ttyUSB0 9600 8N1"_L1);
     QVERIFY(!text("paneStatusLog")->isVisible());
     line.setLog(PaneLog::State::Recording, u"/a/b.log"_s);
     QVERIFY(text("paneStatusLog")->isVisible());
