@@ -17,6 +17,7 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QKeyEvent>
 #include <QRandomGenerator>
 #include <QStandardPaths>
@@ -270,6 +271,18 @@ void run(benchmark::State& state, Device& device, const QByteArray& bytes, Shown
     state.counters["of_cat"] = catSeconds / seconds;
 }
 
+// Whether the log holds all that was sent, so many times, and nothing else.
+bool isComplete(const QString& fileName, QByteArray sent, qint64 times)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray content = file.readAll();
+    const qsizetype launch = content.indexOf("\nLaunch at: ");
+    const qsizetype begin = content.indexOf('\n', launch + 1) + 1;
+    return content.sliced(begin) == sent.replace("\r", "").repeated(times);
+}
+
 void ptyToSink(benchmark::State& state)
 {
     const int kind = int(state.range(0));
@@ -290,9 +303,14 @@ void ptyToSink(benchmark::State& state)
     if (!controller.openSerial({}, device.name(), device.name(), true))
         return state.SkipWithError("the pseudo-terminal did not open");
     pipeline.start();
-    run(state, device, payload(kind), [&](qint64 expected) {
+    const QByteArray bytes = payload(kind);
+    run(state, device, bytes, [&](qint64 expected) {
         return pipeline.receivedBytes() >= expected && pipeline.waitingBytes() == 0;
     });
+    if (kind == Logged
+        && (!log.flushLog(nullptr)
+            || !isComplete(log.currentLogFile(), bytes, pipeline.receivedBytes() / bytes.size())))
+        state.SkipWithError("the log is not what was sent");
 }
 
 void ptyToView(benchmark::State& state)
