@@ -226,6 +226,8 @@ void TestReceivePicture::controlCodesAreSeen()
         seen_.append(row.copy(symbol));
         view_->clearText();
     }
+    view_->appendText(u"a\u00ADb"_s, {}); // a soft hyphen is no less visible
+    QCOMPARE(shown(0), wanted(u"a-b"_s, {{0, 3, Qt::black, {}}}));
 }
 
 void TestReceivePicture::scrollsSideways()

@@ -92,6 +92,8 @@ void RowStyle::lookUpGlyphs()
         if (glyph == 0)
             glyph = glyphs_.at(slotOf(other));
     };
+    // Text layout would hide it; the device has sent it.
+    useInstead(softHyphen, u'-');
     useInstead(newline, u'\u00B6');
     useInstead(substitute, u'\uFFFD');
     lookUpCodes();
