@@ -55,6 +55,7 @@ struct Result
     qint64 startMs;
     double cpuPercent;
     qint64 stallMs;
+    double stallCpuMs; // of a stall: without what other programs took meanwhile
     qint64 fed;
     qint64 received;
 };
@@ -129,23 +130,25 @@ void turnLoopFor(int forMs)
     loop.exec();
 }
 
-// Turns the event loop for a time; gives the longest time that it did not turn.
-qint64 longestStallMs(int forMs)
+// Turns the event loop for a time and finds the longest time that it did not turn.
+void measureStall(int forMs, Result& result)
 {
     QElapsedTimer clock;
     clock.start();
     qint64 last = 0;
-    qint64 longest = 0;
+    double lastCpu = cpuMs();
     QTimer beat;
     beat.setTimerType(Qt::PreciseTimer);
     QObject::connect(&beat, &QTimer::timeout, &beat, [&] {
         const qint64 now = clock.elapsed();
-        longest = std::max(longest, now - last);
+        const double cpu = cpuMs();
+        result.stallMs = std::max(result.stallMs, now - last);
+        result.stallCpuMs = std::max(result.stallCpuMs, cpu - lastCpu);
         last = now;
+        lastCpu = cpu;
     });
     beat.start(1);
     turnLoopFor(forMs);
-    return longest;
 }
 
 QString writeSession(const QString& folder, const QStringList& ports)
@@ -212,7 +215,7 @@ Result measure(const Case& scenario, const Feeder& feeder, int argc, char** argv
         const double before = cpuMs();
         turnLoopFor(measureMs);
         result.cpuPercent = (cpuMs() - before) * 100 / measureMs;
-        result.stallMs = longestStallMs(measureMs);
+        measureStall(measureMs, result);
         if (::read(fedPipe[0], &result.fed, sizeof result.fed) != sizeof result.fed)
             std::abort();
         turnLoopFor(500);
@@ -255,11 +258,13 @@ int main(int argc, char** argv)
                          && result.stallMs < scenario.maxStallMs && result.received == result.fed
                          && result.startMs - onePaneMs < maxStartMsOverOnePane;
         good = good && met;
-        std::printf("%-26s start %4lld ms, cpu %5.1f %%, longest stall %3lld ms, %lld of %lld "
+        std::printf("%-26s start %4lld ms, cpu %5.1f %%, longest stall %3lld ms (%.0f ms of "
+                    "processor time), %lld of %lld "
                     "bytes received%s\n",
             scenario.name, static_cast<long long>(result.startMs), result.cpuPercent,
-            static_cast<long long>(result.stallMs), static_cast<long long>(result.received),
-            static_cast<long long>(result.fed), met ? "" : "  LIMIT MISSED");
+            static_cast<long long>(result.stallMs), result.stallCpuMs,
+            static_cast<long long>(result.received), static_cast<long long>(result.fed),
+            met ? "" : "  LIMIT MISSED");
         std::fflush(stdout);
     }
     return good ? 0 : 1;

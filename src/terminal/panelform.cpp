@@ -4,7 +4,6 @@
 
 #include <QFormLayout>
 #include <QLabel>
-#include <QStringList>
 
 #include <algorithm>
 
