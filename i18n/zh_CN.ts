@@ -2,25 +2,6 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN" sourcelanguage="en">
 <context>
-    <name>ActivityRow</name>
-    <message>
-        <source>TX</source>
-        <translation>TX</translation>
-    </message>
-    <message>
-        <source>RX</source>
-        <translation>RX</translation>
-    </message>
-    <message>
-        <source>Lights while data is being sent or received</source>
-        <translation>收发数据时点亮</translation>
-    </message>
-    <message>
-        <source>%1 activity</source>
-        <translation>%1 活动</translation>
-    </message>
-</context>
-<context>
     <name>AsciiModel</name>
     <message>
         <source>Dec</source>
@@ -201,82 +182,92 @@ Functions: %1</source>
     </message>
 </context>
 <context>
+    <name>ConnectionController</name>
+    <message>
+        <source>TCP listen on port %1 FAILED: %2</source>
+        <translation>TCP 监听端口 %1 失败：%2</translation>
+    </message>
+    <message>
+        <source>Refused %1: %2</source>
+        <translation>已拒绝 %1：%2</translation>
+    </message>
+    <message>
+        <source>Disconnected %1: it does not read, %2 bytes did not reach it</source>
+        <translation>已断开 %1：它不读取数据，有 %2 字节未送达</translation>
+    </message>
+    <message>
+        <source>%1 left: %2 bytes did not reach it</source>
+        <translation>%1 已离开：有 %2 字节未送达</translation>
+    </message>
+    <message>
+        <source>%1 left: %2 bytes that it had sent were dropped, nobody read them</source>
+        <translation>%1 已离开：它发来的 %2 字节因无人读取而被丢弃</translation>
+    </message>
+    <message>
+        <source>TCP port %1 can take no further client for now: %2</source>
+        <translation>TCP 端口 %1 暂时无法接受更多客户端：%2</translation>
+    </message>
+    <message>
+        <source>No TCP client is connected: nothing was sent</source>
+        <translation>没有已连接的 TCP 客户端：未发送任何数据</translation>
+    </message>
+    <message>
+        <source>The chosen TCP client is gone: nothing was sent. Choose whom to send to</source>
+        <translation>所选的 TCP 客户端已离开：未发送任何数据。请重新选择发送对象</translation>
+    </message>
+</context>
+<context>
+    <name>ConnectionPage</name>
+    <message>
+        <source>The connection is open. Close it to connect elsewhere.</source>
+        <translation>连接已打开。请先关闭再连接其他目标。</translation>
+    </message>
+    <message>
+        <source>Choose a type that can be opened.</source>
+        <translation>请选择可以打开的类型。</translation>
+    </message>
+    <message>
+        <source>No serial port was found. Plug a device in, or type the path of one.</source>
+        <translation>未找到串口。请插入设备，或输入设备路径。</translation>
+    </message>
+    <message>
+        <source>Choose a serial port, or type the path of a device.</source>
+        <translation>请选择串口，或输入设备路径。</translation>
+    </message>
+    <message>
+        <source>Enter a host name or address, for example 192.168.1.10.</source>
+        <translation>请输入主机名或地址，例如 192.168.1.10。</translation>
+    </message>
+    <message>
+        <source>A host name or address has no blanks and no slashes.</source>
+        <translation>主机名或地址不能含有空格和斜杠。</translation>
+    </message>
+    <message>
+        <source>A port behind the host is a number from 1 to 65535.</source>
+        <translation>主机后的端口须为 1 到 65535 的数字。</translation>
+    </message>
+    <message>
+        <source>Enter the baud rate as a number from 1 to 100000000.</source>
+        <translation>请输入 1 到 100000000 的波特率。</translation>
+    </message>
+    <message>
+        <source>serial number %1</source>
+        <translation>序列号 %1</translation>
+    </message>
+    <message>
+        <source>not there now</source>
+        <translation>当前不存在</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionPanel</name>
-    <message>
-        <source>Serial Port</source>
-        <translation>串口</translation>
-    </message>
-    <message>
-        <source>TCP Server</source>
-        <translation>TCP 服务器</translation>
-    </message>
-    <message>
-        <source>TCP Client</source>
-        <translation>TCP 客户端</translation>
-    </message>
-    <message>
-        <source>UDP Server</source>
-        <translation>UDP 服务器</translation>
-    </message>
-    <message>
-        <source>UDP Client</source>
-        <translation>UDP 客户端</translation>
-    </message>
-    <message>
-        <source>Remote Serial (RFC 2217)</source>
-        <translation>远程串口（RFC 2217）</translation>
-    </message>
-    <message>
-        <source>Remote Serial (Cloud Relay)</source>
-        <translation>远程串口（云中继）</translation>
-    </message>
-    <message>
-        <source>None</source>
-        <translation>无</translation>
-    </message>
-    <message>
-        <source>Even</source>
-        <translation>偶校验</translation>
-    </message>
-    <message>
-        <source>Odd</source>
-        <translation>奇校验</translation>
-    </message>
-    <message>
-        <source>Mark</source>
-        <translation>标记校验</translation>
-    </message>
-    <message>
-        <source>Space</source>
-        <translation>空格校验</translation>
-    </message>
-    <message>
-        <source>RTS/CTS</source>
-        <translation>RTS/CTS</translation>
-    </message>
-    <message>
-        <source>XON/XOFF</source>
-        <translation>XON/XOFF</translation>
-    </message>
     <message>
         <source>Connection Settings</source>
         <translation>连接设置</translation>
     </message>
     <message>
-        <source>DTR</source>
-        <translation>DTR</translation>
-    </message>
-    <message>
-        <source>RTS</source>
-        <translation>RTS</translation>
-    </message>
-    <message>
         <source>Open</source>
         <translation>打开</translation>
-    </message>
-    <message>
-        <source>Host name or address</source>
-        <translation>主机名或地址</translation>
     </message>
     <message>
         <source>Type</source>
@@ -299,40 +290,28 @@ Functions: %1</source>
         <translation>本地端口</translation>
     </message>
     <message>
-        <source>Baudrate</source>
-        <translation>波特率</translation>
-    </message>
-    <message>
-        <source>Data Bits</source>
-        <translation>数据位</translation>
-    </message>
-    <message>
-        <source>Flow Type</source>
-        <translation>流控</translation>
-    </message>
-    <message>
-        <source>Stop Bits</source>
-        <translation>停止位</translation>
-    </message>
-    <message>
-        <source>Parity</source>
-        <translation>校验位</translation>
-    </message>
-    <message>
-        <source>Set the DTR output now, or apply it when the port opens</source>
-        <translation>立即设置 DTR 输出，或在打开端口时应用</translation>
-    </message>
-    <message>
-        <source>Set the RTS output now, or apply it when the port opens</source>
-        <translation>立即设置 RTS 输出，或在打开端口时应用</translation>
-    </message>
-    <message>
-        <source>Outputs</source>
-        <translation>输出</translation>
-    </message>
-    <message>
         <source>Close</source>
         <translation>关闭</translation>
+    </message>
+    <message>
+        <source>Keep the remote port&apos;s own config</source>
+        <translation>保留远程端口自身的配置</translation>
+    </message>
+    <message>
+        <source>Any free port</source>
+        <translation>任意空闲端口</translation>
+    </message>
+    <message>
+        <source>Leave baud rate, framing and control lines as the remote port has them; clear it to set them from here</source>
+        <translation>保持远程端口的波特率、帧格式和控制线不变；取消勾选后可在此设置</translation>
+    </message>
+    <message>
+        <source>Settings that the remote port reported</source>
+        <translation>远程端口报告的设置</translation>
+    </message>
+    <message>
+        <source>Listen Port</source>
+        <translation>监听端口</translation>
     </message>
 </context>
 <context>
@@ -356,6 +335,10 @@ Functions: %1</source>
     <message>
         <source>No connection</source>
         <translation>无连接</translation>
+    </message>
+    <message>
+        <source>TCP server %1</source>
+        <translation>TCP 服务器 %1</translation>
     </message>
 </context>
 <context>
@@ -403,6 +386,64 @@ Functions: %1</source>
     <message>
         <source>Serial Port %1 RECONNECTED</source>
         <translation>串口 %1 已重新连接</translation>
+    </message>
+</context>
+<context>
+    <name>ControlLineRow</name>
+    <message>
+        <source>Live control-line levels while the port is open. Some USB serial adapters do not report the input lines.</source>
+        <translation>端口打开时显示控制线的实时电平。部分 USB 串口适配器不报告输入线。</translation>
+    </message>
+    <message>
+        <source>Send break</source>
+        <translation>发送 Break</translation>
+    </message>
+    <message>
+        <source>%1 activity</source>
+        <translation>%1 活动</translation>
+    </message>
+    <message>
+        <source>%1 output</source>
+        <translation>%1 输出</translation>
+    </message>
+    <message>
+        <source>%1 input</source>
+        <translation>%1 输入</translation>
+    </message>
+    <message>
+        <source>Click to toggle the RTS output</source>
+        <translation>点击切换 RTS 输出</translation>
+    </message>
+    <message>
+        <source>Click to toggle the DTR output</source>
+        <translation>点击切换 DTR 输出</translation>
+    </message>
+    <message>
+        <source>%1, not confirmed</source>
+        <translation>%1，未确认</translation>
+    </message>
+    <message>
+        <source>driven by flow control</source>
+        <translation>由流控驱动</translation>
+    </message>
+</context>
+<context>
+    <name>ControlLines</name>
+    <message>
+        <source>Lights while data is being sent or received</source>
+        <translation>收发数据时点亮</translation>
+    </message>
+    <message>
+        <source>Clear &quot;Keep the remote port&apos;s own config&quot; to drive RTS, DTR and Break from here.</source>
+        <translation>取消“保留远程端口自身的配置”后，可在此控制 RTS、DTR 和 Break。</translation>
+    </message>
+    <message>
+        <source>Control lines belong to a serial port. This connection does not have one.</source>
+        <translation>控制线属于串口，此连接没有串口。</translation>
+    </message>
+    <message>
+        <source>A file transfer is using this port. Changing the control lines would interrupt it.</source>
+        <translation>文件传输正在使用此端口，更改控制线会中断传输。</translation>
     </message>
 </context>
 <context>
@@ -527,6 +568,73 @@ Functions: %1</source>
         <translation>
             <numerusform>输入 %n 字节</numerusform>
         </translation>
+    </message>
+</context>
+<context>
+    <name>DisplayPage</name>
+    <message>
+        <source>Bold</source>
+        <translation>粗体</translation>
+    </message>
+    <message>
+        <source>Color by direction</source>
+        <translation>按方向着色</translation>
+    </message>
+    <message>
+        <source>Color of received data</source>
+        <translation>接收数据的颜色</translation>
+    </message>
+    <message>
+        <source>Color of sent data</source>
+        <translation>发送数据的颜色</translation>
+    </message>
+    <message>
+        <source>Show TX/RX and control line indicators</source>
+        <translation>显示 TX/RX 与控制线指示灯</translation>
+    </message>
+    <message>
+        <source>Received: 0O 1lI {}[]() 48 65 6C</source>
+        <translation>接收：0O 1lI {}[]() 48 65 6C</translation>
+    </message>
+    <message>
+        <source>Sent: 0O 1lI {}[]() 48 65 6C</source>
+        <translation>发送：0O 1lI {}[]() 48 65 6C</translation>
+    </message>
+    <message>
+        <source> pt</source>
+        <translation> 磅</translation>
+    </message>
+    <message>
+        <source> MB</source>
+        <translation> MB</translation>
+    </message>
+    <message>
+        <source>How much text the view keeps; older text leaves at the top</source>
+        <translation>显示区保留的文本量，较早的文本会被移除</translation>
+    </message>
+    <message>
+        <source>Font</source>
+        <translation>字体</translation>
+    </message>
+    <message>
+        <source>Font Size</source>
+        <translation>字号</translation>
+    </message>
+    <message>
+        <source>Received</source>
+        <translation>接收</translation>
+    </message>
+    <message>
+        <source>Sent</source>
+        <translation>发送</translation>
+    </message>
+    <message>
+        <source>Sample</source>
+        <translation>示例</translation>
+    </message>
+    <message>
+        <source>Display Buffer</source>
+        <translation>显示缓冲</translation>
     </message>
 </context>
 <context>
@@ -662,6 +770,56 @@ Functions: %1</source>
     </message>
 </context>
 <context>
+    <name>FormatRow</name>
+    <message>
+        <source>Text</source>
+        <translation>文本</translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+</context>
+<context>
+    <name>GeneralPage</name>
+    <message>
+        <source>Restore the last connection at start</source>
+        <translation>启动时恢复上次连接</translation>
+    </message>
+    <message>
+        <source>Reconnect automatically</source>
+        <translation>自动重连</translation>
+    </message>
+    <message>
+        <source>Restore the connection that was open at last exit</source>
+        <translation>恢复上次退出时打开的连接</translation>
+    </message>
+    <message>
+        <source>Reconnect after a serial unplug or the loss of a TCP connection</source>
+        <translation>串口拔出或 TCP 连接断开后重连</translation>
+    </message>
+    <message>
+        <source>As the system</source>
+        <translation>跟随系统</translation>
+    </message>
+    <message>
+        <source>English</source>
+        <translation>英文</translation>
+    </message>
+    <message>
+        <source>Chinese</source>
+        <translation>中文</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>语言</translation>
+    </message>
+    <message>
+        <source>Another language takes effect when the program is restarted.</source>
+        <translation>更改语言将在程序重新启动后生效。</translation>
+    </message>
+</context>
+<context>
     <name>HexParser</name>
     <message>
         <source>Hex input must contain complete bytes.</source>
@@ -673,10 +831,47 @@ Functions: %1</source>
     </message>
 </context>
 <context>
+    <name>HostBox</name>
+    <message>
+        <source>Hosts used so far; Delete removes the highlighted one from the list</source>
+        <translation>用过的主机；按 Delete 从列表中移除高亮的一项</translation>
+    </message>
+    <message>
+        <source>Host name or address</source>
+        <translation>主机名或地址</translation>
+    </message>
+    <message>
+        <source>Remove %1 from the List</source>
+        <translation>从列表中移除 %1</translation>
+    </message>
+</context>
+<context>
     <name>HostResolver</name>
     <message>
         <source>it has no IPv4 address</source>
         <translation>该主机没有 IPv4 地址</translation>
+    </message>
+</context>
+<context>
+    <name>LineDriver</name>
+    <message>
+        <source>high</source>
+        <translation>高电平</translation>
+    </message>
+    <message>
+        <source>low</source>
+        <translation>低电平</translation>
+    </message>
+</context>
+<context>
+    <name>LocalLineDriver</name>
+    <message>
+        <source>RTS is driven by RTS/CTS flow control and cannot be set by hand.</source>
+        <translation>RTS 由 RTS/CTS 流控驱动，不能手动设置。</translation>
+    </message>
+    <message>
+        <source>Click to send a serial break (hold for longer)</source>
+        <translation>点击发送串口 Break（按住可延长）</translation>
     </message>
 </context>
 <context>
@@ -700,6 +895,93 @@ Functions: %1</source>
     <message>
         <source>Warning</source>
         <translation>警告</translation>
+    </message>
+</context>
+<context>
+    <name>LogPage</name>
+    <message>
+        <source>Log Recording</source>
+        <translation>记录日志</translation>
+    </message>
+    <message>
+        <source>Begin every line with a time stamp</source>
+        <translation>每行以时间戳开头</translation>
+    </message>
+    <message>
+        <source>Start a new file when it is larger than</source>
+        <translation>文件超过此大小时新建文件</translation>
+    </message>
+    <message>
+        <source>Start a new file every day at</source>
+        <translation>每天在此时间新建文件</translation>
+    </message>
+    <message>
+        <source>Write the time into the log every hour</source>
+        <translation>每小时在日志中写入时间</translation>
+    </message>
+    <message>
+        <source>Record all messages of this port in a log file</source>
+        <translation>将此端口的所有数据记录到日志文件</translation>
+    </message>
+    <message>
+        <source> MB</source>
+        <translation> MB</translation>
+    </message>
+    <message>
+        <source>Largest size of a log file in megabytes</source>
+        <translation>日志文件的最大大小（兆字节）</translation>
+    </message>
+    <message>
+        <source>Time of day at which a new log file is started</source>
+        <translation>每天新建日志文件的时间</translation>
+    </message>
+    <message>
+        <source>Log files are always written as UTF-8.</source>
+        <translation>日志文件始终以 UTF-8 写入。</translation>
+    </message>
+    <message>
+        <source>Folder...</source>
+        <translation>文件夹...</translation>
+    </message>
+    <message>
+        <source>Choose the folder of the log files</source>
+        <translation>选择日志文件所在的文件夹</translation>
+    </message>
+    <message>
+        <source>Log File</source>
+        <translation>日志文件</translation>
+    </message>
+    <message>
+        <source>%S session name, %Y year, %y year in two digits, %M month, %D day, %h hour, %m minute, %s second, %z millisecond</source>
+        <translation>%S 会话名，%Y 年，%y 两位年，%M 月，%D 日，%h 时，%m 分，%s 秒，%z 毫秒</translation>
+    </message>
+    <message>
+        <source>Time Stamp</source>
+        <translation>时间戳</translation>
+    </message>
+    <message>
+        <source>Enter a pattern, for example %1</source>
+        <translation>请输入模式，例如 %1</translation>
+    </message>
+    <message>
+        <source>(must use %D in log file name)</source>
+        <translation>（日志文件名中必须使用 %D）</translation>
+    </message>
+    <message>
+        <source>%1 is a folder. Add a file name.</source>
+        <translation>%1 是文件夹。请加上文件名。</translation>
+    </message>
+    <message>
+        <source>Now: %1</source>
+        <translation>当前：%1</translation>
+    </message>
+    <message>
+        <source>Now: %1 (the folder will be created)</source>
+        <translation>当前：%1（将创建该文件夹）</translation>
+    </message>
+    <message>
+        <source>Folder of Log Files</source>
+        <translation>日志文件夹</translation>
     </message>
 </context>
 <context>
@@ -743,10 +1025,6 @@ Functions: %1</source>
         <translation>此版本尚未提供</translation>
     </message>
     <message>
-        <source>Needs more than one port; not in this version yet</source>
-        <translation>需要一个以上的端口；此版本尚未提供</translation>
-    </message>
-    <message>
         <source>Needs a signed-in account; not in this version yet</source>
         <translation>需要登录账户；此版本尚未提供</translation>
     </message>
@@ -784,6 +1062,14 @@ Functions: %1</source>
     <message>
         <source>TX %1 B (%2)</source>
         <translation>TX %1 B（%2）</translation>
+    </message>
+    <message>
+        <source>Progress of saving</source>
+        <translation>保存进度</translation>
+    </message>
+    <message>
+        <source>Saving...</source>
+        <translation>正在保存...</translation>
     </message>
 </context>
 <context>
@@ -1113,10 +1399,6 @@ Functions: %1</source>
         <translation>串口 %1 打开失败</translation>
     </message>
     <message>
-        <source>The changes will take effect when the program is restarted.</source>
-        <translation>更改将在程序重新启动后生效。</translation>
-    </message>
-    <message>
         <source>A terminal for serial ports and network byte streams.
 
 Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
@@ -1127,6 +1409,66 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>%1 OPEN FAILED</source>
         <translation>%1 打开失败</translation>
+    </message>
+    <message>
+        <source>Begin with one port and default settings</source>
+        <translation>以一个端口和默认设置重新开始</translation>
+    </message>
+    <message>
+        <source>Open the ports and settings of a file</source>
+        <translation>打开文件中的端口和设置</translation>
+    </message>
+    <message>
+        <source>Choose a port or an address and open it</source>
+        <translation>选择端口或地址并打开</translation>
+    </message>
+    <message>
+        <source>Show one more port beside the others</source>
+        <translation>在其他端口旁再显示一个端口</translation>
+    </message>
+    <message>
+        <source>Close the last port and take it away</source>
+        <translation>关闭并移除最后一个端口</translation>
+    </message>
+    <message>
+        <source>All ports side by side</source>
+        <translation>所有端口并排显示</translation>
+    </message>
+    <message>
+        <source>The ports one above the other</source>
+        <translation>端口上下排列</translation>
+    </message>
+    <message>
+        <source>Two ports in a row</source>
+        <translation>每行两个端口</translation>
+    </message>
+    <message>
+        <source>Choose how many ports stand in a row</source>
+        <translation>选择每行的端口数</translation>
+    </message>
+    <message>
+        <source>Next Port</source>
+        <translation>下一个端口</translation>
+    </message>
+    <message>
+        <source>Move the keyboard to the next port</source>
+        <translation>将键盘焦点移到下一个端口</translation>
+    </message>
+    <message>
+        <source>Previous Port</source>
+        <translation>上一个端口</translation>
+    </message>
+    <message>
+        <source>Move the keyboard to the previous port</source>
+        <translation>将键盘焦点移到上一个端口</translation>
+    </message>
+    <message>
+        <source>Set up the port that has the keyboard, and the program</source>
+        <translation>设置当前具有键盘焦点的端口和本程序</translation>
+    </message>
+    <message>
+        <source>Port Number = %1</source>
+        <translation>端口数 = %1</translation>
     </message>
 </context>
 <context>
@@ -1169,6 +1511,71 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
 </context>
 <context>
+    <name>MultiClientServer</name>
+    <message>
+        <source>not on the address allowlist</source>
+        <translation>不在允许的地址列表中</translation>
+    </message>
+    <message>
+        <source>the port already has a client (exclusive mode)</source>
+        <translation>该端口已有一个客户端（独占模式）</translation>
+    </message>
+</context>
+<context>
+    <name>MultiPortSettingDlg</name>
+    <message>
+        <source>Add Port</source>
+        <translation>添加端口</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>连接</translation>
+    </message>
+    <message>
+        <source>Receive</source>
+        <translation>接收</translation>
+    </message>
+    <message>
+        <source>Send</source>
+        <translation>发送</translation>
+    </message>
+</context>
+<context>
+    <name>NewConnectionDialog</name>
+    <message>
+        <source>The current pane</source>
+        <translation>当前窗格</translation>
+    </message>
+    <message>
+        <source>A new pane</source>
+        <translation>新窗格</translation>
+    </message>
+    <message>
+        <source>New Connection</source>
+        <translation>新建连接</translation>
+    </message>
+    <message>
+        <source>A connection that is open there is closed first</source>
+        <translation>若该处已有打开的连接，将先关闭</translation>
+    </message>
+    <message>
+        <source>Adds a pane beside the others</source>
+        <translation>在其他窗格旁添加一个窗格</translation>
+    </message>
+    <message>
+        <source>There are as many panes as there can be</source>
+        <translation>窗格数已达上限</translation>
+    </message>
+    <message>
+        <source>Open in</source>
+        <translation>打开位置</translation>
+    </message>
+    <message>
+        <source>&amp;Open</source>
+        <translation>打开(&amp;O)</translation>
+    </message>
+</context>
+<context>
     <name>NoticeBar</name>
     <message>
         <source>Error message</source>
@@ -1181,6 +1588,39 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>Dismiss the error message</source>
         <translation>关闭错误消息</translation>
+    </message>
+</context>
+<context>
+    <name>PageStack</name>
+    <message>
+        <source>Pages</source>
+        <translation>页面</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1：%2</translation>
+    </message>
+</context>
+<context>
+    <name>PaneDialogs</name>
+    <message>
+        <source>Port %1, %2</source>
+        <translation>端口 %1，%2</translation>
+    </message>
+</context>
+<context>
+    <name>PaneFrame</name>
+    <message>
+        <source>Port %1: %2</source>
+        <translation>端口 %1：%2</translation>
+    </message>
+    <message>
+        <source>Close this port</source>
+        <translation>关闭此端口</translation>
+    </message>
+    <message>
+        <source>Open this port</source>
+        <translation>打开此端口</translation>
     </message>
 </context>
 <context>
@@ -1218,6 +1658,207 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>Rx %1  Tx %2</source>
         <translation>Rx %1  Tx %2</translation>
     </message>
+    <message>
+        <source>⚠ Log</source>
+        <translation>⚠ 日志</translation>
+    </message>
+    <message>
+        <source>● Log</source>
+        <translation>● 日志</translation>
+    </message>
+    <message>
+        <source>the file gets its name with the first data</source>
+        <translation>收到首批数据时确定文件名</translation>
+    </message>
+    <message>
+        <source>Cannot be written: %1</source>
+        <translation>无法写入：%1</translation>
+    </message>
+    <message>
+        <source>Recording: %1</source>
+        <translation>正在记录：%1</translation>
+    </message>
+</context>
+<context>
+    <name>PanelChoices</name>
+    <message>
+        <source>Serial Port</source>
+        <translation>串口</translation>
+    </message>
+    <message>
+        <source>TCP Server</source>
+        <translation>TCP 服务器</translation>
+    </message>
+    <message>
+        <source>TCP Client</source>
+        <translation>TCP 客户端</translation>
+    </message>
+    <message>
+        <source>UDP Server</source>
+        <translation>UDP 服务器</translation>
+    </message>
+    <message>
+        <source>UDP Client</source>
+        <translation>UDP 客户端</translation>
+    </message>
+    <message>
+        <source>Remote Serial (RFC 2217)</source>
+        <translation>远程串口（RFC 2217）</translation>
+    </message>
+    <message>
+        <source>Remote Serial (Cloud Relay)</source>
+        <translation>远程串口（云中继）</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>无</translation>
+    </message>
+    <message>
+        <source>Even</source>
+        <translation>偶校验</translation>
+    </message>
+    <message>
+        <source>Odd</source>
+        <translation>奇校验</translation>
+    </message>
+    <message>
+        <source>Mark</source>
+        <translation>标记校验</translation>
+    </message>
+    <message>
+        <source>Space</source>
+        <translation>空格校验</translation>
+    </message>
+    <message>
+        <source>RTS/CTS</source>
+        <translation>RTS/CTS</translation>
+    </message>
+    <message>
+        <source>XON/XOFF</source>
+        <translation>XON/XOFF</translation>
+    </message>
+    <message>
+        <source>ms</source>
+        <translation>毫秒</translation>
+    </message>
+    <message>
+        <source>s</source>
+        <translation>秒</translation>
+    </message>
+    <message>
+        <source>min</source>
+        <translation>分钟</translation>
+    </message>
+    <message>
+        <source>UDP Client (Type 6)</source>
+        <translation>UDP 客户端（类型 6）</translation>
+    </message>
+    <message>
+        <source>No Transport</source>
+        <translation>无传输方式</translation>
+    </message>
+    <message>
+        <source>These settings name no transport. Choose a type to connect.</source>
+        <translation>这些设置未指定传输方式。请选择类型后再连接。</translation>
+    </message>
+    <message>
+        <source>This program cannot open connections of this type. The settings are kept as they are; choose another type to connect.</source>
+        <translation>本程序无法打开此类型的连接。设置保持原样；请选择其他类型进行连接。</translation>
+    </message>
+</context>
+<context>
+    <name>PeerListModel</name>
+    <message>
+        <source>Last sender</source>
+        <translation>最近的发送方</translation>
+    </message>
+    <message>
+        <source>All peers</source>
+        <translation>所有对端</translation>
+    </message>
+    <message>
+        <source>All clients</source>
+        <translation>所有客户端</translation>
+    </message>
+    <message>
+        <source>%1 (gone)</source>
+        <translation>%1（已离开）</translation>
+    </message>
+    <message>
+        <source>Address</source>
+        <translation>地址</translation>
+    </message>
+    <message>
+        <source>Received</source>
+        <translation>接收</translation>
+    </message>
+    <message>
+        <source>Sent</source>
+        <translation>发送</translation>
+    </message>
+    <message>
+        <source>Last heard</source>
+        <translation>最近收到</translation>
+    </message>
+    <message>
+        <source>Last message</source>
+        <translation>最近消息</translation>
+    </message>
+</context>
+<context>
+    <name>PeerPanel</name>
+    <message>
+        <source>Show or hide the list</source>
+        <translation>显示或隐藏列表</translation>
+    </message>
+    <message>
+        <source>Clients: %1</source>
+        <translation>客户端：%1</translation>
+    </message>
+    <message>
+        <source>Peers: %1</source>
+        <translation>对端：%1</translation>
+    </message>
+    <message>
+        <source>Clients of this port</source>
+        <translation>此端口的客户端</translation>
+    </message>
+    <message>
+        <source>Peers of this port</source>
+        <translation>此端口的对端</translation>
+    </message>
+    <message>
+        <source>Sending to: %1</source>
+        <translation>发送到：%1</translation>
+    </message>
+    <message>
+        <source>Closed: no client can connect</source>
+        <translation>已关闭：客户端无法连接</translation>
+    </message>
+    <message>
+        <source>Closed: no peer is heard</source>
+        <translation>已关闭：不接收任何对端的数据</translation>
+    </message>
+    <message>
+        <source>No client connected; listening on %1</source>
+        <translation>没有客户端连接；正在监听 %1</translation>
+    </message>
+    <message>
+        <source>No peer heard; listening on %1</source>
+        <translation>尚未收到任何对端的数据；正在监听 %1</translation>
+    </message>
+    <message>
+        <source>Copy Address</source>
+        <translation>复制地址</translation>
+    </message>
+    <message>
+        <source>Disconnect Client</source>
+        <translation>断开客户端</translation>
+    </message>
+    <message>
+        <source>Clear List</source>
+        <translation>清空列表</translation>
+    </message>
 </context>
 <context>
     <name>PortNameBox</name>
@@ -1243,6 +1884,36 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Choose a port</source>
         <translation>选择串口</translation>
+    </message>
+</context>
+<context>
+    <name>ProgramOptions</name>
+    <message>
+        <source>The changes will take effect when the program is restarted.</source>
+        <translation>更改将在程序重新启动后生效。</translation>
+    </message>
+</context>
+<context>
+    <name>QuickSettingsEditor</name>
+    <message>
+        <source>Move up</source>
+        <translation>上移</translation>
+    </message>
+    <message>
+        <source>Move down</source>
+        <translation>下移</translation>
+    </message>
+    <message>
+        <source>Groups and fields beside every terminal, in their order:</source>
+        <translation>每个终端旁显示的分组和字段及其顺序：</translation>
+    </message>
+    <message>
+        <source>Restore Defaults</source>
+        <translation>恢复默认</translation>
+    </message>
+    <message>
+        <source>Select at least one quick settings group to show.</source>
+        <translation>请至少选择一个要显示的快捷设置分组。</translation>
     </message>
 </context>
 <context>
@@ -1405,18 +2076,44 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     </message>
 </context>
 <context>
+    <name>ReceiveDesk</name>
+    <message>
+        <source>A save is still running</source>
+        <translation>仍在保存中</translation>
+    </message>
+    <message>
+        <source>File saved</source>
+        <translation>文件已保存</translation>
+    </message>
+</context>
+<context>
+    <name>ReceivePage</name>
+    <message>
+        <source>Enter a pattern, for example %1</source>
+        <translation>请输入模式，例如 %1</translation>
+    </message>
+    <message>
+        <source>Stamp of Received Data</source>
+        <translation>接收数据时间戳</translation>
+    </message>
+    <message>
+        <source>Stamp of Sent Data</source>
+        <translation>发送数据时间戳</translation>
+    </message>
+    <message>
+        <source>yyyy year, MM month, dd day, hh hour, mm minute, ss second, zzz millisecond; text between single quotes stays as it is</source>
+        <translation>yyyy 年，MM 月，dd 日，hh 时，mm 分，ss 秒，zzz 毫秒；单引号内的文本保持原样</translation>
+    </message>
+    <message>
+        <source>Now: %1 %2</source>
+        <translation>当前：%1 %2</translation>
+    </message>
+</context>
+<context>
     <name>ReceivePanel</name>
     <message>
         <source>Receive Settings</source>
         <translation>接收设置</translation>
-    </message>
-    <message>
-        <source>Text</source>
-        <translation>文本</translation>
-    </message>
-    <message>
-        <source>Hex</source>
-        <translation>十六进制</translation>
     </message>
     <message>
         <source>Auto feed ending</source>
@@ -1425,18 +2122,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Display Time</source>
         <translation>显示时间</translation>
-    </message>
-    <message>
-        <source>Color by direction</source>
-        <translation>按方向着色</translation>
-    </message>
-    <message>
-        <source>Color of received data</source>
-        <translation>接收数据的颜色</translation>
-    </message>
-    <message>
-        <source>Color of sent data</source>
-        <translation>发送数据的颜色</translation>
     </message>
     <message>
         <source>Show received data as text</source>
@@ -1471,18 +2156,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <translation>触发换行的最小间隔（毫秒）</translation>
     </message>
     <message>
-        <source> MB</source>
-        <translation> MB</translation>
-    </message>
-    <message>
-        <source>How much text the view keeps; older text leaves at the top</source>
-        <translation>显示区保留的文本量，较早的文本会被移除</translation>
-    </message>
-    <message>
-        <source>Font of the data views</source>
-        <translation>数据显示区的字体</translation>
-    </message>
-    <message>
         <source>Format</source>
         <translation>格式</translation>
     </message>
@@ -1493,18 +2166,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>   Minimal Interval:</source>
         <translation>   最小间隔：</translation>
-    </message>
-    <message>
-        <source>Display Buffer</source>
-        <translation>显示缓冲</translation>
-    </message>
-    <message>
-        <source>Font</source>
-        <translation>字体</translation>
-    </message>
-    <message>
-        <source>%1, %2 pt</source>
-        <translation>%1，%2 磅</translation>
     </message>
 </context>
 <context>
@@ -1551,6 +2212,107 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>&amp;Wrap Lines</source>
         <translation>自动折行(&amp;W)</translation>
+    </message>
+    <message>
+        <source>Copy as &amp;Bytes</source>
+        <translation>复制为字节(&amp;B)</translation>
+    </message>
+</context>
+<context>
+    <name>RemoteLineDriver</name>
+    <message>
+        <source>The remote port is left under its own configuration. Clear &quot;Keep the remote port&apos;s own config&quot; to drive RTS, DTR and Break from here.</source>
+        <translation>远程端口保持其自身的配置。取消“保留远程端口自身的配置”后，可在此控制 RTS、DTR 和 Break。</translation>
+    </message>
+    <message>
+        <source>Click to send a Break to the remote port (hold for longer)</source>
+        <translation>点击向远程端口发送 Break（按住可延长）</translation>
+    </message>
+    <message>
+        <source>Asked the remote port for %1 %2; the lamp turns green when the server confirms it.</source>
+        <translation>已请求远程端口将 %1 设为%2；服务器确认后指示灯变绿。</translation>
+    </message>
+    <message>
+        <source>The remote peer did not accept RFC 2217 com-port control, so %1 cannot be set from here.</source>
+        <translation>远程对端未接受 RFC 2217 串口控制，因此无法在此设置 %1。</translation>
+    </message>
+    <message>
+        <source>The remote peer did not accept RFC 2217 com-port control, so Break cannot be sent.</source>
+        <translation>远程对端未接受 RFC 2217 串口控制，因此无法发送 Break。</translation>
+    </message>
+    <message>
+        <source>Sent Break to the remote port; it is released when you let go.</source>
+        <translation>已向远程端口发送 Break；松开后解除。</translation>
+    </message>
+    <message>
+        <source>Could not send Break: the connection is not open.</source>
+        <translation>无法发送 Break：连接未打开。</translation>
+    </message>
+</context>
+<context>
+    <name>Rfc2217ClientSession</name>
+    <message>
+        <source>The remote port accepted serial parameter control.</source>
+        <translation>远程端口已接受串口参数控制。</translation>
+    </message>
+    <message>
+        <source>The remote does not support serial parameter control; continuing as plain Telnet.</source>
+        <translation>远程端不支持串口参数控制；将以普通 Telnet 继续。</translation>
+    </message>
+    <message>
+        <source>The remote is not an RFC 2217 server; continuing as transparent TCP. The handshake bytes may have reached the remote serial line.</source>
+        <translation>远程端不是 RFC 2217 服务器；将以透明 TCP 继续。握手字节可能已到达远程串行线路。</translation>
+    </message>
+    <message>
+        <source>The remote port is now at %1 baud.</source>
+        <translation>远程端口当前波特率为 %1。</translation>
+    </message>
+    <message>
+        <source>Remote baudrate</source>
+        <translation>远程波特率</translation>
+    </message>
+    <message>
+        <source>Remote data bits</source>
+        <translation>远程数据位</translation>
+    </message>
+    <message>
+        <source>Remote parity</source>
+        <translation>远程校验位</translation>
+    </message>
+    <message>
+        <source>Remote stop bits</source>
+        <translation>远程停止位</translation>
+    </message>
+    <message>
+        <source>Remote flow control</source>
+        <translation>远程流控</translation>
+    </message>
+</context>
+<context>
+    <name>RunControl</name>
+    <message>
+        <source>Paused</source>
+        <translation>已暂停</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>已打开</translation>
+    </message>
+    <message>
+        <source>Waiting for the port...</source>
+        <translation>等待串口...</translation>
+    </message>
+    <message>
+        <source>Reconnecting...</source>
+        <translation>正在重连...</translation>
+    </message>
+    <message>
+        <source>Connecting...</source>
+        <translation>正在连接...</translation>
+    </message>
+    <message>
+        <source>Closed</source>
+        <translation>已关闭</translation>
     </message>
 </context>
 <context>
@@ -1650,14 +2412,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <translation>发送设置</translation>
     </message>
     <message>
-        <source>Text</source>
-        <translation>文本</translation>
-    </message>
-    <message>
-        <source>Hex</source>
-        <translation>十六进制</translation>
-    </message>
-    <message>
         <source>Tidy hex input</source>
         <translation>整理十六进制输入</translation>
     </message>
@@ -1696,14 +2450,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Resend automatically at an interval</source>
         <translation>按间隔自动重复发送</translation>
-    </message>
-    <message>
-        <source>Repeat interval in milliseconds</source>
-        <translation>重复间隔（毫秒）</translation>
-    </message>
-    <message>
-        <source> ms</source>
-        <translation> ms</translation>
     </message>
     <message>
         <source>Send multi-line input line by line</source>
@@ -1748,6 +2494,69 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Enter Sends</source>
         <translation>回车键发送</translation>
+    </message>
+    <message>
+        <source>The encoding that typed text is sent in</source>
+        <translation>发送所输入文本时使用的编码</translation>
+    </message>
+    <message>
+        <source>Repeat interval</source>
+        <translation>重复间隔</translation>
+    </message>
+    <message>
+        <source>Unit of the repeat interval</source>
+        <translation>重复间隔的单位</translation>
+    </message>
+    <message>
+        <source>x %1 ms</source>
+        <translation>x %1 毫秒</translation>
+    </message>
+</context>
+<context>
+    <name>SerialLineRows</name>
+    <message>
+        <source>DTR</source>
+        <translation>DTR</translation>
+    </message>
+    <message>
+        <source>RTS</source>
+        <translation>RTS</translation>
+    </message>
+    <message>
+        <source>Bits per second; a rate that is not in the list can be typed</source>
+        <translation>每秒位数；列表中没有的速率可直接输入</translation>
+    </message>
+    <message>
+        <source>Set the DTR output now, or apply it when the port opens</source>
+        <translation>立即设置 DTR 输出，或在打开端口时应用</translation>
+    </message>
+    <message>
+        <source>Set the RTS output now, or apply it when the port opens</source>
+        <translation>立即设置 RTS 输出，或在打开端口时应用</translation>
+    </message>
+    <message>
+        <source>Baudrate</source>
+        <translation>波特率</translation>
+    </message>
+    <message>
+        <source>Data Bits</source>
+        <translation>数据位</translation>
+    </message>
+    <message>
+        <source>Flow Type</source>
+        <translation>流控</translation>
+    </message>
+    <message>
+        <source>Stop Bits</source>
+        <translation>停止位</translation>
+    </message>
+    <message>
+        <source>Parity</source>
+        <translation>校验位</translation>
+    </message>
+    <message>
+        <source>Outputs</source>
+        <translation>输出</translation>
     </message>
 </context>
 <context>
@@ -1853,34 +2662,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
 <context>
     <name>SerialPortWidget</name>
     <message>
-        <source>File saved</source>
-        <translation>文件已保存</translation>
-    </message>
-    <message>
-        <source>Paused</source>
-        <translation>已暂停</translation>
-    </message>
-    <message>
-        <source>Open</source>
-        <translation>已打开</translation>
-    </message>
-    <message>
-        <source>Waiting for the port...</source>
-        <translation>等待串口...</translation>
-    </message>
-    <message>
-        <source>Reconnecting...</source>
-        <translation>正在重连...</translation>
-    </message>
-    <message>
-        <source>Connecting...</source>
-        <translation>正在连接...</translation>
-    </message>
-    <message>
-        <source>Closed</source>
-        <translation>已关闭</translation>
-    </message>
-    <message>
         <source>The connection is closed: what you typed was not sent</source>
         <translation>连接已关闭：输入的内容未发送</translation>
     </message>
@@ -1896,9 +2677,95 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>All files (*)</source>
         <translation>所有文件 (*)</translation>
     </message>
+</context>
+<context>
+    <name>SessionDocument</name>
     <message>
-        <source>A save is still running</source>
-        <translation>仍在保存中</translation>
+        <source>Velmora files (*.vmr)</source>
+        <translation>Velmora 文件 (*.vmr)</translation>
+    </message>
+    <message>
+        <source>The document has been modified.
+Do you want to save your changes?</source>
+        <translation>文档已修改。
+是否保存更改？</translation>
+    </message>
+    <message>
+        <source>Open Velmora</source>
+        <translation>打开 Velmora 文件</translation>
+    </message>
+    <message>
+        <source>The session %1 was not opened.</source>
+        <translation>会话 %1 未打开。</translation>
+    </message>
+    <message>
+        <source>The session %1 was opened in part.</source>
+        <translation>会话 %1 只打开了一部分。</translation>
+    </message>
+    <message>
+        <source>Save Velmora</source>
+        <translation>保存 Velmora 文件</translation>
+    </message>
+    <message>
+        <source>%1 already exists.
+Do you want to replace it?</source>
+        <translation>%1 已存在。
+是否替换？</translation>
+    </message>
+    <message>
+        <source>File saved</source>
+        <translation>文件已保存</translation>
+    </message>
+    <message>
+        <source>Saving FAILED</source>
+        <translation>保存失败</translation>
+    </message>
+</context>
+<context>
+    <name>SessionFile</name>
+    <message>
+        <source>It would take %1, and a session has at most %2. Long texts in the send histories are the usual reason; clear them and try again.</source>
+        <translation>它将占用 %1，而会话最多为 %2。通常是发送历史中的长文本所致；请清空后重试。</translation>
+    </message>
+    <message>
+        <source>It is a folder or a device, not a file.</source>
+        <translation>它是文件夹或设备，不是文件。</translation>
+    </message>
+    <message>
+        <source>It cannot be read: %1.</source>
+        <translation>无法读取：%1。</translation>
+    </message>
+    <message>
+        <source>It is larger than any session: %1.</source>
+        <translation>它大于任何会话文件：%1。</translation>
+    </message>
+    <message>
+        <source>The temporary folder %1 has no room: %2.</source>
+        <translation>临时文件夹 %1 空间不足：%2。</translation>
+    </message>
+    <message>
+        <source>the session was cut short</source>
+        <translation>会话内容被截断</translation>
+    </message>
+    <message>
+        <source>It could not be written: %1.</source>
+        <translation>无法写入：%1。</translation>
+    </message>
+    <message>
+        <source>The file does not exist.</source>
+        <translation>文件不存在。</translation>
+    </message>
+    <message>
+        <source>It cannot be read.</source>
+        <translation>无法读取。</translation>
+    </message>
+    <message>
+        <source>It is not a session file of this program.</source>
+        <translation>它不是本程序的会话文件。</translation>
+    </message>
+    <message>
+        <source>Parts of it are damaged. What could be read was opened; check the settings before you save.</source>
+        <translation>部分内容已损坏。可读取的内容已打开；保存前请检查设置。</translation>
     </message>
 </context>
 <context>
@@ -1922,6 +2789,41 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Configuration Folder</source>
         <translation>配置文件夹</translation>
+    </message>
+</context>
+<context>
+    <name>SettingsDialog</name>
+    <message>
+        <source>Settings - %1</source>
+        <translation>设置 - %1</translation>
+    </message>
+    <message>
+        <source>Connection</source>
+        <translation>连接</translation>
+    </message>
+    <message>
+        <source>Receive</source>
+        <translation>接收</translation>
+    </message>
+    <message>
+        <source>Send</source>
+        <translation>发送</translation>
+    </message>
+    <message>
+        <source>Display</source>
+        <translation>显示</translation>
+    </message>
+    <message>
+        <source>Log</source>
+        <translation>日志</translation>
+    </message>
+    <message>
+        <source>Quick Settings</source>
+        <translation>快捷设置</translation>
+    </message>
+    <message>
+        <source>General</source>
+        <translation>常规</translation>
     </message>
 </context>
 <context>
@@ -1993,6 +2895,17 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>UDP send to %1 FAILED: %2</source>
         <translation>UDP 发送到 %1 失败：%2</translation>
+    </message>
+</context>
+<context>
+    <name>ViewModes</name>
+    <message>
+        <source>Set Port Number Per Column</source>
+        <translation>设置每行端口数</translation>
+    </message>
+    <message>
+        <source>Port Number Per Column:</source>
+        <translation>每行端口数：</translation>
     </message>
 </context>
 <context>
