@@ -40,10 +40,8 @@ public:
     };
 
     static constexpr int kDrainIntervalMs = 20;
-    // Until a drain that has left something goes on.
-    static constexpr int kBacklogIntervalMs = 1;
-    // A drain begins no further slice after this time: with painting and reading a turn of the
-    // event loop stays below 20 ms.
+    static constexpr int kBacklogIntervalMs = 1; // until a drain that left something goes on
+    // No slice begins after it: with painting, a turn of the event loop stays below 20 ms.
     static constexpr qint64 kDrainBudgetMs = 8;
     static constexpr qint64 kCounterIntervalMs = 100;
     // DisplayQueue::cost() at which reading stops, and below which it goes on.
@@ -53,8 +51,7 @@ public:
     static constexpr qint64 kHoldHighWater = qint64{64} * 1024 * 1024;
     static constexpr int kPausedFullMessageMs = 5000;
 
-    // With the system's clocks.
-    explicit ReceivePipeline(DisplaySink& sink, QObject* parent = nullptr);
+    explicit ReceivePipeline(DisplaySink& sink, QObject* parent = nullptr); // the system's clocks
     ReceivePipeline(DisplaySink& sink, Clocks clocks, QObject* parent = nullptr);
     ~ReceivePipeline() override;
 
@@ -68,8 +65,7 @@ public:
     void pushByteArray(
         const QByteArray& bytes, bool countReceived, RXorTx direction, const QString& peer = {});
 
-    // The peer left: once what it sent has been shown, nothing of it is kept. A peer of the same
-    // key that comes later begins afresh.
+    // The peer left: once what it sent has been shown, nothing of it is kept.
     void forgetPeer(const QString& peer);
 
     // Running; what was held while paused is queued. After a stop the decoders start afresh.
@@ -80,7 +76,7 @@ public:
     void stop();
     [[nodiscard]] RunState runState() const { return m_state; }
 
-    // One drain, if the view runs: what the timer does, and what a send with echo asks for.
+    // One drain, if the view runs: on the timer, and when a send with echo asks for it.
     void onRefreshDisplay();
 
     // Empties the view and starts counters and decoders afresh. What waits is shown later.
@@ -103,8 +99,7 @@ public:
 Q_SIGNALS:
     // Every received chunk, before display.
     void rxTapped(const QByteArray& bytes, const QString& peer);
-    // Something arrived: time for the lamp.
-    void received();
+    void received(); // something arrived: time for the lamp
     // After received bytes were counted; at most every kCounterIntervalMs while they stream in.
     void countersChanged();
     // The text in the view changed.
@@ -139,10 +134,9 @@ private:
     DecoderSet m_decoders;
     DisplayState m_display;
     QTimer m_timer;
-    DisplayQueue m_queue; // bounded by the high-water marks
-    QByteArray m_hold;    // received while paused; bounded by kHoldHighWater
-    // Records at the front of the queue that a stopped view still shows.
-    std::size_t m_finishing = 0;
+    DisplayQueue m_queue;        // bounded by the high-water marks
+    QByteArray m_hold;           // received while paused; bounded by kHoldHighWater
+    std::size_t m_finishing = 0; // records in front that a stopped view still shows
     RunState m_state = RunState::Stopped;
     // Forgotten as soon as the queue is empty; at most DecoderSet::kMaxPeers.
     QStringList m_leavingPeers;

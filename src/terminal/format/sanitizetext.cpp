@@ -19,7 +19,7 @@ constexpr bool mustBeReplaced(char16_t c)
     return bool(control | deleteOrC1 | separator | nonCharacter | annotation | mark);
 }
 
-// The same without branches, which random bytes would make the processor guess wrong.
+// How a character is shown. No branches either: random bytes would make the processor guess wrong.
 constexpr char16_t visibleForm(char16_t c)
 {
     const bool newline = bool((c == 0x85) | (char16_t(c - 0x2028) <= 1));

@@ -15,7 +15,7 @@ inline void copyAsciiRun(const uchar*& in, const uchar* end, char16_t*& out)
 {
     constexpr quint64 highBits = 0x8080808080808080U;
     while (end - in >= 32) {
-        std::array<quint64, 4> words;
+        std::array<quint64, 4> words{};
         std::memcpy(words.data(), in, sizeof words);
         if (((words[0] | words[1] | words[2] | words[3]) & highBits) != 0)
             break;
