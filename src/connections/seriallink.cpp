@@ -44,7 +44,10 @@ SerialLink::SerialLink(QObject* parent)
     , m_port(u"COM1"_s, this)
     , m_ahead(std::make_unique_for_overwrite<char[]>(readAheadBytes))
 {
-    connect(&m_port, &QSerialPort::readyRead, this, &SerialLink::readyRead);
+    connect(&m_port, &QSerialPort::readyRead, this, [this] {
+        const QScopedValueRollback<bool> told(m_toldByDriver, true);
+        Q_EMIT readyRead();
+    });
     connect(&m_port, &QSerialPort::bytesWritten, this, &SerialLink::bytesWritten);
     connect(&m_port, &QSerialPort::errorOccurred, this, &SerialLink::onErrorOccurred);
 }
@@ -188,10 +191,14 @@ QByteArray SerialLink::readAvailable()
 
 // QSerialPort reads the driver once in a turn of the event loop, and a driver gives what one of its
 // buffers holds, often 4 KiB: on a fast line the turns would cost more than the bytes. Errors and
-// the end of the device are QSerialPort's to find, at its next read.
+// the end of the device are QSerialPort's to find, at its next read. Only while QSerialPort is at
+// it: bytes taken at any other time could be those that the event loop is about to wake it for, and
+// it reports a wake-up for nothing as a read error.
 qsizetype SerialLink::readDriver()
 {
     qsizetype size = 0;
+    if (!m_toldByDriver)
+        return size;
 #ifdef Q_OS_UNIX
     const int descriptor = m_port.handle();
     while (size < readAheadBytes) {

@@ -83,6 +83,7 @@ private:
 
     QSerialPort m_port;
     std::unique_ptr<char[]> m_ahead; // what one turn of the event loop reads at most
+    bool m_toldByDriver = false;     // QSerialPort is announcing bytes
     ReceiveResidue m_residue;
     // The device's last error text; QSerialPort forgets its own when it closes.
     QString m_lastErrorText;
