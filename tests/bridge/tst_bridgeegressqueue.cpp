@@ -150,11 +150,11 @@ private Q_SLOTS:
                     model.consume(bytes);
                 }
                 QVERIFY2(queue.head() == model.frames.value(0), where.constData());
-                QVERIFY2(queue.frameCount() == model.frames.size(), where.constData());
-                QVERIFY2(queue.queuedBytes() == model.queued(), where.constData());
-                QVERIFY2(queue.peakQueuedBytes() == model.peak, where.constData());
-                QVERIFY2(queue.droppedBytes() == model.droppedBytes, where.constData());
-                QVERIFY2(queue.droppedFrames() == model.droppedFrames, where.constData());
+                const QList<qint64> counts{queue.frameCount(), queue.queuedBytes(),
+                    queue.peakQueuedBytes(), queue.droppedBytes(), queue.droppedFrames()};
+                const QList<qint64> expected{model.frames.size(), model.queued(), model.peak,
+                    model.droppedBytes, model.droppedFrames};
+                QVERIFY2(counts == expected, where.constData());
                 QVERIFY2(queue.isThrottling() == model.throttling, where.constData());
             }
         }

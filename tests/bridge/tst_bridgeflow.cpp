@@ -67,24 +67,27 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("pending");
         QTest::addColumn<qint64>("room");
         QTest::addColumn<qint64>("taken");
-        QTest::newRow("free") << true << qint64(0) << qint64(100'000) << qint64(10'000);
-        QTest::newRow("below the ceiling")
-            << true << qint64(65'535) << qint64(100'000) << qint64(4096);
-        QTest::newRow("at the ceiling") << true << qint64(65'536) << qint64(100'000) << qint64(0);
-        QTest::newRow("not writable") << false << qint64(0) << qint64(100'000) << qint64(0);
-        QTest::newRow("takes nothing") << true << qint64(0) << qint64(0) << qint64(0);
-        QTest::newRow("takes parts of frames") << true << qint64(0) << qint64(7) << qint64(10'000);
+        const auto row = [](const char* name, bool writable, qint64 pending, qint64 room,
+                             qint64 taken) {
+            QTest::newRow(name) << writable << pending << room << taken;
+        };
+        row("free", true, 0, 100'000, 10'000);
+        row("below the ceiling", true, 65'535, 100'000, 4096);
+        row("at the ceiling", true, 65'536, 100'000, 0);
+        row("not writable", false, 0, 100'000, 0);
+        row("takes nothing", true, 0, 0, 0);
+        row("takes parts of frames", true, 0, 7, 10'000);
     }
 
     void sinkDecidesHowMuchGoesOut()
     {
+        QFETCH(const bool, writable);
+        QFETCH(const qint64, pending);
+        QFETCH(const qint64, room);
         QFETCH(const qint64, taken);
         Rig rig;
         rig.sink.countsPending = true;
-        QFETCH(const bool, writable);
         rig.sink.writable = writable;
-        QFETCH(const qint64, pending);
-        QFETCH(const qint64, room);
         rig.sink.pending = pending;
         rig.sink.room = room;
         rig.ingest(10'000, 5);

@@ -18,10 +18,7 @@ private Q_SLOTS:
         const auto row = [](const char* name, ModbusCodec::Request request, const char* pdu) {
             QTest::newRow(name) << request << QByteArray::fromHex(pdu);
         };
-        row("6.1 read coils", {1, 1, 0x13, 0x13, {}}, "01 0013 0013");
-        row("6.2 read discrete inputs", {1, 2, 0xC4, 0x16, {}}, "02 00c4 0016");
         row("6.3 read holding registers", {1, 3, 0x6B, 3, {}}, "03 006b 0003");
-        row("6.4 read input registers", {1, 4, 8, 1, {}}, "04 0008 0001");
         row("6.5 write single coil", {1, 5, 0xAC, 0, {1}}, "05 00ac ff00");
         row("coil off", {1, 5, 0xAC, 0, {0}}, "05 00ac 0000");
         row("6.6 write single register", {1, 6, 1, 0, {3}}, "06 0001 0003");
@@ -42,34 +39,30 @@ private Q_SLOTS:
         QCOMPARE(error, QString());
     }
 
-    void limits_data()
-    {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<int>("limit");
-        QTest::addColumn<QString>("label");
-        QTest::newRow("1") << 1 << 2000 << u"Coil count"_s;
-        QTest::newRow("2") << 2 << 2000 << u"Coil count"_s;
-        QTest::newRow("3") << 3 << 125 << u"Register count"_s;
-        QTest::newRow("4") << 4 << 125 << u"Register count"_s;
-        QTest::newRow("15") << 15 << 1968 << u"Coil count"_s;
-        QTest::newRow("16") << 16 << 123 << u"Register count"_s;
-    }
-
     void limits()
     {
-        QFETCH(const int, code);
-        QFETCH(const int, limit);
-        QFETCH(const QString, label);
-        for (const int quantity : {0, 1, limit, limit + 1}) {
-            const ModbusCodec::Request request{
-                247, code, 0, quantity, QList<quint16>(quantity, 0x0101)};
-            QString error;
-            const QByteArray frame = ModbusCodec::buildRtuFrame(request, &error);
-            const bool valid = quantity == 1 || quantity == limit;
-            QCOMPARE(error, valid ? QString() : label + u" must be between 1 and %1."_s.arg(limit));
-            QCOMPARE(frame.isEmpty(), !valid);
-            // Modbus over Serial Line V1.02, 2.5.1.1: an RTU frame has at most 256 bytes.
-            QVERIFY(frame.size() <= 256);
+        struct Limit
+        {
+            int code;
+            int most;
+            QString label;
+        };
+        const QString coils = u"Coil count"_s;
+        const QString words = u"Register count"_s;
+        for (const auto& [code, most, label] :
+            {Limit{1, 2000, coils}, Limit{2, 2000, coils}, Limit{3, 125, words},
+                Limit{4, 125, words}, Limit{15, 1968, coils}, Limit{16, 123, words}}) {
+            for (const int quantity : {0, 1, most, most + 1}) {
+                QString error;
+                const QByteArray frame = ModbusCodec::buildRtuFrame(
+                    {247, code, 0, quantity, QList<quint16>(quantity, 0x0101)}, &error);
+                const bool valid = quantity == 1 || quantity == most;
+                QCOMPARE(
+                    error, valid ? QString() : label + u" must be between 1 and %1."_s.arg(most));
+                QCOMPARE(frame.isEmpty(), !valid);
+                // Modbus over Serial Line V1.02, 2.5.1.1: an RTU frame has at most 256 bytes.
+                QVERIFY(frame.size() <= 256);
+            }
         }
     }
 
@@ -113,20 +106,18 @@ private Q_SLOTS:
     {
         QCOMPARE(ModbusCodec::crc16("123456789"), 0x4B37); // the catalogues' check value
         QCOMPARE(ModbusCodec::crc16({}), 0xFFFF);
-        QCOMPARE(ModbusCodec::crc16(QByteArray::fromHex("010300000001")), 0x0A84);
-        QCOMPARE(ModbusCodec::lrc(QByteArray::fromHex("f7031389000a")), 0x60);
         QCOMPARE(ModbusCodec::lrc({}), 0);
-        QVERIFY(ModbusGateway::crcValid(QByteArray::fromHex("010300000001840a")));
         QVERIFY(!ModbusGateway::crcValid(QByteArray::fromHex("0103000000010a84")));
         QVERIFY(!ModbusGateway::crcValid(ModbusGateway::appendCrc("x"_ba)));
     }
 
     void frames()
     {
-        const ModbusCodec::Request request{0xF7, 3, 0x1389, 10, {}};
-        QCOMPARE(ModbusCodec::buildAsciiFrame(request, nullptr), ":F7031389000A60\r\n"_ba);
-        QCOMPARE(
-            ModbusCodec::buildRtuFrame({1, 3, 0, 1, {}}, nullptr).toHex(), "010300000001840a"_ba);
+        QCOMPARE(ModbusCodec::buildAsciiFrame({0xF7, 3, 0x1389, 10, {}}, nullptr),
+            ":F7031389000A60\r\n"_ba);
+        const QByteArray rtu = ModbusCodec::buildRtuFrame({1, 3, 0, 1, {}}, nullptr);
+        QCOMPARE(rtu.toHex(), "010300000001840a"_ba);
+        QVERIFY(ModbusGateway::crcValid(rtu));
     }
 };
 
