@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QSettings>
+#include <QWidget>
 
 using namespace Qt::Literals::StringLiterals;
 
