@@ -101,17 +101,6 @@ bool NullModem::plugBack(End end)
     return m_error.isEmpty();
 }
 
-bool NullModem::isPlugged(End end) const
-{
-    return side(end).terminal.isOpen();
-}
-
-NullModem::Lines NullModem::linesSeenBy(End end) const
-{
-    const int lines = nullmodem_inputs(m_cable, static_cast<int>(end));
-    return {(lines & TIOCM_DSR) != 0, (lines & TIOCM_CAR) != 0, (lines & TIOCM_CTS) != 0};
-}
-
 bool NullModem::dtr(End end) const
 {
     return (nullmodem_outputs(m_cable, static_cast<int>(end)) & TIOCM_DTR) != 0;

@@ -30,15 +30,6 @@ class NullModem final : public QObject
 public:
     enum class End { A, B };
 
-    struct Lines
-    {
-        bool dsr = false;
-        bool dcd = false;
-        bool cts = false;
-
-        bool operator==(const Lines&) const = default;
-    };
-
     struct BreakRecord
     {
         int count = 0;            ///< breaks that have ended
@@ -74,10 +65,6 @@ public:
 
     /// A new device under the old name, outputs low and break record empty. True when it is there.
     bool plugBack(End end);
-
-    bool isPlugged(End end) const;
-
-    Lines linesSeenBy(End end) const;
 
     /// What the program at `end` has set.
     bool dtr(End end) const;

@@ -148,7 +148,8 @@ void nullmodem_set_outputs(int cable, int end, int outputs)
     STORE(shared->cables[cable].ends[end].outputs, (uint32_t)outputs & (TIOCM_DTR | TIOCM_RTS));
 }
 
-int nullmodem_inputs(int cable, int end)
+/* TIOCM_DSR, TIOCM_CAR and TIOCM_CTS as they arrive at the end. */
+static int inputs(int cable, int end)
 {
     const int far = nullmodem_outputs(cable, 1 - end);
     return ((far & TIOCM_DTR) != 0 ? TIOCM_DSR | TIOCM_CAR : 0)
@@ -184,7 +185,7 @@ static int answer(int cable, int end, unsigned long request, int* argument)
     const uint32_t lines = argument != NULL ? (uint32_t)*argument & (TIOCM_DTR | TIOCM_RTS) : 0;
     switch (request) {
     case TIOCMGET:
-        *argument = nullmodem_outputs(cable, end) | nullmodem_inputs(cable, end);
+        *argument = nullmodem_outputs(cable, end) | inputs(cable, end);
         break;
     case TIOCMSET:
         STORE(own->outputs, lines);

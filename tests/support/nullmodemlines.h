@@ -41,9 +41,6 @@ void nullmodem_plug(int cable, int end, uint64_t device);
 int nullmodem_outputs(int cable, int end);
 void nullmodem_set_outputs(int cable, int end, int outputs);
 
-/* TIOCM_DSR, TIOCM_CAR and TIOCM_CTS as they arrive at the end. */
-int nullmodem_inputs(int cable, int end);
-
 /* Breaks that the end has sent. */
 struct nullmodem_break nullmodem_sent_breaks(int cable, int end);
 

@@ -2,37 +2,43 @@
 
 #include "simdevice/device.h"
 
-#include <QObject>
-#include <QString>
 #include <QTemporaryDir>
-
 #include <memory>
 
-/// The bench device of tools/simdevice inside the test's own process and event loop, under a name
-/// that stays the same over unplug() and plugBack(). Its sensor is silent unless asked for, so that
-/// the only bytes on the line are the boot banner and answers.
-class SimulatedDevice final : public QObject
+/// The bench device of tools/simdevice inside the test's own process and event loop. Its sensor is
+/// silent unless asked for, so that the only bytes on the line are the boot banner and answers.
+class SimulatedDevice final
 {
-    Q_OBJECT
     Q_DISABLE_COPY_MOVE(SimulatedDevice)
 
 public:
     static constexpr simdevice::Shell::Options quiet{false, 200};
 
-    explicit SimulatedDevice(simdevice::Shell::Options options = quiet, QObject* parent = nullptr);
-    ~SimulatedDevice() override;
+    explicit SimulatedDevice(simdevice::Shell::Options options = quiet)
+        : m_options(options)
+    {
+        plugBack();
+    }
+    ~SimulatedDevice() = default;
 
     bool isValid() const { return m_device != nullptr; }
     QString errorString() const { return m_error; }
 
-    /// The name to open, also while unplugged.
-    QString portName() const;
+    /// The name to open. It stays the same over unplug() and plugBack().
+    QString portName() const { return m_folder.filePath(QStringLiteral("device")); }
 
     /// The device vanishes: an open port gets an error, and the name is gone.
-    void unplug();
+    void unplug() { m_device.reset(); }
 
     /// The device boots anew under the old name.
-    bool plugBack();
+    bool plugBack()
+    {
+        m_device = std::make_unique<simdevice::Device>(m_options);
+        if (!m_device->start(portName(), &m_error)) {
+            m_device.reset();
+        }
+        return isValid();
+    }
 
 private:
     QTemporaryDir m_folder;

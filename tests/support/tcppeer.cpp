@@ -66,7 +66,6 @@ int TcpPeer::adopt(QTcpSocket* socket)
             own.socket->disconnect(this);
             own.socket->deleteLater();
             own.socket = nullptr;
-            Q_EMIT disconnected(connection);
         }
     };
     connect(socket, &QTcpSocket::stateChanged, this, over);
@@ -88,7 +87,6 @@ void TcpPeer::drain(int connection)
     if (m_answer) {
         send(m_answer(bytes), connection);
     }
-    Q_EMIT bytesReceived(connection);
 }
 
 const TcpPeer::Connection* TcpPeer::find(int connection) const

@@ -71,8 +71,6 @@ public:
 
 Q_SIGNALS:
     void connected(int connection);
-    void bytesReceived(int connection);
-    void disconnected(int connection);
 
 private:
     struct Connection

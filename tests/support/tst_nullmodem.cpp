@@ -1,5 +1,4 @@
 #include "support/nullmodem.h"
-#include "support/simulateddevice.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -16,20 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 using End = NullModem::End;
 
 namespace {
-
-QByteArray allByteValues(int repetitions)
-{
-    QByteArray bytes;
-    for (int index = 0; index < 256 * repetitions; ++index) {
-        bytes.append(static_cast<char>(index));
-    }
-    return bytes;
-}
-
-End opposite(End end)
-{
-    return end == End::A ? End::B : End::A;
-}
 
 /// A port opened on one end; collects what arrives.
 class OpenPort final : public QSerialPort
@@ -54,40 +39,22 @@ class TestNullModem : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyByteValueCrossesBothWays();
     void aStalledCableHoldsTheSenderAndLosesNothing();
-    void modemLinesCross_data();
     void modemLinesCross();
-    void linesNeedACable();
     void lineSettingsAreKept();
     void breakArrivesWithItsLength();
-    void unpluggedDeviceFailsAndComesBackUnderItsName();
     void vanishingIsToldAsAsked();
     void anotherProgramTakesPart();
 };
-
-void TestNullModem::everyByteValueCrossesBothWays()
-{
-    const NullModem modem;
-    QVERIFY2(modem.isValid(), qPrintable(modem.errorString()));
-    OpenPort a(modem.portA());
-    OpenPort b(modem.portB());
-    const auto fromA = allByteValues(20);
-    const auto fromB = allByteValues(7);
-    a.write(fromA);
-    b.write(fromB);
-    QTRY_COMPARE(b.received.size(), fromA.size());
-    QTRY_COMPARE(a.received.size(), fromB.size());
-    QVERIFY(b.received == fromA);
-    QVERIFY(a.received == fromB);
-    QCOMPARE(modem.crossedFrom(End::A), fromA.size());
-}
 
 void TestNullModem::aStalledCableHoldsTheSenderAndLosesNothing()
 {
     NullModem modem;
     OpenPort a(modem.portA());
-    const auto sent = allByteValues(2048);
+    QByteArray sent;
+    for (int index = 0; index < 512 * 1024; ++index) {
+        sent.append(static_cast<char>(index));
+    }
     modem.setFlowing(false);
     a.write(sent);
     QTRY_VERIFY(a.bytesToWrite() < sent.size());
@@ -101,54 +68,29 @@ void TestNullModem::aStalledCableHoldsTheSenderAndLosesNothing()
     QVERIFY(b.received == sent);
 }
 
-void TestNullModem::modemLinesCross_data()
-{
-    QTest::addColumn<int>("from");
-    QTest::addColumn<bool>("dtr");
-    QTest::addColumn<bool>("rts");
-    for (const int from : {0, 1}) {
-        for (const bool dtr : {false, true}) {
-            for (const bool rts : {false, true}) {
-                QTest::addRow("from %c dtr %d rts %d", 'A' + from, dtr, rts) << from << dtr << rts;
-            }
-        }
-    }
-}
-
 void TestNullModem::modemLinesCross()
 {
-    QFETCH(const int, from);
-    QFETCH(const bool, dtr);
-    QFETCH(const bool, rts);
-    const auto end = static_cast<End>(from);
-    const NullModem modem;
-    OpenPort sender(modem.port(end));
-    OpenPort receiver(modem.port(opposite(end)));
-    // From the opposite levels, so that a request that does nothing is noticed.
-    for (const bool flip : {true, false}) {
-        QVERIFY(sender.setDataTerminalReady(dtr != flip));
-        QVERIFY(sender.setRequestToSend(rts != flip));
+    for (const End end : {End::A, End::B}) {
+        const NullModem modem;
+        OpenPort sender(modem.port(end));
+        OpenPort receiver(modem.port(end == End::A ? End::B : End::A));
+        // Each output changes alone and in both directions.
+        for (const auto& [dtr, rts] : {std::pair{true, false}, {true, true}, {false, true},
+                 {false, false}, {false, true}, {true, true}, {true, false}}) {
+            QVERIFY(sender.setDataTerminalReady(dtr));
+            QVERIFY(sender.setRequestToSend(rts));
+            const auto seen = receiver.pinoutSignals();
+            QCOMPARE(seen.testFlag(QSerialPort::DataSetReadySignal), dtr);
+            QCOMPARE(seen.testFlag(QSerialPort::DataCarrierDetectSignal), dtr);
+            QCOMPARE(seen.testFlag(QSerialPort::ClearToSendSignal), rts);
+            QVERIFY(!seen.testFlag(QSerialPort::RingIndicatorSignal));
+            QVERIFY(!seen.testFlag(QSerialPort::DataTerminalReadySignal));
+            QCOMPARE(sender.isDataTerminalReady(), dtr);
+            QCOMPARE(sender.isRequestToSend(), rts);
+            QCOMPARE(modem.dtr(end), dtr);
+            QCOMPARE(modem.rts(end), rts);
+        }
     }
-    const auto seen = receiver.pinoutSignals();
-    QCOMPARE(seen.testFlag(QSerialPort::DataSetReadySignal), dtr);
-    QCOMPARE(seen.testFlag(QSerialPort::DataCarrierDetectSignal), dtr);
-    QCOMPARE(seen.testFlag(QSerialPort::ClearToSendSignal), rts);
-    QVERIFY(!seen.testFlag(QSerialPort::RingIndicatorSignal));
-    QVERIFY(!seen.testFlag(QSerialPort::DataTerminalReadySignal));
-    QCOMPARE(sender.isDataTerminalReady(), dtr);
-    QCOMPARE(sender.isRequestToSend(), rts);
-    QCOMPARE(modem.linesSeenBy(opposite(end)), (NullModem::Lines{dtr, dtr, rts}));
-    QCOMPARE(modem.linesSeenBy(end), NullModem::Lines());
-}
-
-void TestNullModem::linesNeedACable()
-{
-    const NullModem modem;
-    const SimulatedDevice device;
-    OpenPort port(device.portName());
-    QVERIFY(port.isOpen());
-    QCOMPARE(port.pinoutSignals(), QSerialPort::NoSignal);
-    QVERIFY(port.error() != QSerialPort::NoError);
 }
 
 void TestNullModem::lineSettingsAreKept()
@@ -174,50 +116,20 @@ void TestNullModem::breakArrivesWithItsLength()
     const NullModem modem;
     OpenPort a(modem.portA());
     QCOMPARE(modem.breakSeenBy(End::B).lastLengthMs, -1);
-    for (const int count : {1, 2}) {
-        QElapsedTimer inside;
-        QElapsedTimer outside;
-        outside.start();
-        QVERIFY(a.setBreakEnabled(true));
-        inside.start();
-        QVERIFY(modem.breakSeenBy(End::B).active);
-        QTRY_VERIFY(inside.elapsed() >= 30);
-        const auto atLeast = inside.elapsed();
-        QVERIFY(a.setBreakEnabled(false));
-        const auto record = modem.breakSeenBy(End::B);
-        QVERIFY(!record.active);
-        QCOMPARE(record.count, count);
-        QVERIFY(record.lastLengthMs >= atLeast);
-        QVERIFY(record.lastLengthMs <= outside.elapsed());
-    }
+    QElapsedTimer inside;
+    QElapsedTimer outside;
+    outside.start();
+    QVERIFY(a.setBreakEnabled(true));
+    inside.start();
+    QVERIFY(modem.breakSeenBy(End::B).active);
+    QTRY_VERIFY(inside.elapsed() >= 30);
+    const auto atLeast = inside.elapsed();
+    QVERIFY(a.setBreakEnabled(false));
+    const auto record = modem.breakSeenBy(End::B);
+    QVERIFY(!record.active);
+    QCOMPARE(record.count, 1);
+    QVERIFY(record.lastLengthMs >= atLeast && record.lastLengthMs <= outside.elapsed());
     QCOMPARE(modem.breakSeenBy(End::A).count, 0);
-}
-
-void TestNullModem::unpluggedDeviceFailsAndComesBackUnderItsName()
-{
-    NullModem modem;
-    OpenPort a(modem.portA());
-    auto b = std::make_unique<OpenPort>(modem.portB());
-    b->setDataTerminalReady(true);
-    QVERIFY(modem.linesSeenBy(End::A).dsr);
-    modem.unplug(End::B);
-    QTRY_COMPARE(b->error(), QSerialPort::ResourceError);
-    QCOMPARE(b->pinoutSignals(), QSerialPort::NoSignal);
-    QVERIFY(!QFile::exists(modem.portB()));
-    QCOMPARE(modem.linesSeenBy(End::A), NullModem::Lines());
-    const auto lost = modem.crossedFrom(End::A);
-    a.write("into the air");
-    QTRY_COMPARE(a.bytesToWrite(), 0);
-    b.reset();
-
-    QVERIFY(modem.plugBack(End::B));
-    QVERIFY(!modem.dtr(End::B));
-    b = std::make_unique<OpenPort>(modem.portB());
-    a.write("hello");
-    b->write("again");
-    QTRY_COMPARE(a.received, "again");
-    QTRY_VERIFY(b->received.endsWith("hello"));
-    QCOMPARE(modem.crossedFrom(End::A) - lost, b->received.size());
 }
 
 void TestNullModem::vanishingIsToldAsAsked()
@@ -265,7 +177,7 @@ print(struct.unpack('I', fcntl.ioctl(fd, termios.TIOCMGET, bytes(4)))[0] ==
     program.start(python, {u"-c"_s, script, modem.portB()});
     QTRY_COMPARE(finished.size(), 1);
     QCOMPARE(program.readAllStandardOutput(), "True\n");
-    QCOMPARE(modem.linesSeenBy(End::A), (NullModem::Lines{false, false, true}));
+    QVERIFY(modem.rts(End::B) && !modem.dtr(End::B));
     QCOMPARE(modem.breakSeenBy(End::A).count, 1);
 }
 

@@ -98,8 +98,6 @@ private Q_SLOTS:
     void repliesWaitForRoom();
     void gapAndSilenceEndOnTime();
     void conversationOverThePort();
-    void slowReaderLosesNothing();
-    void deviceComesBackUnderItsName();
     void programPrintsItsPortAndCleansUp();
     void programLeavesAFileAlone();
 };
@@ -319,43 +317,6 @@ void TestSimDevice::conversationOverThePort()
     received.clear();
     port.write("AT+SINK=200000\r\n" + pattern(200'000) + "AT\r");
     QTRY_COMPARE(received, "+SINK: ready\r\n+SINK: 200000,AD4BC2F8\r\nOK\r\nOK\r\n");
-}
-
-void TestSimDevice::slowReaderLosesNothing()
-{
-    constexpr qint64 total = 1'000'000;
-    const SimulatedDevice device;
-    QSerialPort port(device.portName());
-    port.setReadBufferSize(1000);
-    QVERIFY(port.open(QIODevice::ReadWrite));
-    port.write("AT+FLOOD=1000000,1\r");
-    // Not a byte is read until the command has long been taken and the device is held back.
-    QTRY_COMPARE(port.bytesAvailable(), 1000);
-    QByteArray received;
-    const auto read = [&] {
-        received += port.read(700);
-        return received.endsWith("OK\r\n");
-    };
-    while (!read()) {
-        QTRY_VERIFY(port.bytesAvailable() > 0);
-    }
-    const auto data = received.mid(received.indexOf("+FLOOD: 1000000\r\n") + 17);
-    QCOMPARE(data.size(), total + QByteArray("+FLOOD: 1000000 bytes sent\r\nOK\r\n").size());
-    QCOMPARE(data.mid(total - FloodJob::lineLength, 10), "0000999936");
-}
-
-void TestSimDevice::deviceComesBackUnderItsName()
-{
-    SimulatedDevice device;
-    QSerialPort port(device.portName());
-    QVERIFY(port.open(QIODevice::ReadWrite));
-    device.unplug();
-    QTRY_COMPARE(port.error(), QSerialPort::ResourceError);
-    port.close();
-    QVERIFY(!port.open(QIODevice::ReadWrite));
-    QVERIFY(device.plugBack());
-    QVERIFY(port.open(QIODevice::ReadWrite));
-    QTRY_VERIFY(port.peek(4096).contains("Velmora bench device"));
 }
 
 void TestSimDevice::programPrintsItsPortAndCleansUp()

@@ -1,17 +1,14 @@
 #pragma once
 
-#include <QByteArray>
+#include <QHostAddress>
 #include <QList>
-#include <QObject>
+#include <QNetworkDatagram>
 #include <QUdpSocket>
 
-#include <functional>
-
-/// The other side of a UDP exchange in a test: one socket on 127.0.0.1 that keeps every datagram,
-/// at most `maxDatagrams` (later ones are counted, not kept).
-class UdpPeer final : public QObject
+/// The other side of a UDP exchange in a test: one socket on 127.0.0.1, on a port that the system
+/// chooses, that keeps every datagram up to `maxDatagrams`.
+class UdpPeer final
 {
-    Q_OBJECT
     Q_DISABLE_COPY_MOVE(UdpPeer)
 
 public:
@@ -23,35 +20,45 @@ public:
 
     static constexpr qsizetype maxDatagrams = 10'000;
 
-    using Answer = std::function<QByteArray(const QByteArray& request)>;
-
-    /// Bound to a port that the system chooses.
-    explicit UdpPeer(QObject* parent = nullptr);
-    ~UdpPeer() override;
+    UdpPeer()
+    {
+        QObject::connect(&m_socket, &QUdpSocket::readyRead, &m_socket, [this] { drain(); });
+        m_socket.bind(QHostAddress::LocalHost, 0);
+    }
+    ~UdpPeer() = default;
 
     quint16 port() const { return m_socket.localPort(); }
 
     /// One datagram to 127.0.0.1, also an empty one. False when the system refuses it.
-    bool sendTo(quint16 port, const QByteArray& payload);
-
-    /// Script: called with each datagram; what it returns goes back to the sender,
-    /// nothing when that is empty.
-    void setAnswer(Answer answer) { m_answer = std::move(answer); }
+    bool sendTo(quint16 port, const QByteArray& payload)
+    {
+        return m_socket.writeDatagram(payload, QHostAddress::LocalHost, port) == payload.size();
+    }
 
     const QList<Datagram>& received() const { return m_received; }
-    /// Payloads of all datagrams, joined in order of arrival.
-    QByteArray receivedBytes() const;
-    qint64 droppedCount() const { return m_dropped; }
-    void clear();
+    void clear() { m_received.clear(); }
 
-Q_SIGNALS:
-    void datagramReceived();
+    /// Payloads of all datagrams, joined in order of arrival.
+    QByteArray receivedBytes() const
+    {
+        QByteArray all;
+        for (const Datagram& datagram : m_received) {
+            all.append(datagram.payload);
+        }
+        return all;
+    }
 
 private:
-    void drain();
+    void drain()
+    {
+        while (m_socket.hasPendingDatagrams()) {
+            const auto datagram = m_socket.receiveDatagram();
+            if (m_received.size() < maxDatagrams) {
+                m_received.append({static_cast<quint16>(datagram.senderPort()), datagram.data()});
+            }
+        }
+    }
 
-    QUdpSocket m_socket;
     QList<Datagram> m_received;
-    Answer m_answer;
-    qint64 m_dropped = 0;
+    QUdpSocket m_socket;
 };
