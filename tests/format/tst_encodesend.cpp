@@ -156,20 +156,16 @@ void TestEncodeSend::lineEndings_data()
     QTest::addColumn<int>("mode");
     QTest::addColumn<QByteArray>("enter");
     QTest::addColumn<QByteArray>("converted"); // of "\na\r\n\n"
-    QTest::newRow("none") << 0 << "\r"_ba
-                          << "\na\r\n\n"_ba;
-    QTest::newRow("CR") << 1 << "\r"_ba
-                        << "\ra\r\r\r"_ba;
-    QTest::newRow("LF") << 2 << "\n"_ba
-                        << "\na\r\n\n"_ba;
-    QTest::newRow("CR LF") << 3 << "\r\n"_ba
-                           << "\r\na\r\r\n\r\n"_ba;
-    QTest::newRow("LF CR") << 4 << "\n\r"_ba
-                           << "\n\ra\r\n\r\n\r"_ba;
-    QTest::newRow("unknown") << 5 << "\r"_ba
-                             << "\na\r\n\n"_ba;
-    QTest::newRow("negative") << -1 << "\r"_ba
-                              << "\na\r\n\n"_ba;
+    const auto row = [](const char* name, int mode, const char* enter, const char* converted) {
+        QTest::newRow(name) << mode << QByteArray(enter) << QByteArray(converted);
+    };
+    row("none", 0, "\r", "\na\r\n\n");
+    row("CR", 1, "\r", "\ra\r\r\r");
+    row("LF", 2, "\n", "\na\r\n\n");
+    row("CR LF", 3, "\r\n", "\r\na\r\r\n\r\n");
+    row("LF CR", 4, "\n\r", "\n\ra\r\n\r\n\r");
+    row("unknown", 5, "\r", "\na\r\n\n");
+    row("negative", -1, "\r", "\na\r\n\n");
 }
 
 void TestEncodeSend::lineEndings()

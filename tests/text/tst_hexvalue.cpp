@@ -31,9 +31,7 @@ void TestHexValue::lenient_data()
     row(u"1"_s, ""_ba);
     row(u"ABC"_s, "\xAB"_ba);
     row(u"abCD"_s, "\xAB\xCD"_ba);
-    row(u"1 2"_s, "\x10"_ba);
     row(u"12 34"_s, "\x12\x34"_ba);
-    row(u"   12"_s, "\x12"_ba);
     row(u"12   "_s, "\x12"_ba);
     row(u"0x41"_s, "\0\x41"_ba);
     row(u"gG7z"_s, "\0\x70"_ba);
