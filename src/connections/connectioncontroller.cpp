@@ -3,6 +3,8 @@
 #include "connections/peerkey.h"
 
 #include <QtDebug>
+#include <algorithm>
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -13,8 +15,9 @@ constexpr int hintMs = 3000;
 
 bool isAnyAddress(const QHostAddress& address)
 {
-    return address == QHostAddress::Any || address == QHostAddress::AnyIPv4
-           || address == QHostAddress::AnyIPv6;
+    constexpr std::array specials{QHostAddress::Any, QHostAddress::AnyIPv4, QHostAddress::AnyIPv6};
+    return std::ranges::any_of(
+        specials, [&](QHostAddress::SpecialAddress special) { return address == special; });
 }
 
 } // namespace
