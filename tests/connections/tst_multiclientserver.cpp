@@ -3,6 +3,7 @@
 #include "connections/peerkey.h"
 #include "connections/serverclient.h"
 #include "connections/tcpkeepalive.h"
+#include "support/numberedbytes.h"
 #include "support/tcppeer.h"
 
 #include <QDir>
@@ -65,15 +66,6 @@ public:
 qsizetype openDescriptors()
 {
     return QDir(u"/proc/self/fd"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size();
-}
-
-QByteArray numberedBytes(qsizetype size)
-{
-    QByteArray bytes;
-    for (int i = 0; bytes.size() < size; ++i)
-        bytes += QByteArray::number(i) + ' ';
-    bytes.truncate(size);
-    return bytes;
 }
 
 } // namespace

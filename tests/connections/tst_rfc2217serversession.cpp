@@ -1,4 +1,3 @@
-#include "connections/rfc2217clientsession.h"
 #include "connections/rfc2217serversession.h"
 
 #include <QJsonDocument>
@@ -56,7 +55,6 @@ private Q_SLOTS:
     void requests();
     void modemState();
     void changedSettings();
-    void conversationWithClient();
 };
 
 void TestRfc2217ServerSession::requests_data()
@@ -159,37 +157,6 @@ void TestRfc2217ServerSession::changedSettings()
     QCOMPARE(wild.parity, port().parity);
     QCOMPARE(wild.stopBits, port().stopBits);
     QCOMPARE(wild.flowControl, port().flowControl);
-}
-
-// This program's own two ends: the client's record becomes the server's, in either direction.
-void TestRfc2217ServerSession::conversationWithClient()
-{
-    Rfc2217ClientSession client;
-    Rfc2217ServerSession server;
-    Settings present;
-    Settings wanted = port();
-    wanted.useRemoteSerialConfig = false;
-    QByteArray toServer = client.begin();
-    QByteArray toClient = server.begin();
-    for (int round = 0; round < 8 && toServer.size() + toClient.size() > 0; ++round) {
-        const auto atServer = server.receive(toServer, present);
-        present = Rfc2217ServerSession::changed(present, atServer.settingsChanges);
-        const auto atClient = client.receive(toClient);
-        QVERIFY(atServer.data.isEmpty() && atClient.data.isEmpty());
-        toClient = atServer.reply;
-        toServer = atClient.reply;
-        if (atClient.negotiationFinished)
-            toServer += client.settingsUpdate(wanted);
-    }
-    QVERIFY(toServer.isEmpty() && toClient.isEmpty());
-    QCOMPARE(present.baudRate, 19'200);
-    QCOMPARE(present.stringParity, u"Even"_s);
-    QCOMPARE(client.remoteSummary(),
-        u"Remote baudrate: 19200\nRemote data bits: 7\nRemote parity: Even\n"
-        "Remote stop bits: 1.5\nRemote flow control: XON/XOFF"_s);
-    QCOMPARE(client.confirmedDtr(), std::optional(false));
-    QCOMPARE(client.confirmedRts(), std::optional(true));
-    QVERIFY(!server.modemStateNotification(0x10).isEmpty());
 }
 
 QTEST_APPLESS_MAIN(TestRfc2217ServerSession)

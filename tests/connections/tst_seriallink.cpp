@@ -1,5 +1,6 @@
 #include "connections/seriallink.h"
 #include "support/nullmodem.h"
+#include "support/numberedbytes.h"
 
 #include <QAbstractEventDispatcher>
 #include <QSignalSpy>
@@ -11,14 +12,6 @@ using namespace Qt::Literals::StringLiterals;
 using End = NullModem::End;
 
 namespace {
-
-QByteArray numberedBytes(qsizetype size)
-{
-    QByteArray bytes(size, Qt::Uninitialized);
-    for (qsizetype i = 0; i < size; ++i)
-        bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xFF);
-    return bytes;
-}
 
 Settings hardwareFlow()
 {
@@ -106,6 +99,7 @@ private Q_SLOTS:
         messages.clear();
         link->close(u"A"_s);
         QVERIFY(!link->isOpen());
+        QCOMPARE(link->pinoutSignals(), QSerialPort::NoSignal);
         QCOMPARE(messages, QStringList{u"Serial Port A CLOSE SUCCESS|3000"_s});
         QVERIFY(!modem->dtr(End::A) && !modem->rts(End::A));
         QVERIFY(link->lineRequested(SerialLine::Dtr) && link->lineRequested(SerialLine::Rts));
@@ -190,16 +184,6 @@ private Q_SLOTS:
         QVERIFY(!link->lineRequested(SerialLine::Break));
         QCOMPARE(modem->breakSeenBy(End::B).count, 1);
         QVERIFY(!modem->breakSeenBy(End::B).active);
-    }
-
-    void inputsAreReadFromTheCable()
-    {
-        QCOMPARE(link->pinoutSignals(), QSerialPort::NoSignal);
-        QVERIFY(open());
-        modem->setOutputs(End::B, true, false);
-        const auto lines = link->pinoutSignals();
-        QVERIFY(lines.testFlag(QSerialPort::DataSetReadySignal));
-        QVERIFY(!lines.testFlag(QSerialPort::ClearToSendSignal));
     }
 
     void sendingOpensThePort()

@@ -1,4 +1,5 @@
 #include "connections/tcpclientlink.h"
+#include "support/numberedbytes.h"
 #include "support/tcppeer.h"
 
 #include <QSignalSpy>
@@ -10,14 +11,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int lookupMs = 30'000; // what a name server may take to say no
-
-QByteArray numberedBytes(qsizetype size)
-{
-    QByteArray bytes(size, Qt::Uninitialized);
-    for (qsizetype i = 0; i < size; ++i)
-        bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xFF);
-    return bytes;
-}
 
 } // namespace
 
@@ -169,6 +162,7 @@ private Q_SLOTS:
         QVERIFY(!link->hasSocket() && !link->send("x"_ba));
         QCOMPARE(received.isEmpty(), throttled || !readerWaits);
         link->setReadThrottled(false);
+        QCOMPARE(link->hasUnread(), throttled || !readerWaits);
         received += link->readAvailable();
         QCOMPARE(received, data);
         QVERIFY(!link->hasUnread());

@@ -188,29 +188,25 @@ private Q_SLOTS:
 
     void oneReadIsBoundedAndTheRestIsAnnounced_data()
     {
-        QTest::addColumn<int>("count");
         QTest::addColumn<qsizetype>("size");
-        QTest::addColumn<qsizetype>("firstRead");
-        QTest::newRow("by datagrams") << 200 << qsizetype(1) << UdpLink::maxDatagramsPerRead;
-        QTest::newRow("empty ones count too")
-            << 200 << qsizetype(0) << UdpLink::maxDatagramsPerRead;
+        QTest::newRow("by datagrams") << qsizetype(1);
+        QTest::newRow("empty ones count too") << qsizetype(0);
     }
 
     void oneReadIsBoundedAndTheRestIsAnnounced()
     {
-        QFETCH(int, count);
         QFETCH(qsizetype, size);
-        QFETCH(qsizetype, firstRead);
+        constexpr int count = 200;
         UdpPeer peer;
         link->bind(0);
         for (int i = 0; i < count; ++i)
             QVERIFY(peer.sendTo(link->localPort(), QByteArray(size, static_cast<char>(i))));
-        QCOMPARE(link->readDatagrams().size(), firstRead);
+        QCOMPARE(link->readDatagrams().size(), UdpLink::maxDatagramsPerRead);
         // Only announcements lead to the rest.
-        qsizetype rest = 0;
+        qsizetype all = UdpLink::maxDatagramsPerRead;
         connect(
-            link.get(), &UdpLink::readyRead, this, [&] { rest += link->readDatagrams().size(); });
-        QTRY_COMPARE(firstRead + rest, count);
+            link.get(), &UdpLink::readyRead, this, [&] { all += link->readDatagrams().size(); });
+        QTRY_COMPARE(all, count);
     }
 
     void aFullTableListsNobodyNewAndRepliesToNobodyElse()
