@@ -134,6 +134,9 @@ private Q_SLOTS:
                 } else if (choice == 1) {
                     expected = model.harvest(true);
                     frames = framer.flush();
+                } else if (choice == 2) {
+                    model.held.clear();
+                    framer.reset();
                 } else if (choice < 9) {
                     if (model.nextTimeoutMs(nowMs) == 0)
                         expected = model.harvest(true);

@@ -7,6 +7,11 @@
 using namespace Qt::Literals::StringLiterals;
 using namespace XmodemFrame;
 
+static QString problemUnless(bool good, const QString& problem)
+{
+    return good ? QString() : problem;
+}
+
 TransferScript::TransferScript(
     XmodemCodec::Role role, XferProtocol protocol, qint32 block, qsizetype size)
     : source(randomBytes(size, 1))
@@ -100,30 +105,29 @@ QString TransferScript::perform(const QByteArray& word, bool byteByByte)
 
 QString TransferScript::expect(const QByteArray& word)
 {
+    const QByteArray verb = word.split(':').constFirst();
     const qint64 value = word.mid(word.indexOf(':') + 1).toLongLong();
-    if (word == "done") {
-        return last_.done && !last_.failed ? QString() : u"is not done: "_s + last_.message;
+    if (verb == "done") {
+        return problemUnless(last_.done && !last_.failed, u"is not done: "_s + last_.message);
     }
-    if (word.startsWith("fail:")) {
-        return last_.failed && !last_.done && qint64(last_.error) == value
-                   ? QString()
-                   : u"error %1"_s.arg(qint32(last_.error));
+    if (verb == "fail") {
+        return problemUnless(last_.failed && !last_.done && qint64(last_.error) == value,
+            u"error %1"_s.arg(qint32(last_.error)));
     }
-    if (word == "said") {
-        return last_.message == message ? QString() : last_.message;
+    if (verb == "said") {
+        return problemUnless(last_.message == message, last_.message);
     }
-    if (word.startsWith("wait:")) {
-        return last_.waitMs == value ? QString() : QString::number(last_.waitMs);
+    if (verb == "wait") {
+        return problemUnless(last_.waitMs == value, QString::number(last_.waitMs));
     }
-    if (word.startsWith("retries:")) {
+    if (verb == "retries") {
         const qint32 retries = codec_->progress().retries;
-        return retries == value ? QString() : QString::number(retries);
+        return problemUnless(retries == value, QString::number(retries));
     }
-    if (word.startsWith("saved:")) {
-        const QByteArray padded = source.bytes.leftJustified(value, Sub, true);
-        return sink.committed == 1 && sink.bytes == padded && codec_->progress().bytesDone == value
-                   ? QString()
-                   : u"%1 bytes, %2 commits"_s.arg(sink.bytes.size()).arg(sink.committed);
+    if (verb == "saved") {
+        return problemUnless(sink.committed == 1 && codec_->progress().bytesDone == value
+                                 && sink.bytes == source.bytes.leftJustified(value, Sub, true),
+            u"%1 bytes, %2 commits"_s.arg(sink.bytes.size()).arg(sink.committed));
     }
     return u"unknown word"_s;
 }

@@ -1,6 +1,5 @@
 // The engine against its rules: one script a rule, for both roles, fed whole and byte by byte.
 
-#include "terminal/text/crccatalog.h"
 #include "transfer/transferscript.h"
 #include "transfer/xferconfig.h"
 #include "transfer/xmodemframe.h"
@@ -81,13 +80,11 @@ private Q_SLOTS:
         playRow(XmodemCodec::Role::Receiver, 1024, Feed::WholeOnly);
     }
     static void frameBytes();
-    static void crcMatchesCatalogue();
     static void headerBlock_data();
     static void headerBlock();
     static void headerParsing_data();
     static void headerParsing();
     static void inputIsBounded();
-    static void extremeTimes_data();
     static void extremeTimes();
     static void configIsClamped();
 };
@@ -271,17 +268,6 @@ void TestXmodemCodec::frameBytes()
     QVERIFY(!trailerOk("\xFF\x03", QByteArrayView("\0\x02", 2), false));
 }
 
-void TestXmodemCodec::crcMatchesCatalogue()
-{
-    CrcCatalog::CustomParameters xmodem;
-    xmodem.initialValue = 0;
-    const QByteArray bytes = randomBytes(1029, 7);
-    for (qsizetype length = 0; length <= bytes.size(); length += length < 40 ? 1 : 43) {
-        const QByteArrayView part = QByteArrayView(bytes).last(length);
-        QCOMPARE(quint64(XmodemFrame::crc16(part)), CrcCatalog::calculateCustom(part, xmodem));
-    }
-}
-
 void TestXmodemCodec::headerBlock_data()
 {
     QTest::addColumn<QString>("name");
@@ -363,24 +349,19 @@ void TestXmodemCodec::inputIsBounded()
     QVERIFY(file.startsWith(sink.bytes));
 }
 
-void TestXmodemCodec::extremeTimes_data()
-{
-    QTest::addColumn<qint64>("start");
-    QTest::newRow("lowest") << std::numeric_limits<qint64>::min();
-    QTest::newRow("a deadline of -1") << -60001LL;
-    QTest::newRow("highest") << std::numeric_limits<qint64>::max();
-}
-
 void TestXmodemCodec::extremeTimes()
 {
-    QFETCH(qint64, start);
-    XmodemCodec codec(XmodemCodec::Role::Sender, XferProtocol::Xmodem, 128);
-    QVERIFY(codec.begin({}, start).waitMs >= 0);
-    QVERIFY(codec.tick(start).failed == (codec.remainingMs(start) < 0));
-    const qint32 waitMs = codec.tick(std::numeric_limits<qint64>::min()).waitMs;
-    QVERIFY(waitMs >= 0 || codec.state() == XmodemState::Failed);
-    codec.tick(std::numeric_limits<qint64>::max());
-    QCOMPARE(codec.state(), XmodemState::Failed);
+    using Times = std::numeric_limits<qint64>;
+    // The second one makes a deadline of -1.
+    for (const qint64 start : {Times::min(), qint64(-60001), Times::max()}) {
+        XmodemCodec codec(XmodemCodec::Role::Sender, XferProtocol::Xmodem, 128);
+        QVERIFY(codec.begin({}, start).waitMs >= 0);
+        QVERIFY(codec.tick(start).failed == (codec.remainingMs(start) < 0));
+        const qint32 waitMs = codec.tick(Times::min()).waitMs;
+        QVERIFY(waitMs >= 0 || codec.state() == XmodemState::Failed);
+        codec.tick(Times::max());
+        QCOMPARE(codec.state(), XmodemState::Failed);
+    }
 }
 
 void TestXmodemCodec::configIsClamped()
