@@ -1,23 +1,18 @@
 // One pane as a person uses it, on the simulated device and on real sockets: opened, typed into,
 // clicked, unplugged.
-#include "connections/connectioncontroller.h"
-#include "connections/serialportcatalog.h"
 #include "support/nullmodem.h"
 #include "support/simulateddevice.h"
 #include "support/tcppeer.h"
 #include "terminal/connectionpanel.h"
 #include "terminal/noticebar.h"
+#include "terminal/panebench.h"
 #include "terminal/peerpanel.h"
 #include "terminal/sendeditor.h"
-#include "terminal/serialportwidget.h"
 #include "terminal/view/receiveview.h"
 
 #include <QComboBox>
-#include <QFile>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QRegularExpression>
-#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -25,23 +20,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Ports that exist while their path does.
-class PathCatalog final : public SerialPortCatalog
+struct Bench : ShownPane
 {
-public:
-    QList<SerialPortDescription> ports() const override { return {}; }
-    bool contains(const QString& name) const override { return QFile::exists(name); }
-};
-
-struct Bench
-{
-    PathCatalog catalog;
-    SerialPortWidget pane{catalog};
     ReceiveView& view = *pane.findChild<ReceiveView*>();
     NoticeBar& notice = *pane.findChild<NoticeBar*>();
     SendEditor& editor = *pane.findChild<SendEditor*>();
-
-    Bench() { pane.show(); }
 
     [[nodiscard]] QString text() const
     {
@@ -78,8 +61,6 @@ private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void talksToADevice();
     void sendsFromTheEditor();
-    void everyLineBeginsWithOneStamp();
-    void pauseKeepsWhatArrives();
     void devicePulledAndPluggedBack();
     void devicePulledForGood();
     void wrongPortIsNamed();
@@ -142,48 +123,11 @@ void TestSerialPortWidget::sendsFromTheEditor()
     QCOMPARE(bench.editor.text(), u"AT"_s);
 }
 
-void TestSerialPortWidget::everyLineBeginsWithOneStamp()
-{
-    SimulatedDevice device({true, 20});
-    Bench bench;
-    bench.setFormat([](FormatSetting& format) { format.displayMsgTime = true; });
-    QVERIFY(bench.pane.start(device.portName(), true));
-    QTRY_VERIFY(bench.text().count(u'\n') > 20);
-    bench.pane.stop();
-    static const QRegularExpression stamp(u"\\[Rx\\]\\[\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\] "_s);
-    QStringList lines = bench.text().split(u'\n');
-    if (lines.last().isEmpty())
-        lines.removeLast();
-    for (const QString& line : lines) {
-        QVERIFY2(line.indexOf(stamp) == 0, qPrintable(line));
-        QVERIFY2(line.count(stamp) == 1, qPrintable(line));
-    }
-}
-
-void TestSerialPortWidget::pauseKeepsWhatArrives()
-{
-    SimulatedDevice device;
-    Bench bench;
-    QVERIFY(bench.pane.start(device.portName(), true));
-    QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
-    bench.pane.pause();
-    const QString before = bench.text();
-    QVERIFY(bench.pane.runState() == RunState::Paused);
-    QSignalSpy arrived(&bench.pane, &SerialPortWidget::rxTapped);
-    QTest::keyClicks(keyTarget(bench.view), u"ATI"_s);
-    QTest::keyClick(keyTarget(bench.view), Qt::Key_Return);
-    QTRY_VERIFY(!arrived.isEmpty() && arrived.last().first().toByteArray().contains("OK"));
-    QCOMPARE(bench.text(), before);
-    QVERIFY(bench.pane.start({}, true));
-    QTRY_VERIFY(bench.text().mid(before.size()).contains(u"OK"_s));
-}
-
 void TestSerialPortWidget::devicePulledAndPluggedBack()
 {
     SimulatedDevice device;
     Bench bench;
     bench.pane.setAutoReconnect(true);
-    QSignalSpy messages(&bench.pane, &SerialPortWidget::statusMessage);
     QVERIFY(bench.pane.start(device.portName(), true));
     QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
     device.unplug();
@@ -193,11 +137,8 @@ void TestSerialPortWidget::devicePulledAndPluggedBack()
     QVERIFY(device.plugBack());
     QTRY_VERIFY_WITH_TIMEOUT(bench.pane.isOpen(), 10000);
     QTRY_VERIFY(bench.shows(u"AT+HELP"_s)); // the banner of the second boot
-    QStringList texts;
-    for (const auto& message : messages)
-        texts.append(message.first().toString());
-    QVERIFY(texts.contains(u"Serial Port %1 DISCONNECTED"_s.arg(device.portName())));
-    QVERIFY(texts.contains(u"Serial Port %1 RECONNECTED"_s.arg(device.portName())));
+    QVERIFY(bench.wasTold(u"Serial Port %1 DISCONNECTED"_s.arg(device.portName())));
+    QVERIFY(bench.wasTold(u"Serial Port %1 RECONNECTED"_s.arg(device.portName())));
 }
 
 void TestSerialPortWidget::devicePulledForGood()
