@@ -68,7 +68,6 @@ private Q_SLOTS:
     void personOpensWhileWaiting();
     void brokenSerialPortIsReportedOnce();
     void throttledBytesAreReadBeforeClosing();
-    void tcpPeerReturns_data();
     void tcpPeerReturns();
     void closedByThePersonStaysClosed_data();
     void closedByThePersonStaysClosed();
@@ -237,16 +236,8 @@ void TestConnectionSupervisor::throttledBytesAreReadBeforeClosing()
     QVERIFY(bench.controller.isReadThrottled());
 }
 
-void TestConnectionSupervisor::tcpPeerReturns_data()
-{
-    QTest::addColumn<bool>("reset");
-    QTest::newRow("peer closes") << false;
-    QTest::newRow("peer resets") << true;
-}
-
 void TestConnectionSupervisor::tcpPeerReturns()
 {
-    QFETCH(bool, reset);
     TcpPeer peer;
     QVERIFY(peer.listen());
     const quint16 port = peer.port();
@@ -262,7 +253,7 @@ void TestConnectionSupervisor::tcpPeerReturns()
     QCOMPARE(bench.takeMessages(), QStringList());
 
     peer.stopListening();
-    reset ? peer.reset() : peer.close();
+    peer.close();
     QTRY_VERIFY(bench.supervisor.isReconnecting());
     QVERIFY(!bench.supervisor.isOpen());
     QCOMPARE(bench.takeMessages().last(), u"Connection lost, reconnecting... (3000)"_s);
@@ -342,18 +333,17 @@ void TestConnectionSupervisor::failedStarts_data()
     QTest::addColumn<QString>("says");
     const QString missing = u"/nowhere/ttyX"_s;
     const QString notHere = u"not available in this version"_s;
-    QTest::newRow("missing port") << connectionMode::SerialPort << missing << "h"
-                                  << u"Serial Port %1 OPEN FAILED! ERROR: "_s.arg(missing);
-    QTest::newRow("no port") << connectionMode::SerialPort << ""
-                             << "h"
-                             << "No serial port";
-    QTest::newRow("no host") << connectionMode::TcpClient << "p"
-                             << ""
-                             << "No host";
-    QTest::newRow("none") << connectionMode::NoTransport << "p"
-                          << "h" << notHere;
-    QTest::newRow("relay") << connectionMode::RemoteSerialCloudRelay << "p"
-                           << "h" << notHere;
+    const auto row = [](const char* name, connectionMode mode, const QString& port,
+                         const QString& host, const QString& says) {
+        QTest::newRow(name) << mode << port << host << says;
+    };
+    using Mode = connectionMode;
+    row("missing port", Mode::SerialPort, missing, u"h"_s,
+        u"Serial Port %1 OPEN FAILED! ERROR: "_s.arg(missing));
+    row("no port", Mode::SerialPort, {}, u"h"_s, u"No serial port"_s);
+    row("no host", Mode::TcpClient, u"p"_s, {}, u"No host"_s);
+    row("none", Mode::NoTransport, u"p"_s, u"h"_s, notHere);
+    row("relay", Mode::RemoteSerialCloudRelay, u"p"_s, u"h"_s, notHere);
 }
 
 void TestConnectionSupervisor::failedStarts()

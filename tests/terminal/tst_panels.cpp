@@ -1,6 +1,5 @@
 // The panels of the settings column, and how the quick settings lay them out.
 #include "app/fakecatalog.h"
-#include "connections/connectioncontroller.h"
 #include "settings/randomrecords.h"
 #include "terminal/connectionpanel.h"
 #include "terminal/portnamebox.h"
@@ -142,22 +141,18 @@ void TestPanels::rowsOfAMode_data()
     QTest::addColumn<Mode>("mode");
     QTest::addColumn<QString>("rows");
     QTest::addColumn<bool>("line");
-    QTest::newRow("serial") << Mode::SerialPort << u"connMode portName openButton"_s << true;
-    QTest::newRow("tcp server") << Mode::TcpServer << u"connMode targetPort openButton"_s << false;
-    QTest::newRow("tcp client") << Mode::TcpClient << u"connMode targetHost targetPort openButton"_s
-                                << false;
-    QTest::newRow("udp server") << Mode::UdpServer << u"connMode udpServerPort openButton"_s
-                                << false;
-    QTest::newRow("udp client") << Mode::UdpClient
-                                << u"connMode targetHost targetPort udpLocalPort openButton"_s
-                                << false;
-    QTest::newRow("none") << Mode::NoTransport << u"connMode connModeProblem openButton"_s << false;
-    if (ConnectionController::carries(Mode::RemoteSerialRfc2217)) {
-        QTest::newRow("rfc 2217")
-            << Mode::RemoteSerialRfc2217
-            << u"connMode targetHost targetPort useRemoteSerialConfig remoteSummary openButton"_s
-            << true;
-    }
+    const auto row = [](const char* name, Mode mode, const char* between, bool line) {
+        QTest::newRow(name) << mode << u"connMode %1 openButton"_s.arg(QLatin1StringView(between))
+                            << line;
+    };
+    row("serial", Mode::SerialPort, "portName", true);
+    row("tcp server", Mode::TcpServer, "targetPort", false);
+    row("tcp client", Mode::TcpClient, "targetHost targetPort", false);
+    row("udp server", Mode::UdpServer, "udpServerPort", false);
+    row("udp client", Mode::UdpClient, "targetHost targetPort udpLocalPort", false);
+    row("none", Mode::NoTransport, "connModeProblem", false);
+    row("rfc 2217", Mode::RemoteSerialRfc2217,
+        "targetHost targetPort useRemoteSerialConfig remoteSummary", true);
 }
 
 void TestPanels::rowsOfAMode()
@@ -194,8 +189,6 @@ void TestPanels::everyRowHasItsHeight()
 
 void TestPanels::keptRemoteConfigHidesTheLine()
 {
-    if (!ConnectionController::carries(connectionMode::RemoteSerialRfc2217))
-        QSKIP("RFC 2217 is not carried");
     Column column;
     column.connection->load(ofMode(connectionMode::RemoteSerialRfc2217));
     QSignalSpy edited(column.connection, &ConnectionPanel::edited);

@@ -166,10 +166,8 @@ private Q_SLOTS:
     void drainBudget_data();
     void drainBudget();
     void lineFeedAtASliceEndIsNotAlone();
-    void stopShowsWhatCameBefore();
     void trimHalvesTheView();
     void queueMarks();
-    void tinyRecordsCostTheirKeeping();
     void pausedMark();
     void timerRestsWhenIdle();
     void everyChunkIsTappedAndLightsTheLamp();
@@ -313,31 +311,6 @@ void TestReceivePipeline::lineFeedAtASliceEndIsNotAlone()
     QCOMPARE(bench.sink.text, u"a\n\nnext\n"_s);
 }
 
-void TestReceivePipeline::stopShowsWhatCameBefore()
-{
-    Bench bench;
-    bench.stepMs = ReceivePipeline::kDrainBudgetMs; // one record per drain
-    bench.receive("last ");
-    bench.receive("words ");
-    bench.pipeline.stop();
-    bench.receive("late");
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"last words "_s);
-    bench.pipeline.start();
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"last words late"_s);
-    // What a paused view held back waits too, and is not lost.
-    bench.pipeline.pause();
-    bench.receive(" held");
-    bench.pipeline.stop();
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"last words late"_s);
-    bench.pipeline.start();
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"last words late held"_s);
-    QCOMPARE(bench.pipeline.receivedBytes(), 20);
-}
-
 void TestReceivePipeline::trimHalvesTheView()
 {
     Bench bench;
@@ -387,20 +360,6 @@ void TestReceivePipeline::queueMarks()
     bench.drainAll();
     QCOMPARE(throttle.size(), 1);
     QVERIFY(bench.sink.text.endsWith(u'y'));
-}
-
-void TestReceivePipeline::tinyRecordsCostTheirKeeping()
-{
-    Bench bench;
-    QSignalSpy throttle(&bench.pipeline, &ReceivePipeline::throttleRequested);
-    int records = 0;
-    while (throttle.isEmpty() && records < 100000) {
-        bench.now = kNoon.addMSecs(records);
-        bench.receive("x");
-        ++records;
-    }
-    QCOMPARE(records, int((ReceivePipeline::kQueueHighWater + DisplayQueue::kRecordCost)
-                          / (DisplayQueue::kRecordCost + 1)));
 }
 
 void TestReceivePipeline::pausedMark()
