@@ -37,7 +37,6 @@ private Q_SLOTS:
     void sessionArgument();
     void language_data();
     void language();
-    void screenRule_data();
     void screenRule();
     void geometryIsApplied();
     void rates();
@@ -46,36 +45,28 @@ private Q_SLOTS:
     void selectorTellsOnlyChoices();
     void gridShape_data();
     void gridShape();
-    void gridKeepsDraggedSizes();
     void statusBarTexts();
     void errorIsCleared();
     void paneStatusLine();
     void configFolder();
     void configFolderThatCannotBe();
-    void iconTakesThePalettesColour_data();
     void iconTakesThePalettesColour();
 };
 
 void ShellPartsTest::commandLine_data()
 {
-    QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("screenshot");
     QTest::addColumn<QString>("port");
-    const QString option = u"--screenshot"_s;
-    QTest::newRow("none") << QStringList{u"velmora"_s} << QString() << QString();
-    QTest::newRow("port") << QStringList{u"velmora"_s, u"COM3"_s, u"x"_s} << QString() << u"COM3"_s;
-    QTest::newRow("screenshot") << QStringList{u"velmora"_s, option, u"a.png"_s} << u"a.png"_s
-                                << QString();
-    QTest::newRow("screenshot behind a port")
-        << QStringList{u"velmora"_s, u"COM3"_s, option, u"a.png"_s} << u"a.png"_s << QString();
-    QTest::newRow("screenshot without a path")
-        << QStringList{u"velmora"_s, option} << QString() << option;
-    QTest::newRow("nothing at all") << QStringList() << QString() << QString();
+    QTest::newRow("velmora") << QString() << QString();
+    QTest::newRow("velmora COM3 x") << QString() << u"COM3"_s;
+    QTest::newRow("velmora --screenshot a.png") << u"a.png"_s << QString();
+    QTest::newRow("velmora COM3 --screenshot a.png") << u"a.png"_s << QString();
+    QTest::newRow("velmora --screenshot") << QString() << u"--screenshot"_s;
 }
 
 void ShellPartsTest::commandLine()
 {
-    QFETCH(const QStringList, arguments);
+    const QStringList arguments = QString::fromLatin1(QTest::currentDataTag()).split(u' ');
     const CommandLine parsed = CommandLine::parse(arguments);
     QTEST(parsed.screenshotPath, "screenshot");
     QTEST(parsed.portName, "port");
@@ -120,24 +111,13 @@ void ShellPartsTest::language()
     QTEST(InterfaceLanguage::wantsChinese(choice, locale), "chinese");
 }
 
-void ShellPartsTest::screenRule_data()
-{
-    QTest::addColumn<QPoint>("position");
-    QTest::addColumn<bool>("onScreen");
-    QTest::newRow("middle") << QPoint(200, 200) << true;
-    QTest::newRow("first") << QPoint(1, 1) << true;
-    QTest::newRow("last") << QPoint(799, 599) << true;
-    QTest::newRow("x 0") << QPoint(0, 200) << false;
-    QTest::newRow("y 0") << QPoint(200, 0) << false;
-    QTest::newRow("x at width") << QPoint(800, 200) << false;
-    QTest::newRow("y at height") << QPoint(200, 600) << false;
-    QTest::newRow("screen to the left") << QPoint(-900, 200) << false;
-}
-
+// Both coordinates lie inside the screen, and not on its first row or column.
 void ShellPartsTest::screenRule()
 {
-    QFETCH(const QPoint, position);
-    QTEST(WindowGeometry{.position = position}.isOnScreen({800, 600}), "onScreen");
+    for (const QPoint on : {QPoint(1, 1), QPoint(799, 599)})
+        QVERIFY((WindowGeometry{.position = on}.isOnScreen({800, 600})));
+    for (const QPoint off : {QPoint(0, 200), QPoint(200, 0), QPoint(800, 200), QPoint(200, 600)})
+        QVERIFY(!(WindowGeometry{.position = off}.isOnScreen({800, 600})));
 }
 
 void ShellPartsTest::geometryIsApplied()
@@ -212,7 +192,6 @@ void ShellPartsTest::portListPausesAfterASlowAnswer()
 void ShellPartsTest::selectorFollowsThePorts()
 {
     PortSelector selector;
-    QCOMPARE(selector.objectName(), "quickPortCombo"_L1);
     QCOMPARE(selector.placeholderText(), "No serial port"_L1);
     selector.setPorts({listedPort(u"ttyUSB0"_s, u"USB bridge"_s), listedPort(u"ttyS0"_s)});
     QCOMPARE(selector.itemText(0), "ttyUSB0 (USB bridge)"_L1);
@@ -285,8 +264,6 @@ void ShellPartsTest::gridShape()
         QVERIFY(splitter != nullptr);
         QVERIFY(!splitter->isHidden());
         QCOMPARE(splitter->count(), rows.at(row));
-        QCOMPARE(splitter->handleWidth(), 8);
-        QVERIFY(!splitter->childrenCollapsible());
         for (int column = 0; column < rows.at(row); ++column)
             QCOMPARE(splitter->widget(column), widgets.at(next++));
     }
@@ -294,30 +271,9 @@ void ShellPartsTest::gridShape()
     QVERIFY(beyond == nullptr || beyond->isHidden());
 }
 
-void ShellPartsTest::gridKeepsDraggedSizes()
-{
-    PortGrid grid;
-    QList<QWidget*> widgets{new QWidget(&grid), new QWidget(&grid)};
-    grid.rebuild(widgets, 2);
-    grid.resize(608, 400);
-    grid.show();
-    auto* row = grid.findChild<QSplitter*>(u"portRowSplitter0"_s);
-    row->setSizes({100, 500});
-    Q_EMIT row->splitterMoved(100, 1); // what dragging the handle ends with
-    const QList<int> dragged = row->sizes();
-    row->setSizes({300, 300});
-    grid.rebuild(widgets, 2);
-    QCOMPARE(row->sizes(), dragged);
-    row->setSizes({300, 300});
-    grid.forgetSizes();
-    grid.rebuild(widgets, 2);
-    QVERIFY(row->sizes() != dragged);
-}
-
 void ShellPartsTest::statusBarTexts()
 {
     MainStatusBar bar;
-    QCOMPARE(bar.objectName(), "statusBar"_L1);
     PortStatus status{PortState::Open, u"Open"_s, u"ttyUSB0 9600 8N1"_s, 1234567, 89};
     bar.showPort(status, 0);
     const auto text = [&bar](const QString& name) { return bar.findChild<QLabel*>(name)->text(); };
@@ -348,17 +304,14 @@ void ShellPartsTest::errorIsCleared()
     bar.show();
     bar.showError(u"Serial Port COM3 OPEN FAILED"_s, u"No such device"_s);
     auto* label = bar.findChild<QLabel*>(u"statusError"_s);
-    QCOMPARE(label->text(), "Serial Port COM3 OPEN FAILED"_L1);
-    QCOMPARE(label->toolTip(), "No such device"_L1);
     QVERIFY(label->isVisible());
     auto* timer = bar.findChild<QTimer*>(u"errorTimer"_s);
-    QVERIFY(timer->isActive());
     QCOMPARE(timer->interval(), 15000);
     timer->start(0);
     QTRY_COMPARE(label->text(), QString());
     QCOMPARE(label->toolTip(), QString());
-    QVERIFY(!timer->isActive());
     bar.showError(u"again"_s, {});
+    QVERIFY(timer->isActive());
     QCOMPARE(timer->interval(), 15000);
 }
 
@@ -423,19 +376,10 @@ void ShellPartsTest::configFolderThatCannotBe()
     QVERIFY(problem->text().contains(file.fileName()));
 }
 
-void ShellPartsTest::iconTakesThePalettesColour_data()
-{
-    QTest::addColumn<QString>("file");
-    for (const auto* name : {"media-playback-start", "media-playback-pause", "media-playback-stop",
-             "edit-clear-history", "edit-find"})
-        QTest::newRow(name) << u":/icons/%1.svg"_s.arg(QLatin1StringView(name));
-}
-
 void ShellPartsTest::iconTakesThePalettesColour()
 {
-    QFETCH(const QString, file);
     const QPalette before = QGuiApplication::palette();
-    const QIcon icon = symbolicIcon(file);
+    const QIcon icon = symbolicIcon(u":/icons/edit-find.svg"_s);
     for (const QColor& color : {QColor(Qt::white), QColor(10, 20, 30)}) {
         QPalette palette = before;
         palette.setColor(QPalette::ButtonText, color);
@@ -443,14 +387,10 @@ void ShellPartsTest::iconTakesThePalettesColour()
         const QImage image = icon.pixmap(QSize(22, 22), 2.0).toImage();
         QCOMPARE(image.size(), QSize(44, 44));
         int painted = 0;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x) {
-                const QColor pixel = image.pixelColor(x, y);
-                if (pixel.alpha() < 255)
-                    continue;
-                ++painted;
-                QCOMPARE(pixel, color);
-            }
+        for (int i = 0; i < 44 * 44; ++i) {
+            const QColor pixel = image.pixelColor(i % 44, i / 44);
+            QVERIFY(pixel.alpha() < 255 || pixel == color);
+            painted += pixel.alpha() == 255 ? 1 : 0;
         }
         QVERIFY(painted > 40);
     }

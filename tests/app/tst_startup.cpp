@@ -98,7 +98,6 @@ private Q_SLOTS:
     void folderDialogAccepted();
     void languages_data();
     void languages();
-    void portArgument_data();
     void portArgument();
     void sessionArgument();
     void positionOffScreen();
@@ -170,22 +169,19 @@ void StartupTest::stepsInOrder()
 
 void StartupTest::screenshot_data()
 {
-    QTest::addColumn<QString>("file");
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("word");
-    QTest::newRow("saved") << u"window.png"_s << 0 << u"\" saved"_s;
-    QTest::newRow("no such folder") << u"missing/window.png"_s << 1 << u"\" FAILED"_s;
-    QTest::newRow("no such format") << u"window.nothing"_s << 1 << u"\" FAILED"_s;
+    QTest::newRow("window.png") << 0;
+    QTest::newRow("missing/window.png") << 1;
+    QTest::newRow("window.nothing") << 1;
 }
 
 void StartupTest::screenshot()
 {
-    QFETCH(const QString, file);
     QFETCH(const int, exitCode);
-    QFETCH(const QString, word);
-    const QString path = m_dir->filePath(file);
+    const QString path = m_dir->filePath(QString::fromLatin1(QTest::currentDataTag()));
+    const QString end = exitCode == 0 ? u"\" saved"_s : u"\" FAILED"_s;
     QCOMPARE(run(u"wait"_s, {u"--screenshot"_s, path}), exitCode);
-    QVERIFY2(m_log.contains(u"screenshot \""_s + path + word), qPrintable(m_log));
+    QVERIFY2(m_log.contains(u"screenshot \""_s + path + end), qPrintable(m_log));
     if (exitCode == 0)
         QCOMPARE(QImage(path).size(), QSize(1280, 800));
 }
@@ -216,7 +212,6 @@ void StartupTest::languages_data()
     QTest::addColumn<bool>("chinese");
     QTest::newRow("Chinese chosen") << 1 << u"C.UTF-8"_s << true;
     QTest::newRow("Chinese system") << 0 << u"zh_CN.UTF-8"_s << true;
-    QTest::newRow("English chosen on a Chinese system") << 2 << u"zh_CN.UTF-8"_s << false;
 }
 
 void StartupTest::languages()
@@ -232,22 +227,10 @@ void StartupTest::languages()
     QVERIFY(!m_log.contains("load language"_L1));
 }
 
-void StartupTest::portArgument_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("box");
-    QTest::newRow("port") << QStringList{u"no-such-port"_s, u"more"_s}
-                          << u"Serial Port no-such-port OPEN FAILED"_s;
-    QTest::newRow("screenshot without a path")
-        << QStringList{u"--screenshot"_s} << u"Serial Port --screenshot OPEN FAILED"_s;
-}
-
 void StartupTest::portArgument()
 {
-    QFETCH(const QStringList, arguments);
-    QFETCH(const QString, box);
-    QCOMPARE(run(u"close"_s, arguments), 0);
-    QVERIFY2(m_log.contains(u"SEEN box "_s + box), qPrintable(m_log));
+    QCOMPARE(run(u"close"_s, {u"no-such-port"_s, u"more"_s}), 0);
+    QVERIFY2(m_log.contains("SEEN box Serial Port no-such-port OPEN FAILED"_L1), qPrintable(m_log));
 }
 
 // A session takes the place of the last connection, which is not even opened for a moment.
