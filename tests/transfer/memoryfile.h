@@ -3,8 +3,9 @@
 #include "transfer/xfersink.h"
 #include "transfer/xfersource.h"
 
+#include "../text/chunking.h"
+
 #include <QByteArray>
-#include <QRandomGenerator>
 
 // A file to send, in memory, with the ways in which a real one fails.
 class MemorySource final : public XferSource
@@ -59,14 +60,3 @@ public:
     bool writeFails = false;
     bool commitFails = false;
 };
-
-// Bytes of every value, the same for the same seed.
-inline QByteArray randomBytes(qsizetype count, quint32 seed)
-{
-    QRandomGenerator random(seed);
-    QByteArray bytes(count, Qt::Uninitialized);
-    for (char& byte : bytes) {
-        byte = static_cast<char>(random.bounded(256));
-    }
-    return bytes;
-}
