@@ -37,9 +37,7 @@ class PortSessionCodecTest final : public QObject
 
 private Q_SLOTS:
     void keys();
-    void storedValues_data();
     void storedValues();
-    void roundTrip_data();
     void roundTrip();
     void emptyFile();
     void readOnlyKeysAreHonoured();
@@ -67,22 +65,8 @@ void PortSessionCodecTest::keys()
     QCOMPARE(file.childKeys(), keyNames);
 }
 
-void PortSessionCodecTest::storedValues_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::newRow("2/ConnMode") << u"4"_s;
-    QTest::newRow("2/ReceiveMsgForamt") << u"1"_s;
-    QTest::newRow("2/SendTextColor") << u"#0a0b0c"_s;
-    QTest::newRow("2/LastTargetHost") << u"a.example-||-b.example"_s;
-    QTest::newRow("2/LogFontSize") << u"15"_s;
-    QTest::newRow("2/LogFontWeight") << u"700"_s;
-    QTest::newRow("2/LogFileTime") << u"%h"_s;
-    QTest::newRow("2/UdpLocalPort") << u"65535"_s;
-}
-
 void PortSessionCodecTest::storedValues()
 {
-    QFETCH(const QString, text);
     Settings settings;
     settings.connMode = connectionMode::UdpServer;
     settings.targetHosts = {u"a.example"_s, u"b.example"_s};
@@ -95,21 +79,24 @@ void PortSessionCodecTest::storedValues()
     format.logTimestampFormat = u"%h"_s;
     QSettings file(scratchFile(), QSettings::IniFormat);
     PortSessionCodec::write(file, 2, settings, format);
-    QCOMPARE(file.value(QString::fromLatin1(QTest::currentDataTag())).toString(), text);
-}
-
-void PortSessionCodecTest::roundTrip_data()
-{
-    QTest::addColumn<quint32>("seed");
-    for (const quint32 seed : {11U, 12U, 13U, 14U})
-        QTest::addRow("seed %u", seed) << seed;
+    const QMap<QString, QString> expected{
+        {u"ConnMode"_s, u"4"_s},
+        {u"ReceiveMsgForamt"_s, u"1"_s},
+        {u"SendTextColor"_s, u"#0a0b0c"_s},
+        {u"LastTargetHost"_s, u"a.example-||-b.example"_s},
+        {u"LogFontSize"_s, u"15"_s},
+        {u"LogFontWeight"_s, u"700"_s},
+        {u"LogFileTime"_s, u"%h"_s},
+        {u"UdpLocalPort"_s, u"65535"_s},
+    };
+    for (auto it = expected.begin(); it != expected.end(); ++it)
+        QCOMPARE(file.value(u"2/"_s + it.key()).toString(), it.value());
 }
 
 // Two panes in one file; the rotation fields and the hourly time stamp come back as nothing.
 void PortSessionCodecTest::roundTrip()
 {
-    QFETCH(const quint32, seed);
-    RandomRecords random(seed);
+    RandomRecords random(11);
     const Settings settings[] = {random.settings(), random.settings()};
     const FormatSetting formats[] = {random.format(), random.format()};
     const QString path = scratchFile();

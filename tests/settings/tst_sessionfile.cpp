@@ -53,9 +53,7 @@ private Q_SLOTS:
     void workspaceKeys();
     void counts_data();
     void counts();
-    void quickViewDefault_data();
     void quickViewDefault();
-    void roundTrip_data();
     void roundTrip();
     void otherKeysSurvive();
     void damagedFile();
@@ -127,17 +125,16 @@ void SessionFileTest::workspaceKeys()
 
 void SessionFileTest::counts_data()
 {
-    QTest::addColumn<QByteArray>("stored");
     QTest::addColumn<int>("count");
     for (const auto& [stored, count] : std::initializer_list<std::pair<const char*, int>>{{"0", 1},
              {"-7", 1}, {"", 1}, {"3", 3}, {"16", 16}, {"17", 16}, {"99999999999", 16},
              {"-99999999999", 1}, {"1e300", 16}, {"nan", 1}, {"three", 1}, {"@Invalid()", 1}})
-        QTest::newRow(stored) << QByteArray(stored) << count;
+        QTest::newRow(stored) << count;
 }
 
 void SessionFileTest::counts()
 {
-    QFETCH(const QByteArray, stored);
+    const QByteArray stored = QTest::currentDataTag();
     put(m_path, "[General]\nPortNumber=" + stored + "\nColumnNumber=" + stored + '\n');
     SessionContents contents;
     QVERIFY(SessionFile::read(m_path, contents, m_message));
@@ -145,37 +142,23 @@ void SessionFileTest::counts()
     QTEST(contents.columnCount, "count");
 }
 
-void SessionFileTest::quickViewDefault_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<bool>("shown");
-    QTest::newRow("one pane") << QByteArray("PortNumber=1\n") << true;
-    QTest::newRow("two panes") << QByteArray("PortNumber=2\n") << false;
-    QTest::newRow("two panes, stored") << QByteArray("PortNumber=2\nQuickView=true\n") << true;
-    QTest::newRow("empty file") << QByteArray() << true;
-}
-
 void SessionFileTest::quickViewDefault()
 {
-    QFETCH(const QByteArray, text);
-    put(m_path, text);
-    SessionContents contents;
-    QVERIFY(SessionFile::read(m_path, contents, m_message));
-    QVERIFY(m_message.isEmpty());
-    QTEST(contents.quickView, "shown");
-}
-
-void SessionFileTest::roundTrip_data()
-{
-    QTest::addColumn<int>("panes");
-    QTest::newRow("one") << 1;
-    QTest::newRow("sixteen") << 16;
+    for (const auto& [text, shown] : {std::pair("PortNumber=1\n", true), {"PortNumber=2\n", false},
+             {"PortNumber=2\nQuickView=true\n", true}, {"", true}}) {
+        m_path += u'x'; // not read before
+        put(m_path, text);
+        SessionContents contents;
+        QVERIFY(SessionFile::read(m_path, contents, m_message));
+        QVERIFY(m_message.isEmpty());
+        QCOMPARE(contents.quickView, shown);
+    }
 }
 
 void SessionFileTest::roundTrip()
 {
-    QFETCH(const int, panes);
-    RandomRecords random(static_cast<quint32>(panes));
+    constexpr int panes = 16;
+    RandomRecords random(16);
     SessionContents contents;
     contents.columnCount = 16;
     contents.quickView = random.flag();

@@ -19,65 +19,34 @@ class SettingsRecordsTest final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void timeUnits_data();
-    void timeUnits();
-    void megabytes();
-    void displayTexts();
+    void unitsOfStoredNumbers();
     void connectionModes();
     void connectionIsSanitized();
     void formatIsSanitized();
     void hostHistory();
-    void orders_data();
     void orders();
     void visibleFields();
     void displayFonts();
-    void substitutions();
     void serviceAddress_data();
     void serviceAddress();
 };
 
-void SettingsRecordsTest::timeUnits_data()
+void SettingsRecordsTest::unitsOfStoredNumbers()
 {
-    QTest::addColumn<int>("interval");
-    QTest::addColumn<int>("unit");
-    QTest::addColumn<qint64>("ms");
-    QTest::addColumn<int>("spinOf2500");
+    namespace C = SettingsCodec;
     constexpr int max = std::numeric_limits<int>::max();
-    QTest::newRow("milliseconds") << 250 << 1 << 250LL << 2500;
-    QTest::newRow("seconds") << 3 << 1000 << 3000LL << 2;
-    QTest::newRow("unit 0 is 1") << 7 << 0 << 7LL << 2500;
-    QTest::newRow("negative unit is 1") << 7 << -60 << 7LL << 2500;
-    QTest::newRow("beyond 32 bits") << max << max << qint64{max} * max << 0;
-}
-
-void SettingsRecordsTest::timeUnits()
-{
-    QFETCH(const int, interval);
-    QFETCH(const int, unit);
-    QTEST(SettingsCodec::sendIntervalToMs(interval, unit), "ms");
-    QTEST(SettingsCodec::msToSpinValue(2500, unit), "spinOf2500");
-    QCOMPARE(SettingsCodec::msToSpinValue(qint64{1} << 40, 1), std::numeric_limits<int>::max());
-}
-
-void SettingsRecordsTest::megabytes()
-{
-    QCOMPARE(SettingsCodec::rotateSizeMbToBytes(100), 104857600);
-    QCOMPARE(SettingsCodec::rotateSizeMbToBytes(2048), std::numeric_limits<qint32>::min());
-    QCOMPARE(SettingsCodec::rotateSizeBytesToMb(1048575), 0);
-    QCOMPARE(SettingsCodec::rotateSizeBytesToMb(1048576), 1);
-    QCOMPARE(SettingsCodec::rotateSizeBytesToMb(-1), 0);
-    QCOMPARE(SettingsCodec::rotateSizeBytesToMb(-1048577), -1);
-    QCOMPARE(SettingsCodec::displayBufferToStored(10), 10485760);
-    QCOMPARE(SettingsCodec::storedToDisplayBuffer(10485759), 9);
-}
-
-void SettingsRecordsTest::displayTexts()
-{
-    QFont font(u"Family %2"_s, 11);
-    font.setWeight(QFont::Bold);
-    QCOMPARE(SettingsCodec::fontToDisplayString(font), "Family %2, 11, 700"_L1);
-    QCOMPARE(SettingsCodec::colorToDisplayString(QColor(171, 205, 239)), "#ABCDEF"_L1);
-    QCOMPARE(SettingsKey::bridgeKey(3, u"Source"_s), "Bridge/3/Source"_L1);
+    QCOMPARE(C::sendIntervalToMs(3, 1000), 3000);
+    QCOMPARE(C::sendIntervalToMs(7, 0), 7);
+    QCOMPARE(C::sendIntervalToMs(7, -60), 7);
+    QCOMPARE(C::sendIntervalToMs(max, max), qint64{max} * max);
+    QCOMPARE(C::msToSpinValue(2500, 1000), 2);
+    QCOMPARE(C::msToSpinValue(2500, 0), 2500);
+    QCOMPARE(C::msToSpinValue(qint64{1} << 40, 1), max);
+    QCOMPARE(C::rotateSizeMbToBytes(2048), std::numeric_limits<qint32>::min());
+    QCOMPARE(C::rotateSizeBytesToMb(1048575), 0);
+    QCOMPARE(C::rotateSizeBytesToMb(1048576), 1);
+    QCOMPARE(C::rotateSizeBytesToMb(-1048577), -1);
+    QCOMPARE(C::storedToDisplayBuffer(C::displayBufferToStored(10) - 1), 9);
 }
 
 void SettingsRecordsTest::connectionModes()
@@ -176,47 +145,31 @@ void SettingsRecordsTest::hostHistory()
     QCOMPARE(settings.targetHosts.size(), Settings::maxTargetHosts);
 }
 
-void SettingsRecordsTest::orders_data()
-{
-    QTest::addColumn<QStringList>("saved");
-    QTest::addColumn<QStringList>("expected");
-    const QString connection = u"connection"_s;
-    const QString receive = u"receive"_s;
-    const QString send = u"send"_s;
-    QTest::newRow("nothing") << QStringList() << QStringList{connection, receive, send};
-    QTest::newRow("double and unknown")
-        << QStringList{send, send, u"lamps"_s} << QStringList{send, connection, receive};
-    QTest::newRow("other case") << QStringList{u"Send"_s, receive}
-                                << QStringList{receive, connection, send};
-    QTest::newRow("complete") << QStringList{receive, send, connection}
-                              << QStringList{receive, send, connection};
-}
-
 void SettingsRecordsTest::orders()
 {
-    QFETCH(const QStringList, saved);
-    QuickSettingsGroups groups;
-    groups.groupOrder = saved;
-    QTEST(groups.normalisedGroupOrder(), "expected");
+    const std::initializer_list<std::pair<QString, QString>> rows{
+        {u""_s, u"connection receive send"_s},
+        {u"send send lamps"_s, u"send connection receive"_s},
+        {u"Send receive"_s, u"receive connection send"_s},
+    };
+    for (const auto& [saved, expected] : rows) {
+        QuickSettingsGroups groups;
+        groups.groupOrder = saved.split(u' ');
+        QCOMPARE(groups.normalisedGroupOrder().join(u' '), expected);
+    }
 }
 
 void SettingsRecordsTest::visibleFields()
 {
     const QString send = u"send"_s;
     QuickSettingsGroups groups;
-    QCOMPARE(groups.visibleFields(u"connection"_s),
-        (QStringList{u"baudRate"_s, u"dataBits"_s, u"flowControl"_s, u"stopBits"_s, u"parity"_s,
-            u"indicatorLights"_s}));
     QVERIFY(groups.visibleFields(u"lamps"_s).isEmpty());
-
     groups.fieldOrder[send] = QuickSettingsGroups::defaultFieldOrder(send);
     groups.fieldOrder[send].removeOne(u"txLineByLine"_s);
     groups.fieldOrder[send].move(1, 0);
     groups.hiddenFields[send] = {u"txChecksum"_s, u"unknown"_s};
-    QCOMPARE(groups.visibleFields(send),
-        (QStringList{u"txLoop"_s, u"txFormat"_s, u"txAutoFeed"_s, u"txTerminalEnter"_s,
-            u"txDisplaySend"_s, u"txLocalEcho"_s, u"txLineByLine"_s}));
-
+    QCOMPARE(groups.visibleFields(send).join(u' '),
+        u"txLoop txFormat txAutoFeed txTerminalEnter txDisplaySend txLocalEcho txLineByLine"_s);
     groups.showReceiveGroup = false;
     QVERIFY(groups.isGroupShown(send));
     QVERIFY(!groups.isGroupShown(u"receive"_s));
@@ -229,31 +182,14 @@ void SettingsRecordsTest::displayFonts()
     QVERIFY(fontFamilyAvailable(family.toUpper()));
     QVERIFY(!fontFamilyAvailable(u"No Such Family"_s));
     QVERIFY(!fontFamilyAvailable(QString()));
-    for (const QString& candidate : monospaceCandidates()) {
-        if (candidate == family)
-            break;
-        QVERIFY2(!fontFamilyAvailable(candidate), qPrintable(candidate));
-    }
     const QFont font = resolveDisplayFont(u"No Such Family"_s, 0);
     QCOMPARE(font.family(), family);
     QCOMPARE(font.pointSize(), 12);
     QVERIFY(font.fixedPitch());
-    QVERIFY(!font.italic());
-    QCOMPARE(font.styleHint(), QFont::TypeWriter);
-    QCOMPARE(font.weight(), QFont::Normal);
-    QCOMPARE(resolveDisplayFont(family, 1).pointSize(), 1);
-}
-
-void SettingsRecordsTest::substitutions()
-{
     installMonospaceFontSubstitutions();
-    for (const QString& name : {u"Consolas"_s, u"Monaco"_s}) {
-        const QStringList expected =
-            fontFamilyAvailable(name) ? QStringList() : QStringList{defaultMonospaceFamily()};
-        QCOMPARE(
-            QFont::substitutes(name).join(u' ').toCaseFolded(), expected.join(u' ').toCaseFolded());
-    }
-    QVERIFY(QFont::substitutes(u"Menlo"_s).isEmpty());
+    const auto expected = fontFamilyAvailable(u"Monaco"_s) ? QStringList() : QStringList{family};
+    QCOMPARE(QFont::substitutes(u"Monaco"_s).join(u' ').toCaseFolded(),
+        expected.join(u' ').toCaseFolded());
 }
 
 void SettingsRecordsTest::serviceAddress_data()
