@@ -15,6 +15,7 @@ class ReceiveInput final
 {
 public:
     ReceiveInput() = default;
+    ~ReceiveInput() = default;
     Q_DISABLE_COPY_MOVE(ReceiveInput)
 
     // Takes over the preedit of an event; an empty one ends the composition.
