@@ -1,11 +1,9 @@
 #include "terminal/view/findbar.h"
-#include "terminal/view/receiveview.h"
+#include "viewuse.h"
 
-#include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QSignalSpy>
-#include <QTest>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -129,15 +127,7 @@ void TestFindBar::marksWhatIsVisible()
 {
     view_->setTypingEnabled(false);
     view_->appendText(u"\u2588\u2588\n"_s.repeated(3), QColor(Qt::blue));
-    const auto share = [this](QRgb color) {
-        const QImage image = view_->grab().toImage();
-        int pixels = 0;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x)
-                pixels += image.pixel(x, y) == color ? 1 : 0;
-        }
-        return pixels;
-    };
+    const auto share = [this](QRgb color) { return inkOf(*view_, color); };
     QCOMPARE(share(qRgb(0, 0, 0)), 0);
     const int blue = share(qRgb(0, 0, 255));
     QVERIFY(blue > 0);

@@ -1,16 +1,13 @@
 #include "randomtext.h"
 #include "terminal/view/findbar.h"
-#include "terminal/view/receiveview.h"
+#include "viewuse.h"
 
-#include <QAbstractScrollArea>
 #include <QAccessible>
-#include <QApplication>
 #include <QClipboard>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QTest>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
@@ -37,10 +34,7 @@ private Q_SLOTS:
     void survivesAnything();
 
 private:
-    [[nodiscard]] QAbstractScrollArea* area() const
-    {
-        return view_->findChild<QAbstractScrollArea*>();
-    }
+    [[nodiscard]] QAbstractScrollArea* area() const { return areaOf(*view_); }
     [[nodiscard]] QWidget* viewport() const { return area()->viewport(); }
     // Middle of a column's left half, in the middle of a row.
     [[nodiscard]] QPoint at(int row, double column) const
@@ -50,12 +44,7 @@ private:
         return {qRound(4 + (column + 0.25) * metrics.horizontalAdvance(u'0')),
             4 + row * height + height / 2};
     }
-    void moveTo(QPoint point) const
-    {
-        QMouseEvent move(QEvent::MouseMove, point, viewport()->mapToGlobal(point), Qt::NoButton,
-            Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(viewport(), &move);
-    }
+    void moveTo(QPoint point) const { dragTo(*view_, point); }
     void act(RandomText& random, QWidget& window, FindBar& bar) const;
 
     std::unique_ptr<QWidget> window_;
@@ -105,8 +94,7 @@ void TestReceiveUse::mouseSelects()
 void TestReceiveUse::dragScrollsOn()
 {
     view_->setLineWrap(false);
-    for (int i = 0; i < 100; ++i)
-        view_->appendText(u"line %1\n"_s.arg(i), {});
+    view_->appendText(numberedLines(0, 100), {});
     QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
     moveTo(QPoint(10, -100));
     view_->appendText(u"more\n"_s, {}); // meanwhile
@@ -136,10 +124,10 @@ void TestReceiveUse::keysGoByCharacters()
     QFETCH(const QString, selected);
     view_->appendText(u"\n"_s.repeated(100) + text, {});
     for (int i = 0; i < steps; ++i)
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left, Qt::ShiftModifier);
+        pressKey(Qt::Key_Left, Qt::ShiftModifier);
     QCOMPARE(view_->selectedText(), selected);
     for (int i = 0; i < steps; ++i)
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right, Qt::ShiftModifier);
+        pressKey(Qt::Key_Right, Qt::ShiftModifier);
     QVERIFY(!view_->hasSelection());
 }
 
@@ -158,9 +146,7 @@ void TestReceiveUse::barShowsThePlace()
 {
     QScrollBar* bar = area()->verticalScrollBar();
     view_->setLineWrap(false);
-    QString text;
-    for (int i = 0; i < 1000; ++i)
-        text += u"line %1\n"_s.arg(i);
+    const QString text = numberedLines(0, 1000);
     view_->appendText(text, {});
     QTRY_VERIFY(bar->maximum() > 900);
     QCOMPARE(bar->value(), bar->maximum());
@@ -184,15 +170,11 @@ void TestReceiveUse::barReachesEverything()
 {
     for (int i = 0; i < 40; ++i)
         view_->appendText(QString(i * 5, QChar(0x65E5)) + u'\t' + QString(i, u'x') + u'\n', {});
-    const QPointF middle(100, 100);
-    QTest::keyClick(
-        QApplication::focusWidget(), Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
+    pressKey(Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
     QCOMPARE(view_->visibleRange().first, 0);
     qint64 seen = view_->visibleRange().second;
     for (int i = 0; i < 2000 && !view_->isAtBottom(); ++i) {
-        QWheelEvent wheel(middle, view_->mapToGlobal(middle), {}, QPoint(0, -120), Qt::NoButton,
-            Qt::NoModifier, Qt::NoScrollPhase, false);
-        QApplication::sendEvent(viewport(), &wheel);
+        turnWheel(*view_, -120);
         QVERIFY(view_->visibleRange().first <= seen);
         QVERIFY(view_->visibleRange().second >= seen);
         seen = view_->visibleRange().second;
@@ -268,6 +250,7 @@ void TestReceiveUse::survivesAnything()
     QFETCH(const quint32, seed);
     RandomText random(seed);
     QString model;
+    qint64 removed = 0;
     for (int step = 0; step < 250; ++step) {
         const QString text = random.next(random.below(step % 10 == 0 ? 20'000 : 500));
         view_->appendText(
@@ -277,17 +260,26 @@ void TestReceiveUse::survivesAnything()
             const int count = random.below(static_cast<int>(model.size()) + 1);
             view_->trimFront(count);
             model.remove(0, count);
+            removed += count;
+        } else if (random.below(40) == 0) {
+            view_->clearText();
+            removed += model.size();
+            model.clear();
         }
         act(random, *window_, *bar_);
         if (random.below(3) == 0)
             QCoreApplication::processEvents();
         QCOMPARE(view_->textLength(), model.size());
+        QCOMPARE(view_->removedCharacters(), removed);
+        const int middle = random.below(static_cast<int>(model.size()) + 1);
+        QCOMPARE(view_->textAt(removed + middle, 5000), model.mid(middle, 5000));
         const auto [from, to] = view_->visibleRange();
         QVERIFY(view_->firstPosition() <= from && from <= to && to <= view_->endPosition());
         if (view_->isAtBottom())
             QCOMPARE(to, view_->endPosition());
     }
-    QCOMPARE(view_->textAt(view_->firstPosition(), model.size()), model);
+    view_->selectAll();
+    QCOMPARE(view_->selectedText(), model);
 }
 
 void TestReceiveUse::act(RandomText& random, QWidget& window, FindBar& bar) const

@@ -1,53 +1,21 @@
-#include "randomtext.h"
-#include "terminal/view/receiveview.h"
+#include "viewuse.h"
 
-#include <QAbstractScrollArea>
 #include <QAction>
-#include <QApplication>
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QInputMethodEvent>
 #include <QMenu>
-#include <QPainter>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QTest>
 #include <QVBoxLayout>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString numberedLines(int from, int count)
-{
-    QString text;
-    for (int i = from; i < from + count; ++i)
-        text += u"line %1\n"_s.arg(i);
-    return text;
-}
-
-QAbstractScrollArea* areaOf(ReceiveView& view)
-{
-    return view.findChild<QAbstractScrollArea*>();
-}
-
 QString topLine(const ReceiveView& view)
 {
     return view.textAt(view.visibleRange().first, 40).section(u'\n', 0, 0);
-}
-
-// Selects by dragging over whole rows, as a person does.
-void dragRows(ReceiveView& view, int fromRow, int toRow)
-{
-    QWidget* viewport = areaOf(view)->viewport();
-    const int height = QFontMetrics(view.displayFont()).lineSpacing();
-    const QPoint from(6, fromRow * height + height / 2 + 4);
-    const QPoint to(6, toRow * height + height / 2 + 4);
-    QTest::mousePress(viewport, Qt::LeftButton, {}, from);
-    QMouseEvent move(QEvent::MouseMove, to, viewport->mapToGlobal(to), Qt::NoButton, Qt::LeftButton,
-        Qt::NoModifier);
-    QApplication::sendEvent(viewport, &move);
-    QTest::mouseRelease(viewport, Qt::LeftButton, {}, to);
 }
 
 } // namespace
@@ -59,8 +27,6 @@ class TestReceiveView final : public QObject
 private Q_SLOTS:
     void init();
     void cleanup() { view_.reset(); }
-    void matchesModel_data();
-    void matchesModel();
     void followsOnlyAtTheBottom_data();
     void followsOnlyAtTheBottom();
     void staysAtTheBottom();
@@ -93,55 +59,6 @@ void TestReceiveView::init()
     QVERIFY(QTest::qWaitForWindowExposed(view_.get()));
     QApplication::setActiveWindow(view_.get());
     view_->setFocus();
-}
-
-void TestReceiveView::matchesModel_data()
-{
-    QTest::addColumn<quint32>("seed");
-    QTest::addColumn<bool>("wrap");
-    QTest::addColumn<bool>("visible");
-    QTest::newRow("wrapped") << 1U << true << true;
-    QTest::newRow("not wrapped") << 2U << false << true;
-    QTest::newRow("hidden") << 3U << true << false;
-}
-
-void TestReceiveView::matchesModel()
-{
-    QFETCH(const quint32, seed);
-    QFETCH(const bool, wrap);
-    QFETCH(const bool, visible);
-    view_->setLineWrap(wrap);
-    view_->setVisible(visible);
-    RandomText random(seed);
-    QString model;
-    qint64 removed = 0;
-    const std::array<std::optional<QColor>, 3> colors{std::nullopt, Qt::blue, Qt::white};
-    for (int step = 0; step < 300; ++step) {
-        const int action = random.below(20);
-        if (action == 0) {
-            removed += model.size();
-            model.clear();
-            view_->clearText();
-        } else if (action < 6) {
-            const auto count = std::min<qsizetype>(random.below(6000), model.size() + 10);
-            view_->trimFront(count);
-            removed += std::min(count, model.size());
-            model.remove(0, count);
-        } else {
-            const QString text = random.next(random.below(action == 6 ? 9000 : 300));
-            view_->appendText(text, colors.at(static_cast<std::size_t>(random.below(3))));
-            model += text;
-        }
-        QCOMPARE(view_->textLength(), model.size());
-        QCOMPARE(view_->removedCharacters(), removed);
-        QVERIFY(view_->isAtBottom());
-        const int from = random.below(static_cast<int>(model.size()) + 1);
-        const int count = random.below(5000);
-        QCOMPARE(view_->textAt(removed + from, count), model.mid(from, count));
-    }
-    QCOMPARE(view_->textAt(removed, model.size()), model);
-    view_->selectAll();
-    QCOMPARE(view_->selectedText(), model);
 }
 
 void TestReceiveView::followsOnlyAtTheBottom_data()
@@ -216,7 +133,11 @@ void TestReceiveView::keepsReadersLineThroughTrim()
 void TestReceiveView::selectionSurvives()
 {
     view_->appendText(numberedLines(0, 5), {});
-    dragRows(*view_, 1, 3);
+    const int row = QFontMetrics(view_->displayFont()).lineSpacing();
+    const QPoint to(6, 4 + row * 7 / 2);
+    QTest::mousePress(areaOf(*view_)->viewport(), Qt::LeftButton, {}, QPoint(6, 4 + row * 3 / 2));
+    dragTo(*view_, to);
+    QTest::mouseRelease(areaOf(*view_)->viewport(), Qt::LeftButton, {}, to);
     const QString selected = view_->selectedText();
     QVERIFY2(selected.contains("ine 1\n"_L1), qPrintable(selected));
     view_->appendText(numberedLines(5, 100), QColor(Qt::red));
@@ -267,16 +188,7 @@ void TestReceiveView::removingHalfIsQuick()
 
 void TestReceiveView::unreadableColorFollowsPalette()
 {
-    const auto inkOf = [this] {
-        view_->repaint();
-        const QImage image = view_->grab().toImage();
-        QSet<QRgb> inks;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width() / 2; ++x)
-                inks.insert(image.pixel(x, y));
-        }
-        return inks;
-    };
+    const auto seen = [this](QRgb color) { return inkOf(*view_, color) > 0; };
     const auto use = [this](QColor base, QColor text) {
         QPalette palette;
         palette.setColor(QPalette::Base, base);
@@ -287,37 +199,35 @@ void TestReceiveView::unreadableColorFollowsPalette()
     view_->setTypingEnabled(false);
     use(Qt::white, QColor(0x202020));
     view_->appendText(block + u'\n', QColor(Qt::black));
-    QVERIFY(inkOf().contains(qRgb(0, 0, 0)));
+    QVERIFY(seen(qRgb(0, 0, 0)));
     use(Qt::black, QColor(0xd0d0d0));
-    QTRY_VERIFY(inkOf().contains(qRgb(0xd0, 0xd0, 0xd0)));
+    QTRY_VERIFY(seen(qRgb(0xd0, 0xd0, 0xd0)));
     view_->appendText(block + u'\n', QColor(Qt::green));
-    QVERIFY(inkOf().contains(qRgb(0, 255, 0)));
+    QVERIFY(seen(qRgb(0, 255, 0)));
     use(Qt::white, QColor(0x202020));
-    QTRY_VERIFY(!inkOf().contains(qRgb(0, 255, 0)));
-    QVERIFY(inkOf().contains(qRgb(0, 0, 0)));
-    QVERIFY(inkOf().contains(qRgb(0x20, 0x20, 0x20)));
+    QTRY_VERIFY(!seen(qRgb(0, 255, 0)));
+    QVERIFY(seen(qRgb(0, 0, 0)));
+    QVERIFY(seen(qRgb(0x20, 0x20, 0x20)));
 }
 
 void TestReceiveView::keysAreTyped_data()
 {
-    QTest::addColumn<int>("key");
-    QTest::addColumn<int>("modifiers");
+    QTest::addColumn<QKeyCombination>("key");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("letter") << int(Qt::Key_A) << 0 << "text:a";
-    QTest::newRow("Enter") << int(Qt::Key_Return) << 0 << "enter";
-    QTest::newRow("Tab") << int(Qt::Key_Tab) << 0 << "09";
-    QTest::newRow("Up") << int(Qt::Key_Up) << 0 << "1b5b41";
-    QTest::newRow("Page Up") << int(Qt::Key_PageUp) << 0 << "1b5b357e";
-    QTest::newRow("Escape") << int(Qt::Key_Escape) << 0 << "1b";
-    QTest::newRow("Ctrl+A") << int(Qt::Key_A) << int(Qt::ControlModifier) << "01";
-    QTest::newRow("Ctrl+X") << int(Qt::Key_X) << int(Qt::ControlModifier) << "18";
-    QTest::newRow("F9") << int(Qt::Key_F9) << 0 << "1b5b32307e";
+    QTest::newRow("letter") << QKeyCombination(Qt::Key_A) << "text:a";
+    QTest::newRow("Enter") << QKeyCombination(Qt::Key_Return) << "enter";
+    QTest::newRow("Tab") << QKeyCombination(Qt::Key_Tab) << "09";
+    QTest::newRow("Up") << QKeyCombination(Qt::Key_Up) << "1b5b41";
+    QTest::newRow("F9") << QKeyCombination(Qt::Key_F9) << "1b5b32307e";
+    QTest::newRow("Page Up") << QKeyCombination(Qt::Key_PageUp) << "1b5b357e";
+    QTest::newRow("Escape") << QKeyCombination(Qt::Key_Escape) << "1b";
+    QTest::newRow("Ctrl+A") << (Qt::CTRL | Qt::Key_A) << "01";
+    QTest::newRow("Ctrl+X") << (Qt::CTRL | Qt::Key_X) << "18";
 }
 
 void TestReceiveView::keysAreTyped()
 {
-    QFETCH(const int, key);
-    QFETCH(const int, modifiers);
+    QFETCH(const QKeyCombination, key);
     QFETCH(const QString, expected);
     QStringList typed;
     connect(view_.get(), &ReceiveView::textTyped, this,
@@ -326,8 +236,8 @@ void TestReceiveView::keysAreTyped()
     connect(view_.get(), &ReceiveView::controlTyped, this,
         [&typed](const QByteArray& bytes) { typed += QString::fromLatin1(bytes.toHex()); });
     view_->appendText(numberedLines(0, 100), {});
-    const auto press = [key, modifiers](QWidget* target) {
-        QTest::keyClick(target, static_cast<Qt::Key>(key), Qt::KeyboardModifiers(modifiers));
+    const auto press = [key](QWidget* target) {
+        QTest::keyClick(target, key.key(), key.keyboardModifiers());
     };
     press(QApplication::focusWidget());
     QCOMPARE(typed, QStringList(expected));
@@ -349,12 +259,12 @@ void TestReceiveView::windowShortcutsWin()
         QKeySequence(Qt::Key_X), QKeySequence(Qt::Key_Escape)});
     view_->addAction(&action);
     QSignalSpy triggered(&action, &QAction::triggered);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_F, Qt::ControlModifier);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_F5);
+    pressKey(Qt::Key_F, Qt::ControlModifier);
+    pressKey(Qt::Key_F5);
     QCOMPARE(triggered.size(), 2);
     QCOMPARE(typed.size(), 0);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_X);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    pressKey(Qt::Key_X);
+    pressKey(Qt::Key_Escape);
     QCOMPARE(triggered.size(), 2);
     QCOMPARE(text.size(), 1);
     QCOMPARE(typed.size(), 1);
@@ -365,17 +275,15 @@ void TestReceiveView::copyOrInterrupt()
     QSignalSpy typed(view_.get(), &ReceiveView::controlTyped);
     view_->appendText(u"some text"_s, {});
     view_->selectAll();
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_C, Qt::ControlModifier);
+    pressKey(Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(QApplication::clipboard()->text(), u"some text"_s);
     QCOMPARE(typed.size(), 0);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_C, Qt::ControlModifier);
+    pressKey(Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(typed.value(0).value(0).toByteArray(), "\x03"_ba);
-    QTest::keyClick(
-        QApplication::focusWidget(), Qt::Key_A, Qt::ControlModifier | Qt::ShiftModifier);
+    pressKey(Qt::Key_A, Qt::ControlModifier | Qt::ShiftModifier);
     QVERIFY(view_->hasSelection());
     QApplication::clipboard()->clear();
-    QTest::keyClick(
-        QApplication::focusWidget(), Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    pressKey(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
     QCOMPARE(QApplication::clipboard()->text(), u"some text"_s);
     QVERIFY(view_->hasSelection());
 }
@@ -384,8 +292,8 @@ void TestReceiveView::pasteNormalisesLineEnds()
 {
     QSignalSpy typed(view_.get(), &ReceiveView::textTyped);
     QApplication::clipboard()->setText(u"a\r\nb\rc\nd"_s);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_V, Qt::ControlModifier);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Insert, Qt::ShiftModifier);
+    pressKey(Qt::Key_V, Qt::ControlModifier);
+    pressKey(Qt::Key_Insert, Qt::ShiftModifier);
     QCOMPARE(typed.size(), 2);
     QCOMPARE(typed.at(0).at(0).toString(), u"a\nb\nc\nd"_s);
     view_->setTypingEnabled(false);
@@ -421,7 +329,7 @@ void TestReceiveView::keyboardIsNotTrapped()
     QApplication::setActiveWindow(&window);
     const auto press = [&window, view](Qt::Key key, Qt::KeyboardModifiers modifiers) {
         view->setFocus();
-        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+        pressKey(key, modifiers);
         return window.focusWidget();
     };
     QVERIFY(view->isAncestorOf(press(Qt::Key_Tab, {})));
@@ -434,14 +342,13 @@ void TestReceiveView::keyboardIsNotTrapped()
 void TestReceiveView::shiftKeysSelectAndScroll()
 {
     view_->appendText(numberedLines(0, 100), {});
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up, Qt::ShiftModifier);
+    pressKey(Qt::Key_Up, Qt::ShiftModifier);
     QCOMPARE(view_->selectedText(), u"line 99\n"_s);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_PageUp, Qt::ShiftModifier);
+    pressKey(Qt::Key_PageUp, Qt::ShiftModifier);
     QVERIFY(!view_->isAtBottom());
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_PageDown, Qt::ShiftModifier);
+    pressKey(Qt::Key_PageDown, Qt::ShiftModifier);
     QVERIFY(view_->isAtBottom());
-    QTest::keyClick(
-        QApplication::focusWidget(), Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
+    pressKey(Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
     QCOMPARE(view_->visibleRange().first, 0);
 }
 
@@ -449,10 +356,7 @@ void TestReceiveView::zoomStaysInRange()
 {
     QSignalSpy zoomed(view_.get(), &ReceiveView::displayFontZoomed);
     const int size = view_->displayFont().pointSize();
-    const QPointF middle(100, 50);
-    QWheelEvent wheel(middle, view_->mapToGlobal(middle), {}, QPoint(0, 240), Qt::NoButton,
-        Qt::ControlModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(areaOf(*view_)->viewport(), &wheel);
+    turnWheel(*view_, 240, Qt::ControlModifier);
     QCOMPARE(view_->displayFont().pointSize(), size + 2);
     view_->zoomBy(-1000);
     QCOMPARE(view_->displayFont().pointSize(), ReceiveView::smallestPointSize);

@@ -160,19 +160,16 @@ void TestTextFind::countIsBounded()
 
 void TestTextFind::badExpressions_data()
 {
-    QTest::addColumn<QString>("expression");
     QTest::addColumn<bool>("error");
-    QTest::newRow("unclosed") << u"(a"_s << true;
-    QTest::newRow("backtracks without end") << u"(a+)+$"_s << true;
-    QTest::newRow("ambiguous alternatives") << u"(a|aa)+[bc]"_s << true;
-    QTest::newRow("slow at every place") << u"(a|aa){1,14}[bc]"_s << true;
-    QTest::newRow("empty everywhere") << u"x*"_s << false;
-    QTest::newRow("look-around only") << u"(?=a)"_s << false;
+    for (const char* endless : {"(a", "(a+)+$", "(a|aa)+[bc]", "(a|aa){1,14}[bc]"})
+        QTest::newRow(endless) << true;
+    for (const char* empty : {"x*", "(?=a)"})
+        QTest::newRow(empty) << false;
 }
 
 void TestTextFind::badExpressions()
 {
-    QFETCH(const QString, expression);
+    const QString expression = QString::fromLatin1(QTest::currentDataTag());
     QFETCH(const bool, error);
     StringSource source;
     source.append(QString(5000, u'a') + u"!\n"_s);
