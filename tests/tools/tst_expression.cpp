@@ -95,26 +95,23 @@ void TestExpression::integers()
 
 void TestExpression::reals_data()
 {
-    QTest::addColumn<QString>("text");
     QTest::addColumn<double>("expected");
-
-    QTest::newRow("point") << u"1. / 4"_s << 0.25;
-    QTest::newRow("mixed") << u"1 / 4.0"_s << 0.25;
-    QTest::newRow("exponent") << u"2.5e-3 * 1E3"_s << 2.5;
-    QTest::newRow("leading point") << u".5 + .25"_s << 0.75;
-    QTest::newRow("power") << u"2.0 ** -1"_s << 0.5;
-    QTest::newRow("functions") << u"sqrt(16) + cos(0) + ln(e) + log2(8)"_s << 9.0;
-    QTest::newRow("pi") << u"sin(pi / 2)"_s << 1.0;
-    QTest::newRow("remainder") << u"7.5 % 2"_s << 1.5;
-    QTest::newRow("float bits") << u"float(0x40490FDB)"_s << double(3.14159274F);
-    QTest::newRow("double bits") << u"double(0x400921FB54442D18)"_s << M_PI;
-    QTest::newRow("signed operand") << u"-1 * 0.5"_s << -0.5;
+    QTest::newRow("1. / 4") << 0.25;
+    QTest::newRow("1 / 4.0") << 0.25;
+    QTest::newRow("2.5e-3 * 1E3") << 2.5;
+    QTest::newRow(".5 + .25") << 0.75;
+    QTest::newRow("2.0 ** -1") << 0.5;
+    QTest::newRow("sqrt(16) + cos(0) + ln(e) + log2(8) + sin(pi / 2)") << 10.0;
+    QTest::newRow("7.5 % 2") << 1.5;
+    QTest::newRow("float(0x40490FDB)") << double(3.14159274F);
+    QTest::newRow("double(0x400921FB54442D18)") << M_PI;
+    QTest::newRow("-1 * 0.5") << -0.5;
 }
 
 void TestExpression::reals()
 {
-    QFETCH(QString, text);
     QFETCH(double, expected);
+    const QString text = QString::fromLatin1(QTest::currentDataTag());
     const Expression::Result result = Expression::evaluate(text, s64);
     QVERIFY2(result.ok, qPrintable(result.error));
     QVERIFY(result.value.isReal);
@@ -123,18 +120,16 @@ void TestExpression::reals()
 
 void TestExpression::refuses_data()
 {
-    QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("error");
     QTest::addColumn<qsizetype>("position");
 
     const auto row = [](const char* text, const char* error, qsizetype position) {
-        QTest::newRow(text) << QString::fromLatin1(text) << QString::fromLatin1(error) << position;
+        QTest::newRow(text) << QString::fromLatin1(error) << position;
     };
     row("", "The expression is not complete.", 0);
     row("1 +", "The expression is not complete.", 3);
     row("(1", "The expression is not complete.", 2);
     row("1 2", "\"2\" is not expected here.", 2);
-    row("1 + )", "\")\" is not expected here.", 4);
     row("1 $ 2", "\"$\" is not understood.", 2);
     row("1 < 2", "\"<\" is not understood.", 2);
     row("0xZZ", "\"0xZZ\" is not a number.", 0);
@@ -159,9 +154,9 @@ void TestExpression::refuses_data()
 
 void TestExpression::refuses()
 {
-    QFETCH(QString, text);
     QFETCH(QString, error);
     QFETCH(qsizetype, position);
+    const QString text = QString::fromLatin1(QTest::currentDataTag());
     const Expression::Result result = Expression::evaluate(text, s64);
     QVERIFY(!result.ok);
     QCOMPARE(result.error, error);
