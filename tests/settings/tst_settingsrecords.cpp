@@ -4,7 +4,6 @@
 #include "app/settings/quicksettingsgroups.h"
 #include "app/settings/settings.h"
 #include "app/settings/settingscodec.h"
-#include "app/settings/settingskey.h"
 
 #include <QSettings>
 #include <QTemporaryDir>
