@@ -55,7 +55,7 @@ struct Result
     qint64 startMs;
     double cpuPercent;
     qint64 stallMs;
-    double stallCpuMs; // of a stall: without what other programs took meanwhile
+    double stallCpuMs; // of a stall: of the thread of the event loop alone
     qint64 fed;
     qint64 received;
 };
@@ -113,10 +113,10 @@ private:
     QStringList m_names;
 };
 
-double cpuMs()
+double cpuMs(int whose)
 {
     rusage usage{};
-    ::getrusage(RUSAGE_SELF, &usage);
+    ::getrusage(whose, &usage);
     const auto ms = [](const timeval& t) {
         return double(t.tv_sec) * 1e3 + double(t.tv_usec) / 1e3;
     };
@@ -136,12 +136,12 @@ void measureStall(int forMs, Result& result)
     QElapsedTimer clock;
     clock.start();
     qint64 last = 0;
-    double lastCpu = cpuMs();
+    double lastCpu = cpuMs(RUSAGE_THREAD);
     QTimer beat;
     beat.setTimerType(Qt::PreciseTimer);
     QObject::connect(&beat, &QTimer::timeout, &beat, [&] {
         const qint64 now = clock.elapsed();
-        const double cpu = cpuMs();
+        const double cpu = cpuMs(RUSAGE_THREAD);
         result.stallMs = std::max(result.stallMs, now - last);
         result.stallCpuMs = std::max(result.stallCpuMs, cpu - lastCpu);
         last = now;
@@ -212,9 +212,9 @@ Result measure(const Case& scenario, const Feeder& feeder, int argc, char** argv
         if (::write(goPipe[1], "g", 1) != 1)
             std::abort();
         turnLoopFor(settleMs);
-        const double before = cpuMs();
+        const double before = cpuMs(RUSAGE_SELF);
         turnLoopFor(measureMs);
-        result.cpuPercent = (cpuMs() - before) * 100 / measureMs;
+        result.cpuPercent = (cpuMs(RUSAGE_SELF) - before) * 100 / measureMs;
         measureStall(measureMs, result);
         if (::read(fedPipe[0], &result.fed, sizeof result.fed) != sizeof result.fed)
             std::abort();

@@ -18,7 +18,6 @@ namespace {
 
 constexpr int margin = VisibleRows::margin;
 constexpr int inputMarkWidth = 2;
-constexpr qint64 longestIntervalMs = 200;
 constexpr int anglePerStep = 120; // QWheelEvent: eighths of a degree of one notch
 constexpr int smallestColumns = 20;
 constexpr int smallestRows = 4;
@@ -38,6 +37,7 @@ ReceiveArea::ReceiveArea(
     , mouse_(new ReceiveMouse(*this))
     , input_(std::make_unique<ReceiveInput>())
 {
+    frame_.id = this;
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setBackgroundRole(QPalette::Base);
@@ -81,14 +81,13 @@ void ReceiveArea::scheduleFrame()
 {
     if (refreshTimer_.isActive())
         return;
-    const qint64 interval = std::clamp<qint64>(2 * frameTookMs_, frameMs, longestIntervalMs);
-    const qint64 since = sinceRefresh_.isValid() ? sinceRefresh_.elapsed() : interval;
-    refreshTimer_.start(static_cast<int>(std::clamp<qint64>(interval - since, 0, interval)));
+    frame_.typedIn = hasFocus();
+    refreshTimer_.start(FrameBudget::msUntilFrame(frame_));
 }
 
 void ReceiveArea::refresh()
 {
-    sinceRefresh_.start();
+    frame_.lastUs = FrameBudget::nowUs();
     ReceiveAccessible::tellAppended(*this, std::exchange(told_, store_.endPosition()));
     if (!isVisible())
         return;
@@ -99,7 +98,7 @@ void ReceiveArea::refresh()
         toldRange_ = range;
         Q_EMIT visibleRangeChanged();
     }
-    layoutMs_ = sinceRefresh_.elapsed();
+    layoutUs_ = FrameBudget::nowUs() - frame_.lastUs;
 }
 
 const VisibleRows& ReceiveArea::sight()
@@ -389,8 +388,7 @@ void ReceiveArea::updateStyle()
 
 void ReceiveArea::paintEvent(QPaintEvent* /*event*/)
 {
-    QElapsedTimer clock;
-    clock.start();
+    const qint64 startedUs = FrameBudget::nowUs();
     QPainter painter(viewport());
     const QRect area = viewport()->rect();
     painter.setClipRect(area.adjusted(0, margin, 0, 0));
@@ -404,7 +402,7 @@ void ReceiveArea::paintEvent(QPaintEvent* /*event*/)
         input_->draw(painter, inputMarkArea(), area, font(), palette());
     else if (hasFocus() && inputMark_)
         painter.fillRect(caretArea(store_.endPosition()), palette().color(QPalette::Highlight));
-    frameTookMs_ = layoutMs_ + clock.elapsed();
+    frame_.tookUs = layoutUs_ + FrameBudget::nowUs() - startedUs;
 }
 
 void ReceiveArea::resizeEvent(QResizeEvent* event)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "terminal/view/caretsteps.h"
+#include "terminal/view/framebudget.h"
 #include "terminal/view/readingplace.h"
 #include "terminal/view/receivepainter.h"
 #include "terminal/view/rowindex.h"
@@ -8,7 +9,6 @@
 #include "terminal/view/visiblerows.h"
 
 #include <QAbstractScrollArea>
-#include <QElapsedTimer>
 #include <QTimer>
 #include <functional>
 #include <memory>
@@ -20,7 +20,8 @@ class ReceiveMouse;
 // the text. For ReceiveView only.
 //
 // Told of new text it notes that what it shows is stale; rows, scroll bars and picture are made
-// anew once, at the next frame, however much arrives until then. Only the rows in sight are laid
+// anew once, at the next frame, however much arrives until then; when that is, framebudget.h
+// decides for all views together. Only the rows in sight are laid
 // out. The vertical scroll bar counts rows as rowindex.h does; steps and pages are exact rows.
 class ReceiveArea final : public QAbstractScrollArea
 {
@@ -28,10 +29,6 @@ class ReceiveArea final : public QAbstractScrollArea
     Q_DISABLE_COPY_MOVE(ReceiveArea)
 
 public:
-    // The screen is drawn at most this often while text arrives, and less often when drawing it
-    // takes more than half of that.
-    static constexpr int frameMs = 16;
-
     // `copySelection` gives the text of a selection that leaves the view with the mouse.
     ReceiveArea(
         const TextStore& store, std::function<QString()> copySelection, QWidget* parent = nullptr);
@@ -132,10 +129,9 @@ private:
     VisibleRows sight_;
     bool stale_ = true; // sight_ is to be made anew
     QTimer refreshTimer_;
-    QElapsedTimer sinceRefresh_;
-    qint64 layoutMs_ = 0;    // what the last frame took before
-    qint64 frameTookMs_ = 0; // and after it was painted
-    qint64 told_ = 0;        // text up to here has been told to screen readers
+    FrameBudget::View frame_;
+    qint64 layoutUs_ = 0; // what the last frame took before it was painted
+    qint64 told_ = 0;     // text up to here has been told to screen readers
     std::pair<qint64, qint64> toldRange_{-1, -1};
     std::pair<qint64, qint64> toldSelection_;
     double widest_ = 0; // row seen since lines are not wrapped

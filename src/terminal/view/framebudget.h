@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QtGlobal>
+
+// Shares the time for drawing among all receive views of the process, so that many ports that
+// talk at once leave the processor to the bytes and the event loop to the person.
+//
+// A view that has something new books its next frame; it may book one at a time. Frames of views
+// that are busy together are booked one after the other, each with a distance that keeps drawing
+// at `sharedPart` of the time. A view that is busy alone, and the one in which the person types,
+// do not wait for others. Times are microseconds of any one steady clock.
+class FrameBudget final
+{
+public:
+    static constexpr qint64 frameUs = 16'000;        // no view draws more often
+    static constexpr qint64 typedFrameUs = 32'000;   // the same while others are busy, too
+    static constexpr qint64 longestWaitUs = 400'000; // no view waits longer
+    static constexpr int alonePart = 2;              // one of so many parts of the time
+    static constexpr int sharedPart = 5;
+
+    struct View
+    {
+        const void* id = nullptr;
+        qint64 lastUs = 0; // when its last frame began
+        qint64 tookUs = 0; // what that one took
+        bool typedIn = false;
+    };
+
+    // When the view may draw, now or later.
+    qint64 book(const View& view, qint64 nowUs);
+
+    // Books with the budget that all views share; the clock of both is nowUs().
+    static int msUntilFrame(const View& view);
+    static qint64 nowUs();
+
+private:
+    qint64 freeUs_ = 0; // everything until then is booked
+    const void* lastId_ = nullptr;
+};
