@@ -20,8 +20,9 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("mostBusyPerMille");
         QTest::newRow("one quick view") << 1 << qint64(2'000) << qint64(120) << qint64(126);
         QTest::newRow("one slow view") << 1 << qint64(20'000) << qint64(490) << qint64(510);
-        QTest::newRow("sixteen quick views") << 16 << qint64(1'500) << qint64(180) << qint64(205);
-        QTest::newRow("sixteen slow views") << 16 << qint64(4'000) << qint64(150) << qint64(205);
+        QTest::newRow("sixteen quick views") << 16 << qint64(1'500) << qint64(70) << qint64(86);
+        QTest::newRow("sixteen views too slow for their share")
+            << 16 << qint64(4'000) << qint64(140) << qint64(180);
     }
     void sharesTheTime()
     {

@@ -8,7 +8,9 @@
 // A view that has something new books its next frame; it may book one at a time. Frames of views
 // that are busy together are booked one after the other, each with a distance that keeps drawing
 // at `sharedPart` of the time. A view that is busy alone, and the one in which the person types,
-// do not wait for others. Times are microseconds of any one steady clock.
+// do not wait for others. A view knows only what its own rows take; its scroll bar and the window
+// around it take more than that again, which the shared part allows for. Times are microseconds of
+// any one steady clock.
 class FrameBudget final
 {
 public:
@@ -16,7 +18,7 @@ public:
     static constexpr qint64 typedFrameUs = 32'000;   // the same while others are busy, too
     static constexpr qint64 longestWaitUs = 400'000; // no view waits longer
     static constexpr int alonePart = 2;              // one of so many parts of the time
-    static constexpr int sharedPart = 5;
+    static constexpr int sharedPart = 12;
 
     struct View
     {
