@@ -1,6 +1,7 @@
 #include "app/interfacelanguage.h"
 
 #include <QDebug>
+#include <QLibraryInfo>
 #include <QLocale>
 #include <QSettings>
 #include <QTranslator>
@@ -13,6 +14,12 @@ namespace {
 
 constexpr auto languageKey = "ValueL"_L1;
 
+bool storeWantsChinese(const QSettings& store)
+{
+    const int choice = store.value(languageKey, static_cast<int>(Choice::System)).toInt();
+    return wantsChinese(choice, QLocale::system().name());
+}
+
 } // namespace
 
 bool wantsChinese(int choice, const QString& systemLocale)
@@ -23,9 +30,15 @@ bool wantsChinese(int choice, const QString& systemLocale)
 
 void load(QTranslator& translator, const QSettings& store)
 {
-    const int choice = store.value(languageKey, static_cast<int>(Choice::System)).toInt();
-    if (wantsChinese(choice, QLocale::system().name()) && !translator.load(u":/i18n/zh_CN"_s))
+    if (storeWantsChinese(store) && !translator.load(u":/i18n/zh_CN"_s))
         qWarning("load language zh_CN failed!");
+}
+
+void loadLibraryTexts(QTranslator& translator, const QSettings& store)
+{
+    const QString folder = QLibraryInfo::path(QLibraryInfo::TranslationsPath);
+    if (storeWantsChinese(store) && !translator.load(u"qtbase_zh_CN"_s, folder))
+        qDebug() << "no Chinese texts of the library in" << folder;
 }
 
 Choice stored(const QSettings& store)

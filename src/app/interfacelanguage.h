@@ -15,6 +15,9 @@ enum class Choice : int { System = 0, Chinese = 1, English = 2 };
 [[nodiscard]] bool wantsChinese(int choice, const QString& systemLocale);
 // Loads the catalogue that the store asks for; English leaves the translator empty.
 void load(QTranslator& translator, const QSettings& store);
+// The same for the texts of the library: OK, Cancel, the file dialog. A system without its
+// catalogue shows them in English.
+void loadLibraryTexts(QTranslator& translator, const QSettings& store);
 // What the store asks for; numbers without a meaning are English.
 [[nodiscard]] Choice stored(const QSettings& store);
 void choose(QSettings& store, Choice choice);

@@ -64,8 +64,8 @@ void assign(const QList<Widget*>& widgets, QSet<QChar>& taken)
 void assignMnemonics(QWidget& root, QLatin1StringView taken)
 {
     QSet<QChar> letters;
-    for (const QChar c : QString(taken))
-        letters.insert(c);
+    for (const char letter : taken)
+        letters.insert(QLatin1Char(letter));
     QList<QLabel*> labels = root.findChildren<QLabel*>();
     labels.removeIf([](const QLabel* label) { return label->buddy() == nullptr; });
     const QList<QAbstractButton*> buttons = root.findChildren<QAbstractButton*>();

@@ -94,6 +94,10 @@ int qMain(int argc, char** argv)
     installMonospaceFontSubstitutions();
     logArguments(argc, argv);
     QSettings store(Config::organizationName(), Config::applicationName());
+    // Asked in the opposite order, so the program's own texts come first.
+    QTranslator libraryTranslator;
+    InterfaceLanguage::loadLibraryTexts(libraryTranslator, store);
+    QCoreApplication::installTranslator(&libraryTranslator);
     QTranslator translator;
     InterfaceLanguage::load(translator, store);
     QCoreApplication::installTranslator(&translator);

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QColor green(Qt::green);
+constexpr QColor green(0, 255, 0);
 constexpr QColor amber(240, 160, 32);
 constexpr QColor grey(144, 144, 144);
 

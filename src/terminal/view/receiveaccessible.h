@@ -28,6 +28,7 @@ public:
     void setSelection(int index, int start, int end) override;
     [[nodiscard]] int cursorPosition() const override;
     void setCursorPosition(int position) override;
+    using QAccessibleWidget::text;
     [[nodiscard]] QString text(int start, int end) const override;
     [[nodiscard]] QString textBeforeOffset(
         int offset, QAccessible::TextBoundaryType boundary, int* start, int* end) const override;
