@@ -340,6 +340,10 @@ Functions: %1</source>
         <source>TCP server %1</source>
         <translation>TCP 服务器 %1</translation>
     </message>
+    <message>
+        <source>RFC 2217 %1</source>
+        <translation>RFC 2217 %1</translation>
+    </message>
 </context>
 <context>
     <name>ConnectionSupervisor</name>

@@ -49,8 +49,9 @@ QString connectionSummary(const Settings& settings)
     case connectionMode::SerialPort:
         return serialSummary(sane);
     case connectionMode::TcpClient:
-    case connectionMode::RemoteSerialRfc2217:
         return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "TCP %1")).arg(target);
+    case connectionMode::RemoteSerialRfc2217:
+        return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "RFC 2217 %1")).arg(target);
     case connectionMode::UdpServer:
         return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "UDP local %1"))
             .arg(sane.udpServerPort);

@@ -5,21 +5,31 @@
 #include <algorithm>
 #include <utility>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
-// One line, whatever is in it: control characters as their symbols (U+2400 and following).
+// One line, whatever is in it: control characters as C writes them. Their symbols (U+2400 and
+// following) are missing from many fonts of the desktop.
 QString previewText(const QByteArray& bytes)
 {
-    QString text = QString::fromUtf8(bytes);
-    for (QChar& c : text) {
-        if (c.unicode() < 0x20)
-            c = QChar(0x2400 + c.unicode());
-        else if (c.unicode() == 0x7F)
-            c = QChar(0x2421);
+    const QString text = QString::fromUtf8(bytes);
+    QString shown;
+    for (const QChar c : text) {
+        if (c == u'\\')
+            shown += "\\\\"_L1;
+        else if (c == u'\n')
+            shown += "\\n"_L1;
+        else if (c == u'\r')
+            shown += "\\r"_L1;
+        else if (c == u'\t')
+            shown += "\\t"_L1;
         else if (c.category() == QChar::Other_Control)
-            c = QChar::ReplacementCharacter;
+            shown += u"\\x%1"_s.arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            shown += c;
     }
-    return text;
+    return shown;
 }
 
 // Numbers end at one edge; the time between numbers and text keeps away from both.
