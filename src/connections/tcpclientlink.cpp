@@ -1,5 +1,6 @@
 #include "connections/tcpclientlink.h"
 
+#include <QNetworkProxy>
 #include <QScopedValueRollback>
 #include <QTcpSocket>
 #include <utility>
@@ -31,6 +32,8 @@ void TcpClientLink::connectTo(const QString& host, quint16 port)
     if (m_socket)
         return;
     m_socket = new QTcpSocket(this);
+    // A device is where its address says; asking the system for its proxies may also take seconds.
+    m_socket->setProxy(QNetworkProxy::NoProxy);
     m_pendingFullReported = false;
     wire(m_socket);
     tune(m_socket);

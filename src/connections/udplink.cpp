@@ -2,6 +2,7 @@
 
 #include "connections/hostresolver.h"
 
+#include <QNetworkProxy>
 #include <QUdpSocket>
 #include <QtDebug>
 #include <utility>
@@ -31,6 +32,7 @@ void UdpLink::bind(quint16 port)
         clearPeers();
 
     m_socket = new QUdpSocket(this);
+    m_socket->setProxy(QNetworkProxy::NoProxy);
     connect(m_socket, &QUdpSocket::readyRead, this, &UdpLink::readyRead);
     connect(m_socket, &QUdpSocket::bytesWritten, this, &UdpLink::bytesWritten);
     if (m_socket->bind(QHostAddress(QHostAddress::AnyIPv4), port,
