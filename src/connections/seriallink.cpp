@@ -9,6 +9,7 @@
 #include <memory>
 
 #ifdef Q_OS_UNIX
+#include <termios.h>
 #include <unistd.h>
 #endif
 
@@ -111,11 +112,30 @@ void SerialLink::applyLineParameters(const Settings& settings, Parameters which)
     if (all || m_port.dataBits() != dataBits)
         check(m_port.setDataBits(dataBits), tr("the data bits"));
     if (all || m_port.parity() != parity)
-        check(m_port.setParity(parity), tr("the parity"));
+        check(setParity(parity), tr("the parity"));
     if (all || m_port.stopBits() != stopBits)
         check(m_port.setStopBits(stopBits), tr("the stop bits"));
     if (all || m_port.flowControl() != flowControl)
         check(m_port.setFlowControl(flowControl), tr("the flow control"));
+}
+
+// QSerialPort sets the bit that makes odd and even parity mark and space, and never clears it: a
+// port that was once at mark would stay there, also when another program has left it so.
+bool SerialLink::setParity(QSerialPort::Parity parity)
+{
+    if (!m_port.setParity(parity))
+        return false;
+#ifdef CMSPAR
+    if (parity == QSerialPort::MarkParity || parity == QSerialPort::SpaceParity)
+        return true;
+    termios line{};
+    if (::tcgetattr(m_port.handle(), &line) != 0 || (line.c_cflag & CMSPAR) == 0)
+        return true;
+    line.c_cflag &= ~tcflag_t(CMSPAR);
+    return ::tcsetattr(m_port.handle(), TCSANOW, &line) == 0;
+#else
+    return true;
+#endif
 }
 
 QString SerialLink::openFailureText(const QString& displayName)

@@ -72,6 +72,7 @@ Q_SIGNALS:
 private:
     enum class Parameters { All, Changed };
     void applyLineParameters(const Settings& settings, Parameters which);
+    bool setParity(QSerialPort::Parity parity);
     void reportOpenFailure(const QString& displayName);
     bool driveLine(SerialLine line, bool on);
     [[nodiscard]] bool driverOwnsRts() const;

@@ -294,6 +294,13 @@ private Q_SLOTS:
         settings.flowControl = QSerialPort::NoFlowControl;
         link->reconfigure(settings);
         QVERIFY(modem->rts(End::A)); // driven again to the level that was asked for
+        for (const auto& [parity, letter] :
+            {std::pair{QSerialPort::MarkParity, "M"}, {QSerialPort::OddParity, "O"},
+                {QSerialPort::SpaceParity, "S"}, {QSerialPort::EvenParity, "E"}}) {
+            settings.parity = parity;
+            link->reconfigure(settings);
+            QCOMPARE(modem->lineSettings(End::A), "57600 8"_ba + letter + '1');
+        }
         QVERIFY(messages.isEmpty());
         far->write("still open");
         QTRY_VERIFY((received += link->readAvailable()) == "still open"_ba);
