@@ -40,7 +40,8 @@ void PaneRecords::store()
     const Settings settings = m_settings;
     const FormatSetting format = m_format;
     m_connectionPanel.store(m_settings);
-    if (m_settings != settings)
+    // A host that was taken off the list stays off it until it is entered again.
+    if (m_settings.targetHost != settings.targetHost)
         m_settings.useTargetHost(m_settings.targetHost);
     m_receivePanel.store(m_format);
     m_sendPanel.store(m_format);

@@ -4,12 +4,14 @@
 #include "support/simulateddevice.h"
 #include "support/tcppeer.h"
 #include "terminal/connectionpanel.h"
+#include "terminal/hostbox.h"
 #include "terminal/noticebar.h"
 #include "terminal/panebench.h"
 #include "terminal/peerpanel.h"
 #include "terminal/sendeditor.h"
 #include "terminal/view/receiveview.h"
 
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -77,6 +79,7 @@ void TestSerialPortWidget::talksToADevice()
     Bench bench;
     QVERIFY2(bench.pane.start(device.portName(), true), qPrintable(bench.pane.lastError()));
     QVERIFY(bench.pane.isOpen());
+    void removedHostStaysAway();
     QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
     QVERIFY(!bench.shows(QString(QChar(0x1B)))); // the banner's colours are no text
     QVERIFY(!bench.shows(u"\u241b"_s));
@@ -277,3 +280,18 @@ void TestSerialPortWidget::newSettingsReachAnOpenLine()
 
 QTEST_MAIN(TestSerialPortWidget)
 #include "tst_serialportwidget.moc"
+void TestSerialPortWidget::removedHostStaysAway()
+{
+    Bench bench;
+    Settings settings = bench.pane.settings();
+    settings.connMode = connectionMode::TcpClient;
+    settings.targetHost = u"here"_s;
+    settings.targetHosts = {u"here"_s, u"there"_s};
+    bench.pane.setSettings(settings);
+    QAbstractItemView* list = bench.pane.findChild<HostBox*>()->view();
+    list->setCurrentIndex(list->model()->index(0, 0));
+    QTest::keyClick(list, Qt::Key_Delete);
+    QCOMPARE(bench.pane.settings().targetHosts, QStringList{u"there"_s});
+    QCOMPARE(bench.pane.settings().targetHost, u"here"_s);
+}
+
