@@ -92,6 +92,15 @@ qint64 SendPipeline::writeRaw(
     return taken;
 }
 
+bool SendPipeline::sendBytes(const QByteArray& bytes)
+{
+    if (!m_transport.isOpen() || !sendMessage(bytes))
+        return false;
+    if (m_format.displaySendMsg)
+        echoSent(bytes);
+    return true;
+}
+
 bool SendPipeline::sendTyped(const QString& text)
 {
     const QByteArray enter = MessageCodec::terminalEnterBytes(m_format.terminalEnterMode);

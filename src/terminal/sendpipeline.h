@@ -47,6 +47,10 @@ public:
     qint64 writeRaw(
         const QByteArray& bytes, bool echo, UdpTargetMode target, const QString& peerKey);
 
+    // Bytes as they are over an open connection, to whom the editor sends; with displaySendMsg
+    // echoed. False when nothing was sent.
+    bool sendBytes(const QByteArray& bytes);
+
     // Keys typed into the receive terminal: not in the history, echoed when localEcho is on, sent
     // only over an open connection. A line break in (pasted) text is what Enter sends. False when
     // nothing was sent.

@@ -286,9 +286,7 @@ void SerialPortWidget::insertSendBytes(const QByteArray& bytes)
 
 void SerialPortWidget::sendBytes(const QByteArray& bytes)
 {
-    tellIfNothingSent(m_traffic->send().writeRaw(bytes, formatSetting().displaySendMsg,
-                          UdpTargetMode::ConfiguredRemote, {})
-                      > 0);
+    tellIfNothingSent(m_traffic->send().sendBytes(bytes));
 }
 
 void SerialPortWidget::setLogRecording(bool on)

@@ -58,7 +58,8 @@ public:
 
     // Puts bytes into the send editor, see SendInsertion.
     void insertSendBytes(const QByteArray& bytes);
-    // Sends bytes as they are over the open connection, echoed when sent data is displayed.
+    // Sends bytes as they are over the open connection, to the peer that is chosen where there are
+    // several, echoed when sent data is displayed.
     void sendBytes(const QByteArray& bytes);
 
     // The data log. flushLog() writes what was recorded so far, false with a text for people when
