@@ -49,7 +49,9 @@ bool RunControl::start(const QString& portName, bool quiet)
         return true;
     }
     applySettings();
-    Q_EMIT errorCleared(m_error);
+    // What a quiet start does not tell anew may still be true.
+    if (!quiet)
+        Q_EMIT errorCleared(m_error);
     return m_supervisor->start(quiet);
 }
 
@@ -94,9 +96,17 @@ void RunControl::onClosed()
 void RunControl::applySettings()
 {
     const Settings& settings = m_records.settings();
-    m_controller.setSerialLine(ConnectionController::SerialLine::Dtr, settings.dtrOn);
-    m_controller.setSerialLine(ConnectionController::SerialLine::Rts, settings.rtsOn);
+    requestLine(SerialLine::Dtr, settings.dtrOn);
+    requestLine(SerialLine::Rts, settings.rtsOn);
     m_supervisor->setSettings(settings);
+}
+
+// A level that stays as it was is nothing to tell a person about, not even that flow control drives
+// the line.
+void RunControl::requestLine(SerialLine line, bool on)
+{
+    if (m_controller.serialLineRequested(line) != on)
+        m_controller.setSerialLine(line, on);
 }
 
 RunState RunControl::state() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "connections/seriallink.h"
 #include "terminal/runstate.h"
 
 #include <QObject>
@@ -57,6 +58,7 @@ private:
     void onOpened();
     void onClosed();
     void resume();
+    void requestLine(SerialLine line, bool on);
 
     ConnectionController& m_controller;
     PaneRecords& m_records;

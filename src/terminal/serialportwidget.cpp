@@ -223,9 +223,12 @@ QString SerialPortWidget::lastError() const
 void SerialPortWidget::onSendClicked()
 {
     updateSettings();
-    // A message that opened the connection, or failed to, has already said so.
-    const bool quiet = m_sendDesk->sendEditorText();
-    start({}, quiet);
+    const bool tried = m_sendDesk->sendEditorText();
+    // A message opens these itself, and has already said so when that failed.
+    const connectionMode mode = settings().connMode;
+    const bool opened = mode == connectionMode::SerialPort ? !settings().portName.isEmpty()
+                                                           : connectionModeIsUdp(mode);
+    start({}, tried && opened);
 }
 
 void SerialPortWidget::showState()

@@ -15,6 +15,7 @@
 #include <QComboBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSerialPort>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -44,6 +45,11 @@ struct Bench : ShownPane
     {
         editor.findChild<QPlainTextEdit*>()->setPlainText(message);
     }
+    void sendMessage(const QString& message)
+    {
+        typeMessage(message);
+        QTest::keyClick(editor.findChild<QPlainTextEdit*>(), Qt::Key_Return, Qt::ControlModifier);
+    }
 };
 
 // The widget that takes the keys of the receive view.
@@ -67,9 +73,13 @@ private Q_SLOTS:
     void devicePulledForGood();
     void wrongPortIsNamed();
     void newSettingsReachAnOpenLine();
+    void messageThatOpensNothing_data();
+    void messageThatOpensNothing();
+    void messageLeavesTheLinesAlone();
     void firstMessageOpensTcp();
     void servesItsClients();
     void onlyEditsMarkTheSettings();
+    void removedHostStaysAway();
 };
 
 void TestSerialPortWidget::talksToADevice()
@@ -79,7 +89,6 @@ void TestSerialPortWidget::talksToADevice()
     Bench bench;
     QVERIFY2(bench.pane.start(device.portName(), true), qPrintable(bench.pane.lastError()));
     QVERIFY(bench.pane.isOpen());
-    void removedHostStaysAway();
     QTRY_VERIFY(bench.shows(u"AT+HELP"_s));
     QVERIFY(!bench.shows(QString(QChar(0x1B)))); // the banner's colours are no text
     QVERIFY(!bench.shows(u"\u241b"_s));
@@ -166,6 +175,49 @@ void TestSerialPortWidget::wrongPortIsNamed()
     QVERIFY(!bench.notice.isHidden());
     QVERIFY(bench.notice.text().startsWith(u"Serial Port %1 OPEN FAILED! ERROR: "_s.arg(name)));
     QVERIFY(bench.pane.lastError().contains(name));
+}
+
+void TestSerialPortWidget::messageThatOpensNothing_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addRow("no such serial port") << int(connectionMode::SerialPort);
+    QTest::addRow("refused by the host") << int(connectionMode::TcpClient);
+    QTest::addRow("port in use") << int(connectionMode::TcpServer);
+}
+
+// Nobody must believe that the message is on its way.
+void TestSerialPortWidget::messageThatOpensNothing()
+{
+    QFETCH(int, mode);
+    TcpPeer peer;
+    QVERIFY(peer.listen());
+    Bench bench;
+    Settings settings = bench.pane.settings();
+    settings.connMode = connectionModeFromInt(mode);
+    settings.portName = u"/dev/no-such-port"_s;
+    settings.targetHost = u"127.0.0.1"_s;
+    settings.targetPort = peer.port();
+    if (settings.connMode == connectionMode::TcpClient)
+        peer.stopListening();
+    bench.pane.setSettings(settings);
+    bench.sendMessage(u"words"_s);
+    QTRY_VERIFY(!bench.pane.isActive() && !bench.pane.lastError().isEmpty());
+    QVERIFY(!bench.notice.isHidden());
+    QVERIFY(bench.notice.text().startsWith(bench.pane.lastError()));
+}
+
+void TestSerialPortWidget::messageLeavesTheLinesAlone()
+{
+    NullModem modem;
+    Bench bench;
+    Settings settings = bench.pane.settings();
+    settings.flowControl = QSerialPort::HardwareControl;
+    bench.pane.setSettings(settings);
+    QVERIFY(bench.pane.start(modem.portA(), true));
+    bench.told.clear();
+    bench.sendMessage(u"words"_s);
+    QCOMPARE(bench.pane.sentBytes(), 5);
+    QVERIFY2(bench.told.isEmpty(), qPrintable(bench.told.value(0).value(0).toString()));
 }
 
 void TestSerialPortWidget::firstMessageOpensTcp()
@@ -262,6 +314,21 @@ void TestSerialPortWidget::onlyEditsMarkTheSettings()
     QVERIFY(bench.pane.settings().baudRate != 57600);
 }
 
+void TestSerialPortWidget::removedHostStaysAway()
+{
+    Bench bench;
+    Settings settings = bench.pane.settings();
+    settings.connMode = connectionMode::TcpClient;
+    settings.targetHost = u"here"_s;
+    settings.targetHosts = {u"here"_s, u"there"_s};
+    bench.pane.setSettings(settings);
+    QAbstractItemView* list = bench.pane.findChild<HostBox*>()->view();
+    list->setCurrentIndex(list->model()->index(0, 0));
+    QTest::keyClick(list, Qt::Key_Delete);
+    QCOMPARE(bench.pane.settings().targetHosts, QStringList{u"there"_s});
+    QCOMPARE(bench.pane.settings().targetHost, u"here"_s);
+}
+
 void TestSerialPortWidget::newSettingsReachAnOpenLine()
 {
     NullModem modem;
@@ -281,18 +348,3 @@ void TestSerialPortWidget::newSettingsReachAnOpenLine()
 
 QTEST_MAIN(TestSerialPortWidget)
 #include "tst_serialportwidget.moc"
-void TestSerialPortWidget::removedHostStaysAway()
-{
-    Bench bench;
-    Settings settings = bench.pane.settings();
-    settings.connMode = connectionMode::TcpClient;
-    settings.targetHost = u"here"_s;
-    settings.targetHosts = {u"here"_s, u"there"_s};
-    bench.pane.setSettings(settings);
-    QAbstractItemView* list = bench.pane.findChild<HostBox*>()->view();
-    list->setCurrentIndex(list->model()->index(0, 0));
-    QTest::keyClick(list, Qt::Key_Delete);
-    QCOMPARE(bench.pane.settings().targetHosts, QStringList{u"there"_s});
-    QCOMPARE(bench.pane.settings().targetHost, u"here"_s);
-}
-
