@@ -31,6 +31,22 @@ struct FramedLegacyDecoder::Cursor
 
     void copyAscii() { copyAsciiRun(in, end, out); }
 
+    // Two-byte characters in a row, up to whatever is something else.
+    void copyPairs(const LegacyTable& table)
+    {
+        const uchar* from = in;
+        char16_t* to = out;
+        while (end - from >= 2 && from[0] >= 0x80) {
+            const char16_t unit = table.pair(from[0], from[1]);
+            if (unit == LegacyTable::kOdd)
+                break;
+            *to++ = unit;
+            from += 2;
+        }
+        in = from;
+        out = to;
+    }
+
     void takeSingleBytes(const LegacyTable& table)
     {
         char16_t* const first = out;
@@ -89,18 +105,16 @@ void FramedLegacyDecoder::decodeSpan(Cursor& cursor) const
         const uchar byte = *cursor.in;
         if (byte < 0x80) {
             cursor.copyAscii();
-        } else if (!m_table.isLead(byte)) {
-            cursor.put(m_table.single(byte));
+            continue;
+        }
+        cursor.copyPairs(m_table);
+        if (cursor.in == cursor.end || *cursor.in < 0x80)
+            continue;
+        if (!m_table.isLead(*cursor.in)) {
+            cursor.put(m_table.single(*cursor.in));
             ++cursor.in;
-        } else {
-            const bool two = cursor.end - cursor.in >= 2;
-            const char16_t unit = two ? m_table.pair(byte, cursor.in[1]) : LegacyTable::kOdd;
-            if (unit != LegacyTable::kOdd) {
-                *cursor.out++ = unit;
-                cursor.in += 2;
-            } else if (!two || !takeOdd(cursor)) {
-                return;
-            }
+        } else if (cursor.end - cursor.in < 2 || !takeOdd(cursor)) {
+            return;
         }
     }
 }

@@ -47,7 +47,7 @@ public:
     [[nodiscard]] bool isLead(unsigned char byte) const { return m_lead[byte]; }
     // For bytes that are no lead.
     [[nodiscard]] char16_t single(unsigned char byte) const { return m_single[byte]; }
-    // `lead` is a lead byte, `trail` any byte.
+    // `lead` is a byte of 0x80 and above, `trail` any byte; kOdd when `lead` is no lead byte.
     [[nodiscard]] char16_t pair(unsigned char lead, unsigned char trail) const
     {
         return m_pairs[pairIndex(lead, trail)];
