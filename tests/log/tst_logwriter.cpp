@@ -2,6 +2,7 @@
 
 #include "app/log/logfilename.h"
 #include "app/settings/formatsetting.h"
+#include "support/smalldisk.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -12,7 +13,6 @@
 #include <QTest>
 
 #ifdef Q_OS_LINUX
-#include <sys/mount.h>
 #include <sys/stat.h>
 #endif
 
@@ -53,36 +53,6 @@ QByteArray bodyOf(const QString& name)
     const qsizetype launch = content.indexOf("\nLaunch at: ");
     return launch < 0 ? content : content.mid(content.indexOf('\n', launch + 1) + 1);
 }
-
-// A small file system of its own, where the person running the test may have one.
-class SmallDisk final
-{
-public:
-    explicit SmallDisk(const QString& folder)
-        : m_folder(QFile::encodeName(folder))
-    {
-        QDir().mkpath(folder);
-#ifdef Q_OS_LINUX
-        m_mounted = mount("none", m_folder.constData(), "tmpfs", 0, "size=256k") == 0;
-#endif
-    }
-    ~SmallDisk()
-    {
-#ifdef Q_OS_LINUX
-        if (m_mounted)
-            umount2(m_folder.constData(), MNT_DETACH);
-#endif
-    }
-    Q_DISABLE_COPY_MOVE(SmallDisk)
-    [[nodiscard]] bool isMounted() const
-    {
-        return m_mounted;
-    }
-
-private:
-    QByteArray m_folder;
-    bool m_mounted = false;
-};
 
 } // namespace
 
@@ -312,13 +282,11 @@ void TestLogWriter::fullDevice()
 void TestLogWriter::fullDiskLosesNothing()
 {
     Bench bench;
-    const SmallDisk disk(bench.path(u"disk"_s));
+    SmallDisk disk(bench.path(u"disk"_s));
     if (!disk.isMounted())
         QSKIP("may not mount a small file system here");
     bench.format.logFilePath = bench.path(u"disk/a.log"_s);
-    QFile ballast(bench.path(u"disk/ballast"_s));
-    QVERIFY(ballast.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-    QVERIFY(ballast.write(QByteArray(200000, 'b')) == 200000);
+    disk.leave(40960);
     QByteArray expected;
     int failures = 0;
     for (int i = 0; i < 200; ++i) {
@@ -329,8 +297,7 @@ void TestLogWriter::fullDiskLosesNothing()
     QVERIFY(failures > 10);
     QVERIFY(expected.startsWith(bodyOf(bench.format.logFilePath)));
     QVERIFY(bench.writer.pendingBytes() > 0);
-    ballast.close();
-    QVERIFY(ballast.remove());
+    disk.makeRoom();
     QVERIFY2(bench.flush(), qPrintable(bench.error));
     QVERIFY(bodyOf(bench.format.logFilePath) == expected);
 }

@@ -2,6 +2,7 @@
 
 #include "app/settings/settingsservice.h"
 #include "settings/randomrecords.h"
+#include "support/smalldisk.h"
 
 #include <QSettings>
 #include <QTemporaryDir>
@@ -63,6 +64,7 @@ private Q_SLOTS:
     void garbageNeverHurts();
     void failedSaveKeepsTheOldFile_data();
     void failedSaveKeepsTheOldFile();
+    void fullTemporaryFolder();
     void fullDisk();
     void linksAndPermissions();
     void shortNames_data();
@@ -337,7 +339,7 @@ void SessionFileTest::failedSaveKeepsTheOldFile()
 }
 
 // No file of this process can grow beyond a few bytes: the old session stays as it was.
-void SessionFileTest::fullDisk()
+void SessionFileTest::fullTemporaryFolder()
 {
 #ifdef Q_OS_UNIX
     QVERIFY(write(sessionOf(1), m_path));
@@ -359,6 +361,25 @@ void SessionFileTest::fullDisk()
 #else
     QSKIP("needs a limit for the size of files");
 #endif
+}
+
+// A session is small enough to be written only when its file is closed.
+void SessionFileTest::fullDisk()
+{
+    SmallDisk disk(m_dir->filePath(u"disk"_s));
+    if (!disk.isMounted())
+        QSKIP("may not mount a small file system here");
+    m_path = m_dir->filePath(u"disk/lab.vmr"_s);
+    QVERIFY(write(sessionOf(1), m_path));
+    const QByteArray old = get(m_path);
+    for (const int left : {0, 4096}) {
+        disk.leave(left);
+        QVERIFY(!write(sessionOf(16), m_path) && !write(sessionOf(4), m_path));
+        QVERIFY(m_message.contains("No space left"_L1));
+        QVERIFY(get(m_path) == old);
+    }
+    disk.makeRoom();
+    QVERIFY(write(sessionOf(4), m_path));
 }
 
 void SessionFileTest::linksAndPermissions()

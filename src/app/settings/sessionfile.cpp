@@ -8,6 +8,11 @@
 #include <QTemporaryFile>
 #include <algorithm>
 
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <unistd.h>
+#endif
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -131,12 +136,38 @@ QByteArray compose(const QByteArray& old, const SessionContents& contents,
     return isComplete(bytes, ini, message) ? bytes : QByteArray();
 }
 
+// All of the bytes, or an error: a disk that fills up takes a part of them first.
+bool writeAll(QSaveFile& file, const QByteArray& bytes)
+{
+    for (qint64 done = 0; done < bytes.size();) {
+        const qint64 written = file.write(bytes.constData() + done, bytes.size() - done);
+        if (written <= 0)
+            return false;
+        done += written;
+    }
+    return true;
+}
+
+// Some file systems, on a network above all, tell only now that there was no room.
+bool isOnDisk(const QSaveFile& file)
+{
+#ifdef Q_OS_UNIX
+    return fsync(file.handle()) == 0 || errno == EINVAL; // one that cannot be asked
+#else
+    return file.handle() >= 0;
+#endif
+}
+
 bool replace(const QString& path, const QByteArray& bytes, QString& message)
 {
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+    // Unbuffered: commit() takes a buffer that the disk had no room for for written.
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeAll(file, bytes)
+        && isOnDisk(file) && file.commit())
         return true;
-    message = SessionFile::tr("It could not be written: %1.").arg(file.errorString());
+    message =
+        SessionFile::tr("It could not be written: %1.")
+            .arg(file.error() == QFileDevice::NoError ? qt_error_string() : file.errorString());
     return false;
 }
 
