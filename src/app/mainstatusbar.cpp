@@ -1,6 +1,7 @@
 #include "app/mainstatusbar.h"
 
 #include "terminal/elidedlabel.h"
+#include "terminal/linestrip.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -13,6 +14,7 @@ namespace {
 
 constexpr int spacing = 8;
 constexpr int savingWidth = 160;
+constexpr int linesShare = 4; // the control lines get one part in so many
 
 template<class Label>
 Label* makeLabel(const QString& name, const QString& accessibleName, QWidget* parent)
@@ -41,6 +43,7 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     , m_notice(makeLabel<ElidedLabel>(u"statusNotice"_s, tr("Message"), this))
     , m_error(makeLabel<ElidedLabel>(u"statusError"_s, tr("Error"), this))
     , m_saving(new QProgressBar(this))
+    , m_lines(new LineStrip(this))
     , m_received(makeLabel<QLabel>(u"statusReceived"_s, tr("Received bytes and rate"), this))
     , m_sent(makeLabel<QLabel>(u"statusSent"_s, tr("Sent bytes and rate"), this))
     , m_errorTimer(this)
@@ -67,6 +70,8 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     m_saving->setMaximumWidth(savingWidth);
     m_saving->hide();
     addPermanentWidget(m_saving);
+    m_lines->setObjectName("statusLines"_L1);
+    addPermanentWidget(m_lines);
     for (QLabel* label : {m_received, m_sent}) {
         label->setContentsMargins(spacing, 0, spacing, 0);
         addPermanentWidget(label);
@@ -84,6 +89,7 @@ void MainStatusBar::showPort(const PortStatus& status, qint64 nowMs)
     m_lamp->setState(status.state);
     setTextIfChanged(m_state, status.stateText);
     setTextIfChanged(m_summary, status.summary);
+    m_lines->setReport(status.lines);
     const QLocale locale;
     setTextIfChanged(
         m_received, tr("RX %1 B (%2)")
@@ -122,6 +128,12 @@ void MainStatusBar::showSaving(int percent)
         repaint();
     if (percent >= 100)
         showNotice({}, 0);
+}
+
+void MainStatusBar::resizeEvent(QResizeEvent* event)
+{
+    QStatusBar::resizeEvent(event);
+    m_lines->setRoom(width() / linesShare);
 }
 
 void MainStatusBar::clearError()

@@ -6,12 +6,13 @@
 #include <QStatusBar>
 #include <QTimer>
 
+class LineStrip;
 class QLabel;
 class QProgressBar;
 
 // The main window's status bar ("statusBar"): state and line of the one pane, its message of the
-// moment, an error that stays for errorMs, counters with rates. Fed ten times a second with
-// values; touches a label only when its text changes.
+// moment, an error that stays for errorMs, control lines, counters with rates. Fed ten times a
+// second with values; touches a label only when its text changes.
 class MainStatusBar final : public QStatusBar
 {
     Q_OBJECT
@@ -33,6 +34,9 @@ public:
     // nothing else is painted while a file is being written.
     void showSaving(int percent);
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     void clearError();
 
@@ -42,6 +46,7 @@ private:
     QLabel* m_notice;
     QLabel* m_error;
     QProgressBar* m_saving;
+    LineStrip* m_lines;
     QLabel* m_received;
     QLabel* m_sent;
     QTimer m_errorTimer;

@@ -13,5 +13,6 @@ PortStatus PortStatus::of(const SerialPortWidget& pane)
     status.summary = pane.connectionSummary();
     status.received = pane.receivedBytes();
     status.sent = pane.sentBytes();
+    status.lines = pane.controlLines();
     return status;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/statelamp.h"
+#include "terminal/linereport.h"
 
 #include <QString>
 
@@ -14,6 +15,7 @@ struct PortStatus
     QString summary; // port and line settings
     qint64 received = 0;
     qint64 sent = 0;
+    LineReport lines = {};
 
     [[nodiscard]] static PortStatus of(const SerialPortWidget& pane);
 };

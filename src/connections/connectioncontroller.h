@@ -41,6 +41,7 @@ public:
     bool applySerialLine(SerialLine line, bool on, bool report);
     // The modem lines now, from the driver; none when the port is closed.
     QSerialPort::PinoutSignals serialPinoutSignals();
+    [[nodiscard]] bool tellsSerialPinout() const { return m_serial.tellsPinout(); }
     // For reading its settings and watching its errors; lives as long as the controller.
     [[nodiscard]] const QSerialPort* serialPort() const { return &m_serial.port(); }
     void setAutoReconnect(bool on);

@@ -71,6 +71,7 @@ bool SerialLink::open(
     }
     applyLineParameters(settings.sanitized(), Parameters::All);
     m_breakActive = false;
+    m_pinoutRefused = false;
     applyLine(SerialLine::Break, false, false);
     // A device that vanishes while it is being set up has been closed and reported by now.
     if (!m_port.isOpen())
@@ -314,7 +315,16 @@ bool SerialLink::driverOwnsRts() const
 
 QSerialPort::PinoutSignals SerialLink::pinoutSignals()
 {
-    return m_port.isOpen() ? m_port.pinoutSignals() : QSerialPort::NoSignal;
+    if (!tellsPinout())
+        return QSerialPort::NoSignal;
+    const QScopedValueRollback<bool> asking(m_askingPinout, true);
+    const QSerialPort::PinoutSignals lines = m_port.pinoutSignals();
+    if (m_pinoutRefused) {
+        Q_EMIT statusMessage(tr("Serial Port %1 has no control lines that can be read: %2")
+                                 .arg(m_port.portName(), m_lastErrorText),
+            noticeMs);
+    }
+    return lines;
 }
 
 void SerialLink::keepUnread()
@@ -333,6 +343,8 @@ void SerialLink::onErrorOccurred(QSerialPort::SerialPortError error)
     if (error == QSerialPort::NoError)
         return;
     m_lastErrorText = m_port.errorString();
+    if (m_askingPinout && !serialDeviceVanished(m_port, error))
+        m_pinoutRefused = true;
     if (!m_autoReconnect || m_closing || !serialDeviceVanished(m_port, error))
         return;
     {

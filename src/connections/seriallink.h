@@ -54,8 +54,11 @@ public:
     bool setLine(SerialLine line, bool on);
     [[nodiscard]] bool lineRequested(SerialLine line) const;
     bool applyLine(SerialLine line, bool on, bool report);
-    // The modem lines as the driver reports them now; none when closed.
+    // The modem lines as the driver reports them now; none when closed. A driver that has none (a
+    // pseudo-terminal) is asked once after each opening, and a status message says so.
     QSerialPort::PinoutSignals pinoutSignals();
+    // Open, and the driver has not refused to report the modem lines.
+    [[nodiscard]] bool tellsPinout() const { return m_port.isOpen() && !m_pinoutRefused; }
 
     // Whether a device that vanishes is closed and reported by `lost`; otherwise it is left as is.
     void setAutoReconnect(bool on) { m_autoReconnect = on; }
@@ -91,6 +94,8 @@ private:
     bool m_dtrRequested = true;
     bool m_rtsRequested = true;
     bool m_breakActive = false;
+    bool m_askingPinout = false;
+    bool m_pinoutRefused = false;
     bool m_autoReconnect = false;
     bool m_readThrottled = false;
     bool m_closing = false;

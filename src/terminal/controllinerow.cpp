@@ -132,22 +132,26 @@ void ControlLineRow::setBreakCaption(bool on)
     caption->setStyleSheet(on ? u"color:%1"_s.arg(amber.name()) : QString());
 }
 
-void ControlLineRow::setOutput(SerialLine line, LineDriver::Level level)
+QString ControlLineRow::stateText(LineDriver::Level level)
 {
-    const Lamp lamp = line == SerialLine::Dtr ? Dtr : Rts;
     const QString name = LineDriver::levelName(level.high);
     switch (level.certainty) {
     case LineDriver::Certainty::Sure:
-        light(lamp, {level.high, false, green, name});
-        break;
+        return name;
     case LineDriver::Certainty::Requested:
-        light(
-            lamp, {level.high, true, level.high ? amber : grey, tr("%1, not confirmed").arg(name)});
-        break;
+        return tr("%1, not confirmed").arg(name);
     case LineDriver::Certainty::Automatic:
-        light(lamp, {level.high, true, amber, tr("driven by flow control")});
-        break;
+        return tr("driven by flow control");
     }
+    return {};
+}
+
+void ControlLineRow::setOutput(SerialLine line, LineDriver::Level level)
+{
+    const Lamp lamp = line == SerialLine::Dtr ? Dtr : Rts;
+    const bool sure = level.certainty == LineDriver::Certainty::Sure;
+    const bool low = level.certainty == LineDriver::Certainty::Requested && !level.high;
+    light(lamp, {level.high, !sure, sure ? green : low ? grey : amber, stateText(level)});
 }
 
 void ControlLineRow::setInputs(const ModemLines& inputs)
@@ -158,10 +162,17 @@ void ControlLineRow::setInputs(const ModemLines& inputs)
         light(lamp, {high, false, green, LineDriver::levelName(high)});
 }
 
+void ControlLineRow::clearInputs()
+{
+    for (const Lamp lamp : {Cts, Dsr, Dcd, Ri})
+        light(lamp, {false, false, green, {}});
+}
+
 void ControlLineRow::clearLines()
 {
-    for (const Lamp lamp : {Rts, Dtr, Cts, Dsr, Dcd, Ri})
+    for (const Lamp lamp : {Rts, Dtr})
         light(lamp, {false, false, green, {}});
+    clearInputs();
 }
 
 void ControlLineRow::light(Lamp lamp, const Light& light)

@@ -28,9 +28,13 @@ public:
     // Under the send lamp, "BRK" or its name.
     void setBreakCaption(bool on);
 
+    // The level of an output in words.
+    [[nodiscard]] static QString stateText(LineDriver::Level level);
+
     void setOutput(SerialLine line, LineDriver::Level level);
     void setInputs(const ModemLines& inputs);
-    // No lamp of a line is lit.
+    // No lamp of an input, of any line, is lit: their levels are not known.
+    void clearInputs();
     void clearLines();
 
     void setToolTips(const QString& sending, const QString& receiving);

@@ -25,8 +25,9 @@ ControlLines::ControlLines(ControlLineRow& row, Settings& settings,
     : m_row(row)
     , m_settings(settings)
     , m_driver(std::move(driver))
+    , m_clock(std::move(clock))
     , m_transferOwnsPane([] { return false; })
-    , m_break([this](bool on) { return applyBreakLine(on); }, std::move(clock))
+    , m_break([this](bool on) { return applyBreakLine(on); }, m_clock)
     , m_sentBlink([this](bool lit) { m_row.setSending(lit); })
     , m_receivedBlink([this](bool lit) { m_row.setReceiving(lit); })
 {
@@ -65,8 +66,12 @@ void ControlLines::wireBreak()
         m_sentBlink.rest();
         m_row.setBreakActive(true);
         m_row.setBreakCaption(true);
+        refresh();
     });
-    connect(&m_break, &BreakKey::released, this, [this] { m_row.setBreakActive(false); });
+    connect(&m_break, &BreakKey::released, this, [this] {
+        m_row.setBreakActive(false);
+        refresh();
+    });
     connect(&m_break, &BreakKey::captionExpired, this, &ControlLines::restoreTxCaption);
 }
 
@@ -86,19 +91,51 @@ void ControlLines::onControlLinePollTick()
     refresh();
 }
 
+void ControlLines::pollIfDue()
+{
+    if (!m_pollTimer.isActive() && m_clock() - m_lookedMs >= kPollIntervalMs)
+        refresh();
+}
+
 void ControlLines::refresh()
 {
-    if (!m_row.isVisible())
-        return;
-    showToolTips();
+    m_lookedMs = m_clock();
+    LineReport report;
     LineDriver* driver = m_driver();
+    if (driver) {
+        report.inputs = driver->inputs();
+        report.sight = driver->sight();
+        report.rts = driver->output(SerialLine::Rts, m_settings);
+        report.dtr = driver->output(SerialLine::Dtr, m_settings);
+    }
+    report.inBreak = m_break.isActive();
+    if (m_row.isVisible())
+        showLamps(driver, report);
+    setReport(report);
+}
+
+void ControlLines::showLamps(LineDriver* driver, const LineReport& report)
+{
+    showToolTips();
     if (!driver) {
         m_row.clearLines();
         return;
     }
-    m_row.setOutput(SerialLine::Rts, driver->output(SerialLine::Rts, m_settings));
-    m_row.setOutput(SerialLine::Dtr, driver->output(SerialLine::Dtr, m_settings));
-    m_row.setInputs(driver->inputs());
+    // Requested levels are of interest before the port is open, too.
+    m_row.setOutput(SerialLine::Rts, report.rts);
+    m_row.setOutput(SerialLine::Dtr, report.dtr);
+    if (report.sight == LineDriver::Sight::All)
+        m_row.setInputs(report.inputs);
+    else
+        m_row.clearInputs();
+}
+
+void ControlLines::setReport(const LineReport& report)
+{
+    if (m_report == report)
+        return;
+    m_report = report;
+    Q_EMIT reportChanged(m_report);
 }
 
 void ControlLines::showToolTips()

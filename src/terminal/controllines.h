@@ -2,7 +2,7 @@
 
 #include "terminal/breakkey.h"
 #include "terminal/lampblinker.h"
-#include "terminal/linedriver.h"
+#include "terminal/linereport.h"
 
 #include <QObject>
 #include <QTimer>
@@ -13,9 +13,11 @@ class ControlLineRow;
 // The control lines of a pane: shows them in its row of lamps, lets a person toggle the outputs,
 // sends breaks and blinks for traffic.
 //
-// While the row is shown the lines are asked for every kPollIntervalMs. The LineDriver of the
-// transport that the settings name knows how to read and drive them; a transport without one has
-// dark lamps, and says so when they are clicked. Owned by the pane; everything given outlives it.
+// While the row is shown the lines are asked for every kPollIntervalMs. Who shows them elsewhere
+// has a timer of its own and calls pollIfDue(), which asks as often and no more. The LineDriver of
+// the transport that the settings name knows how to read and drive them; a transport without one
+// has dark lamps, and says so when they are clicked. Owned by the pane; everything given outlives
+// it.
 class ControlLines final : public QObject
 {
     Q_OBJECT
@@ -44,6 +46,10 @@ public:
     // The lamps show the lines as they are now.
     void refresh();
     void onControlLinePollTick();
+    // The same when nobody has looked for kPollIntervalMs.
+    void pollIfDue();
+    // The lines as they were seen last.
+    [[nodiscard]] const LineReport& report() const { return m_report; }
 
     // What a click on the lamp of DTR or RTS does.
     void toggleRequestedControlLine(bool dtr);
@@ -58,6 +64,8 @@ public:
 
 Q_SIGNALS:
     void statusMessage(const QString& text, int timeoutMs);
+    // The report is another one.
+    void reportChanged(const LineReport& report);
     // The requested level of an output was changed in the settings by a person.
     void levelRequested();
 
@@ -67,15 +75,20 @@ private:
     [[nodiscard]] bool refusedByTransfer();
     bool applyBreakLine(bool on);
     void tell(const LineDriver::Answer& answer);
+    void showLamps(LineDriver* driver, const LineReport& report);
     void showToolTips();
+    void setReport(const LineReport& report);
 
     ControlLineRow& m_row;
     Settings& m_settings;
     std::function<LineDriver*()> m_driver;
+    BreakKey::Clock m_clock;
     std::function<bool()> m_transferOwnsPane;
     LineDriver* m_breakDriver = nullptr; // whose line is in break
     BreakKey m_break;
     LampBlinker m_sentBlink;
     LampBlinker m_receivedBlink;
     QTimer m_pollTimer;
+    qint64 m_lookedMs = 0; // when the lines were asked for last
+    LineReport m_report;
 };

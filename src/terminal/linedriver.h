@@ -31,6 +31,13 @@ public:
         Automatic, // flow control drives it
     };
 
+    // How much of a port's lines can be seen.
+    enum class Sight {
+        None,    // the connection is closed, or the port does not tell
+        Outputs, // what the port has been asked for; nothing is known of its inputs
+        All,
+    };
+
     struct Level
     {
         bool high = false;
@@ -56,6 +63,8 @@ public:
 
     // The inputs as they are now.
     [[nodiscard]] virtual ModemLines inputs() = 0;
+    // As of the last call of inputs().
+    [[nodiscard]] virtual Sight sight() const = 0;
     // DTR or RTS.
     [[nodiscard]] virtual Level output(SerialLine line, const Settings& settings) const = 0;
     // Why a person cannot drive the line at all, whatever the state of the connection; empty when

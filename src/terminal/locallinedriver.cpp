@@ -29,6 +29,11 @@ ModemLines LocalLineDriver::inputs()
         lines.testFlag(QSerialPort::RingIndicatorSignal)};
 }
 
+LineDriver::Sight LocalLineDriver::sight() const
+{
+    return m_controller.tellsSerialPinout() ? Sight::All : Sight::None;
+}
+
 LineDriver::Level LocalLineDriver::output(SerialLine line, const Settings& settings) const
 {
     if (line == SerialLine::Dtr)

@@ -17,6 +17,7 @@ public:
     [[nodiscard]] static QString automaticRtsReason();
 
     [[nodiscard]] ModemLines inputs() override;
+    [[nodiscard]] Sight sight() const override;
     [[nodiscard]] Level output(SerialLine line, const Settings& settings) const override;
     [[nodiscard]] QString inertReason(SerialLine line, const Settings& settings) const override;
     [[nodiscard]] QString breakHint() const override;

@@ -3,17 +3,21 @@
 #include "app/log/logfilename.h"
 #include "terminal/elidedlabel.h"
 #include "terminal/hled.h"
+#include "terminal/linestrip.h"
 
 #include <QDir>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 constexpr int margin = 8;
+constexpr int stateShare = 3; // the state may keep one part in so many of a narrow line
 
 QString withRate(const QString& count, qint64 bytesPerSecond)
 {
@@ -26,6 +30,7 @@ PaneStatusLine::PaneStatusLine(QWidget* parent)
     : QWidget(parent)
     , m_lamp(new HLed(this))
     , m_text(new ElidedLabel(this))
+    , m_lines(new LineStrip(this))
     , m_log(new QLabel(this))
     , m_counters(new QLabel(this))
 {
@@ -38,7 +43,10 @@ PaneStatusLine::PaneStatusLine(QWidget* parent)
     m_counters->setTextFormat(Qt::PlainText);
     m_messageTimer.setSingleShot(true);
     connect(&m_messageTimer, &QTimer::timeout, this, [this] { showMessage({}, 0); });
-    connect(&m_rateTimer, &QTimer::timeout, this, &PaneStatusLine::showCounters);
+    connect(&m_rateTimer, &QTimer::timeout, this, [this] {
+        showCounters();
+        Q_EMIT refreshing();
+    });
     m_clock.start();
 
     auto* layout = new QHBoxLayout(this);
@@ -46,6 +54,7 @@ PaneStatusLine::PaneStatusLine(QWidget* parent)
     layout->setSpacing(margin);
     layout->addWidget(m_lamp);
     layout->addWidget(m_text, 1);
+    layout->addWidget(m_lines);
     layout->addWidget(m_log);
     layout->addWidget(m_counters);
 }
@@ -78,6 +87,26 @@ void PaneStatusLine::setLog(PaneLog::State state, const QString& fileName)
                              ? QDir::toNativeSeparators(fileName)
                              : tr("the file gets its name with the first data");
     m_log->setToolTip((failing ? tr("Cannot be written: %1") : tr("Recording: %1")).arg(file));
+    shareRoom();
+}
+
+void PaneStatusLine::setLines(const LineReport& report)
+{
+    m_lines->setReport(report);
+    shareRoom();
+}
+
+// What lamp, log and counters leave is shared by the state and the control lines.
+void PaneStatusLine::shareRoom()
+{
+    int room = width() - margin;
+    for (const QWidget* widget : {static_cast<QWidget*>(m_lamp), static_cast<QWidget*>(m_log),
+             static_cast<QWidget*>(m_counters)}) {
+        if (!widget->isHidden())
+            room -= widget->sizeHint().width() + margin;
+    }
+    const int state = std::min(m_text->sizeHint().width(), std::max(room, 0) / stateShare);
+    m_lines->setRoom(room - state - margin);
 }
 
 void PaneStatusLine::showMessage(const QString& text, int timeoutMs)
@@ -93,6 +122,7 @@ void PaneStatusLine::showText()
 {
     m_text->setText(m_message.isEmpty() ? m_state : m_message);
     m_text->setToolTip(m_message.isEmpty() ? m_state : QString(m_message + u'\n' + m_state));
+    shareRoom();
 }
 
 void PaneStatusLine::showCounters()
@@ -109,10 +139,18 @@ void PaneStatusLine::showCounters()
     const QString full = texts(withRate(received, receivedRate), withRate(sent, sentRate));
     const bool room = fontMetrics().horizontalAdvance(full) < width() / 2;
     const QString text = room && receivedRate + sentRate > 0 ? full : texts(received, sent);
-    if (m_counters->text() != text)
+    if (m_counters->text() != text) {
         m_counters->setText(text);
+        shareRoom();
+    }
     if (m_counters->toolTip() != full)
         m_counters->setToolTip(full);
+}
+
+void PaneStatusLine::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    shareRoom();
 }
 
 void PaneStatusLine::showEvent(QShowEvent* event)

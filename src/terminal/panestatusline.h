@@ -1,5 +1,6 @@
 #pragma once
 
+#include "terminal/linereport.h"
 #include "terminal/panelog.h"
 #include "terminal/ratemeter.h"
 
@@ -9,12 +10,14 @@
 
 class ElidedLabel;
 class HLed;
+class LineStrip;
 class QLabel;
 
-// One pane's own line of state: what is connected, what is recorded, how much went through and how
-// fast. A message stands in the place of the state for its time. Shown when more than one pane
-// shares the window; with one pane the window's status bar says the same. In a narrow pane the
-// state is elided and the rates give way; tool tips have all of it.
+// One pane's own line of state: what is connected, its control lines, what is recorded, how much
+// went through and how fast. A message stands in the place of the state for its time. Shown when
+// more than one pane shares the window; with one pane the window's status bar says the same. In a
+// narrow pane the rates give way, the state is elided and the control lines keep to those that are
+// high; the counters stay. Tool tips have all of it.
 class PaneStatusLine final : public QWidget
 {
     Q_OBJECT
@@ -28,22 +31,30 @@ public:
     void setCounters(qint64 receivedBytes, qint64 sentBytes);
     // The name of the file may be unresolved.
     void setLog(PaneLog::State state, const QString& fileName);
+    void setLines(const LineReport& report);
     // Shows the text for a time in milliseconds; 0 keeps it until the next one.
     void showMessage(const QString& text, int timeoutMs);
 
+Q_SIGNALS:
+    // The line is shown, and some time has passed: what it shows may be out of date.
+    void refreshing();
+
 protected:
+    void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
 
 private:
     void showText();
     void showCounters();
+    void shareRoom();
 
     // Rates fall back to nothing some time after the last byte, so they are looked at in between.
     static constexpr int rateRefreshMs = 250;
 
     HLed* m_lamp;
     ElidedLabel* m_text;
+    LineStrip* m_lines;
     QLabel* m_log;
     QLabel* m_counters;
     QTimer m_messageTimer;

@@ -24,6 +24,13 @@ ModemLines RemoteLineDriver::inputs()
     return m_link.modemLines();
 }
 
+LineDriver::Sight RemoteLineDriver::sight() const
+{
+    if (!m_link.isConnected() || m_link.state() != RemoteSerialLink::State::ComPortActive)
+        return Sight::None;
+    return m_link.knowsModemLines() ? Sight::All : Sight::Outputs;
+}
+
 LineDriver::Level RemoteLineDriver::output(SerialLine line, const Settings& settings) const
 {
     if (const std::optional<bool> confirmed = m_link.confirmed(line))

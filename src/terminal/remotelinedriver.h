@@ -14,6 +14,7 @@ public:
     explicit RemoteLineDriver(RemoteSerialLink& link);
 
     [[nodiscard]] ModemLines inputs() override;
+    [[nodiscard]] Sight sight() const override;
     [[nodiscard]] Level output(SerialLine line, const Settings& settings) const override;
     [[nodiscard]] QString inertReason(SerialLine line, const Settings& settings) const override;
     [[nodiscard]] QString breakHint() const override;

@@ -52,7 +52,8 @@ public:
     [[nodiscard]] State state() const { return m_session.state(); }
     // The level of DTR or RTS that the remote has confirmed since it was last asked for.
     [[nodiscard]] std::optional<bool> confirmed(SerialLine line) const;
-    // As the remote last reported them.
+    [[nodiscard]] bool knowsModemLines() const { return m_session.modemState().has_value(); }
+    // As the remote last reported them; all off before it did.
     [[nodiscard]] ModemLines modemLines() const;
 
 Q_SIGNALS:

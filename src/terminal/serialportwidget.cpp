@@ -155,6 +155,9 @@ void SerialPortWidget::wireLines()
     m_lines->follow(*m_run);
     connect(&m_lines->lines(), &ControlLines::statusMessage, this,
         &SerialPortWidget::showStatusMessage);
+    PaneStatusLine* status = &m_view->statusLine();
+    connect(&m_lines->lines(), &ControlLines::reportChanged, status, &PaneStatusLine::setLines);
+    connect(status, &PaneStatusLine::refreshing, &m_lines->lines(), &ControlLines::pollIfDue);
     connect(m_remote.get(), &RemoteSerialLink::statusMessage, this,
         &SerialPortWidget::showStatusMessage);
     connect(m_remote.get(), &RemoteSerialLink::summaryChanged, &m_view->connectionPanel(),
@@ -366,6 +369,12 @@ ModemLines SerialPortWidget::modemState() const
     return m_lines->lines().modemState();
 }
 
+const LineReport& SerialPortWidget::controlLines() const
+{
+    m_lines->lines().pollIfDue();
+    return m_lines->lines().report();
+}
+
 void SerialPortWidget::setStatusLineVisible(bool visible)
 {
     m_view->statusLine().setVisible(visible);
@@ -378,7 +387,7 @@ void SerialPortWidget::setQuickSettingsVisible(bool visible)
 
 void SerialPortWidget::setQuickSettingsGroups(const QuickSettingsGroups& groups)
 {
-    m_view->quickSettings().setGroups(groups);
+    m_view->setQuickSettingsGroups(groups);
 }
 
 void SerialPortWidget::refreshQuickSettingsGroups()

@@ -19,6 +19,7 @@ class RunControl;
 class SendDesk;
 class SerialPortCatalog;
 struct QuickSettingsGroups;
+struct LineReport;
 struct ModemLines;
 
 // One port pane: a terminal on one transport. A façade over the collaborators that do the work and
@@ -88,6 +89,8 @@ public:
 
     // The inputs of the serial port at the end of the connection; all off when it has none.
     [[nodiscard]] ModemLines modemState() const;
+    // All control lines, as of a moment ago.
+    [[nodiscard]] const LineReport& controlLines() const;
 
     void setStatusLineVisible(bool visible);
     void setQuickSettingsVisible(bool visible);

@@ -1,4 +1,5 @@
 #include "connections/seriallink.h"
+#include "simdevice/pseudoterminal.h"
 #include "support/nullmodem.h"
 #include "support/numberedbytes.h"
 
@@ -103,6 +104,23 @@ private Q_SLOTS:
         QCOMPARE(messages, QStringList{u"Serial Port A CLOSE SUCCESS|3000"_s});
         QVERIFY(!modem->dtr(End::A) && !modem->rts(End::A));
         QVERIFY(link->lineRequested(SerialLine::Dtr) && link->lineRequested(SerialLine::Rts));
+    }
+
+    void portWithoutLinesIsAskedOnce()
+    {
+        simdevice::PseudoTerminal terminal;
+        QString error;
+        QVERIFY2(terminal.open(&error), qPrintable(error));
+        QVERIFY(!link->tellsPinout());
+        for (int opening = 1; opening <= 2; ++opening) {
+            QVERIFY(link->open({}, terminal.slavePath(), u"P"_s, true));
+            QVERIFY(link->tellsPinout());
+            for (int look = 0; look < 3; ++look)
+                QCOMPARE(link->pinoutSignals(), QSerialPort::NoSignal);
+            QVERIFY(link->isOpen() && !link->tellsPinout());
+            QCOMPARE(messages.filter(u"has no control lines that can be read"_s).size(), opening);
+            link->close(u"P"_s);
+        }
     }
 
     void aFailedOpenSaysWhyAndWhatToDo()

@@ -3,6 +3,7 @@
 #include "terminal/controllinerow.h"
 #include "terminal/controllines.h"
 #include "terminal/hled.h"
+#include "terminal/linestrip.h"
 
 #include <QAbstractButton>
 #include <QLabel>
@@ -11,6 +12,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 using Certainty = LineDriver::Certainty;
+using Sight = LineDriver::Sight;
 
 namespace {
 
@@ -23,11 +25,18 @@ class NotingDriver final : public LineDriver
 public:
     ModemLines lines;
     Level level;
+    Sight seen = Sight::All;
+    int looks = 0;
     QString inert;
     bool takesBreak = true;
     QStringList done;
 
-    [[nodiscard]] ModemLines inputs() override { return lines; }
+    [[nodiscard]] ModemLines inputs() override
+    {
+        ++looks;
+        return lines;
+    }
+    [[nodiscard]] Sight sight() const override { return seen; }
     [[nodiscard]] Level output(SerialLine, const Settings&) const override { return level; }
     [[nodiscard]] QString inertReason(SerialLine, const Settings&) const override { return inert; }
     [[nodiscard]] QString breakHint() const override { return u"hint"_s; }
@@ -87,6 +96,10 @@ private Q_SLOTS:
     void inputLamps();
     void noLampsWithoutAPort();
     void hiddenLampsAskNobody();
+    void shortForm_data();
+    void shortForm();
+    void reportsChangesOnly();
+    void narrowStripNamesHighLines();
     void clicksToggleOutputs_data();
     void clicksToggleOutputs();
     void breakTimes_data();
@@ -166,6 +179,85 @@ void TestControlLines::hiddenLampsAskNobody()
     QVERIFY(!bench.lamp("dtrLed").isOn());
     bench.row.show();
     QVERIFY(bench.lamp("dtrLed").isOn());
+}
+
+// A line that is high stands as it is, one that is low in brackets.
+void TestControlLines::shortForm_data()
+{
+    QTest::addColumn<LineReport>("report");
+    QTest::addColumn<QString>("marks");
+    QTest::addColumn<QString>("words");
+    const LineDriver::Level high{true, Certainty::Sure};
+    const LineDriver::Level low{false, Certainty::Sure};
+    QTest::newRow("nothing") << LineReport{Sight::None, high, high, {true}, false} << u""_s
+                             << u""_s;
+    QTest::newRow("all") << LineReport{Sight::All, high, low, {true, false, true, false}, false}
+                         << u"RTS [DTR] CTS [DSR] DCD [RI]"_s
+                         << u"RTS: high, DTR: low, CTS: high, DSR: low, DCD: high, RI: low"_s;
+    QTest::newRow("inputs unknown")
+        << LineReport{Sight::Outputs, {true, Certainty::Requested}, low, {}, false}
+        << u"RTS? [DTR]"_s << u"RTS: high, not confirmed, DTR: low"_s;
+    QTest::newRow("flow control, break")
+        << LineReport{Sight::Outputs, {true, Certainty::Automatic}, high, {}, true}
+        << u"BRK RTS DTR"_s << u"Break is being sent, RTS: driven by flow control, DTR: high"_s;
+}
+
+void TestControlLines::shortForm()
+{
+    QFETCH(LineReport, report);
+    QStringList marks;
+    for (const LineMark& mark : lineMarks(report))
+        marks.append(mark.high ? mark.name : u"[%1]"_s.arg(mark.name));
+    QTEST(marks.join(u' '), "marks");
+    QTEST(lineWords(report).join(u", "_s), "words");
+}
+
+void TestControlLines::reportsChangesOnly()
+{
+    Bench bench;
+    QSignalSpy changed(&bench.lines, &ControlLines::reportChanged);
+    bench.lines.onControlLinePollTick();
+    bench.noted.lines.cts = true;
+    bench.lines.onControlLinePollTick();
+    bench.lines.onControlLinePollTick();
+    QCOMPARE(changed.size(), 1);
+    QTest::mousePress(bench.cell("txLedCell"), Qt::LeftButton);
+    QVERIFY(bench.lines.report().inBreak);
+    bench.lines.releaseBreak();
+    QVERIFY(!bench.lines.report().inBreak);
+    QCOMPARE(changed.size(), 3);
+
+    // Somebody else's timer asks only when the lamps do not.
+    const auto looksOfOthers = [&bench](int afterMs) {
+        const int before = bench.noted.looks;
+        bench.nowMs += afterMs;
+        bench.lines.pollIfDue();
+        return bench.noted.looks - before;
+    };
+    QCOMPARE(looksOfOthers(1000), 0);
+    bench.row.hide();
+    QCOMPARE(looksOfOthers(0), 1);
+    QCOMPARE(looksOfOthers(ControlLines::kPollIntervalMs - 1), 0);
+    QCOMPARE(looksOfOthers(1), 1);
+}
+
+void TestControlLines::narrowStripNamesHighLines()
+{
+    const LineDriver::Level high{true, Certainty::Sure};
+    LineStrip strip;
+    strip.setReport({Sight::All, high, high, {true, false, false, false}, false});
+    QVERIFY(strip.isVisible());
+    QCOMPARE(strip.shown().size(), 6);
+    const int all = strip.sizeHint().width();
+    strip.setRoom(all);
+    QCOMPARE(strip.shown().size(), 6);
+    strip.setRoom(all - 1);
+    QCOMPARE(strip.shown().size(), 3);
+    strip.setRoom(strip.sizeHint().width() - 1);
+    QVERIFY(!strip.isVisible());
+    strip.setRoom(all);
+    strip.setReport({});
+    QVERIFY(!strip.isVisible());
 }
 
 void TestControlLines::clicksToggleOutputs_data()
