@@ -5,7 +5,9 @@
 #include "app/mainstatusbar.h"
 #include "app/messageboxes.h"
 #include "app/panedialogs.h"
+#include "app/panerunner.h"
 #include "app/paneset.h"
+#include "app/paneworkspace.h"
 #include "app/portarea.h"
 #include "app/portgrid.h"
 #include "app/portselector.h"
@@ -17,7 +19,6 @@
 #include "app/toolwindows.h"
 #include "app/viewmodes.h"
 #include "app/windowgeometry.h"
-#include "connections/seriallink.h"
 #include "terminal/serialportwidget.h"
 
 #include <QAction>
@@ -47,15 +48,17 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
           {m_actions->action("acViewHorizontal"_L1), m_actions->action("acViewVertical"_L1),
               m_actions->action("acViewGrid"_L1), m_actions->action("acViewCustom"_L1)},
           [this] { return m_panes->count(); }, this))
+    , m_workspace(new PaneWorkspace(m_state, *m_panes, *m_grid, *m_viewModes, this))
     , m_portSelector(new PortSelector(this))
     , m_statusBar(new MainStatusBar(this))
+    , m_runner(new PaneRunner(*m_panes, *m_statusBar, this))
     , m_options(new ProgramOptions(
           {m_actions->action("acControlOpen"_L1), m_actions->action("acAutoReconnect"_L1),
               m_actions->action("actionEnglish"_L1), m_actions->action("actionChinese"_L1)},
           m_store, m_state, this))
     , m_dialogs(new PaneDialogs(catalog, *m_panes, *m_options,
           {[this](const Settings& s, const FormatSetting& f) { return addPort(s, f); },
-              [this](SerialPortWidget* pane) { openPane(pane, {}, false); },
+              [this](SerialPortWidget* pane) { m_runner->open(*pane, {}, false); },
               [this] { return m_state.quickSettingsGroups(); },
               [this](const QuickSettingsGroups& groups) {
                   m_state.setQuickSettingsGroups(groups);
@@ -82,7 +85,7 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
     m_clock.start();
     applySessionToPrimaryPort();
     if (restore == Restore::LastConnection)
-        restoreLastConnection();
+        m_runner->restore(m_state, m_catalog);
     firstPane().focusSendEditor();
 
     connect(&m_displayTimer, &QTimer::timeout, this, &MainWindow::onUpdateDisplay);
@@ -122,10 +125,11 @@ void MainWindow::buildDocument()
     m_recentFiles->setSeparator(actions.constFirst());
     m_recentFiles->setFiles(m_state.recentFiles);
     m_recentFiles->updateActions(false);
-    m_document = new SessionDocument(
-        {[this] { return sessionContents(); },
-            [this](const SessionContents& s) { applySession(s); }, [this] { resetSession(); }},
-        *m_recentFiles, this);
+    m_document =
+        new SessionDocument({[this] { return m_workspace->contents(); },
+                                [this](const SessionContents& s) { m_workspace->apply(s); },
+                                [this] { m_workspace->reset(); }},
+            *m_recentFiles, this);
     m_document->setLastDirectory(m_state.lastDirectory);
     connect(m_document, &SessionDocument::message, this,
         [this](const QString& text, int ms) { firstPane().showStatusMessage(text, ms); });
@@ -136,8 +140,12 @@ void MainWindow::connectPanes()
 {
     connect(m_options, &ProgramOptions::autoReconnectChanged, this,
         &MainWindow::applyAutoReconnectToPorts);
-    connect(m_dialogs, &PaneDialogs::edited, this, [this] { setWindowModified(true); });
-    connect(m_panes.get(), &PaneSet::edited, this, [this] { setWindowModified(true); });
+    const auto markModified = [this] { setWindowModified(true); };
+    connect(m_dialogs, &PaneDialogs::edited, this, markModified);
+    connect(m_panes.get(), &PaneSet::edited, this, markModified);
+    connect(m_runner, &PaneRunner::edited, this, markModified);
+    connect(m_workspace, &PaneWorkspace::edited, this, markModified);
+    connect(m_workspace, &PaneWorkspace::arranged, this, &MainWindow::showArrangement);
     connect(m_panes.get(), &PaneSet::stateChanged, this, &MainWindow::refreshStatusBar);
     connect(m_panes.get(), &PaneSet::firstPaneMessage, m_statusBar, &MainStatusBar::showNotice);
     connect(m_panes.get(), &PaneSet::currentChanged, m_area,
@@ -177,10 +185,9 @@ void MainWindow::connectPortActions()
 
 void MainWindow::connectViewActions()
 {
-    connect(m_viewModes, &ViewModes::chosen, this, &MainWindow::onLayoutChosen);
     onAction("acViewNextPort"_L1, this, [this] { m_panes->focusNext(1); });
     onAction("acViewPreviousPort"_L1, this, [this] { m_panes->focusNext(-1); });
-    onAction("acViewQuickSettings"_L1, this, &MainWindow::toggleQuickSettings);
+    onAction("acViewQuickSettings"_L1, m_workspace, &PaneWorkspace::toggleQuickSettings);
     onAction("acViewAlwaysTop"_L1, this, &MainWindow::setAlwaysOnTop);
 }
 
@@ -204,26 +211,24 @@ void MainWindow::connectHelpActions()
 SerialPortWidget* MainWindow::createPortWidget([[maybe_unused]] int index)
 {
     Q_ASSERT(index == m_panes->count());
-    SerialPortWidget* pane = m_panes->append();
-    pane->setAutoReconnect(m_state.autoReconnect);
-    return pane;
+    return m_workspace->append();
 }
 
 void MainWindow::rebuildPortLayout()
 {
-    m_grid->rebuild(m_panes->frames(), m_viewModes->columnCount());
+    m_workspace->rebuildLayout();
 }
 
 void MainWindow::updateGrid()
 {
-    rebuildPortLayout();
-    const bool single = m_panes->count() == 1;
-    m_statusBar->setVisible(single);
-    firstPane().setStatusLineVisible(!single);
-    m_panes->setQuickSettingsVisible(m_quickSettingsShown);
-    m_actions->setQuickSettingsShown(m_quickSettingsShown);
+    m_workspace->update();
+}
+
+void MainWindow::showArrangement()
+{
+    m_statusBar->setVisible(m_panes->count() == 1);
+    m_actions->setQuickSettingsShown(m_workspace->areQuickSettingsShown());
     m_actions->setPaneCount(m_panes->count(), maxPanes);
-    applyQuickSettingsGroupsToPorts();
     refreshStatusBar();
 }
 
@@ -249,74 +254,26 @@ SerialPortWidget* MainWindow::currentPortWidget() const
 
 SerialPortWidget* MainWindow::addPort(const Settings& settings, const FormatSetting& format)
 {
-    if (m_panes->count() >= maxPanes)
-        return nullptr;
-    SerialPortWidget* pane = createPortWidget(m_panes->count());
-    pane->setSettings(settings);
-    pane->setFormatSetting(format);
-    m_viewModes->selectHorizontal();
-    updateGrid();
-    m_panes->focusPane(m_panes->count() - 1);
-    setWindowModified(true);
-    return pane;
+    return m_workspace->addPort(settings, format);
 }
 
 void MainWindow::removePort()
 {
-    if (m_panes->count() < 2) {
+    if (m_workspace->removeLast())
+        qDebug() << "on_acEditRemove_triggered: Port Number =" << m_panes->count();
+    else
         firstPane().showStatusMessage(
             tr("Port Number = %1").arg(m_panes->count()), SessionDocument::messageMs);
-        return;
-    }
-    m_panes->removeLast();
-    m_viewModes->selectHorizontal();
-    updateGrid();
-    setWindowModified(true);
-    qDebug() << "on_acEditRemove_triggered: Port Number =" << m_panes->count();
-}
-
-void MainWindow::onLayoutChosen()
-{
-    updateGrid();
-    setWindowModified(true);
-}
-
-bool MainWindow::openPane(SerialPortWidget* pane, const QString& portName, bool quiet)
-{
-    if (pane->start(portName, quiet))
-        return true;
-    const bool serial = pane->settings().connMode == connectionMode::SerialPort;
-    const QString text = serial ? tr("Serial Port %1 OPEN FAILED").arg(pane->settings().portName)
-                                : tr("%1 OPEN FAILED").arg(pane->connectionSummary());
-    qWarning().noquote() << text;
-    // The box says already what the full message begins with.
-    QString reason = pane->lastError();
-    const QString beginning = SerialLink::openFailureText(pane->settings().portName);
-    if (reason.startsWith(beginning))
-        reason.remove(0, beginning.size());
-    if (pane == &firstPane() && quiet)
-        m_statusBar->showError(text, reason);
-    else if (pane == &firstPane())
-        MessageBoxes::showWarning(this, text, reason);
-    return false;
 }
 
 void MainWindow::start(const QString& portName, bool quiet)
 {
-    if (!portName.isEmpty()) {
-        openPane(&firstPane(), portName, quiet);
-        return;
-    }
-    for (SerialPortWidget* pane : m_panes->panes())
-        openPane(pane, {}, quiet);
+    m_runner->start(portName, quiet);
 }
 
 void MainWindow::stop()
 {
-    for (SerialPortWidget* pane : m_panes->panes()) {
-        if (pane->isActive())
-            pane->stop();
-    }
+    m_runner->stop();
 }
 
 void MainWindow::forEachPane(void (SerialPortWidget::*operation)()) const
@@ -327,20 +284,7 @@ void MainWindow::forEachPane(void (SerialPortWidget::*operation)()) const
 
 void MainWindow::changePort(const QString& portName)
 {
-    qDebug("Start to change port...");
-    const Settings& settings = firstPane().settings();
-    if (portName.isEmpty()
-        || (settings.connMode == connectionMode::SerialPort && settings.portName == portName))
-        return;
-    firstPane().stop();
-    openPane(&firstPane(), portName, false);
-    setWindowModified(true);
-}
-
-void MainWindow::toggleQuickSettings()
-{
-    m_quickSettingsShown = !m_quickSettingsShown;
-    onLayoutChosen();
+    m_runner->changePort(portName);
 }
 
 void MainWindow::setAlwaysOnTop(bool on)
@@ -354,9 +298,7 @@ void MainWindow::setAlwaysOnTop(bool on)
 
 SessionState MainWindow::currentSessionState() const
 {
-    firstPane().updateSettings();
-    SessionState state = m_state;
-    state.takeFrom(firstPane().settings(), firstPane().formatSetting());
+    SessionState state = m_workspace->state();
     state.recentFiles = m_recentFiles->files();
     state.lastFile = m_document->currentFile();
     state.lastDirectory = m_document->lastDirectory();
@@ -365,81 +307,22 @@ SessionState MainWindow::currentSessionState() const
 
 void MainWindow::applySessionToPrimaryPort()
 {
-    Settings settings = firstPane().settings();
-    m_state.applyTo(settings);
-    firstPane().setSettings(settings);
-    FormatSetting format = firstPane().formatSetting();
-    m_state.applyTo(format);
-    firstPane().setFormatSetting(format);
-    applyAutoReconnectToPorts();
-    updateGrid();
+    m_workspace->applyToFirstPane();
 }
 
 void MainWindow::applyAutoReconnectToPorts()
 {
-    m_options->showInActions();
-    for (SerialPortWidget* pane : m_panes->panes())
-        pane->setAutoReconnect(m_state.autoReconnect);
+    m_workspace->applyAutoReconnect();
 }
 
 void MainWindow::applyQuickSettingsGroupsToPorts()
 {
-    const QuickSettingsGroups groups = m_state.quickSettingsGroups();
-    for (SerialPortWidget* pane : m_panes->panes())
-        pane->setQuickSettingsGroups(groups);
-}
-
-SessionContents MainWindow::sessionContents() const
-{
-    SessionContents contents;
-    contents.columnCount = m_viewModes->columnCount();
-    contents.quickView = m_quickSettingsShown;
-    contents.quickSettings = m_state.quickSettingsGroups();
-    for (SerialPortWidget* pane : m_panes->panes()) {
-        pane->updateSettings();
-        contents.panes.append({pane->settings(), pane->formatSetting()});
-    }
-    return contents;
-}
-
-void MainWindow::applySession(const SessionContents& contents)
-{
-    m_state.setQuickSettingsGroups(contents.quickSettings);
-    m_quickSettingsShown = contents.quickView;
-    m_panes->renew(int(contents.panes.size()));
-    for (int i = 0; i < m_panes->count(); ++i) {
-        m_panes->panes().at(i)->setSettings(contents.panes.at(i).settings);
-        m_panes->panes().at(i)->setFormatSetting(contents.panes.at(i).format);
-    }
-    m_viewModes->setColumnCount(contents.columnCount);
-    m_grid->forgetSizes();
-    applyAutoReconnectToPorts();
-    updateGrid();
-    m_panes->focusPane(0);
-}
-
-void MainWindow::resetSession()
-{
-    m_panes->renew(1);
-    m_viewModes->selectHorizontal();
-    m_grid->forgetSizes();
-    applyAutoReconnectToPorts();
-    updateGrid();
-    m_panes->focusPane(0);
+    m_workspace->applyQuickSettingsGroups();
 }
 
 bool MainWindow::loadFile(const QString& fileName)
 {
     return m_document->loadFile(fileName);
-}
-
-void MainWindow::restoreLastConnection()
-{
-    if (!m_state.openLastConnection || !m_state.lastConnectionOpen)
-        return;
-    if (m_state.connMode == connectionMode::SerialPort && !m_catalog.contains(m_state.portName))
-        return;
-    start({}, true);
 }
 
 void MainWindow::writeSettings()

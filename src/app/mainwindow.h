@@ -14,7 +14,9 @@ class LogActions;
 class MainActions;
 class MainStatusBar;
 class PaneDialogs;
+class PaneRunner;
 class PaneSet;
+class PaneWorkspace;
 class PortArea;
 class PortGrid;
 class PortSelector;
@@ -28,8 +30,9 @@ class ViewModes;
 
 // The window of the program: the port panes in their grid, menus, toolbar and status bar, and the
 // workspace that comes back at the next start. A façade: what an action is stands in MainActions,
-// which panes there are in PaneSet, where they stand in ViewModes and PortGrid, what the bars show
-// in PortSelector and MainStatusBar, what happens to session files in SessionDocument.
+// which panes there are and how they stand in PaneWorkspace over PaneSet, ViewModes and PortGrid,
+// how they are opened in PaneRunner, what the bars show in PortSelector and MainStatusBar, what
+// happens to session files in SessionDocument.
 //
 // Owns the SessionState in force. Reads and writes the application store: loads in the
 // constructor, saves when closed, stores its geometry when destroyed.
@@ -101,18 +104,12 @@ private:
     void connectHelpActions();
     template<class Receiver, class Slot>
     void onAction(QLatin1StringView name, Receiver* receiver, Slot slot);
-    void restoreLastConnection();
     void refreshStatusBar();
     void refreshPortList();
+    void showArrangement();
     void removePort();
-    void onLayoutChosen();
-    [[nodiscard]] SessionContents sessionContents() const;
-    void applySession(const SessionContents& contents);
-    void resetSession();
-    void toggleQuickSettings();
     void setAlwaysOnTop(bool on);
     void forEachPane(void (SerialPortWidget::*operation)()) const;
-    bool openPane(SerialPortWidget* pane, const QString& portName, bool quiet);
     [[nodiscard]] SerialPortWidget& firstPane() const;
 
     SerialPortCatalog& m_catalog;
@@ -124,15 +121,16 @@ private:
     PortArea* m_area;
     std::unique_ptr<PaneSet> m_panes;
     ViewModes* m_viewModes;
+    PaneWorkspace* m_workspace;
     PortSelector* m_portSelector;
     MainStatusBar* m_statusBar;
+    PaneRunner* m_runner;
     ProgramOptions* m_options;
     PaneDialogs* m_dialogs;
     ToolWindows* m_toolWindows;
     LogActions* m_logActions;
     RecentFilesModel* m_recentFiles = nullptr;
     SessionDocument* m_document = nullptr;
-    bool m_quickSettingsShown = true;
     QElapsedTimer m_clock;
     QTimer m_displayTimer;
 };
