@@ -4,6 +4,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -51,7 +52,7 @@ void LineStrip::setRoom(int width)
 
 void LineStrip::arrange()
 {
-    QList<LineMark> marks = marksThatFit();
+    QList<LineMark> marks = marksThatFit(m_room);
     if (marks == m_shown)
         return;
     m_shown = std::move(marks);
@@ -60,13 +61,16 @@ void LineStrip::arrange()
     update();
 }
 
-QList<LineMark> LineStrip::marksThatFit() const
+QList<LineMark> LineStrip::marksThatFit(int room) const
 {
     QList<LineMark> marks = lineMarks(m_report);
-    if (widthOf(marks) <= m_room)
+    if (widthOf(marks) <= room)
         return marks;
     marks.removeIf([](const LineMark& mark) { return !mark.high; });
-    return widthOf(marks) <= m_room ? marks : QList<LineMark>();
+    if (widthOf(marks) <= room)
+        return marks;
+    marks.removeIf([](const LineMark& mark) { return !mark.alert; });
+    return marks;
 }
 
 int LineStrip::widthOf(const QList<LineMark>& marks) const
@@ -91,7 +95,9 @@ void LineStrip::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     int x = 0;
-    for (const LineMark& mark : std::as_const(m_shown)) {
+    // A crowded window may give less than was asked for, and half a name would mislead.
+    const QList<LineMark> marks = marksThatFit(width());
+    for (const LineMark& mark : marks) {
         painter.setFont(fontOf(mark, font()));
         const int advance = painter.fontMetrics().horizontalAdvance(mark.name);
         const int height = painter.fontMetrics().height();
@@ -111,7 +117,7 @@ void LineStrip::changeEvent(QEvent* event)
     QWidget::changeEvent(event);
     if (event->type() != QEvent::FontChange)
         return;
-    m_shown = marksThatFit();
+    m_shown = marksThatFit(m_room);
     setVisible(!m_shown.isEmpty());
     updateGeometry();
 }

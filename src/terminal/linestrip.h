@@ -17,7 +17,8 @@ public:
 
     void setReport(const LineReport& report);
     // How many pixels the strip may take. Where not all names fit it shows those of the lines that
-    // are high, and where these do not either, it hides. Without a call there is room for all.
+    // are high, and where these do not either, nothing but a break. Without a call there is room
+    // for all.
     void setRoom(int width);
 
     // The names that are shown.
@@ -33,7 +34,7 @@ protected:
 
 private:
     [[nodiscard]] int widthOf(const QList<LineMark>& marks) const;
-    [[nodiscard]] QList<LineMark> marksThatFit() const;
+    [[nodiscard]] QList<LineMark> marksThatFit(int room) const;
     void arrange();
 
     LineReport m_report;

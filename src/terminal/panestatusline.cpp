@@ -17,7 +17,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int margin = 8;
-constexpr int stateShare = 3; // the state may keep one part in so many of a narrow line
+constexpr int stateShare = 4; // the state may keep one part in so many of a narrow line
 
 QString withRate(const QString& count, qint64 bytesPerSecond)
 {

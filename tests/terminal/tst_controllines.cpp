@@ -255,6 +255,8 @@ void TestControlLines::narrowStripNamesHighLines()
     QCOMPARE(strip.shown().size(), 3);
     strip.setRoom(strip.sizeHint().width() - 1);
     QVERIFY(!strip.isVisible());
+    strip.setReport({Sight::All, high, high, {true, false, false, false}, true});
+    QCOMPARE(strip.shown(), (QList<LineMark>{{u"BRK"_s, true, true}}));
     strip.setRoom(all);
     strip.setReport({});
     QVERIFY(!strip.isVisible());

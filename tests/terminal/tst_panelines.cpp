@@ -2,6 +2,7 @@
 // is clicked here arrives there.
 #include "support/nullmodem.h"
 #include "terminal/controllines.h"
+#include "terminal/linestrip.h"
 #include "terminal/panebench.h"
 
 #include <QCheckBox>
@@ -45,6 +46,7 @@ class TestPaneLines : public QObject
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void inputsFollowTheOtherEnd();
+    void statusLineFollowsWithoutLamps();
     void lampsAndCheckBoxesAgree();
     void flowControlKeepsRts();
     void breakIsLongEnough();
@@ -66,6 +68,21 @@ void TestPaneLines::inputsFollowTheOtherEnd()
     bench.pane.stop();
     QVERIFY(!bench.lamp("dsrLed").isOn()); // at once, with the state of the pane
     QCOMPARE(bench.pane.modemState(), ModemLines());
+}
+
+void TestPaneLines::statusLineFollowsWithoutLamps()
+{
+    Bench bench;
+    const auto* strip = bench.pane.findChild<LineStrip*>();
+    bench.pane.setQuickSettingsVisible(false);
+    QVERIFY(bench.open());
+    for (const bool high : {true, false}) {
+        bench.modem.setOutputs(End::B, high, !high);
+        const QString words = high ? u"CTS: low, DSR: high"_s : u"CTS: high, DSR: low"_s;
+        QTRY_VERIFY(strip->accessibleDescription().contains(words));
+    }
+    bench.pane.stop();
+    QVERIFY(strip->isHidden());
 }
 
 void TestPaneLines::lampsAndCheckBoxesAgree()
