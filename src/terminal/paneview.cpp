@@ -93,7 +93,19 @@ QWidget* PaneView::buildTerminal()
 
 void PaneView::setQuickSettingsVisible(bool visible)
 {
-    m_column->setVisible(visible);
+    m_columnWanted = visible;
+    showColumn();
+}
+
+void PaneView::setQuickSettingsGroups(const QuickSettingsGroups& groups)
+{
+    m_quickSettings->setGroups(groups);
+    showColumn();
+}
+
+void PaneView::showColumn()
+{
+    m_column->setVisible(m_columnWanted && m_quickSettings->anyGroupShown());
 }
 
 void PaneView::setSplitterSizes(int left, int right)

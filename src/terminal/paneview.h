@@ -16,6 +16,7 @@ class ReceiveView;
 class SendEditor;
 class SendPanel;
 class SettingsColumn;
+struct QuickSettingsGroups;
 
 // What a pane looks like: the quick settings column on the left, the receive view above the send
 // editor on the right, the pane's status line below. Builds and places the widgets and knows
@@ -41,7 +42,9 @@ public:
     [[nodiscard]] SendEditor& sendEditor() const { return *m_editor; }
     [[nodiscard]] PaneStatusLine& statusLine() const { return *m_status; }
 
+    // A column without groups is not shown, whatever was asked for.
     void setQuickSettingsVisible(bool visible);
+    void setQuickSettingsGroups(const QuickSettingsGroups& groups);
     // Relative sizes of the settings column and of the terminal, as the settings record keeps them.
     void setSplitterSizes(int left, int right);
     [[nodiscard]] std::pair<int, int> splitterSizes() const;
@@ -54,6 +57,7 @@ protected:
 
 private:
     void applySplitterSizes();
+    void showColumn();
     SettingsColumn* buildSettingsColumn();
     QWidget* buildTerminal();
 
@@ -70,6 +74,7 @@ private:
     PaneStatusLine* m_status;
     std::unique_ptr<QuickSettingsLayout> m_quickSettings;
     SettingsColumn* m_column;
+    bool m_columnWanted = true;
     // Relative sizes that wait for the width they are relative to; 0 when there are none.
     int m_leftShare = 0;
     int m_rightShare = 0;

@@ -1,5 +1,6 @@
 // One pane as a person uses it, on the simulated device and on real sockets: opened, typed into,
 // clicked, unplugged.
+#include "app/settings/quicksettingsgroups.h"
 #include "support/nullmodem.h"
 #include "support/simulateddevice.h"
 #include "support/tcppeer.h"
@@ -9,6 +10,7 @@
 #include "terminal/panebench.h"
 #include "terminal/peerpanel.h"
 #include "terminal/sendeditor.h"
+#include "terminal/settingscolumn.h"
 #include "terminal/view/receiveview.h"
 
 #include <QAbstractItemView>
@@ -80,6 +82,7 @@ private Q_SLOTS:
     void servesItsClients();
     void onlyEditsMarkTheSettings();
     void removedHostStaysAway();
+    void columnWithoutGroups();
 };
 
 void TestSerialPortWidget::talksToADevice()
@@ -312,6 +315,19 @@ void TestSerialPortWidget::onlyEditsMarkTheSettings()
     }
     QVERIFY(!changed.isEmpty());
     QVERIFY(bench.pane.settings().baudRate != 57600);
+}
+
+void TestSerialPortWidget::columnWithoutGroups()
+{
+    Bench bench;
+    const QWidget* column = bench.pane.findChild<SettingsColumn*>();
+    QuickSettingsGroups groups;
+    groups.showConnectionGroup = groups.showReceiveGroup = groups.showSendGroup = false;
+    bench.pane.setQuickSettingsGroups(groups);
+    bench.pane.setQuickSettingsVisible(true);
+    QVERIFY(!column->isVisible());
+    bench.pane.setQuickSettingsGroups({});
+    QVERIFY(column->isVisible());
 }
 
 void TestSerialPortWidget::removedHostStaysAway()
