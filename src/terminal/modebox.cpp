@@ -3,7 +3,7 @@
 #include "terminal/panelchoices.h"
 
 ModeBox::ModeBox(QWidget* parent)
-    : QComboBox(parent)
+    : ElidedComboBox(parent)
 {
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     setMinimumContentsLength(10);

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "app/settings/connectionmode.h"
-
-#include <QComboBox>
+#include "terminal/elidedcombobox.h"
 
 // The connection type of a pane. Offers the types that this program can open; a record of another
 // type is shown by an entry of its own, which leaves with the next record.
-class ModeBox final : public QComboBox
+class ModeBox final : public ElidedComboBox
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ModeBox)

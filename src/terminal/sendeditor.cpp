@@ -1,6 +1,7 @@
 #include "terminal/sendeditor.h"
 
-#include <QComboBox>
+#include "terminal/elidedcombobox.h"
+
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -8,10 +9,24 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 
+namespace {
+
+constexpr int barSpacing = 8;
+
+// A style makes buttons wider than their text needs, which a narrow pane has no room for.
+void letShrink(QPushButton& button)
+{
+    const int text = button.fontMetrics().size(Qt::TextShowMnemonic, button.text()).width();
+    button.setMinimumWidth(text + 2 * barSpacing);
+}
+
+} // namespace
+
 SendEditor::SendEditor(QWidget* parent)
     : QWidget(parent)
     , m_editor(new QPlainTextEdit(this))
-    , m_history(new QComboBox(this))
+    , m_historyLabel(new QLabel(tr("H&istory"), this))
+    , m_history(new ElidedComboBox(this))
     , m_clearHistory(new QPushButton(tr("Clear History"), this))
     , m_send(new QPushButton(tr("&Send"), this))
 {
@@ -25,6 +40,8 @@ SendEditor::SendEditor(QWidget* parent)
     m_history->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_history->setPlaceholderText(tr("Nothing sent yet"));
     m_history->setMinimumContentsLength(8);
+    // Its placeholder would ask for all of its length.
+    m_history->setMinimumWidth(8 * fontMetrics().horizontalAdvance(u'0'));
     m_clearHistory->setToolTip(tr("Empty the message and the list of messages sent before"));
     m_send->setToolTip(tr("Send the message (Ctrl+Enter)"));
     buildLayout();
@@ -40,13 +57,14 @@ SendEditor::~SendEditor() = default;
 void SendEditor::buildLayout()
 {
     auto* bar = new QHBoxLayout;
-    bar->setSpacing(8);
-    auto* label = new QLabel(tr("H&istory"), this);
-    label->setBuddy(m_history);
-    bar->addWidget(label);
+    bar->setSpacing(barSpacing);
+    m_historyLabel->setBuddy(m_history);
+    bar->addWidget(m_historyLabel);
     bar->addWidget(m_history, 1);
     bar->addWidget(m_clearHistory);
     bar->addWidget(m_send);
+    letShrink(*m_clearHistory);
+    letShrink(*m_send);
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -58,6 +76,23 @@ void SendEditor::buildLayout()
     setTabOrder(m_history, m_clearHistory);
     const int threeLines = m_editor->fontMetrics().lineSpacing() * 2 + 12;
     m_editor->setMinimumHeight(threeLines);
+}
+
+int SendEditor::labelWidth() const
+{
+    return m_historyLabel->sizeHint().width() + barSpacing;
+}
+
+QSize SendEditor::minimumSizeHint() const
+{
+    const QSize all = QWidget::minimumSizeHint();
+    return m_historyLabel->isHidden() ? all : QSize(all.width() - labelWidth(), all.height());
+}
+
+void SendEditor::resizeEvent(QResizeEvent* event)
+{
+    m_historyLabel->setVisible(width() >= minimumSizeHint().width() + labelWidth());
+    QWidget::resizeEvent(event);
 }
 
 bool SendEditor::eventFilter(QObject* watched, QEvent* event)

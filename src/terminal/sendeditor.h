@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class QComboBox;
+class QLabel;
 class QPlainTextEdit;
 class QPushButton;
 
@@ -26,6 +27,9 @@ public:
     void setHistory(const QStringList& labels);
     void focusEditor();
 
+    // Without the label of the history, which gives way in a narrow pane.
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
 Q_SIGNALS:
     void sendRequested();
     // The entry of this index was chosen from the list.
@@ -34,11 +38,14 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    [[nodiscard]] int labelWidth() const;
     void buildLayout();
 
     QPlainTextEdit* m_editor;
+    QLabel* m_historyLabel;
     QComboBox* m_history;
     QPushButton* m_clearHistory;
     QPushButton* m_send;
