@@ -27,6 +27,11 @@ QSpinBox* portNumberBox(QWidget* parent)
     return box;
 }
 
+QString anyFreePort()
+{
+    return ConnectionPanel::tr("Any free port");
+}
+
 QLabel* textRow(QWidget* parent)
 {
     auto* label = new QLabel(parent);
@@ -87,8 +92,8 @@ void ConnectionPanel::nameFields()
 void ConnectionPanel::buildTargetRows()
 {
     m_targetPortLabel->setBuddy(m_targetPort);
-    for (QSpinBox* box : {m_targetPort, m_udpLocalPort, m_udpServerPort})
-        box->setSpecialValueText(tr("Any free port"));
+    for (QSpinBox* box : {m_udpLocalPort, m_udpServerPort})
+        box->setSpecialValueText(anyFreePort());
     m_form.addRow({}, tr("Type"), m_mode);
     m_form.addRow({}, m_problem);
     m_form.addRow({}, tr("Port"), m_port);
@@ -175,6 +180,8 @@ void ConnectionPanel::showPorts(connectionMode mode)
     m_form.setUsed(m_host, hasTarget);
     m_form.setUsed(m_targetPort, hasTarget || listens);
     m_targetPortLabel->setText(listens ? tr("Listen Port") : tr("Target Port"));
+    // Nobody can be reached at whichever port is free.
+    m_targetPort->setSpecialValueText(listens ? anyFreePort() : QString());
     m_form.setUsed(m_udpLocalPort, udpClient);
     m_form.setUsed(m_udpServerPort, udpServer);
 }

@@ -38,6 +38,12 @@ QString serialSummary(const Settings& settings)
             settings.stringStopBits);
 }
 
+QString portText(int port)
+{
+    return port == 0 ? translated(QT_TRANSLATE_NOOP("ConnectionSummary", "any free port"))
+                     : QString::number(port);
+}
+
 } // namespace
 
 QString connectionSummary(const Settings& settings)
@@ -54,14 +60,14 @@ QString connectionSummary(const Settings& settings)
         return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "RFC 2217 %1")).arg(target);
     case connectionMode::UdpServer:
         return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "UDP local %1"))
-            .arg(sane.udpServerPort);
+            .arg(portText(sane.udpServerPort));
     case connectionMode::UdpClient:
     case connectionMode::UdpMode6:
         return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "UDP local %1 to %2"))
-            .arg(QString::number(sane.udpLocalPort), target);
+            .arg(portText(sane.udpLocalPort), target);
     case connectionMode::TcpServer:
         return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "TCP server %1"))
-            .arg(sane.targetPort);
+            .arg(portText(sane.targetPort));
     case connectionMode::NoTransport:
     case connectionMode::RemoteSerialCloudRelay:
         break;
