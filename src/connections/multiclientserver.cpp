@@ -5,6 +5,7 @@
 #include "connections/tcpkeepalive.h"
 
 #include <QNetworkProxy>
+#include <QPointer>
 #include <QTcpSocket>
 #include <algorithm>
 #include <utility>
@@ -112,7 +113,8 @@ void MultiClientServer::tune(QTcpSocket* socket) const
 
 void MultiClientServer::handleNewConnection()
 {
-    while (QTcpSocket* socket = nextPendingConnection()) {
+    const QPointer<MultiClientServer> self(this);
+    while (QTcpSocket* socket = self ? nextPendingConnection() : nullptr) {
         m_acceptFailureTold = false;
         const QString reason = refusalFor(socket->peerAddress());
         if (reason.isEmpty()) {
@@ -124,7 +126,8 @@ void MultiClientServer::handleNewConnection()
         socket->deleteLater();
         Q_EMIT connectionRefused(peer, reason);
     }
-    regulateAccepting();
+    if (self)
+        regulateAccepting();
 }
 
 QString MultiClientServer::refusalFor(const QHostAddress& address) const
@@ -139,11 +142,20 @@ QString MultiClientServer::refusalFor(const QHostAddress& address) const
 void MultiClientServer::accept(QTcpSocket* socket)
 {
     const QString key = peerKeyFor(socket);
+    const QPointer<MultiClientServer> self(this);
     // A device that restarted may come back from the same port before its old connection is known
     // to be dead.
     if (ServerClient* former = find(key)) {
         retire(*former);
         handOver(key);
+        if (!self)
+            return;
+        // Its end was reason enough to stop.
+        if (!isListening()) {
+            socket->abort();
+            socket->deleteLater();
+            return;
+        }
     }
     m_clients.push_back(std::make_unique<ServerClient>(socket, key));
     ServerClient& client = *m_clients.back();
@@ -152,10 +164,13 @@ void MultiClientServer::accept(QTcpSocket* socket)
     tune(socket);
     client.setHeld(m_readThrottled);
     Q_EMIT clientArrived(key);
-    Q_EMIT connectionStateChange();
+    if (self)
+        Q_EMIT connectionStateChange();
     // It may have spoken, or left, before it was wired.
-    drainClient(key);
-    if (ServerClient* now = find(key); now && now->socket() == socket && !now->isConnected())
+    if (self)
+        drainClient(key);
+    if (ServerClient* now = self ? find(key) : nullptr;
+        now && now->socket() == socket && !now->isConnected())
         clientDisconnected(key);
 }
 
@@ -218,11 +233,12 @@ void MultiClientServer::retire(ServerClient& client)
 
 void MultiClientServer::handOver(const QString& key)
 {
+    const QPointer<MultiClientServer> self(this);
     ServerClient* departed = find(key);
     if (departed && departed->unreadBytes() > 0 && departed->announceLast())
         Q_EMIT newMessage(key);
-    // The slot may have stopped the server.
-    const ServerClient* client = find(key);
+    // The slot may have stopped the server, or deleted it.
+    const ServerClient* client = self ? find(key) : nullptr;
     if (!client || client->socket())
         return;
     const qint64 unread = client->unreadBytes() + client->lostUnreadBytes();
@@ -232,8 +248,10 @@ void MultiClientServer::handOver(const QString& key)
         [client](const auto& each) { return each.get() == client; }));
     if (unread > 0 || unsent > 0)
         Q_EMIT bytesLost(key, unread, unsent);
-    Q_EMIT clientGone(key);
-    Q_EMIT connectionStateChange();
+    if (self)
+        Q_EMIT clientGone(key);
+    if (self)
+        Q_EMIT connectionStateChange();
 }
 
 qint64 MultiClientServer::broadcast(const QByteArray& data)

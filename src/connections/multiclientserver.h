@@ -21,6 +21,9 @@ class ServerClient;
 //
 // While reads are throttled nothing is read, and a client that leaves is reported gone only when
 // its last bytes could be handed over. Owned by the ConnectionController.
+//
+// Any slot may stop the server. One that hears of an arrival or a refusal may delete it as well;
+// the other signals come out of a client's socket, which must not be deleted meanwhile.
 class MultiClientServer final : public QTcpServer
 {
     Q_OBJECT

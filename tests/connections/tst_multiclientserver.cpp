@@ -7,6 +7,7 @@
 #include "support/tcppeer.h"
 
 #include <QDir>
+#include <QPointer>
 #include <QSignalSpy>
 #include <QTcpSocket>
 #include <QTest>
@@ -90,6 +91,8 @@ private Q_SLOTS:
     void aReturningClientReplacesItsDeadConnection();
     void aSlotMayStopTheServer_data();
     void aSlotMayStopTheServer();
+    void aSlotMayDeleteTheServer_data();
+    void aSlotMayDeleteTheServer();
     void stoppingLeavesNothing();
     void oneClientIsDisconnected();
     void aThousandConnectionsLeaveNothing();
@@ -400,6 +403,36 @@ void TestMultiClientServer::aSlotMayStopTheServer()
     QTRY_COMPARE(peer.openCount(), 0);
     QCOMPARE(bench.server.clientCount(), 0);
     QCOMPARE(gone.size(), bench.keys.size());
+}
+
+void TestMultiClientServer::aSlotMayDeleteTheServer_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("arrived") << 0;
+    QTest::newRow("changed") << 1;
+    QTest::newRow("refused") << 2;
+}
+
+void TestMultiClientServer::aSlotMayDeleteTheServer()
+{
+    QFETCH(int, signal);
+    auto* server = new MultiClientServer;
+    const QPointer<MultiClientServer> alive(server);
+    const auto deleteAt = [&](int wanted, auto when) {
+        if (signal == wanted)
+            QObject::connect(server, when, this, [server] { delete server; });
+    };
+    deleteAt(0, &MultiClientServer::clientArrived);
+    deleteAt(1, &MultiClientServer::connectionStateChange);
+    deleteAt(2, &MultiClientServer::connectionRefused);
+    if (signal == 2)
+        server->setAllowedPeers({u"10.0.0.1"_s});
+    QVERIFY(server->start(0, QHostAddress(QHostAddress::LocalHost)));
+    TcpPeer peer;
+    for (int i = 0; i < 3; ++i)
+        peer.connectTo(server->serverPort());
+    QTRY_VERIFY(!alive);
+    QTRY_COMPARE(peer.openCount(), 0);
 }
 
 void TestMultiClientServer::stoppingLeavesNothing()
