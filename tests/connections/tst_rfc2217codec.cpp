@@ -145,16 +145,13 @@ private Q_SLOTS:
     void payloadSurvivesEveryBorder();
     void plainDataIsNotCopied();
     void twoEndsComeToRest();
-    void repetitionIsAnsweredOnce();
     void contradictionEnds();
     void crossingChangesEnd();
     void longSubnegotiation_data();
     void longSubnegotiation();
     void comPortSupport_data();
     void comPortSupport();
-    void modemStateMask();
     void resetForgetsTheConversation();
-    void valueMapping();
 };
 
 void TestRfc2217Codec::decode_data()
@@ -241,19 +238,6 @@ void TestRfc2217Codec::twoEndsComeToRest()
     // The server has not asked for the client's option before, everything else was announced.
     QCOMPARE(answers.toHex(), "fffd2c");
     QVERIFY(client.remoteSupportsComPort() && server.remoteSupportsComPort());
-}
-
-void TestRfc2217Codec::repetitionIsAnsweredOnce()
-{
-    QByteArray every;
-    for (int option = 0; option < 256; ++option) {
-        for (const quint8 verb : {Rfc2217::WILL, Rfc2217::DO})
-            every.append('\xff').append(char(verb)).append(char(option));
-    }
-    Codec codec(Server);
-    QByteArray reply;
-    codec.decode(every.repeated(100), nullptr, &reply);
-    QCOMPARE(reply.size(), every.size());
 }
 
 // A remote that turns every answer round.
@@ -344,21 +328,6 @@ void TestRfc2217Codec::comPortSupport()
     QTEST(codec.remoteSupportsComPort(), "supported");
 }
 
-void TestRfc2217Codec::modemStateMask()
-{
-    Codec codec(Server);
-    QVERIFY(codec.modemStateNotification(0xF0).isEmpty());
-    QList<Event> events;
-    codec.decode(hex("fffa2c0bb0fff0fffa2c0bfff0"), &events, nullptr);
-    QVERIFY(events.isEmpty());
-    QCOMPARE(codec.modemStateNotification(0xFF).toHex(), "fffa2c6bb0fff0");
-    QCOMPARE(codec.modemStateNotification(0x4F).toHex(), "fffa2c6b00fff0");
-    codec.decode(hex("fffa2c0bfffffff0"), &events, nullptr);
-    QCOMPARE(codec.modemStateNotification(0xFF).toHex(), "fffa2c6bfffffff0");
-    codec.decode(hex("fffa2c0b00fff0"), &events, nullptr);
-    QVERIFY(codec.modemStateNotification(0xFF).isEmpty());
-}
-
 // Whatever state the last conversation ended in, the next one goes as with a new codec.
 void TestRfc2217Codec::resetForgetsTheConversation()
 {
@@ -374,24 +343,6 @@ void TestRfc2217Codec::resetForgetsTheConversation()
         QCOMPARE(result.reply.toHex(), "fffd2c");
         QCOMPARE(result.events, "purge:1");
     }
-}
-
-void TestRfc2217Codec::valueMapping()
-{
-    // QSerialPort: no, even, odd, space, mark; anything else is none.
-    constexpr int parities[] = {0, 2, 3, 4, 5, 1, -1};
-    QByteArray wire;
-    for (const int parity : parities)
-        wire.append(char(Codec::parityToWire(parity)));
-    QCOMPARE(wire.toHex(), "01030205040101");
-    wire.clear();
-    for (const int stopBits : {1, 2, 3, 0, 4})
-        wire.append(char(Codec::stopSizeToWire(stopBits)));
-    QCOMPARE(wire.toHex(), "0102030101");
-    wire.clear();
-    for (const int flowControl : {0, 1, 2, 3})
-        wire.append(char(Codec::flowControlToWire(flowControl)));
-    QCOMPARE(wire.toHex(), "01030201");
 }
 
 QTEST_APPLESS_MAIN(TestRfc2217Codec)

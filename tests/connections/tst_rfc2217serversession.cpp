@@ -132,7 +132,13 @@ void TestRfc2217ServerSession::modemState()
     QVERIFY(!purged.modemStateAsked);
     QVERIFY(session.receive(framed("0bf0"), port()).modemStateAsked);
     QCOMPARE(session.modemStateNotification(0x31), framed("6b30"));
-    QVERIFY(!session.receive(framed("0b30"), port()).modemStateAsked);
+    QCOMPARE(session.modemStateNotification(0xff).toHex(), "fffa2c6bf0fff0");
+    QVERIFY(!session.receive(framed("0b30 0b"), port()).modemStateAsked);
+    QCOMPARE(session.modemStateNotification(0xb1), framed("6b30"));
+    session.receive(framed("0bffff"), port());
+    QCOMPARE(session.modemStateNotification(0xff), framed("6bffff"));
+    session.receive(framed("0b00"), port());
+    QVERIFY(session.modemStateNotification(0xff).isEmpty());
     session.reset();
     QVERIFY(session.modemStateNotification(0x30).isEmpty());
 }

@@ -161,16 +161,6 @@ private Q_SLOTS:
         QCOMPARE(link->port().parity(), QSerialPort::NoParity);
     }
 
-    void linesRequestedWhileClosedAreDrivenAtOpen()
-    {
-        QVERIFY(link->setLine(SerialLine::Dtr, false));
-        QVERIFY(open());
-        QVERIFY(!modem->dtr(End::A) && modem->rts(End::A));
-        QVERIFY(link->setLine(SerialLine::Dtr, true));
-        QVERIFY(link->setLine(SerialLine::Rts, false));
-        QVERIFY(modem->dtr(End::A) && !modem->rts(End::A));
-    }
-
     void rtsBelongsToTheDriverUnderRtsCts()
     {
         QVERIFY(open(hardwareFlow()));
@@ -188,31 +178,6 @@ private Q_SLOTS:
         modem->setOutputs(End::A, false, false);
         QVERIFY(open());
         QVERIFY(modem->rts(End::A));
-    }
-
-    void breakNeedsAnOpenPortAndEndsWithIt()
-    {
-        QVERIFY(!link->setLine(SerialLine::Break, true));
-        QCOMPARE(messages, QStringList{u"Open the serial port before sending Break|3000"_s});
-        QVERIFY(open());
-        QVERIFY(link->setLine(SerialLine::Break, true));
-        QVERIFY(link->lineRequested(SerialLine::Break));
-        QVERIFY(modem->breakSeenBy(End::B).active);
-        link->close(u"A"_s);
-        QVERIFY(!link->lineRequested(SerialLine::Break));
-        QCOMPARE(modem->breakSeenBy(End::B).count, 1);
-        QVERIFY(!modem->breakSeenBy(End::B).active);
-    }
-
-    void sendingOpensThePort()
-    {
-        QVERIFY(link->send("hello"_ba, {}, modem->portA()));
-        QTRY_COMPARE(far->peek(100), "hello"_ba);
-        QVERIFY(link->send(" again"_ba, {}, modem->portA()));
-        QTRY_COMPARE(far->peek(100), "hello again"_ba);
-        link->close(u"A"_s);
-        QVERIFY(!link->send("x"_ba, {}, modem->portA() + u"x"_s));
-        QCOMPARE(errors.size(), 1);
     }
 
     void throttlingHoldsTheSenderBackAndLosesNothing()
@@ -341,19 +306,6 @@ private Q_SLOTS:
         far->readAll();
         QVERIFY(link->send("new"_ba, {}, modem->portA()));
         QTRY_COMPARE(far->peek(100), "new"_ba);
-    }
-
-    void withoutAutoReconnectALossIsLeftToThePane()
-    {
-        QVERIFY(open());
-        QSignalSpy deviceError(&link->port(), &QSerialPort::errorOccurred);
-        messages.clear();
-        modem->unplug(End::A);
-        QTRY_VERIFY(!deviceError.isEmpty());
-        QVERIFY(becomesIdle());
-        QVERIFY(link->isOpen());
-        QVERIFY(messages.isEmpty() && errors.isEmpty());
-        QCOMPARE(lost, 0);
     }
 
     void closingADeadDeviceIsNotALoss()

@@ -13,10 +13,8 @@ private Q_SLOTS:
     void messages_data();
     void messages();
     void everyCombinationAgainstModel();
-    void lineEndings_data();
-    void lineEndings();
+    void enterOfEachMode();
     void unencodableTextSendsNothing();
-    void listTexts();
 };
 
 static FormatSetting options(int lineEnding, int checksum, bool normalise = false)
@@ -151,31 +149,15 @@ void TestEncodeSend::everyCombinationAgainstModel()
         "123456789\x37\x4B"_ba);
 }
 
-void TestEncodeSend::lineEndings_data()
+void TestEncodeSend::enterOfEachMode()
 {
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QByteArray>("enter");
-    QTest::addColumn<QByteArray>("converted"); // of "\na\r\n\n"
-    const auto row = [](const char* name, int mode, const char* enter, const char* converted) {
-        QTest::newRow(name) << mode << QByteArray(enter) << QByteArray(converted);
-    };
-    row("none", 0, "\r", "\na\r\n\n");
-    row("CR", 1, "\r", "\ra\r\r\r");
-    row("LF", 2, "\n", "\na\r\n\n");
-    row("CR LF", 3, "\r\n", "\r\na\r\r\n\r\n");
-    row("LF CR", 4, "\n\r", "\n\ra\r\n\r\n\r");
-    row("unknown", 5, "\r", "\na\r\n\n");
-    row("negative", -1, "\r", "\na\r\n\n");
-}
-
-void TestEncodeSend::lineEndings()
-{
-    QFETCH(int, mode);
-    QFETCH(QByteArray, enter);
-    QFETCH(QByteArray, converted);
-    QCOMPARE(MessageCodec::terminalEnterBytes(mode), enter);
-    QCOMPARE(MessageCodec::applyLineEnding("\na\r\n\n"_ba, mode), converted);
-    QCOMPARE(MessageCodec::applyLineEnding(u"\na\r\n\n"_s, mode), QString::fromLatin1(converted));
+    const QList<QByteArray> expected{
+        "\r"_ba, "\r"_ba, "\r"_ba, "\n"_ba, "\r\n"_ba, "\n\r"_ba, "\r"_ba};
+    for (int mode = -1; mode <= 5; ++mode) {
+        QCOMPARE(MessageCodec::terminalEnterBytes(mode), expected.at(mode + 1));
+        QCOMPARE(QString::fromLatin1(MessageCodec::applyLineEnding("\na\r\n\n"_ba, mode)),
+            MessageCodec::applyLineEnding(u"\na\r\n\n"_s, mode));
+    }
 }
 
 void TestEncodeSend::unencodableTextSendsNothing()
@@ -192,25 +174,6 @@ void TestEncodeSend::unencodableTextSendsNothing()
     QCOMPARE(MessageCodec::encodeSend(u"\u20AC"_s, false, options(0, 0)).bytes, "\xE2\x82\xAC"_ba);
     format.sendChecksum = 0;
     QCOMPARE(MessageCodec::encodeSend(u"\u20AC"_s, false, format).bytes, "\x80\r\n"_ba);
-}
-
-void TestEncodeSend::listTexts()
-{
-    const auto texts = [](const auto& list) {
-        QStringList all;
-        for (const auto& entry : list)
-            all.append(QString::number(int(entry.mode)) + u' ' + QLatin1String(entry.text));
-        return all;
-    };
-    const QStringList endings{u"0 None"_s, u"1 CR (\\r)"_s, u"2 LF (\\n)"_s,
-        u"3 CR & LF (\\r\\n)"_s, u"4 LR & CR (\\n\\r)"_s};
-    QCOMPARE(texts(kLineEndingTexts), endings);
-    const QStringList enter{
-        u"1 CR (\\r)"_s, u"2 LF (\\n)"_s, u"3 CR & LF (\\r\\n)"_s, u"4 LF & CR (\\n\\r)"_s};
-    QCOMPARE(texts(kTerminalEnterTexts), enter);
-    const QStringList checksums{u"0 None"_s, u"1 Checksum-8 (SUM)"_s, u"2 XOR (BCC)"_s,
-        u"3 CRC-8"_s, u"4 CRC-16/MODBUS"_s, u"5 CRC-32"_s};
-    QCOMPARE(texts(kChecksumTexts), checksums);
 }
 
 QTEST_GUILESS_MAIN(TestEncodeSend)

@@ -15,7 +15,6 @@ private Q_SLOTS:
     void published();
     void fastEqualsParametrised();
     void everyWidthAgainstBitwiseModel();
-    void masks();
     void customFields_data();
     void customFields();
     void resultTexts_data();
@@ -163,16 +162,6 @@ void TestCrcCatalog::everyWidthAgainstBitwiseModel()
     }
     QCOMPARE(CrcCatalog::calculateCustom(kDigits, {0, 1, 1, 1, false, false}), quint64(0));
     QCOMPARE(CrcCatalog::calculateCustom(kDigits, {-5, 1, 1, 1, true, true}), quint64(0));
-}
-
-void TestCrcCatalog::masks()
-{
-    QCOMPARE(CrcCatalog::maskForWidth(-1), quint64(0));
-    QCOMPARE(CrcCatalog::maskForWidth(0), quint64(0));
-    QCOMPARE(CrcCatalog::maskForWidth(1), quint64(1));
-    QCOMPARE(CrcCatalog::maskForWidth(63), quint64(0x7FFFFFFFFFFFFFFF));
-    QCOMPARE(CrcCatalog::maskForWidth(64), ~quint64(0));
-    QCOMPARE(CrcCatalog::maskForWidth(65), ~quint64(0));
 }
 
 void TestCrcCatalog::customFields_data()

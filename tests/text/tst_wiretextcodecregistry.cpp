@@ -82,19 +82,12 @@ void TestWireTextCodecRegistry::encodes_data()
         QTest::addRow("%s lacks %s", encoding, qPrintable(missing))
             << QString::fromLatin1(encoding) << text << QByteArray() << missing;
     };
-    good("UTF-8", u""_s, ""_ba);
+    good("GB18030", u"\u00E9\u4E2D\U00010000"_s, "\xA8\xA6\xD6\xD0\x90\x30\x81\x30"_ba);
     good("UTF-8", u"\uFEFFA\U0001F600"_s,
         "\xEF\xBB\xBF"
         "A\xF0\x9F\x98\x80"_ba);
-    good("GB18030", u"\u00E9\u4E2D\U00010000"_s, "\xA8\xA6\xD6\xD0\x90\x30\x81\x30"_ba);
-    good("cp936", u"\u4F60\r\n"_s, "\xC4\xE3\r\n"_ba);
     good("GBK", u"?\uFFE5?"_s, "?\xA3\xA4?"_ba);
-    good("Big5", u"\u8A31"_s, "\xB3\x5C"_ba);
     good("SJIS", u"\u8868\x1A\x1C\x7F"_s, "\x95\x5C\x1A\x1C\x7F"_ba);
-    good("EUC-KR", u"\uB620"_s, "\x8C\x63"_ba);
-    good("Latin1", u"\u00E9\u00FF\0"_s, "\xE9\xFF\0"_ba);
-    good("1252", u"\u20AC"_s, "\x80"_ba);
-    good("System", u"\u4E2D"_s, "\xE4\xB8\xAD"_ba);
     bad("ISO-8859-1", u"\u00E9\u20AC\u4E2D"_s, u"\u20AC"_s);
     bad("GBK", u"ok \U0001F600 no"_s, u"\U0001F600"_s);
     bad("Big5", u"\u00E9"_s, u"\u00E9"_s);

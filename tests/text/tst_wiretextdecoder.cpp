@@ -17,7 +17,6 @@ private Q_SLOTS:
     void legacyGarbageAgainstModel_data();
     void legacyGarbageAgainstModel();
     void utf8GarbageAgainstConverter();
-    void heldBytesWait();
     void resetDropsHeldBytesAndCount();
 };
 
@@ -222,17 +221,6 @@ void TestWireTextDecoder::utf8GarbageAgainstConverter()
         QCOMPARE(out.text, expected);
         QCOMPARE(out.invalid, expected.count(QChar(u'\uFFFD')));
     }
-}
-
-void TestWireTextDecoder::heldBytesWait()
-{
-    const auto utf8 = WireTextCodecRegistry::createDecoder(u"UTF-8");
-    QCOMPARE(utf8->decode("\xE4").text, QString());
-    QCOMPARE(utf8->decode("\xB8\xAD").text, u"\u4E2D"_s);
-    const auto gbk = WireTextCodecRegistry::createDecoder(u"GBK");
-    QCOMPARE(gbk->decode("a\xC4").text, u"a"_s);
-    QCOMPARE(gbk->decode("").text, QString());
-    QCOMPARE(gbk->decode("\xE3").text, u"\u4F60"_s);
 }
 
 void TestWireTextDecoder::resetDropsHeldBytesAndCount()

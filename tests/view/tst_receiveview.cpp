@@ -33,7 +33,6 @@ private Q_SLOTS:
     void forcedScrollHappensOnce();
     void keepsReadersLineThroughTrim();
     void selectionSurvives();
-    void longLineDoesNotFreeze();
     void removingHalfIsQuick();
     void unreadableColorFollowsPalette();
     void keysAreTyped_data();
@@ -154,24 +153,6 @@ void TestReceiveView::selectionSurvives()
     const QString all = view_->selectedText();
     view_->appendText(u"more"_s, {});
     QCOMPARE(view_->selectedText(), all);
-}
-
-// A device that sends no line feed at all, as hexadecimal display does.
-void TestReceiveView::longLineDoesNotFreeze()
-{
-    view_->setLineWrap(true);
-    const QString piece = QString(16'384, u'5');
-    qint64 slowest = 0;
-    for (int i = 0; i < 64; ++i) {
-        QElapsedTimer clock;
-        clock.start();
-        view_->appendText(piece, {});
-        QApplication::processEvents();
-        slowest = std::max(slowest, clock.elapsed());
-    }
-    QCOMPARE(view_->textLength(), 1'048'576);
-    QVERIFY2(slowest < 1000, qPrintable(QString::number(slowest)));
-    QCOMPARE(view_->textAt(0, 1'048'576).count(u'\n'), 0);
 }
 
 void TestReceiveView::removingHalfIsQuick()
