@@ -15,16 +15,15 @@
 #include "terminal/view/displaysink.h"
 #include "terminal/view/receiveview.h"
 
+#include "loopprobe.h"
+
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QKeyEvent>
 #include <QRandomGenerator>
 #include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <benchmark/benchmark.h>
 
@@ -71,14 +70,6 @@ QByteArray payload(int kind)
     }
     bytes.truncate(kBytes);
     return bytes;
-}
-
-double percentile(std::vector<double>& values, double part)
-{
-    if (values.empty())
-        return 0;
-    std::sort(values.begin(), values.end());
-    return values[std::min(values.size() - 1, std::size_t(double(values.size()) * part))];
 }
 
 // A raw pseudo-terminal. A thread writes to its master, presses a key every now and then and takes
@@ -166,32 +157,6 @@ private:
     qint64 m_pressed = -1;
 };
 
-// How long the event loop is held: a timer of 1 ms, and how much too late it comes.
-class Probe final
-{
-public:
-    Probe()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] {
-            m_lateMs.push_back(std::max(0.0, double(m_clock.nsecsElapsed()) / 1e6 - 1));
-            m_clock.start();
-        });
-        m_clock.start();
-        m_timer.start(1);
-    }
-    void report(benchmark::State& state)
-    {
-        state.counters["turn99"] = percentile(m_lateMs, 0.99);
-        state.counters["turnMax"] = percentile(m_lateMs, 1);
-    }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_clock;
-    std::vector<double> m_lateMs;
-};
-
 // Of this thread.
 double cpuSeconds()
 {
@@ -246,7 +211,7 @@ void run(benchmark::State& state, Device& device, const QByteArray& bytes, Shown
     double seconds = 0;
     qint64 expected = 0;
     const double cpuBefore = cpuSeconds();
-    Probe probe;
+    const LoopProbe probe;
     for (auto _ : state) {
         QElapsedTimer clock;
         clock.start();
@@ -257,14 +222,15 @@ void run(benchmark::State& state, Device& device, const QByteArray& bytes, Shown
         seconds += double(clock.nsecsElapsed()) / 1e9;
         device.join();
     }
-    probe.report(state);
+    state.counters["turn99"] = LoopProbe::percentile(probe.lateMs(), 0.99);
+    state.counters["turnMax"] = LoopProbe::percentile(probe.lateMs(), 1);
     state.counters["ns/B"] = (cpuSeconds() - cpuBefore) * 1e9 / double(expected);
     double catSeconds = 0;
     for (qint64 read = 0; read < expected; read += bytes.size())
         catSeconds += secondsOfCat(bytes);
     if (!device.keyMs.empty()) {
-        state.counters["key99"] = percentile(device.keyMs, 0.99);
-        state.counters["keyMax"] = percentile(device.keyMs, 1);
+        state.counters["key99"] = LoopProbe::percentile(device.keyMs, 0.99);
+        state.counters["keyMax"] = LoopProbe::percentile(device.keyMs, 1);
     }
     state.counters["MB/s"] = double(expected) / 1e6 / seconds;
     state.counters["cat"] = double(expected) / 1e6 / catSeconds;
@@ -332,45 +298,10 @@ void ptyToView(benchmark::State& state)
     });
 }
 
-void tcpToView(benchmark::State& state)
-{
-    const int kind = int(state.range(0));
-    state.SetLabel(kNames[std::size_t(kind)]);
-    const QTemporaryDir dir;
-    AnyPort catalog;
-    QTcpServer server;
-    SerialPortWidget pane(catalog);
-    pane.resize(1000, 700);
-    pane.show();
-    pane.setFormatSetting(formatOf(pane.formatSetting(), kind, dir));
-    if (!server.listen(QHostAddress::LocalHost))
-        return state.SkipWithError("no loopback server");
-    Settings settings = pane.settings();
-    settings.connMode = connectionMode::TcpClient;
-    settings.targetPort = server.serverPort();
-    pane.setSettings(settings);
-    pane.start({}, true);
-    while (!server.hasPendingConnections() || !pane.isOpen())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    QTcpSocket* peer = server.nextPendingConnection();
-    const QByteArray bytes = payload(kind);
-    qint64 expected = 0;
-    Probe probe;
-    for (auto _ : state) {
-        peer->write(bytes);
-        expected += bytes.size();
-        while (pane.receivedBytes() < expected || pane.waitingBytes() > 0)
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    probe.report(state);
-    state.SetBytesProcessed(expected);
-}
-
 } // namespace
 
 BENCHMARK(ptyToSink)->DenseRange(0, KindCount - 1)->Unit(benchmark::kMillisecond)->Iterations(2);
 BENCHMARK(ptyToView)->DenseRange(0, KindCount - 1)->Unit(benchmark::kMillisecond)->Iterations(2);
-BENCHMARK(tcpToView)->Arg(Text)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(2);
 
 int main(int argc, char** argv)
 {

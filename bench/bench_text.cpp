@@ -188,15 +188,6 @@ void filter(benchmark::State& state)
 }
 BENCHMARK(filter)->ArgsProduct({{0, 1, 2}, {1 << 16, 64}});
 
-void hexString(benchmark::State& state)
-{
-    const QByteArray bytes = randomSample().first(1 << 16);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(MessageCodec::toHexString(bytes));
-    state.SetBytesProcessed(state.iterations() * bytes.size());
-}
-BENCHMARK(hexString);
-
 // Chunk size; bit 0 of the options: stamps, bit 1: hexadecimal.
 void decodeForUi(benchmark::State& state)
 {

@@ -1,5 +1,5 @@
-#include "transfer/lossyline.h"
-#include "transfer/xmodemframe.h"
+#include "transfer/memoryfile.h"
+#include "transfer/xmodemcodec.h"
 
 #include <benchmark/benchmark.h>
 
@@ -36,40 +36,6 @@ void endToEnd(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * source.size());
 }
 BENCHMARK(endToEnd)->ArgName("protocol")->DenseRange(2, 4);
-
-void crc(benchmark::State& state)
-{
-    const QByteArray block = randomBytes(1024, 1);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(XmodemFrame::crc16(block));
-    state.SetBytesProcessed(state.iterations() * block.size());
-}
-BENCHMARK(crc);
-
-// 1 MiB in blocks of 128 bytes over a line that damages one byte in a thousand. Counted: frames
-// sent again, frames that the line damaged, replies that it damaged.
-void damagedLine(benchmark::State& state)
-{
-    const QByteArray file = randomBytes(Mebibyte, 2);
-    for (auto _ : state) {
-        LossyLine line({.protocol = XferProtocol::XmodemCrc,
-                           .faults = {.damage = 1e-3},
-                           .seed = quint32(state.range(0))},
-            file);
-        if (!line.run(Q_INT64_C(86'400'000)) || !line.bothDone() || !line.arrivedWhole())
-            state.SkipWithError("the file did not arrive");
-        state.counters["resent"] = line.progress(LossyLine::Sender).retries;
-        state.counters["hurtFrames"] = line.framesHurt;
-        state.counters["hurtReplies"] = line.repliesHurt;
-        state.counters["lineSeconds"] = double(line.nowMs()) / 1000;
-    }
-    state.SetBytesProcessed(state.iterations() * file.size());
-}
-BENCHMARK(damagedLine)
-    ->ArgName("seed")
-    ->DenseRange(1, 10)
-    ->Iterations(1)
-    ->Unit(benchmark::kMillisecond);
 
 } // namespace
 
