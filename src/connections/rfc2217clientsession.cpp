@@ -66,8 +66,12 @@ Rfc2217ClientSession::Outcome Rfc2217ClientSession::receive(const QByteArray& by
         outcome.negotiationFinished = true;
         outcome.message = tr("The remote port accepted serial parameter control.");
     }
+    QString report;
     for (const Event& event : std::as_const(events))
-        apply(event, outcome.message);
+        apply(event, report);
+    // What comes in one block would be read by nobody if one text replaced the other.
+    if (!report.isEmpty())
+        outcome.message += outcome.message.isEmpty() ? report : QString(u' ' + report);
     return outcome;
 }
 

@@ -45,14 +45,15 @@ void PaneRecords::store()
         m_settings.useTargetHost(m_settings.targetHost);
     m_receivePanel.store(m_format);
     m_sendPanel.store(m_format);
-    Q_EMIT formatChanged();
-    const bool connectionChanged = m_settings != settings;
-    const bool changed = connectionChanged || m_format != format;
-    if (connectionChanged) {
+    const bool connectionEdit = m_settings != settings;
+    const bool formatEdit = m_format != format;
+    if (formatEdit)
+        Q_EMIT formatChanged();
+    if (connectionEdit) {
         Q_EMIT connectionEdited();
         show();
     }
-    if (changed)
+    if (connectionEdit || formatEdit)
         markEdited();
 }
 

@@ -15,17 +15,13 @@ PaneTraffic::PaneTraffic(ConnectionController& controller, RemoteSerialLink& rem
     , m_receive(std::make_unique<ReceivePipeline>(sink))
     , m_reader(std::make_unique<TransportReader>(controller, *m_receive, records.settings()))
     , m_log(std::make_unique<PaneLog>(*m_receive))
-    , m_writer(std::make_unique<TransportWriter>(controller,
-          [&records] {
-              records.store();
-              return records.settings();
-          }))
+    , m_writer(std::make_unique<TransportWriter>(controller, records.settings()))
     , m_send(std::make_unique<SendPipeline>(*m_writer, *m_receive))
 {
     m_reader->setRemoteDecoder(
         [&remote](const QByteArray& bytes) { return remote.receive(bytes); });
-    m_writer->setRemoteEncoder(
-        [&remote](const QByteArray& payload) { return remote.encodePayload(payload); });
+    m_writer->setRemoteSender(
+        [&remote](const QByteArray& payload) { return remote.sendPayload(payload); });
     gatherSignals();
 }
 

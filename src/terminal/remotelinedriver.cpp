@@ -75,18 +75,25 @@ LineDriver::Answer RemoteLineDriver::drive(SerialLine line, const Settings& sett
         break;
     }
     // Nobody has been asked yet: the level goes along when the remote agrees.
-    return {};
+    return {true,
+        (m_link.isConnected() ? tr("The remote port has not answered yet; it is asked for %1 %2 as "
+                                   "soon as it does.")
+                              : tr("The connection is not open; the remote port is asked for %1 %2 "
+                                   "when it is."))
+            .arg(nameOf(line), levelName(high)),
+        messageMs};
 }
 
 LineDriver::Answer RemoteLineDriver::setBreak(bool on)
 {
+    using State = RemoteSerialLink::State;
     QString text;
-    const bool refused =
-        m_link.isConnected() && m_link.state() != RemoteSerialLink::State::ComPortActive;
-    const bool done = !refused && m_link.sendBreak(on);
+    const bool done = m_link.sendBreak(on);
     if (!on)
         return {done, {}, 0};
-    if (refused)
+    if (m_link.isConnected() && m_link.state() == State::Negotiating)
+        text = tr("The remote port has not answered yet; Break cannot be sent before it does.");
+    else if (m_link.isConnected() && m_link.state() != State::ComPortActive)
         text = tr("The remote peer did not accept RFC 2217 com-port control, so Break cannot be "
                   "sent.");
     else if (done)

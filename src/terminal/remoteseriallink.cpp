@@ -3,6 +3,8 @@
 #include "connections/connectioncontroller.h"
 #include "connections/rfc2217values.h"
 
+#include <utility>
+
 RemoteSerialLink::RemoteSerialLink(ConnectionController& controller, const Settings& settings)
     : m_controller(controller)
     , m_settings(settings)
@@ -16,6 +18,11 @@ RemoteSerialLink::RemoteSerialLink(ConnectionController& controller, const Setti
     connect(&controller, &ConnectionController::peerArrived, this, &RemoteSerialLink::onConnected);
     connect(&controller, &ConnectionController::tcpClientDisconnected, this,
         &RemoteSerialLink::onDisconnected);
+    // An attempt that fails was no connection and is not reported as the end of one.
+    connect(&controller, &ConnectionController::errorOccurred, this, [this] {
+        if (!m_controller.hasTcpClient())
+            dropWaiting();
+    });
 }
 
 RemoteSerialLink::~RemoteSerialLink() = default;
@@ -45,6 +52,7 @@ void RemoteSerialLink::onDisconnected()
     m_timer.stop();
     m_inquiryTimer.stop();
     m_session.reset();
+    dropWaiting();
     tellSummary();
 }
 
@@ -63,15 +71,51 @@ void RemoteSerialLink::apply(const Rfc2217ClientSession::Outcome& outcome)
     if (outcome.negotiationFinished) {
         m_timer.stop();
         pushSettings(m_settings);
+        sendWaiting();
         if (state() == State::ComPortActive)
             m_inquiryTimer.start();
     }
     tellSummary();
 }
 
-QByteArray RemoteSerialLink::encodePayload(const QByteArray& payload) const
+bool RemoteSerialLink::sendPayload(const QByteArray& payload)
 {
-    return m_session.encodePayload(payload);
+    if (payload.isEmpty() || !m_controller.hasTcpClient())
+        return false;
+    if (state() != State::Negotiating)
+        return send(m_session.encodePayload(payload));
+    if (payload.size() > kMaxWaitingBytes - m_waiting.size()) {
+        if (!std::exchange(m_fullTold, true)) {
+            Q_EMIT statusMessage(
+                tr("Too much to send before the remote port has answered; the rest is refused"),
+                Rfc2217ClientSession::messageTimeoutMs);
+        }
+        return false;
+    }
+    m_waiting.append(payload);
+    return true;
+}
+
+void RemoteSerialLink::sendWaiting()
+{
+    if (m_waiting.isEmpty() || send(m_session.encodePayload(m_waiting))) {
+        m_waiting.clear();
+        m_fullTold = false;
+    } else {
+        dropWaiting();
+    }
+}
+
+void RemoteSerialLink::dropWaiting()
+{
+    m_fullTold = false;
+    const qsizetype size = std::exchange(m_waiting, {}).size();
+    if (size > 0) {
+        Q_EMIT statusMessage(
+            tr("%1 bytes were not sent: the connection ended before the remote port answered")
+                .arg(size),
+            Rfc2217ClientSession::messageTimeoutMs);
+    }
 }
 
 void RemoteSerialLink::pushSettings(const Settings& settings)

@@ -15,11 +15,14 @@ class ConnectionController;
 //
 // Data flow. Connected: the session's greeting goes out and the negotiation timer starts. Received:
 // TransportReader -> receive() -> payload; what the protocol has to answer goes out at once. Sent:
-// TransportWriter -> encodePayload() -> controller. Settings reach the remote when it agrees to
+// TransportWriter -> sendPayload() -> controller. What is sent before the negotiation has ended
+// waits for it: only then is known whether 0xFF is to be doubled, and only then has the remote port
+// the pane's baud rate. Settings reach the remote when it agrees to
 // com-port control and whenever they change while it does; its inputs are asked for meanwhile. A
 // lost connection resets the session; the next one begins anew.
 //
-// Bounds: the session's. Owned by the pane; controller and settings outlive it.
+// Bounds: the session's, and kMaxWaitingBytes. Owned by the pane; controller and settings outlive
+// it.
 class RemoteSerialLink final : public QObject
 {
     Q_OBJECT
@@ -31,6 +34,9 @@ public:
     static constexpr std::chrono::milliseconds kNegotiationTimeout{
         Rfc2217ClientSession::negotiationTimeoutMs};
 
+    // What may wait for the end of a negotiation; more is refused.
+    static constexpr qsizetype kMaxWaitingBytes = qsizetype{16} * 1024 * 1024;
+
     // The settings say at each connect whether the connection is one of these.
     RemoteSerialLink(ConnectionController& controller, const Settings& settings);
     ~RemoteSerialLink() override;
@@ -40,8 +46,10 @@ public:
 
     // Bytes of the connection, cut anywhere; returns the payload.
     QByteArray receive(const QByteArray& bytes);
-    // Payload as it goes over the connection, also over one that is still to be made.
-    [[nodiscard]] QByteArray encodePayload(const QByteArray& payload) const;
+    // Sends payload over the connection, also over one that is still being made. False when it was
+    // refused. Payload that waited for a connection which failed is lost, and a status message says
+    // how much.
+    bool sendPayload(const QByteArray& payload);
 
     // Brings the remote to these settings, if it takes any.
     void pushSettings(const Settings& settings);
@@ -66,6 +74,8 @@ private:
     void onDisconnected();
     void apply(const Rfc2217ClientSession::Outcome& outcome);
     bool send(const QByteArray& bytes);
+    void sendWaiting();
+    void dropWaiting();
     void tellSummary();
 
     ConnectionController& m_controller;
@@ -74,4 +84,6 @@ private:
     QTimer m_timer;        // runs while negotiating
     QTimer m_inquiryTimer; // runs while the remote takes com-port control
     QString m_summary;
+    QByteArray m_waiting; // payload, at most kMaxWaitingBytes
+    bool m_fullTold = false;
 };

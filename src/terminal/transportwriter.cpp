@@ -2,23 +2,21 @@
 
 #include "connections/connectioncontroller.h"
 
-#include <utility>
-
-TransportWriter::TransportWriter(ConnectionController& controller, SettingsSource settings)
+TransportWriter::TransportWriter(ConnectionController& controller, const Settings& settings)
     : m_controller(controller)
-    , m_settings(std::move(settings))
+    , m_settings(settings)
 {}
 
 bool TransportWriter::isOpen() const
 {
-    return m_controller.isOpen(m_settings().connMode);
+    return m_controller.isOpen(m_settings.connMode);
 }
 
 bool TransportWriter::sendMessage(const QByteArray& bytes)
 {
     if (bytes.isEmpty())
         return false;
-    const Settings settings = m_settings().sanitized();
+    const Settings settings = m_settings.sanitized();
     switch (settings.connMode) {
     case connectionMode::SerialPort:
         return m_controller.sendSerial(bytes, settings, settings.portName);
@@ -43,12 +41,14 @@ bool TransportWriter::sendTcpMessage(const QByteArray& bytes, const Settings& se
     if (!m_controller.hasTcpClient())
         m_controller.connectTcpClient(
             settings.targetHost, static_cast<quint16>(settings.targetPort));
-    return m_controller.sendTcpClient(onTheWire(bytes, settings.connMode));
+    return sendTcp(bytes, settings.connMode);
 }
 
-QByteArray TransportWriter::onTheWire(const QByteArray& bytes, connectionMode mode) const
+bool TransportWriter::sendTcp(const QByteArray& bytes, connectionMode mode)
 {
-    return m_encode && mode == connectionMode::RemoteSerialRfc2217 ? m_encode(bytes) : bytes;
+    return m_sendRemote && mode == connectionMode::RemoteSerialRfc2217
+               ? m_sendRemote(bytes)
+               : m_controller.sendTcpClient(bytes);
 }
 
 bool TransportWriter::sendServerMessage(const QByteArray& bytes)
@@ -85,14 +85,14 @@ bool TransportWriter::answerUdpPeer(const QByteArray& bytes)
 qint64 TransportWriter::writeRaw(
     const QByteArray& bytes, UdpTargetMode target, const QString& peerKey)
 {
-    const Settings settings = m_settings().sanitized();
+    const Settings settings = m_settings.sanitized();
     if (bytes.isEmpty() || !m_controller.isOpen(settings.connMode))
         return 0;
     bool taken = false;
     if (settings.connMode == connectionMode::SerialPort)
         taken = m_controller.sendSerial(bytes, settings, settings.portName);
     else if (connectionModeIsTcpClient(settings.connMode))
-        taken = m_controller.sendTcpClient(onTheWire(bytes, settings.connMode));
+        taken = sendTcp(bytes, settings.connMode);
     else if (settings.connMode == connectionMode::TcpServer)
         taken = peerKey.isEmpty() ? m_controller.broadcastTcpServer(bytes) > 0
                                   : m_controller.sendTcpServerTo(peerKey, bytes);

@@ -19,11 +19,8 @@ class ConnectionController;
 class TransportWriter final : public SendTransport
 {
 public:
-    using SettingsSource = std::function<Settings()>;
-
-    // `settings` is asked for each message, so that what is in the pane's editors counts. The
-    // controller outlives the writer.
-    TransportWriter(ConnectionController& controller, SettingsSource settings);
+    // The settings are those of the pane as they are at each message; both outlive the writer.
+    TransportWriter(ConnectionController& controller, const Settings& settings);
 
     // The peer that a server sends to, gone or not; empty for all (TCP) or whoever was heard last
     // (UDP).
@@ -32,11 +29,11 @@ public:
     void setSendToAllUdpPeers(bool on) { m_toAllUdpPeers = on; }
     [[nodiscard]] QString selectedPeer() const { return m_selectedPeer; }
 
-    // What makes the bytes of an RFC 2217 connection out of the payload. Counts, here and in what
-    // is returned, are of the payload.
-    void setRemoteEncoder(std::function<QByteArray(const QByteArray&)> encode)
+    // What sends the payload over an RFC 2217 connection, and tells whether it took it. Counts,
+    // here and in what is returned, are of the payload.
+    void setRemoteSender(std::function<bool(const QByteArray&)> send)
     {
-        m_encode = std::move(encode);
+        m_sendRemote = std::move(send);
     }
 
     [[nodiscard]] bool isOpen() const override;
@@ -44,7 +41,7 @@ public:
     qint64 writeRaw(const QByteArray& bytes, UdpTargetMode target, const QString& peerKey) override;
 
 private:
-    [[nodiscard]] QByteArray onTheWire(const QByteArray& bytes, connectionMode mode) const;
+    bool sendTcp(const QByteArray& bytes, connectionMode mode);
     bool sendTcpMessage(const QByteArray& bytes, const Settings& settings);
     bool sendServerMessage(const QByteArray& bytes);
     bool sendUdpMessage(const QByteArray& bytes, const Settings& settings);
@@ -52,8 +49,8 @@ private:
     bool writeUdp(const QByteArray& bytes, const Settings& settings, UdpTargetMode target);
 
     ConnectionController& m_controller;
-    SettingsSource m_settings;
-    std::function<QByteArray(const QByteArray&)> m_encode;
+    const Settings& m_settings;
+    std::function<bool(const QByteArray&)> m_sendRemote;
     QString m_selectedPeer;
     bool m_toAllUdpPeers = false;
 };

@@ -30,6 +30,7 @@ struct DeviceServer
     QByteArray line; // what reached the serial line
     QList<Rfc2217ServerSession::ControlAction> actions;
     bool answers = true;
+    int baudOfFirstByte = 0;
 
     DeviceServer()
     {
@@ -37,6 +38,8 @@ struct DeviceServer
         peer.setAnswer([this](const QByteArray& bytes) {
             const auto outcome = session.receive(bytes, settings);
             settings = Rfc2217ServerSession::changed(settings, outcome.settingsChanges);
+            if (line.isEmpty() && !outcome.data.isEmpty())
+                baudOfFirstByte = settings.baudRate;
             line += outcome.data;
             actions += outcome.controlActions;
             return answers ? outcome.reply : QByteArray();
@@ -118,6 +121,8 @@ class TestRemoteSerialLink : public QObject
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void fallsBack();
+    void waitingPayloadIsLostWithItsConnection_data();
+    void waitingPayloadIsLostWithItsConnection();
     void beginsAnew();
     void throttledRestIsReadByItsOwnSession();
     void paneBringsItsSettings();
@@ -137,18 +142,44 @@ void TestRemoteSerialLink::fallsBack()
     LinkBench bench(peer.port());
     QTRY_COMPARE(bench.payload, "login: "_ba);
     QVERIFY(bench.told.isEmpty());
-    QCOMPARE(bench.link.encodePayload("\xff"_ba), "\xff\xff"_ba); // while nobody knows
+    QVERIFY(bench.link.sendPayload("a\xff"_ba)); // while nobody knows what it is to become
+    QTRY_VERIFY(!peer.received().isEmpty());
+    peer.takeReceived();
     bench.link.setNegotiationTimeout(std::chrono::milliseconds(0));
     QTRY_COMPARE(bench.link.state(), State::TransparentTcp);
     QCOMPARE(bench.told.size(), 1);
-    QCOMPARE(bench.link.encodePayload("\xff"_ba), "\xff"_ba);
     // Takes neither settings nor breaks.
-    QTRY_VERIFY(!peer.received().isEmpty());
-    peer.takeReceived();
     bench.link.pushSettings(bench.settings);
     QVERIFY(!bench.link.sendBreak(true));
-    bench.controller.sendTcpClient("end"_ba);
-    QTRY_COMPARE(peer.received(), "end"_ba);
+    QVERIFY(bench.link.sendPayload("\xff end"_ba));
+    QTRY_COMPARE(peer.received(), "a\xff\xff end"_ba);
+}
+
+void TestRemoteSerialLink::waitingPayloadIsLostWithItsConnection_data()
+{
+    QTest::addColumn<bool>("listening");
+    QTest::newRow("refused by the host") << false;
+    QTest::newRow("ended while negotiating") << true;
+}
+
+void TestRemoteSerialLink::waitingPayloadIsLostWithItsConnection()
+{
+    QFETCH(bool, listening);
+    TcpPeer peer;
+    QVERIFY(peer.listen());
+    if (!listening)
+        peer.stopListening();
+    LinkBench bench(peer.port());
+    QVERIFY(bench.link.sendPayload("lost!"_ba));
+    QVERIFY(!bench.link.sendPayload(QByteArray(RemoteSerialLink::kMaxWaitingBytes, 'x')));
+    if (listening) {
+        QTRY_COMPARE(peer.openCount(), 1);
+        peer.reset();
+    }
+    QTRY_VERIFY(!bench.controller.hasTcpClient());
+    QTRY_COMPARE(bench.told.size(), 2);
+    QVERIFY(bench.told.last().first().toString().startsWith(u"5 bytes were not sent"_s));
+    QVERIFY2(!bench.link.sendPayload("x"_ba), "nothing to send it over");
 }
 
 void TestRemoteSerialLink::beginsAnew()
@@ -277,7 +308,17 @@ void TestRemoteSerialLink::refusedComPortControlIsTold()
     LinkBench bench(peer.port());
     RemoteLineDriver driver(bench.link);
     // Not asked yet is not refused.
-    QCOMPARE(driver.drive(SerialLine::Rts, bench.settings).text, QString());
+    const auto told = [&]() -> QString {
+        return driver.drive(SerialLine::Rts, bench.settings).text + driver.setBreak(true).text;
+    };
+    QCOMPARE(told(),
+        u"The connection is not open; the remote port is asked for RTS high when it is."
+        "Could not send Break: the connection is not open."_s);
+    QTRY_VERIFY(bench.link.isConnected());
+    QCOMPARE(told(),
+        u"The remote port has not answered yet; it is asked for RTS high as soon as it "
+        "does.The remote port has not answered yet; Break cannot be sent before it "
+        "does."_s);
     bench.link.setNegotiationTimeout(std::chrono::milliseconds(0));
     QTRY_COMPARE(bench.link.state(), State::TransparentTcp);
     const LineDriver::Answer rts = driver.drive(SerialLine::Rts, bench.settings);
@@ -301,7 +342,7 @@ void TestRemoteSerialLink::firstMessageIsEscaped()
     QTest::keyClick(editor, Qt::Key_Return, Qt::ControlModifier);
     QTRY_COMPARE(bench.server.line, "A\xff\xfb,B"_ba);
     QCOMPARE(bench.pane.sentBytes(), 5);
-    QTRY_COMPARE(bench.server.settings.baudRate, 57600);
+    QCOMPARE(bench.server.baudOfFirstByte, 57600); // it waits for the pane's settings
 }
 
 void TestRemoteSerialLink::pausedPaneGoesOnTalking()

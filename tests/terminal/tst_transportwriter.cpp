@@ -43,7 +43,7 @@ private:
     struct Bench
     {
         Bench()
-            : writer(controller, [this] { return settings; })
+            : writer(controller, settings)
             , receive(sink)
             , send(writer, receive)
         {
