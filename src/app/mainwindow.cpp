@@ -16,6 +16,7 @@
 #include "app/sessiondocument.h"
 #include "app/settings/config.h"
 #include "app/settings/settingsservice.h"
+#include "app/settings/storewriter.h"
 #include "app/toolwindows.h"
 #include "app/viewmodes.h"
 #include "app/windowgeometry.h"
@@ -128,7 +129,8 @@ void MainWindow::buildDocument()
     m_document =
         new SessionDocument({[this] { return m_workspace->contents(); },
                                 [this](const SessionContents& s) { m_workspace->apply(s); },
-                                [this] { m_workspace->reset(); }},
+                                [this] { m_workspace->reset(); },
+                                [this] { return m_logActions->mayClose(livePortWidgets()); }},
             *m_recentFiles, this);
     m_document->setLastDirectory(m_state.lastDirectory);
     connect(m_document, &SessionDocument::message, this,
@@ -259,6 +261,8 @@ SerialPortWidget* MainWindow::addPort(const Settings& settings, const FormatSett
 
 void MainWindow::removePort()
 {
+    if (m_panes->count() > 1 && !m_logActions->mayClose({m_panes->panes().constLast()}))
+        return;
     if (m_workspace->removeLast())
         qDebug() << "on_acEditRemove_triggered: Port Number =" << m_panes->count();
     else
@@ -307,6 +311,7 @@ SessionState MainWindow::currentSessionState() const
 
 void MainWindow::applySessionToPrimaryPort()
 {
+    m_options->showInActions();
     m_workspace->applyToFirstPane();
 }
 
@@ -325,9 +330,11 @@ bool MainWindow::loadFile(const QString& fileName)
     return m_document->loadFile(fileName);
 }
 
-void MainWindow::writeSettings()
+bool MainWindow::writeSettings(QString& reason)
 {
-    SettingsService::save(m_store, currentSessionState());
+    const SessionState state = currentSessionState();
+    return StoreWriter::write(
+        m_store, [&] { SettingsService::save(m_store, state); }, reason);
 }
 
 void MainWindow::onUpdateDisplay()
@@ -364,10 +371,18 @@ void MainWindow::refreshStatusBar()
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     qDebug() << "closeEvent..." << QDateTime::currentDateTime().toString(Qt::ISODate);
+    if (!m_logActions->mayClose(livePortWidgets())) {
+        event->ignore();
+        return;
+    }
     m_displayTimer.stop();
     m_state.lastConnectionOpen = firstPane().isActive();
     stop();
     hide();
-    writeSettings();
+    if (QString reason; !writeSettings(reason))
+        MessageBoxes::tellWarning(this,
+            tr("The settings of the program could not be stored. At its next start they are as "
+               "they were before."),
+            reason);
     event->accept();
 }

@@ -80,7 +80,9 @@ public:
     void applySessionToPrimaryPort();
     void applyAutoReconnectToPorts();
     void applyQuickSettingsGroupsToPorts();
-    void writeSettings();
+    // Stores the workspace in the application store; false with a reason for people when that
+    // fails.
+    bool writeSettings(QString& reason);
     // Opens a session file; false, and told in a box, when it cannot be read.
     bool loadFile(const QString& fileName);
     [[nodiscard]] SessionDocument& document() const { return *m_document; }

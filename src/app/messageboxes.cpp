@@ -47,4 +47,20 @@ void showAbout(QWidget* parent)
     box->open();
 }
 
+void tellWarning(QWidget* parent, const QString& text, const QString& reason)
+{
+    QMessageBox box(QMessageBox::Warning, u"Velmora"_s, text, QMessageBox::Ok, parent);
+    box.setInformativeText(reason);
+    box.exec();
+}
+
+bool mayDiscard(QWidget* parent, const QString& text, const QString& reason)
+{
+    QMessageBox box(QMessageBox::Warning, u"Velmora"_s, text,
+        QMessageBox::Discard | QMessageBox::Cancel, parent);
+    box.setInformativeText(reason);
+    box.setDefaultButton(QMessageBox::Cancel);
+    return box.exec() == QMessageBox::Discard;
+}
+
 } // namespace MessageBoxes

@@ -2,6 +2,7 @@
 
 #include "app/messageboxes.h"
 #include "app/settings/sessionstate.h"
+#include "app/settings/storewriter.h"
 
 #include <QAction>
 #include <QSettings>
@@ -52,21 +53,31 @@ void ProgramOptions::showInActions()
 void ProgramOptions::setOpenLastConnection(bool on)
 {
     m_state.openLastConnection = on;
-    m_store.setValue("OpenLastConnection"_L1, on);
+    store([this, on] { m_store.setValue("OpenLastConnection"_L1, on); });
     showInActions();
 }
 
 void ProgramOptions::setAutoReconnect(bool on)
 {
     m_state.autoReconnect = on;
-    m_store.setValue("AutoReconnect"_L1, on);
+    store([this, on] { m_store.setValue("AutoReconnect"_L1, on); });
     showInActions();
     Q_EMIT autoReconnectChanged(on);
 }
 
 void ProgramOptions::setLanguage(InterfaceLanguage::Choice language)
 {
-    InterfaceLanguage::choose(m_store, language);
-    MessageBoxes::showInformation(
-        m_window, tr("The changes will take effect when the program is restarted."));
+    if (store([this, language] { InterfaceLanguage::choose(m_store, language); }))
+        MessageBoxes::showInformation(
+            m_window, tr("The changes will take effect when the program is restarted."));
+}
+
+bool ProgramOptions::store(const std::function<void()>& change)
+{
+    QString reason;
+    if (StoreWriter::write(m_store, change, reason))
+        return true;
+    MessageBoxes::showWarning(m_window,
+        tr("The choice is forgotten when the program ends: it could not be stored."), reason);
+    return false;
 }

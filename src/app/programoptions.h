@@ -3,6 +3,7 @@
 #include "app/generaloptions.h"
 
 #include <QObject>
+#include <functional>
 
 class QAction;
 class QSettings;
@@ -44,6 +45,8 @@ private:
     void setOpenLastConnection(bool on);
     void setAutoReconnect(bool on);
     void setLanguage(InterfaceLanguage::Choice language);
+    // False, and told in a box, when the store cannot keep the change.
+    bool store(const std::function<void()>& change);
 
     Actions m_actions;
     QSettings& m_store;

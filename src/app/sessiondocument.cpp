@@ -63,7 +63,7 @@ bool SessionDocument::okToContinue()
 
 void SessionDocument::newSession()
 {
-    if (!okToContinue()) {
+    if (!okToContinue() || !m_workspace.mayReplace()) {
         qDebug("on_acFileNew_triggered: okToContinue FAILED!");
         return;
     }
@@ -87,7 +87,8 @@ bool SessionDocument::loadFile(const QString& fileName)
 {
     m_reason.clear();
     if (!readSettingFile(fileName)) {
-        tellFailure(tr("The session %1 was not opened."), fileName, m_reason);
+        if (!m_reason.isEmpty())
+            tellFailure(tr("The session %1 was not opened."), fileName, m_reason);
         return false;
     }
     setCurrentFile(fileName);
@@ -103,6 +104,10 @@ bool SessionDocument::readSettingFile(const QString& fileName)
     SessionContents contents;
     if (!SessionFile::read(fileName, contents, m_reason))
         return false;
+    if (!m_workspace.mayReplace()) {
+        m_reason.clear();
+        return false;
+    }
     m_workspace.apply(contents);
     return true;
 }

@@ -29,6 +29,8 @@ public:
         std::function<SessionContents()> contents; // with the panes' editors committed
         std::function<void(const SessionContents&)> apply;
         std::function<void()> reset; // one pane with defaults
+        // Whether the panes that there are may go; asks when something would be lost.
+        std::function<bool()> mayReplace = [] { return true; };
     };
 
     SessionDocument(Workspace workspace, RecentFilesModel& recentFiles, QWidget* window);

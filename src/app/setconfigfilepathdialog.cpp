@@ -1,5 +1,7 @@
 #include "app/setconfigfilepathdialog.h"
 
+#include "app/settings/storewriter.h"
+
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QFileDialog>
@@ -76,13 +78,16 @@ QString SetConfigFilePathDialog::proposedPath(const QSettings& store)
 
 void SetConfigFilePathDialog::accept()
 {
-    const QString path = QDir::fromNativeSeparators(m_path->text().trimmed());
+    const QString path =
+        QDir().absoluteFilePath(QDir::fromNativeSeparators(m_path->text().trimmed()));
     if (!QDir().mkpath(path)) {
         showProblem(tr("The folder %1 cannot be created. Choose a folder that you may write to.")
                         .arg(QDir::toNativeSeparators(path)));
         return;
     }
-    m_store.setValue(pathKey, path);
+    QString reason; // is in the debug log; the program can be used, and asks again next time
+    StoreWriter::write(
+        m_store, [&] { m_store.setValue(pathKey, path); }, reason);
     QDialog::accept();
 }
 

@@ -1,5 +1,7 @@
 #include "app/windowgeometry.h"
 
+#include "app/settings/storewriter.h"
+
 #include <QDebug>
 #include <QRect>
 #include <QSettings>
@@ -17,15 +19,23 @@ constexpr auto positionKey = "LAST_WINDOW_POSITION"_L1;
 WindowGeometry WindowGeometry::load(const QSettings& store)
 {
     WindowGeometry geometry;
-    geometry.size = store.value(sizeKey, geometry.size).toSize();
+    const QSize size = store.value(sizeKey, geometry.size).toSize();
+    if (!size.isEmpty()) // a damaged store
+        geometry.size = size;
     geometry.position = store.value(positionKey, geometry.position).toPoint();
     return geometry;
 }
 
 void WindowGeometry::save(QSettings& store) const
 {
-    store.setValue(sizeKey, size);
-    store.setValue(positionKey, position);
+    QString reason; // is in the debug log; the window is gone when this is done
+    StoreWriter::write(
+        store,
+        [&] {
+            store.setValue(sizeKey, size);
+            store.setValue(positionKey, position);
+        },
+        reason);
     qDebug() << "### position:" << position;
 }
 

@@ -2,9 +2,11 @@
 
 #include "app/fakecatalog.h"
 #include "app/mainstatusbar.h"
+#include "app/modalanswer.h"
 #include "app/portselector.h"
 #include "app/settings/config.h"
 #include "support/nullmodem.h"
+#include "support/smalldisk.h"
 #include "terminal/serialportwidget.h"
 
 #include <QAction>
@@ -41,6 +43,7 @@ private Q_SLOTS:
     void lastConnection_data();
     void lastConnection();
     void optionsAreWrittenAtOnce();
+    void fullDiskLeavesTheStore();
     void languages();
     void alwaysOnTop();
     void helpPages();
@@ -289,6 +292,40 @@ void MainWindowTest::optionsAreWrittenAtOnce()
     open();
     QVERIFY(!action("acControlOpen")->isChecked());
     QVERIFY(action("acAutoReconnect")->isChecked());
+}
+
+// A store that does not fit is not written: the library would leave the first part of it.
+void MainWindowTest::fullDiskLeavesTheStore()
+{
+    const QString folder = m_dir->filePath(u"KORVANE"_s);
+    SmallDisk disk(folder);
+    if (!disk.isMounted())
+        QSKIP("may not mount a small file system here");
+    open();
+    action("acAutoReconnect")->trigger();
+    m_window->close();
+    m_window.reset();
+    const QString path = store().fileName();
+    const qint64 size = QFileInfo(path).size();
+    QVERIFY(size > 1000);
+    for (const int left : {0, 4096, 8192}) {
+        open();
+        disk.leave(left);
+        action("actionChinese")->trigger();
+        QVERIFY(box()->text().startsWith("The choice is forgotten"_L1));
+        QVERIFY(box()->informativeText().contains(path));
+        delete box();
+        const ModalAnswer person([](QDialog* dialog) { dialog->accept(); });
+        m_window->close();
+        QVERIFY(person.seen());
+        m_window.reset();
+        QCOMPARE(QFileInfo(path).size(), size);
+        disk.makeRoom();
+    }
+    QVERIFY(store().value("AutoReconnect"_L1).toBool());
+    open();
+    action("actionChinese")->trigger();
+    QCOMPARE(box()->icon(), QMessageBox::Information);
 }
 
 void MainWindowTest::languages()

@@ -1,6 +1,7 @@
 #include "app/mainwindow.h"
 
 #include "app/fakecatalog.h"
+#include "app/modalanswer.h"
 #include "app/paneframe.h"
 #include "app/sessiondocument.h"
 #include "app/settings/sessionfile.h"
@@ -15,6 +16,8 @@
 #include <QAction>
 #include <QInputDialog>
 #include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QSplitter>
 #include <QStandardPaths>
 #include <QStatusBar>
@@ -53,6 +56,8 @@ private Q_SLOTS:
     void newSessionHasOnePane();
     void startOpensEveryPane();
     void recentFilesComeBack();
+    void unwrittenLogIsNotDroppedUnasked_data();
+    void unwrittenLogIsNotDroppedUnasked();
 
 private:
     [[nodiscard]] QAction* action(const char* name) const
@@ -431,6 +436,40 @@ void PanesTest::recentFilesComeBack()
     QCOMPARE(m_window->windowTitle(), "Velmora[*]"_L1);
     trigger("acFileRecent1");
     QCOMPARE(m_window->windowTitle(), "lab.vmr[*] - Velmora"_L1);
+}
+
+void PanesTest::unwrittenLogIsNotDroppedUnasked_data()
+{
+    QTest::addColumn<QByteArray>("action");
+    for (const char* action : {"acFileExit", "acEditRemove", "acFileNew"})
+        QTest::newRow(action) << QByteArray(action);
+}
+
+// The log of the last pane cannot be written while it is taken away.
+void PanesTest::unwrittenLogIsNotDroppedUnasked()
+{
+    QFETCH(const QByteArray, action);
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    add(1, line.portA());
+    FormatSetting format = pane(1)->formatSetting();
+    format.logSaveFlag = true;
+    format.logFilePath = m_dir->path();
+    pane(1)->setFormatSetting(format);
+    QVERIFY(pane(1)->start({}, true) && pane(0)->start(line.portB(), true));
+    pane(0)->sendBytes("to be kept\n");
+    QTRY_VERIFY(!pane(1)->flushLog(nullptr));
+    const QPointer<SerialPortWidget> last = pane(1);
+    m_window->setWindowModified(false);
+    for (const auto answer : {QMessageBox::Cancel, QMessageBox::Discard}) {
+        const ModalAnswer person([&](QDialog* dialog) {
+            QVERIFY(static_cast<QMessageBox*>(dialog)->informativeText().contains(line.portA()));
+            static_cast<QMessageBox*>(dialog)->button(answer)->click();
+        });
+        trigger(action.constData());
+        QVERIFY(person.seen());
+        QCOMPARE(last && last->isOpen(), answer == QMessageBox::Cancel);
+    }
 }
 
 QTEST_MAIN(PanesTest)

@@ -1,5 +1,7 @@
 #include "app/settings/sessionfile.h"
 
+#include "app/settings/wholewrite.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QLocale>
@@ -60,7 +62,7 @@ QString noRoomText(const QString& reason)
 // A private file with these bytes. False with the reason when there is no room for it.
 bool fill(QTemporaryFile& file, const QByteArray& bytes, QString& message)
 {
-    if (file.open() && file.write(bytes) == bytes.size() && file.flush())
+    if (file.open() && writeWhole(file, bytes))
         return true;
     message = noRoomText(file.errorString());
     return false;
@@ -136,18 +138,6 @@ QByteArray compose(const QByteArray& old, const SessionContents& contents,
     return isComplete(bytes, ini, message) ? bytes : QByteArray();
 }
 
-// All of the bytes, or an error: a disk that fills up takes a part of them first.
-bool writeAll(QSaveFile& file, const QByteArray& bytes)
-{
-    for (qint64 done = 0; done < bytes.size();) {
-        const qint64 written = file.write(bytes.constData() + done, bytes.size() - done);
-        if (written <= 0)
-            return false;
-        done += written;
-    }
-    return true;
-}
-
 // Some file systems, on a network above all, tell only now that there was no room.
 bool isOnDisk(const QSaveFile& file)
 {
@@ -162,7 +152,7 @@ bool replace(const QString& path, const QByteArray& bytes, QString& message)
 {
     QSaveFile file(path);
     // Unbuffered: commit() takes a buffer that the disk had no room for for written.
-    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeAll(file, bytes)
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && writeWhole(file, bytes)
         && isOnDisk(file) && file.commit())
         return true;
     message =
