@@ -1,5 +1,7 @@
 #include "terminal/view/rowlayout.h"
 
+#include "terminal/view/scriptfonts.h"
+
 #include <QGlyphRun>
 #include <QPainter>
 #include <algorithm>
@@ -107,8 +109,11 @@ int RowLayout::plainBreak(int start) const
 
 void RowLayout::breakLayout()
 {
-    layout_ = std::make_unique<QTextLayout>(withoutSeparators(text_), style_->font());
+    QString text = withoutSeparators(text_);
+    const QList<QTextLayout::FormatRange> otherFonts = ScriptFonts::choose(text, style_->font());
+    layout_ = std::make_unique<QTextLayout>(text, style_->font());
     layout_->setTextOption(style_->textOption());
+    layout_->setFormats(otherFonts);
     layout_->setCacheEnabled(true);
     layout_->beginLayout();
     for (QTextLine line = layout_->createLine(); line.isValid(); line = layout_->createLine()) {
