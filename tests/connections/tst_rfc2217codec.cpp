@@ -140,210 +140,180 @@ class TestRfc2217Codec : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void decode_data();
-    void decode();
-    void payloadSurvivesEveryBorder();
-    void plainDataIsNotCopied();
-    void twoEndsComeToRest();
-    void contradictionEnds();
-    void crossingChangesEnd();
-    void longSubnegotiation_data();
-    void longSubnegotiation();
-    void comPortSupport_data();
-    void comPortSupport();
-    void resetForgetsTheConversation();
-};
-
-void TestRfc2217Codec::decode_data()
-{
-    QTest::addColumn<Role>("role");
-    QTest::addColumn<QByteArray>("in");
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QByteArray>("events");
-    for (const DecodeCase& row : decodeCases) {
-        QTest::newRow(row.name) << row.role << hex(row.in) << hex(row.data) << hex(row.reply)
-                                << QByteArray(row.events);
-    }
-}
-
-void TestRfc2217Codec::decode()
-{
-    QFETCH(Role, role);
-    QFETCH(QByteArray, in);
-    QFETCH(QByteArray, data);
-    QFETCH(QByteArray, reply);
-    QFETCH(QByteArray, events);
-    const QByteArray tail = "tail";
-    for (const QByteArrayList& chunks :
-        {QByteArrayList{in, tail}, bytewise(in + tail), QByteArrayList{in + tail}}) {
-        Codec codec(role);
-        const Result result = feed(codec, role, chunks);
-        QCOMPARE(result.data.toHex(), QByteArray(data + tail).toHex());
-        QCOMPARE(result.reply.toHex(), reply.toHex());
-        QCOMPARE(result.events, events);
-        QCOMPARE(codec.remoteSentIac(), in.contains('\xff'));
-    }
-}
-
-void TestRfc2217Codec::payloadSurvivesEveryBorder()
-{
-    const QByteArray payload = difficultPayload();
-    const QByteArray wire = Codec::encodePayload(payload);
-    QCOMPARE(wire.size(), payload.size() + payload.count('\xff'));
-    for (qsizetype border = 0; border <= wire.size(); ++border) {
-        Codec codec(Client);
-        const Result result = feed(codec, Client, {wire.first(border), wire.sliced(border)});
-        QCOMPARE(result.data, payload);
-        QVERIFY(result.reply.isEmpty() && result.events.isEmpty());
-    }
-    Codec codec(Server);
-    for (qsizetype border = 0; border <= payload.size(); ++border) {
-        const QByteArrayList chunks{Codec::encodePayload(payload.first(border)),
-            Codec::encodePayload(payload.sliced(border))};
-        QCOMPARE(feed(codec, Server, chunks).data, payload);
-    }
-    // The payload of a command is data as well.
-    QList<Event> events;
-    codec.decode(Codec::clientRequest(Rfc2217::Signature, payload), &events, nullptr);
-    QCOMPARE(events.value(0).payload, payload);
-}
-
-void TestRfc2217Codec::plainDataIsNotCopied()
-{
-    const QByteArray plain(1000, 'x');
-    Codec codec(Client);
-    QCOMPARE(codec.decode(plain, nullptr, nullptr).constData(), plain.constData());
-    QCOMPARE(Codec::encodePayload(plain).constData(), plain.constData());
-}
-
-void TestRfc2217Codec::twoEndsComeToRest()
-{
-    Codec client(Client);
-    Codec server(Server);
-    QByteArray toServer = client.greeting();
-    QByteArray toClient = server.greeting();
-    QCOMPARE(toServer.toHex(), "fffb2cfffd2cfffb00fffd00fffb03fffd03");
-    QCOMPARE(toClient.toHex(), "fffb2cfffb00fffd00fffb03fffd03");
-    QByteArray answers;
-    for (int round = 0; round < 8 && toServer.size() + toClient.size() > 0; ++round) {
-        QByteArray fromServer;
-        QByteArray fromClient;
-        server.decode(toServer, nullptr, &fromServer);
-        client.decode(toClient, nullptr, &fromClient);
-        toServer = fromClient;
-        toClient = fromServer;
-        answers += fromServer + fromClient;
-    }
-    // The server has not asked for the client's option before, everything else was announced.
-    QCOMPARE(answers.toHex(), "fffd2c");
-    QVERIFY(client.remoteSupportsComPort() && server.remoteSupportsComPort());
-}
-
-// A remote that turns every answer round.
-void TestRfc2217Codec::contradictionEnds()
-{
-    Codec codec(Client);
-    QByteArray in = codec.greeting();
-    int rounds = 0;
-    for (; !in.isEmpty() && rounds < 1000; ++rounds) {
-        for (qsizetype i = 1; i < in.size(); i += 3) {
-            constexpr quint8 turned[] = {Rfc2217::DONT, Rfc2217::DO, Rfc2217::WONT, Rfc2217::WILL};
-            in[i] = char(turned[quint8(in[i]) - Rfc2217::WILL]);
+    void decode_data()
+    {
+        QTest::addColumn<Role>("role");
+        QTest::addColumn<QByteArray>("in");
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<QByteArray>("events");
+        for (const DecodeCase& row : decodeCases) {
+            QTest::newRow(row.name) << row.role << hex(row.in) << hex(row.data) << hex(row.reply)
+                                    << QByteArray(row.events);
         }
-        QByteArray reply;
-        codec.decode(in, nullptr, &reply);
-        QVERIFY(reply.size() <= in.size());
-        in = reply;
     }
-    QVERIFY(rounds < 2 * Codec::maxOptionChanges);
-}
 
-// Both ends take their word back and give it again while the other's is on its way.
-void TestRfc2217Codec::crossingChangesEnd()
-{
-    Codec client(Client);
-    Codec server(Server);
-    QByteArray toServer = client.greeting() + hex("fffc2cfffe2cfffb2c");
-    QByteArray toClient = server.greeting() + hex("fffc2cfffe2cfffd2c");
-    int rounds = 0;
-    for (; toServer.size() + toClient.size() > 0 && rounds < 1000; ++rounds) {
-        QByteArray fromServer;
-        QByteArray fromClient;
-        server.decode(toServer, nullptr, &fromServer);
-        client.decode(toClient, nullptr, &fromClient);
-        toServer = fromClient;
-        toClient = fromServer;
+    void decode()
+    {
+        QFETCH(Role, role);
+        QFETCH(QByteArray, in);
+        QFETCH(QByteArray, data);
+        QFETCH(QByteArray, reply);
+        QFETCH(QByteArray, events);
+        const QByteArray tail = "tail";
+        for (const QByteArrayList& chunks :
+            {QByteArrayList{in, tail}, bytewise(in + tail), QByteArrayList{in + tail}}) {
+            Codec codec(role);
+            const Result result = feed(codec, role, chunks);
+            QCOMPARE(result.data.toHex(), QByteArray(data + tail).toHex());
+            QCOMPARE(result.reply.toHex(), reply.toHex());
+            QCOMPARE(result.events, events);
+            QCOMPARE(codec.remoteSentIac(), in.contains('\xff'));
+        }
     }
-    QVERIFY(rounds <= 4 * Codec::maxOptionChanges);
-}
 
-void TestRfc2217Codec::longSubnegotiation_data()
-{
-    QTest::addColumn<qsizetype>("size"); // option, command and text
-    QTest::addColumn<bool>("kept");
-    QTest::newRow("longest") << Codec::maxSubnegotiationBytes << true;
-    QTest::newRow("longer") << Codec::maxSubnegotiationBytes + 1 << false;
-    QTest::newRow("without end") << qsizetype(10'000'000) << false;
-}
-
-void TestRfc2217Codec::longSubnegotiation()
-{
-    QFETCH(qsizetype, size);
-    QFETCH(bool, kept);
-    const QByteArray text(size - 2, 'x');
-    Codec codec(Server);
-    QList<Event> events;
-    const QByteArray wire = Codec::clientRequest(Rfc2217::Signature, text);
-    QCOMPARE(codec.decode(wire + "data", &events, nullptr), "data");
-    QCOMPARE(events.size(), kept ? 1 : 0);
-    codec.decode(Codec::clientRequest(Rfc2217::Signature, "short"), &events, nullptr);
-    QCOMPARE(events.last().payload, "short");
-}
-
-void TestRfc2217Codec::comPortSupport_data()
-{
-    QTest::addColumn<Role>("role");
-    QTest::addColumn<QByteArray>("in");
-    QTest::addColumn<bool>("supported");
-    const auto row = [](const char* name, Role role, const char* in, bool supported) {
-        QTest::newRow(name) << role << hex(in) << supported;
-    };
-    row("WILL", Client, "fffb2c", true);
-    row("DO", Client, "fffd2c", true);
-    row("another option", Client, "fffb00fffd03", false);
-    row("client, WONT", Client, "fffd2cfffc2c", true);
-    row("client, DONT", Client, "fffb2cfffe2c", false);
-    row("server, WONT", Server, "fffd2cfffc2c", false);
-    row("server, DONT", Server, "fffb2cfffe2c", true);
-}
-
-void TestRfc2217Codec::comPortSupport()
-{
-    QFETCH(Role, role);
-    QFETCH(QByteArray, in);
-    Codec codec(role);
-    codec.greeting();
-    codec.decode(in, nullptr, nullptr);
-    QTEST(codec.remoteSupportsComPort(), "supported");
-}
-
-// Whatever state the last conversation ended in, the next one goes as with a new codec.
-void TestRfc2217Codec::resetForgetsTheConversation()
-{
-    const QByteArray next = hex("41fffb2c42fffa2c0c01fff043");
-    for (const char* last : {"ff", "fffb", "fffa2c0c", "fffa2cff", "fffb2cfffa2c0bfffffff041"}) {
-        Codec used(Server);
-        used.decode(hex(last), nullptr, nullptr);
-        used.reset();
-        QVERIFY(!used.remoteSentIac() && !used.remoteSupportsComPort());
-        QVERIFY(used.modemStateNotification(0xFF).isEmpty());
-        const Result result = feed(used, Server, {next});
-        QCOMPARE(result.data, "ABC");
-        QCOMPARE(result.reply.toHex(), "fffd2c");
-        QCOMPARE(result.events, "purge:1");
+    void payloadSurvivesEveryBorder()
+    {
+        const QByteArray payload = difficultPayload();
+        const QByteArray wire = Codec::encodePayload(payload);
+        QCOMPARE(wire.size(), payload.size() + payload.count('\xff'));
+        for (qsizetype border = 0; border <= wire.size(); ++border) {
+            Codec codec(Client);
+            const Result result = feed(codec, Client, {wire.first(border), wire.sliced(border)});
+            QCOMPARE(result.data, payload);
+            QVERIFY(result.reply.isEmpty() && result.events.isEmpty());
+        }
+        Codec codec(Server);
+        for (qsizetype border = 0; border <= payload.size(); ++border) {
+            const QByteArrayList chunks{Codec::encodePayload(payload.first(border)),
+                Codec::encodePayload(payload.sliced(border))};
+            QCOMPARE(feed(codec, Server, chunks).data, payload);
+        }
+        // The payload of a command is data as well.
+        QList<Event> events;
+        codec.decode(Codec::clientRequest(Rfc2217::Signature, payload), &events, nullptr);
+        QCOMPARE(events.value(0).payload, payload);
     }
-}
+
+    void plainDataIsNotCopied()
+    {
+        const QByteArray plain(1000, 'x');
+        Codec codec(Client);
+        QCOMPARE(codec.decode(plain, nullptr, nullptr).constData(), plain.constData());
+        QCOMPARE(Codec::encodePayload(plain).constData(), plain.constData());
+    }
+
+    void twoEndsComeToRest()
+    {
+        Codec client(Client);
+        Codec server(Server);
+        QByteArray toServer = client.greeting();
+        QByteArray toClient = server.greeting();
+        QCOMPARE(toServer.toHex(), "fffb2cfffd2cfffb00fffd00fffb03fffd03");
+        QCOMPARE(toClient.toHex(), "fffb2cfffb00fffd00fffb03fffd03");
+        QByteArray answers;
+        for (int round = 0; round < 8 && toServer.size() + toClient.size() > 0; ++round) {
+            QByteArray fromServer;
+            QByteArray fromClient;
+            server.decode(toServer, nullptr, &fromServer);
+            client.decode(toClient, nullptr, &fromClient);
+            toServer = fromClient;
+            toClient = fromServer;
+            answers += fromServer + fromClient;
+        }
+        // The server has not asked for the client's option before, everything else was announced.
+        QCOMPARE(answers.toHex(), "fffd2c");
+        QVERIFY(client.remoteSupportsComPort() && server.remoteSupportsComPort());
+    }
+
+    // A remote that turns every answer round.
+    void contradictionEnds()
+    {
+        Codec codec(Client);
+        QByteArray in = codec.greeting();
+        int rounds = 0;
+        for (; !in.isEmpty() && rounds < 1000; ++rounds) {
+            for (qsizetype i = 1; i < in.size(); i += 3) {
+                constexpr quint8 turned[] = {
+                    Rfc2217::DONT, Rfc2217::DO, Rfc2217::WONT, Rfc2217::WILL};
+                in[i] = char(turned[quint8(in[i]) - Rfc2217::WILL]);
+            }
+            QByteArray reply;
+            codec.decode(in, nullptr, &reply);
+            QVERIFY(reply.size() <= in.size());
+            in = reply;
+        }
+        QVERIFY(rounds < 2 * Codec::maxOptionChanges);
+    }
+
+    void longSubnegotiation_data()
+    {
+        QTest::addColumn<qsizetype>("size"); // option, command and text
+        QTest::addColumn<bool>("kept");
+        QTest::newRow("longest") << Codec::maxSubnegotiationBytes << true;
+        QTest::newRow("longer") << Codec::maxSubnegotiationBytes + 1 << false;
+        QTest::newRow("without end") << qsizetype(10'000'000) << false;
+    }
+
+    void longSubnegotiation()
+    {
+        QFETCH(qsizetype, size);
+        QFETCH(bool, kept);
+        const QByteArray text(size - 2, 'x');
+        Codec codec(Server);
+        QList<Event> events;
+        const QByteArray wire = Codec::clientRequest(Rfc2217::Signature, text);
+        QCOMPARE(codec.decode(wire + "data", &events, nullptr), "data");
+        QCOMPARE(events.size(), kept ? 1 : 0);
+        codec.decode(Codec::clientRequest(Rfc2217::Signature, "short"), &events, nullptr);
+        QCOMPARE(events.last().payload, "short");
+    }
+
+    void comPortSupport_data()
+    {
+        QTest::addColumn<Role>("role");
+        QTest::addColumn<QByteArray>("in");
+        QTest::addColumn<bool>("supported");
+        const auto row = [](const char* name, Role role, const char* in, bool supported) {
+            QTest::newRow(name) << role << hex(in) << supported;
+        };
+        row("WILL", Client, "fffb2c", true);
+        row("DO", Client, "fffd2c", true);
+        row("another option", Client, "fffb00fffd03", false);
+        row("client, WONT", Client, "fffd2cfffc2c", true);
+        row("client, DONT", Client, "fffb2cfffe2c", false);
+        row("server, WONT", Server, "fffd2cfffc2c", false);
+        row("server, DONT", Server, "fffb2cfffe2c", true);
+    }
+
+    void comPortSupport()
+    {
+        QFETCH(Role, role);
+        QFETCH(QByteArray, in);
+        Codec codec(role);
+        codec.greeting();
+        codec.decode(in, nullptr, nullptr);
+        QTEST(codec.remoteSupportsComPort(), "supported");
+    }
+
+    // Whatever state the last conversation ended in, the next one goes as with a new codec.
+    void resetForgetsTheConversation()
+    {
+        const QByteArray next = hex("41fffb2c42fffa2c0c01fff043");
+        for (const char* last :
+            {"ff", "fffb", "fffa2c0c", "fffa2cff", "fffb2cfffa2c0bfffffff041"}) {
+            Codec used(Server);
+            used.decode(hex(last), nullptr, nullptr);
+            used.reset();
+            QVERIFY(!used.remoteSentIac() && !used.remoteSupportsComPort());
+            QVERIFY(used.modemStateNotification(0xFF).isEmpty());
+            const Result result = feed(used, Server, {next});
+            QCOMPARE(result.data, "ABC");
+            QCOMPARE(result.reply.toHex(), "fffd2c");
+            QCOMPARE(result.events, "purge:1");
+        }
+    }
+};
 
 QTEST_APPLESS_MAIN(TestRfc2217Codec)
 #include "tst_rfc2217codec.moc"

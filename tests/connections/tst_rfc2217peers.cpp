@@ -287,174 +287,167 @@ class TestRfc2217Peers : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void clientOfSer2net();
-    void clientOfPyserial();
-    void serverOfPyserial();
+    void clientOfSer2net()
+    {
+        const QString ser2net = QStandardPaths::findExecutable(
+            u"ser2net"_s, QStringList{u"/usr/sbin"_s, u"/usr/local/sbin"_s, u"/usr/bin"_s});
+        if (ser2net.isEmpty()) {
+            QVERIFY2(!qEnvironmentVariableIsSet("CI"), "ser2net is not installed");
+            QSKIP("ser2net is not installed");
+        }
+        NullModem modem;
+        Program program;
+        const QString configuration =
+            u"connection: &port#  accepter: telnet(rfc2217),tcp,127.0.0.1,0#"
+            "  connector: serialdev,%1,9600n81"_s.arg(modem.portA());
+        QVERIFY(program.start(ser2net, {u"-n"_s, u"-u"_s, u"-Y"_s, configuration}));
+        quint16 port = 0;
+        QTRY_VERIFY((port = listeningPort(program.process.processId())) != 0);
+        drive(port, modem);
+    }
+
+    void clientOfPyserial()
+    {
+        if (!hasPyserial()) {
+            QVERIFY2(!qEnvironmentVariableIsSet("CI"), "python3-serial is not installed");
+            QSKIP("python3-serial is not installed");
+        }
+        NullModem modem;
+        Program program;
+        QVERIFY(program.start(python, {script("rfc2217server.py"), modem.portA()}));
+        QTRY_VERIFY(program.process.canReadLine());
+        drive(quint16(program.process.readLine().trimmed().toUInt()), modem);
+    }
+
+    void serverOfPyserial()
+    {
+        if (!hasPyserial()) {
+            QVERIFY2(!qEnvironmentVariableIsSet("CI"), "python3-serial is not installed");
+            QSKIP("python3-serial is not installed");
+        }
+        NullModem modem;
+        QSerialPort device(modem.portB());
+        QVERIFY(device.open(QIODevice::ReadWrite));
+        ServedPort served(modem.portA());
+        Program program;
+        QVERIFY(program.start(python, {script("rfc2217client.py")}));
+        // It waits for the answers to its settings, its lines and its purges here.
+        const QByteArray url = "rfc2217://127.0.0.1:" + QByteArray::number(served.tcpPort());
+        QCOMPARE(program.run("port = serial.serial_for_url('" + url + "', timeout=5)"), "ok");
+        QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
+        QCOMPARE(served.purges(), 2);
+        commandParameters(program, modem);
+        if (!QTest::currentTestFailed())
+            commandLines(program, modem);
+        if (QTest::currentTestFailed())
+            return;
+        const QByteArray payload = difficultPayload();
+        const QByteArray literal = "bytes.fromhex('" + payload.toHex() + "')";
+        QCOMPARE(program.run("port.write(" + literal + ")"), "ok");
+        QByteArray atDevice;
+        QTRY_COMPARE((atDevice += device.readAll()).size(), payload.size());
+        QCOMPARE(atDevice, payload);
+        device.write(payload);
+        QCOMPARE(program.run(
+                     "assert port.read(" + QByteArray::number(payload.size()) + ") == " + literal),
+            "ok");
+        QCOMPARE(program.run("port.close()"), "ok");
+    }
 
 private:
     // Our client session against a server whose line is end A of the cable.
-    static void drive(quint16 tcpPort, NullModem& modem);
-    static void driveParameters(RemotePort& remote, const NullModem& modem);
-    static void driveLines(RemotePort& remote, NullModem& modem);
-    // pyserial's client against our server session.
-    static void commandParameters(Program& pyserial, const NullModem& modem);
-    static void commandLines(Program& pyserial, NullModem& modem);
-};
 
-void TestRfc2217Peers::drive(quint16 tcpPort, NullModem& modem)
-{
-    QSerialPort device(modem.portB());
-    QVERIFY(device.open(QIODevice::ReadWrite));
-    RemotePort remote(tcpPort);
-    QTRY_COMPARE(remote.session.state(), Rfc2217ClientSession::State::ComPortActive);
-    driveParameters(remote, modem);
-    if (!QTest::currentTestFailed())
-        driveLines(remote, modem);
-    if (QTest::currentTestFailed())
-        return;
-    const QByteArray payload = difficultPayload();
-    remote.send(payload);
-    QByteArray atDevice;
-    QTRY_COMPARE((atDevice += device.readAll()).size(), payload.size());
-    QCOMPARE(atDevice, payload);
-    device.write(payload);
-    QTRY_COMPARE(remote.received.size(), payload.size());
-    QCOMPARE(remote.received, payload);
-}
+    static void drive(quint16 tcpPort, NullModem& modem)
+    {
+        QSerialPort device(modem.portB());
+        QVERIFY(device.open(QIODevice::ReadWrite));
+        RemotePort remote(tcpPort);
+        QTRY_COMPARE(remote.session.state(), Rfc2217ClientSession::State::ComPortActive);
+        driveParameters(remote, modem);
+        if (!QTest::currentTestFailed())
+            driveLines(remote, modem);
+        if (QTest::currentTestFailed())
+            return;
+        const QByteArray payload = difficultPayload();
+        remote.send(payload);
+        QByteArray atDevice;
+        QTRY_COMPARE((atDevice += device.readAll()).size(), payload.size());
+        QCOMPARE(atDevice, payload);
+        device.write(payload);
+        QTRY_COMPARE(remote.received.size(), payload.size());
+        QCOMPARE(remote.received, payload);
+    }
 
-void TestRfc2217Peers::driveParameters(RemotePort& remote, const NullModem& modem)
-{
-    // At first the port is left as it is, and only asked.
-    QTRY_COMPARE(remote.session.remoteSummary(), summaryOf(remote.settings));
-    QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
-    for (const LineCase& wanted : lineCases) {
-        remote.settings = settingsOf(wanted);
-        remote.push();
-        QTRY_COMPARE(modem.lineSettings(End::A), wanted.line);
+    static void driveParameters(RemotePort& remote, const NullModem& modem)
+    {
+        // At first the port is left as it is, and only asked.
         QTRY_COMPARE(remote.session.remoteSummary(), summaryOf(remote.settings));
+        QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
+        for (const LineCase& wanted : lineCases) {
+            remote.settings = settingsOf(wanted);
+            remote.push();
+            QTRY_COMPARE(modem.lineSettings(End::A), wanted.line);
+            QTRY_COMPARE(remote.session.remoteSummary(), summaryOf(remote.settings));
+        }
     }
-}
 
-void TestRfc2217Peers::driveLines(RemotePort& remote, NullModem& modem)
-{
-    const Rfc2217ClientSession& session = remote.session;
-    for (const int levels : {1, 2, 0, 3}) {
-        const bool dtr = (levels & 1) != 0;
-        const bool rts = (levels & 2) != 0;
-        remote.settings.dtrOn = dtr;
-        remote.settings.rtsOn = rts;
-        remote.push();
-        QTRY_COMPARE(modem.dtr(End::A), dtr);
-        QTRY_COMPARE(modem.rts(End::A), rts);
-        QTRY_COMPARE(session.confirmedDtr(), std::optional(dtr));
-        QTRY_COMPARE(session.confirmedRts(), std::optional(rts));
-        // The device's levels cross to CTS, DSR and DCD of the server.
-        modem.setOutputs(End::B, !dtr, !rts);
-        const int expected = (dtr ? 0 : Rfc2217::Dsr | Rfc2217::Dcd) | (rts ? 0 : Rfc2217::Cts);
-        QTRY_COMPARE(session.modemState().value_or(0xFF) & 0xF0, expected);
+    static void driveLines(RemotePort& remote, NullModem& modem)
+    {
+        const Rfc2217ClientSession& session = remote.session;
+        for (const int levels : {1, 2, 0, 3}) {
+            const bool dtr = (levels & 1) != 0;
+            const bool rts = (levels & 2) != 0;
+            remote.settings.dtrOn = dtr;
+            remote.settings.rtsOn = rts;
+            remote.push();
+            QTRY_COMPARE(modem.dtr(End::A), dtr);
+            QTRY_COMPARE(modem.rts(End::A), rts);
+            QTRY_COMPARE(session.confirmedDtr(), std::optional(dtr));
+            QTRY_COMPARE(session.confirmedRts(), std::optional(rts));
+            // The device's levels cross to CTS, DSR and DCD of the server.
+            modem.setOutputs(End::B, !dtr, !rts);
+            const int expected = (dtr ? 0 : Rfc2217::Dsr | Rfc2217::Dcd) | (rts ? 0 : Rfc2217::Cts);
+            QTRY_COMPARE(session.modemState().value_or(0xFF) & 0xF0, expected);
+        }
+        remote.socket.write(session.breakCommand(true));
+        QTRY_VERIFY(modem.breakSeenBy(End::B).active);
+        remote.socket.write(session.breakCommand(false));
+        QTRY_COMPARE(modem.breakSeenBy(End::B).count, 1);
     }
-    remote.socket.write(session.breakCommand(true));
-    QTRY_VERIFY(modem.breakSeenBy(End::B).active);
-    remote.socket.write(session.breakCommand(false));
-    QTRY_COMPARE(modem.breakSeenBy(End::B).count, 1);
-}
 
-void TestRfc2217Peers::clientOfSer2net()
-{
-    const QString ser2net = QStandardPaths::findExecutable(
-        u"ser2net"_s, QStringList{u"/usr/sbin"_s, u"/usr/local/sbin"_s, u"/usr/bin"_s});
-    if (ser2net.isEmpty()) {
-        QVERIFY2(!qEnvironmentVariableIsSet("CI"), "ser2net is not installed");
-        QSKIP("ser2net is not installed");
-    }
-    NullModem modem;
-    Program program;
-    const QString configuration = u"connection: &port#  accepter: telnet(rfc2217),tcp,127.0.0.1,0#"
-                                  "  connector: serialdev,%1,9600n81"_s.arg(modem.portA());
-    QVERIFY(program.start(ser2net, {u"-n"_s, u"-u"_s, u"-Y"_s, configuration}));
-    quint16 port = 0;
-    QTRY_VERIFY((port = listeningPort(program.process.processId())) != 0);
-    drive(port, modem);
-}
+    // pyserial's client against our server session.
 
-void TestRfc2217Peers::clientOfPyserial()
-{
-    if (!hasPyserial()) {
-        QVERIFY2(!qEnvironmentVariableIsSet("CI"), "python3-serial is not installed");
-        QSKIP("python3-serial is not installed");
+    static void commandParameters(Program& pyserial, const NullModem& modem)
+    {
+        for (const LineCase& wanted : lineCases) {
+            QCOMPARE(pyserial.run(wanted.python), "ok");
+            QCOMPARE(modem.lineSettings(End::A), wanted.line);
+        }
     }
-    NullModem modem;
-    Program program;
-    QVERIFY(program.start(python, {script("rfc2217server.py"), modem.portA()}));
-    QTRY_VERIFY(program.process.canReadLine());
-    drive(quint16(program.process.readLine().trimmed().toUInt()), modem);
-}
 
-void TestRfc2217Peers::serverOfPyserial()
-{
-    if (!hasPyserial()) {
-        QVERIFY2(!qEnvironmentVariableIsSet("CI"), "python3-serial is not installed");
-        QSKIP("python3-serial is not installed");
+    static void commandLines(Program& pyserial, NullModem& modem)
+    {
+        // The client asks for modem states first; RFC 2217's default is that it need not.
+        QCOMPARE(pyserial.run("port.rfc2217_send_subnegotiation(bytes([11]), bytes([255]))"), "ok");
+        for (const int levels : {1, 2, 0, 3}) {
+            const bool dtr = (levels & 1) != 0;
+            const bool rts = (levels & 2) != 0;
+            QCOMPARE(pyserial.run(dtr ? "port.dtr = True" : "port.dtr = False"), "ok");
+            QCOMPARE(pyserial.run(rts ? "port.rts = True" : "port.rts = False"), "ok");
+            QCOMPARE(modem.dtr(End::A), dtr);
+            QCOMPARE(modem.rts(End::A), rts);
+            modem.setOutputs(End::B, dtr, rts);
+            const QByteArray check = "assert (port.dsr, port.cd, port.cts) == ("
+                                     + QByteArray(dtr ? "True, True, " : "False, False, ")
+                                     + (rts ? "True)" : "False)");
+            QTRY_COMPARE(pyserial.run(check), "ok");
+        }
+        QCOMPARE(pyserial.run("port.break_condition = True"), "ok");
+        QVERIFY(modem.breakSeenBy(End::B).active);
+        QCOMPARE(pyserial.run("port.break_condition = False"), "ok");
+        QCOMPARE(modem.breakSeenBy(End::B).count, 1);
     }
-    NullModem modem;
-    QSerialPort device(modem.portB());
-    QVERIFY(device.open(QIODevice::ReadWrite));
-    ServedPort served(modem.portA());
-    Program program;
-    QVERIFY(program.start(python, {script("rfc2217client.py")}));
-    // It waits for the answers to its settings, its lines and its purges here.
-    const QByteArray url = "rfc2217://127.0.0.1:" + QByteArray::number(served.tcpPort());
-    QCOMPARE(program.run("port = serial.serial_for_url('" + url + "', timeout=5)"), "ok");
-    QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
-    QCOMPARE(served.purges(), 2);
-    commandParameters(program, modem);
-    if (!QTest::currentTestFailed())
-        commandLines(program, modem);
-    if (QTest::currentTestFailed())
-        return;
-    const QByteArray payload = difficultPayload();
-    const QByteArray literal = "bytes.fromhex('" + payload.toHex() + "')";
-    QCOMPARE(program.run("port.write(" + literal + ")"), "ok");
-    QByteArray atDevice;
-    QTRY_COMPARE((atDevice += device.readAll()).size(), payload.size());
-    QCOMPARE(atDevice, payload);
-    device.write(payload);
-    QCOMPARE(
-        program.run("assert port.read(" + QByteArray::number(payload.size()) + ") == " + literal),
-        "ok");
-    QCOMPARE(program.run("port.close()"), "ok");
-}
-
-void TestRfc2217Peers::commandParameters(Program& pyserial, const NullModem& modem)
-{
-    for (const LineCase& wanted : lineCases) {
-        QCOMPARE(pyserial.run(wanted.python), "ok");
-        QCOMPARE(modem.lineSettings(End::A), wanted.line);
-    }
-}
-
-void TestRfc2217Peers::commandLines(Program& pyserial, NullModem& modem)
-{
-    // The client asks for modem states first; RFC 2217's default is that it need not.
-    QCOMPARE(pyserial.run("port.rfc2217_send_subnegotiation(bytes([11]), bytes([255]))"), "ok");
-    for (const int levels : {1, 2, 0, 3}) {
-        const bool dtr = (levels & 1) != 0;
-        const bool rts = (levels & 2) != 0;
-        QCOMPARE(pyserial.run(dtr ? "port.dtr = True" : "port.dtr = False"), "ok");
-        QCOMPARE(pyserial.run(rts ? "port.rts = True" : "port.rts = False"), "ok");
-        QCOMPARE(modem.dtr(End::A), dtr);
-        QCOMPARE(modem.rts(End::A), rts);
-        modem.setOutputs(End::B, dtr, rts);
-        const QByteArray check = "assert (port.dsr, port.cd, port.cts) == ("
-                                 + QByteArray(dtr ? "True, True, " : "False, False, ")
-                                 + (rts ? "True)" : "False)");
-        QTRY_COMPARE(pyserial.run(check), "ok");
-    }
-    QCOMPARE(pyserial.run("port.break_condition = True"), "ok");
-    QVERIFY(modem.breakSeenBy(End::B).active);
-    QCOMPARE(pyserial.run("port.break_condition = False"), "ok");
-    QCOMPARE(modem.breakSeenBy(End::B).count, 1);
-}
+};
 
 QTEST_GUILESS_MAIN(TestRfc2217Peers)
 #include "tst_rfc2217peers.moc"

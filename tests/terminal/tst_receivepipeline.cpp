@@ -159,264 +159,254 @@ class TestReceivePipeline final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void likeTheModel();
-    void peerDecodersAreBounded();
-    void whatAPeerLeavesIsForgotten();
-    void recordsOfOneColourAreAppendedTogether();
-    void drainBudget_data();
-    void drainBudget();
-    void lineFeedAtASliceEndIsNotAlone();
-    void trimHalvesTheView();
-    void queueMarks();
-    void pausedMark();
-    void timerRestsWhenIdle();
-    void everyChunkIsTappedAndLightsTheLamp();
-};
-
-// Chunks of all kinds, pauses, directions, peers, formats, encodings and colours, a view that is
-// paused, stopped, resumed and cleared: after every step the pipeline has done what the model does.
-// In every second run the time of a drain is used up now and then; how often the view is trimmed
-// would depend on it, so it is not trimmed there.
-void TestReceivePipeline::likeTheModel()
-{
-    for (quint32 seed = 1; seed <= 12; ++seed) {
-        Bench bench;
-        ReceiveModel model;
-        model.start(bench.now);
-        QRandomGenerator random(seed);
-        for (int step = 0; step < 400; ++step) {
-            bench.stepMs = seed % 2 == 0 ? random.bounded(2 * ReceivePipeline::kDrainBudgetMs) : 0;
-            oneStep(bench, model, random);
-            const QByteArray where =
-                "seed " + QByteArray::number(seed) + " step " + QByteArray::number(step);
-            QVERIFY2(appendedByColour(bench.sink) == model.appended, where);
-            bench.sink.appends.clear();
-            QVERIFY2(bench.sink.text == model.text, where);
-            QVERIFY2(bench.pipeline.receivedBytes() == model.received, where);
-            QVERIFY2(bench.pipeline.removedCharacters() == model.removed, where);
-            QVERIFY2(bench.pipeline.runState() == model.runState(), where);
+    // Chunks of all kinds, pauses, directions, peers, formats, encodings and colours, a view that
+    // is paused, stopped, resumed and cleared: after every step the pipeline has done what the
+    // model does. In every second run the time of a drain is used up now and then; how often the
+    // view is trimmed would depend on it, so it is not trimmed there.
+    void likeTheModel()
+    {
+        for (quint32 seed = 1; seed <= 12; ++seed) {
+            Bench bench;
+            ReceiveModel model;
+            model.start(bench.now);
+            QRandomGenerator random(seed);
+            for (int step = 0; step < 400; ++step) {
+                bench.stepMs =
+                    seed % 2 == 0 ? random.bounded(2 * ReceivePipeline::kDrainBudgetMs) : 0;
+                oneStep(bench, model, random);
+                const QByteArray where =
+                    "seed " + QByteArray::number(seed) + " step " + QByteArray::number(step);
+                QVERIFY2(appendedByColour(bench.sink) == model.appended, where);
+                bench.sink.appends.clear();
+                QVERIFY2(bench.sink.text == model.text, where);
+                QVERIFY2(bench.pipeline.receivedBytes() == model.received, where);
+                QVERIFY2(bench.pipeline.removedCharacters() == model.removed, where);
+                QVERIFY2(bench.pipeline.runState() == model.runState(), where);
+            }
         }
     }
-}
 
-// What one peer leaves unfinished belongs to nobody who comes after it.
-void TestReceivePipeline::whatAPeerLeavesIsForgotten()
-{
-    Bench bench;
-    bench.receive("\x1B[3", u"a"_s);
-    bench.receive("\xC3", u"a2"_s);
-    bench.drainAll();
-    bench.pipeline.forgetPeer(u"a"_s);
-    bench.pipeline.forgetPeer(u"a2"_s);
-    bench.receive("1m", u"a"_s);
-    bench.receive("\xA9", u"a2"_s);
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"1m\uFFFD"_s);
+    void peerDecodersAreBounded()
+    {
+        const auto peer = [](int number) { return u"10.0.0.1:%1"_s.arg(number); };
+        DecoderSet decoders;
+        for (int i = 0; i < int(DecoderSet::kMaxPeers); ++i)
+            QVERIFY(decoders.received(peer(i)).decode("\xC3").text.isEmpty());
+        QVERIFY(decoders.received(peer(0)).decode("").text.isEmpty()); // heard again
+        QVERIFY(decoders.received(peer(1000)).decode("\xC3").text.isEmpty());
+        QCOMPARE(decoders.peerCount(), DecoderSet::kMaxPeers);
+        const QString eAcute(QChar(0xE9));
+        QCOMPARE(decoders.received(peer(0)).decode("\xA9").text, eAcute);
+        QCOMPARE(decoders.received(peer(2)).decode("\xA9").text, eAcute);
+        // Peer 1 was silent the longest, and what it had begun is gone.
+        QCOMPARE(decoders.received(peer(1)).decode("\xA9").text, QString(QChar(0xFFFD)));
+    }
 
-    // Left while its bytes still wait: they keep what came before them.
-    bench.receive("\xC3", u"b"_s);
-    bench.drainAll();
-    bench.receive("\xA9", u"b"_s);
-    bench.pipeline.forgetPeer(u"b"_s);
-    bench.drainAll();
-    bench.receive("\xA9", u"b"_s);
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"1m\uFFFD\u00E9\uFFFD"_s);
-}
-
-void TestReceivePipeline::peerDecodersAreBounded()
-{
-    const auto peer = [](int number) { return u"10.0.0.1:%1"_s.arg(number); };
-    DecoderSet decoders;
-    for (int i = 0; i < int(DecoderSet::kMaxPeers); ++i)
-        QVERIFY(decoders.received(peer(i)).decode("\xC3").text.isEmpty());
-    QVERIFY(decoders.received(peer(0)).decode("").text.isEmpty()); // heard again
-    QVERIFY(decoders.received(peer(1000)).decode("\xC3").text.isEmpty());
-    QCOMPARE(decoders.peerCount(), DecoderSet::kMaxPeers);
-    const QString eAcute(QChar(0xE9));
-    QCOMPARE(decoders.received(peer(0)).decode("\xA9").text, eAcute);
-    QCOMPARE(decoders.received(peer(2)).decode("\xA9").text, eAcute);
-    // Peer 1 was silent the longest, and what it had begun is gone.
-    QCOMPARE(decoders.received(peer(1)).decode("\xA9").text, QString(QChar(0xFFFD)));
-}
-
-void TestReceivePipeline::recordsOfOneColourAreAppendedTogether()
-{
-    Bench bench;
-    const auto exchange = [&bench] {
-        bench.sink.appends.clear();
-        bench.receive("r1 ");
-        bench.receive("r2 ");
-        bench.pipeline.pushByteArray("s1 ", false, RXorTx::Sent);
-        bench.receive("r3 ");
+    // What one peer leaves unfinished belongs to nobody who comes after it.
+    void whatAPeerLeavesIsForgotten()
+    {
+        Bench bench;
+        bench.receive("\x1B[3", u"a"_s);
+        bench.receive("\xC3", u"a2"_s);
         bench.drainAll();
-    };
-    exchange();
-    QCOMPARE(bench.sink.appends, QList<StringSink::Append>({{u"r1 r2 s1 r3 "_s, std::nullopt}}));
-    bench.format.formatDisplayColor = true;
-    bench.format.receiveTextColor = Qt::blue;
-    bench.format.sendTextColor = Qt::red;
-    bench.apply();
-    exchange();
-    QCOMPARE(bench.sink.appends, QList<StringSink::Append>({{u"r1 r2 "_s, QColor(Qt::blue)},
-                                     {u"s1 "_s, QColor(Qt::red)}, {u"r3 "_s, QColor(Qt::blue)}}));
-    QCOMPARE(bench.pipeline.receivedBytes(), 18);
-}
+        bench.pipeline.forgetPeer(u"a"_s);
+        bench.pipeline.forgetPeer(u"a2"_s);
+        bench.receive("1m", u"a"_s);
+        bench.receive("\xA9", u"a2"_s);
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"1m\uFFFD"_s);
 
-void TestReceivePipeline::drainBudget_data()
-{
-    QTest::addColumn<int>("msPerRecord");
-    QTest::addColumn<int>("recordsInOneDrain");
-    QTest::newRow("all at once while there is time") << 0 << 5;
-    QTest::newRow("a millisecond is left") << int(ReceivePipeline::kDrainBudgetMs) - 1 << 2;
-    QTest::newRow("the time is used up") << int(ReceivePipeline::kDrainBudgetMs) << 1;
-    QTest::newRow("one takes longer than the time") << 1000 << 1;
-}
-
-void TestReceivePipeline::drainBudget()
-{
-    QFETCH(int, msPerRecord);
-    Bench bench;
-    for (int i = 0; i < 5; ++i) {
-        bench.now = kNoon.addMSecs(i);
-        bench.receive("x");
+        // Left while its bytes still wait: they keep what came before them.
+        bench.receive("\xC3", u"b"_s);
+        bench.drainAll();
+        bench.receive("\xA9", u"b"_s);
+        bench.pipeline.forgetPeer(u"b"_s);
+        bench.drainAll();
+        bench.receive("\xA9", u"b"_s);
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"1m\uFFFD\u00E9\uFFFD"_s);
     }
-    bench.stepMs = msPerRecord;
-    bench.pipeline.onRefreshDisplay();
-    QTEST(int(bench.sink.text.size()), "recordsInOneDrain");
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"xxxxx"_s);
-}
 
-void TestReceivePipeline::lineFeedAtASliceEndIsNotAlone()
-{
-    Bench bench;
-    bench.receive("a\n");
-    QByteArray record = QByteArray("\x1B[m").repeated(DisplayQueue::kSliceBytes / 3) + '\n';
-    QCOMPARE(record.size(), DisplayQueue::kSliceBytes);
-    bench.receive(record + "next");
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"a\n\nnext"_s);
-    // Nothing of a record may be shown, and the one behind it is its own.
-    bench.receive("\n");
-    bench.receive(record);
-    bench.receive("\n");
-    bench.drainAll();
-    QCOMPARE(bench.sink.text, u"a\n\nnext\n"_s);
-}
+    void recordsOfOneColourAreAppendedTogether()
+    {
+        Bench bench;
+        const auto exchange = [&bench] {
+            bench.sink.appends.clear();
+            bench.receive("r1 ");
+            bench.receive("r2 ");
+            bench.pipeline.pushByteArray("s1 ", false, RXorTx::Sent);
+            bench.receive("r3 ");
+            bench.drainAll();
+        };
+        exchange();
+        QCOMPARE(
+            bench.sink.appends, QList<StringSink::Append>({{u"r1 r2 s1 r3 "_s, std::nullopt}}));
+        bench.format.formatDisplayColor = true;
+        bench.format.receiveTextColor = Qt::blue;
+        bench.format.sendTextColor = Qt::red;
+        bench.apply();
+        exchange();
+        QCOMPARE(
+            bench.sink.appends, QList<StringSink::Append>({{u"r1 r2 "_s, QColor(Qt::blue)},
+                                    {u"s1 "_s, QColor(Qt::red)}, {u"r3 "_s, QColor(Qt::blue)}}));
+        QCOMPARE(bench.pipeline.receivedBytes(), 18);
+    }
 
-void TestReceivePipeline::trimHalvesTheView()
-{
-    Bench bench;
-    bench.format.displayBufferSize = kMiB;
-    bench.apply();
-    bench.receive(QByteArray(kMiB, 'a'));
-    bench.drainAll();
-    QCOMPARE(bench.sink.trims, QList<qint64>());
-    bench.receive("c");
-    bench.drainAll();
-    QCOMPARE(bench.sink.trims, QList<qint64>{kMiB / 2});
-    QCOMPARE(bench.sink.forcedScrolls, 1);
-    // A view shorter than half its bound loses what it has.
-    bench.pipeline.clear();
-    bench.receive("abc");
-    bench.drainAll();
-    bench.pipeline.removeHalfData();
-    QCOMPARE(bench.pipeline.removedCharacters(), 3);
-    QCOMPARE(bench.sink.text, QString());
-}
+    void drainBudget_data()
+    {
+        QTest::addColumn<int>("msPerRecord");
+        QTest::addColumn<int>("recordsInOneDrain");
+        QTest::newRow("all at once while there is time") << 0 << 5;
+        QTest::newRow("a millisecond is left") << int(ReceivePipeline::kDrainBudgetMs) - 1 << 2;
+        QTest::newRow("the time is used up") << int(ReceivePipeline::kDrainBudgetMs) << 1;
+        QTest::newRow("one takes longer than the time") << 1000 << 1;
+    }
 
-void TestReceivePipeline::queueMarks()
-{
-    Bench bench;
-    QSignalSpy throttle(&bench.pipeline, &ReceivePipeline::throttleRequested);
-    const qint64 room = ReceivePipeline::kQueueHighWater - 2 * DisplayQueue::kRecordCost;
-    bench.receive(QByteArray(room - 2, 'x'));
-    bench.receive("x");
-    QCOMPARE(throttle.size(), 0);
-    bench.drainAll();
-    bench.pipeline.clear();
-    bench.receive(QByteArray(room - 1, 'x'));
-    bench.receive("y");
-    QCOMPARE(throttle.size(), 1);
-    QVERIFY(throttle.takeFirst()[0].toBool());
-    bench.stepMs = ReceivePipeline::kDrainBudgetMs; // one slice per drain
-    while (throttle.isEmpty()) {
-        QVERIFY(bench.pipeline.waitingBytes() > 0);
-        QVERIFY(bench.pipeline.waitingBytes() >= ReceivePipeline::kQueueLowWater - 256);
+    void drainBudget()
+    {
+        QFETCH(int, msPerRecord);
+        Bench bench;
+        for (int i = 0; i < 5; ++i) {
+            bench.now = kNoon.addMSecs(i);
+            bench.receive("x");
+        }
+        bench.stepMs = msPerRecord;
         bench.pipeline.onRefreshDisplay();
+        QTEST(int(bench.sink.text.size()), "recordsInOneDrain");
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"xxxxx"_s);
     }
-    QVERIFY(!throttle[0][0].toBool());
-    QVERIFY(bench.pipeline.waitingBytes() < ReceivePipeline::kQueueLowWater);
-    bench.drainAll();
-    QCOMPARE(throttle.size(), 1);
-    QVERIFY(bench.sink.text.endsWith(u'y'));
-}
 
-void TestReceivePipeline::pausedMark()
-{
-    Bench bench;
-    QSignalSpy throttle(&bench.pipeline, &ReceivePipeline::throttleRequested);
-    QSignalSpy status(&bench.pipeline, &ReceivePipeline::statusMessage);
-    // More than a running view may keep waiting is no reason for a paused one.
-    bench.receive(QByteArray(ReceivePipeline::kQueueHighWater, 'q'));
-    QCOMPARE(throttle.size(), 1);
-    bench.pipeline.pause();
-    QCOMPARE(throttle.size(), 2);
-    bench.receive(QByteArray(ReceivePipeline::kHoldHighWater - DisplayQueue::kRecordCost
-                                 - ReceivePipeline::kQueueHighWater - 1,
-        'h'));
-    QCOMPARE(throttle.size(), 2);
-    QCOMPARE(status.size(), 0);
-    bench.receive("h");
-    QCOMPARE(throttle.size(), 3);
-    QVERIFY(throttle[2][0].toBool());
-    bench.receive("h"); // was on its way
-    QCOMPARE(status.size(), 1);
-    QVERIFY2(status[0][0].toString().contains("64"_L1), qPrintable(status[0][0].toString()));
-    QCOMPARE(status[0][1].toInt(), 5000);
-    bench.pipeline.start();
-    bench.stepMs = ReceivePipeline::kDrainBudgetMs;
-    bench.pipeline.onRefreshDisplay();
-    QCOMPARE(throttle.size(), 3); // the view has to catch up first
-}
+    void lineFeedAtASliceEndIsNotAlone()
+    {
+        Bench bench;
+        bench.receive("a\n");
+        QByteArray record = QByteArray("\x1B[m").repeated(DisplayQueue::kSliceBytes / 3) + '\n';
+        QCOMPARE(record.size(), DisplayQueue::kSliceBytes);
+        bench.receive(record + "next");
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"a\n\nnext"_s);
+        // Nothing of a record may be shown, and the one behind it is its own.
+        bench.receive("\n");
+        bench.receive(record);
+        bench.receive("\n");
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"a\n\nnext\n"_s);
+    }
 
-void TestReceivePipeline::timerRestsWhenIdle()
-{
-    StringSink sink;
-    ReceivePipeline pipeline(sink);
-    const auto* timer = pipeline.findChild<QTimer*>();
-    QCOMPARE(timer->interval(), 20);
-    pipeline.start();
-    QVERIFY(!timer->isActive());
-    pipeline.ingestRx("hello", true, {});
-    QVERIFY(timer->isActive());
-    QTRY_COMPARE(sink.text, u"hello"_s);
-    QVERIFY(!timer->isActive());
-    pipeline.pause();
-    pipeline.ingestRx(" again", true, {});
-    pipeline.pushByteArray(" sent", false, RXorTx::Sent);
-    QVERIFY(!timer->isActive());
-    pipeline.start();
-    QTRY_COMPARE(sink.text, u"hello sent again"_s);
-}
+    void trimHalvesTheView()
+    {
+        Bench bench;
+        bench.format.displayBufferSize = kMiB;
+        bench.apply();
+        bench.receive(QByteArray(kMiB, 'a'));
+        bench.drainAll();
+        QCOMPARE(bench.sink.trims, QList<qint64>());
+        bench.receive("c");
+        bench.drainAll();
+        QCOMPARE(bench.sink.trims, QList<qint64>{kMiB / 2});
+        QCOMPARE(bench.sink.forcedScrolls, 1);
+        // A view shorter than half its bound loses what it has.
+        bench.pipeline.clear();
+        bench.receive("abc");
+        bench.drainAll();
+        bench.pipeline.removeHalfData();
+        QCOMPARE(bench.pipeline.removedCharacters(), 3);
+        QCOMPARE(bench.sink.text, QString());
+    }
 
-void TestReceivePipeline::everyChunkIsTappedAndLightsTheLamp()
-{
-    Bench bench;
-    QSignalSpy tapped(&bench.pipeline, &ReceivePipeline::rxTapped);
-    QSignalSpy lamp(&bench.pipeline, &ReceivePipeline::received);
-    bench.receive("\x1B[0m");
-    bench.pipeline.pause();
-    bench.receive("b");
-    bench.receive("c", u"a:1"_s);
-    bench.receive("");
-    QCOMPARE(tapped, QList<QVariantList>({{QByteArray("\x1B[0m"), QString()},
-                         {QByteArray("b"), QString()}, {QByteArray("c"), u"a:1"_s}}));
-    QCOMPARE(lamp.size(), 3);
-    bench.pipeline.pushByteArray("sent", false, RXorTx::Sent);
-    QCOMPARE(lamp.size(), 3);
-}
+    void queueMarks()
+    {
+        Bench bench;
+        QSignalSpy throttle(&bench.pipeline, &ReceivePipeline::throttleRequested);
+        const qint64 room = ReceivePipeline::kQueueHighWater - 2 * DisplayQueue::kRecordCost;
+        bench.receive(QByteArray(room - 2, 'x'));
+        bench.receive("x");
+        QCOMPARE(throttle.size(), 0);
+        bench.drainAll();
+        bench.pipeline.clear();
+        bench.receive(QByteArray(room - 1, 'x'));
+        bench.receive("y");
+        QCOMPARE(throttle.size(), 1);
+        QVERIFY(throttle.takeFirst()[0].toBool());
+        bench.stepMs = ReceivePipeline::kDrainBudgetMs; // one slice per drain
+        while (throttle.isEmpty()) {
+            QVERIFY(bench.pipeline.waitingBytes() > 0);
+            QVERIFY(bench.pipeline.waitingBytes() >= ReceivePipeline::kQueueLowWater - 256);
+            bench.pipeline.onRefreshDisplay();
+        }
+        QVERIFY(!throttle[0][0].toBool());
+        QVERIFY(bench.pipeline.waitingBytes() < ReceivePipeline::kQueueLowWater);
+        bench.drainAll();
+        QCOMPARE(throttle.size(), 1);
+        QVERIFY(bench.sink.text.endsWith(u'y'));
+    }
+
+    void pausedMark()
+    {
+        Bench bench;
+        QSignalSpy throttle(&bench.pipeline, &ReceivePipeline::throttleRequested);
+        QSignalSpy status(&bench.pipeline, &ReceivePipeline::statusMessage);
+        // More than a running view may keep waiting is no reason for a paused one.
+        bench.receive(QByteArray(ReceivePipeline::kQueueHighWater, 'q'));
+        QCOMPARE(throttle.size(), 1);
+        bench.pipeline.pause();
+        QCOMPARE(throttle.size(), 2);
+        bench.receive(QByteArray(ReceivePipeline::kHoldHighWater - DisplayQueue::kRecordCost
+                                     - ReceivePipeline::kQueueHighWater - 1,
+            'h'));
+        QCOMPARE(throttle.size(), 2);
+        QCOMPARE(status.size(), 0);
+        bench.receive("h");
+        QCOMPARE(throttle.size(), 3);
+        QVERIFY(throttle[2][0].toBool());
+        bench.receive("h"); // was on its way
+        QCOMPARE(status.size(), 1);
+        QVERIFY2(status[0][0].toString().contains("64"_L1), qPrintable(status[0][0].toString()));
+        QCOMPARE(status[0][1].toInt(), 5000);
+        bench.pipeline.start();
+        bench.stepMs = ReceivePipeline::kDrainBudgetMs;
+        bench.pipeline.onRefreshDisplay();
+        QCOMPARE(throttle.size(), 3); // the view has to catch up first
+    }
+
+    void timerRestsWhenIdle()
+    {
+        StringSink sink;
+        ReceivePipeline pipeline(sink);
+        const auto* timer = pipeline.findChild<QTimer*>();
+        QCOMPARE(timer->interval(), 20);
+        pipeline.start();
+        QVERIFY(!timer->isActive());
+        pipeline.ingestRx("hello", true, {});
+        QVERIFY(timer->isActive());
+        QTRY_COMPARE(sink.text, u"hello"_s);
+        QVERIFY(!timer->isActive());
+        pipeline.pause();
+        pipeline.ingestRx(" again", true, {});
+        pipeline.pushByteArray(" sent", false, RXorTx::Sent);
+        QVERIFY(!timer->isActive());
+        pipeline.start();
+        QTRY_COMPARE(sink.text, u"hello sent again"_s);
+    }
+
+    void everyChunkIsTappedAndLightsTheLamp()
+    {
+        Bench bench;
+        QSignalSpy tapped(&bench.pipeline, &ReceivePipeline::rxTapped);
+        QSignalSpy lamp(&bench.pipeline, &ReceivePipeline::received);
+        bench.receive("\x1B[0m");
+        bench.pipeline.pause();
+        bench.receive("b");
+        bench.receive("c", u"a:1"_s);
+        bench.receive("");
+        QCOMPARE(tapped, QList<QVariantList>({{QByteArray("\x1B[0m"), QString()},
+                             {QByteArray("b"), QString()}, {QByteArray("c"), u"a:1"_s}}));
+        QCOMPARE(lamp.size(), 3);
+        bench.pipeline.pushByteArray("sent", false, RXorTx::Sent);
+        QCOMPARE(lamp.size(), 3);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestReceivePipeline)
 #include "tst_receivepipeline.moc"

@@ -7,19 +7,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-class TestWireTextDecoder final : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void sequences_data();
-    void sequences();
-    void legacyGarbageAgainstModel_data();
-    void legacyGarbageAgainstModel();
-    void utf8GarbageAgainstConverter();
-    void resetDropsHeldBytesAndCount();
-};
-
 // What came out of a stream: text and the sum of the counts.
 struct Decoded
 {
@@ -52,67 +39,6 @@ static Decoded decoded(const QString& encoding, QByteArrayView bytes, const Chun
     if (appended != u"in front" + all.text)
         all.text += u"(other text)"_s;
     return all;
-}
-
-void TestWireTextDecoder::sequences_data()
-{
-    QTest::addColumn<QString>("encoding");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("invalid");
-    const auto row = [](const char* encoding, const char* hex, const QString& text, int invalid) {
-        QTest::addRow("%s %s", encoding, hex)
-            << QString::fromLatin1(encoding) << QByteArray::fromHex(hex) << text << invalid;
-    };
-    row("UTF-8", "ef bb bf 41 ef bb bf", u"\uFEFFA\uFEFF"_s, 0); // byte order mark
-    row("UTF-8", "ef bf bd", u"\uFFFD"_s, 0);                    // U+FFFD as sent
-    row("UTF-8", "c2 41", u"\uFFFDA"_s, 1);
-    row("UTF-8", "e4 b8 41 0a", u"\uFFFD\uFFFDA\n"_s, 2);
-    row("UTF-8", "e4 e4 b8 ad", u"\uFFFD\u4E2D"_s, 1);
-    row("UTF-8", "f0 9f 98 c3 a9", u"\uFFFD\uFFFD\uFFFD\u00E9"_s, 3);
-    row("UTF-8", "80 41", u"\uFFFDA"_s, 1);
-    row("UTF-8", "c0 80 41", u"\uFFFD\uFFFDA"_s, 2);          // overlong
-    row("UTF-8", "ed a0 80 41", u"\uFFFD\uFFFD\uFFFDA"_s, 3); // surrogate
-    row("UTF-8", "f5 80 80 80 41", u"\uFFFD\uFFFD\uFFFD\uFFFDA"_s, 4);
-    row("UTF-8", "ff 00 41", u"\uFFFD\0A"_s, 1);
-    row("UTF-8", "e4 b8", u""_s, 0); // unfinished
-    row("System", "e4 b8 ad c2 41", u"\u4E2D\uFFFDA"_s, 1);
-    row("ISO-8859-1", "41 9b e9 ff 00", u"A\u009B\u00E9\u00FF\0"_s, 0);
-    row("Windows-1252", "80 e9 9f 7f", u"\u20AC\u00E9\u0178\x7F"_s, 0);
-    row("GBK", "d6 d0 41", u"\u4E2DA"_s, 0);
-    row("GBK", "81 30", u"\uFFFD0"_s, 1);
-    row("GBK", "c4 0d 0a", u"\uFFFD\r\n"_s, 1);
-    row("GBK", "d6 7f d6 d0", u"\uFFFD\x7F\u4E2D"_s, 1);
-    row("GBK", "d6", u""_s, 0);
-    row("Big5", "a4 a4 81 0a", u"\u4E2D\uFFFD\n"_s, 1);
-    row("Big5", "fe a0 41", u"\uFFFDA"_s, 1); // a pair that the code table lacks
-    row("Shift-JIS", "93 fa b1 41", u"\u65E5\uFF71A"_s, 0);
-    row("Shift-JIS", "1a 1c 7f 5c 7e", u"\x1A\x1C\x7F\\~"_s, 0);
-    row("Shift-JIS", "81 20 e0 0a", u"\uFFFD \uFFFD\n"_s, 2);
-    row("GB18030", "e3 32 9a 36 41", u"\uFFFDA"_s, 1); // past the last code point
-    row("GB18030", "85 30 81 30 41", u"\uFFFDA"_s, 1); // well formed, unassigned
-    row("GB18030", "fe 39 fe 39 41", u"\uFFFDA"_s, 1);
-    row("GB18030", "84 31 a4 37", u"\uFFFD"_s, 0); // U+FFFD as sent
-    row("GB18030", "84 31 95 33", u"\uFEFF"_s, 0); // byte order mark
-    row("GB18030", "81 30 41 42", u"\uFFFD0AB"_s, 1);
-    row("GB18030", "81 30 81 41", u"\uFFFD0\u4E04"_s, 1);
-    row("GB18030", "81 30 81", u""_s, 0);
-    row("GB18030", "81 30 41", u""_s, 0); // three of four bytes are there
-    row("GB18030", "d6 d0 81 20 41", u"\u4E2D\uFFFD A"_s, 1);
-    row("GB18030", "80 41", u"\uFFFDA"_s, 1);
-}
-
-void TestWireTextDecoder::sequences()
-{
-    QFETCH(QString, encoding);
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, text);
-    QFETCH(int, invalid);
-    for (const Chunks& chunks : cuttings(bytes.size())) {
-        const Decoded out = decoded(encoding, bytes, chunks);
-        QCOMPARE(out.text, text);
-        QCOMPARE(out.invalid, invalid);
-    }
 }
 
 // The rule as it is stated: frame, hand spans of whole characters to the codec, nothing cached.
@@ -179,63 +105,131 @@ private:
     QString m_text;
 };
 
-void TestWireTextDecoder::legacyGarbageAgainstModel_data()
+class TestWireTextDecoder final : public QObject
 {
-    QTest::addColumn<QByteArray>("codec");
-    for (const char* name : {"GB18030", "GBK", "GB2312", "Big5", "Shift_JIS", "EUC-KR"})
-        QTest::newRow(name) << QByteArray(name);
-}
+    Q_OBJECT
 
-void TestWireTextDecoder::legacyGarbageAgainstModel()
-{
-    QFETCH(QByteArray, codec);
-    QByteArray garbage = randomBytes(80000, 21);
-    for (qsizetype i = 0; i < garbage.size(); ++i) {
-        // Some codecs exchange these three; here they stay what they are.
-        if (garbage[i] == '\x1A' || garbage[i] == '\x1C' || garbage[i] == '\x7F')
-            garbage[i] = 'x';
-        // Digits at every second place now and then, for the four-byte form.
-        if (i % 512 < 256 && i % 2 == 1)
-            garbage[i] = char('0' + uchar(garbage[i]) % 10);
+private Q_SLOTS:
+    void sequences_data()
+    {
+        QTest::addColumn<QString>("encoding");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("invalid");
+        const auto row = [](const char* encoding, const char* hex, const QString& text,
+                             int invalid) {
+            QTest::addRow("%s %s", encoding, hex)
+                << QString::fromLatin1(encoding) << QByteArray::fromHex(hex) << text << invalid;
+        };
+        row("UTF-8", "ef bb bf 41 ef bb bf", u"\uFEFFA\uFEFF"_s, 0); // byte order mark
+        row("UTF-8", "ef bf bd", u"\uFFFD"_s, 0);                    // U+FFFD as sent
+        row("UTF-8", "c2 41", u"\uFFFDA"_s, 1);
+        row("UTF-8", "e4 b8 41 0a", u"\uFFFD\uFFFDA\n"_s, 2);
+        row("UTF-8", "e4 e4 b8 ad", u"\uFFFD\u4E2D"_s, 1);
+        row("UTF-8", "f0 9f 98 c3 a9", u"\uFFFD\uFFFD\uFFFD\u00E9"_s, 3);
+        row("UTF-8", "80 41", u"\uFFFDA"_s, 1);
+        row("UTF-8", "c0 80 41", u"\uFFFD\uFFFDA"_s, 2);          // overlong
+        row("UTF-8", "ed a0 80 41", u"\uFFFD\uFFFD\uFFFDA"_s, 3); // surrogate
+        row("UTF-8", "f5 80 80 80 41", u"\uFFFD\uFFFD\uFFFD\uFFFDA"_s, 4);
+        row("UTF-8", "ff 00 41", u"\uFFFD\0A"_s, 1);
+        row("UTF-8", "e4 b8", u""_s, 0); // unfinished
+        row("System", "e4 b8 ad c2 41", u"\u4E2D\uFFFDA"_s, 1);
+        row("ISO-8859-1", "41 9b e9 ff 00", u"A\u009B\u00E9\u00FF\0"_s, 0);
+        row("Windows-1252", "80 e9 9f 7f", u"\u20AC\u00E9\u0178\x7F"_s, 0);
+        row("GBK", "d6 d0 41", u"\u4E2DA"_s, 0);
+        row("GBK", "81 30", u"\uFFFD0"_s, 1);
+        row("GBK", "c4 0d 0a", u"\uFFFD\r\n"_s, 1);
+        row("GBK", "d6 7f d6 d0", u"\uFFFD\x7F\u4E2D"_s, 1);
+        row("GBK", "d6", u""_s, 0);
+        row("Big5", "a4 a4 81 0a", u"\u4E2D\uFFFD\n"_s, 1);
+        row("Big5", "fe a0 41", u"\uFFFDA"_s, 1); // a pair that the code table lacks
+        row("Shift-JIS", "93 fa b1 41", u"\u65E5\uFF71A"_s, 0);
+        row("Shift-JIS", "1a 1c 7f 5c 7e", u"\x1A\x1C\x7F\\~"_s, 0);
+        row("Shift-JIS", "81 20 e0 0a", u"\uFFFD \uFFFD\n"_s, 2);
+        row("GB18030", "e3 32 9a 36 41", u"\uFFFDA"_s, 1); // past the last code point
+        row("GB18030", "85 30 81 30 41", u"\uFFFDA"_s, 1); // well formed, unassigned
+        row("GB18030", "fe 39 fe 39 41", u"\uFFFDA"_s, 1);
+        row("GB18030", "84 31 a4 37", u"\uFFFD"_s, 0); // U+FFFD as sent
+        row("GB18030", "84 31 95 33", u"\uFEFF"_s, 0); // byte order mark
+        row("GB18030", "81 30 41 42", u"\uFFFD0AB"_s, 1);
+        row("GB18030", "81 30 81 41", u"\uFFFD0\u4E04"_s, 1);
+        row("GB18030", "81 30 81", u""_s, 0);
+        row("GB18030", "81 30 41", u""_s, 0); // three of four bytes are there
+        row("GB18030", "d6 d0 81 20 41", u"\u4E2D\uFFFD A"_s, 1);
+        row("GB18030", "80 41", u"\uFFFDA"_s, 1);
     }
-    FramingModel model(codec, codec == "Shift_JIS", codec == "GB18030");
-    const QString expected = model.decode(garbage);
-    const QString encoding = QString::fromLatin1(codec);
-    for (const Chunks& chunks : cuttings(garbage.size())) {
-        const Decoded out = decoded(encoding, garbage, chunks);
-        QCOMPARE(out.text, expected);
-        QCOMPARE(out.invalid, expected.count(QChar(u'\uFFFD')));
-    }
-}
 
-void TestWireTextDecoder::utf8GarbageAgainstConverter()
-{
-    QByteArray garbage = randomBytes(80000, 22);
-    for (qsizetype i = 0; i < garbage.size(); i += 2) // many leads, many continuations
-        garbage[i] = char(uchar(garbage[i]) | 0xC0);
-    garbage += '\n';
-    QStringDecoder converter(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
-    const QString expected = converter.decode(garbage);
-    for (const Chunks& chunks : cuttings(garbage.size())) {
-        const Decoded out = decoded(u"UTF-8"_s, garbage, chunks);
-        QCOMPARE(out.text, expected);
-        QCOMPARE(out.invalid, expected.count(QChar(u'\uFFFD')));
+    void sequences()
+    {
+        QFETCH(QString, encoding);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, text);
+        QFETCH(int, invalid);
+        for (const Chunks& chunks : cuttings(bytes.size())) {
+            const Decoded out = decoded(encoding, bytes, chunks);
+            QCOMPARE(out.text, text);
+            QCOMPARE(out.invalid, invalid);
+        }
     }
-}
 
-void TestWireTextDecoder::resetDropsHeldBytesAndCount()
-{
-    const QStringList encodings = WireTextCodecRegistry::supportedEncodings();
-    for (const QString& encoding : encodings) {
-        const auto decoder = WireTextCodecRegistry::createDecoder(encoding);
-        (void)decoder->decode("\x81\x20\xFF");
-        (void)decoder->decode("\xE4");
-        decoder->reset();
-        QCOMPARE(decoder->invalidSequenceCount(), 0);
-        QCOMPARE(decoder->decode("\x40").text, u"@"_s);
-        QCOMPARE(decoder->invalidSequenceCount(), 0);
+    void legacyGarbageAgainstModel_data()
+    {
+        QTest::addColumn<QByteArray>("codec");
+        for (const char* name : {"GB18030", "GBK", "GB2312", "Big5", "Shift_JIS", "EUC-KR"})
+            QTest::newRow(name) << QByteArray(name);
     }
-}
+
+    void legacyGarbageAgainstModel()
+    {
+        QFETCH(QByteArray, codec);
+        QByteArray garbage = randomBytes(80000, 21);
+        for (qsizetype i = 0; i < garbage.size(); ++i) {
+            // Some codecs exchange these three; here they stay what they are.
+            if (garbage[i] == '\x1A' || garbage[i] == '\x1C' || garbage[i] == '\x7F')
+                garbage[i] = 'x';
+            // Digits at every second place now and then, for the four-byte form.
+            if (i % 512 < 256 && i % 2 == 1)
+                garbage[i] = char('0' + uchar(garbage[i]) % 10);
+        }
+        FramingModel model(codec, codec == "Shift_JIS", codec == "GB18030");
+        const QString expected = model.decode(garbage);
+        const QString encoding = QString::fromLatin1(codec);
+        for (const Chunks& chunks : cuttings(garbage.size())) {
+            const Decoded out = decoded(encoding, garbage, chunks);
+            QCOMPARE(out.text, expected);
+            QCOMPARE(out.invalid, expected.count(QChar(u'\uFFFD')));
+        }
+    }
+
+    void utf8GarbageAgainstConverter()
+    {
+        QByteArray garbage = randomBytes(80000, 22);
+        for (qsizetype i = 0; i < garbage.size(); i += 2) // many leads, many continuations
+            garbage[i] = char(uchar(garbage[i]) | 0xC0);
+        garbage += '\n';
+        QStringDecoder converter(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+        const QString expected = converter.decode(garbage);
+        for (const Chunks& chunks : cuttings(garbage.size())) {
+            const Decoded out = decoded(u"UTF-8"_s, garbage, chunks);
+            QCOMPARE(out.text, expected);
+            QCOMPARE(out.invalid, expected.count(QChar(u'\uFFFD')));
+        }
+    }
+
+    void resetDropsHeldBytesAndCount()
+    {
+        const QStringList encodings = WireTextCodecRegistry::supportedEncodings();
+        for (const QString& encoding : encodings) {
+            const auto decoder = WireTextCodecRegistry::createDecoder(encoding);
+            (void)decoder->decode("\x81\x20\xFF");
+            (void)decoder->decode("\xE4");
+            decoder->reset();
+            QCOMPARE(decoder->invalidSequenceCount(), 0);
+            QCOMPARE(decoder->decode("\x40").text, u"@"_s);
+            QCOMPARE(decoder->invalidSequenceCount(), 0);
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestWireTextDecoder)
 #include "tst_wiretextdecoder.moc"

@@ -19,19 +19,238 @@ class TestReceiveUse final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        window_ = std::make_unique<QWidget>();
+        view_ = new ReceiveView;
+        bar_ = new FindBar(*view_);
+        auto* layout = new QVBoxLayout(window_.get());
+        layout->addWidget(view_);
+        layout->addWidget(bar_);
+        window_->resize(600, 400);
+        window_->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window_.get()));
+        QApplication::setActiveWindow(window_.get());
+        view_->setFocus();
+    }
+
     void cleanup() { window_.reset(); }
-    void mouseSelects();
-    void dragScrollsOn();
-    void keysGoByCharacters_data();
-    void keysGoByCharacters();
-    void copiesBytes();
-    void barShowsThePlace();
-    void barReachesEverything();
-    void drawsOnceAFrame();
-    void screenReaderReads();
-    void survivesAnything_data();
-    void survivesAnything();
+
+    void mouseSelects()
+    {
+        view_->appendText(u"one two_2 (three)\nfour\n\nfive"_s, {});
+        QTest::mousePress(viewport(), Qt::LeftButton, {}, at(0, 4));
+        moveTo(at(1, 2));
+        QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(1, 2));
+        QCOMPARE(view_->selectedText(), u"two_2 (three)\nfo"_s);
+        QTest::mouseClick(viewport(), Qt::LeftButton, Qt::ShiftModifier, at(3, 1));
+        QCOMPARE(view_->selectedText(), u"two_2 (three)\nfour\n\nf"_s);
+        QTest::mouseClick(viewport(), Qt::LeftButton, {}, at(0, 12));
+        QVERIFY(!view_->hasSelection());
+        QTest::mouseDClick(viewport(), Qt::LeftButton, {}, at(0, 5));
+        QCOMPARE(view_->selectedText(), u"two_2"_s);
+        QTest::mousePress(viewport(), Qt::LeftButton, {}, at(0, 5)); // the third click
+        QCOMPARE(view_->selectedText(), u"one two_2 (three)\n"_s);
+        moveTo(at(3, 0));
+        QCOMPARE(view_->selectedText(), u"one two_2 (three)\nfour\n\nfive"_s);
+        QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(3, 0));
+        view_->clearSelection();
+        QTest::mouseDClick(viewport(), Qt::LeftButton, {}, at(0, 13));
+        moveTo(at(0, 5)); // backwards, by words
+        QCOMPARE(view_->selectedText(), u"two_2 (three"_s);
+    }
+
+    void dragScrollsOn()
+    {
+        view_->setLineWrap(false);
+        view_->appendText(numberedLines(0, 100), {});
+        QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
+        moveTo(QPoint(10, -100));
+        view_->appendText(u"more\n"_s, {}); // meanwhile
+        QTRY_COMPARE(view_->visibleRange().first, 0);
+        QVERIFY(view_->selectedText().startsWith(u"line 0\n"_s)
+                || view_->selectedText().startsWith(u"ine 0\n"_s));
+        QTest::mouseRelease(viewport(), Qt::LeftButton, {}, QPoint(10, -100));
+    }
+
+    void keysGoByCharacters_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("steps");
+        QTest::addColumn<QString>("selected");
+        QTest::newRow("letters") << u"abc"_s << 2 << u"bc"_s;
+        QTest::newRow("pair") << u"a\U0001F600b"_s << 2 << u"\U0001F600b"_s;
+        QTest::newRow("marks") << u"ae\u0301\u0323"_s << 1 << u"e\u0301\u0323"_s;
+        QTest::newRow("over a line feed") << u"a\nb"_s << 2 << u"\nb"_s;
+        QTest::newRow("over a cut") << QString(2048, u'x') + u"\u00E9y"_s << 3 << u"x\u00E9y"_s;
+    }
+
+    // Shift+Left goes by whole characters, wherever the view cuts the text.
+    void keysGoByCharacters()
+    {
+        QFETCH(const QString, text);
+        QFETCH(const int, steps);
+        QFETCH(const QString, selected);
+        view_->appendText(u"\n"_s.repeated(100) + text, {});
+        for (int i = 0; i < steps; ++i)
+            pressKey(Qt::Key_Left, Qt::ShiftModifier);
+        QCOMPARE(view_->selectedText(), selected);
+        for (int i = 0; i < steps; ++i)
+            pressKey(Qt::Key_Right, Qt::ShiftModifier);
+        QVERIFY(!view_->hasSelection());
+    }
+
+    void copiesBytes()
+    {
+        view_->setWrapAtBlanks(true);
+        view_->appendText(u"[Rx][12:00:00.123] 48 C3 A4 \n[Tx] 0A 1 0b 123 FF"_s, {});
+        view_->selectAll();
+        view_->copyBytes();
+        const QMimeData* content = QApplication::clipboard()->mimeData();
+        QCOMPARE(content->data(u"application/octet-stream"_s).toHex(), "48c3a40aff"_ba);
+        QCOMPARE(content->text(), u"H\u00E4\n\uFFFD"_s);
+    }
+
+    void barShowsThePlace()
+    {
+        QScrollBar* bar = area()->verticalScrollBar();
+        view_->setLineWrap(false);
+        const QString text = numberedLines(0, 1000);
+        view_->appendText(text, {});
+        QTRY_VERIFY(bar->maximum() > 900);
+        QCOMPARE(bar->value(), bar->maximum());
+        bar->setValue(500);
+        QCOMPARE(view_->visibleRange().first, text.indexOf("line 500\n"_L1));
+        bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+        QCOMPARE(view_->visibleRange().first, text.indexOf("line 501\n"_L1));
+        view_->trimFront(text.indexOf("line 100\n"_L1));
+        QTRY_COMPARE(bar->value(), 401);
+        bar->setValue(bar->maximum());
+        QVERIFY(view_->isAtBottom());
+        bar->triggerAction(QAbstractSlider::SliderPageStepSub);
+        QVERIFY(!view_->isAtBottom());
+        QVERIFY(view_->visibleRange().second > text.indexOf("line 960\n"_L1));
+        bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
+        QVERIFY(view_->isAtBottom());
+    }
+
+    // Where the count of rows is an estimate, steps still show every row and arrive at the end.
+    void barReachesEverything()
+    {
+        for (int i = 0; i < 40; ++i)
+            view_->appendText(QString(i * 5, QChar(0x65E5)) + u'\t' + QString(i, u'x') + u'\n', {});
+        pressKey(Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(view_->visibleRange().first, 0);
+        qint64 seen = view_->visibleRange().second;
+        for (int i = 0; i < 2000 && !view_->isAtBottom(); ++i) {
+            turnWheel(*view_, -120);
+            QVERIFY(view_->visibleRange().first <= seen);
+            QVERIFY(view_->visibleRange().second >= seen);
+            seen = view_->visibleRange().second;
+        }
+        QCOMPARE(seen, view_->endPosition());
+    }
+
+    void drawsOnceAFrame()
+    {
+        class Counter final : public QObject
+        {
+        public:
+            bool eventFilter(QObject* /*watched*/, QEvent* event) override
+            {
+                paints += event->type() == QEvent::Paint ? 1 : 0;
+                return false;
+            }
+            int paints = 0;
+        } counter;
+        QCoreApplication::processEvents();
+        viewport()->installEventFilter(&counter);
+        QElapsedTimer clock;
+        clock.start();
+        for (int i = 0; i < 2000; ++i) {
+            view_->appendText(u"some text of a device\n"_s, {});
+            if (i % 10 == 0)
+                QCoreApplication::processEvents();
+        }
+        const qint64 frames = clock.elapsed() / 16 + 2;
+        QVERIFY2(counter.paints <= 2 * frames, qPrintable(QString::number(counter.paints)));
+        QTRY_VERIFY(counter.paints > 0);
+    }
+
+    void screenReaderReads()
+    {
+        view_->appendText(u"gone\none two\nthree\n"_s, {});
+        view_->appendText(u"four"_s, QColor(Qt::red));
+        view_->trimFront(5);
+        QAccessibleInterface* reader = QAccessible::queryAccessibleInterface(area());
+        QVERIFY(reader != nullptr && reader->textInterface() != nullptr);
+        QCOMPARE(reader->role(), QAccessible::Terminal);
+        QCOMPARE(reader->text(QAccessible::Name), u"Received data"_s);
+        QAccessibleTextInterface* text = reader->textInterface();
+        QCOMPARE(text->characterCount(), 18);
+        QCOMPARE(text->text(0, 7), u"one two"_s);
+        int start = 0;
+        int end = 0;
+        QCOMPARE(text->textAtOffset(5, QAccessible::WordBoundary, &start, &end), u"two"_s);
+        QCOMPARE(std::pair(start, end), std::pair(4, 7));
+        QCOMPARE(text->textAfterOffset(5, QAccessible::LineBoundary, &start, &end), u"three\n"_s);
+        QCOMPARE(
+            text->textBeforeOffset(9, QAccessible::LineBoundary, &start, &end), u"one two\n"_s);
+        QCOMPARE(text->textAtOffset(0, QAccessible::CharBoundary, &start, &end), u"o"_s);
+        QVERIFY(text->attributes(15, &start, &end).contains("rgb(255,0,0)"_L1));
+        QCOMPARE(std::pair(start, end), std::pair(14, 18));
+        const QRect letter = text->characterRect(4);
+        QCOMPARE(text->offsetAtPoint(letter.center()), 4);
+        text->addSelection(4, 7);
+        QCOMPARE(view_->selectedText(), u"two"_s);
+        QCOMPARE(text->selectionCount(), 1);
+    }
+
+    void survivesAnything_data()
+    {
+        QTest::addColumn<quint32>("seed");
+        for (quint32 seed = 1; seed <= 3; ++seed)
+            QTest::addRow("seed %u", seed) << seed;
+    }
+
+    // Text floods in while a person resizes, scrolls, searches, selects and clears at random; in
+    // the end the view holds what it was given, and shows its end.
+    void survivesAnything()
+    {
+        QFETCH(const quint32, seed);
+        RandomText random(seed);
+        QString model;
+        qint64 removed = 0;
+        for (int step = 0; step < 250; ++step) {
+            const QString text = random.next(random.below(step % 10 == 0 ? 20'000 : 500));
+            view_->appendText(
+                text, random.below(2) == 0 ? std::optional(QColor(Qt::red)) : std::nullopt);
+            model += text;
+            if (random.below(12) == 0) {
+                const int count = random.below(static_cast<int>(model.size()) + 1);
+                view_->trimFront(count);
+                model.remove(0, count);
+                removed += count;
+            } else if (random.below(40) == 0) {
+                view_->clearText();
+                removed += model.size();
+                model.clear();
+            }
+            act(random, *window_, *bar_);
+            if (random.below(3) == 0)
+                QCoreApplication::processEvents();
+            QCOMPARE(view_->textLength(), model.size());
+            QCOMPARE(view_->removedCharacters(), removed);
+            const int middle = random.below(static_cast<int>(model.size()) + 1);
+            QCOMPARE(view_->textAt(removed + middle, 5000), model.mid(middle, 5000));
+            const auto [from, to] = view_->visibleRange();
+            QVERIFY(view_->firstPosition() <= from && from <= to && to <= view_->endPosition());
+            if (view_->isAtBottom())
+                QCOMPARE(to, view_->endPosition());
+        }
+        view_->selectAll();
+        QCOMPARE(view_->selectedText(), model);
+    }
 
 private:
     [[nodiscard]] QAbstractScrollArea* area() const { return areaOf(*view_); }
@@ -45,293 +264,62 @@ private:
             4 + row * height + height / 2};
     }
     void moveTo(QPoint point) const { dragTo(*view_, point); }
-    void act(RandomText& random, QWidget& window, FindBar& bar) const;
+
+    void act(RandomText& random, QWidget& window, FindBar& bar) const
+    {
+        QScrollBar* vertical = area()->verticalScrollBar();
+        const QPoint point(random.below(700) - 50, random.below(500) - 50);
+        switch (random.below(14)) {
+        case 0:
+            window.resize(150 + random.below(600), 100 + random.below(400));
+            break;
+        case 1:
+            vertical->setValue(random.below(vertical->maximum() + 1));
+            break;
+        case 2:
+            view_->scrollToEnd();
+            break;
+        case 3:
+            bar.open();
+            bar.findChild<QLineEdit*>()->setText(QString(u"abA"_s.at(random.below(3))));
+            break;
+        case 4:
+            bar.findNext();
+            break;
+        case 5:
+            QTest::mousePress(viewport(), Qt::LeftButton, {}, point);
+            break;
+        case 6:
+            moveTo(point);
+            break;
+        case 7:
+            QTest::mouseRelease(viewport(), Qt::LeftButton, {}, point);
+            break;
+        case 8:
+            QTest::mouseDClick(viewport(), Qt::LeftButton, {}, point);
+            break;
+        case 9:
+            QTest::keyClick(
+                area(), random.below(2) == 0 ? Qt::Key_Up : Qt::Key_Left, Qt::ShiftModifier);
+            break;
+        case 10:
+            view_->setLineWrap(random.below(2) == 0);
+            break;
+        case 11:
+            view_->setWrapAtBlanks(random.below(2) == 0);
+            break;
+        case 12:
+            view_->zoomBy(random.below(3) - 1);
+            break;
+        default:
+            viewport()->grab();
+        }
+    }
 
     std::unique_ptr<QWidget> window_;
     ReceiveView* view_ = nullptr;
     FindBar* bar_ = nullptr;
 };
-
-void TestReceiveUse::init()
-{
-    window_ = std::make_unique<QWidget>();
-    view_ = new ReceiveView;
-    bar_ = new FindBar(*view_);
-    auto* layout = new QVBoxLayout(window_.get());
-    layout->addWidget(view_);
-    layout->addWidget(bar_);
-    window_->resize(600, 400);
-    window_->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window_.get()));
-    QApplication::setActiveWindow(window_.get());
-    view_->setFocus();
-}
-
-void TestReceiveUse::mouseSelects()
-{
-    view_->appendText(u"one two_2 (three)\nfour\n\nfive"_s, {});
-    QTest::mousePress(viewport(), Qt::LeftButton, {}, at(0, 4));
-    moveTo(at(1, 2));
-    QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(1, 2));
-    QCOMPARE(view_->selectedText(), u"two_2 (three)\nfo"_s);
-    QTest::mouseClick(viewport(), Qt::LeftButton, Qt::ShiftModifier, at(3, 1));
-    QCOMPARE(view_->selectedText(), u"two_2 (three)\nfour\n\nf"_s);
-    QTest::mouseClick(viewport(), Qt::LeftButton, {}, at(0, 12));
-    QVERIFY(!view_->hasSelection());
-    QTest::mouseDClick(viewport(), Qt::LeftButton, {}, at(0, 5));
-    QCOMPARE(view_->selectedText(), u"two_2"_s);
-    QTest::mousePress(viewport(), Qt::LeftButton, {}, at(0, 5)); // the third click
-    QCOMPARE(view_->selectedText(), u"one two_2 (three)\n"_s);
-    moveTo(at(3, 0));
-    QCOMPARE(view_->selectedText(), u"one two_2 (three)\nfour\n\nfive"_s);
-    QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(3, 0));
-    view_->clearSelection();
-    QTest::mouseDClick(viewport(), Qt::LeftButton, {}, at(0, 13));
-    moveTo(at(0, 5)); // backwards, by words
-    QCOMPARE(view_->selectedText(), u"two_2 (three"_s);
-}
-
-void TestReceiveUse::dragScrollsOn()
-{
-    view_->setLineWrap(false);
-    view_->appendText(numberedLines(0, 100), {});
-    QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
-    moveTo(QPoint(10, -100));
-    view_->appendText(u"more\n"_s, {}); // meanwhile
-    QTRY_COMPARE(view_->visibleRange().first, 0);
-    QVERIFY(view_->selectedText().startsWith(u"line 0\n"_s)
-            || view_->selectedText().startsWith(u"ine 0\n"_s));
-    QTest::mouseRelease(viewport(), Qt::LeftButton, {}, QPoint(10, -100));
-}
-
-void TestReceiveUse::keysGoByCharacters_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("steps");
-    QTest::addColumn<QString>("selected");
-    QTest::newRow("letters") << u"abc"_s << 2 << u"bc"_s;
-    QTest::newRow("pair") << u"a\U0001F600b"_s << 2 << u"\U0001F600b"_s;
-    QTest::newRow("marks") << u"ae\u0301\u0323"_s << 1 << u"e\u0301\u0323"_s;
-    QTest::newRow("over a line feed") << u"a\nb"_s << 2 << u"\nb"_s;
-    QTest::newRow("over a cut") << QString(2048, u'x') + u"\u00E9y"_s << 3 << u"x\u00E9y"_s;
-}
-
-// Shift+Left goes by whole characters, wherever the view cuts the text.
-void TestReceiveUse::keysGoByCharacters()
-{
-    QFETCH(const QString, text);
-    QFETCH(const int, steps);
-    QFETCH(const QString, selected);
-    view_->appendText(u"\n"_s.repeated(100) + text, {});
-    for (int i = 0; i < steps; ++i)
-        pressKey(Qt::Key_Left, Qt::ShiftModifier);
-    QCOMPARE(view_->selectedText(), selected);
-    for (int i = 0; i < steps; ++i)
-        pressKey(Qt::Key_Right, Qt::ShiftModifier);
-    QVERIFY(!view_->hasSelection());
-}
-
-void TestReceiveUse::copiesBytes()
-{
-    view_->setWrapAtBlanks(true);
-    view_->appendText(u"[Rx][12:00:00.123] 48 C3 A4 \n[Tx] 0A 1 0b 123 FF"_s, {});
-    view_->selectAll();
-    view_->copyBytes();
-    const QMimeData* content = QApplication::clipboard()->mimeData();
-    QCOMPARE(content->data(u"application/octet-stream"_s).toHex(), "48c3a40aff"_ba);
-    QCOMPARE(content->text(), u"H\u00E4\n\uFFFD"_s);
-}
-
-void TestReceiveUse::barShowsThePlace()
-{
-    QScrollBar* bar = area()->verticalScrollBar();
-    view_->setLineWrap(false);
-    const QString text = numberedLines(0, 1000);
-    view_->appendText(text, {});
-    QTRY_VERIFY(bar->maximum() > 900);
-    QCOMPARE(bar->value(), bar->maximum());
-    bar->setValue(500);
-    QCOMPARE(view_->visibleRange().first, text.indexOf("line 500\n"_L1));
-    bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
-    QCOMPARE(view_->visibleRange().first, text.indexOf("line 501\n"_L1));
-    view_->trimFront(text.indexOf("line 100\n"_L1));
-    QTRY_COMPARE(bar->value(), 401);
-    bar->setValue(bar->maximum());
-    QVERIFY(view_->isAtBottom());
-    bar->triggerAction(QAbstractSlider::SliderPageStepSub);
-    QVERIFY(!view_->isAtBottom());
-    QVERIFY(view_->visibleRange().second > text.indexOf("line 960\n"_L1));
-    bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
-    QVERIFY(view_->isAtBottom());
-}
-
-// Where the count of rows is an estimate, steps still show every row and arrive at the end.
-void TestReceiveUse::barReachesEverything()
-{
-    for (int i = 0; i < 40; ++i)
-        view_->appendText(QString(i * 5, QChar(0x65E5)) + u'\t' + QString(i, u'x') + u'\n', {});
-    pressKey(Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
-    QCOMPARE(view_->visibleRange().first, 0);
-    qint64 seen = view_->visibleRange().second;
-    for (int i = 0; i < 2000 && !view_->isAtBottom(); ++i) {
-        turnWheel(*view_, -120);
-        QVERIFY(view_->visibleRange().first <= seen);
-        QVERIFY(view_->visibleRange().second >= seen);
-        seen = view_->visibleRange().second;
-    }
-    QCOMPARE(seen, view_->endPosition());
-}
-
-void TestReceiveUse::drawsOnceAFrame()
-{
-    class Counter final : public QObject
-    {
-    public:
-        bool eventFilter(QObject* /*watched*/, QEvent* event) override
-        {
-            paints += event->type() == QEvent::Paint ? 1 : 0;
-            return false;
-        }
-        int paints = 0;
-    } counter;
-    QCoreApplication::processEvents();
-    viewport()->installEventFilter(&counter);
-    QElapsedTimer clock;
-    clock.start();
-    for (int i = 0; i < 2000; ++i) {
-        view_->appendText(u"some text of a device\n"_s, {});
-        if (i % 10 == 0)
-            QCoreApplication::processEvents();
-    }
-    const qint64 frames = clock.elapsed() / 16 + 2;
-    QVERIFY2(counter.paints <= 2 * frames, qPrintable(QString::number(counter.paints)));
-    QTRY_VERIFY(counter.paints > 0);
-}
-
-void TestReceiveUse::screenReaderReads()
-{
-    view_->appendText(u"gone\none two\nthree\n"_s, {});
-    view_->appendText(u"four"_s, QColor(Qt::red));
-    view_->trimFront(5);
-    QAccessibleInterface* reader = QAccessible::queryAccessibleInterface(area());
-    QVERIFY(reader != nullptr && reader->textInterface() != nullptr);
-    QCOMPARE(reader->role(), QAccessible::Terminal);
-    QCOMPARE(reader->text(QAccessible::Name), u"Received data"_s);
-    QAccessibleTextInterface* text = reader->textInterface();
-    QCOMPARE(text->characterCount(), 18);
-    QCOMPARE(text->text(0, 7), u"one two"_s);
-    int start = 0;
-    int end = 0;
-    QCOMPARE(text->textAtOffset(5, QAccessible::WordBoundary, &start, &end), u"two"_s);
-    QCOMPARE(std::pair(start, end), std::pair(4, 7));
-    QCOMPARE(text->textAfterOffset(5, QAccessible::LineBoundary, &start, &end), u"three\n"_s);
-    QCOMPARE(text->textBeforeOffset(9, QAccessible::LineBoundary, &start, &end), u"one two\n"_s);
-    QCOMPARE(text->textAtOffset(0, QAccessible::CharBoundary, &start, &end), u"o"_s);
-    QVERIFY(text->attributes(15, &start, &end).contains("rgb(255,0,0)"_L1));
-    QCOMPARE(std::pair(start, end), std::pair(14, 18));
-    const QRect letter = text->characterRect(4);
-    QCOMPARE(text->offsetAtPoint(letter.center()), 4);
-    text->addSelection(4, 7);
-    QCOMPARE(view_->selectedText(), u"two"_s);
-    QCOMPARE(text->selectionCount(), 1);
-}
-
-void TestReceiveUse::survivesAnything_data()
-{
-    QTest::addColumn<quint32>("seed");
-    for (quint32 seed = 1; seed <= 3; ++seed)
-        QTest::addRow("seed %u", seed) << seed;
-}
-
-// Text floods in while a person resizes, scrolls, searches, selects and clears at random; in the
-// end the view holds what it was given, and shows its end.
-void TestReceiveUse::survivesAnything()
-{
-    QFETCH(const quint32, seed);
-    RandomText random(seed);
-    QString model;
-    qint64 removed = 0;
-    for (int step = 0; step < 250; ++step) {
-        const QString text = random.next(random.below(step % 10 == 0 ? 20'000 : 500));
-        view_->appendText(
-            text, random.below(2) == 0 ? std::optional(QColor(Qt::red)) : std::nullopt);
-        model += text;
-        if (random.below(12) == 0) {
-            const int count = random.below(static_cast<int>(model.size()) + 1);
-            view_->trimFront(count);
-            model.remove(0, count);
-            removed += count;
-        } else if (random.below(40) == 0) {
-            view_->clearText();
-            removed += model.size();
-            model.clear();
-        }
-        act(random, *window_, *bar_);
-        if (random.below(3) == 0)
-            QCoreApplication::processEvents();
-        QCOMPARE(view_->textLength(), model.size());
-        QCOMPARE(view_->removedCharacters(), removed);
-        const int middle = random.below(static_cast<int>(model.size()) + 1);
-        QCOMPARE(view_->textAt(removed + middle, 5000), model.mid(middle, 5000));
-        const auto [from, to] = view_->visibleRange();
-        QVERIFY(view_->firstPosition() <= from && from <= to && to <= view_->endPosition());
-        if (view_->isAtBottom())
-            QCOMPARE(to, view_->endPosition());
-    }
-    view_->selectAll();
-    QCOMPARE(view_->selectedText(), model);
-}
-
-void TestReceiveUse::act(RandomText& random, QWidget& window, FindBar& bar) const
-{
-    QScrollBar* vertical = area()->verticalScrollBar();
-    const QPoint point(random.below(700) - 50, random.below(500) - 50);
-    switch (random.below(14)) {
-    case 0:
-        window.resize(150 + random.below(600), 100 + random.below(400));
-        break;
-    case 1:
-        vertical->setValue(random.below(vertical->maximum() + 1));
-        break;
-    case 2:
-        view_->scrollToEnd();
-        break;
-    case 3:
-        bar.open();
-        bar.findChild<QLineEdit*>()->setText(QString(u"abA"_s.at(random.below(3))));
-        break;
-    case 4:
-        bar.findNext();
-        break;
-    case 5:
-        QTest::mousePress(viewport(), Qt::LeftButton, {}, point);
-        break;
-    case 6:
-        moveTo(point);
-        break;
-    case 7:
-        QTest::mouseRelease(viewport(), Qt::LeftButton, {}, point);
-        break;
-    case 8:
-        QTest::mouseDClick(viewport(), Qt::LeftButton, {}, point);
-        break;
-    case 9:
-        QTest::keyClick(
-            area(), random.below(2) == 0 ? Qt::Key_Up : Qt::Key_Left, Qt::ShiftModifier);
-        break;
-    case 10:
-        view_->setLineWrap(random.below(2) == 0);
-        break;
-    case 11:
-        view_->setWrapAtBlanks(random.below(2) == 0);
-        break;
-    case 12:
-        view_->zoomBy(random.below(3) - 1);
-        break;
-    default:
-        viewport()->grab();
-    }
-}
 
 QTEST_MAIN(TestReceiveUse)
 #include "tst_receiveuse.moc"

@@ -49,213 +49,201 @@ class TestTextFind final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void equalsNaiveSearch_data();
-    void equalsNaiveSearch();
-    void longLines_data();
-    void longLines();
-    void countIsBounded();
-    void badExpressions_data();
-    void badExpressions();
-    void movesAround();
-    void currentSurvivesTrim();
-    void loneSurrogateDoesNotHideALine();
-    void eventLoopIsNotHeld();
-};
+    void equalsNaiveSearch_data()
+    {
+        QTest::addColumn<TextPattern>("pattern");
+        const auto row = [](const QString& text, bool matchCase, bool expression) {
+            QTest::newRow(qPrintable(text)) << TextPattern{text, matchCase, expression};
+        };
+        row(u"a"_s, true, false);
+        row(u"aA"_s, false, false);
+        row(u"aa"_s, true, false);
+        row(u"a.b"_s, true, false);
+        row(u"^[ab]+"_s, true, true);
+        row(u"c+$"_s, false, true);
+        row(u"a*"_s, true, true);
+        row(u"|b"_s, true, true);
+        row(u"(?<=a)b|c(?=a)"_s, false, true);
+        row(u"\\s\\w+"_s, true, true);
+        row(u"^.*$"_s, true, true);
+    }
 
-void TestTextFind::equalsNaiveSearch_data()
-{
-    QTest::addColumn<TextPattern>("pattern");
-    const auto row = [](const QString& text, bool matchCase, bool expression) {
-        QTest::newRow(qPrintable(text)) << TextPattern{text, matchCase, expression};
-    };
-    row(u"a"_s, true, false);
-    row(u"aA"_s, false, false);
-    row(u"aa"_s, true, false);
-    row(u"a.b"_s, true, false);
-    row(u"^[ab]+"_s, true, true);
-    row(u"c+$"_s, false, true);
-    row(u"a*"_s, true, true);
-    row(u"|b"_s, true, true);
-    row(u"(?<=a)b|c(?=a)"_s, false, true);
-    row(u"\\s\\w+"_s, true, true);
-    row(u"^.*$"_s, true, true);
-}
-
-// Text comes in pieces that split lines anywhere and leaves at the front anywhere.
-void TestTextFind::equalsNaiveSearch()
-{
-    QFETCH(const TextPattern, pattern);
-    RandomText random(7, true);
-    StringSource source;
-    TextFind find(source);
-    find.setPattern(pattern, 0);
-    for (int step = 0; step < 150; ++step) {
-        for (int i = random.below(3); i >= 0; --i) {
-            if (random.below(4) == 0)
-                source.trim(random.below(static_cast<int>(source.text().size()) / 2 + 1));
-            else
-                source.append(random.next(random.below(400), u"abcA."_s));
-            find.sourceChanged();
+    // Text comes in pieces that split lines anywhere and leaves at the front anywhere.
+    void equalsNaiveSearch()
+    {
+        QFETCH(const TextPattern, pattern);
+        RandomText random(7, true);
+        StringSource source;
+        TextFind find(source);
+        find.setPattern(pattern, 0);
+        for (int step = 0; step < 150; ++step) {
+            for (int i = random.below(3); i >= 0; --i) {
+                if (random.below(4) == 0)
+                    source.trim(random.below(static_cast<int>(source.text().size()) / 2 + 1));
+                else
+                    source.append(random.next(random.below(400), u"abcA."_s));
+                find.sourceChanged();
+            }
+            if (random.below(3) == 0)
+                QTest::qWait(0);
+            if (random.below(5) != 0)
+                continue;
+            QTRY_VERIFY(!find.isSearching());
+            QCOMPARE(foundBy(find), naive(source, pattern));
         }
-        if (random.below(3) == 0)
-            QTest::qWait(0);
-        if (random.below(5) != 0)
-            continue;
+        source.trim(source.text().size());
+        find.sourceChanged();
+        QCOMPARE(find.matchCount(), 0);
+    }
+
+    void longLines_data()
+    {
+        QTest::addColumn<TextPattern>("pattern");
+        QTest::newRow("text") << TextPattern{u"needle"_s, true, false};
+        QTest::newRow("expression") << TextPattern{u"ne+dle"_s, true, true};
+        QTest::newRow("anchors") << TextPattern{u"^.needle|needle.$|(?<=needle)."_s, true, true};
+    }
+
+    void longLines()
+    {
+        QFETCH(const TextPattern, pattern);
+        RandomText random(11);
+        StringSource source;
+        source.append(u"short\n"_s);
+        TextFind find(source);
+        find.setPattern(pattern, 0);
+        for (int i = 0; i < 60; ++i) {
+            source.append(QString(random.below(9000), u'.') + u"needle"_s);
+            find.sourceChanged();
+            if (i % 7 == 0)
+                QTRY_VERIFY(!find.isSearching());
+            if (i == 40) {
+                source.trim(1000);
+                find.sourceChanged();
+            }
+        }
+        source.append(u".\n.needle.\nx"_s);
+        find.sourceChanged();
         QTRY_VERIFY(!find.isSearching());
         QCOMPARE(foundBy(find), naive(source, pattern));
     }
-    source.trim(source.text().size());
-    find.sourceChanged();
-    QCOMPARE(find.matchCount(), 0);
-}
 
-void TestTextFind::longLines_data()
-{
-    QTest::addColumn<TextPattern>("pattern");
-    QTest::newRow("text") << TextPattern{u"needle"_s, true, false};
-    QTest::newRow("expression") << TextPattern{u"ne+dle"_s, true, true};
-    QTest::newRow("anchors") << TextPattern{u"^.needle|needle.$|(?<=needle)."_s, true, true};
-}
-
-void TestTextFind::longLines()
-{
-    QFETCH(const TextPattern, pattern);
-    RandomText random(11);
-    StringSource source;
-    source.append(u"short\n"_s);
-    TextFind find(source);
-    find.setPattern(pattern, 0);
-    for (int i = 0; i < 60; ++i) {
-        source.append(QString(random.below(9000), u'.') + u"needle"_s);
+    void countIsBounded()
+    {
+        StringSource source;
+        source.append(QString(u"a\n"_s).repeated(TextFind::maximumMatches + 40'000));
+        TextFind find(source);
+        find.setPattern({u"a"_s, true, false}, 0);
+        QTRY_VERIFY(!find.isSearching());
+        QVERIFY(find.isLimited());
+        QVERIFY(find.matchCount() >= TextFind::maximumMatches);
+        QVERIFY(find.matchCount() <= TextFind::maximumMatches + TextFind::window);
+        source.trim(2 * 50'000);
         find.sourceChanged();
-        if (i % 7 == 0)
-            QTRY_VERIFY(!find.isSearching());
-        if (i == 40) {
-            source.trim(1000);
-            find.sourceChanged();
+        QTRY_VERIFY(!find.isSearching());
+        QVERIFY(!find.isLimited());
+        QCOMPARE(find.matchCount(), TextFind::maximumMatches - 10'000);
+    }
+
+    void badExpressions_data()
+    {
+        QTest::addColumn<bool>("error");
+        for (const char* endless : {"(a", "(a+)+$", "(a|aa)+[bc]", "(a|aa){1,14}[bc]"})
+            QTest::newRow(endless) << true;
+        for (const char* empty : {"x*", "(?=a)"})
+            QTest::newRow(empty) << false;
+    }
+
+    void badExpressions()
+    {
+        const QString expression = QString::fromLatin1(QTest::currentDataTag());
+        QFETCH(const bool, error);
+        StringSource source;
+        source.append(QString(5000, u'a') + u"!\n"_s);
+        TextFind find(source);
+        QElapsedTimer clock;
+        clock.start();
+        find.setPattern({expression, true, true}, 0);
+        QTRY_VERIFY(!find.isSearching());
+        QCOMPARE(find.matchCount(), 0);
+        QCOMPARE(!find.errorText().isEmpty(), error);
+        QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
+        // The next search is not hurt by it.
+        find.setPattern({u"!"_s, true, true}, 0);
+        QTRY_COMPARE(find.matchCount(), 1);
+        QVERIFY(find.errorText().isEmpty());
+    }
+
+    void movesAround()
+    {
+        StringSource source;
+        source.append(u"x a x a\nx a"_s);
+        TextFind find(source);
+        find.next();
+        QCOMPARE(find.currentIndex(), -1);
+        find.setPattern({u"a"_s, true, false}, 4);
+        QTRY_COMPARE(find.currentIndex(), 1);
+        find.next();
+        QCOMPARE(find.currentIndex(), 2);
+        find.next();
+        QCOMPARE(find.currentIndex(), 0);
+        find.previous();
+        QCOMPARE(find.currentIndex(), 2);
+        source.append(u" a"_s);
+        find.sourceChanged();
+        QTRY_COMPARE(find.matchCount(), 4);
+        QCOMPARE(find.currentIndex(), 2);
+        find.setPattern({u"x"_s, true, false}, 100);
+        QTRY_COMPARE(find.currentIndex(), 0);
+    }
+
+    void currentSurvivesTrim()
+    {
+        StringSource source;
+        source.append(u"a\na\na\na\n"_s);
+        TextFind find(source);
+        find.setPattern({u"a"_s, true, false}, 2);
+        QTRY_COMPARE(find.currentIndex(), 1);
+        source.trim(2);
+        find.sourceChanged();
+        QTRY_VERIFY(!find.isSearching());
+        QCOMPARE(find.currentIndex(), 0);
+        source.trim(2);
+        find.sourceChanged();
+        QTRY_VERIFY(!find.isSearching());
+        QCOMPARE(find.currentIndex(), -1);
+        find.next();
+        QCOMPARE(find.matchAt(find.currentIndex()).position, 4);
+    }
+
+    void loneSurrogateDoesNotHideALine()
+    {
+        StringSource source;
+        source.append(QChar(0xD800) + u"abc"_s + QChar(0xDC00));
+        TextFind find(source);
+        find.setPattern({u"b."_s, true, true}, 0);
+        QTRY_COMPARE(find.matchCount(), 1);
+        QCOMPARE(find.matchAt(0), (TextMatch{2, 2}));
+    }
+
+    void eventLoopIsNotHeld()
+    {
+        StringSource source;
+        source.append(QString(u"temp=23.5 C hum=40 %\n"_s).repeated(500'000)); // 10 MiB
+        TextFind find(source);
+        qint64 slowest = 0;
+        find.setPattern({u"q\\d+|hum=4[1-9]"_s, false, true}, 0);
+        while (find.isSearching()) {
+            QElapsedTimer turn;
+            turn.start();
+            QCoreApplication::processEvents();
+            slowest = std::max(slowest, turn.elapsed());
         }
+        QCOMPARE(find.matchCount(), 0);
+        // Slices are cut at 5 ms; the rest is room for a loaded machine.
+        QVERIFY2(slowest < 250, qPrintable(QString::number(slowest)));
     }
-    source.append(u".\n.needle.\nx"_s);
-    find.sourceChanged();
-    QTRY_VERIFY(!find.isSearching());
-    QCOMPARE(foundBy(find), naive(source, pattern));
-}
-
-void TestTextFind::countIsBounded()
-{
-    StringSource source;
-    source.append(QString(u"a\n"_s).repeated(TextFind::maximumMatches + 40'000));
-    TextFind find(source);
-    find.setPattern({u"a"_s, true, false}, 0);
-    QTRY_VERIFY(!find.isSearching());
-    QVERIFY(find.isLimited());
-    QVERIFY(find.matchCount() >= TextFind::maximumMatches);
-    QVERIFY(find.matchCount() <= TextFind::maximumMatches + TextFind::window);
-    source.trim(2 * 50'000);
-    find.sourceChanged();
-    QTRY_VERIFY(!find.isSearching());
-    QVERIFY(!find.isLimited());
-    QCOMPARE(find.matchCount(), TextFind::maximumMatches - 10'000);
-}
-
-void TestTextFind::badExpressions_data()
-{
-    QTest::addColumn<bool>("error");
-    for (const char* endless : {"(a", "(a+)+$", "(a|aa)+[bc]", "(a|aa){1,14}[bc]"})
-        QTest::newRow(endless) << true;
-    for (const char* empty : {"x*", "(?=a)"})
-        QTest::newRow(empty) << false;
-}
-
-void TestTextFind::badExpressions()
-{
-    const QString expression = QString::fromLatin1(QTest::currentDataTag());
-    QFETCH(const bool, error);
-    StringSource source;
-    source.append(QString(5000, u'a') + u"!\n"_s);
-    TextFind find(source);
-    QElapsedTimer clock;
-    clock.start();
-    find.setPattern({expression, true, true}, 0);
-    QTRY_VERIFY(!find.isSearching());
-    QCOMPARE(find.matchCount(), 0);
-    QCOMPARE(!find.errorText().isEmpty(), error);
-    QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
-    // The next search is not hurt by it.
-    find.setPattern({u"!"_s, true, true}, 0);
-    QTRY_COMPARE(find.matchCount(), 1);
-    QVERIFY(find.errorText().isEmpty());
-}
-
-void TestTextFind::movesAround()
-{
-    StringSource source;
-    source.append(u"x a x a\nx a"_s);
-    TextFind find(source);
-    find.next();
-    QCOMPARE(find.currentIndex(), -1);
-    find.setPattern({u"a"_s, true, false}, 4);
-    QTRY_COMPARE(find.currentIndex(), 1);
-    find.next();
-    QCOMPARE(find.currentIndex(), 2);
-    find.next();
-    QCOMPARE(find.currentIndex(), 0);
-    find.previous();
-    QCOMPARE(find.currentIndex(), 2);
-    source.append(u" a"_s);
-    find.sourceChanged();
-    QTRY_COMPARE(find.matchCount(), 4);
-    QCOMPARE(find.currentIndex(), 2);
-    find.setPattern({u"x"_s, true, false}, 100);
-    QTRY_COMPARE(find.currentIndex(), 0);
-}
-
-void TestTextFind::currentSurvivesTrim()
-{
-    StringSource source;
-    source.append(u"a\na\na\na\n"_s);
-    TextFind find(source);
-    find.setPattern({u"a"_s, true, false}, 2);
-    QTRY_COMPARE(find.currentIndex(), 1);
-    source.trim(2);
-    find.sourceChanged();
-    QTRY_VERIFY(!find.isSearching());
-    QCOMPARE(find.currentIndex(), 0);
-    source.trim(2);
-    find.sourceChanged();
-    QTRY_VERIFY(!find.isSearching());
-    QCOMPARE(find.currentIndex(), -1);
-    find.next();
-    QCOMPARE(find.matchAt(find.currentIndex()).position, 4);
-}
-
-void TestTextFind::loneSurrogateDoesNotHideALine()
-{
-    StringSource source;
-    source.append(QChar(0xD800) + u"abc"_s + QChar(0xDC00));
-    TextFind find(source);
-    find.setPattern({u"b."_s, true, true}, 0);
-    QTRY_COMPARE(find.matchCount(), 1);
-    QCOMPARE(find.matchAt(0), (TextMatch{2, 2}));
-}
-
-void TestTextFind::eventLoopIsNotHeld()
-{
-    StringSource source;
-    source.append(QString(u"temp=23.5 C hum=40 %\n"_s).repeated(500'000)); // 10 MiB
-    TextFind find(source);
-    qint64 slowest = 0;
-    find.setPattern({u"q\\d+|hum=4[1-9]"_s, false, true}, 0);
-    while (find.isSearching()) {
-        QElapsedTimer turn;
-        turn.start();
-        QCoreApplication::processEvents();
-        slowest = std::max(slowest, turn.elapsed());
-    }
-    QCOMPARE(find.matchCount(), 0);
-    // Slices are cut at 5 ms; the rest is room for a loaded machine.
-    QVERIFY2(slowest < 250, qPrintable(QString::number(slowest)));
-}
+};
 
 QTEST_GUILESS_MAIN(TestTextFind)
 #include "tst_textfind.moc"

@@ -52,104 +52,98 @@ class TestTextSaver final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void savesTheSnapshot();
-    void failuresAreTold_data();
-    void failuresAreTold();
-    void fullDiskKeepsTheOldFile();
-    void viewSavesOnceAtATime();
+    // Text arrives and leaves while the file is written; cuts fall between halves of characters.
+    void savesTheSnapshot()
+    {
+        for (quint32 seed = 1; seed <= 5; ++seed) {
+            RandomText random(seed);
+            StringSource source;
+            source.append(random.next(1'000'000, u"ab\U0001F600"_s.left(2)));
+            source.append(u"\U0001F600"_s.repeated(200'000));
+            const QByteArray expected = source.text().toUtf8();
+            const QString path = folder_.filePath(u"saved.txt"_s);
+            TextSaver saver(source, path, nullptr);
+            QSignalSpy finished(&saver, &TextSaver::finished);
+            saver.start();
+            while (finished.isEmpty()) {
+                const int count = random.below(200'000);
+                saver.keepBeforeRemoval(source.firstPosition() + count);
+                source.trim(std::min<qsizetype>(count, source.text().size()));
+                source.append(u"later"_s);
+                QCoreApplication::processEvents();
+            }
+            QVERIFY2(finished.at(0).at(0).toBool(), qPrintable(finished.at(0).at(1).toString()));
+            QCOMPARE(contentOf(path), expected);
+        }
+    }
+
+    void failuresAreTold_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("no such folder") << u"missing/saved.txt"_s;
+        QTest::newRow("a folder") << u"."_s;
+    }
+
+    void failuresAreTold()
+    {
+        QFETCH(const QString, name);
+        StringSource source;
+        source.append(u"text"_s);
+        const QString path = folder_.filePath(name);
+        TextSaver saver(source, path, nullptr);
+        QSignalSpy finished(&saver, &TextSaver::finished);
+        saver.start();
+        QTRY_COMPARE(finished.size(), 1);
+        QVERIFY(!finished.at(0).at(0).toBool());
+        const QString error = finished.at(0).at(1).toString();
+        QVERIFY2(error.contains(QDir::toNativeSeparators(path)), qPrintable(error));
+        QVERIFY2(!error.endsWith("Unknown error"_L1), qPrintable(error));
+    }
+
+    void fullDiskKeepsTheOldFile()
+    {
+        const QString path = folder_.filePath(u"kept.txt"_s);
+        QFile old(path);
+        QVERIFY(old.open(QIODevice::WriteOnly));
+        old.write("precious");
+        old.close();
+        StringSource source;
+        source.append(QString(2'000'000, u'x'));
+        TextSaver saver(source, path, nullptr);
+        QSignalSpy finished(&saver, &TextSaver::finished);
+        const FileSizeLimit limit(100'000);
+        saver.start();
+        QTRY_COMPARE(finished.size(), 1);
+        QVERIFY(!finished.at(0).at(0).toBool());
+        QVERIFY(!finished.at(0).at(1).toString().isEmpty());
+        QCOMPARE(contentOf(path), "precious"_ba);
+        QCOMPARE(QDir(folder_.path()).entryList({u"kept*"_s}).size(), 1);
+    }
+
+    void viewSavesOnceAtATime()
+    {
+        ReceiveView view;
+        const QString text = u"some text of a device\n"_s.repeated(40'000);
+        view.appendText(text, {});
+        QSignalSpy finished(&view, &ReceiveView::saveFinished);
+        const QString path = folder_.filePath(u"view.txt"_s);
+        QVERIFY(view.saveTextAs(path));
+        QVERIFY(!view.saveTextAs(path));
+        QCoreApplication::processEvents();
+        view.appendText(u"later"_s, {});
+        view.trimFront(text.size() - 10);
+        view.clearText();
+        QTRY_COMPARE(finished.size(), 1);
+        QVERIFY(finished.at(0).at(0).toBool());
+        QCOMPARE(contentOf(path), text.toUtf8());
+        QVERIFY(view.saveTextAs(path));
+        QTRY_COMPARE(finished.size(), 2);
+        QCOMPARE(contentOf(path), ""_ba);
+    }
 
 private:
     QTemporaryDir folder_;
 };
-
-// Text arrives and leaves while the file is written; cuts fall between halves of characters.
-void TestTextSaver::savesTheSnapshot()
-{
-    for (quint32 seed = 1; seed <= 5; ++seed) {
-        RandomText random(seed);
-        StringSource source;
-        source.append(random.next(1'000'000, u"ab\U0001F600"_s.left(2)));
-        source.append(u"\U0001F600"_s.repeated(200'000));
-        const QByteArray expected = source.text().toUtf8();
-        const QString path = folder_.filePath(u"saved.txt"_s);
-        TextSaver saver(source, path, nullptr);
-        QSignalSpy finished(&saver, &TextSaver::finished);
-        saver.start();
-        while (finished.isEmpty()) {
-            const int count = random.below(200'000);
-            saver.keepBeforeRemoval(source.firstPosition() + count);
-            source.trim(std::min<qsizetype>(count, source.text().size()));
-            source.append(u"later"_s);
-            QCoreApplication::processEvents();
-        }
-        QVERIFY2(finished.at(0).at(0).toBool(), qPrintable(finished.at(0).at(1).toString()));
-        QCOMPARE(contentOf(path), expected);
-    }
-}
-
-void TestTextSaver::failuresAreTold_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("no such folder") << u"missing/saved.txt"_s;
-    QTest::newRow("a folder") << u"."_s;
-}
-
-void TestTextSaver::failuresAreTold()
-{
-    QFETCH(const QString, name);
-    StringSource source;
-    source.append(u"text"_s);
-    const QString path = folder_.filePath(name);
-    TextSaver saver(source, path, nullptr);
-    QSignalSpy finished(&saver, &TextSaver::finished);
-    saver.start();
-    QTRY_COMPARE(finished.size(), 1);
-    QVERIFY(!finished.at(0).at(0).toBool());
-    const QString error = finished.at(0).at(1).toString();
-    QVERIFY2(error.contains(QDir::toNativeSeparators(path)), qPrintable(error));
-    QVERIFY2(!error.endsWith("Unknown error"_L1), qPrintable(error));
-}
-
-void TestTextSaver::fullDiskKeepsTheOldFile()
-{
-    const QString path = folder_.filePath(u"kept.txt"_s);
-    QFile old(path);
-    QVERIFY(old.open(QIODevice::WriteOnly));
-    old.write("precious");
-    old.close();
-    StringSource source;
-    source.append(QString(2'000'000, u'x'));
-    TextSaver saver(source, path, nullptr);
-    QSignalSpy finished(&saver, &TextSaver::finished);
-    const FileSizeLimit limit(100'000);
-    saver.start();
-    QTRY_COMPARE(finished.size(), 1);
-    QVERIFY(!finished.at(0).at(0).toBool());
-    QVERIFY(!finished.at(0).at(1).toString().isEmpty());
-    QCOMPARE(contentOf(path), "precious"_ba);
-    QCOMPARE(QDir(folder_.path()).entryList({u"kept*"_s}).size(), 1);
-}
-
-void TestTextSaver::viewSavesOnceAtATime()
-{
-    ReceiveView view;
-    const QString text = u"some text of a device\n"_s.repeated(40'000);
-    view.appendText(text, {});
-    QSignalSpy finished(&view, &ReceiveView::saveFinished);
-    const QString path = folder_.filePath(u"view.txt"_s);
-    QVERIFY(view.saveTextAs(path));
-    QVERIFY(!view.saveTextAs(path));
-    QCoreApplication::processEvents();
-    view.appendText(u"later"_s, {});
-    view.trimFront(text.size() - 10);
-    view.clearText();
-    QTRY_COMPARE(finished.size(), 1);
-    QVERIFY(finished.at(0).at(0).toBool());
-    QCOMPARE(contentOf(path), text.toUtf8());
-    QVERIFY(view.saveTextAs(path));
-    QTRY_COMPARE(finished.size(), 2);
-    QCOMPARE(contentOf(path), ""_ba);
-}
 
 QTEST_MAIN(TestTextSaver)
 #include "tst_textsaver.moc"
