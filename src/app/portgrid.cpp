@@ -51,6 +51,7 @@ void PortGrid::rebuild(const QList<QWidget*>& panes, int wantedColumns)
 void PortGrid::forgetSizes()
 {
     m_sizes.clear();
+    m_shape = {};
 }
 
 QSplitter* PortGrid::rowSplitter(int row)

@@ -24,6 +24,7 @@ public:
 
     // Puts pane i into row i / columns at position i mod columns and shows it.
     void rebuild(const QList<QWidget*>& panes, int wantedColumns);
+    // The next build shares the room equally.
     void forgetSizes();
 
 private:

@@ -2,6 +2,7 @@
 
 #include <QAbstractItemView>
 #include <QSignalBlocker>
+#include <QWheelEvent>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -59,6 +60,11 @@ void PortSelector::hidePopup()
     QComboBox::hidePopup();
     // The choice that closes the list is read from it after this.
     QMetaObject::invokeMethod(this, &PortSelector::repopulate, Qt::QueuedConnection);
+}
+
+void PortSelector::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
 }
 
 void PortSelector::repopulate()

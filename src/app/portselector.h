@@ -27,6 +27,10 @@ Q_SIGNALS:
     // Chosen by the person; also when it is the port that was selected before.
     void portChosen(const QString& portName);
 
+protected:
+    // Whoever scrolls over the bar must not close a device and open the next one.
+    void wheelEvent(QWheelEvent* event) override;
+
 private:
     void repopulate();
 

@@ -22,6 +22,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWheelEvent>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -224,6 +225,12 @@ void ShellPartsTest::selectorTellsOnlyChoices()
     selector.setCurrentPort(u"B"_s);
     QCOMPARE(chosen.size(), 0);
     selector.show();
+    selector.setFocus();
+    // Who scrolls over the bar must not close a device and open the next one.
+    QWheelEvent wheel({5, 5}, selector.mapToGlobal(QPointF(5, 5)), {}, {0, 120}, Qt::NoButton,
+        Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&selector, &wheel);
+    QCOMPARE(chosen.size(), 0);
     QTest::keyClick(&selector, Qt::Key_Up);
     QCOMPARE(chosen.size(), 1);
     QCOMPARE(chosen.at(0).at(0).toString(), "A"_L1);

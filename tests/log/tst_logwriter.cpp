@@ -70,6 +70,7 @@ private Q_SLOTS:
     void hourlyLine();
     void freshLine();
     void rotatesAndExpandsAnew();
+    void panesThatShareAFileRotateItOnce();
     void placesThatFail_data();
     void placesThatFail();
     void nameTooLongToOpen();
@@ -199,6 +200,28 @@ void TestLogWriter::rotatesAndExpandsAnew()
     QVERIFY(!bench.record(u"four\n"_s));
     QCOMPARE(bench.error, u"Please input correct log file name!"_s);
     QVERIFY(bench.writer.hasPending());
+}
+
+void TestLogWriter::panesThatShareAFileRotateItOnce()
+{
+    Bench one;
+    Bench other;
+    other.format.logFilePath = one.format.logFilePath;
+    for (Bench* bench : {&one, &other}) {
+        bench->format.logRotateAtTime = true;
+        bench->format.logRotateTime = QTime(12, 0);
+        bench->format.needHourTimeStamp = false;
+        QVERIFY(bench->record(u"before noon\n"_s));
+    }
+    one.now = kMorning.addSecs(9000);
+    QVERIFY(one.record(u"one\n"_s));
+    // In the same second, and long after: the file of the afternoon has begun.
+    for (const int late : {0, 600}) {
+        other.now = one.now.addSecs(late);
+        QVERIFY(other.record(u"other\n"_s));
+    }
+    QCOMPARE(QDir(one.dir.path()).entryList(QDir::Files).size(), 2);
+    QCOMPARE(bodyOf(one.format.currentLogFileName), "one\nother\nother\n");
 }
 
 void TestLogWriter::placesThatFail_data()

@@ -15,15 +15,36 @@ namespace {
 
 constexpr qint64 kNeverRotatedMs = 100000;
 
-bool timeReached(const QTime& time, const QDateTime& lastWrite, const QDateTime& now)
+// The moment of the last rotation by time if it counts as reached now, else an invalid one.
+QDateTime momentReached(const QTime& time, const QDateTime& lastWrite, const QDateTime& now)
 {
     if (!time.isValid())
-        return false;
+        return {};
     QDateTime latest(now.date(), time);
     if (latest > now)
         latest = QDateTime(now.date().addDays(-1), time);
     const qint64 sinceMs = latest.msecsTo(now);
-    return sinceMs <= LogRotation::kWindowMs || (lastWrite.isValid() && lastWrite < latest);
+    const bool reached =
+        sinceMs <= LogRotation::kWindowMs || (lastWrite.isValid() && lastWrite < latest);
+    return reached ? latest : QDateTime();
+}
+
+// Whether the first line of the file's header names this moment or a later one.
+bool hasBegunSince(const QString& fileName, const QDateTime& moment)
+{
+    const QString format = u"yyyy-MM-ddThh:mm:ss"_s;
+    QFile file(fileName);
+    if (!QFileInfo(fileName).isFile() || !file.open(QIODevice::ReadOnly))
+        return false;
+    const QString text = QString::fromLatin1(file.read(format.size()));
+    const QDateTime began = QDateTime::fromString(text, format);
+    return began.isValid() && began >= moment;
+}
+
+bool isTimeDue(const FormatSetting& format, const QDateTime& lastWrite, const QDateTime& now)
+{
+    const QDateTime moment = momentReached(format.logRotateTime, lastWrite, now);
+    return moment.isValid() && !hasBegunSince(format.currentLogFileName, moment);
 }
 
 QString freeArchiveName(const QFileInfo& file, const QDateTime& now)
@@ -50,7 +71,7 @@ bool LogRotation::isDue(
     const qint64 size = QFileInfo(format.currentLogFileName).size();
     if (format.logRotateAtSize && size > std::max(format.logRotateSize, 0))
         qDebug() << "Rotate log file for file size:" << size;
-    else if (format.logRotateAtTime && timeReached(format.logRotateTime, lastWrite, now))
+    else if (format.logRotateAtTime && isTimeDue(format, lastWrite, now))
         qDebug("Rotate log file for time");
     else
         return false;

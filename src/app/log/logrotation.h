@@ -11,7 +11,8 @@ struct FormatSetting;
 //
 // A time of rotation is reached within kWindowMs after it, and also when it passed between the
 // last write and this one: a device that is silent at midnight gets its new file with its first
-// word of the day.
+// word of the day. A file that has begun since then, because another pane writes it too, is not
+// put aside once more.
 class LogRotation final
 {
     Q_DECLARE_TR_FUNCTIONS(LogRotation)
