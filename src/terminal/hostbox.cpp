@@ -25,11 +25,23 @@ HostBox::~HostBox() = default;
 
 void HostBox::setHosts(const QStringList& hosts, const QString& host)
 {
-    clear();
-    addItems(hosts);
-    setCurrentIndex(findText(host, Qt::MatchFixedString | Qt::MatchCaseSensitive));
-    setEditText(host);
-    lineEdit()->setCursorPosition(0);
+    // What somebody is typing is news, the host that was shown before is not.
+    const bool typing = lineEdit()->hasFocus() && lineEdit()->isModified();
+    const bool keepText = host == this->host() || (typing && host == m_host);
+    m_host = host;
+    const bool sameHosts = hosts == this->hosts();
+    if (sameHosts && keepText)
+        return;
+    const QString text = keepText ? currentText() : host;
+    const int cursor = keepText ? lineEdit()->cursorPosition() : 0;
+    if (!sameHosts) {
+        clear();
+        addItems(hosts);
+    }
+    setCurrentIndex(findText(text, Qt::MatchFixedString | Qt::MatchCaseSensitive));
+    setEditText(text);
+    lineEdit()->setModified(typing && keepText);
+    lineEdit()->setCursorPosition(cursor);
 }
 
 QString HostBox::host() const

@@ -14,6 +14,8 @@ public:
     explicit HostBox(QWidget* parent = nullptr);
     ~HostBox() override;
 
+    // Leaves alone what shows them already, and what is being typed while `host` is the one that
+    // was set before.
     void setHosts(const QStringList& hosts, const QString& host);
     // Without blanks around it.
     [[nodiscard]] QString host() const;
@@ -32,4 +34,6 @@ protected:
 private:
     void removeEntry(int index);
     void showLineMenu(const QPoint& position);
+
+    QString m_host; // set last
 };

@@ -40,11 +40,14 @@ void SendDesk::applyFormat(const FormatSetting& format, bool lineByLine)
     m_repeat.setEnabled(format.autoSend);
 }
 
-bool SendDesk::sendEditorText()
+void SendDesk::sendEditorText()
 {
-    const QString text = m_editor.text();
-    m_pipeline.sendText(text);
-    return !text.isEmpty();
+    m_pipeline.sendText(m_editor.text());
+}
+
+void SendDesk::keepEditorText()
+{
+    m_pipeline.encodeSendData(m_editor.text());
 }
 
 void SendDesk::loadHistory()

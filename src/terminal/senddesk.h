@@ -29,8 +29,9 @@ public:
     // To be told of the pane's starts and stops.
     [[nodiscard]] RepeatSender& repeat() { return m_repeat; }
 
-    // Sends the editor's text. True when there was one to send, whatever became of it.
-    bool sendEditorText();
+    void sendEditorText();
+    // Puts it into the history only: there is nothing to send it over.
+    void keepEditorText();
     // The history of the record becomes the one that is offered.
     void loadHistory();
     // Empties editor and history.

@@ -226,12 +226,11 @@ QString SerialPortWidget::lastError() const
 void SerialPortWidget::onSendClicked()
 {
     updateSettings();
-    const bool tried = m_sendDesk->sendEditorText();
-    // A message opens these itself, and has already said so when that failed.
-    const connectionMode mode = settings().connMode;
-    const bool opened = mode == connectionMode::SerialPort ? !settings().portName.isEmpty()
-                                                           : connectionModeIsUdp(mode);
-    start({}, tried && opened);
+    // A message to a closed port would try to open it once more.
+    if (start({}, false))
+        m_sendDesk->sendEditorText();
+    else
+        m_sendDesk->keepEditorText();
 }
 
 void SerialPortWidget::showState()

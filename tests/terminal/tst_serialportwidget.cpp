@@ -15,6 +15,7 @@
 
 #include <QAbstractItemView>
 #include <QComboBox>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSerialPort>
@@ -82,6 +83,7 @@ private Q_SLOTS:
     void servesItsClients();
     void onlyEditsMarkTheSettings();
     void removedHostStaysAway();
+    void typedHostSurvives();
     void columnWithoutGroups();
 };
 
@@ -207,6 +209,7 @@ void TestSerialPortWidget::messageThatOpensNothing()
     QTRY_VERIFY(!bench.pane.isActive() && !bench.pane.lastError().isEmpty());
     QVERIFY(!bench.notice.isHidden());
     QVERIFY(bench.notice.text().startsWith(bench.pane.lastError()));
+    QCOMPARE(bench.pane.formatSetting().sendList.value(0), u"words"_s);
 }
 
 void TestSerialPortWidget::messageLeavesTheLinesAlone()
@@ -328,6 +331,31 @@ void TestSerialPortWidget::columnWithoutGroups()
     QVERIFY(!column->isVisible());
     bench.pane.setQuickSettingsGroups({});
     QVERIFY(column->isVisible());
+}
+
+void TestSerialPortWidget::typedHostSurvives()
+{
+    Bench bench;
+    Settings settings = bench.pane.settings();
+    settings.connMode = connectionMode::TcpClient;
+    settings.targetHost = u"here"_s;
+    settings.targetHosts = {u"here"_s, u"there"_s};
+    bench.pane.setSettings(settings);
+    auto* box = bench.pane.findChild<HostBox*>();
+    bench.pane.activateWindow();
+    box->setFocus();
+    QTRY_VERIFY(box->lineEdit()->hasFocus());
+    box->lineEdit()->setCursorPosition(2);
+    QTest::keyClicks(box->lineEdit(), u"xy"_s);
+    settings.targetHosts.append(u"elsewhere"_s);
+    bench.pane.updateDisplay();
+    box->setHosts(settings.targetHosts, settings.targetHost);
+    QCOMPARE(box->host(), u"hexyre"_s);
+    QCOMPARE(box->lineEdit()->cursorPosition(), 4);
+    QCOMPARE(box->hosts(), settings.targetHosts);
+    settings.targetHost = u"there"_s;
+    bench.pane.setSettings(settings);
+    QCOMPARE(box->host(), u"there"_s);
 }
 
 void TestSerialPortWidget::removedHostStaysAway()
