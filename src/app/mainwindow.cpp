@@ -368,10 +368,16 @@ void MainWindow::refreshStatusBar()
     m_statusBar->showPort(PortStatus::of(firstPane()), m_clock.elapsed());
 }
 
+void MainWindow::closeUnasked()
+{
+    m_asksOnClose = false;
+    close();
+}
+
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     qDebug() << "closeEvent..." << QDateTime::currentDateTime().toString(Qt::ISODate);
-    if (!m_logActions->mayClose(livePortWidgets())) {
+    if (m_asksOnClose && !m_logActions->mayClose(livePortWidgets())) {
         event->ignore();
         return;
     }
@@ -379,7 +385,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
     m_state.lastConnectionOpen = firstPane().isActive();
     stop();
     hide();
-    if (QString reason; !writeSettings(reason))
+    if (QString reason; !writeSettings(reason) && m_asksOnClose)
         MessageBoxes::tellWarning(this,
             tr("The settings of the program could not be stored. At its next start they are as "
                "they were before."),

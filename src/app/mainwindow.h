@@ -87,6 +87,8 @@ public:
     bool loadFile(const QString& fileName);
     [[nodiscard]] SessionDocument& document() const { return *m_document; }
 
+    // Closes without asking anything: nobody can wait for the answer.
+    void closeUnasked();
     // One tick of the display refresh.
     void onUpdateDisplay();
     // Moves the first pane to another serial port and opens it.
@@ -133,6 +135,7 @@ private:
     LogActions* m_logActions;
     RecentFilesModel* m_recentFiles = nullptr;
     SessionDocument* m_document = nullptr;
+    bool m_asksOnClose = true;
     QElapsedTimer m_clock;
     QTimer m_displayTimer;
 };

@@ -6,6 +6,7 @@
 #include "app/setconfigfilepathdialog.h"
 #include "app/settings/config.h"
 #include "app/settings/displayfonts.h"
+#include "app/terminationsignals.h"
 #include "app/windowgeometry.h"
 #include "connections/systemportcatalog.h"
 
@@ -110,6 +111,11 @@ int qMain(int argc, char** argv)
                                    : MainWindow::Restore::Nothing);
     WindowGeometry::load(store).applyTo(window, availableSize());
     window.show();
+    const TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::received, &window, [&window] {
+        window.closeUnasked();
+        QCoreApplication::exit(0); // also out of a dialog
+    });
     obeyCommandLine(window, commandLine);
     return QApplication::exec();
 }

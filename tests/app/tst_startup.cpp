@@ -1,5 +1,6 @@
 #include "app/startup.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDialog>
 #include <QFont>
@@ -13,7 +14,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
-#include <cstdio>
+#include <csignal>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -71,7 +72,14 @@ private:
                    .arg(window.geometry().y())
                    .arg(window.width())
                    .arg(window.height()));
-        window.close();
+        if (m_role != "shut down"_L1) {
+            window.close();
+            return;
+        }
+        // In the middle of a dialog that is waited for.
+        QTimer::singleShot(0, &window, [] { std::raise(SIGTERM); });
+        window.setWindowModified(true);
+        window.findChild<QAction*>(u"acFileNew"_s)->trigger();
     }
 
     QString m_role;
@@ -101,6 +109,7 @@ private Q_SLOTS:
     void portArgument();
     void sessionArgument();
     void positionOffScreen();
+    void shutDown();
 
 private:
     // The exit code, -1 for a crash or a process that does not end.
@@ -259,6 +268,15 @@ void StartupTest::positionOffScreen()
     QVERIFY(!m_log.contains("### set geometry:"_L1));
     QVERIFY2(m_log.contains(" 900 600\n"_L1), qPrintable(m_log));
     QVERIFY(!m_log.contains("SEEN geometry -3000"_L1));
+}
+
+void StartupTest::shutDown()
+{
+#ifdef Q_OS_UNIX
+    QCOMPARE(run(u"shut down"_s), 0);
+    QVERIFY2(m_log.contains("closeEvent..."_L1), qPrintable(m_log));
+    QVERIFY(stored(u"LastBaudrate"_s).isValid());
+#endif
 }
 
 int main(int argc, char** argv)
