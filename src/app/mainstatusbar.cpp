@@ -2,6 +2,7 @@
 
 #include "terminal/elidedlabel.h"
 #include "terminal/linestrip.h"
+#include "terminal/panestatusline.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -44,6 +45,7 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     , m_error(makeLabel<ElidedLabel>(u"statusError"_s, tr("Error"), this))
     , m_saving(new QProgressBar(this))
     , m_lines(new LineStrip(this))
+    , m_log(makeLabel<QLabel>(u"statusLog"_s, tr("Data log"), this))
     , m_received(makeLabel<QLabel>(u"statusReceived"_s, tr("Received bytes and rate"), this))
     , m_sent(makeLabel<QLabel>(u"statusSent"_s, tr("Sent bytes and rate"), this))
     , m_errorTimer(this)
@@ -72,6 +74,8 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     addPermanentWidget(m_saving);
     m_lines->setObjectName("statusLines"_L1);
     addPermanentWidget(m_lines);
+    m_log->hide();
+    addPermanentWidget(m_log);
     for (QLabel* label : {m_received, m_sent}) {
         label->setContentsMargins(spacing, 0, spacing, 0);
         addPermanentWidget(label);
@@ -90,6 +94,7 @@ void MainStatusBar::showPort(const PortStatus& status, qint64 nowMs)
     setTextIfChanged(m_state, status.stateText);
     setTextIfChanged(m_summary, status.summary);
     m_lines->setReport(status.lines);
+    showLog(status);
     const QLocale locale;
     setTextIfChanged(
         m_received, tr("RX %1 B (%2)")
@@ -98,6 +103,15 @@ void MainStatusBar::showPort(const PortStatus& status, qint64 nowMs)
     setTextIfChanged(m_sent, tr("TX %1 B (%2)")
                                  .arg(locale.toString(status.sent),
                                      byteRateText(m_sentRate.sample(status.sent, nowMs))));
+}
+
+void MainStatusBar::showLog(const PortStatus& status)
+{
+    if (m_logState == status.log && m_logFile == status.logFile)
+        return;
+    m_logState = status.log;
+    m_logFile = status.logFile;
+    PaneStatusLine::showLog(*m_log, m_logState, m_logFile);
 }
 
 void MainStatusBar::showError(const QString& text, const QString& reason)

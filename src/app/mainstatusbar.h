@@ -11,8 +11,8 @@ class QLabel;
 class QProgressBar;
 
 // The main window's status bar ("statusBar"): state and line of the one pane, its message of the
-// moment, an error that stays for errorMs, control lines, counters with rates. Fed ten times a
-// second with values; touches a label only when its text changes.
+// moment, an error that stays for errorMs, control lines, data log, counters with rates. Fed ten
+// times a second with values; touches a label only when its text changes.
 class MainStatusBar final : public QStatusBar
 {
     Q_OBJECT
@@ -39,6 +39,7 @@ protected:
 
 private:
     void clearError();
+    void showLog(const PortStatus& status);
 
     StateLamp* m_lamp;
     QLabel* m_state;
@@ -47,10 +48,13 @@ private:
     QLabel* m_error;
     QProgressBar* m_saving;
     LineStrip* m_lines;
+    QLabel* m_log;
     QLabel* m_received;
     QLabel* m_sent;
     QTimer m_errorTimer;
     QTimer m_noticeTimer;
     RateMeter m_receivedRate;
     RateMeter m_sentRate;
+    PaneLog::State m_logState = PaneLog::State::Off;
+    QString m_logFile;
 };

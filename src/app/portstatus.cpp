@@ -14,5 +14,7 @@ PortStatus PortStatus::of(const SerialPortWidget& pane)
     status.received = pane.receivedBytes();
     status.sent = pane.sentBytes();
     status.lines = pane.controlLines();
+    status.log = pane.log().state();
+    status.logFile = pane.log().currentLogFile();
     return status;
 }

@@ -2,6 +2,7 @@
 
 #include "app/statelamp.h"
 #include "terminal/linereport.h"
+#include "terminal/panelog.h"
 
 #include <QString>
 
@@ -16,6 +17,8 @@ struct PortStatus
     qint64 received = 0;
     qint64 sent = 0;
     LineReport lines = {};
+    PaneLog::State log = PaneLog::State::Off;
+    QString logFile = {}; // may be unresolved
 
     [[nodiscard]] static PortStatus of(const SerialPortWidget& pane);
 };

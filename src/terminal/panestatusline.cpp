@@ -80,20 +80,26 @@ void PaneStatusLine::setCounters(qint64 receivedBytes, qint64 sentBytes)
 
 void PaneStatusLine::setLog(PaneLog::State state, const QString& fileName)
 {
+    showLog(*m_log, state, fileName);
+    shareRoom();
+}
+
+void PaneStatusLine::showLog(QLabel& label, PaneLog::State state, const QString& fileName)
+{
     const bool failing = state == PaneLog::State::Failing;
-    m_log->setVisible(state != PaneLog::State::Off);
-    m_log->setText(failing ? tr("\u26a0 Log") : tr("\u25cf Log"));
+    label.setVisible(state != PaneLog::State::Off);
+    label.setText(failing ? tr("\u26a0 Log") : tr("\u25cf Log"));
     const QString file = logFileNameResolved(fileName)
                              ? QDir::toNativeSeparators(fileName)
                              : tr("the file gets its name with the first data");
-    m_log->setToolTip((failing ? tr("Cannot be written: %1") : tr("Recording: %1")).arg(file));
-    shareRoom();
+    label.setToolTip((failing ? tr("Cannot be written: %1") : tr("Recording: %1")).arg(file));
 }
 
 void PaneStatusLine::setLines(const LineReport& report)
 {
     m_lines->setReport(report);
-    shareRoom();
+    m_linesInWords = lineWords(report).join(u'\n');
+    showText();
 }
 
 // What lamp, log and counters leave is shared by the state and the control lines.
@@ -121,7 +127,9 @@ void PaneStatusLine::showMessage(const QString& text, int timeoutMs)
 void PaneStatusLine::showText()
 {
     m_text->setText(m_message.isEmpty() ? m_state : m_message);
-    m_text->setToolTip(m_message.isEmpty() ? m_state : QString(m_message + u'\n' + m_state));
+    QStringList all{m_message, m_state, m_linesInWords};
+    all.removeAll(QString());
+    m_text->setToolTip(all.join(u'\n'));
     shareRoom();
 }
 

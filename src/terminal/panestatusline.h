@@ -27,9 +27,11 @@ public:
     explicit PaneStatusLine(QWidget* parent = nullptr);
     ~PaneStatusLine() override;
 
+    // What a status line shows of a data log; the name of the file may be unresolved.
+    static void showLog(QLabel& label, PaneLog::State state, const QString& fileName);
+
     void setState(const QString& summary, const QString& state, bool open);
     void setCounters(qint64 receivedBytes, qint64 sentBytes);
-    // The name of the file may be unresolved.
     void setLog(PaneLog::State state, const QString& fileName);
     void setLines(const LineReport& report);
     // Shows the text for a time in milliseconds; 0 keeps it until the next one.
@@ -64,6 +66,7 @@ private:
     RateMeter m_sentRate;
     QString m_state;
     QString m_message;
+    QString m_linesInWords;
     qint64 m_received = 0; // bytes
     qint64 m_sent = 0;
 };

@@ -310,6 +310,11 @@ bool SerialPortWidget::isLogRecording() const
     return formatSetting().logSaveFlag;
 }
 
+const PaneLog& SerialPortWidget::log() const
+{
+    return m_traffic->log();
+}
+
 QString SerialPortWidget::currentLogFile() const
 {
     return formatSetting().currentLogFileName;

@@ -9,6 +9,7 @@
 
 class ConnectionController;
 class PaneLines;
+class PaneLog;
 class PaneRecords;
 class PaneTraffic;
 class PaneView;
@@ -69,6 +70,7 @@ public:
     [[nodiscard]] bool isLogRecording() const;
     bool flushLog(QString* error);
     [[nodiscard]] QString currentLogFile() const;
+    [[nodiscard]] const PaneLog& log() const;
 
     // Commits the panel's editors to the records, and shows the records in the panel.
     void updateSettings();

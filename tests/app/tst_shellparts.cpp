@@ -290,6 +290,12 @@ void ShellPartsTest::statusBarTexts()
     status.received += 2500;
     bar.showPort(status, 1000);
     QCOMPARE(text(u"statusReceived"_s), "RX 1,237,067 B (2.5 kB/s)"_L1);
+    const auto* log = bar.findChild<QLabel*>(u"statusLog"_s);
+    QVERIFY(log->isHidden());
+    status.log = PaneLog::State::Failing;
+    status.logFile = u"/a/b.log"_s;
+    bar.showPort(status, 1000);
+    QVERIFY(!log->isHidden() && log->toolTip().contains("b.log"_L1));
 
     // The shapes differ where colour does not help.
     QList<QImage> shapes;
