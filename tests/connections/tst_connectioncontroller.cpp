@@ -94,6 +94,8 @@ private Q_SLOTS:
         QSignalSpy ready(&controller, &ConnectionController::readyRead);
         controller.setReadThrottled(Mode::TcpClient, true);
         controller.connectTcpClient(u"127.0.0.1"_s, peer.port());
+        QVERIFY(controller.sendTcpClient("early"_ba));
+        QCOMPARE(controller.pendingWriteBytes(Mode::TcpClient), 5);
         QTRY_VERIFY(peer.isOpen());
         peer.send(QByteArray(100'000, 'x'));
         auto* socket = controller.findChild<QTcpSocket*>();

@@ -161,6 +161,16 @@ private Q_SLOTS:
         QCOMPARE(link->port().parity(), QSerialPort::NoParity);
     }
 
+    void linesRequestedWhileClosedAreDrivenAtOpen()
+    {
+        QVERIFY(link->setLine(SerialLine::Dtr, false));
+        QVERIFY(open());
+        QVERIFY(!modem->dtr(End::A) && modem->rts(End::A));
+        QVERIFY(link->setLine(SerialLine::Dtr, true));
+        QVERIFY(link->setLine(SerialLine::Rts, false));
+        QVERIFY(modem->dtr(End::A) && !modem->rts(End::A));
+    }
+
     void rtsBelongsToTheDriverUnderRtsCts()
     {
         QVERIFY(open(hardwareFlow()));

@@ -12,6 +12,7 @@ constexpr int lookupMs = 30'000; // what a name server may take to say no
 
 } // namespace
 
+// Who gets what is sent is tested with the writer of a pane.
 class TestUdpLink final : public QObject
 {
     Q_OBJECT
@@ -77,31 +78,6 @@ private Q_SLOTS:
         QCOMPARE(table.at(1)->port, second.port());
         QCOMPARE(table.lastSenderRow(), 1);
         QVERIFY(!table.at(2) && !table.at(-1));
-    }
-
-    void repliesReachTheirPeer()
-    {
-        UdpPeer first;
-        UdpPeer second;
-        link->bind(0);
-        QVERIFY(!link->sendToLastSender("x"_ba));
-        QVERIFY(!link->sendToPeer("x"_ba, 0));
-        const QString hint = u"No UDP peer to reply to yet|3000"_s;
-        QCOMPARE(messages, (QStringList{hint, hint}));
-        QCOMPARE(link->broadcast("x"_ba), 0);
-        QVERIFY(first.sendTo(link->localPort(), "a"_ba));
-        QCOMPARE(readAll(1).size(), 1);
-        QVERIFY(second.sendTo(link->localPort(), "b"_ba));
-        QCOMPARE(readAll(1).size(), 1);
-
-        QVERIFY(link->sendToPeer("row "_ba, 0));
-        QVERIFY(!link->sendToPeer({}, 0));
-        QVERIFY(link->sendToPeerKey(keyOf(first), "key "_ba));
-        QVERIFY(!link->sendToPeerKey(u"127.0.0.1:1"_s, "key"_ba));
-        QVERIFY(link->sendToLastSender("last "_ba));
-        QCOMPARE(link->broadcast("all"_ba), 3);
-        QTRY_COMPARE(first.receivedBytes(), "row key all"_ba);
-        QTRY_COMPARE(second.receivedBytes(), "last all"_ba);
     }
 
     void aPortInUseIsReported()
