@@ -137,6 +137,10 @@ void TestReceivePicture::drawsRows_data()
     QTest::newRow("ASCII, light") << QColor(Qt::white) << QColor(Qt::black) << asciiSample();
     QTest::newRow("ASCII, dark") << QColor(0x202020) << QColor(0xD0D0D0) << asciiSample();
     QTest::newRow("tabs, light") << QColor(Qt::white) << QColor(Qt::black) << tabs;
+    // The font has all of them, in one width.
+    const QString letters =
+        u"\u041F\u0440\u0438\u0432\u0435\u0442, \u03A9\u03BC \u251C\u2500 \u2192 \u2264"_s;
+    QTest::newRow("letters, dark") << QColor(0x202020) << QColor(0xD0D0D0) << letters;
     QTest::newRow("wide, dark") << QColor(0x202020) << QColor(0xD0D0D0) << wide;
 }
 
@@ -189,6 +193,12 @@ void TestReceivePicture::wrapsRows()
     QCOMPARE(shown(1), wanted(line.mid(columns), {{0, columns, Qt::black, {}}}));
     QCOMPARE(shown(2), wanted(u"!"_s, {{0, 1, Qt::black, {}}}));
     QCOMPARE(shown(3), wanted(u"next"_s, {{0, 4, Qt::black, {}}}));
+    view_->clearText();
+    // A tab is cut off at the edge, and the next row counts its stops anew.
+    const QString full = u"\t"_s + line.left(columns - 9);
+    view_->appendText(full + u"\tab\tc"_s, {});
+    QCOMPARE(shown(0), wanted(full, {{0, columns - 8, Qt::black, {}}}));
+    QCOMPARE(shown(1), wanted(u"ab\tc"_s, {{0, 4, Qt::black, {}}}));
     view_->clearText();
     view_->setWrapAtBlanks(true);
     const QString bytes = u"0A 1B FF "_s.repeated(columns);

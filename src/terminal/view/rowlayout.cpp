@@ -5,14 +5,14 @@
 #include <QGlyphRun>
 #include <QPainter>
 #include <algorithm>
-#include <cmath>
+#include <limits>
 
 namespace {
 
 // Far beyond any row and within what text layout can count.
 constexpr double unlimitedWidth = 4'000'000;
 
-bool isPlain(const QString& text, const RowStyle& style)
+bool canBePlain(const QString& text, const RowStyle& style)
 {
     return std::ranges::all_of(text, [&style](QChar c) { return style.isPlain(c.unicode()); });
 }
@@ -72,7 +72,7 @@ RowLayout::RowLayout(const QString& text, const std::shared_ptr<const RowStyle>&
     : style_(style)
     , text_(text)
 {
-    if (isPlain(text_, *style_))
+    if (canBePlain(text_, *style_))
         breakPlain();
     else
         breakLayout();
@@ -82,11 +82,58 @@ RowLayout::~RowLayout() = default;
 
 void RowLayout::breakPlain()
 {
+    if (text_.contains(u'\t')) {
+        breakTabbed();
+        return;
+    }
     int start = 0;
     do {
         starts_.push_back(start);
         start = style_->wraps() ? plainBreak(start) : length();
     } while (start < length());
+}
+
+// A tab ends at the edge of a row that wraps at the latest.
+void RowLayout::breakTabbed()
+{
+    const int edge = style_->wraps() ? style_->columns() : std::numeric_limits<int>::max();
+    columns_.reserve(text_.size());
+    starts_.push_back(0);
+    int column = 0;
+    for (int i = 0; i < length(); ++i) {
+        if (column >= edge) {
+            rowColumns_.push_back(column);
+            starts_.push_back(i);
+            column = 0;
+        }
+        columns_.push_back(column);
+        constexpr int stops = RowStyle::tabColumns;
+        column += text_.at(i) == u'\t' ? stops - column % stops : 1;
+        column = std::min(column, edge);
+    }
+    rowColumns_.push_back(column);
+}
+
+int RowLayout::columnOf(int offset, int row) const
+{
+    if (columns_.empty())
+        return offset - rowStart(row);
+    const auto at = static_cast<std::size_t>(offset);
+    return offset < rowEnd(row) ? columns_[at] : rowColumns_[static_cast<std::size_t>(row)];
+}
+
+// The last character that starts at or before a column.
+int RowLayout::offsetOfColumn(double column, int row) const
+{
+    const int start = rowStart(row);
+    const int end = rowEnd(row);
+    if (column >= columnOf(end, row))
+        return end;
+    if (columns_.empty())
+        return start + std::max(0, static_cast<int>(column));
+    const auto after =
+        std::upper_bound(columns_.begin() + start + 1, columns_.begin() + end, column);
+    return static_cast<int>(after - columns_.begin()) - 1;
 }
 
 // Blanks that a row ends with may stand beyond its edge.
@@ -141,7 +188,7 @@ int RowLayout::rowOf(int offset) const
 double RowLayout::rowWidth(int row) const
 {
     if (!layout_)
-        return (rowEnd(row) - rowStart(row)) * style_->columnWidth();
+        return columnOf(rowEnd(row), row) * style_->columnWidth();
     const QTextLine line = layout_->lineAt(row);
     return line.isValid() ? line.naturalTextWidth() : 0;
 }
@@ -150,7 +197,7 @@ double RowLayout::xOf(int offset, int row) const
 {
     offset = std::clamp(offset, rowStart(row), rowEnd(row));
     if (!layout_)
-        return (offset - rowStart(row)) * style_->columnWidth();
+        return columnOf(offset, row) * style_->columnWidth();
     const QTextLine line = layout_->lineAt(row);
     return line.isValid() ? line.cursorToX(offset) : 0;
 }
@@ -158,9 +205,12 @@ double RowLayout::xOf(int offset, int row) const
 int RowLayout::offsetAt(double x, int row) const
 {
     if (!layout_) {
-        const double column = std::round(x / style_->columnWidth());
-        const int columns = rowEnd(row) - rowStart(row);
-        return rowStart(row) + static_cast<int>(std::clamp<double>(column, 0, columns));
+        const double column = x / style_->columnWidth();
+        const int offset = offsetOfColumn(column, row);
+        if (offset == rowEnd(row))
+            return offset;
+        const int next = columnOf(offset + 1, row);
+        return column - columnOf(offset, row) < next - column ? offset : offset + 1;
     }
     const QTextLine line = layout_->lineAt(row);
     return line.isValid() ? line.xToCursor(x) : rowStart(row);
@@ -168,11 +218,8 @@ int RowLayout::offsetAt(double x, int row) const
 
 int RowLayout::characterAt(double x, int row) const
 {
-    if (!layout_) {
-        const double column = std::floor(x / style_->columnWidth());
-        const int columns = rowEnd(row) - rowStart(row);
-        return rowStart(row) + static_cast<int>(std::clamp<double>(column, 0, columns));
-    }
+    if (!layout_)
+        return offsetOfColumn(x / style_->columnWidth(), row);
     const QTextLine line = layout_->lineAt(row);
     return line.isValid() ? line.xToCursor(x, QTextLine::CursorOnCharacter) : rowStart(row);
 }
@@ -203,44 +250,42 @@ void RowLayout::draw(QPainter& painter, QPointF corner, int row, const std::vect
 void RowLayout::drawPlain(QPainter& painter, QPointF corner, int row,
     const std::vector<RowSpan>& spans, double left, double right) const
 {
-    const double column = style_->columnWidth();
-    const int start = rowStart(row);
-    const double visible = std::floor((left - corner.x()) / column);
-    const int first = start + static_cast<int>(std::clamp<double>(visible, 0, length()));
-    const double seen = std::ceil((right - corner.x()) / column);
-    const int last = start + static_cast<int>(std::clamp<double>(seen, 0, length()));
+    const int first = characterAt(left - corner.x(), row);
+    const int last = std::min(characterAt(right - corner.x(), row) + 1, rowEnd(row));
     for (const RowSpan& span : spans) {
         const int from = std::max(span.from, first);
-        const int to = std::min({span.to, last, length()});
+        const int to = std::min(span.to, last);
         if (from >= to)
             continue;
-        const double x = corner.x() + (from - start) * column;
+        const double x = corner.x() + xOf(from, row);
         if (span.paper != 0) {
-            const QRectF area(x, corner.y(), (to - from) * column, style_->rowHeight());
+            const QRectF area(x, corner.y(), corner.x() + xOf(to, row) - x, style_->rowHeight());
             painter.fillRect(area, QColor::fromRgb(span.paper));
         }
         painter.setPen(QColor::fromRgb(span.ink));
-        drawGlyphs(painter, {x, corner.y() + style_->ascent()}, from, to);
+        drawGlyphs(painter, {x, corner.y() + style_->ascent()}, row, from, to);
     }
 }
 
-void RowLayout::drawGlyphs(QPainter& painter, QPointF baseline, int from, int to) const
+void RowLayout::drawGlyphs(QPainter& painter, QPointF baseline, int row, int from, int to) const
 {
     Glyphs letters;
     Glyphs codes;
-    const QPointF offset = style_->codeOffset();
+    const PlainGlyphs& glyphs = style_->glyphs();
+    const QPointF offset = glyphs.codeOffset();
+    const int firstColumn = columnOf(from, row);
     for (int i = from; i < to; ++i) {
         const char16_t c = text_.at(i).unicode();
-        const double x = (i - from) * style_->columnWidth();
-        if (const quint32 glyph = style_->plainGlyph(c); c != u' ' && glyph != 0) {
+        const double x = (columnOf(i, row) - firstColumn) * style_->columnWidth();
+        if (const quint32 glyph = glyphs.glyph(c); c != u' ' && glyph != 0) {
             letters.add(glyph, {x, 0});
-        } else if (style_->isCode(c)) {
-            codes.add(style_->codeGlyph(c, true), {x, offset.y()});
-            codes.add(style_->codeGlyph(c, false), {x + offset.x(), 0});
+        } else if (glyphs.isCode(c)) {
+            codes.add(glyphs.codeGlyph(c, true), {x, offset.y()});
+            codes.add(glyphs.codeGlyph(c, false), {x + offset.x(), 0});
         }
     }
-    letters.draw(painter, baseline, style_->rawFont());
-    codes.draw(painter, baseline, style_->codeFont());
+    letters.draw(painter, baseline, glyphs.rawFont());
+    codes.draw(painter, baseline, glyphs.codeFont());
 }
 
 void RowLayout::drawLayout(

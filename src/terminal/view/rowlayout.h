@@ -21,8 +21,8 @@ struct RowSpan
 
 // One piece of a line, broken into rows. Offsets are UTF-16 code units from the start of the
 // piece, x is in pixels from the left end of the row. Western text in a font of one width is
-// counted and drawn by columns; anything else (tabs, marks, wide and right-to-left letters) is
-// laid out as a paragraph of text. Immutable.
+// counted and drawn by columns, tabs included; anything else (marks, wide and right-to-left
+// letters) is laid out as a paragraph of text. Immutable.
 class RowLayout final
 {
 public:
@@ -30,6 +30,7 @@ public:
     ~RowLayout();
     Q_DISABLE_COPY_MOVE(RowLayout)
 
+    [[nodiscard]] bool isPlain() const { return !layout_; }
     [[nodiscard]] int length() const { return static_cast<int>(text_.size()); }
     // At least one row; the first starts at 0, each ends where the next starts.
     [[nodiscard]] int rowCount() const { return static_cast<int>(starts_.size()); }
@@ -55,16 +56,21 @@ public:
 
 private:
     void breakPlain();
+    void breakTabbed();
     void breakLayout();
+    [[nodiscard]] int columnOf(int offset, int row) const;
+    [[nodiscard]] int offsetOfColumn(double column, int row) const;
     [[nodiscard]] int plainBreak(int start) const;
     void drawPlain(QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans,
         double left, double right) const;
-    void drawGlyphs(QPainter& painter, QPointF baseline, int from, int to) const;
+    void drawGlyphs(QPainter& painter, QPointF baseline, int row, int from, int to) const;
     void drawLayout(
         QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans) const;
 
     std::shared_ptr<const RowStyle> style_;
     QString text_;
     std::vector<int> starts_;
+    std::vector<int> columns_; // where each character of a plain text with tabs starts in its row
+    std::vector<int> rowColumns_;         // and where each row of it ends
     std::unique_ptr<QTextLayout> layout_; // null for plain text
 };

@@ -1,8 +1,19 @@
 #include "terminal/view/textflow.h"
 
+#include <utility>
+
 namespace {
 
-constexpr qint64 costOfRow = 64; // an empty row takes memory, too
+// In characters of plain text, about: what is laid out takes several times as much memory, and an
+// empty row takes some, too.
+qint64 costOf(const RowLayout& layout)
+{
+    constexpr qint64 plainRow = 64;
+    constexpr qint64 laidOutRow = 256;
+    constexpr qint64 laidOutCharacter = 3;
+    return layout.isPlain() ? plainRow + layout.length()
+                            : laidOutRow + laidOutCharacter * layout.length();
+}
 
 } // namespace
 
@@ -10,8 +21,9 @@ void TextFlow::setStyle(const std::shared_ptr<const RowStyle>& style)
 {
     style_ = style;
     cuts_.setLength(style->segmentLength(), style->wrapsAtBlanks());
-    kept_.clear();
-    characters_ = 0;
+    newer_.clear();
+    older_.clear();
+    cost_ = 0;
 }
 
 TextRow TextFlow::rowAt(qint64 position)
@@ -59,16 +71,22 @@ TextRow TextFlow::moved(TextRow row, qint64 count)
 
 std::shared_ptr<const RowLayout> TextFlow::layoutOf(const TextSegment& segment)
 {
-    Kept& kept = kept_[segment.from];
-    if (kept.layout && kept.to == segment.to)
-        return kept.layout;
-    auto layout =
-        std::make_shared<const RowLayout>(store_.textAt(segment.from, segment.length()), style_);
-    kept = {segment.to, layout};
-    characters_ += segment.length() + costOfRow;
-    if (characters_ > keptCharacters) {
-        kept_.clear();
-        characters_ = 0;
+    const auto newer = newer_.find(segment.from);
+    if (newer != newer_.end() && newer->second.to == segment.to)
+        return newer->second.layout;
+    if (cost_ > keptCost) {
+        older_ = std::exchange(newer_, {});
+        cost_ = 0;
     }
-    return layout;
+    Kept kept{segment.to, nullptr};
+    const auto older = older_.find(segment.from);
+    if (older != older_.end() && older->second.to == segment.to)
+        kept.layout = std::move(older->second.layout);
+    else
+        kept.layout = std::make_shared<const RowLayout>(
+            store_.textAt(segment.from, segment.length()), style_);
+    if (older != older_.end())
+        older_.erase(older);
+    cost_ += costOf(*kept.layout);
+    return newer_.insert_or_assign(segment.from, std::move(kept)).first->second.layout;
 }

@@ -26,11 +26,14 @@ struct TextRow
 };
 
 // The text as rows: finds the row of a position and walks from row to row. Lays out only what it
-// is asked for, and keeps layouts of at most `keptCharacters` characters, a few screens full.
+// is asked for, and keeps the layouts of what was asked for last.
 class TextFlow final
 {
 public:
-    static constexpr qint64 keptCharacters = 196'608;
+    // Characters of plain text, or what takes as much memory, in one half of the kept layouts. A
+    // large screen full of lines that are not wrapped can have as many; of wrapped ones it has a
+    // few thousand.
+    static constexpr qint64 keptCost = 262'144;
 
     // The store must outlive this object.
     explicit TextFlow(const TextStore& store)
@@ -61,6 +64,9 @@ private:
     const TextStore& store_;
     LineCuts cuts_;
     std::shared_ptr<const RowStyle> style_;
-    std::unordered_map<qint64, Kept> kept_; // by where the segment starts
-    qint64 characters_ = 0;
+    // By where the segment starts. When the newer half is full, it becomes the older one, and what
+    // nobody asked for since the last time is gone.
+    std::unordered_map<qint64, Kept> newer_;
+    std::unordered_map<qint64, Kept> older_;
+    qint64 cost_ = 0; // of the newer ones
 };
