@@ -10,15 +10,12 @@
 #include <QScrollBar>
 #include <QWheelEvent>
 #include <algorithm>
-#include <cmath>
-#include <limits>
 #include <utility>
 
 namespace {
 
 constexpr int margin = VisibleRows::margin;
 constexpr int inputMarkWidth = 2;
-constexpr int anglePerStep = 120; // QWheelEvent: eighths of a degree of one notch
 constexpr int smallestColumns = 20;
 constexpr int smallestRows = 4;
 
@@ -31,7 +28,7 @@ ReceiveArea::ReceiveArea(
     , copySelection_(std::move(copySelection))
     , flow_(store)
     , place_(store, flow_)
-    , index_(store)
+    , bars_(*this, store, place_, flow_)
     , painter_(store)
     , selection_(store)
     , mouse_(new ReceiveMouse(*this))
@@ -54,17 +51,21 @@ ReceiveArea::~ReceiveArea() = default;
 
 void ReceiveArea::connectBars()
 {
-    verticalScrollBar()->setSingleStep(1);
-    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &ReceiveArea::barMoved);
-    connect(verticalScrollBar(), &QScrollBar::actionTriggered, this, &ReceiveArea::barAction);
-    connect(horizontalScrollBar(), &QScrollBar::valueChanged, viewport(),
-        qOverload<>(&QWidget::update));
+    connect(&bars_, &ReceiveBars::moved, this, &ReceiveArea::changed);
+    connect(&bars_, &ReceiveBars::rowsWanted, this, [this](int rows) {
+        scrollRows(rows);
+        refresh();
+    });
+    connect(&bars_, &ReceiveBars::pagesWanted, this, [this](int pages) {
+        scrollPages(pages);
+        refresh();
+    });
 }
 
 void ReceiveArea::textRemoved()
 {
     if (store_.firstPosition() == store_.endPosition())
-        widest_ = 0;
+        bars_.forgetWidth();
     place_.settle();
     selectionTouched();
     changed();
@@ -91,7 +92,7 @@ void ReceiveArea::refresh()
     ReceiveAccessible::tellAppended(*this, std::exchange(told_, store_.endPosition()));
     if (!isVisible())
         return;
-    syncBars();
+    bars_.sync(sight(), wrap_);
     viewport()->update();
     const auto range = visibleRange();
     if (range != toldRange_) {
@@ -107,73 +108,6 @@ const VisibleRows& ReceiveArea::sight()
         sight_.collect(place_.top(), flow_, viewport()->height());
     stale_ = false;
     return sight_;
-}
-
-void ReceiveArea::syncBars()
-{
-    syncing_ = true;
-    syncVerticalBar();
-    QScrollBar* bar = horizontalScrollBar();
-    int hidden = 0;
-    if (!wrap_) {
-        for (const TextRow& row : sight().rows())
-            widest_ = std::max(widest_, row.layout->rowWidth(row.row));
-        const double room = viewport()->width() - 2 * margin;
-        hidden = static_cast<int>(std::ceil(std::max(0.0, widest_ + inputMarkWidth - room)));
-    }
-    bar->setRange(0, hidden);
-    bar->setPageStep(viewport()->width());
-    bar->setSingleStep(qRound(flow_.style().columnWidth()) * RowStyle::tabColumns);
-    syncing_ = false;
-}
-
-void ReceiveArea::syncVerticalBar()
-{
-    constexpr qint64 most = std::numeric_limits<int>::max();
-    QScrollBar* bar = verticalScrollBar();
-    const qint64 value = index_.rowAt(sight().rows().front().from());
-    qint64 last = value;
-    if (!place_.isAtBottom())
-        last = std::max(index_.rowAt(store_.endPosition()) + 1 - place_.pageRows(), value + 1);
-    bar->setPageStep(place_.pageRows());
-    bar->setRange(0, static_cast<int>(std::min(last, most)));
-    // A handle that is held stays under the pointer.
-    if (!bar->isSliderDown() || place_.isAtBottom())
-        bar->setValue(static_cast<int>(std::min(value, most)));
-}
-
-void ReceiveArea::barMoved(int value)
-{
-    if (syncing_)
-        return;
-    if (value >= verticalScrollBar()->maximum())
-        place_.scrollToEnd();
-    else
-        place_.scrollTo(index_.positionAt(value));
-    changed();
-}
-
-// Steps are rows that are seen, not rows that are counted.
-void ReceiveArea::barAction(int action)
-{
-    switch (action) {
-    case QAbstractSlider::SliderSingleStepAdd:
-        scrollRows(1);
-        break;
-    case QAbstractSlider::SliderSingleStepSub:
-        scrollRows(-1);
-        break;
-    case QAbstractSlider::SliderPageStepAdd:
-        scrollPages(1);
-        break;
-    case QAbstractSlider::SliderPageStepSub:
-        scrollPages(-1);
-        break;
-    default:
-        return;
-    }
-    refresh();
-    verticalScrollBar()->setSliderPosition(verticalScrollBar()->value());
 }
 
 void ReceiveArea::scrollToEnd()
@@ -206,22 +140,7 @@ void ReceiveArea::showRange(qint64 from, qint64 to)
         changed();
     }
     if (!wrap_)
-        revealHorizontally(flow_.rowAt(from), from, to);
-}
-
-void ReceiveArea::revealHorizontally(const TextRow& row, qint64 from, qint64 to)
-{
-    const double left = row.layout->xOf(row.offsetOf(from), row.row);
-    const double right = row.layout->xOf(row.offsetOf(std::min(to, row.to())), row.row);
-    widest_ = std::max(widest_, row.layout->rowWidth(row.row));
-    syncBars();
-    QScrollBar* bar = horizontalScrollBar();
-    const int width = viewport()->width() - 2 * margin;
-    const int space = width / 4;
-    if (left < bar->value() || right - left > width)
-        bar->setValue(qRound(left) - space);
-    else if (right > bar->value() + width)
-        bar->setValue(qRound(right) - width + space);
+        bars_.reveal(flow_.rowAt(from), from, to);
 }
 
 std::pair<qint64, qint64> ReceiveArea::visibleRange()
@@ -295,7 +214,7 @@ void ReceiveArea::revealCaret()
         changed();
     }
     if (!wrap_)
-        revealHorizontally(flow_.rowAt(cursor), cursor, cursor);
+        bars_.reveal(flow_.rowAt(cursor), cursor, cursor);
 }
 
 int ReceiveArea::leftEdge() const
@@ -356,14 +275,14 @@ void ReceiveArea::setMarks(const QList<ReceivePainter::Mark>& marks)
 void ReceiveArea::setDisplayFont(const QFont& font)
 {
     setFont(font);
-    widest_ = 0;
+    bars_.forgetWidth();
     updateStyle();
 }
 
 void ReceiveArea::setLineWrap(bool wrap)
 {
     wrap_ = wrap;
-    widest_ = 0;
+    bars_.forgetWidth();
     updateStyle();
 }
 
@@ -378,7 +297,7 @@ void ReceiveArea::updateStyle()
     const double room = std::max(1, viewport()->width() - 2 * margin);
     const auto style = std::make_shared<const RowStyle>(font(), wrap_ ? room : 0, wrapAtBlanks_);
     flow_.setStyle(style);
-    index_.setRowLength(style->rowLength());
+    bars_.setRowLength(style->rowLength());
     place_.setPageRows((viewport()->height() - margin) / style->rowHeight());
     place_.settle();
     setMinimumSize(
@@ -447,26 +366,14 @@ void ReceiveArea::wheelEvent(QWheelEvent* event)
     event->accept();
     const QPoint angle = event->angleDelta();
     if (event->modifiers().testFlag(Qt::ControlModifier)) {
-        wheelAngle_ += angle.y();
-        const int steps = wheelAngle_ / anglePerStep;
-        wheelAngle_ -= steps * anglePerStep;
-        if (steps != 0)
+        if (const int steps = wheel_.notches(*event); steps != 0)
             Q_EMIT zoomRequested(steps);
-        return;
-    }
-    if (std::abs(angle.x()) > std::abs(angle.y())
-        || event->modifiers().testAnyFlags(Qt::ShiftModifier | Qt::AltModifier)) {
+    } else if (std::abs(angle.x()) > std::abs(angle.y())
+               || event->modifiers().testAnyFlags(Qt::ShiftModifier | Qt::AltModifier)) {
         QApplication::sendEvent(horizontalScrollBar(), event);
-        return;
+    } else if (const int rows = wheel_.rows(*event, flow_.style().rowHeight()); rows != 0) {
+        scrollRows(rows);
     }
-    if (!event->pixelDelta().isNull())
-        wheelRows_ -= double(event->pixelDelta().y()) / flow_.style().rowHeight();
-    else
-        wheelRows_ -= double(angle.y()) / anglePerStep * QApplication::wheelScrollLines();
-    const double whole = std::trunc(wheelRows_);
-    wheelRows_ -= whole;
-    if (whole != 0)
-        scrollRows(static_cast<int>(whole));
 }
 
 void ReceiveArea::contextMenuEvent(QContextMenuEvent* event)

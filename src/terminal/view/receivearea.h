@@ -3,10 +3,11 @@
 #include "terminal/view/caretsteps.h"
 #include "terminal/view/framebudget.h"
 #include "terminal/view/readingplace.h"
+#include "terminal/view/receivebars.h"
 #include "terminal/view/receivepainter.h"
-#include "terminal/view/rowindex.h"
 #include "terminal/view/textselection.h"
 #include "terminal/view/visiblerows.h"
+#include "terminal/view/wheelsteps.h"
 
 #include <QAbstractScrollArea>
 #include <QTimer>
@@ -22,7 +23,7 @@ class ReceiveMouse;
 // Told of new text it notes that what it shows is stale; rows, scroll bars and picture are made
 // anew once, at the next frame, however much arrives until then; when that is, framebudget.h
 // decides for all views together. Only the rows in sight are laid
-// out. The vertical scroll bar counts rows as rowindex.h does; steps and pages are exact rows.
+// out.
 class ReceiveArea final : public QAbstractScrollArea
 {
     Q_OBJECT
@@ -106,13 +107,8 @@ private:
     void scheduleFrame();
     void refresh();
     void updateStyle();
-    void syncBars();
-    void syncVerticalBar();
-    void barMoved(int value);
-    void barAction(int action);
     void selectionTouched();
     void revealCaret();
-    void revealHorizontally(const TextRow& row, qint64 from, qint64 to);
     [[nodiscard]] const VisibleRows& sight();
     [[nodiscard]] bool isWholeInSight(qint64 position);
     [[nodiscard]] int leftEdge() const;
@@ -121,7 +117,7 @@ private:
     std::function<QString()> copySelection_;
     TextFlow flow_;
     ReadingPlace place_;
-    RowIndex index_;
+    ReceiveBars bars_;
     ReceivePainter painter_;
     TextSelection selection_;
     ReceiveMouse* mouse_;
@@ -134,12 +130,9 @@ private:
     qint64 told_ = 0;     // text up to here has been told to screen readers
     std::pair<qint64, qint64> toldRange_{-1, -1};
     std::pair<qint64, qint64> toldSelection_;
-    double widest_ = 0; // row seen since lines are not wrapped
     double goalX_ = -1; // of a selection that is extended up and down
-    int wheelAngle_ = 0;
-    double wheelRows_ = 0;
+    WheelSteps wheel_;
     bool wrap_ = true;
     bool wrapAtBlanks_ = false;
     bool inputMark_ = true;
-    bool syncing_ = false;
 };
