@@ -30,8 +30,9 @@ bool wantsChinese(int choice, const QString& systemLocale)
 
 void load(QTranslator& translator, const QSettings& store)
 {
-    if (storeWantsChinese(store) && !translator.load(u":/i18n/zh_CN"_s))
-        qWarning("load language zh_CN failed!");
+    const char* const language = storeWantsChinese(store) ? "zh_CN" : "en";
+    if (!translator.load(":/i18n/"_L1 + QLatin1StringView(language)))
+        qWarning("load language %s failed!", language);
 }
 
 void loadLibraryTexts(QTranslator& translator, const QSettings& store)

@@ -13,7 +13,8 @@ enum class Choice : int { System = 0, Chinese = 1, English = 2 };
 // True for the choice Chinese, and for System when the system's locale is "zh_CN". Any other
 // number is English, the language of the sources.
 [[nodiscard]] bool wantsChinese(int choice, const QString& systemLocale);
-// Loads the catalogue that the store asks for; English leaves the translator empty.
+// Loads the catalogue that the store asks for. That of English, the language of the sources, holds
+// nothing but the forms for one and for many.
 void load(QTranslator& translator, const QSettings& store);
 // The same for the texts of the library: OK, Cancel, the file dialog. A system without its
 // catalogue shows them in English.
