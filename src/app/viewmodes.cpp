@@ -3,6 +3,7 @@
 #include "app/settings/sessioncontents.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QInputDialog>
 #include <algorithm>
 
@@ -13,7 +14,10 @@ ViewModes::ViewModes(const Actions& actions, std::function<int()> paneCount, QWi
     , m_window(window)
     , m_mode(actions.horizontal)
 {
-    check(m_mode);
+    auto* group = new QActionGroup(this);
+    for (QAction* action : {actions.horizontal, actions.vertical, actions.grid, actions.custom})
+        group->addAction(action);
+    m_mode->setChecked(true);
     connect(m_actions.horizontal, &QAction::triggered, this,
         [this] { choose(m_actions.horizontal, m_paneCount()); });
     connect(
@@ -31,35 +35,28 @@ void ViewModes::setColumnCount(int columns)
         m_mode = m_actions.vertical;
     else
         m_mode = m_columnCount == 2 ? m_actions.grid : m_actions.custom;
-    check(m_mode);
+    m_mode->setChecked(true);
 }
 
 void ViewModes::selectHorizontal()
 {
     m_columnCount = m_paneCount();
     m_mode = m_actions.horizontal;
-    check(m_mode);
+    m_mode->setChecked(true);
 }
 
 void ViewModes::choose(QAction* mode, int columns)
 {
     m_columnCount = columns;
     m_mode = mode;
-    check(mode);
+    mode->setChecked(true);
     Q_EMIT chosen();
-}
-
-void ViewModes::check(const QAction* mode) const
-{
-    for (QAction* action :
-        {m_actions.horizontal, m_actions.vertical, m_actions.grid, m_actions.custom})
-        action->setChecked(action == mode);
 }
 
 void ViewModes::askColumnCount()
 {
     // Triggering has checked the action already.
-    check(m_mode);
+    m_mode->setChecked(true);
     auto* dialog = new QInputDialog(m_window);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setInputMode(QInputDialog::IntInput);

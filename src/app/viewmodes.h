@@ -39,7 +39,6 @@ Q_SIGNALS:
 
 private:
     void choose(QAction* mode, int columns);
-    void check(const QAction* mode) const;
     void askColumnCount();
 
     Actions m_actions;
