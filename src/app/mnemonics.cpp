@@ -5,6 +5,11 @@
 #include <QLabel>
 #include <QSet>
 
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <vector>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -49,13 +54,43 @@ QString withMnemonic(QString text, QSet<QChar>& taken)
     return text;
 }
 
+// A text that waits for its mnemonic, and who shows it.
+struct Pending
+{
+    QString text;
+    std::function<void(const QString&)> show;
+};
+
 template<typename Widget>
-void assign(const QList<Widget*>& widgets, QSet<QChar>& taken)
+void collect(const QList<Widget*>& widgets, std::vector<Pending>& pending)
 {
     for (Widget* widget : widgets) {
-        const QString text = widget->text();
-        if (!text.isEmpty() && !text.contains(u'&'))
-            widget->setText(withMnemonic(text, taken));
+        if (const QString text = widget->text(); !text.isEmpty() && !text.contains(u'&'))
+            pending.push_back({text, [widget](const QString& shown) { widget->setText(shown); }});
+    }
+}
+
+qsizetype lettersLeft(const QString& text, const QSet<QChar>& taken)
+{
+    QSet<QChar> letters;
+    for (const QChar c : text) {
+        if (isLatin(c))
+            letters.insert(c.toUpper());
+    }
+    return letters.subtract(taken).size();
+}
+
+// A short text chooses before a long one, which has other letters to turn to.
+void assign(std::vector<Pending> pending, QSet<QChar>& taken)
+{
+    while (!pending.empty()) {
+        const auto next = std::ranges::min_element(pending, {}, [&taken](const Pending& waiting) {
+            const qsizetype left = lettersLeft(waiting.text, taken);
+            // One that has no letter of its own takes any, when the others have theirs.
+            return left > 0 ? left : std::numeric_limits<qsizetype>::max();
+        });
+        next->show(withMnemonic(next->text, taken));
+        pending.erase(next);
     }
 }
 
@@ -77,8 +112,10 @@ void assignMnemonics(QWidget& root, QLatin1StringView taken)
         note(label->text());
     for (const QAbstractButton* button : buttons)
         note(button->text());
-    assign(labels, letters);
-    assign(buttons, letters);
+    std::vector<Pending> pending;
+    collect(labels, pending);
+    collect(buttons, pending);
+    assign(std::move(pending), letters);
     // A text with a mnemonic is drawn in pieces, without the kerning between them that its width
     // was measured with.
     for (QLabel* label : std::as_const(labels))
