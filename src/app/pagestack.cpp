@@ -113,5 +113,10 @@ void PageStack::refresh()
         item->setData(Qt::AccessibleDescriptionRole, text);
     }
     m_note->setText(problem());
+    // Pages that are not shown tell nobody that they need more room.
+    int width = 0;
+    for (int i = 0; i < m_stack->count(); ++i)
+        width = std::max(width, m_stack->widget(i)->minimumSizeHint().width());
+    m_stack->setMinimumWidth(width);
     Q_EMIT changed();
 }

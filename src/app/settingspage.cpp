@@ -87,7 +87,8 @@ QFormLayout* SettingsPage::takePanel(QGroupBox& panel)
     layout->addStretch();
     auto* form = qobject_cast<QFormLayout*>(panel.layout());
     Q_ASSERT(form);
-    form->setContentsMargins(8, 8, 8, 8);
+    // The group keeps room for the frame that it does not draw.
+    form->setContentsMargins(QMargins(8, 8, 8, 8) - panel.contentsMargins());
     form->setVerticalSpacing(8);
     form->setRowWrapPolicy(QFormLayout::DontWrapRows);
     return form;
