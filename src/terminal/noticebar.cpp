@@ -2,8 +2,27 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QStyle>
 #include <QToolButton>
+
+namespace {
+
+constexpr int amberPercent = 20;
+
+// Amber laid thinly over what the views stand on, so that the text of the palette can be read on it
+// in the light and in the dark.
+QColor amberOn(const QColor& ground)
+{
+    static constexpr QColor amber(255, 193, 7);
+    const auto mixed = [](int below, int above) {
+        return (below * (100 - amberPercent) + above * amberPercent) / 100;
+    };
+    return {mixed(ground.red(), amber.red()), mixed(ground.green(), amber.green()),
+        mixed(ground.blue(), amber.blue())};
+}
+
+} // namespace
 
 NoticeBar::NoticeBar(QWidget* parent)
     : QFrame(parent)
@@ -12,13 +31,10 @@ NoticeBar::NoticeBar(QWidget* parent)
     , m_close(new QToolButton(this))
 {
     setFrameShape(QFrame::StyledPanel);
-    setAutoFillBackground(true);
-    setBackgroundRole(QPalette::ToolTipBase);
     setAccessibleName(tr("Error message"));
 
     const int iconSize = style()->pixelMetric(QStyle::PM_SmallIconSize);
     m_icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(iconSize));
-    m_text->setForegroundRole(QPalette::ToolTipText);
     m_text->setTextFormat(Qt::PlainText);
     m_text->setWordWrap(true);
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -54,4 +70,10 @@ void NoticeBar::clearError(const QString& text)
 QString NoticeBar::text() const
 {
     return m_text->text();
+}
+
+void NoticeBar::paintEvent(QPaintEvent* event)
+{
+    QPainter(this).fillRect(rect(), amberOn(palette().color(QPalette::Base)));
+    QFrame::paintEvent(event);
 }

@@ -22,6 +22,9 @@ public:
     void clearError(const QString& text);
     [[nodiscard]] QString text() const;
 
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
 private:
     QLabel* m_icon;
     QLabel* m_text;
