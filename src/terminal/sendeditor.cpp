@@ -8,6 +8,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalBlocker>
+#include <QtMath>
 
 namespace {
 
@@ -74,8 +75,7 @@ void SendEditor::buildLayout()
     setTabOrder(m_editor, m_send);
     setTabOrder(m_send, m_history);
     setTabOrder(m_history, m_clearHistory);
-    const int threeLines = m_editor->fontMetrics().lineSpacing() * 2 + 12;
-    m_editor->setMinimumHeight(threeLines);
+    keepTwoLines();
 }
 
 int SendEditor::labelWidth() const
@@ -132,6 +132,13 @@ void SendEditor::insertText(const QString& text)
 void SendEditor::setDisplayFont(const QFont& font)
 {
     m_editor->setFont(font);
+    keepTwoLines();
+}
+
+void SendEditor::keepTwoLines()
+{
+    const int edges = m_editor->frameWidth() + qCeil(m_editor->document()->documentMargin());
+    m_editor->setMinimumHeight(2 * (m_editor->fontMetrics().lineSpacing() + edges));
 }
 
 void SendEditor::setHistory(const QStringList& labels)

@@ -43,6 +43,7 @@ protected:
 private:
     [[nodiscard]] int labelWidth() const;
     void buildLayout();
+    void keepTwoLines();
 
     QPlainTextEdit* m_editor;
     QLabel* m_historyLabel;
