@@ -68,6 +68,7 @@ void PeerPanel::buildList()
     const int digit = m_list->fontMetrics().horizontalAdvance(u'0');
     QHeaderView* header = m_list->header();
     header->setSectionsMovable(false);
+    header->setTextElideMode(Qt::ElideRight);
     header->resizeSection(PeerListModel::Address, 22 * digit);
     header->resizeSection(PeerListModel::Received, 10 * digit);
     header->resizeSection(PeerListModel::Sent, 10 * digit);
@@ -141,10 +142,18 @@ void PeerPanel::refresh()
     m_list->setAccessibleName(clients ? tr("Clients of this port") : tr("Peers of this port"));
     const QModelIndex target = m_model->index(m_model->rowOf(m_target, m_targetPeer), 0);
     const bool peers = target.isValid() && m_model->rowOf(Target::All) + 1 < m_model->rowCount();
-    m_summary->setText(peers ? tr("Sending to: %1").arg(target.data().toString()) : emptyText());
+    m_summary->setText(peers ? targetText(target.data().toString()) : emptyText());
+    m_summary->setToolTip(m_summary->text());
     m_fold->setEnabled(peers);
     m_list->setVisible(peers && m_expanded);
     fitList();
+}
+
+QString PeerPanel::targetText(const QString& target) const
+{
+    return m_listeningOn.isEmpty()
+               ? tr("Sending to: %1").arg(target)
+               : tr("Sending to: %1; listening on %2").arg(target, m_listeningOn);
 }
 
 QString PeerPanel::emptyText() const

@@ -65,6 +65,7 @@ private:
     void onCurrentChanged(const QModelIndex& current);
     void openMenu(const QPoint& position);
     [[nodiscard]] QString emptyText() const;
+    [[nodiscard]] QString targetText(const QString& target) const;
 
     PeerListModel* m_model;
     QToolButton* m_fold;

@@ -153,7 +153,7 @@ void TestPeerPanel::saysWhatIsMissing()
     const auto* list = panel.findChild<QTreeView*>();
     QVERIFY(list->isHidden());
     panel.model().addPeer(u"a"_s);
-    QCOMPARE(panel.summary(), u"Sending to: All clients"_s);
+    QCOMPARE(panel.summary(), u"Sending to: All clients; listening on *:6000"_s);
     QVERIFY(!list->isHidden());
     panel.setExpanded(false);
     QVERIFY(list->isHidden());
