@@ -356,7 +356,6 @@ private Q_SLOTS:
 
 private:
     // Our client session against a server whose line is end A of the cable.
-
     static void drive(quint16 tcpPort, NullModem& modem)
     {
         QSerialPort device(modem.portB());
@@ -416,7 +415,6 @@ private:
     }
 
     // pyserial's client against our server session.
-
     static void commandParameters(Program& pyserial, const NullModem& modem)
     {
         for (const LineCase& wanted : lineCases) {
