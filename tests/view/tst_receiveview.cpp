@@ -145,30 +145,6 @@ private Q_SLOTS:
         QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
     }
 
-    void unreadableColorFollowsPalette()
-    {
-        const auto seen = [this](QRgb color) { return inkOf(*view_, color) > 0; };
-        const auto use = [this](QColor base, QColor text) {
-            QPalette palette;
-            palette.setColor(QPalette::Base, base);
-            palette.setColor(QPalette::Text, text);
-            view_->setPalette(palette);
-        };
-        const QString block(20, u'\u2588');
-        view_->setTypingEnabled(false);
-        use(Qt::white, QColor(0x202020));
-        view_->appendText(block + u'\n', QColor(Qt::black));
-        QVERIFY(seen(qRgb(0, 0, 0)));
-        use(Qt::black, QColor(0xd0d0d0));
-        QTRY_VERIFY(seen(qRgb(0xd0, 0xd0, 0xd0)));
-        view_->appendText(block + u'\n', QColor(Qt::green));
-        QVERIFY(seen(qRgb(0, 255, 0)));
-        use(Qt::white, QColor(0x202020));
-        QTRY_VERIFY(!seen(qRgb(0, 255, 0)));
-        QVERIFY(seen(qRgb(0, 0, 0)));
-        QVERIFY(seen(qRgb(0x20, 0x20, 0x20)));
-    }
-
     void keysAreTyped_data()
     {
         QTest::addColumn<QKeyCombination>("key");
