@@ -132,6 +132,9 @@ void DisplayPage::onEdited()
     m_receiveColor->setEnabled(colored);
     m_sendColor->setEnabled(colored);
     const QFont font = chosenFont();
+    // A family that is not here is replaced: this one it is.
+    for (QLabel* sample : {m_receiveSample, m_sendSample})
+        sample->setToolTip(SettingsCodec::fontToDisplayString(font));
     paintSample(*m_receiveSample, palette(), font, colored ? m_receiveColor->color() : QColor());
     paintSample(*m_sendSample, palette(), font, colored ? m_sendColor->color() : QColor());
     revalidate();

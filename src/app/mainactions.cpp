@@ -33,7 +33,8 @@ QString toolTipText(const ActionRow& row)
 {
     QStringList lines;
     lines.append(text(*row.toolTip != '\0' ? row.toolTip : row.label));
-    if (*row.shortcut != '\0') {
+    // A menu shows the key beside the label; a button of the toolbar has only this.
+    if (*row.shortcut != '\0' && *row.icon != '\0') {
         lines.last() += u" (%1)"_s.arg(
             QKeySequence(QLatin1StringView(row.shortcut)).toString(QKeySequence::NativeText));
     }

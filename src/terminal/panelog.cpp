@@ -46,18 +46,20 @@ void PaneLog::setPane(
     const QString name = portNameForFile(portName.isEmpty() ? connection : portName);
     const bool switched = m_format.logSaveFlag != format.logSaveFlag;
     const bool otherFile = format.logFilePath != m_format.logFilePath || name != m_portName;
+    // A recording that begins belongs to the day that it begins on.
+    const bool newName = otherFile || (switched && format.logSaveFlag);
     // A record that comes with another name means that name.
     const bool ownName = format.currentLogFileName == m_format.currentLogFileName;
     FormatSetting next = format;
     if (otherFile || switched)
         flushLog(nullptr);
     if (ownName)
-        next.currentLogFileName = otherFile ? unresolvedLogFileName() : m_format.currentLogFileName;
+        next.currentLogFileName = newName ? unresolvedLogFileName() : m_format.currentLogFileName;
     m_format = next;
     m_portName = name;
     m_connection = connection;
     m_decoders.setEncodings(format.receiveEncoding, format.sendEncoding);
-    if (ownName && otherFile)
+    if (ownName && newName)
         Q_EMIT fileNameChanged(m_format.currentLogFileName);
     if (switched)
         setRecording(m_format.logSaveFlag);

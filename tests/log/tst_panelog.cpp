@@ -111,6 +111,7 @@ private Q_SLOTS:
     void ownStamps();
     void transferStatusAsShown();
     void recordsFromTheStartToTheEnd();
+    void recordingThatBeginsTakesTheNameOfItsDay();
     void clearedViewEndsNoLine();
     void pausedBytesReachTheLog();
     void closedPaneLosesNothing();
@@ -220,6 +221,22 @@ void TestPaneLog::recordsFromTheStartToTheEnd()
     bench.show("again");
     QCOMPARE(bench.written(), "\xEF\xBF\xBD"
                               "during\nagain");
+}
+
+void TestPaneLog::recordingThatBeginsTakesTheNameOfItsDay()
+{
+    Bench bench;
+    bench.format.logFilePath = bench.path(u"%D.log"_s);
+    bench.apply();
+    bench.show("one ");
+    QCOMPARE(bench.written(u"05.log"_s), "one ");
+    bench.now = bench.now.addDays(1);
+    bench.show("night");
+    bench.setRecording(false);
+    bench.setRecording(true);
+    bench.show("two");
+    QCOMPARE(bench.written(u"06.log"_s), "two");
+    QVERIFY(bench.saved(u"05.log"_s).endsWith("night")); // behind the line of the hour
 }
 
 void TestPaneLog::clearedViewEndsNoLine()
