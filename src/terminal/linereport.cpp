@@ -11,7 +11,7 @@ namespace {
 struct Input
 {
     QLatin1StringView name;
-    bool ModemLines::*level;
+    bool ModemLines::*level = nullptr;
 };
 
 // Names of lines are the same in every language.

@@ -110,12 +110,18 @@ void RemoteSerialLink::dropWaiting()
 {
     m_fullTold = false;
     const qsizetype size = std::exchange(m_waiting, {}).size();
-    if (size > 0) {
-        Q_EMIT statusMessage(
-            tr("%1 bytes were not sent: the connection ended before the remote port answered")
-                .arg(size),
-            Rfc2217ClientSession::messageTimeoutMs);
-    }
+    if (size == 0)
+        return;
+    // Later, or what others have to say about the end of the connection would hide it at once.
+    QMetaObject::invokeMethod(
+        this,
+        [this, size] {
+            Q_EMIT statusMessage(
+                tr("%1 bytes were not sent: the connection ended before the remote port answered")
+                    .arg(size),
+                Rfc2217ClientSession::messageTimeoutMs);
+        },
+        Qt::QueuedConnection);
 }
 
 void RemoteSerialLink::pushSettings(const Settings& settings)
