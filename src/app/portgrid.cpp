@@ -15,22 +15,12 @@ PortGrid::PortGrid(QWidget* parent)
     layout->addWidget(m_outer);
 }
 
-int PortGrid::columnsFor(qsizetype panes, int wantedColumns)
-{
-    return std::max(std::min(wantedColumns, static_cast<int>(panes)), 1);
-}
-
-int PortGrid::rowsFor(qsizetype panes, int wantedColumns)
-{
-    const int columns = columnsFor(panes, wantedColumns);
-    return (static_cast<int>(panes) + columns - 1) / columns;
-}
-
 void PortGrid::rebuild(const QList<QWidget*>& panes, int wantedColumns)
 {
-    const int columns = columnsFor(panes.size(), wantedColumns);
-    const QSize shape(columns, rowsFor(panes.size(), wantedColumns));
-    for (int i = 0; i < panes.size(); ++i) {
+    const int count = static_cast<int>(panes.size());
+    const int columns = std::max(std::min(wantedColumns, count), 1);
+    const QSize shape(columns, (count + columns - 1) / columns);
+    for (int i = 0; i < count; ++i) {
         QSplitter* row = rowSplitter(i / columns);
         QWidget* pane = panes.at(i);
         if (row->indexOf(pane) != i % columns)

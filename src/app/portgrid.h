@@ -18,11 +18,8 @@ public:
     explicit PortGrid(QWidget* parent = nullptr);
     ~PortGrid() override = default;
 
-    // Columns actually used: never more than there are panes, never less than one.
-    [[nodiscard]] static int columnsFor(qsizetype panes, int wantedColumns);
-    [[nodiscard]] static int rowsFor(qsizetype panes, int wantedColumns);
-
-    // Puts pane i into row i / columns at position i mod columns and shows it.
+    // Puts pane i into row i / columns at position i mod columns and shows it. Never more columns
+    // than there are panes, never less than one.
     void rebuild(const QList<QWidget*>& panes, int wantedColumns);
     // The next build shares the room equally.
     void forgetSizes();

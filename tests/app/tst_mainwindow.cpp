@@ -47,7 +47,6 @@ private Q_SLOTS:
     void languages();
     void alwaysOnTop();
     void helpPages();
-    void editsMarkTheWindow();
     void noticesOfThePaneAreShown();
 
 private:
@@ -135,12 +134,6 @@ void MainWindowTest::portListFollowsTheMachine()
     QCOMPARE(combo->count(), 1);
     action("acDebugHoldPortList")->trigger();
     QTRY_COMPARE(combo->count(), 0);
-
-    Settings settings = pane()->settings();
-    settings.portName = u"/dev/serial/by-id/x"_s;
-    pane()->setSettings(settings);
-    m_window->onUpdateDisplay();
-    QCOMPARE(combo->currentText(), "/dev/serial/by-id/x"_L1);
 }
 
 void MainWindowTest::portChoiceOpensTheFirstPane()
@@ -360,14 +353,6 @@ void MainWindowTest::helpPages()
     QCOMPARE(m_urls, (QList<QUrl>{QUrl(Config::helpUrl()), QUrl(Config::homepageUrl())}));
     action("actionAbout")->trigger();
     QVERIFY(box()->text().startsWith("Velmora"_L1));
-}
-
-void MainWindowTest::editsMarkTheWindow()
-{
-    open();
-    QVERIFY(!m_window->isWindowModified());
-    Q_EMIT pane()->settingsChanged();
-    QVERIFY(m_window->isWindowModified());
 }
 
 void MainWindowTest::noticesOfThePaneAreShown()

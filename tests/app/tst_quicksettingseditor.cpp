@@ -94,7 +94,13 @@ void QuickSettingsEditorTest::fieldsFollowTheirGroup()
         QVERIFY(receive->child(i)->isDisabled());
     QVERIFY(!editor.groups().showReceiveGroup);
     QCOMPARE(editor.groups().hiddenFields.value(u"receive"_s), QStringList{u"rxAutoFeed"_s});
+    for (const QString& group : {u"connection"_s, u"send"_s}) {
+        QVERIFY(editor.problem().isEmpty());
+        check(select(editor, group), false);
+    }
+    QCOMPARE(editor.problem(), u"Select at least one quick settings group to show."_s);
     check(receive, true);
+    QVERIFY(editor.problem().isEmpty());
     QVERIFY(!receive->child(0)->isDisabled());
     QCOMPARE(receive->child(1)->checkState(0), Qt::Unchecked);
 }

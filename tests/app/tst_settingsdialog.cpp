@@ -20,7 +20,6 @@
 #include <QSpinBox>
 #include <QStandardPaths>
 #include <QTest>
-#include <QTreeWidget>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -121,7 +120,6 @@ private Q_SLOTS:
     void applyTakesEditsOver();
     void editsDoNotUndoWhatThePaneDid();
     void aFaultIsTold();
-    void oneGroupMustBeShown();
     void modesKeepWhatWasTyped();
     void numbersAreTypedInPeace();
     void connectionFaults_data();
@@ -233,26 +231,6 @@ void SettingsDialogTest::aFaultIsTold()
     pattern.setText(u"/tmp/a.log"_s);
     QVERIFY(button(dialog, QDialogButtonBox::Ok).isEnabled());
     QVERIFY(list.item(marked)->icon().isNull());
-}
-
-void SettingsDialogTest::oneGroupMustBeShown()
-{
-    SettingsDialog dialog(u"Port"_s, defaultValues(), m_catalog);
-    const QSignalSpy applied(&dialog, &SettingsDialog::applied);
-    dialog.open();
-    auto& tree = child<QTreeWidget>(dialog, u"quickSettingsTree"_s);
-    for (int i = 0; i < tree.topLevelItemCount(); ++i)
-        tree.topLevelItem(i)->setCheckState(0, Qt::Unchecked);
-    dialog.accept();
-    QVERIFY(applied.isEmpty());
-    QVERIFY(dialog.isVisible());
-    QCOMPARE(tree.accessibleDescription(), u"Select at least one quick settings group to show."_s);
-    QVERIFY(tree.isVisible());
-    tree.topLevelItem(1)->setCheckState(0, Qt::Checked);
-    dialog.accept();
-    QCOMPARE(applied.size(), 1);
-    QVERIFY(dialog.quickSettingsGroups().showReceiveGroup);
-    QVERIFY(!dialog.quickSettingsGroups().showSendGroup);
 }
 
 void SettingsDialogTest::modesKeepWhatWasTyped()

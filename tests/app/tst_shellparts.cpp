@@ -2,7 +2,6 @@
 #include "app/fakecatalog.h"
 #include "app/interfacelanguage.h"
 #include "app/mainstatusbar.h"
-#include "app/portgrid.h"
 #include "app/portlistmonitor.h"
 #include "app/portselector.h"
 #include "app/setconfigfilepathdialog.h"
@@ -18,7 +17,6 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QSplitter>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -39,13 +37,10 @@ private Q_SLOTS:
     void language_data();
     void language();
     void screenRule();
-    void geometryIsApplied();
     void rates();
     void portListPausesAfterASlowAnswer();
     void selectorFollowsThePorts();
     void selectorTellsOnlyChoices();
-    void gridShape_data();
-    void gridShape();
     void statusBarTexts();
     void errorIsCleared();
     void paneStatusLine();
@@ -120,25 +115,6 @@ void ShellPartsTest::screenRule()
         QVERIFY(!(WindowGeometry{.position = off}.isOnScreen({800, 600})));
 }
 
-void ShellPartsTest::geometryIsApplied()
-{
-    const QTemporaryDir dir;
-    QSettings store(dir.filePath(u"store.ini"_s), QSettings::IniFormat);
-    WindowGeometry geometry = WindowGeometry::load(store);
-    QCOMPARE(geometry.size, QSize(1000, 800));
-    QCOMPARE(geometry.position, QPoint(200, 200));
-    geometry = {{640, 480}, {30, 40}};
-    geometry.save(store);
-
-    QWidget window;
-    WindowGeometry::load(store).applyTo(window, {800, 600});
-    QCOMPARE(window.geometry(), QRect(30, 40, 640, 480));
-    const QPoint before = window.pos();
-    WindowGeometry{{320, 240}, {0, 0}}.applyTo(window, {800, 600});
-    QCOMPARE(window.size(), QSize(320, 240));
-    QCOMPARE(window.pos(), before);
-}
-
 void ShellPartsTest::rates()
 {
     RateMeter meter;
@@ -162,9 +138,7 @@ void ShellPartsTest::portListPausesAfterASlowAnswer()
     FakeCatalog catalog;
     qint64 nowMs = 0;
     qint64 costMs = 0;
-    const auto clock = [&nowMs, &costMs, calls = 0]() mutable {
-        return ++calls % 2 == 1 ? nowMs : nowMs + costMs;
-    };
+    const auto clock = [&] { return nowMs + catalog.asked * costMs; };
     PortListMonitor quick(catalog);
     catalog.asked = 0;
     for (; nowMs < 1000; nowMs += 100)
@@ -175,17 +149,15 @@ void ShellPartsTest::portListPausesAfterASlowAnswer()
     QCOMPARE(quick.ports().size(), 1);
 
     PortListMonitor slow(catalog);
+    catalog.asked = 0;
     costMs = 30;
-    catalog.asked = 0;
-    const auto slowClock = [&nowMs, &catalog, costMs] { return nowMs + catalog.asked * costMs; };
     nowMs = 0;
-    catalog.asked = 0;
-    QVERIFY(!slow.refresh(slowClock));
+    QVERIFY(!slow.refresh(clock));
     nowMs = 30 * PortListMonitor::pauseFactor - 31; // with the 30 ms of the answer: t - 1
-    QVERIFY(!slow.refresh(slowClock));
+    QVERIFY(!slow.refresh(clock));
     QCOMPARE(catalog.asked, 1);
     ++nowMs;
-    QVERIFY(!slow.refresh(slowClock));
+    QVERIFY(!slow.refresh(clock));
     QCOMPARE(catalog.asked, 2);
 }
 
@@ -234,47 +206,6 @@ void ShellPartsTest::selectorTellsOnlyChoices()
     QTest::keyClick(&selector, Qt::Key_Up);
     QCOMPARE(chosen.size(), 1);
     QCOMPARE(chosen.at(0).at(0).toString(), "A"_L1);
-}
-
-void ShellPartsTest::gridShape_data()
-{
-    QTest::addColumn<int>("panes");
-    QTest::addColumn<int>("columns");
-    QTest::addColumn<QList<int>>("rows");
-    QTest::newRow("one") << 1 << 1 << QList<int>{1};
-    QTest::newRow("one of many columns") << 1 << 16 << QList<int>{1};
-    QTest::newRow("five in a grid") << 5 << 2 << QList<int>{2, 2, 1};
-    QTest::newRow("columns beyond the panes") << 3 << 16 << QList<int>{3};
-    QTest::newRow("stacked") << 3 << 1 << QList<int>{1, 1, 1};
-    QTest::newRow("no columns") << 2 << 0 << QList<int>{1, 1};
-}
-
-void ShellPartsTest::gridShape()
-{
-    QFETCH(const int, panes);
-    QFETCH(const int, columns);
-    QFETCH(const QList<int>, rows);
-    PortGrid grid;
-    QList<QWidget*> widgets;
-    for (int i = 0; i < 6; ++i)
-        widgets.append(new QWidget(&grid));
-    grid.rebuild(widgets, 3); // another shape first
-    for (int i = panes; i < 6; ++i)
-        delete widgets.takeLast();
-    grid.rebuild(widgets, columns);
-
-    QCOMPARE(PortGrid::rowsFor(panes, columns), rows.size());
-    int next = 0;
-    for (int row = 0; row < rows.size(); ++row) {
-        auto* splitter = grid.findChild<QSplitter*>(u"portRowSplitter%1"_s.arg(row));
-        QVERIFY(splitter != nullptr);
-        QVERIFY(!splitter->isHidden());
-        QCOMPARE(splitter->count(), rows.at(row));
-        for (int column = 0; column < rows.at(row); ++column)
-            QCOMPARE(splitter->widget(column), widgets.at(next++));
-    }
-    auto* beyond = grid.findChild<QSplitter*>(u"portRowSplitter%1"_s.arg(rows.size()));
-    QVERIFY(beyond == nullptr || beyond->isHidden());
 }
 
 void ShellPartsTest::statusBarTexts()

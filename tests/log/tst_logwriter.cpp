@@ -64,7 +64,6 @@ private Q_SLOTS:
     void initTestCase() { QCoreApplication::setApplicationVersion(u"1.2.3"_s); }
     void header();
     void appends();
-    void nothingPendingTouchesNothing();
     void unusableNames();
     void hourlyLine_data();
     void hourlyLine();
@@ -73,7 +72,6 @@ private Q_SLOTS:
     void panesThatShareAFileRotateItOnce();
     void placesThatFail_data();
     void placesThatFail();
-    void nameTooLongToOpen();
     void pipeIsNoLogFile();
     void fullDevice();
     void fullDiskLosesNothing();
@@ -113,15 +111,6 @@ void TestLogWriter::appends()
     QVERIFY(bench.record(u"four"_s));
     QVERIFY(contentOf(bench.format.currentLogFileName).startsWith("2026-03-05T09:30:01\n"));
     QCOMPARE(bodyOf(bench.format.currentLogFileName), "four");
-}
-
-void TestLogWriter::nothingPendingTouchesNothing()
-{
-    Bench bench;
-    bench.format.logFilePath = u"x"_s;
-    QVERIFY(bench.flush());
-    QVERIFY(bench.record(QString()));
-    QCOMPARE(bench.format.currentLogFileName, unresolvedLogFileName());
 }
 
 // Which names are unusable is told by the tests of the names.
@@ -258,17 +247,6 @@ void TestLogWriter::placesThatFail()
     QVERIFY(clear());
     QVERIFY2(bench.record(u"back\n"_s), qPrintable(bench.error));
     QCOMPARE(bodyOf(bench.format.currentLogFileName), "while \xC3\xA9 it\nis away\nback\n");
-}
-
-void TestLogWriter::nameTooLongToOpen()
-{
-    Bench bench;
-    const QString good = std::exchange(bench.format.logFilePath, bench.path(QString(300, u'x')));
-    QVERIFY(!bench.record(u"kept\n"_s));
-    QVERIFY(bench.error.startsWith(u"Could not open log file '%1/"_s.arg(bench.dir.path())));
-    bench.format.currentLogFileName = good;
-    QVERIFY(bench.flush());
-    QCOMPARE(bodyOf(good), "kept\n");
 }
 
 // Opening it would hold up the whole program until somebody reads from it.

@@ -38,7 +38,6 @@ class PortSessionCodecTest final : public QObject
 private Q_SLOTS:
     void keys();
     void storedValues();
-    void roundTrip();
     void emptyFile();
     void readOnlyKeysAreHonoured();
     void hosts_data();
@@ -91,34 +90,6 @@ void PortSessionCodecTest::storedValues()
     };
     for (auto it = expected.begin(); it != expected.end(); ++it)
         QCOMPARE(file.value(u"2/"_s + it.key()).toString(), it.value());
-}
-
-// Two panes in one file; the rotation fields and the hourly time stamp come back as nothing.
-void PortSessionCodecTest::roundTrip()
-{
-    RandomRecords random(11);
-    const Settings settings[] = {random.settings(), random.settings()};
-    const FormatSetting formats[] = {random.format(), random.format()};
-    const QString path = scratchFile();
-    {
-        QSettings file(path, QSettings::IniFormat);
-        for (int pane : {0, 1})
-            PortSessionCodec::write(file, pane, settings[pane], formats[pane]);
-    }
-    const QSettings file(path, QSettings::IniFormat);
-    for (int pane : {0, 1}) {
-        Settings readSettings;
-        FormatSetting readFormat;
-        PortSessionCodec::read(file, pane, readSettings, readFormat);
-        QVERIFY(readSettings == settings[pane]);
-        FormatSetting expected = formats[pane];
-        expected.logRotateAtSize = false;
-        expected.logRotateSize = 0;
-        expected.logRotateAtTime = false;
-        expected.logRotateTime = QTime();
-        expected.needHourTimeStamp = false;
-        QVERIFY(readFormat == expected);
-    }
 }
 
 void PortSessionCodecTest::emptyFile()

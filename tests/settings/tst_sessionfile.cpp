@@ -67,8 +67,6 @@ private Q_SLOTS:
     void fullTemporaryFolder();
     void fullDisk();
     void linksAndPermissions();
-    void shortNames_data();
-    void shortNames();
 
 private:
     bool write(const SessionContents& contents, const QString& path)
@@ -396,21 +394,6 @@ void SessionFileTest::linksAndPermissions()
     SessionContents contents;
     QVERIFY(SessionFile::read(m_path, contents, m_message));
     QCOMPARE(contents.panes.size(), 2);
-}
-
-void SessionFileTest::shortNames_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("/a/b/lab.vmr") << u"lab.vmr"_s;
-    QTest::newRow("/a/Session_lab.vmr") << u"lab.vmr"_s;
-    QTest::newRow("/a/session_lab.vmr") << u"session_lab.vmr"_s;
-    QTest::newRow("/Session_a/my Session_lab.vmr") << u"my Session_lab.vmr"_s;
-}
-
-void SessionFileTest::shortNames()
-{
-    const QString path = QString::fromLatin1(QTest::currentDataTag());
-    QTEST(SessionFile::strippedName(path), "name");
 }
 
 QTEST_MAIN(SessionFileTest)

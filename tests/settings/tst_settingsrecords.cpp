@@ -19,14 +19,12 @@ class SettingsRecordsTest final : public QObject
 
 private Q_SLOTS:
     void unitsOfStoredNumbers();
-    void connectionModes();
     void connectionIsSanitized();
     void formatIsSanitized();
     void hostHistory();
     void orders();
     void visibleFields();
     void displayFonts();
-    void serviceAddress_data();
     void serviceAddress();
 };
 
@@ -46,29 +44,6 @@ void SettingsRecordsTest::unitsOfStoredNumbers()
     QCOMPARE(C::rotateSizeBytesToMb(1048576), 1);
     QCOMPARE(C::rotateSizeBytesToMb(-1048577), -1);
     QCOMPARE(C::storedToDisplayBuffer(C::displayBufferToStored(10) - 1), 9);
-}
-
-void SettingsRecordsTest::connectionModes()
-{
-    using enum connectionMode;
-    QCOMPARE(connectionModeFromInt(-1), SerialPort);
-    QCOMPARE(connectionModeFromInt(8), RemoteSerialCloudRelay);
-    QCOMPARE(connectionModeFromInt(9), SerialPort);
-    QList<int> tcp;
-    QList<int> remote;
-    QList<int> udp;
-    for (int i = 0; i <= 8; ++i) {
-        const connectionMode mode = connectionModeFromInt(i);
-        if (connectionModeIsTcpClient(mode))
-            tcp << i;
-        if (connectionModeIsRemoteSerial(mode))
-            remote << i;
-        if (connectionModeIsUdp(mode))
-            udp << i;
-    }
-    QCOMPARE(tcp, (QList<int>{2, 7}));
-    QCOMPARE(remote, (QList<int>{7, 8}));
-    QCOMPARE(udp, (QList<int>{4, 5, 6}));
 }
 
 // Any number may stand in a file; none of them may reach a device.
@@ -191,33 +166,20 @@ void SettingsRecordsTest::displayFonts()
         expected.join(u' ').toCaseFolded());
 }
 
-void SettingsRecordsTest::serviceAddress_data()
-{
-    QTest::addColumn<QByteArray>("environment");
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("address");
-    const QString own = u"https://api.korvane.example"_s;
-    QTest::newRow("neither") << QByteArray() << QString() << own;
-    QTest::newRow("stored") << QByteArray() << u"http://s.example"_s << u"http://s.example"_s;
-    QTest::newRow("both") << QByteArray(" http://e.example ") << u"http://s.example"_s
-                          << u"http://e.example"_s;
-    QTest::newRow("blank environment")
-        << QByteArray(" \t") << u"http://s.example"_s << u"http://s.example"_s;
-    QTest::newRow("blank store") << QByteArray() << u" "_s << own;
-}
-
 void SettingsRecordsTest::serviceAddress()
 {
-    QFETCH(const QByteArray, environment);
-    QFETCH(const QString, stored);
     const QTemporaryDir dir;
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.path());
-    if (!stored.isNull()) {
-        QSettings store(Config::organizationName(), Config::applicationName());
+    const QString own = u"https://api.korvane.example"_s;
+    QCOMPARE(Config::dasHostAddress(), own);
+    QSettings store(Config::organizationName(), Config::applicationName());
+    for (const auto& [stored, environment, address] :
+        {std::tuple(u" "_s, "", own), {u"http://s.example"_s, " \t", u"http://s.example"_s},
+            {u"http://s.example"_s, " http://e.example ", u"http://e.example"_s}}) {
         store.setValue("HostAddress"_L1, stored);
+        qputenv("VMR_HOST", environment);
+        QCOMPARE(Config::dasHostAddress(), address);
     }
-    qputenv("VMR_HOST", environment);
-    QTEST(Config::dasHostAddress(), "address");
     qunsetenv("VMR_HOST");
 }
 
