@@ -202,8 +202,14 @@ constexpr std::array actionRows{
     ActionRow{"acAccountSignOut", QT_TRANSLATE_NOOP("MainWindow", "Sign Out"), MenuId::Cloud, "",
         "", NeedsSignIn},
 
-    ActionRow{"actionEnglish", QT_TRANSLATE_NOOP("MainWindow", "English"), MenuId::Language},
-    ActionRow{"actionChinese", QT_TRANSLATE_NOOP("MainWindow", "Chinese"), MenuId::Language},
+    ActionRow{.name = "actionEnglish",
+        .label = QT_TRANSLATE_NOOP("MainWindow", "English"),
+        .menu = MenuId::Language,
+        .checkable = true},
+    ActionRow{.name = "actionChinese",
+        .label = QT_TRANSLATE_NOOP("MainWindow", "Chinese"),
+        .menu = MenuId::Language,
+        .checkable = true},
 
     ActionRow{"acHelpOnline", QT_TRANSLATE_NOOP("MainWindow", "Help"), MenuId::Help, "",
         QT_TRANSLATE_NOOP("MainWindow", "Open the help page in the browser")},

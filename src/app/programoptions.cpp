@@ -5,6 +5,8 @@
 #include "app/settings/storewriter.h"
 
 #include <QAction>
+#include <QActionGroup>
+#include <QLocale>
 #include <QSettings>
 #include <QWidget>
 
@@ -18,6 +20,9 @@ ProgramOptions::ProgramOptions(
     , m_state(state)
     , m_window(window)
 {
+    auto* languages = new QActionGroup(this);
+    languages->addAction(m_actions.english);
+    languages->addAction(m_actions.chinese);
     showInActions();
     connect(m_actions.openLastConnection, &QAction::triggered, this,
         &ProgramOptions::setOpenLastConnection);
@@ -48,6 +53,9 @@ void ProgramOptions::showInActions()
 {
     m_actions.openLastConnection->setChecked(m_state.openLastConnection);
     m_actions.autoReconnect->setChecked(m_state.autoReconnect);
+    const bool chinese = InterfaceLanguage::wantsChinese(
+        int(InterfaceLanguage::stored(m_store)), QLocale::system().name());
+    (chinese ? m_actions.chinese : m_actions.english)->setChecked(true);
 }
 
 void ProgramOptions::setOpenLastConnection(bool on)
@@ -67,7 +75,9 @@ void ProgramOptions::setAutoReconnect(bool on)
 
 void ProgramOptions::setLanguage(InterfaceLanguage::Choice language)
 {
-    if (store([this, language] { InterfaceLanguage::choose(m_store, language); }))
+    const bool stored = store([this, language] { InterfaceLanguage::choose(m_store, language); });
+    showInActions();
+    if (stored)
         MessageBoxes::showInformation(
             m_window, tr("The changes will take effect when the program is restarted."));
 }
