@@ -71,7 +71,6 @@ void CrcPanel::buildInput()
     auto* form = static_cast<QFormLayout*>(layout());
     m_input->setAccessibleName(tr("Input"));
     m_input->setTabChangesFocus(true);
-    m_input->setMaximumHeight(m_input->fontMetrics().lineSpacing() * 5);
     m_ascii->setChecked(true);
     auto* kinds = new QHBoxLayout;
     kinds->addWidget(m_ascii);
@@ -122,6 +121,8 @@ void CrcPanel::buildResult()
         tr("Least significant byte first"), int(CrcCalculation::ByteOrder::LeastSignificantFirst));
     m_status->setWordWrap(true);
     m_status->setTextFormat(Qt::PlainText);
+    // What the window has to spare goes to the input.
+    m_status->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     form->addRow(tr("Base"), m_base);
     form->addRow(tr("Result"), m_result);
     form->addRow(tr("Byte order"), m_byteOrder);
