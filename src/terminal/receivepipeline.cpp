@@ -31,6 +31,8 @@ ReceivePipeline::Clocks systemClocks()
     return {localTimeNow, [timer] { return timer.elapsed(); }};
 }
 
+constexpr qsizetype kHexCharacters = 3; // of a byte: MessageCodec::toHexString()
+
 // Only in ISO-8859-1 are 0x9B and 0x9D the control codes that introduce sequences. Elsewhere they
 // are parts of characters (the last byte of U+56FD in UTF-8) or characters (U+203A in
 // Windows-1252), and taking them for control codes would swallow text.
@@ -67,6 +69,8 @@ void ReceivePipeline::setFormatSetting(const FormatSetting& format)
         || receivesText() != wasText)
         m_queue.filters().reset();
     m_queue.filters().setSingleByteIntroducers(hasSingleByteIntroducers(m_format.receiveEncoding));
+    if (trimToMaximum())
+        Q_EMIT drained();
 }
 
 void ReceivePipeline::ingestRx(const QByteArray& bytes, bool fromStream, const QString& peer)
@@ -205,7 +209,7 @@ void ReceivePipeline::tellCounters()
 void ReceivePipeline::displayPortBuffer()
 {
     const qint64 started = m_clocks.monotonicMs();
-    Batch batch;
+    DisplayBatch batch;
     do {
         const std::size_t before = m_queue.count();
         const rxData slice = m_queue.takeSlice(receivesText());
@@ -218,14 +222,12 @@ void ReceivePipeline::displayPortBuffer()
             m_log->logRecord(slice);
     } while (mayDrain() && m_clocks.monotonicMs() - started < kDrainBudgetMs);
     flush(batch);
-    if (m_sink.textLength() > m_format.displayBufferSize)
-        removeHalfData();
     forgetLeavingPeers();
     Q_EMIT drained();
     updateThrottle();
 }
 
-void ReceivePipeline::decodeBufferForUi(const rxData& slice, Batch& batch)
+void ReceivePipeline::decodeBufferForUi(const rxData& slice, DisplayBatch& batch)
 {
     WireTextDecoder& decoder =
         slice.direction == RXorTx::Received ? m_decoders.received(slice.peer) : m_decoders.sent();
@@ -235,21 +237,40 @@ void ReceivePipeline::decodeBufferForUi(const rxData& slice, Batch& batch)
         flush(batch);
     batch.color = color;
     MessageCodec::appendForUi(slice, m_format, m_display, decoder, batch.text);
+    if (!showsText(slice.direction))
+        batch.noteBytes(kHexCharacters * slice.bytes.size());
 }
 
-void ReceivePipeline::flush(Batch& batch)
+// A resumed view shows tens of megabytes in few drains: it is trimmed after each append, so that it
+// never grows by more than a batch over its maximum.
+void ReceivePipeline::flush(DisplayBatch& batch)
 {
-    if (!batch.text.isEmpty())
+    if (batch.text.isEmpty())
+        return;
+    if (batch.bytes.isEmpty())
         m_sink.appendText(batch.text, batch.color);
+    else
+        m_sink.appendHexadecimal(batch.text, batch.color, batch.bytes);
     batch.text.resize(0);
+    batch.bytes.clear();
+    trimToMaximum();
+}
+
+// True when it removed something.
+bool ReceivePipeline::trimToMaximum()
+{
+    const qint64 removedBefore = m_removedCharacters;
+    while (m_sink.textLength() > m_format.displayBufferSize)
+        removeHalfData();
+    return m_removedCharacters > removedBefore;
 }
 
 void ReceivePipeline::removeHalfData()
 {
-    const qint64 removed = qMin<qint64>(m_sink.textLength(), m_format.displayBufferSize / 2);
+    const qint64 length = m_sink.textLength();
     m_sink.forceScrollToEnd();
-    m_sink.trimFront(removed);
-    m_removedCharacters += removed;
+    m_sink.trimFront(qMin<qint64>(length, m_format.displayBufferSize / 2));
+    m_removedCharacters += length - m_sink.textLength();
 }
 
 void ReceivePipeline::clear()
@@ -308,9 +329,11 @@ void ReceivePipeline::updateThrottle()
     Q_EMIT throttleRequested(throttled);
 }
 
-bool ReceivePipeline::receivesText() const
+bool ReceivePipeline::showsText(RXorTx direction) const
 {
-    return m_format.receiveMsgFormat != static_cast<qint32>(MessageFormat::Hexadecimal);
+    const qint32 format =
+        direction == RXorTx::Received ? m_format.receiveMsgFormat : m_format.sendMsgFormat;
+    return format != static_cast<qint32>(MessageFormat::Hexadecimal);
 }
 
 std::optional<QColor> ReceivePipeline::colorOf(RXorTx direction) const

@@ -2,6 +2,7 @@
 
 #include "app/settings/formatsetting.h"
 #include "terminal/decoderset.h"
+#include "terminal/displaybatch.h"
 #include "terminal/displayqueue.h"
 #include "terminal/format/displaystate.h"
 #include "terminal/runstate.h"
@@ -55,7 +56,8 @@ public:
     ReceivePipeline(DisplaySink& sink, Clocks clocks, QObject* parent = nullptr);
     ~ReceivePipeline() override;
 
-    // In force for everything shown from now on. A changed encoding makes fresh decoders.
+    // In force for everything shown from now on; a smaller maximum of the view at once. A changed
+    // encoding makes fresh decoders.
     void setFormatSetting(const FormatSetting& format);
 
     // Bytes from the transport. `fromStream` is false for datagrams, which stay records of their
@@ -86,7 +88,8 @@ public:
     void setTrafficLog(TrafficLog* log);
     // Hands all that still waits to the log instead of the view: the pane is going away.
     void logWaiting();
-    // Removes the first min(length, displayBufferSize / 2) characters of the view.
+    // Removes the first min(length, displayBufferSize / 2) characters of the view, and one more
+    // where that would part a surrogate pair.
     void removeHalfData();
 
     // What came from the transport; held bytes are counted when they are queued.
@@ -108,23 +111,18 @@ Q_SIGNALS:
     void statusMessage(const QString& text, int timeoutMs);
 
 private:
-    // Text of one colour on its way to one append: few large appends cost far less than many.
-    struct Batch
-    {
-        QString text;
-        std::optional<QColor> color;
-    };
-
     [[nodiscard]] bool mayDrain() const;
     void displayPortBuffer();
-    void decodeBufferForUi(const rxData& slice, Batch& batch);
-    void flush(Batch& batch);
+    void decodeBufferForUi(const rxData& slice, DisplayBatch& batch);
+    void flush(DisplayBatch& batch);
+    bool trimToMaximum();
     void forgetLeavingPeers();
     void queueHeldBytes();
     void armTimer();
     void tellCounters();
     void updateThrottle();
-    [[nodiscard]] bool receivesText() const;
+    [[nodiscard]] bool showsText(RXorTx direction) const;
+    [[nodiscard]] bool receivesText() const { return showsText(RXorTx::Received); }
     [[nodiscard]] std::optional<QColor> colorOf(RXorTx direction) const;
 
     DisplaySink& m_sink;

@@ -20,8 +20,18 @@ public:
         text += appended;
         appends.append({appended, color});
     }
+    void appendHexadecimal(const QString& appended, const std::optional<QColor>& color,
+        const QList<HexSpan>& spans) override
+    {
+        appendText(appended, color);
+        for (const HexSpan& span : spans)
+            digits += QStringView(appended).sliced(span.from, span.to - span.from);
+    }
     void trimFront(qint64 characters) override
     {
+        longest = qMax<qint64>(longest, text.size());
+        if (characters < text.size() && text.at(characters).isLowSurrogate())
+            ++characters; // the texts of the tests hold whole pairs
         text.remove(0, characters);
         trims.append(characters);
     }
@@ -31,6 +41,8 @@ public:
 
     QString text;
     QList<Append> appends;
+    QString digits; // that stand for bytes
     QList<qint64> trims;
+    qint64 longest = 0; // text before a trim
     int forcedScrolls = 0;
 };

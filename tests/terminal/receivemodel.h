@@ -30,6 +30,7 @@ public:
             decoders.clear();
         if (encodings || isText() != wasText)
             filters.clear();
+        trim();
     }
     void ingest(const QByteArray& bytes, const QString& peer, const QDateTime& now)
     {
@@ -84,20 +85,16 @@ public:
         if (state == RunState::Paused)
             return;
         qsizetype count = state == RunState::Running ? queue.size() : std::exchange(finishing, 0);
-        const bool any = count > 0;
         for (; count > 0; --count)
             show(queue.takeFirst());
-        if (any && text.size() > format.displayBufferSize) {
-            const qint64 front = std::min<qint64>(text.size(), format.displayBufferSize / 2);
-            text.remove(0, front);
-            removed += front;
-        }
+        trim();
     }
 
     [[nodiscard]] RunState runState() const { return state; }
 
     QString text;
     QList<StringSink::Append> appended; // by the last drain, neighbours of one colour in one piece
+    QString digits;                     // ever appended that stand for bytes
     qint64 received = 0;
     qint64 removed = 0;
 
@@ -105,6 +102,15 @@ private:
     [[nodiscard]] bool isText() const
     {
         return format.receiveMsgFormat == int(MessageFormat::Text);
+    }
+    void trim()
+    {
+        while (text.size() > format.displayBufferSize) {
+            qsizetype front = format.displayBufferSize / 2;
+            front += text.at(front).isLowSurrogate() ? 1 : 0;
+            text.remove(0, front);
+            removed += front;
+        }
     }
     void resetDecoders()
     {
@@ -114,8 +120,11 @@ private:
     QString decoded(const rxData& record)
     {
         const bool isRx = record.direction == RXorTx::Received;
-        if ((isRx ? format.receiveMsgFormat : format.sendMsgFormat) != int(MessageFormat::Text))
-            return QString::fromLatin1(record.bytes.toHex(' ').toUpper()) + u' ';
+        if ((isRx ? format.receiveMsgFormat : format.sendMsgFormat) != int(MessageFormat::Text)) {
+            const QString shown = QString::fromLatin1(record.bytes.toHex(' ').toUpper()) + u' ';
+            digits += shown;
+            return shown;
+        }
         auto& decoder = decoders[isRx ? u"Rx"_s + record.peer : u"Tx"_s];
         if (!decoder)
             decoder = WireTextCodecRegistry::createDecoder(

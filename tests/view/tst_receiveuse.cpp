@@ -103,7 +103,8 @@ private Q_SLOTS:
     void copiesBytes()
     {
         view_->setWrapAtBlanks(true);
-        view_->appendText(u"[Rx][12:00:00.123] 48 C3 A4 \n[Tx] 0A 1 0b 123 FF"_s, {});
+        const QString text = u"[Rx][12:00:00.123] 48 C3 A4 \n12 0A FF "_s;
+        view_->appendHexadecimal(text, {}, {{19, 28}, {32, text.size()}});
         view_->selectAll();
         view_->copyBytes();
         const QMimeData* content = QApplication::clipboard()->mimeData();
@@ -227,8 +228,11 @@ private Q_SLOTS:
                 text, random.below(2) == 0 ? std::optional(QColor(Qt::red)) : std::nullopt);
             model += text;
             if (random.below(12) == 0) {
-                const int count = random.below(static_cast<int>(model.size()) + 1);
+                qsizetype count = random.below(static_cast<int>(model.size()) + 1);
                 view_->trimFront(count);
+                if (count > 0 && count < model.size() && model.at(count).isLowSurrogate()
+                    && model.at(count - 1).isHighSurrogate())
+                    ++count; // no pair is torn
                 model.remove(0, count);
                 removed += count;
             } else if (random.below(40) == 0) {

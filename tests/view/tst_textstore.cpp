@@ -1,4 +1,5 @@
 #include "randomtext.h"
+#include "terminal/view/hexbytes.h"
 #include "terminal/view/rowindex.h"
 #include "terminal/view/textflow.h"
 #include "terminal/view/textstore.h"
@@ -11,25 +12,32 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// The store in its simplest form: a string, and a colour for each of its characters.
+// The store in its simplest form: a string, and for each of its characters a colour and whether it
+// belongs to a byte.
 struct Model
 {
     QString text;
     QList<QRgb> colors;
+    QList<bool> bytes;
     qint64 first = 0;
     qint64 firstLine = 0;
 
-    void append(const QString& piece, QRgb color)
+    void append(const QString& piece, QRgb color, bool isBytes)
     {
         text += piece;
         colors.resize(text.size(), color);
+        bytes.resize(text.size(), isBytes);
     }
     void trim(qsizetype count)
     {
         count = std::min(count, text.size());
+        if (count > 0 && count < text.size() && text.at(count).isLowSurrogate()
+            && text.at(count - 1).isHighSurrogate())
+            ++count;
         firstLine += text.left(count).count(u'\n');
         text.remove(0, count);
         colors.remove(0, count);
+        bytes.remove(0, count);
         first += count;
     }
     [[nodiscard]] QList<ColorRun> runs(qint64 from, qint64 to) const
@@ -39,6 +47,19 @@ struct Model
             const QRgb color = colors.at(at - first);
             if (result.isEmpty() || result.constLast().color != color)
                 result.append({at, at + 1, color});
+            else
+                result.last().to = at + 1;
+        }
+        return result;
+    }
+    [[nodiscard]] QList<TextRange> byteRanges(qint64 from, qint64 to) const
+    {
+        QList<TextRange> result;
+        for (qint64 at = from; at < to; ++at) {
+            if (!bytes.at(at - first))
+                continue;
+            if (result.isEmpty() || result.constLast().to != at)
+                result.append({at, at + 1});
             else
                 result.last().to = at + 1;
         }
@@ -61,6 +82,7 @@ class TestTextStore final : public QObject
 
 private Q_SLOTS:
     void equalsModel();
+    void bytesAreWholeAndNothingElse();
     void rowsCoverTheText_data();
     void rowsCoverTheText();
     void cutsMoveWithNothing();
@@ -78,7 +100,7 @@ void TestTextStore::equalsModel()
             const int action = random.below(20);
             if (action < 4) {
                 const auto count = random.below(action == 0 ? 300'000 : 40'000);
-                store.removeUpTo(model.first + count);
+                store.removeUpTo(store.behindPair(model.first + count));
                 model.trim(count);
             } else {
                 // Most text is Latin-1, so that chunks are widened in their middle.
@@ -87,8 +109,9 @@ void TestTextStore::equalsModel()
                 const QString text =
                     wide ? random.next(length) : QString(u"\u00E9b\nc d"_s).repeated(length / 6);
                 const QRgb color = random.below(3) == 0 ? qRgb(1, 2, 3) : TextChunk::noColor;
-                store.append(text, color);
-                model.append(text, color);
+                const bool isBytes = random.below(3) == 0;
+                store.append(text, color, isBytes);
+                model.append(text, color, isBytes);
             }
             QCOMPARE(store.firstPosition(), model.first);
             QCOMPARE(store.endPosition(), model.first + model.text.size());
@@ -100,6 +123,7 @@ void TestTextStore::equalsModel()
             QCOMPARE(store.textAt(position, count), model.text.mid(at, count));
             const qint64 to = std::min(position + count, store.endPosition());
             QCOMPARE(store.colorsIn(position, to), model.runs(position, to));
+            QCOMPARE(store.bytesIn(position, to), model.byteRanges(position, to));
             const qint64 line = model.firstLine + model.text.left(at).count(u'\n');
             QCOMPARE(store.lineAt(position), line);
             const qsizetype feed = model.text.indexOf(u'\n', at);
@@ -112,6 +136,32 @@ void TestTextStore::equalsModel()
         }
         QCOMPARE(store.textAt(0, store.endPosition()), model.text);
     }
+}
+
+// Stamps and text may look like bytes. Of a byte that is selected or held in part nothing is given.
+void TestTextStore::bytesAreWholeAndNothingElse()
+{
+    TextStore store;
+    store.append(u"AA 12 \n23 Nov 04:10 ");
+    const qint64 from = store.endPosition();
+    store.append(u"0A ", TextChunk::noColor, true);
+    store.append(u"1B ", qRgb(1, 2, 3), true);
+    const qint64 to = store.endPosition();
+    store.append(u"\n24 Dec 00:00 ");
+    store.append(u"FF 00 ", qRgb(1, 2, 3), true);
+    store.append(u"7F");
+    const qint64 end = store.endPosition();
+    QCOMPARE(hexBytesIn(store, 0, end), QByteArray("\x0A\x1B\xFF\0", 4));
+    QCOMPARE(hexBytesIn(store, from, to - 1), "\x0A\x1B");
+    QCOMPARE(hexBytesIn(store, from, to - 2), "\x0A");
+    QCOMPARE(hexBytesIn(store, from + 1, to), "\x1B");
+    QCOMPARE(hexBytesIn(store, from + 1, to - 2), QByteArray());
+    QCOMPARE(hexBytesIn(store, 0, from), QByteArray());
+    store.removeUpTo(from + 1);
+    QCOMPARE(hexBytesIn(store, 0, to), "\x1B");
+    for (int i = 0; i < 60'000; ++i) // over several chunks
+        store.append(u"5A ", TextChunk::noColor, true);
+    QCOMPARE(hexBytesIn(store, end, store.endPosition()), QByteArray(60'000, 'Z'));
 }
 
 void TestTextStore::rowsCoverTheText_data()

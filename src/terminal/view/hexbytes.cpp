@@ -1,33 +1,34 @@
 #include "terminal/view/hexbytes.h"
 
+#include "terminal/view/textstore.h"
+
 namespace {
 
 int digitOf(QChar c)
 {
-    if (c >= u'0' && c <= u'9')
-        return c.unicode() - u'0';
-    if (c >= u'A' && c <= u'F')
-        return c.unicode() - u'A' + 10;
-    return -1;
+    return c <= u'9' ? c.unicode() - u'0' : c.unicode() - u'A' + 10;
+}
+
+// Digits and blanks only; the first and the last group may be cut.
+void appendBytes(QByteArray& bytes, QStringView digits)
+{
+    constexpr int base = 16;
+    while (!digits.isEmpty()) {
+        qsizetype length = digits.indexOf(u' ');
+        if (length < 0)
+            length = digits.size();
+        if (length == 2)
+            bytes.append(static_cast<char>(digitOf(digits[0]) * base + digitOf(digits[1])));
+        digits = digits.sliced(qMin(length + 1, digits.size()));
+    }
 }
 
 } // namespace
 
-QByteArray bytesOfHexText(QStringView text)
+QByteArray hexBytesIn(const TextStore& store, qint64 from, qint64 to)
 {
-    constexpr int base = 16;
     QByteArray bytes;
-    qsizetype start = 0;
-    for (qsizetype i = 0; i <= text.size(); ++i) {
-        if (i < text.size() && text.at(i) != u' ' && text.at(i) != u'\n')
-            continue;
-        if (i - start == 2) {
-            const int high = digitOf(text.at(start));
-            const int low = digitOf(text.at(start + 1));
-            if (high >= 0 && low >= 0)
-                bytes.append(static_cast<char>(high * base + low));
-        }
-        start = i + 1;
-    }
+    for (const TextRange& range : store.bytesIn(from, to))
+        appendBytes(bytes, store.textAt(range.from, range.to - range.from));
     return bytes;
 }

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <QByteArray>
-#include <QString>
 
-// The bytes that a text of the hexadecimal display stands for: each group of exactly two digits
-// between blanks or line ends is one. Other groups (time stamps) are left out.
-[[nodiscard]] QByteArray bytesOfHexText(QStringView text);
+class TextStore;
+
+// The bytes whose hexadecimal display is in [from, to). One of which only a digit is there, at an
+// end of the range or of the text held, is left out, as are time stamps and any other text.
+[[nodiscard]] QByteArray hexBytesIn(const TextStore& store, qint64 from, qint64 to);

@@ -16,6 +16,15 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+namespace {
+
+QRgb colorIn(const std::optional<QColor>& color)
+{
+    return color && color->isValid() ? color->rgb() : TextChunk::noColor;
+}
+
+} // namespace
+
 ReceiveView::ReceiveView(QWidget* parent)
     : QWidget(parent)
     , area_(new ReceiveArea(
@@ -64,8 +73,27 @@ void ReceiveView::connectKeyboard()
 
 void ReceiveView::appendText(const QString& text, const std::optional<QColor>& color)
 {
-    const bool colored = color && color->isValid();
-    store_.append(text, colored ? color->rgb() : TextChunk::noColor);
+    store_.append(text, colorIn(color));
+    showAppended();
+}
+
+void ReceiveView::appendHexadecimal(
+    const QString& text, const std::optional<QColor>& color, const QList<HexSpan>& bytes)
+{
+    const QRgb rgb = colorIn(color);
+    const QStringView view(text);
+    qsizetype at = 0;
+    for (const HexSpan& span : bytes) {
+        store_.append(view.sliced(at, span.from - at), rgb);
+        store_.append(view.sliced(span.from, span.to - span.from), rgb, true);
+        at = span.to;
+    }
+    store_.append(view.sliced(at), rgb);
+    showAppended();
+}
+
+void ReceiveView::showAppended()
+{
     if (forceScroll_)
         area_->scrollToEnd();
     forceScroll_ = false;
@@ -75,7 +103,8 @@ void ReceiveView::appendText(const QString& text, const std::optional<QColor>& c
 
 void ReceiveView::trimFront(qint64 characters)
 {
-    removeUpTo(firstPosition() + std::clamp<qint64>(characters, 0, textLength()));
+    const qint64 end = firstPosition() + std::clamp<qint64>(characters, 0, textLength());
+    removeUpTo(store_.behindPair(end));
 }
 
 void ReceiveView::clearText()
@@ -144,7 +173,8 @@ void ReceiveView::copy()
 
 QByteArray ReceiveView::selectedBytes() const
 {
-    return bytesOfHexText(selectedText());
+    const TextSelection& selected = area_->selection();
+    return hexBytesIn(store_, selected.from(), selected.to());
 }
 
 void ReceiveView::copyBytes()

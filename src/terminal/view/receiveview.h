@@ -50,6 +50,8 @@ public:
     // palette's text colour. The Unicode line and paragraph separators, which are not line ends
     // here, are drawn as U+FFFD; the text keeps them.
     void appendText(const QString& text, const std::optional<QColor>& color) override;
+    void appendHexadecimal(const QString& text, const std::optional<QColor>& color,
+        const QList<HexSpan>& bytes) override;
     void trimFront(qint64 characters) override;
     // The cleared characters count as removed: positions are never used twice.
     void clearText() override;
@@ -70,8 +72,7 @@ public:
     void selectAll();
     void clearSelection();
     void copy();
-    // The bytes that the selected hexadecimal digits stand for: each group of two digits between
-    // blanks or line ends is one, anything else (time stamps) is left out.
+    // The bytes whose hexadecimal display is selected, both digits of each (hexbytes.h).
     [[nodiscard]] QByteArray selectedBytes() const;
     // Puts those bytes on the clipboard (application/octet-stream), and as UTF-8 text.
     void copyBytes();
@@ -131,6 +132,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    void showAppended();
     void removeUpTo(qint64 end);
     void connectArea();
     void connectKeyboard();

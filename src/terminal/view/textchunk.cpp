@@ -25,14 +25,14 @@ bool isLatin1(QStringView text)
 
 TextChunk::TextChunk() = default;
 
-qsizetype TextChunk::append(QStringView text, QRgb color)
+qsizetype TextChunk::append(QStringView text, QRgb color, bool bytes)
 {
     const qsizetype start = size();
     const QStringView taken = text.first(std::min(text.size(), capacity - start));
     if (taken.isEmpty())
         return 0;
-    if (runs_.empty() || runs_.back().color != color)
-        runs_.push_back({start, color});
+    if (runs_.empty() || runs_.back().color != color || runs_.back().bytes != bytes)
+        runs_.push_back({static_cast<quint16>(start), bytes, color});
     if (!wide_ && !isLatin1(taken))
         widen();
     if (wide_)

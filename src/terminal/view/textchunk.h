@@ -6,7 +6,7 @@
 #include <vector>
 
 // A piece of received text of at most `capacity` UTF-16 code units: append only, with the places
-// of its line feeds and the runs of its colours. Text within ISO 8859-1, which is nearly all that
+// of its line feeds and the runs of its styles. Text within ISO 8859-1, which is nearly all that
 // devices send, takes one byte a character; the first other character widens the whole chunk.
 class TextChunk final
 {
@@ -15,16 +15,18 @@ public:
     // No colour of its own: the text follows the palette. Colours are opaque.
     static constexpr QRgb noColor = 0;
 
+    // Text of one style; ends where the next one starts. A stamped line of hexadecimal takes two.
     struct Run
     {
-        qsizetype start = 0; // ends where the next one starts
+        quint16 start = 0;
+        bool bytes = false; // digits that stand for bytes (HexSpan)
         QRgb color = noColor;
     };
 
     TextChunk();
 
     // Takes what still fits and returns how many code units that are.
-    qsizetype append(QStringView text, QRgb color);
+    qsizetype append(QStringView text, QRgb color, bool bytes);
 
     [[nodiscard]] qsizetype size() const { return wide_ ? utf16_.size() : latin1_.size(); }
     [[nodiscard]] bool isFull() const { return size() == capacity; }

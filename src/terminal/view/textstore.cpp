@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-void TextStore::append(QStringView text, QRgb color)
+void TextStore::append(QStringView text, QRgb color, bool bytes)
 {
     while (!text.isEmpty()) {
         if (parts_.empty() || parts_.back().chunk.isFull()) {
@@ -11,7 +11,7 @@ void TextStore::append(QStringView text, QRgb color)
             parts_.back().lineFeedsBefore = lineFeeds_;
         }
         Part& last = parts_.back();
-        const qsizetype taken = last.chunk.append(text, color);
+        const qsizetype taken = last.chunk.append(text, color, bytes);
         lineFeeds_ = last.lineFeedsBefore + static_cast<qint64>(last.chunk.lineFeeds().size());
         end_ += taken;
         text = text.sliced(taken);
@@ -29,6 +29,13 @@ void TextStore::removeUpTo(qint64 position)
     first_ = position;
     while (!parts_.empty() && parts_.front().start + parts_.front().chunk.size() <= first_)
         parts_.pop_front();
+}
+
+qint64 TextStore::behindPair(qint64 position) const
+{
+    const bool within =
+        characterAt(position).isLowSurrogate() && characterAt(position - 1).isHighSurrogate();
+    return within ? position + 1 : position;
 }
 
 QString TextStore::textAt(qint64 position, qint64 count) const
@@ -93,24 +100,48 @@ qint64 TextStore::lineFeedPosition(qint64 number) const
     return part.start + part.chunk.lineFeeds()[index];
 }
 
-QList<ColorRun> TextStore::colorsIn(qint64 from, qint64 to) const
+template<typename Visitor>
+void TextStore::visitRuns(qint64 from, qint64 to, Visitor&& visit) const
 {
-    QList<ColorRun> colors;
     from = std::max(from, first_);
     to = std::min(to, end_);
     while (from < to) {
         const Part& part = partAt(from);
         const qint64 partEnd = std::min(to, part.start + part.chunk.size());
         const std::vector<TextChunk::Run>& runs = part.chunk.runs();
-        auto run = std::ranges::upper_bound(runs, from - part.start, {}, &TextChunk::Run::start);
-        const QRgb color = std::prev(run)->color;
-        const qint64 runEnd =
-            run == runs.end() ? partEnd : std::min(partEnd, part.start + run->start);
-        if (!colors.isEmpty() && colors.constLast().color == color)
-            colors.last().to = runEnd;
-        else
-            colors.append({from, runEnd, color});
-        from = runEnd;
+        auto next = std::ranges::upper_bound(runs, from - part.start, {}, &TextChunk::Run::start);
+        while (from < partEnd) {
+            const TextChunk::Run& run = *std::prev(next);
+            const qint64 runEnd =
+                next == runs.end() ? partEnd : std::min(partEnd, part.start + next++->start);
+            visit(TextRange{from, runEnd}, run);
+            from = runEnd;
+        }
     }
+}
+
+QList<ColorRun> TextStore::colorsIn(qint64 from, qint64 to) const
+{
+    QList<ColorRun> colors;
+    visitRuns(from, to, [&colors](const TextRange& range, const TextChunk::Run& run) {
+        if (!colors.isEmpty() && colors.constLast().color == run.color)
+            colors.last().to = range.to;
+        else
+            colors.append({range.from, range.to, run.color});
+    });
     return colors;
+}
+
+QList<TextRange> TextStore::bytesIn(qint64 from, qint64 to) const
+{
+    QList<TextRange> bytes;
+    visitRuns(from, to, [&bytes](const TextRange& range, const TextChunk::Run& run) {
+        if (!run.bytes)
+            return;
+        if (!bytes.isEmpty() && bytes.constLast().to == range.from)
+            bytes.last().to = range.to;
+        else
+            bytes.append(range);
+    });
+    return bytes;
 }

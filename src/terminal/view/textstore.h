@@ -6,6 +6,15 @@
 #include <QList>
 #include <deque>
 
+// From one position up to another.
+struct TextRange
+{
+    qint64 from = 0;
+    qint64 to = 0;
+
+    bool operator==(const TextRange&) const = default;
+};
+
 // Text of one colour, from one position up to another.
 struct ColorRun
 {
@@ -16,21 +25,25 @@ struct ColorRun
     bool operator==(const ColorRun&) const = default;
 };
 
-// The text of a receive view: grows at its end, loses characters at its front, knows its lines and
-// its colours. Positions are absolute (textsource.h); so are lines, which are numbered by the line
-// feeds in front of them since the first character ever appended.
+// The text of a receive view: grows at its end, loses characters at its front, knows its lines, its
+// colours and which of its digits are bytes of the hexadecimal display. Positions are absolute
+// (textsource.h); so are lines, which are numbered by the line feeds in front of them since the
+// first character ever appended.
 //
 // Held in chunks, all full but the last: appending costs by what is appended, removing by the
 // chunks that go, reading by what is read, and a line of ten million characters costs no more than
 // a million short ones. Memory: one byte for a character of ISO 8859-1, two bytes for others, two
-// for each line feed, 16 for each change of colour, and a chunk that is removed in part. The owner
-// bounds the text.
+// for each line feed, 8 for each change of colour and each switch between bytes and other text, and
+// a chunk that is removed in part. The owner bounds the text.
 class TextStore final : public TextSource
 {
 public:
-    void append(QStringView text, QRgb color = TextChunk::noColor);
+    // `bytes` says that the text is digits that stand for bytes (HexSpan).
+    void append(QStringView text, QRgb color = TextChunk::noColor, bool bytes = false);
     // Positions outside of what is held mean its ends.
     void removeUpTo(qint64 position);
+    // The position itself, or the next one where it lies within a surrogate pair.
+    [[nodiscard]] qint64 behindPair(qint64 position) const;
 
     [[nodiscard]] qint64 firstPosition() const override { return first_; }
     [[nodiscard]] qint64 endPosition() const override { return end_; }
@@ -49,6 +62,8 @@ public:
 
     // The runs of [from, to), without gaps, ascending.
     [[nodiscard]] QList<ColorRun> colorsIn(qint64 from, qint64 to) const;
+    // Where bytes stand in [from, to), ascending; neighbours are one range.
+    [[nodiscard]] QList<TextRange> bytesIn(qint64 from, qint64 to) const;
 
     // Calls visit(position) for each line feed in [from, to), ascending.
     template<typename Visitor>
@@ -64,6 +79,9 @@ private:
 
     [[nodiscard]] const Part& partAt(qint64 position) const;
     [[nodiscard]] qint64 lineFeedPosition(qint64 number) const;
+    // Calls visit(range, run) for each run of each chunk in [from, to), ascending, without gaps.
+    template<typename Visitor>
+    void visitRuns(qint64 from, qint64 to, Visitor&& visit) const;
 
     std::deque<Part> parts_;
     qint64 first_ = 0;
