@@ -58,6 +58,7 @@ CalculatorPanel::CalculatorPanel(QWidget* parent)
     buildIeee(form);
     calculate();
     showIeee();
+    setFocusProxy(m_expression);
 }
 
 CalculatorPanel::~CalculatorPanel() = default;

@@ -12,10 +12,12 @@ ToolBox::ToolBox(QWidget* parent)
     setWindowTitle(tr("Toolbox"));
     auto* crc = new CrcPanel;
     auto* tabs = new QTabWidget(this);
-    tabs->addTab(new CalculatorPanel, tr("C&alculator"));
+    auto* calculator = new CalculatorPanel;
+    tabs->addTab(calculator, tr("C&alculator"));
     tabs->addTab(crc, tr("C&RC"));
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(tabs);
+    calculator->setFocus();
     connect(crc, &CrcPanel::insertRequested, this, &ToolBox::insertRequested);
 }
 
