@@ -15,6 +15,9 @@ SettingsColumn::SettingsColumn(QWidget* content, QWidget* parent)
     : QScrollArea(parent)
 {
     setFrameShape(QFrame::NoFrame);
+    // Tab goes from field to field and scrolls to them; the column itself would be a stop where
+    // nothing is seen.
+    setFocusPolicy(Qt::NoFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWidgetResizable(true);
     setWidget(content);
