@@ -4,11 +4,15 @@
 
 #include <QAccessible>
 #include <QClipboard>
+#include <QDialog>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <QTimer>
 #include <QVBoxLayout>
+#include <QWindow>
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -71,6 +75,82 @@ private Q_SLOTS:
         QVERIFY(view_->selectedText().startsWith(u"line 0\n"_s)
                 || view_->selectedText().startsWith(u"ine 0\n"_s));
         QTest::mouseRelease(viewport(), Qt::LeftButton, {}, QPoint(10, -100));
+    }
+
+    // The release of a button goes to nobody when a dialog has come between.
+    void lostReleaseEndsTheDrag()
+    {
+        view_->appendText(numberedLines(0, 2000), {});
+        QWindow* native = window_->windowHandle();
+        const QPoint above = viewport()->mapTo(window_.get(), QPoint(10, -100));
+        QTest::mousePress(native, Qt::LeftButton, {}, viewport()->mapTo(window_.get(), at(5, 0)));
+        QTest::mouseMove(native, above);
+        QTRY_VERIFY(timerRuns() && !view_->isAtBottom());
+        QDialog dialog(window_.get());
+        dialog.open();
+        QTest::mouseRelease(native, Qt::LeftButton, {}, above);
+        dialog.close();
+        QTRY_VERIFY(!timerRuns());
+    }
+
+    void rowsStandStillUnderTheButton()
+    {
+        view_->appendText(numberedLines(0, 200), {});
+        QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
+        const qint64 top = view_->visibleRange().first;
+        view_->appendText(numberedLines(200, 30), {});
+        moveTo(at(5, 3));
+        QCOMPARE(view_->selectedText(), u"lin"_s);
+        QCOMPARE(view_->visibleRange().first, top);
+        QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(5, 3));
+        QVERIFY(view_->isAtBottom());
+        QCOMPARE(view_->visibleRange().second, view_->endPosition());
+
+        QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
+        turnWheel(*view_, 120);
+        QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(5, 0));
+        QVERIFY(!view_->isAtBottom());
+    }
+
+    void thirdClickIsNearTheSecond()
+    {
+        view_->appendText(u"one two three"_s, {});
+        QTest::mouseDClick(viewport(), Qt::LeftButton, {}, at(0, 0));
+        QTest::mousePress(viewport(), Qt::LeftButton, {}, at(0, 9));
+        QVERIFY(!view_->hasSelection());
+        QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(0, 9));
+    }
+
+    void tallerForAWhileKeepsThePlace()
+    {
+        view_->appendText(numberedLines(0, 200), {});
+        window_->resize(600, 300);
+        QTRY_VERIFY(view_->height() < 300);
+        view_->scrollToEnd();
+        turnWheel(*view_, 3 * 120);
+        const qint64 top = view_->visibleRange().first;
+        for (const int height : {700, 300}) {
+            window_->resize(600, height);
+            QCOMPARE(view_->isAtBottom(), false);
+            QCOMPARE(view_->visibleRange().second == view_->endPosition(), height == 700);
+        }
+        view_->appendText(numberedLines(200, 3), {});
+        QCOMPARE(view_->visibleRange().first, top);
+    }
+
+    void zoomLeavesTheLeastSize()
+    {
+        const QSize least = window_->minimumSizeHint();
+        QFont font = view_->displayFont();
+        font.setPixelSize(20);
+        view_->setDisplayFont(font);
+        const int points = QFontInfo(font).pointSize();
+        view_->zoomBy(1);
+        QCOMPARE(view_->displayFont().pointSize(), points + 1);
+        view_->zoomBy(100);
+        QCOMPARE(view_->displayFont().pointSize(), ReceiveView::largestPointSize);
+        QCoreApplication::processEvents();
+        QCOMPARE(window_->minimumSizeHint(), least);
     }
 
     void keysGoByCharacters_data()
@@ -207,6 +287,56 @@ private Q_SLOTS:
         QCOMPARE(text->selectionCount(), 1);
     }
 
+    void screenReaderHears()
+    {
+        if (!QAccessible::isActive())
+            QSKIP("the platform has no bridge to screen readers, or none listens");
+        static QStringList heard;
+        heard.clear();
+        const auto before = QAccessible::installUpdateHandler([](QAccessibleEvent* event) {
+            if (event->type() == QAccessible::TextInserted) {
+                auto* inserted = static_cast<QAccessibleTextInsertEvent*>(event);
+                heard += u"+%1 %2"_s.arg(inserted->changePosition()).arg(inserted->textInserted());
+            } else if (event->type() == QAccessible::TextRemoved) {
+                auto* removed = static_cast<QAccessibleTextRemoveEvent*>(event);
+                heard += u"-%1 %2"_s.arg(removed->changePosition()).arg(removed->textRemoved());
+            } else if (event->type() == QAccessible::TextSelectionChanged) {
+                auto* selected = static_cast<QAccessibleTextSelectionEvent*>(event);
+                heard += u"%1..%2 at %3"_s.arg(selected->selectionStart())
+                             .arg(selected->selectionEnd())
+                             .arg(selected->cursorPosition());
+            }
+        });
+        view_->appendText(u"one two"_s, {});
+        QTRY_COMPARE(heard.size(), 1);
+        view_->appendText(u" three"_s, {}); // comes and goes before it was told
+        view_->trimFront(4);
+        view_->clearText();
+        view_->appendText(u"four"_s, {});
+        QTRY_COMPARE(heard.size(), 4);
+        view_->selectAll();
+        QAccessible::installUpdateHandler(before);
+        QCOMPARE(heard, QStringList({u"+0 one two"_s, u"-0 one "_s, u"-0 two"_s, u"+0 four"_s,
+                            u"0..4 at 4"_s}));
+    }
+
+    // Asked for a line, a view whose device never ends one hands over a piece.
+    void screenReaderGetsPieces()
+    {
+        view_->appendText(u"a\n"_s + QString(100'000, u'x') + u"\nb"_s, {});
+        QAccessibleTextInterface* text =
+            QAccessible::queryAccessibleInterface(area())->textInterface();
+        int start = 0;
+        int end = 0;
+        for (int offset = 2; offset < 100'003; offset = end) {
+            const QString piece =
+                text->textAtOffset(offset, QAccessible::LineBoundary, &start, &end);
+            QCOMPARE(start, offset);
+            QVERIFY(piece.size() == end - start && piece.size() > 0 && piece.size() < 4096);
+        }
+        QCOMPARE(end, 100'003);
+    }
+
     void survivesAnything_data()
     {
         QTest::addColumn<quint32>("seed");
@@ -259,6 +389,10 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QAbstractScrollArea* area() const { return areaOf(*view_); }
     [[nodiscard]] QWidget* viewport() const { return area()->viewport(); }
+    [[nodiscard]] bool timerRuns() const
+    {
+        return std::ranges::any_of(view_->findChildren<QTimer*>(), &QTimer::isActive);
+    }
     // Middle of a column's left half, in the middle of a row.
     [[nodiscard]] QPoint at(int row, double column) const
     {

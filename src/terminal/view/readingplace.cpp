@@ -2,9 +2,17 @@
 
 #include <algorithm>
 
+bool ReadingPlace::isAtBottom() const
+{
+    return follows_ && (!held_ || top().from() >= lastTop().from());
+}
+
 TextRow ReadingPlace::top() const
 {
-    return follows_ ? lastTop() : flow_.rowAt(top_);
+    if (follows_ && !held_)
+        return lastTop();
+    // Down by a page as far as there are rows, and back.
+    return flow_.moved(flow_.moved(flow_.rowAt(top_), pageRows_ - 1), 1 - pageRows_);
 }
 
 TextRow ReadingPlace::lastTop() const
@@ -23,8 +31,16 @@ void ReadingPlace::scrollBy(qint64 rows)
     scrollTo(flow_.moved(top(), rows).from());
 }
 
+void ReadingPlace::hold()
+{
+    top_ = top().from();
+    held_ = true;
+}
+
 void ReadingPlace::settle()
 {
-    if (!follows_)
-        scrollTo(top_);
+    top_ = std::max(top_, store_.firstPosition());
+    // Nothing is left that the reader could have been at.
+    if (store_.firstPosition() == store_.endPosition())
+        follows_ = true;
 }

@@ -3,7 +3,9 @@
 #include "terminal/view/textflow.h"
 
 // Where the reader is: at the bottom, which moves with the text, or at a place, which stays the
-// top row whatever arrives, until it is removed at the front.
+// top row whatever arrives, until it is removed at the front. Only scrolling leads from one to the
+// other: a view that is taller for a while, or has smaller letters, shows the last page instead of
+// empty rows but keeps the place.
 class ReadingPlace final
 {
 public:
@@ -17,14 +19,19 @@ public:
     void setPageRows(int rows) { pageRows_ = qMax(rows, 1); }
     [[nodiscard]] int pageRows() const { return pageRows_; }
 
-    [[nodiscard]] bool isAtBottom() const { return follows_; }
+    [[nodiscard]] bool isAtBottom() const;
     [[nodiscard]] TextRow top() const;
 
+    // While the rows are held, that is when the hold ends.
     void scrollToEnd() { follows_ = true; }
     // The row of a position becomes the top one, or the last page is shown.
     void scrollTo(qint64 position);
     void scrollBy(qint64 rows);
-    // To be called when text was removed, and when rows or the page have changed.
+    // Between hold() and release() only scrolling moves the rows, so that what a person points at
+    // stays under the pointer while text arrives.
+    void hold();
+    void release() { held_ = false; }
+    // To be called when text was removed.
     void settle();
 
 private:
@@ -34,5 +41,6 @@ private:
     TextFlow& flow_;
     int pageRows_ = 1;
     bool follows_ = true;
+    bool held_ = false;
     qint64 top_ = 0;
 };

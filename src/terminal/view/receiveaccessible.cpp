@@ -1,5 +1,6 @@
 #include "terminal/view/receiveaccessible.h"
 
+#include "terminal/view/linecuts.h"
 #include "terminal/view/receivearea.h"
 
 #include <QTextBoundaryFinder>
@@ -10,10 +11,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr qint64 mostToldCharacters = 2048;
+
 QAccessibleInterface* makeInterface(const QString& /*className*/, QObject* object)
 {
     auto* area = qobject_cast<ReceiveArea*>(object);
     return area != nullptr ? new ReceiveAccessible(*area) : nullptr;
+}
+
+int offsetIn(const ReceiveArea& area, qint64 position)
+{
+    constexpr qint64 most = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp<qint64>(position - area.store().firstPosition(), 0, most));
 }
 
 } // namespace
@@ -25,16 +34,49 @@ void ReceiveAccessible::install()
 
 void ReceiveAccessible::tellAppended(ReceiveArea& area, qint64 from)
 {
-    constexpr qint64 mostCharacters = 2048;
     if (!QAccessible::isActive())
         return;
     const TextStore& store = area.store();
     const qint64 end = store.endPosition();
-    from = std::max({from, end - mostCharacters, store.firstPosition()});
+    from = std::max({from, end - mostToldCharacters, store.firstPosition()});
     if (from >= end)
         return;
-    const auto offset = static_cast<int>(from - store.firstPosition());
-    QAccessibleTextInsertEvent event(&area, offset, store.textAt(from, end - from));
+    QAccessibleTextInsertEvent event(&area, offsetIn(area, from), store.textAt(from, end - from));
+    QAccessible::updateAccessibility(&event);
+}
+
+QString ReceiveAccessible::toldText(const ReceiveArea& area, qint64 end)
+{
+    if (!QAccessible::isActive())
+        return {};
+    const qint64 first = area.store().firstPosition();
+    return area.store().textAt(first, std::clamp<qint64>(end - first, 0, mostToldCharacters));
+}
+
+void ReceiveAccessible::tellRemoved(ReceiveArea& area, const QString& text)
+{
+    if (text.isEmpty())
+        return;
+    QAccessibleTextRemoveEvent event(&area, 0, text);
+    QAccessible::updateAccessibility(&event);
+}
+
+void ReceiveAccessible::tellCursor(ReceiveArea& area)
+{
+    if (!QAccessible::isActive())
+        return;
+    QAccessibleTextCursorEvent event(&area, offsetIn(area, area.selection().cursor()));
+    QAccessible::updateAccessibility(&event);
+}
+
+void ReceiveAccessible::tellSelection(ReceiveArea& area)
+{
+    if (!QAccessible::isActive())
+        return;
+    const TextSelection& selected = area.selection();
+    QAccessibleTextSelectionEvent event(
+        &area, offsetIn(area, selected.from()), offsetIn(area, selected.to()));
+    event.setCursorPosition(offsetIn(area, selected.cursor()));
     QAccessible::updateAccessibility(&event);
 }
 
@@ -62,8 +104,7 @@ qint64 ReceiveAccessible::positionOf(int offset) const
 
 int ReceiveAccessible::offsetOf(qint64 position) const
 {
-    constexpr qint64 most = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp<qint64>(position - area().store().firstPosition(), 0, most));
+    return offsetIn(area(), position);
 }
 
 int ReceiveAccessible::characterCount() const
@@ -123,12 +164,12 @@ std::pair<qint64, qint64> ReceiveAccessible::unitAt(
     const TextStore& store = area().store();
     if (boundary == QAccessible::NoBoundary)
         return {store.firstPosition(), store.endPosition()};
-    const qint64 line = store.lineAt(position);
-    const qint64 feed = line < store.lastLine() ? 1 : 0;
-    const qint64 first = std::max(store.lineStart(line), store.firstPosition());
-    const qint64 last = store.lineEnd(line) + feed;
+    const TextSegment segment = LineCuts(store).segmentAt(position);
+    const qint64 feed = segment.endsLine && segment.line < store.lastLine() ? 1 : 0;
     if (boundary != QAccessible::CharBoundary && boundary != QAccessible::WordBoundary)
-        return {first, last};
+        return {segment.from, segment.to + feed};
+    const qint64 first = std::max(store.lineStart(segment.line), store.firstPosition());
+    const qint64 last = store.lineEnd(segment.line) + (segment.line < store.lastLine() ? 1 : 0);
     // Of a very long line only what is near.
     constexpr qint64 near = 2048;
     const qint64 from = std::max(first, position - near);

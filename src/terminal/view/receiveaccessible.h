@@ -13,9 +13,15 @@ public:
     // Makes the interface for every receive area; may be called more than once.
     static void install();
 
-    // Tells screen readers, if there are any, what was appended behind a position: what came last,
-    // not all of a flood.
+    // Each of these costs nothing, and does nothing, while no screen reader listens. Of a flood,
+    // and of what a trim takes away, a reader is told a part: what came last, what stood first.
     static void tellAppended(ReceiveArea& area, qint64 from);
+    // The text up to `end`, to be told of when it has been removed.
+    [[nodiscard]] static QString toldText(const ReceiveArea& area, qint64 end);
+    static void tellRemoved(ReceiveArea& area, const QString& text);
+    // Where they are now.
+    static void tellCursor(ReceiveArea& area);
+    static void tellSelection(ReceiveArea& area);
 
     explicit ReceiveAccessible(ReceiveArea& area);
 
@@ -46,7 +52,8 @@ private:
     [[nodiscard]] ReceiveArea& area() const;
     [[nodiscard]] qint64 positionOf(int offset) const;
     [[nodiscard]] int offsetOf(qint64 position) const;
-    // Start and end of the character, word or line that holds a position.
+    // Start and end of the character, word or line that holds a position; of a line without end a
+    // piece (linecuts.h).
     [[nodiscard]] std::pair<qint64, qint64> unitAt(
         qint64 position, QAccessible::TextBoundaryType boundary) const;
     [[nodiscard]] QString take(std::pair<qint64, qint64> range, int* start, int* end) const;

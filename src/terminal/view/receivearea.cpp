@@ -62,8 +62,14 @@ void ReceiveArea::connectBars()
     });
 }
 
+void ReceiveArea::textAboutToBeRemoved(qint64 end)
+{
+    leaving_ = ReceiveAccessible::toldText(*this, std::min(end, told_));
+}
+
 void ReceiveArea::textRemoved()
 {
+    ReceiveAccessible::tellRemoved(*this, std::exchange(leaving_, {}));
     if (store_.firstPosition() == store_.endPosition())
         bars_.forgetWidth();
     place_.settle();
@@ -89,6 +95,7 @@ void ReceiveArea::scheduleFrame()
 void ReceiveArea::refresh()
 {
     frame_.lastUs = FrameBudget::nowUs();
+    mouse_->endWhenReleased();
     ReceiveAccessible::tellAppended(*this, std::exchange(told_, store_.endPosition()));
     if (!isVisible())
         return;
@@ -113,6 +120,15 @@ const VisibleRows& ReceiveArea::sight()
 void ReceiveArea::scrollToEnd()
 {
     place_.scrollToEnd();
+    changed();
+}
+
+void ReceiveArea::holdRows(bool on)
+{
+    if (on)
+        place_.hold();
+    else
+        place_.release();
     changed();
 }
 
@@ -159,8 +175,12 @@ void ReceiveArea::selectionTouched()
 {
     const std::pair now{selection_.from(), selection_.to()};
     const auto before = std::exchange(toldSelection_, now);
-    if (now == before || (now.first == now.second && before.first == before.second))
+    if (now == before)
         return;
+    ReceiveAccessible::tellCursor(*this);
+    if (now.first == now.second && before.first == before.second)
+        return;
+    ReceiveAccessible::tellSelection(*this);
     viewport()->update();
     Q_EMIT selectionChanged();
 }
@@ -299,10 +319,15 @@ void ReceiveArea::updateStyle()
     flow_.setStyle(style);
     bars_.setRowLength(style->rowLength());
     place_.setPageRows((viewport()->height() - margin) / style->rowHeight());
-    place_.settle();
-    setMinimumSize(
-        qRound(smallestColumns * style->columnWidth()), smallestRows * style->rowHeight());
     changed();
+}
+
+// By the letters of the program, not those shown: zooming in one pane must not push others out of
+// the window.
+QSize ReceiveArea::minimumSizeHint() const
+{
+    const QFontMetrics metrics(QApplication::font());
+    return {smallestColumns * metrics.averageCharWidth(), smallestRows * metrics.lineSpacing()};
 }
 
 void ReceiveArea::paintEvent(QPaintEvent* /*event*/)

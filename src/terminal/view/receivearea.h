@@ -22,8 +22,7 @@ class ReceiveMouse;
 //
 // Told of new text it notes that what it shows is stale; rows, scroll bars and picture are made
 // anew once, at the next frame, however much arrives until then; when that is, framebudget.h
-// decides for all views together. Only the rows in sight are laid
-// out.
+// decides for all views together. Only the rows in sight are laid out.
 class ReceiveArea final : public QAbstractScrollArea
 {
     Q_OBJECT
@@ -36,13 +35,16 @@ public:
     ~ReceiveArea() override;
 
     void textAppended() { changed(); }
-    // After the store has lost text at its front.
+    // Before and after the store loses text at its front.
+    void textAboutToBeRemoved(qint64 end);
     void textRemoved();
     [[nodiscard]] bool isAtBottom() const { return place_.isAtBottom(); }
     void scrollToEnd();
     void scrollToTop();
     void scrollRows(int rows);
     void scrollPages(int pages);
+    // Rows that are held are moved by scrolling only, not by text that arrives.
+    void holdRows(bool on);
     // Scrolls only when the text is not in sight, then to the middle.
     void showRange(qint64 from, qint64 to);
     // From the start of the segment of the first row in sight to the end of the last one's.
@@ -79,6 +81,8 @@ public:
     // Caret of the composition, in the viewport.
     [[nodiscard]] QRect compositionArea();
     void moveFocus(bool forward) { (void)focusNextPrevChild(forward); }
+
+    [[nodiscard]] QSize minimumSizeHint() const override;
 
 Q_SIGNALS:
     void zoomRequested(int steps);
@@ -124,10 +128,11 @@ private:
     std::unique_ptr<ReceiveInput> input_;
     VisibleRows sight_;
     bool stale_ = true; // sight_ is to be made anew
-    QTimer refreshTimer_;
+    QTimer refreshTimer_{this};
     FrameBudget::View frame_;
     qint64 layoutUs_ = 0; // what the last frame took before it was painted
     qint64 told_ = 0;     // text up to here has been told to screen readers
+    QString leaving_;     // of it, what they are told of when it is gone
     std::pair<qint64, qint64> toldRange_{-1, -1};
     std::pair<qint64, qint64> toldSelection_;
     double goalX_ = -1; // of a selection that is extended up and down

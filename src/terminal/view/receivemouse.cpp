@@ -15,6 +15,11 @@ namespace {
 constexpr int scrollIntervalMs = 50;
 constexpr int mostRowsAtOnce = 20;
 
+bool isFar(QPoint point, QPoint other)
+{
+    return (point - other).manhattanLength() >= QApplication::startDragDistance();
+}
+
 } // namespace
 
 ReceiveMouse::ReceiveMouse(ReceiveArea& area)
@@ -24,6 +29,7 @@ ReceiveMouse::ReceiveMouse(ReceiveArea& area)
     scrollTimer_.setInterval(scrollIntervalMs);
     tripleClickTimer_.setSingleShot(true);
     connect(&scrollTimer_, &QTimer::timeout, this, &ReceiveMouse::scrollOn);
+    area.installEventFilter(this);
 }
 
 ReceiveMouse::~ReceiveMouse() = default;
@@ -32,11 +38,12 @@ void ReceiveMouse::press(const QMouseEvent& event)
 {
     if (event.button() != Qt::LeftButton)
         return;
-    pressed_ = last_ = event.position().toPoint();
-    const qint64 caret = area_.caretAt(pressed_);
-    const bool third = tripleClickTimer_.isActive();
+    const QPoint point = event.position().toPoint();
+    const bool third = tripleClickTimer_.isActive() && !isFar(point, pressed_);
     tripleClickTimer_.stop();
-    gesture_ = Gesture::Selecting;
+    pressed_ = last_ = point;
+    const qint64 caret = area_.caretAt(pressed_);
+    begin(Gesture::Selecting);
     if (third)
         area_.beginSelection(caret, TextSelection::Unit::Line);
     else if (event.modifiers().testFlag(Qt::ShiftModifier))
@@ -51,7 +58,7 @@ void ReceiveMouse::doubleClick(const QMouseEvent& event)
 {
     if (event.button() != Qt::LeftButton)
         return;
-    gesture_ = Gesture::Selecting;
+    begin(Gesture::Selecting);
     pressed_ = last_ = event.position().toPoint();
     area_.beginSelection(area_.characterAt(pressed_), TextSelection::Unit::Word);
     tripleClickTimer_.start(QApplication::doubleClickInterval());
@@ -59,12 +66,41 @@ void ReceiveMouse::doubleClick(const QMouseEvent& event)
 
 void ReceiveMouse::move(const QMouseEvent& event)
 {
+    if (!event.buttons().testFlag(Qt::LeftButton))
+        end();
     const QPoint point = event.position().toPoint();
-    const bool far = (point - pressed_).manhattanLength() >= QApplication::startDragDistance();
-    if (gesture_ == Gesture::MayDragOut && far)
+    if (gesture_ == Gesture::MayDragOut && isFar(point, pressed_))
         dragOut();
     else if (gesture_ == Gesture::Selecting)
         extend(point);
+}
+
+bool ReceiveMouse::eventFilter(QObject* /*watched*/, QEvent* event)
+{
+    if (event->type() == QEvent::Hide || event->type() == QEvent::WindowBlocked)
+        end();
+    return false;
+}
+
+void ReceiveMouse::begin(Gesture gesture)
+{
+    gesture_ = gesture;
+    area_.holdRows(true);
+}
+
+void ReceiveMouse::end()
+{
+    if (gesture_ == Gesture::None)
+        return;
+    gesture_ = Gesture::None;
+    scrollTimer_.stop();
+    area_.holdRows(false);
+}
+
+void ReceiveMouse::endWhenReleased()
+{
+    if (!QGuiApplication::mouseButtons().testFlag(Qt::LeftButton))
+        end();
 }
 
 void ReceiveMouse::extend(QPoint point)
@@ -80,6 +116,9 @@ void ReceiveMouse::extend(QPoint point)
 
 void ReceiveMouse::scrollOn()
 {
+    endWhenReleased();
+    if (gesture_ != Gesture::Selecting)
+        return;
     const QRect inside = area_.viewport()->rect();
     const int height = std::max(1, area_.inputMarkArea().height());
     const auto rowsFor = [height](int distance) {
@@ -101,17 +140,16 @@ void ReceiveMouse::release(const QMouseEvent& event)
 {
     if (event.button() != Qt::LeftButton)
         return;
-    scrollTimer_.stop();
     if (gesture_ == Gesture::MayDragOut)
         area_.beginSelection(area_.caretAt(pressed_), TextSelection::Unit::Character);
     else if (gesture_ == Gesture::Selecting)
         publish();
-    gesture_ = Gesture::None;
+    end();
 }
 
 void ReceiveMouse::dragOut()
 {
-    gesture_ = Gesture::None;
+    end();
     auto content = std::make_unique<QMimeData>();
     content->setText(area_.selectedText());
     auto* drag = new QDrag(&area_); // deletes itself

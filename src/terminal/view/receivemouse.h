@@ -10,6 +10,9 @@ class ReceiveArea;
 // The mouse on the received text: a drag selects characters, after a double click words, after a
 // triple click lines; Shift extends; beyond the edges a drag scrolls on, faster the further away.
 // A selection can be dragged out as text. The middle button is told to the area's owner.
+//
+// While the button is down the rows stand still but for that scrolling. A release that another
+// window got ends the gesture too: one may come between at any time, a dialog of the program too.
 class ReceiveMouse final : public QObject
 {
     Q_OBJECT
@@ -24,18 +27,24 @@ public:
     void doubleClick(const QMouseEvent& event);
     void move(const QMouseEvent& event);
     void release(const QMouseEvent& event);
+    // Ends a gesture whose button is up by now.
+    void endWhenReleased();
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     enum class Gesture : quint8 { None, Selecting, MayDragOut };
 
+    void begin(Gesture gesture);
+    void end();
     void extend(QPoint point);
     void scrollOn();
     void dragOut();
     void publish() const;
 
     ReceiveArea& area_;
-    QTimer scrollTimer_;
-    QTimer tripleClickTimer_; // runs while a third click makes the word a line
+    QTimer scrollTimer_{this};
+    QTimer tripleClickTimer_{this}; // runs while a third click makes the word a line
     QPoint pressed_;
     QPoint last_;
     Gesture gesture_ = Gesture::None;

@@ -60,6 +60,7 @@ void ReceiveView::connectArea()
         if (clipboard->supportsSelection())
             pasteText(clipboard->text(QClipboard::Selection));
     });
+    connect(this, &ReceiveView::frontAboutToBeRemoved, area_, &ReceiveArea::textAboutToBeRemoved);
     connect(area_, &ReceiveArea::selectionChanged, this, &ReceiveView::selectionChanged);
     connect(area_, &ReceiveArea::visibleRangeChanged, this, &ReceiveView::visibleRangeChanged);
 }
@@ -215,8 +216,10 @@ QFont ReceiveView::displayFont() const
 void ReceiveView::zoomBy(int points)
 {
     QFont font = displayFont();
-    const int size = std::clamp(font.pointSize() + points, smallestPointSize, largestPointSize);
-    if (size == font.pointSize())
+    // A font of another program's measure is set in pixels and has no size in points.
+    const int now = font.pointSize() > 0 ? font.pointSize() : QFontInfo(font).pointSize();
+    const int size = std::clamp(now + points, smallestPointSize, largestPointSize);
+    if (size == now)
         return;
     font.setPointSize(size);
     setDisplayFont(font);
