@@ -101,23 +101,15 @@ void SessionFileTest::workspaceKeys()
         if (!key.at(0).isDigit())
             found[key] = ini.value(key).toStringList().join(u' ');
     }
-    const QMap<QString, QVariant> expected{
-        {u"PortNumber"_s, u"2"_s},
-        {u"ColumnNumber"_s, u"2"_s},
-        {u"QuickView"_s, u"false"_s},
-        {u"QuickSettings/Connection"_s, u"true"_s},
-        {u"QuickSettings/Receive"_s, u"true"_s},
-        {u"QuickSettings/Send"_s, u"false"_s},
-        {u"QuickSettings/GroupOrder"_s, u"send connection receive"_s},
-        {u"QuickSettings/Fields/connection/Order"_s, QString()},
-        {u"QuickSettings/Fields/connection/Hidden"_s, QString()},
-        {u"QuickSettings/Fields/controlLines/Order"_s, QString()},
-        {u"QuickSettings/Fields/controlLines/Hidden"_s, QString()},
-        {u"QuickSettings/Fields/receive/Order"_s, QString()},
-        {u"QuickSettings/Fields/receive/Hidden"_s, QString()},
-        {u"QuickSettings/Fields/send/Order"_s, QString()},
-        {u"QuickSettings/Fields/send/Hidden"_s, u"txLoop"_s},
-    };
+    QMap<QString, QVariant> expected{{u"PortNumber"_s, u"2"_s}, {u"ColumnNumber"_s, u"2"_s},
+        {u"QuickView"_s, u"false"_s}, {u"QuickSettings/Connection"_s, u"true"_s},
+        {u"QuickSettings/Receive"_s, u"true"_s}, {u"QuickSettings/Send"_s, u"false"_s},
+        {u"QuickSettings/GroupOrder"_s, u"send connection receive"_s}};
+    for (const QString& group : {u"connection"_s, u"controlLines"_s, u"receive"_s, u"send"_s}) {
+        expected[u"QuickSettings/Fields/%1/Order"_s.arg(group)] = QString();
+        expected[u"QuickSettings/Fields/%1/Hidden"_s.arg(group)] = QString();
+    }
+    expected[u"QuickSettings/Fields/send/Hidden"_s] = u"txLoop"_s;
     QCOMPARE(found, expected);
     QCOMPARE(ini.value("1/PortName"_L1).toString(), "tty1"_L1);
     QVERIFY(!ini.childGroups().contains("2"_L1));
