@@ -13,6 +13,7 @@
 namespace {
 
 constexpr int barSpacing = 8;
+constexpr int leastHistory = 8; // characters
 
 // A style makes buttons wider than their text needs, which a narrow pane has no room for.
 void letShrink(QPushButton& button)
@@ -40,9 +41,7 @@ SendEditor::SendEditor(QWidget* parent)
     m_history->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_history->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_history->setPlaceholderText(tr("Nothing sent yet"));
-    m_history->setMinimumContentsLength(8);
-    // Its placeholder would ask for all of its length.
-    m_history->setMinimumWidth(8 * fontMetrics().horizontalAdvance(u'0'));
+    m_history->setMinimumContentsLength(leastHistory);
     m_clearHistory->setToolTip(tr("Empty the message and the list of messages sent before"));
     m_send->setToolTip(tr("Send the message (Ctrl+Enter)"));
     buildLayout();
@@ -64,8 +63,7 @@ void SendEditor::buildLayout()
     bar->addWidget(m_history, 1);
     bar->addWidget(m_clearHistory);
     bar->addWidget(m_send);
-    letShrink(*m_clearHistory);
-    letShrink(*m_send);
+    fitBar();
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -76,6 +74,21 @@ void SendEditor::buildLayout()
     setTabOrder(m_send, m_history);
     setTabOrder(m_history, m_clearHistory);
     keepTwoLines();
+}
+
+void SendEditor::fitBar()
+{
+    // Its placeholder would ask for all of its length.
+    m_history->setMinimumWidth(leastHistory * fontMetrics().horizontalAdvance(u'0'));
+    letShrink(*m_clearHistory);
+    letShrink(*m_send);
+}
+
+void SendEditor::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        fitBar();
 }
 
 int SendEditor::labelWidth() const

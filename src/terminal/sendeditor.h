@@ -39,10 +39,12 @@ Q_SIGNALS:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     [[nodiscard]] int labelWidth() const;
     void buildLayout();
+    void fitBar();
     void keepTwoLines();
 
     QPlainTextEdit* m_editor;
