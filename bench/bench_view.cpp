@@ -2,6 +2,8 @@
 // painted at its own rate; painting a screen; removing half of a full display; its memory; finding
 // in 10 MiB, and the longest time that a search holds the event loop.
 //   QT_QPA_PLATFORM=offscreen bench_view
+// A soak, some minutes of flood under a person who does everything at once:
+//   QT_QPA_PLATFORM=offscreen bench_view --soak SECONDS
 #include "terminal/view/receiveview.h"
 #include "terminal/view/textfind.h"
 
@@ -11,7 +13,9 @@
 #include <QFile>
 #include <QPainter>
 #include <QRandomGenerator>
+#include <QScrollBar>
 #include <benchmark/benchmark.h>
+#include <cstdio>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -174,6 +178,70 @@ void find(benchmark::State& state, const TextPattern& pattern)
     state.SetBytesProcessed(static_cast<qint64>(state.iterations()) * fullDisplay);
 }
 
+void act(ReceiveView& view, QRandomGenerator& random)
+{
+    auto* area = view.findChild<QAbstractScrollArea*>();
+    QScrollBar* bar = area->verticalScrollBar();
+    switch (random.bounded(8)) {
+    case 0:
+        view.resize(200 + random.bounded(1000), 100 + random.bounded(800));
+        break;
+    case 1:
+        bar->setValue(random.bounded(bar->maximum() + 1));
+        break;
+    case 2:
+        view.setLineWrap(!view.lineWrap());
+        break;
+    case 3:
+        view.selectAll();
+        break;
+    case 4:
+        view.clearSelection();
+        break;
+    case 5:
+        view.zoomBy(random.bounded(3) - 1);
+        break;
+    case 6:
+        view.showPosition(view.firstPosition() + random.bounded(1'000'000), 5);
+        break;
+    default:
+        view.scrollToEnd();
+    }
+}
+
+void soak(qint64 seconds)
+{
+    const auto view = makeView();
+    TextFind search(*view);
+    QObject::connect(view.get(), &ReceiveView::textAppended, &search, &TextFind::sourceChanged);
+    QObject::connect(view.get(), &ReceiveView::frontRemoved, &search, &TextFind::sourceChanged);
+    search.setPattern({u"temp=2\\d\\.9+"_s, false, true}, 0);
+    QRandomGenerator random(7);
+    QList<QString> pieces;
+    for (const int kind : {Ascii, Random, Cjk, Hexadecimal})
+        pieces.append(sample(kind, 100'000));
+    QElapsedTimer clock;
+    clock.start();
+    qint64 characters = 0;
+    qint64 longest = 0;
+    for (qint64 turn = 0; clock.elapsed() < seconds * 1000; ++turn) {
+        QElapsedTimer held;
+        held.start();
+        const QString& piece = pieces.at(clock.elapsed() / 2000 % pieces.size());
+        view->appendText(piece, colorOf(Colored, random.bounded(2)));
+        characters += piece.size();
+        if (view->textLength() > fullDisplay)
+            view->trimFront(fullDisplay / 2);
+        if (turn % 50 == 0)
+            act(*view, random);
+        QApplication::processEvents();
+        longest = std::max(longest, held.elapsed());
+    }
+    std::printf("%lld s, %.1f MB/s, longest turn %lld ms, %.1f MiB resident\n", seconds,
+        static_cast<double>(characters) / 1e3 / static_cast<double>(clock.elapsed()), longest,
+        residentMiB());
+}
+
 } // namespace
 
 BENCHMARK(append)
@@ -194,6 +262,10 @@ BENCHMARK_CAPTURE(find, expression, TextPattern{u"temp=\\d+\\.99\\d"_s, false, t
 int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
+    if (argc == 3 && QByteArray(argv[1]) == "--soak") {
+        soak(QByteArray(argv[2]).toLongLong());
+        return 0;
+    }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
