@@ -96,9 +96,10 @@ private Q_SLOTS:
     void rowsStandStillUnderTheButton()
     {
         view_->appendText(numberedLines(0, 200), {});
-        QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
         const qint64 top = view_->visibleRange().first;
-        view_->appendText(numberedLines(200, 30), {});
+        view_->appendText(numberedLines(200, 30), {}); // not drawn yet
+        QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
+        view_->appendText(numberedLines(230, 30), {});
         moveTo(at(5, 3));
         QCOMPARE(view_->selectedText(), u"lin"_s);
         QCOMPARE(view_->visibleRange().first, top);

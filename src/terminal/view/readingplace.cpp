@@ -31,9 +31,9 @@ void ReadingPlace::scrollBy(qint64 rows)
     scrollTo(flow_.moved(top(), rows).from());
 }
 
-void ReadingPlace::hold()
+void ReadingPlace::hold(qint64 top)
 {
-    top_ = top().from();
+    top_ = std::max(top, store_.firstPosition());
     held_ = true;
 }
 

@@ -28,8 +28,8 @@ public:
     void scrollTo(qint64 position);
     void scrollBy(qint64 rows);
     // Between hold() and release() only scrolling moves the rows, so that what a person points at
-    // stays under the pointer while text arrives.
-    void hold();
+    // stays under the pointer while text arrives. `top` is where the rows are held.
+    void hold(qint64 top);
     void release() { held_ = false; }
     // To be called when text was removed.
     void settle();

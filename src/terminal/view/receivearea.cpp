@@ -125,8 +125,9 @@ void ReceiveArea::scrollToEnd()
 
 void ReceiveArea::holdRows(bool on)
 {
+    // Rows that have come since the last frame are not what the person saw.
     if (on)
-        place_.hold();
+        place_.hold(sight_.rows().empty() ? place_.top().from() : sight_.rows().front().from());
     else
         place_.release();
     changed();

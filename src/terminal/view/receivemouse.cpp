@@ -42,8 +42,8 @@ void ReceiveMouse::press(const QMouseEvent& event)
     const bool third = tripleClickTimer_.isActive() && !isFar(point, pressed_);
     tripleClickTimer_.stop();
     pressed_ = last_ = point;
-    const qint64 caret = area_.caretAt(pressed_);
     begin(Gesture::Selecting);
+    const qint64 caret = area_.caretAt(pressed_);
     if (third)
         area_.beginSelection(caret, TextSelection::Unit::Line);
     else if (event.modifiers().testFlag(Qt::ShiftModifier))

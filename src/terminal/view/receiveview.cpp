@@ -216,7 +216,7 @@ QFont ReceiveView::displayFont() const
 void ReceiveView::zoomBy(int points)
 {
     QFont font = displayFont();
-    // A font of another program's measure is set in pixels and has no size in points.
+    // A font set in pixels has no size in points.
     const int now = font.pointSize() > 0 ? font.pointSize() : QFontInfo(font).pointSize();
     const int size = std::clamp(now + points, smallestPointSize, largestPointSize);
     if (size == now)
