@@ -1,5 +1,6 @@
 #include "app/mainactions.h"
 
+#include "app/menuletters.h"
 #include "app/symbolicicon.h"
 
 #include <QAction>
@@ -77,8 +78,10 @@ QAction* MainActions::action(QLatin1StringView name) const
 
 void MainActions::fillMenuBar(QMenuBar& bar) const
 {
+    auto* letters = new MenuLetters(&bar);
     for (const MenuRow& menuRow : mainMenuRows()) {
         QMenu* menu = bar.addMenu(text(menuRow.title));
+        menu->installEventFilter(letters);
         menu->setObjectName(QLatin1StringView(menuRow.name));
         menu->setToolTipsVisible(true);
         for (const ActionRow& row : mainActionRows()) {

@@ -12,6 +12,7 @@
 #include <QAction>
 #include <QDesktopServices>
 #include <QLabel>
+#include <QMenu>
 #include <QMessageBox>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -46,6 +47,7 @@ private Q_SLOTS:
     void fullDiskLeavesTheStore();
     void languages();
     void alwaysOnTop();
+    void lettersLeadToEntries();
     void helpPages();
     void noticesOfThePaneAreShown();
 
@@ -341,6 +343,22 @@ void MainWindowTest::alwaysOnTop()
     QVERIFY(m_window->isVisible());
     action("acViewAlwaysTop")->trigger();
     QVERIFY(!m_window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+}
+
+// Letters pass what cannot be chosen and begin again at the top.
+void MainWindowTest::lettersLeadToEntries()
+{
+    open();
+    auto* menu = m_window->findChild<QMenu*>("menuConnection"_L1);
+    menu->popup({});
+    for (const auto* name : {"acEditClear", "actionClearSendHistory", "acEditClear"}) {
+        QTest::keyClick(menu, Qt::Key_C);
+        QCOMPARE(menu->activeAction(), action(name));
+    }
+    action("acEditPause")->setEnabled(false);
+    QTest::keyClick(menu, Qt::Key_P);
+    QCOMPARE(menu->activeAction(), action("acEditClear"));
+    menu->close();
 }
 
 void MainWindowTest::helpPages()
