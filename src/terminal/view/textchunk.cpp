@@ -37,8 +37,10 @@ qsizetype TextChunk::append(QStringView text, QRgb color, bool bytes)
         widen();
     if (wide_)
         utf16_.append(taken);
-    else
+    else {
+        latin1_.reserve(capacity);
         latin1_.append(taken.toLatin1());
+    }
     noteLineFeeds(taken, start);
     if (isFull()) {
         lineFeeds_.shrink_to_fit();
@@ -66,4 +68,5 @@ void TextChunk::widen()
     wide_ = true;
     utf16_ = QString::fromLatin1(latin1_);
     latin1_ = {};
+    utf16_.reserve(capacity);
 }
