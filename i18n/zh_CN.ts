@@ -344,6 +344,10 @@ Functions: %1</source>
         <source>RFC 2217 %1</source>
         <translation>RFC 2217 %1</translation>
     </message>
+    <message>
+        <source>any free port</source>
+        <translation>任意空闲端口</translation>
+    </message>
 </context>
 <context>
     <name>ConnectionSupervisor</name>
@@ -429,6 +433,10 @@ Functions: %1</source>
     <message>
         <source>driven by flow control</source>
         <translation>由流控驱动</translation>
+    </message>
+    <message>
+        <source>Break is being sent</source>
+        <translation>正在发送 Break</translation>
     </message>
 </context>
 <context>
@@ -868,6 +876,13 @@ Functions: %1</source>
     </message>
 </context>
 <context>
+    <name>LineStrip</name>
+    <message>
+        <source>Control lines</source>
+        <translation>控制线</translation>
+    </message>
+</context>
+<context>
     <name>LocalLineDriver</name>
     <message>
         <source>RTS is driven by RTS/CTS flow control and cannot be set by hand.</source>
@@ -899,6 +914,14 @@ Functions: %1</source>
     <message>
         <source>Warning</source>
         <translation>警告</translation>
+    </message>
+    <message>
+        <source>Port %1, %2: %3</source>
+        <translation>端口 %1，%2：%3</translation>
+    </message>
+    <message>
+        <source>The data log could not be written. What it still has to write is lost when the port is closed here.</source>
+        <translation>数据日志无法写入。如果现在关闭端口，尚未写入的内容将会丢失。</translation>
     </message>
 </context>
 <context>
@@ -1074,6 +1097,10 @@ Functions: %1</source>
     <message>
         <source>Saving...</source>
         <translation>正在保存...</translation>
+    </message>
+    <message>
+        <source>Data log</source>
+        <translation>数据日志</translation>
     </message>
 </context>
 <context>
@@ -1399,20 +1426,12 @@ Functions: %1</source>
         <translation>端口(&amp;P)：</translation>
     </message>
     <message>
-        <source>Serial Port %1 OPEN FAILED</source>
-        <translation>串口 %1 打开失败</translation>
-    </message>
-    <message>
         <source>A terminal for serial ports and network byte streams.
 
 Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
         <translation>用于串口和网络字节流的终端。
 
 使用 Qt %1 构建。图标：Breeze，GNU LGPL 第 3 版或更高版本。</translation>
-    </message>
-    <message>
-        <source>%1 OPEN FAILED</source>
-        <translation>%1 打开失败</translation>
     </message>
     <message>
         <source>Begin with one port and default settings</source>
@@ -1473,6 +1492,10 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>Port Number = %1</source>
         <translation>端口数 = %1</translation>
+    </message>
+    <message>
+        <source>The settings of the program could not be stored. At its next start they are as they were before.</source>
+        <translation>程序设置无法保存。下次启动时仍为之前的设置。</translation>
     </message>
 </context>
 <context>
@@ -1646,6 +1669,17 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>The data log is written again in %1</source>
         <translation>数据日志已恢复写入 %1</translation>
+    </message>
+</context>
+<context>
+    <name>PaneRunner</name>
+    <message>
+        <source>Serial Port %1 OPEN FAILED</source>
+        <translation>串口 %1 打开失败</translation>
+    </message>
+    <message>
+        <source>%1 OPEN FAILED</source>
+        <translation>%1 打开失败</translation>
     </message>
 </context>
 <context>
@@ -1863,6 +1897,10 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>Clear List</source>
         <translation>清空列表</translation>
     </message>
+    <message>
+        <source>Sending to: %1; listening on %2</source>
+        <translation>发送到：%1；正在监听 %2</translation>
+    </message>
 </context>
 <context>
     <name>PortNameBox</name>
@@ -1895,6 +1933,10 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>The changes will take effect when the program is restarted.</source>
         <translation>更改将在程序重新启动后生效。</translation>
+    </message>
+    <message>
+        <source>The choice is forgotten when the program ends: it could not be stored.</source>
+        <translation>该选择无法保存，程序退出后将失效。</translation>
     </message>
 </context>
 <context>
@@ -2251,6 +2293,29 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Could not send Break: the connection is not open.</source>
         <translation>无法发送 Break：连接未打开。</translation>
+    </message>
+    <message>
+        <source>The remote port has not answered yet; it is asked for %1 %2 as soon as it does.</source>
+        <translation>远程端口尚未应答；应答后将立即请求 %1 %2。</translation>
+    </message>
+    <message>
+        <source>The connection is not open; the remote port is asked for %1 %2 when it is.</source>
+        <translation>连接未打开；打开后将请求远程端口 %1 %2。</translation>
+    </message>
+    <message>
+        <source>The remote port has not answered yet; Break cannot be sent before it does.</source>
+        <translation>远程端口尚未应答；在应答之前无法发送 Break。</translation>
+    </message>
+</context>
+<context>
+    <name>RemoteSerialLink</name>
+    <message>
+        <source>Too much to send before the remote port has answered; the rest is refused</source>
+        <translation>远程端口应答之前待发送的数据过多；其余数据已被拒绝</translation>
+    </message>
+    <message>
+        <source>%1 bytes were not sent: the connection ended before the remote port answered</source>
+        <translation>%1 字节未发送：连接在远程端口应答之前已结束</translation>
     </message>
 </context>
 <context>
@@ -2635,6 +2700,10 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
             <numerusform>串口 %1 已关闭，有 %n 字节未发送。</numerusform>
         </translation>
     </message>
+    <message>
+        <source>Serial Port %1 has no control lines that can be read: %2</source>
+        <translation>串口 %1 没有可读取的控制线：%2</translation>
+    </message>
 </context>
 <context>
     <name>SerialOpenAdvice</name>
@@ -2828,6 +2897,17 @@ Do you want to replace it?</source>
     <message>
         <source>General</source>
         <translation>常规</translation>
+    </message>
+</context>
+<context>
+    <name>StoreWriter</name>
+    <message>
+        <source>%1 cannot be written.</source>
+        <translation>%1 无法写入。</translation>
+    </message>
+    <message>
+        <source>%1 cannot be written: %2.</source>
+        <translation>%1 无法写入：%2。</translation>
     </message>
 </context>
 <context>
