@@ -66,6 +66,7 @@ private Q_SLOTS:
         row(u"(?<=a)b|c(?=a)"_s, false, true);
         row(u"\\s\\w+"_s, true, true);
         row(u"^.*$"_s, true, true);
+        row(u"(a|b)*c|.A+?(?=b)"_s, true, true);
     }
 
     // Text comes in pieces that split lines anywhere and leaves at the front anywhere.
@@ -101,6 +102,7 @@ private Q_SLOTS:
         QTest::addColumn<TextPattern>("pattern");
         QTest::newRow("text") << TextPattern{u"needle"_s, true, false};
         QTest::newRow("expression") << TextPattern{u"ne+dle"_s, true, true};
+        QTest::newRow("any length") << TextPattern{u"d.{3,3000}n|\\b"_s, true, true};
         QTest::newRow("anchors") << TextPattern{u"^.needle|needle.$|(?<=needle)."_s, true, true};
     }
 
@@ -172,6 +174,39 @@ private Q_SLOTS:
         find.setPattern({u"!"_s, true, true}, 0);
         QTRY_COMPARE(find.matchCount(), 1);
         QVERIFY(find.errorText().isEmpty());
+    }
+
+    void slowExpressions_data()
+    {
+        QTest::addColumn<QString>("line");
+        const QString letters(20'480, u'a');
+        for (const char* slow :
+            {"a.{0,250}.{0,250}[XY]", "a.{0,100}.{0,100}[XY]", "(\\w+)\\s+\\1", "\\w*\\w*[XY]"})
+            QTest::newRow(slow) << letters;
+        QTest::newRow("([0-9A-F]{2} ?)*[X-Z]") << u"0F A1 "_s.repeated(3400);
+        QTest::newRow("a.{0,40}.{0,40}.{0,40}[XY]") << letters.left(127);
+    }
+
+    // A call whose time is over tries one piece or one place: no expression takes more in a turn.
+    void slowExpressions()
+    {
+        QFETCH(const QString, line);
+        const TextMatcher matcher({QString::fromLatin1(QTest::currentDataTag()), true, true});
+        LineSearch search;
+        auto outcome = TextMatcher::Outcome::Paused;
+        while (outcome == TextMatcher::Outcome::Paused) {
+            const qsizetype before = search.at;
+            const bool careful = before < search.carefulTo;
+            outcome = matcher.findInLine(line, 0, 0, search, QDeadlineTimer(0));
+            QVERIFY(search.at - before <= (careful ? 1 : TextMatcher::piece));
+            QVERIFY(search.at > before || search.carefulTo > before);
+        }
+        QVERIFY(search.found.isEmpty());
+        QCOMPARE(outcome == TextMatcher::Outcome::Done, search.at == line.size());
+        if (outcome == TextMatcher::Outcome::Done)
+            QVERIFY(!QRegularExpression(QString::fromLatin1(QTest::currentDataTag()))
+                         .match(line)
+                         .hasMatch());
     }
 
     void movesAround()

@@ -3,6 +3,7 @@
 #include "terminal/view/textsource.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -38,6 +39,7 @@ void TextFind::setPattern(const TextPattern& pattern, qint64 from)
     pattern_ = pattern;
     matcher_.reset();
     error_.clear();
+    line_ = firstLine_ = {};
     current_.reset();
     wanted_ = from;
     restartAt(source_.firstPosition());
@@ -140,7 +142,7 @@ void TextFind::runSlice()
 {
     const QDeadlineTimer deadline(sliceBudgetMs, Qt::PreciseTimer);
     if (firstLineCut_)
-        searchFirstLine();
+        searchFirstLine(deadline);
     while (hasWork() && !deadline.hasExpired())
         searchOnce(deadline);
     const bool complete = !hasWork();
@@ -164,7 +166,7 @@ void TextFind::chooseFirst(bool complete)
 
 // What a removal left of a line is a line of its own: an anchored expression may match anew, and
 // matches may lie differently.
-void TextFind::searchFirstLine()
+void TextFind::searchFirstLine(const QDeadlineTimer& deadline)
 {
     firstLineCut_ = false;
     QString line = read(first_, window);
@@ -175,12 +177,19 @@ void TextFind::searchFirstLine()
     }
     line.truncate(length);
     const qint64 lineEnd = first_ + length;
-    std::erase_if(matches_, [lineEnd](const TextMatch& match) { return match.position < lineEnd; });
     QList<TextMatch> found;
-    if (matcher_->isPlain())
+    if (matcher_->isPlain()) {
         matcher_->findPlain(line, first_, found);
-    else if (!matcher_->findInLine(line, 0, first_, found))
-        return giveUp();
+    } else {
+        const auto outcome = matcher_->findInLine(line, 0, first_, firstLine_, deadline);
+        if (outcome == TextMatcher::Outcome::GivenUp)
+            return giveUp();
+        firstLineCut_ = outcome == TextMatcher::Outcome::Paused;
+        if (firstLineCut_)
+            return;
+        found = std::exchange(firstLine_, {}).found;
+    }
+    std::erase_if(matches_, [lineEnd](const TextMatch& match) { return match.position < lineEnd; });
     matches_.insert(matches_.begin(), found.cbegin(), found.cend());
 }
 
@@ -216,15 +225,18 @@ void TextFind::searchLines(const QDeadlineTimer& deadline)
     qsizetype start = 0;
     qsizetype from = context;
     qsizetype end = text.indexOf(lineFeed, from);
-    bool tooComplex = false;
-    while (end >= 0 && !tooComplex && (start == 0 || !deadline.hasExpired())) {
+    auto outcome = TextMatcher::Outcome::Done;
+    while (end >= 0 && (start == 0 || !deadline.hasExpired())) {
         const QStringView line = QStringView(text).mid(start, end - start);
-        tooComplex = !matcher_->findInLine(line, from - start, base + start, found);
+        outcome = matcher_->findInLine(line, from - start, base + start, line_, deadline);
+        if (outcome != TextMatcher::Outcome::Done)
+            break;
+        found += std::exchange(line_, {}).found;
         start = from = end + 1;
         end = text.indexOf(lineFeed, from);
     }
     matches_.insert(matches_.end(), found.cbegin(), found.cend());
-    if (tooComplex)
+    if (outcome == TextMatcher::Outcome::GivenUp)
         return giveUp();
     if (start > 0) {
         next_ = searchedEnd_ = base + start;
@@ -232,17 +244,22 @@ void TextFind::searchLines(const QDeadlineTimer& deadline)
         if (end >= 0 || !reachesEnd || start == text.size())
             return;
     }
-    searchLongLine(QStringView(text).mid(start), from - start, reachesEnd);
+    if (outcome == TextMatcher::Outcome::Done)
+        searchLongLine(QStringView(text).mid(start), from - start, reachesEnd, deadline);
 }
 
 // A line without its end: the unfinished last one, whose matches may still change, or a window
 // of a line that is longer than the window.
-void TextFind::searchLongLine(QStringView text, qsizetype context, bool unfinished)
+void TextFind::searchLongLine(
+    QStringView text, qsizetype context, bool unfinished, const QDeadlineTimer& deadline)
 {
-    QList<TextMatch> found;
     const qint64 base = next_ - context;
-    if (!matcher_->findInLine(text, context, base, found))
+    const auto outcome = matcher_->findInLine(text, context, base, line_, deadline);
+    if (outcome == TextMatcher::Outcome::GivenUp)
         return giveUp();
+    if (outcome == TextMatcher::Outcome::Paused)
+        return;
+    QList<TextMatch> found = std::exchange(line_, {}).found;
     const qint64 end = base + text.size();
     searchedEnd_ = end;
     if (!unfinished || text.size() - context >= window) {

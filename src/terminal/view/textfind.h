@@ -70,11 +70,12 @@ Q_SIGNALS:
 
 private:
     void runSlice();
-    void searchFirstLine();
+    void searchFirstLine(const QDeadlineTimer& deadline);
     void searchOnce(const QDeadlineTimer& deadline);
     void searchPlain();
     void searchLines(const QDeadlineTimer& deadline);
-    void searchLongLine(QStringView text, qsizetype context, bool unfinished);
+    void searchLongLine(
+        QStringView text, qsizetype context, bool unfinished, const QDeadlineTimer& deadline);
     void giveUp();
     void restartAt(qint64 position);
     void dropMatchesFrom(qint64 position);
@@ -89,6 +90,8 @@ private:
     QString error_;
     QTimer timer_;
     std::deque<TextMatch> matches_;
+    LineSearch line_;         // the line that an expression is tried on
+    LineSearch firstLine_;    // and the one that a removal has cut
     qint64 first_ = 0;        // the source's first position when it was last looked at
     qint64 next_ = 0;         // text before this position is done; matches from here on may change
     qint64 searchedEnd_ = 0;  // the source's end when the unfinished last line was searched

@@ -1,14 +1,9 @@
 #include "terminal/view/textmatcher.h"
 
+#include <algorithm>
 #include <ctime>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-constexpr qsizetype longLine = 128; // a shorter one cannot take long, see stepLimit
-
-} // namespace
 
 TextMatcher::TextMatcher(const TextPattern& pattern)
     : plain_(!pattern.regularExpression)
@@ -21,11 +16,15 @@ TextMatcher::TextMatcher(const TextPattern& pattern)
     QRegularExpression::PatternOptions options = QRegularExpression::UseUnicodePropertiesOption;
     if (!pattern.caseSensitive)
         options |= QRegularExpression::CaseInsensitiveOption;
-    expression_ = QRegularExpression(pattern.text, options);
-    if (expression_.isValid())
-        expression_.setPattern(u"(*LIMIT_MATCH=%1)"_s.arg(stepLimit) + pattern.text);
-    else
-        error_ = expression_.errorString();
+    quick_ = QRegularExpression(pattern.text, options);
+    if (!quick_.isValid()) {
+        error_ = quick_.errorString();
+        return;
+    }
+    quick_.setPattern(u"(*LIMIT_MATCH=%1)"_s.arg(pieceStepLimit) + pattern.text);
+    // Repeats that never give back are run through without being counted as steps.
+    careful_ = QRegularExpression(
+        u"(*LIMIT_MATCH=%1)(*NO_AUTO_POSSESS)"_s.arg(stepLimit) + pattern.text, options);
 }
 
 void TextMatcher::findPlain(QStringView text, qint64 base, QList<TextMatch>& matches) const
@@ -37,26 +36,75 @@ void TextMatcher::findPlain(QStringView text, qint64 base, QList<TextMatch>& mat
         matches.append({base + at, length});
 }
 
-bool TextMatcher::findInLine(
-    QStringView line, qsizetype from, qint64 base, QList<TextMatch>& matches) const
+TextMatcher::Outcome TextMatcher::findInLine(QStringView line, qsizetype from, qint64 base,
+    LineSearch& search, const QDeadlineTimer& deadline) const
 {
     if (plain_ || !error_.isEmpty())
-        return true;
-    // Processor time: on a busy machine a harmless expression must not fail.
-    const bool timed = line.size() >= longLine;
-    const std::clock_t start = timed ? std::clock() : 0;
-    // The caller hands over well-formed text, so that the check of the whole line is not needed.
-    auto found = expression_.globalMatch(line, from, QRegularExpression::NormalMatch,
-        QRegularExpression::DontCheckSubjectStringMatchOption);
-    bool emptyAtEnd = false;
+        return Outcome::Done;
+    if (search.base != base || search.size != line.size() || search.from != from) {
+        // The time spent stays: a line that grows all the time must not be tried for ever.
+        search = {base, line.size(), from, from, from, search.spentUs, {}};
+    }
+    while (search.at < line.size()) {
+        if (search.at >= search.carefulTo)
+            tryPiece(line, search);
+        else if (!tryPlace(line, search))
+            return Outcome::GivenUp;
+        if (search.at < line.size() && deadline.hasExpired())
+            return Outcome::Paused;
+    }
+    return Outcome::Done;
+}
+
+// To an expression that asks for more than the piece has, the engine answers with a partial match
+// at the place in question; without one, what is behind the piece does not matter.
+void TextMatcher::tryPiece(QStringView line, LineSearch& search) const
+{
+    qsizetype end = std::min(search.at + piece, line.size());
+    if (end < line.size() && line.at(end - 1).isHighSurrogate())
+        ++end;
+    const auto type = end < line.size() ? QRegularExpression::PartialPreferFirstMatch
+                                        : QRegularExpression::NormalMatch;
+    auto found = quick_.globalMatch(
+        line.first(end), search.at, type, QRegularExpression::DontCheckSubjectStringMatchOption);
     while (found.hasNext()) {
         const QRegularExpressionMatch match = found.next();
+        if (match.hasPartialMatch()) {
+            search.at = std::max(search.at, match.capturedStart());
+            search.carefulTo = search.at + 1;
+            return;
+        }
         if (match.capturedLength() > 0)
-            matches.append({base + match.capturedStart(), match.capturedLength()});
-        emptyAtEnd = match.capturedLength() == 0 && match.capturedEnd() == line.size();
+            search.found.append({search.base + match.capturedStart(), match.capturedLength()});
+        search.at = std::max(search.at, match.capturedEnd());
     }
     // Past an empty match at the very end the iterator is invalid without anything being wrong.
-    if (!found.isValid() && !emptyAtEnd)
-        return false;
-    return !timed || (std::clock() - start) / (CLOCKS_PER_SEC / 1000) < lineBudgetMs;
+    if (found.isValid() || search.at == end)
+        search.at = end;
+    else
+        search.carefulTo = end;
+}
+
+// Anchored, so that the engine counts each step that it goes back.
+bool TextMatcher::tryPlace(QStringView line, LineSearch& search) const
+{
+    // Processor time: on a busy machine a harmless expression must not fail.
+    const std::clock_t start = std::clock();
+    const qsizetype place = search.at++;
+    if (search.at < line.size() && line.at(search.at).isLowSurrogate())
+        ++search.at;
+    auto found = careful_.globalMatch(line, place, QRegularExpression::NormalMatch,
+        QRegularExpression::AnchorAtOffsetMatchOption
+            | QRegularExpression::DontCheckSubjectStringMatchOption);
+    bool decided = false;
+    while (found.hasNext() && !decided) {
+        const QRegularExpressionMatch match = found.next();
+        decided = match.capturedLength() > 0 || match.capturedStart() > place;
+        if (match.capturedLength() == 0)
+            continue;
+        search.found.append({search.base + match.capturedStart(), match.capturedLength()});
+        search.at = std::max(search.at, match.capturedEnd());
+    }
+    search.spentUs += (std::clock() - start) / (CLOCKS_PER_SEC / 1'000'000);
+    return (decided || found.isValid()) && search.spentUs < lineBudgetMs * 1000;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QList>
 #include <QRegularExpression>
 #include <QString>
@@ -24,16 +25,38 @@ struct TextMatch
     bool operator==(const TextMatch&) const = default;
 };
 
+// How far the search for an expression in one line has come, kept by the caller from one call to
+// the next.
+struct LineSearch
+{
+    qint64 base = -1; // which line it is
+    qsizetype size = 0;
+    qsizetype from = 0;
+    qsizetype at = 0;        // places before this one are done
+    qsizetype carefulTo = 0; // places up to here are tried one by one
+    qint64 spentUs = 0;      // of the processor, on such places
+    QList<TextMatch> found;
+};
+
 // Finds the matches of one pattern, from left to right and without overlap. Empty matches of an
 // expression are left out. Pure: keeps no text between calls.
+//
+// What backtracks without end must not hold the window. An expression is tried on pieces of a
+// line, with few steps allowed at a place; where these do not do, or where a match may reach out
+// of the piece, it is tried place by place with many, and the clock is read after each.
 class TextMatcher
 {
 public:
-    // An expression is given up when it tries this many steps at one place of a line, or when it
-    // takes this much of the processor for one line: what backtracks without end must not hold
-    // the window.
+    enum class Outcome : quint8 { Done, Paused, GivenUp };
+
+    // An expression is given up when it takes this many steps at one place of a line, or this
+    // much of the processor for one line.
     static constexpr int stepLimit = 100'000;
-    static constexpr int lineBudgetMs = 100;
+    static constexpr int lineBudgetMs = 500;
+    // Places tried by one call into the expression at most. A step may run through the rest of
+    // the piece: places, steps and characters multiply to what takes a few milliseconds.
+    static constexpr qsizetype piece = 256;
+    static constexpr int pieceStepLimit = 64;
 
     // An invalid expression gives an error text and finds nothing.
     explicit TextMatcher(const TextPattern& pattern);
@@ -45,12 +68,19 @@ public:
     // `base`. Plain text only.
     void findPlain(QStringView text, qint64 base, QList<TextMatch>& matches) const;
     // The same for an expression in one line (or a piece of one; what stands in front of `from`
-    // is context). False when the expression was given up.
-    bool findInLine(QStringView line, qsizetype from, qint64 base, QList<TextMatch>& matches) const;
+    // is context), well-formed. Paused after the deadline, when at least one piece or place has
+    // been tried: the next call with the same line goes on, with another line it starts anew.
+    // `search` holds the matches; whoever starts a line after Done empties it.
+    Outcome findInLine(QStringView line, qsizetype from, qint64 base, LineSearch& search,
+        const QDeadlineTimer& deadline) const;
 
 private:
+    void tryPiece(QStringView line, LineSearch& search) const;
+    [[nodiscard]] bool tryPlace(QStringView line, LineSearch& search) const;
+
     QStringMatcher needle_;
-    QRegularExpression expression_;
+    QRegularExpression quick_;
+    QRegularExpression careful_;
     QString error_;
     bool plain_ = true;
 };
