@@ -3,6 +3,7 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -90,6 +91,11 @@ private Q_SLOTS:
         view_->selectAll();
         bar_->open();
         QCOMPARE(field_->text(), u"a.c abc"_s); // several lines are no search text
+        view_->clearText();
+        view_->appendText(QString(1025, u'a'), {});
+        view_->selectAll();
+        bar_->open();
+        QCOMPARE(field_->text(), u"a.c abc"_s); // nor is a long line
     }
 
     void keepsUpWithText()
@@ -120,6 +126,22 @@ private Q_SLOTS:
         QVERIFY(share(qRgb(0, 0, 0)) >= blue);
         bar_->dismiss();
         QTRY_COMPARE(share(qRgb(0, 0, 255)), blue);
+    }
+
+    // Text out of sight to the right must not use up the marks of the rows below.
+    void marksLinesThatAreNotWrapped()
+    {
+        view_->setTypingEnabled(false);
+        view_->setLineWrap(false);
+        const QString line = u"\u2588"_s.repeated(9000) + u'\n';
+        view_->appendText(line.repeated(8), QColor(Qt::blue));
+        QTRY_VERIFY(inkOf(*view_, qRgb(0, 0, 255)) > 0);
+        bar_->open();
+        field_->setText(u"\u2588"_s);
+        QTRY_COMPARE(inkOf(*view_, qRgb(0, 0, 255)), 0);
+        auto* area = view_->findChild<QAbstractScrollArea*>();
+        area->horizontalScrollBar()->setValue(area->horizontalScrollBar()->maximum() / 2);
+        QTRY_COMPARE(inkOf(*view_, qRgb(0, 0, 255)), 0);
     }
 
     void everyControlHasAName()

@@ -10,6 +10,7 @@
 #include <QLocale>
 #include <QStyle>
 #include <QToolButton>
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -19,8 +20,10 @@ constexpr int margin = 4;
 constexpr int textColumns = 24;
 constexpr int resultIntervalMs = 50;
 constexpr double failureTint = 0.3;
-// Marks drawn at once; more than a screen full of one-character matches.
-constexpr int maximumMarks = 4000;
+// Marks drawn at once: every second character of a large screen of small letters.
+constexpr int maximumMarks = 20'000;
+// A longer selection is no search text.
+constexpr qint64 longestSelection = 1024;
 
 QToolButton* makeButton(
     QWidget* parent, const QString& text, const QString& toolTip, const QString& accessibleName)
@@ -101,7 +104,8 @@ void FindBar::build()
 
 void FindBar::open()
 {
-    const QString selection = view_.hasSelection() ? view_.selectedText() : QString();
+    const bool fits = view_.selectionLength() <= longestSelection;
+    const QString selection = fits ? view_.selectedText() : QString();
     show();
     if (!selection.isEmpty() && !selection.contains(u'\n')) {
         const QSignalBlocker quiet(text_);
@@ -208,14 +212,17 @@ void FindBar::markVisibleMatches()
     if (!isOpen())
         return;
     QList<ReceiveView::Highlight> marks;
-    const auto [from, to] = view_.visibleRange();
     const int current = find_.currentIndex();
-    for (int index = find_.firstMatchAfter(from);
-         index < find_.matchCount() && marks.size() < maximumMarks; ++index) {
-        const TextMatch match = find_.matchAt(index);
-        if (match.position >= to)
-            break;
-        marks.append({match.position, match.length, index == current});
+    int index = 0;
+    for (const auto& [from, to] : view_.visibleSpans()) {
+        // A match that began in the row before is marked already.
+        for (index = std::max(index, find_.firstMatchAfter(from));
+             index < find_.matchCount() && marks.size() < maximumMarks; ++index) {
+            const TextMatch match = find_.matchAt(index);
+            if (match.position >= to)
+                break;
+            marks.append({match.position, match.length, index == current});
+        }
     }
     view_.setHighlights(marks);
 }

@@ -52,6 +52,8 @@ ReceiveArea::~ReceiveArea() = default;
 void ReceiveArea::connectBars()
 {
     connect(&bars_, &ReceiveBars::moved, this, &ReceiveArea::changed);
+    // What is in sight of the rows changes with it.
+    connect(horizontalScrollBar(), &QScrollBar::valueChanged, this, &ReceiveArea::scheduleFrame);
     connect(&bars_, &ReceiveBars::rowsWanted, this, [this](int rows) {
         scrollRows(rows);
         refresh();
@@ -101,9 +103,8 @@ void ReceiveArea::refresh()
         return;
     bars_.sync(sight(), wrap_);
     viewport()->update();
-    const auto range = visibleRange();
-    if (range != toldRange_) {
-        toldRange_ = range;
+    if (auto spans = visibleSpans(); spans != toldSpans_) {
+        toldSpans_ = std::move(spans);
         Q_EMIT visibleRangeChanged();
     }
     layoutUs_ = FrameBudget::nowUs() - frame_.lastUs;
@@ -163,6 +164,11 @@ void ReceiveArea::showRange(qint64 from, qint64 to)
 std::pair<qint64, qint64> ReceiveArea::visibleRange()
 {
     return sight().range();
+}
+
+std::vector<std::pair<qint64, qint64>> ReceiveArea::visibleSpans()
+{
+    return sight().spansBetween(-leftEdge(), viewport()->width() - leftEdge());
 }
 
 bool ReceiveArea::isWholeInSight(qint64 position)
@@ -289,6 +295,8 @@ QRect ReceiveArea::compositionArea()
 
 void ReceiveArea::setMarks(const QList<ReceivePainter::Mark>& marks)
 {
+    if (marks == painter_.marks())
+        return;
     painter_.setMarks(marks);
     scheduleFrame();
 }

@@ -49,6 +49,8 @@ public:
     void showRange(qint64 from, qint64 to);
     // From the start of the segment of the first row in sight to the end of the last one's.
     [[nodiscard]] std::pair<qint64, qint64> visibleRange();
+    // Of each row what is in sight, from left to right edge; ascending.
+    [[nodiscard]] std::vector<std::pair<qint64, qint64>> visibleSpans();
 
     [[nodiscard]] const TextStore& store() const { return store_; }
     [[nodiscard]] const TextSelection& selection() const { return selection_; }
@@ -133,7 +135,7 @@ private:
     qint64 layoutUs_ = 0; // what the last frame took before it was painted
     qint64 told_ = 0;     // text up to here has been told to screen readers
     QString leaving_;     // of it, what they are told of when it is gone
-    std::pair<qint64, qint64> toldRange_{-1, -1};
+    std::vector<std::pair<qint64, qint64>> toldSpans_;
     std::pair<qint64, qint64> toldSelection_;
     double goalX_ = -1; // of a selection that is extended up and down
     WheelSteps wheel_;

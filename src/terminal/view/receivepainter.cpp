@@ -13,24 +13,6 @@ constexpr QRgb markStrong = 0xFFFF9A3C;
 constexpr QRgb markInk = 0xFF000000;
 constexpr qsizetype mostInks = 1024;
 
-// Lays [from, to) over the spans; an end of the row that it does not reach stays as it is.
-void overlay(std::vector<RowSpan>& spans, int from, int to, QRgb ink, QRgb paper)
-{
-    std::vector<RowSpan> result;
-    result.reserve(spans.size() + 2);
-    for (const RowSpan& span : spans) {
-        const int start = std::clamp(from, span.from, span.to);
-        const int end = std::clamp(to, start, span.to);
-        if (span.from < start)
-            result.push_back({span.from, start, span.ink, span.paper});
-        if (start < end)
-            result.push_back({start, end, ink, paper});
-        if (end < span.to)
-            result.push_back({end, span.to, span.ink, span.paper});
-    }
-    spans = std::move(result);
-}
-
 } // namespace
 
 void ReceivePainter::setPalette(const QPalette& palette)
@@ -62,24 +44,36 @@ QRgb ReceivePainter::inkFor(QRgb color)
     return ink;
 }
 
+// One pass, however many marks the row has.
 std::vector<RowSpan> ReceivePainter::spansOf(const TextRow& row)
 {
     std::vector<RowSpan> spans;
-    const qint64 from = row.from();
-    const qint64 to = row.to();
-    for (const ColorRun& run : store_.colorsIn(from, to))
-        spans.push_back({row.offsetOf(run.from), row.offsetOf(run.to), inkFor(run.color), 0});
-    const auto lay = [&](qint64 start, qint64 end, QRgb ink, QRgb paper) {
-        start = std::clamp(start, from, to);
-        end = std::clamp(end, from, to);
-        if (start < end)
-            overlay(spans, row.offsetOf(start), row.offsetOf(end), ink, paper);
-    };
     const auto after = [](qint64 position, const Mark& mark) { return position < mark.to; };
-    auto mark = std::upper_bound(marks_.cbegin(), marks_.cend(), from, after);
-    for (; mark != marks_.cend() && mark->from < to; ++mark)
-        lay(mark->from, mark->to, markInk, mark->current ? markStrong : markPale);
-    lay(selectedFrom_, selectedTo_, selectedText_, selectedPaper_);
+    auto mark = std::upper_bound(marks_.cbegin(), marks_.cend(), row.from(), after);
+    for (const ColorRun& run : store_.colorsIn(row.from(), row.to())) {
+        const QRgb ink = inkFor(run.color);
+        for (qint64 at = run.from; at < run.to;) {
+            while (mark != marks_.cend() && mark->to <= at)
+                ++mark;
+            const bool selected = selectedFrom_ <= at && at < selectedTo_;
+            const bool marked = mark != marks_.cend() && mark->from <= at;
+            qint64 end = selected ? std::min(run.to, selectedTo_) : run.to;
+            if (!selected && selectedFrom_ > at && selectedFrom_ < selectedTo_)
+                end = std::min(end, selectedFrom_);
+            if (!selected && mark != marks_.cend())
+                end = std::min(end, marked ? mark->to : mark->from);
+            RowSpan span{row.offsetOf(at), row.offsetOf(end), ink, 0};
+            if (selected) {
+                span.ink = selectedText_;
+                span.paper = selectedPaper_;
+            } else if (marked) {
+                span.ink = markInk;
+                span.paper = mark->current ? markStrong : markPale;
+            }
+            spans.push_back(span);
+            at = end;
+        }
+    }
     return spans;
 }
 

@@ -17,6 +17,8 @@ public:
         qint64 from = 0;
         qint64 to = 0;
         bool current = false;
+
+        bool operator==(const Mark&) const = default;
     };
 
     // The store must outlive this object.
@@ -28,6 +30,7 @@ public:
     void setPalette(const QPalette& palette);
     // Ascending, without overlap.
     void setMarks(QList<Mark> marks) { marks_ = std::move(marks); }
+    [[nodiscard]] const QList<Mark>& marks() const { return marks_; }
     void setSelection(qint64 from, qint64 to);
 
     // With the row's top left corner at a point; what lies left and right of the two pixels need

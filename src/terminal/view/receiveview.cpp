@@ -150,6 +150,11 @@ bool ReceiveView::hasSelection() const
     return !area_->selection().isEmpty();
 }
 
+qint64 ReceiveView::selectionLength() const
+{
+    return area_->selection().to() - area_->selection().from();
+}
+
 QString ReceiveView::selectedText() const
 {
     const TextSelection& selected = area_->selection();
@@ -261,6 +266,11 @@ bool ReceiveView::isTypingEnabled() const
 std::pair<qint64, qint64> ReceiveView::visibleRange() const
 {
     return area_->visibleRange();
+}
+
+std::vector<std::pair<qint64, qint64>> ReceiveView::visibleSpans() const
+{
+    return area_->visibleSpans();
 }
 
 void ReceiveView::setHighlights(const QList<Highlight>& highlights)

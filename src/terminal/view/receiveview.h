@@ -68,6 +68,7 @@ public:
     void scrollToEnd();
 
     [[nodiscard]] bool hasSelection() const;
+    [[nodiscard]] qint64 selectionLength() const;
     [[nodiscard]] QString selectedText() const;
     void selectAll();
     void clearSelection();
@@ -96,6 +97,8 @@ public:
 
     // Positions of the first and after the last character that can be seen (whole lines).
     [[nodiscard]] std::pair<qint64, qint64> visibleRange() const;
+    // The characters that can be seen, row by row, ascending.
+    [[nodiscard]] std::vector<std::pair<qint64, qint64>> visibleSpans() const;
     // Marks text until the next call; meant for visible text only.
     void setHighlights(const QList<Highlight>& highlights);
     // Scrolls only when the text is not in sight, then to the middle.

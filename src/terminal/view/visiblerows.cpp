@@ -18,6 +18,24 @@ std::pair<qint64, qint64> VisibleRows::range() const
     return {rows_.front().segment.from, rows_.back().segment.to};
 }
 
+std::vector<std::pair<qint64, qint64>> VisibleRows::spansBetween(double left, double right) const
+{
+    std::vector<std::pair<qint64, qint64>> spans;
+    spans.reserve(rows_.size());
+    for (const TextRow& row : rows_) {
+        qint64 from = row.from();
+        qint64 to = row.to();
+        if (row.layout->isPlain()) {
+            from = row.segment.from + row.layout->characterAt(left, row.row);
+            const int last = row.layout->characterAt(right, row.row);
+            to = std::min(to, row.segment.from + row.layout->nextCharacter(last));
+        }
+        if (from < to)
+            spans.emplace_back(from, to);
+    }
+    return spans;
+}
+
 int VisibleRows::indexOf(qint64 position) const
 {
     if (position < rows_.front().from())

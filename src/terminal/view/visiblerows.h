@@ -18,6 +18,10 @@ public:
     [[nodiscard]] const std::vector<TextRow>& rows() const { return rows_; }
     // From the start of the segment of the first row to the end of the last one's.
     [[nodiscard]] std::pair<qint64, qint64> range() const;
+    // What of each row lies between two x, from its first to after its last character; whole rows
+    // where letters run in more than one direction.
+    [[nodiscard]] std::vector<std::pair<qint64, qint64>> spansBetween(
+        double left, double right) const;
     // Number of the row that holds a position, -1 when it is not in sight.
     [[nodiscard]] int indexOf(qint64 position) const;
     [[nodiscard]] int topOf(int index) const { return margin + index * rowHeight_; }
