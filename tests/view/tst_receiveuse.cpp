@@ -288,39 +288,6 @@ private Q_SLOTS:
         QCOMPARE(text->selectionCount(), 1);
     }
 
-    void screenReaderHears()
-    {
-        if (!QAccessible::isActive())
-            QSKIP("the platform has no bridge to screen readers, or none listens");
-        static QStringList heard;
-        heard.clear();
-        const auto before = QAccessible::installUpdateHandler([](QAccessibleEvent* event) {
-            if (event->type() == QAccessible::TextInserted) {
-                auto* inserted = static_cast<QAccessibleTextInsertEvent*>(event);
-                heard += u"+%1 %2"_s.arg(inserted->changePosition()).arg(inserted->textInserted());
-            } else if (event->type() == QAccessible::TextRemoved) {
-                auto* removed = static_cast<QAccessibleTextRemoveEvent*>(event);
-                heard += u"-%1 %2"_s.arg(removed->changePosition()).arg(removed->textRemoved());
-            } else if (event->type() == QAccessible::TextSelectionChanged) {
-                auto* selected = static_cast<QAccessibleTextSelectionEvent*>(event);
-                heard += u"%1..%2 at %3"_s.arg(selected->selectionStart())
-                             .arg(selected->selectionEnd())
-                             .arg(selected->cursorPosition());
-            }
-        });
-        view_->appendText(u"one two"_s, {});
-        QTRY_COMPARE(heard.size(), 1);
-        view_->appendText(u" three"_s, {}); // comes and goes before it was told
-        view_->trimFront(4);
-        view_->clearText();
-        view_->appendText(u"four"_s, {});
-        QTRY_COMPARE(heard.size(), 4);
-        view_->selectAll();
-        QAccessible::installUpdateHandler(before);
-        QCOMPARE(heard, QStringList({u"+0 one two"_s, u"-0 one "_s, u"-0 two"_s, u"+0 four"_s,
-                            u"0..4 at 4"_s}));
-    }
-
     // Asked for a line, a view whose device never ends one hands over a piece.
     void screenReaderGetsPieces()
     {

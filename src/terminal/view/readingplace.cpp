@@ -31,6 +31,12 @@ void ReadingPlace::scrollBy(qint64 rows)
     scrollTo(flow_.moved(top(), rows).from());
 }
 
+void ReadingPlace::stay()
+{
+    top_ = top().from();
+    follows_ = false;
+}
+
 void ReadingPlace::hold(qint64 top)
 {
     top_ = std::max(top, store_.firstPosition());

@@ -27,6 +27,8 @@ public:
     // The row of a position becomes the top one, or the last page is shown.
     void scrollTo(qint64 position);
     void scrollBy(qint64 rows);
+    // What is shown now stays, whatever arrives.
+    void stay();
     // Between hold() and release() only scrolling moves the rows, so that what a person points at
     // stays under the pointer while text arrives. `top` is where the rows are held.
     void hold(qint64 top);

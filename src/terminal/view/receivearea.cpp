@@ -157,6 +157,8 @@ void ReceiveArea::showRange(qint64 from, qint64 to)
         place_.scrollTo(flow_.moved(flow_.rowAt(from), -(place_.pageRows() / 2)).from());
         changed();
     }
+    // Text that somebody asked for must not be carried off by what arrives next.
+    place_.stay();
     if (!wrap_)
         bars_.reveal(flow_.rowAt(from), from, to);
 }

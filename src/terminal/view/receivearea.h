@@ -45,7 +45,7 @@ public:
     void scrollPages(int pages);
     // Rows that are held are moved by scrolling only, not by text that arrives.
     void holdRows(bool on);
-    // Scrolls only when the text is not in sight, then to the middle.
+    // Scrolls only when the text is not in sight, then to the middle; from then on it stays there.
     void showRange(qint64 from, qint64 to);
     // From the start of the segment of the first row in sight to the end of the last one's.
     [[nodiscard]] std::pair<qint64, qint64> visibleRange();

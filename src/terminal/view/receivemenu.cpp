@@ -38,7 +38,7 @@ QMenu* makeReceiveMenu(ReceiveView& view)
     add(*menu, ReceiveView::tr("&Copy"), Qt::CTRL | Qt::SHIFT | Qt::Key_C, view.hasSelection(),
         view, [&view] { view.copy(); });
     if (view.wrapsAtBlanks())
-        add(*menu, ReceiveView::tr("Copy as &Bytes"), {}, view.hasSelection(), view,
+        add(*menu, ReceiveView::tr("Copy as &Bytes"), {}, view.hasSelectedBytes(), view,
             [&view] { view.copyBytes(); });
     add(*menu, ReceiveView::tr("&Paste"), Qt::CTRL | Qt::SHIFT | Qt::Key_V,
         view.isTypingEnabled() && clipboardHasText(), view, [&view] { view.paste(); });
@@ -52,10 +52,8 @@ QMenu* makeReceiveMenu(ReceiveView& view)
     add(*menu, ReceiveView::tr("C&lear"), {}, hasText, view,
         [&view] { Q_EMIT view.clearRequested(); });
     menu->addSeparator();
-    QAction* wrap = add(*menu, ReceiveView::tr("&Wrap Lines"), {}, true, view, [&view](bool on) {
-        view.setLineWrap(on);
-        Q_EMIT view.lineWrapToggled(on);
-    });
+    QAction* wrap = add(*menu, ReceiveView::tr("&Wrap Lines"), {}, true, view,
+        [&view](bool on) { view.setLineWrap(on); });
     wrap->setCheckable(true);
     wrap->setChecked(view.lineWrap());
     return menu;

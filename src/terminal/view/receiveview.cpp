@@ -183,6 +183,12 @@ QByteArray ReceiveView::selectedBytes() const
     return hexBytesIn(store_, selected.from(), selected.to());
 }
 
+bool ReceiveView::hasSelectedBytes() const
+{
+    const TextSelection& selected = area_->selection();
+    return !store_.bytesIn(selected.from(), selected.to()).isEmpty();
+}
+
 void ReceiveView::copyBytes()
 {
     const QByteArray bytes = selectedBytes();

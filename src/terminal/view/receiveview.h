@@ -75,6 +75,7 @@ public:
     void copy();
     // The bytes whose hexadecimal display is selected, both digits of each (hexbytes.h).
     [[nodiscard]] QByteArray selectedBytes() const;
+    [[nodiscard]] bool hasSelectedBytes() const;
     // Puts those bytes on the clipboard (application/octet-stream), and as UTF-8 text.
     void copyBytes();
     // Types the clipboard's text, line ends as LF. Does nothing while typing is off.
@@ -120,8 +121,7 @@ Q_SIGNALS:
     void saveRequested();
     void saveFinished(bool ok, const QString& errorText);
 
-    // Changed by the person, not by the setters.
-    void lineWrapToggled(bool wrap);
+    // By the person, not by the setter.
     void displayFontZoomed(const QFont& font);
 
     void textAppended();
