@@ -11,7 +11,8 @@ class SendPanel;
 
 // The two records of a pane together with the panels that show and edit them. The records are the
 // truth; a panel's editors hold what a person is typing until store() takes it over, which happens
-// with every edit and before a message is sent by hand or a connection opened. Leaving a field as it was is no edit.
+// with every edit and before a message is sent by hand or a connection opened. Leaving a field as
+// it was is no edit.
 //
 // Who changes a field of a record shows it by show(), and reports it by markEdited() when a person
 // wanted it. Records that are shown or replaced are never an edit. Owned by the pane; the panels
