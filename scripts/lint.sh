@@ -36,7 +36,8 @@ tidy_group() {
   local out source sources status=0
   out=$(tidy "$2" "$1" 2>&1) || status=1
   if [[ $out == *clang-diagnostic-error* && $1 == *"/$2/"* ]]; then
-    echo "note: $(basename "$1") does not compile as one; its sources are linted one by one"
+    echo "note: sources that do not compile as one are linted one by one:"
+    grep -m 1 clang-diagnostic-error <<<"$out"
     status=0
     out=
     mapfile -t sources < <(sed -E 's/^#include "([^"]*)".*/\1/' "$1")

@@ -134,7 +134,7 @@ void ControlLineRow::setBreakCaption(bool on)
 
 QString ControlLineRow::stateText(LineDriver::Level level)
 {
-    const QString name = LineDriver::levelName(level.high);
+    QString name = LineDriver::levelName(level.high);
     switch (level.certainty) {
     case LineDriver::Certainty::Sure:
         return name;

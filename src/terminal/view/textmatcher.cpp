@@ -106,5 +106,5 @@ bool TextMatcher::tryPlace(QStringView line, LineSearch& search) const
         search.at = std::max(search.at, match.capturedEnd());
     }
     search.spentUs += (std::clock() - start) / (CLOCKS_PER_SEC / 1'000'000);
-    return (decided || found.isValid()) && search.spentUs < lineBudgetMs * 1000;
+    return (decided || found.isValid()) && search.spentUs < qint64{lineBudgetMs} * 1000;
 }
