@@ -43,7 +43,8 @@ struct LineSearch
 //
 // What backtracks without end must not hold the window. An expression is tried on pieces of a
 // line, with few steps allowed at a place; where these do not do, or where a match may reach out
-// of the piece, it is tried place by place with many, and the clock is read after each.
+// of the piece, it is tried place by place with many, and the clock is read after each. What the
+// engine runs through without a step, an atomic group over a long line, is not bounded by this.
 class TextMatcher
 {
 public:
