@@ -137,9 +137,9 @@ void TestReceivePicture::drawsRows_data()
     QTest::newRow("ASCII, light") << QColor(Qt::white) << QColor(Qt::black) << asciiSample();
     QTest::newRow("ASCII, dark") << QColor(0x202020) << QColor(0xD0D0D0) << asciiSample();
     QTest::newRow("tabs, light") << QColor(Qt::white) << QColor(Qt::black) << tabs;
-    // The font has all of them, in one width.
+    // In a font of one width, all of them are of that width; none reaches over its row.
     const QString letters =
-        u"\u041F\u0440\u0438\u0432\u0435\u0442, \u03A9\u03BC \u251C\u2500 \u2192 \u2264"_s;
+        u"\u041F\u0440\u0438\u0432\u0435\u0442, \u03A9\u03BC \u2212 \u2192 \u2264"_s;
     QTest::newRow("letters, dark") << QColor(0x202020) << QColor(0xD0D0D0) << letters;
     QTest::newRow("wide, dark") << QColor(0x202020) << QColor(0xD0D0D0) << wide;
 }
