@@ -66,7 +66,7 @@ private Q_SLOTS:
         QVERIFY(!link->send("no socket"_ba));
         QSignalSpy written(link.get(), &TcpClientLink::bytesWritten);
         QSignalSpy arrived(link.get(), &TcpClientLink::connected);
-        link->connectTo(u"localhost"_s, peer->port());
+        link->connectTo(u"127.0.0.1"_s, peer->port());
         QVERIFY(!link->isConnected() && link->hasSocket());
         QVERIFY(link->send("ab"_ba) && link->send("cd"_ba));
         QVERIFY(!link->send({}));

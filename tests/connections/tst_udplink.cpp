@@ -1,6 +1,7 @@
 #include "connections/udplink.h"
 #include "support/udppeer.h"
 
+#include <QHostInfo>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -118,6 +119,8 @@ private Q_SLOTS:
 
     void namesAreLookedUpWithoutLosingTheOrder()
     {
+        if (QHostInfo::fromName(u"localhost"_s).error() != QHostInfo::NoError)
+            QSKIP("this machine does not know its own name: it has no /etc/hosts");
         UdpPeer peer;
         link->bind(0);
         QVERIFY(link->send("1"_ba, u" localhost"_s, peer.port()));
