@@ -206,6 +206,16 @@ private Q_SLOTS:
         QByteArray garbage = randomBytes(80000, 22);
         for (qsizetype i = 0; i < garbage.size(); i += 2) // many leads, many continuations
             garbage[i] = char(uchar(garbage[i]) | 0xC0);
+        // Noise, and noise with whole characters of each length in it.
+        garbage += '\n' + randomBytes(40000, 23);
+        const QByteArrayList characters{"a", "\xC3\xA9", "\xE5\x9B\xBD", "\xF0\x9F\x98\x80"};
+        const QByteArray choices = randomBytes(20000, 24);
+        for (const char choice : choices) {
+            const auto kind = uchar(choice);
+            garbage += kind < 128 ? characters[kind % 4] : QByteArray(1, choice);
+            if (kind % 8 == 0)
+                garbage += characters[kind / 8 % 4];
+        }
         garbage += '\n';
         QStringDecoder converter(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
         const QString expected = converter.decode(garbage);

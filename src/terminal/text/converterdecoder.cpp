@@ -3,7 +3,9 @@
 #include "terminal/text/asciirun.h"
 
 #include <QChar>
+#include <QtEndian>
 #include <algorithm>
+#include <bit>
 
 namespace {
 
@@ -54,9 +56,43 @@ struct ConverterDecoder::Cursor
     void takeAll()
     {
         while (in < end) {
-            if (*in < 0x80)
+            if (*in < 0x80) {
                 copyAsciiRun(in, end, out);
-            else if (!takeCharacter())
+                continue;
+            }
+            const qsizetype invalidBefore = invalid;
+            if (!takeCharacter())
+                return;
+            if (invalid > invalidBefore)
+                takeNoise();
+        }
+    }
+
+    // Behind a byte that began no character: eight bytes at once, for in noise the kind of the next
+    // byte cannot be guessed, and asking for it byte by byte takes several times as long. A byte is
+    // looked at more closely only when it opens a character and continuations follow it. Returns
+    // where text seems to go on and before the last nine bytes.
+    void takeNoise()
+    {
+        constexpr quint64 highBits = 0x8080808080808080U;
+        while (end - in >= 10) {
+            const auto first = qFromLittleEndian<quint64>(in);
+            const auto second = qFromLittleEndian<quint64>(in + 1);
+            const auto third = qFromLittleEndian<quint64>(in + 2);
+            // The bits that tell the kinds apart are moved to the highest one of their byte.
+            const quint64 opens = first & first << 1;
+            const quint64 opensTwo = ~(first << 2);
+            const quint64 continued =
+                second & ~(second << 1) & (opensTwo | (third & ~(third << 1)));
+            const int bytes = std::countr_zero(opens & continued & highBits) / 8;
+            for (int i = 0; i < 8; ++i)
+                out[i] = in[i] < 0x80 ? char16_t(in[i]) : char16_t(QChar::ReplacementCharacter);
+            const quint64 taken = bytes == 8 ? highBits : highBits & ~(~quint64{0} << 8 * bytes);
+            invalid += qsizetype(((first & taken) >> 7) * 0x0101010101010101U >> 56);
+            in += bytes;
+            out += bytes;
+            const bool text = bytes == 0 || (first & highBits) == 0;
+            if (text || (bytes < 8 && !takeCharacter()))
                 return;
         }
     }
