@@ -326,11 +326,9 @@ void TestMultiClientServer::aClientThatDoesNotReadIsDropped()
     bench.join(other);
     deaf.setReading(false);
     const QByteArray block = numberedBytes(256 * 1024);
-    qint64 sent = 0;
     // As a bridge does: no faster than the client that keeps up.
     for (int blocks = 0; stalled.isEmpty() && blocks < 400; ++blocks) {
         QVERIFY(bench.server.broadcast(block) == block.size());
-        sent += block.size();
         QTRY_COMPARE(bench.server.pendingWriteBytes(), 0);
         QTRY_COMPARE(other.received().size(), block.size());
         QCOMPARE(other.takeReceived(), block);

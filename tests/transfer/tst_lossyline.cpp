@@ -126,8 +126,9 @@ void TestLossyLine::badLine()
     quint32 seed = 100;
     for (const qsizetype size : {0, 1, 127, 128, 129, 1023, 1024, 1025, 5000, 38400}) {
         for (int run = 0; run < 4; ++run) {
+            ++seed;
             LossyLine line(
-                {.protocol = protocol, .blockSizeOption = block, .faults = faults, .seed = ++seed},
+                {.protocol = protocol, .blockSizeOption = block, .faults = faults, .seed = seed},
                 randomBytes(size, seed));
             QVERIFY2(line.run(longestMs(size)), describe(line, "seed", seed));
             QVERIFY2(!line.bothDone() || line.arrivedWhole() || line.forgedEot,
