@@ -37,6 +37,15 @@ qsizetype placeIn(const QString& text, const QSet<QChar>& taken)
     return inside;
 }
 
+// Before the dots or the colon that end the text, where a reader of Chinese looks for it.
+QString withLetterBehind(const QString& text, QChar letter)
+{
+    qsizetype end = text.size();
+    while (end > 0 && u".:\u2026\uff1a"_s.contains(text.at(end - 1)))
+        --end;
+    return u"%1 (&%2)%3"_s.arg(text.first(end), letter, text.sliced(end));
+}
+
 QString withMnemonic(QString text, QSet<QChar>& taken)
 {
     if (const qsizetype place = placeIn(text, taken); place >= 0) {
@@ -46,9 +55,7 @@ QString withMnemonic(QString text, QSet<QChar>& taken)
     for (char16_t c = u'A'; c <= u'Z'; ++c) {
         if (!taken.contains(c)) {
             taken.insert(c);
-            while (text.endsWith(u' '))
-                text.chop(1);
-            return u"%1 (&%2)"_s.arg(text, QChar(c));
+            return withLetterBehind(text.trimmed(), QChar(c));
         }
     }
     return text;

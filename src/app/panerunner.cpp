@@ -67,7 +67,8 @@ void PaneRunner::changePort(const QString& portName)
     if (portName.isEmpty() || same)
         return;
     first.stop();
-    open(first, portName, false);
+    if (open(first, portName, false))
+        m_panes.focusPane(0); // what is typed next is for the port, not for the list of ports
     Q_EMIT edited();
 }
 

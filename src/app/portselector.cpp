@@ -1,6 +1,7 @@
 #include "app/portselector.h"
 
 #include <QAbstractItemView>
+#include <QKeyEvent>
 #include <QSignalBlocker>
 #include <QWheelEvent>
 
@@ -65,6 +66,21 @@ void PortSelector::hidePopup()
 void PortSelector::wheelEvent(QWheelEvent* event)
 {
     event->ignore();
+}
+
+// A step through the closed list would close one port and open the next, and toggle DTR of each.
+void PortSelector::keyPressEvent(QKeyEvent* event)
+{
+    const int key = event->key();
+    const bool steps = (key >= Qt::Key_Home && key <= Qt::Key_PageDown);
+    const bool searches = !event->text().isEmpty() && event->text().at(0).isLetterOrNumber();
+    if (!steps && !searches) {
+        QComboBox::keyPressEvent(event);
+        return;
+    }
+    showPopup();
+    if (searches)
+        view()->keyboardSearch(event->text());
 }
 
 void PortSelector::repopulate()

@@ -30,6 +30,8 @@ Q_SIGNALS:
 protected:
     // Whoever scrolls over the bar must not close a device and open the next one.
     void wheelEvent(QWheelEvent* event) override;
+    // Arrows and letters open the list, where Enter chooses.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void repopulate();

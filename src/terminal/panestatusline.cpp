@@ -142,7 +142,7 @@ void PaneStatusLine::showCounters()
     const qint64 receivedRate = m_receivedRate.sample(m_received, now);
     const qint64 sentRate = m_sentRate.sample(m_sent, now);
     const auto texts = [](const QString& rx, const QString& tx) {
-        return tr("Rx %1  Tx %2").arg(rx, tx);
+        return tr("RX %1  TX %2").arg(rx, tx);
     };
     const QString full = texts(withRate(received, receivedRate), withRate(sent, sentRate));
     const bool room = fontMetrics().horizontalAdvance(full) < width() / 2;

@@ -10,10 +10,15 @@
 #include <QSignalBlocker>
 #include <QtMath>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int barSpacing = 8;
 constexpr int leastHistory = 8; // characters
+// Two lines of the message are seen at least; of one that is magnified for a room to read no more
+// than these lines of the interface, or one.
+constexpr int leastLines = 6;
 
 // A style makes buttons wider than their text needs, which a narrow pane has no room for.
 void letShrink(QPushButton& button)
@@ -73,7 +78,7 @@ void SendEditor::buildLayout()
     setTabOrder(m_editor, m_send);
     setTabOrder(m_send, m_history);
     setTabOrder(m_history, m_clearHistory);
-    keepTwoLines();
+    keepLines();
 }
 
 void SendEditor::fitBar()
@@ -145,13 +150,15 @@ void SendEditor::insertText(const QString& text)
 void SendEditor::setDisplayFont(const QFont& font)
 {
     m_editor->setFont(font);
-    keepTwoLines();
+    keepLines();
 }
 
-void SendEditor::keepTwoLines()
+void SendEditor::keepLines()
 {
+    const int line = m_editor->fontMetrics().lineSpacing();
+    const int lines = std::max(line, std::min(2 * line, leastLines * fontMetrics().lineSpacing()));
     const int edges = m_editor->frameWidth() + qCeil(m_editor->document()->documentMargin());
-    m_editor->setMinimumHeight(2 * (m_editor->fontMetrics().lineSpacing() + edges));
+    m_editor->setMinimumHeight(lines + 2 * edges);
 }
 
 void SendEditor::setHistory(const QStringList& labels)

@@ -45,7 +45,7 @@ private:
     [[nodiscard]] int labelWidth() const;
     void buildLayout();
     void fitBar();
-    void keepTwoLines();
+    void keepLines();
 
     QPlainTextEdit* m_editor;
     QLabel* m_historyLabel;

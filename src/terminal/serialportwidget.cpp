@@ -185,7 +185,13 @@ void SerialPortWidget::wirePanels()
 
 bool SerialPortWidget::start(const QString& portName, bool quiet)
 {
-    return m_run->start(portName, quiet);
+    // Who was setting up the connection types to it next. Left where it was, the focus would end on
+    // the button that closes the port, at the first blank typed.
+    const bool settingUp = m_view->connectionPanel().isAncestorOf(window()->focusWidget());
+    const bool started = m_run->start(portName, quiet);
+    if (started && settingUp)
+        focusSendEditor();
+    return started;
 }
 
 void SerialPortWidget::stop()

@@ -144,8 +144,10 @@ void MainWindowTest::portChoiceOpensTheFirstPane()
     QVERIFY2(line.isValid(), qPrintable(line.errorString()));
     m_catalog.list = {listedPort(line.portA()), listedPort(line.portB())};
     open();
+    m_window->findChild<PortSelector*>()->setFocus();
     m_window->changePort(line.portA());
     QVERIFY(pane()->isOpen());
+    QCOMPARE(m_window->focusedPortWidget(), pane());
     QCOMPARE(pane()->settings().portName, line.portA());
     // The same port again leaves the connection alone.
     int changes = 0;

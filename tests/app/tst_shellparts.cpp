@@ -10,6 +10,7 @@
 #include "terminal/panestatusline.h"
 #include "terminal/ratemeter.h"
 
+#include <QAbstractItemView>
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QLabel>
@@ -203,7 +204,12 @@ void ShellPartsTest::selectorTellsOnlyChoices()
         Qt::NoModifier, Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(&selector, &wheel);
     QCOMPARE(chosen.size(), 0);
+    // Nor who steps through the list by key: only Enter chooses.
     QTest::keyClick(&selector, Qt::Key_Up);
+    QTRY_VERIFY(selector.view()->isVisible());
+    QTest::keyClick(selector.view(), Qt::Key_Up);
+    QCOMPARE(chosen.size(), 0);
+    QTest::keyClick(selector.view(), Qt::Key_Return);
     QCOMPARE(chosen.size(), 1);
     QCOMPARE(chosen.at(0).at(0).toString(), "A"_L1);
 }
@@ -279,7 +285,7 @@ void ShellPartsTest::paneStatusLine()
     line.setCounters(5000, 7);
     QTRY_VERIFY(text("paneStatusCounters")->text().contains("/s)"_L1));
     line.resize(200, 30);
-    QTRY_COMPARE(text("paneStatusCounters")->text(), "Rx 5,000  Tx 7"_L1);
+    QTRY_COMPARE(text("paneStatusCounters")->text(), "RX 5,000  TX 7"_L1);
     QVERIFY(text("paneStatusCounters")->toolTip().contains("/s)"_L1));
 }
 

@@ -85,6 +85,7 @@ private Q_SLOTS:
     void removedHostStaysAway();
     void typedHostSurvives();
     void columnWithoutGroups();
+    void openingLeadsToTheMessage();
 };
 
 void TestSerialPortWidget::talksToADevice()
@@ -331,6 +332,29 @@ void TestSerialPortWidget::columnWithoutGroups()
     QVERIFY(!column->isVisible());
     bench.pane.setQuickSettingsGroups({});
     QVERIFY(column->isVisible());
+}
+
+// A blank typed after Open would press Close.
+void TestSerialPortWidget::openingLeadsToTheMessage()
+{
+    const NullModem modem;
+    QVERIFY2(modem.isValid(), qPrintable(modem.errorString()));
+    Bench bench;
+    Settings settings = bench.pane.settings();
+    auto* button = bench.pane.findChild<QPushButton*>(u"openButton"_s);
+    for (const QString& port : {u"no-such-port"_s, modem.portA()}) {
+        settings.portName = port;
+        bench.pane.setSettings(settings);
+        button->setFocus();
+        QTest::keyClick(button, Qt::Key_Space);
+        QCOMPARE(bench.pane.focusWidget() == button, !bench.pane.isOpen());
+    }
+    QCOMPARE(bench.pane.focusWidget(), bench.editor.findChild<QPlainTextEdit*>());
+    // Opened while the terminal has the focus, the pane leaves it there.
+    bench.pane.stop();
+    const QWidget* keys = keyTarget(bench.view);
+    QVERIFY(bench.pane.start({}, false));
+    QCOMPARE(bench.pane.focusWidget(), keys);
 }
 
 void TestSerialPortWidget::typedHostSurvives()
