@@ -23,6 +23,9 @@ char XmodemLine::handshakeChar() const
 
 qsizetype XmodemLine::append(QByteArrayView bytes, qint64 now)
 {
+    if (bytes.isEmpty()) {
+        return 0;
+    }
     if (lastArrivalAt_ && quiet(now)) {
         torn = false;
     }

@@ -23,7 +23,8 @@
 // a matching number and complement, CAN CAN only with no other than CAN or BS behind it, and an EOT
 // not at all: a real one comes again after the time-out's NAK. An EOT with other bytes right behind
 // it never is one, as the sender waits for our reply; it is the damaged head of a block. A time-out
-// on a quiet line drops an incomplete frame: its sender will begin anew, not go on.
+// waits for an incomplete frame while bytes of it arrive. On a quiet line it drops the frame: its
+// sender will begin anew, not go on; or it has cancelled in mid-block, when the frame ends in CANs.
 //
 // Staying in step. Replies carry no number. An ACK too many, from a doubled byte or from a
 // repetition of ours, makes the sender take a later block for acknowledged, and the next damage
@@ -51,8 +52,19 @@ namespace {
 constexpr qint32 crcHandshakeMs = 3'000;
 constexpr qint32 crcHandshakeAttempts = 6; // then the sender may know checksums only
 constexpr char backspace = 0x08;
+constexpr qsizetype cancelRun = 4; // senders cancel with five or more; two can be a file's bytes
 constexpr qsizetype blockOfDebris = ShortData / 2;
 constexpr qint32 crossingMs = XmodemLine::ReplyTimeoutMs / 2; // a sender's own time-out is longer
+
+// Whether a block broke off in a run of CAN, with or without BS behind it.
+bool endsInCancel(QByteArrayView bytes)
+{
+    while (!bytes.isEmpty() && bytes.back() == backspace) {
+        bytes.chop(1);
+    }
+    const QByteArrayView run = bytes.last(std::min(bytes.size(), cancelRun));
+    return run.size() == cancelRun && std::ranges::count(run, Can) == cancelRun;
+}
 
 } // namespace
 
@@ -276,6 +288,15 @@ XferStep XmodemReceiver::receiverTick(qint64 now)
 {
     if (line_.state == XmodemState::AwaitNextHeader) {
         return line_.complete();
+    }
+    // At 300 baud a long block takes 34 s: a request in the middle of it would have the sender
+    // repeat what is on its way.
+    if (!line_.pending().isEmpty() && !line_.quiet(now)) {
+        line_.arm(now, XmodemLine::QuietMs);
+        return {};
+    }
+    if (endsInCancel(line_.pending())) {
+        return line_.failRemoteCancel();
     }
     if (line_.quiet(now)) {
         addDebris(line_.pending().size());

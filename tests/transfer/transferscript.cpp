@@ -79,9 +79,11 @@ QString TransferScript::perform(const QByteArray& word, bool byteByByte)
     if (word.startsWith('<')) {
         const QByteArray bytes = items(word.mid(1));
         const qsizetype slice = byteByByte ? 1 : bytes.size();
-        for (qsizetype i = 0; i < bytes.size(); i += slice) {
+        qsizetype i = 0;
+        do {
             take(codec_->receive(bytes.mid(i, slice), now_));
-        }
+            i += slice;
+        } while (i < bytes.size());
     } else if (word.startsWith('>')) {
         const QByteArray expected = items(word.mid(1));
         if (written_ != expected) {
@@ -172,7 +174,7 @@ QByteArray TransferScript::items(const QByteArray& list) const
 QByteArray TransferScript::item(const QByteArray& name) const
 {
     static const QMap<char, QByteArray> controls{{'A', "\x06"}, {'N', "\x15"}, {'C', "C"},
-        {'G', "G"}, {'E', "\x04"}, {'X', "\x18"}, {'?', "U"},
+        {'G', "G"}, {'E', "\x04"}, {'X', "\x18"}, {'?', "U"}, {'-', ""},
         {'K', QByteArray::fromHex("18181818181818180808080808080808")}};
     const QByteArray kind = name.left(1);
     if (const auto control = controls.constFind(kind[0]); control != controls.cend()) {

@@ -20,9 +20,9 @@
 //   retries:N    as progress() counts them
 //
 // Items, separated by commas: A N C G E for ACK, NAK, "C", "G", EOT; X one CAN; K the cancel
-// sequence; ? a byte of noise; H the file's header; T the end of the batch; W a header without a
-// NUL; U one whose size is "abc"; 1 2 3... blocks of the file. A frame can be damaged: 2! in its
-// trailer, 2~ in its complement; 2^ is its first 20 bytes, 2$ the others.
+// sequence; ? a byte of noise; - an empty read; H the file's header; T the end of the batch; W a
+// header without a NUL; U one whose size is "abc"; 1 2 3... blocks of the file. A frame can be
+// damaged: 2! in its trailer, 2~ in its complement; 2^ is its first 20 bytes, 2$ the others.
 //
 // Before the first of these, words prepare: limit:N, no-source, no-sink, open-fails, write-fails,
 // commit-fails, read-fails, read-short, changed; hold keeps written bytes in the port until
