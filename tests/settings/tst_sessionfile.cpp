@@ -57,6 +57,7 @@ private Q_SLOTS:
     void quickViewDefault();
     void roundTrip();
     void otherKeysSurvive();
+    void otherEncodingsSurvive();
     void damagedFile();
     void endlessTexts();
     void unreadable_data();
@@ -137,7 +138,8 @@ void SessionFileTest::counts()
 void SessionFileTest::quickViewDefault()
 {
     for (const auto& [text, shown] : {std::pair("PortNumber=1\n", true), {"PortNumber=2\n", false},
-             {"PortNumber=2\nQuickView=true\n", true}, {"", true}}) {
+             {"PortNumber=2\nQuickView=true\n", true}, {"", true},
+             {"\xEF\xBB\xBF[General]\nPortNumber=2\n", false}}) {
         m_path += u'x'; // not read before
         put(m_path, text);
         SessionContents contents;
@@ -256,6 +258,21 @@ void SessionFileTest::unreadable()
     QVERIFY(!SessionFile::read(m_path, contents, m_message));
     QVERIFY(contents == before);
     QVERIFY(m_message.endsWith(u'.'));
+}
+
+void SessionFileTest::otherEncodingsSurvive()
+{
+    const QList<QByteArray> foreign{"Note=gr\xFC\xDF\xE9\n"_ba,
+        "Mark=\xEF\xB7\x91\xEF\xB7\xA2\n"_ba,
+        "[Pr\xFC"
+        "fstand]\nK\xF6nig=\xE4, \xC3\xBC, \xC3\n"_ba};
+    put(m_path, "[General]\nPortNumber=3\n" + foreign.join());
+    for (int saved = 0; saved < 2; ++saved)
+        QVERIFY2(write(sessionOf(1), m_path), qPrintable(m_message));
+    const QByteArray bytes = get(m_path);
+    for (const QByteArray& lines : foreign)
+        QVERIFY2(bytes.contains(lines), bytes.toPercentEncoding(" =\n[]/"));
+    QVERIFY(bytes.contains("\nPortNumber=1\n"));
 }
 
 // Sessions with bytes changed, cut and mixed, and bytes without any sense.

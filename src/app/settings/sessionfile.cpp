@@ -19,6 +19,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
+
 QString tooLargeText(qint64 bytes)
 {
     const QLocale locale;
@@ -41,8 +43,12 @@ bool load(const QString& path, QByteArray& bytes, QString& message)
              || bytes.count('\n') + bytes.count('\r') > SessionFile::maxLines)
         message = SessionFile::tr("It is larger than any session: %1.")
                       .arg(QLocale().formattedDataSize(file.size()));
-    else
+    else {
+        // Editors of some systems put a mark in front, which an INI store takes for a broken line.
+        if (bytes.startsWith(byteOrderMark))
+            bytes.remove(0, byteOrderMark.size());
         return true;
+    }
     return false;
 }
 
@@ -57,6 +63,52 @@ QString noRoomText(const QString& reason)
 {
     return SessionFile::tr("The temporary folder %1 has no room: %2.")
         .arg(QDir::toNativeSeparators(QDir::tempPath()), reason);
+}
+
+// An INI store knows UTF-8 only and spoils what another program wrote in an older encoding: each
+// such byte stands in the scratch file as two of the characters that no text should hold, U+FDD0
+// to U+FDEF, and so do the bytes of those that a text holds nevertheless.
+QByteArray shielded(const QByteArray& bytes)
+{
+    QByteArray result;
+    for (QByteArrayView rest(bytes); !rest.isEmpty();) {
+        qsizetype length = 1; // of the character in front
+        while (length < 4 && length < rest.size() && !rest.first(length).isValidUtf8())
+            ++length;
+        if (!rest.first(length).isValidUtf8() || rest.startsWith("\xEF\xB7")) {
+            length = 1;
+            const auto byte = uchar(rest.front());
+            (result += "\xEF\xB7") += char(0x90 + (byte >> 4));
+            (result += "\xEF\xB7") += char(0xA0 + (byte & 0xF));
+        } else {
+            result += rest.first(length);
+        }
+        rest = rest.sliced(length);
+    }
+    return result;
+}
+
+// The bytes back in the place of their two characters, which are escaped in keys.
+QByteArray unshielded(const QByteArray& bytes)
+{
+    QByteArray result;
+    for (QByteArrayView rest(bytes); !rest.isEmpty();) {
+        const auto isAt = [&rest](qsizetype at, QByteArrayView prefix) {
+            return rest.sliced(std::min(at, rest.size())).startsWith(prefix);
+        };
+        qsizetype length = 1;
+        if (isAt(0, "\xEF\xB7") && isAt(3, "\xEF\xB7") && rest.size() >= 6) {
+            length = 6;
+            result += char((rest[2] & 0xF) << 4 | (rest[5] & 0xF));
+        } else if (isAt(0, "%UFDD") && isAt(6, "%UFDE") && rest.size() >= 12) {
+            length = 12;
+            result += QByteArray::fromHex(QByteArray(1, rest[5]) + rest[11]);
+        } else {
+            result += rest.front();
+        }
+        rest = rest.sliced(length);
+    }
+    return result;
 }
 
 // A private file with these bytes. False with the reason when there is no room for it.
@@ -122,8 +174,14 @@ bool isComplete(const QByteArray& bytes, const QSettings& ini, QString& message)
 QByteArray compose(const QByteArray& old, const SessionContents& contents,
     const SessionCodec::Progress& progress, QString& message)
 {
+    const bool isUtf8 = old.isValidUtf8();
+    const QByteArray sound = isUtf8 ? old : shielded(old);
+    if (sound.size() > SessionFile::maxBytes) {
+        message = tooLargeText(sound.size());
+        return {};
+    }
     QTemporaryFile scratch;
-    if (!fill(scratch, old, message))
+    if (!fill(scratch, sound, message))
         return {};
     if (!repair(scratch)) {
         message = noRoomText(scratch.errorString());
@@ -135,7 +193,9 @@ QByteArray compose(const QByteArray& old, const SessionContents& contents,
     ini.sync();
     QFile result(scratch.fileName());
     const QByteArray bytes = result.open(QIODevice::ReadOnly) ? result.readAll() : QByteArray();
-    return isComplete(bytes, ini, message) ? bytes : QByteArray();
+    if (!isComplete(bytes, ini, message))
+        return {};
+    return isUtf8 ? bytes : unshielded(bytes);
 }
 
 // Some file systems, on a network above all, tell only now that there was no room.
@@ -173,7 +233,13 @@ bool SessionFile::read(const QString& path, SessionContents& contents, QString& 
     QByteArray bytes;
     if (!load(path, bytes, message))
         return false;
-    const QSettings ini(info.absoluteFilePath(), QSettings::IniFormat);
+    // Parsed where it is, unless something had to be taken off it.
+    QTemporaryFile scratch;
+    const bool copied = bytes.size() != info.size();
+    if (copied && !fill(scratch, bytes, message))
+        return false;
+    const QSettings ini(
+        copied ? scratch.fileName() : info.absoluteFilePath(), QSettings::IniFormat);
     if (ini.status() == QSettings::AccessError) {
         message = tr("It cannot be read.");
         return false;
