@@ -219,16 +219,6 @@ QByteArray MessageCodec::fromHexString(const QString& text)
 
 QByteArray MessageCodec::terminalEnterBytes(int mode)
 {
-    switch (LineEndingMode(mode)) {
-    case LineEndingMode::Lf:
-        return "\n"_ba;
-    case LineEndingMode::CrLf:
-        return "\r\n"_ba;
-    case LineEndingMode::LfCr:
-        return "\n\r"_ba;
-    case LineEndingMode::None:
-    case LineEndingMode::Cr:
-        break;
-    }
-    return "\r"_ba;
+    const bool known = mode >= int(LineEndingMode::Cr) && mode <= int(LineEndingMode::LfCr);
+    return applyLineEnding("\n"_ba, known ? mode : int(LineEndingMode::Cr));
 }
