@@ -2,6 +2,7 @@
 
 #include "app/settings/formatsetting.h"
 #include "terminal/format/messagecodec.h"
+#include "terminal/text/hexvalue.h"
 #include "terminal/text/wiretextcodecregistry.h"
 
 #include <algorithm>
@@ -13,9 +14,13 @@ bool isPrintableAscii(char c)
     return c >= 0x20 && c < 0x7F;
 }
 
-QString joined(const QString& hexText, const QByteArray& bytes)
+// Hexadecimal text and the bytes behind it. A lone character at its end, which is not sent, would
+// become half of a byte and goes.
+QString joined(QString hexText, const QByteArray& bytes)
 {
-    const bool apart = !hexText.isEmpty() && !hexText.endsWith(u' ') && !hexText.endsWith(u'\n');
+    if (GetHexValue(hexText + u' ').size() > GetHexValue(hexText).size())
+        hexText.chop(1);
+    const bool apart = !hexText.isEmpty() && !hexText.endsWith(u' ');
     return hexText + (apart ? QStringLiteral(" ") : QString()) + MessageCodec::toHexString(bytes);
 }
 

@@ -36,6 +36,8 @@ void TestSendInsertion::appends_data()
     QTest::newRow("into hexadecimal") << u"01 02"_s << true << "A"_ba << u"01 02 41 "_s << true;
     QTest::newRow("before a comment")
         << u"01 // one"_s << true << "\x02"_ba << u"01 02 // one"_s << true;
+    QTest::newRow("behind a lone digit") << u"ABC"_s << true << "\x02"_ba << u"AB 02 "_s << true;
+    QTest::newRow("behind a line end") << u"01\n"_s << true << "\x02"_ba << u"01 02 "_s << true;
 }
 
 void TestSendInsertion::appends()
