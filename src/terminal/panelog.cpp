@@ -91,7 +91,7 @@ void PaneLog::logRecord(const rxData& record)
     MessageCodec::appendForLog(record, m_format, m_state, decoder, m_text);
     m_writer.appendLine(m_text, m_format);
     QString error;
-    if (!m_failing && m_writer.pendingBytes() >= kEagerBytes)
+    if (!m_failing && !m_continuing && m_writer.pendingBytes() >= kEagerBytes)
         flushOnce(error);
     else if (m_writer.hasPending() && !m_timer.isActive())
         m_timer.start(kSaveIntervalMs);
@@ -130,6 +130,7 @@ bool PaneLog::flushOnce(QString& error)
         noteSuccess();
     else
         noteFailure(error);
+    m_continuing = ok && m_writer.hasPending();
     if (!m_writer.hasPending())
         m_timer.stop();
     else

@@ -28,8 +28,8 @@ public:
     enum class State { Off, Recording, Failing };
 
     static constexpr int kSaveIntervalMs = 1000;
-    // Until the rest of what one flush may write.
-    static constexpr int kContinueMs = 20;
+    // Until the rest of what one flush may write: on a slow disk half of the time is the window's.
+    static constexpr int kContinueMs = LogWriter::kMaxFlushMs;
     static constexpr qsizetype kEagerBytes = qsizetype{1024} * 1024;
     static constexpr int kMessageMs = 5000;
 
@@ -83,4 +83,5 @@ private:
     QString m_notice;          // the last one, until it is cleared
     qint64 m_missingBytes = 0; // not told yet
     bool m_failing = false;
+    bool m_continuing = false; // the last flush left text for the next one
 };

@@ -76,6 +76,7 @@ private Q_SLOTS:
     void fullDevice();
     void fullDiskLosesNothing();
     void leavesCharactersWhole();
+    void slowDisk();
     void bound();
 };
 
@@ -316,6 +317,21 @@ void TestLogWriter::leavesCharactersWhole()
     QCOMPARE(bodyOf(bench.format.currentLogFileName), text.toUtf8());
     QVERIFY(bench.record(u"next"_s));
     QCOMPARE(bodyOf(bench.format.currentLogFileName), "next");
+}
+
+// Each slice takes so long that the time of a flush is over after the second one.
+void TestLogWriter::slowDisk()
+{
+    Bench bench;
+    LogWriter writer{[&bench] { return bench.now = bench.now.addMSecs(60); }};
+    const QString text = u"0123456789abcde\n"_s.repeated(20'000);
+    writer.appendLine(text, bench.format);
+    for (qsizetype written = 0; writer.hasPending();) {
+        QVERIFY(writer.flush(bench.format, u"COM3"_s, u""_s, &bench.error));
+        written = std::min(written + 2 * LogWriter::kSliceBytes, text.size());
+        QCOMPARE(writer.pendingBytes(), text.size() - written);
+    }
+    QVERIFY(bodyOf(bench.format.currentLogFileName) == text.toLatin1());
 }
 
 void TestLogWriter::bound()

@@ -218,11 +218,22 @@ bool LogWriter::writeTo(const FormatSetting& format, const QDateTime& now, QStri
         return false;
     }
     prepareLead(file, format, now);
-    if (writeFront(file, m_lead, m_lead.size())
-        && writeFront(file, m_pending, std::min(m_pending.size(), kMaxFlushBytes)))
+    if (writeFront(file, m_lead, m_lead.size()) && writePending(file, now))
         return true;
     error = tr("Could not write log file '%1': %2").arg(name, file.errorString());
     return false;
+}
+
+bool LogWriter::writePending(QFile& file, const QDateTime& began)
+{
+    qsizetype left = std::min(m_pending.size(), kMaxFlushBytes);
+    do {
+        const qsizetype slice = std::min(left, kSliceBytes);
+        if (!writeFront(file, m_pending, slice))
+            return false;
+        left -= slice;
+    } while (left > 0 && began.msecsTo(m_clock()) < kMaxFlushMs);
+    return true;
 }
 
 void LogWriter::prepareLead(const QFile& file, const FormatSetting& format, const QDateTime& now)

@@ -19,8 +19,10 @@ struct FormatSetting;
 // Nothing is lost while the file cannot be written: what was not written stays pending, to the
 // byte, and the next flush goes on there. The pending text is bounded by kMaxPendingBytes; beyond
 // that new text is given up and counted, and as soon as there is room again a line in the log
-// tells how much is missing at that place. A flush writes at most kMaxFlushBytes, so that it
-// never holds up the event loop for long. Owned by the pane's log; tests inject the clock.
+// tells how much is missing at that place. A flush writes at most kMaxFlushBytes, in slices, and
+// begins no slice once it has taken kMaxFlushMs, so that a slow disk holds up the event loop for
+// moments only. (A disk that hangs holds it: a write to a file cannot be called off.) Owned by the
+// pane's log; tests inject the clock.
 class LogWriter final : public QObject
 {
     Q_OBJECT
@@ -31,6 +33,8 @@ public:
 
     static constexpr qsizetype kMaxPendingBytes = qsizetype{16} * 1024 * 1024;
     static constexpr qsizetype kMaxFlushBytes = qsizetype{4} * 1024 * 1024;
+    static constexpr qsizetype kSliceBytes = qsizetype{64} * 1024;
+    static constexpr int kMaxFlushMs = 100;
 
     explicit LogWriter(QObject* parent = nullptr); // with the system's clock
     explicit LogWriter(Clock clock, QObject* parent = nullptr);
@@ -69,6 +73,7 @@ private:
     [[nodiscard]] bool rotateIfDue(
         FormatSetting& format, const QString& portName, const QDateTime& now, QString& error);
     [[nodiscard]] bool writeTo(const FormatSetting& format, const QDateTime& now, QString& error);
+    [[nodiscard]] bool writePending(QFile& file, const QDateTime& began);
     [[nodiscard]] static QString openFailure(const QString& fileName, const QString& reason);
     void prepareLead(const QFile& file, const FormatSetting& format, const QDateTime& now);
     void noteFile(const QString& fileName);
