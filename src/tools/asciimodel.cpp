@@ -8,8 +8,8 @@ constexpr int codeCount = 256;
 
 QString character(int code)
 {
-    const QLatin1StringView abbreviation(asciiNames.at(std::size_t(code)).abbreviation);
-    return abbreviation.isEmpty() ? QString(QChar(code)) : QString(abbreviation);
+    const QString& abbreviation = asciiName(code).abbreviation;
+    return abbreviation.isEmpty() ? QString(QChar(code)) : abbreviation;
 }
 
 // The key that types the code together with Ctrl; terminals agree on the columns 4 and 5.
@@ -56,7 +56,7 @@ QString AsciiModel::text(int code, int column)
     case ControlKey:
         return controlKey(code);
     case Name:
-        return QLatin1StringView(asciiNames.at(std::size_t(code)).name);
+        return asciiName(code).name;
     default:
         return {};
     }
