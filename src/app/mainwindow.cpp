@@ -14,6 +14,7 @@
 #include "app/programoptions.h"
 #include "app/recentfilesmodel.h"
 #include "app/sessiondocument.h"
+#include "app/setconfigfilepathdialog.h"
 #include "app/settings/config.h"
 #include "app/settings/settingsservice.h"
 #include "app/settings/storewriter.h"
@@ -133,6 +134,7 @@ void MainWindow::buildDocument()
                                 [this] { return m_logActions->mayClose(livePortWidgets()); }},
             *m_recentFiles, this);
     m_document->setLastDirectory(m_state.lastDirectory);
+    m_document->setFirstDirectory(SetConfigFilePathDialog::storedPath(m_store));
     connect(m_document, &SessionDocument::message, this,
         [this](const QString& text, int ms) { firstPane().showStatusMessage(text, ms); });
     connect(m_document, &SessionDocument::savingProgress, m_statusBar, &MainStatusBar::showSaving);
@@ -150,8 +152,7 @@ void MainWindow::connectPanes()
     connect(m_workspace, &PaneWorkspace::arranged, this, &MainWindow::showArrangement);
     connect(m_panes.get(), &PaneSet::stateChanged, this, &MainWindow::refreshStatusBar);
     connect(m_panes.get(), &PaneSet::firstPaneMessage, m_statusBar, &MainStatusBar::showNotice);
-    connect(m_panes.get(), &PaneSet::currentChanged, m_area,
-        [this](QWidget* frame) { m_area->ensureWidgetVisible(frame, 0, 0); });
+    connect(m_panes.get(), &PaneSet::currentChanged, m_area, &PortArea::follow);
 }
 
 template<class Receiver, class Slot>

@@ -76,7 +76,7 @@ void SessionDocument::open()
     if (!okToContinue())
         return;
     const QString fileName =
-        QFileDialog::getOpenFileName(m_window, tr("Open Velmora"), m_lastDirectory, fileFilter());
+        QFileDialog::getOpenFileName(m_window, tr("Open Velmora"), startDirectory(), fileFilter());
     if (fileName.isEmpty())
         return;
     useFolderOf(fileName);
@@ -135,10 +135,15 @@ bool SessionDocument::saveAs()
     return saveFile(fileName, true);
 }
 
+QString SessionDocument::startDirectory() const
+{
+    return m_lastDirectory.isEmpty() ? m_firstDirectory : m_lastDirectory;
+}
+
 // The dialog asks before it overwrites, for the name with the suffix.
 QString SessionDocument::askNameToSave()
 {
-    QFileDialog dialog(m_window, tr("Save Velmora"), m_lastDirectory, fileFilter());
+    QFileDialog dialog(m_window, tr("Save Velmora"), startDirectory(), fileFilter());
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
     dialog.setDefaultSuffix("vmr"_L1);

@@ -44,6 +44,8 @@ public:
     // Where the file dialogs begin.
     [[nodiscard]] QString lastDirectory() const { return m_lastDirectory; }
     void setLastDirectory(const QString& folder) { m_lastDirectory = folder; }
+    // Where they begin until a file has been opened or saved.
+    void setFirstDirectory(const QString& folder) { m_firstDirectory = folder; }
 
     // Asks what is to become of unsaved changes. False when the person wants to stay, or when
     // saving failed.
@@ -68,6 +70,7 @@ Q_SIGNALS:
 
 private:
     void useFolderOf(const QString& fileName);
+    [[nodiscard]] QString startDirectory() const;
     [[nodiscard]] QString askNameToSave();
     [[nodiscard]] bool mayOverwrite(const QString& fileName);
     void tellFailure(const QString& text, const QString& fileName, const QString& reason);
@@ -77,5 +80,6 @@ private:
     QWidget* m_window;
     QString m_currentFile;
     QString m_lastDirectory;
+    QString m_firstDirectory;
     QString m_reason; // why the last file could not be read or written
 };

@@ -164,8 +164,11 @@ void SessionDocumentTest::saveAsksForANameOnce()
 {
     QSignalSpy messages(m_document, &SessionDocument::message);
     QSignalSpy progress(m_document, &SessionDocument::savingProgress);
+    m_document->setLastDirectory({});
+    m_document->setFirstDirectory(m_dir->path());
     {
         const ModalAnswer person([this](QDialog* dialog) {
+            QCOMPARE(static_cast<QFileDialog*>(dialog)->directory().path(), m_dir->path());
             QCOMPARE(static_cast<QFileDialog*>(dialog)->nameFilters(),
                 QStringList{u"Velmora files (*.vmr)"_s});
             chooseFile(dialog, path(u"lab.vmr"_s));
