@@ -21,13 +21,15 @@ void BridgeFlow::setFlowControlPolicy(const FlowControlPolicy& policy)
 
 void BridgeFlow::ingest(const QByteArray& data, qint64 nowMs, const QString& origin)
 {
-    if (m_suspended || data.isEmpty())
+    if (!m_suspended && !data.isEmpty()) {
+        m_lastNowMs = nowMs;
+        m_lastOrigin = origin;
+        noteFlood(data.size(), nowMs);
+    }
+    if (m_suspended || data.isEmpty()) {
+        m_stats.discardedBytes += data.size();
         return;
-    m_lastNowMs = nowMs;
-    m_lastOrigin = origin;
-    noteFlood(data.size(), nowMs);
-    if (m_suspended)
-        return;
+    }
     m_stats.bytesIn += data.size();
     enqueueAll(m_framer.ingest(data, nowMs), nowMs);
     settle(nowMs);
@@ -145,13 +147,17 @@ void BridgeFlow::noteFlood(qint64 bytes, qint64 nowMs)
 
 void BridgeFlow::enqueueAll(const QList<QByteArray>& frames, qint64 nowMs)
 {
+    bool overflowed = false;
     for (const QByteArray& bytes : frames) {
-        ++m_stats.framesOut;
-        if (m_queue.enqueue({bytes, nowMs}) == BridgeEgressQueue::Overflow) {
-            suspend(tr("Egress queue overflowed"));
-            return;
+        if (overflowed) {
+            m_stats.discardedBytes += bytes.size();
+            continue;
         }
+        ++m_stats.framesOut;
+        overflowed = m_queue.enqueue({bytes, nowMs}) == BridgeEgressQueue::Overflow;
     }
+    if (overflowed)
+        suspend(tr("Egress queue overflowed"));
 }
 
 void BridgeFlow::writeOut()

@@ -20,6 +20,9 @@ struct BridgeFlowStats
     qint64 peakQueuedBytes = 0;
     qint64 droppedBytes = 0;
     qint64 droppedFrames = 0;
+    // Not handled because the flow was suspended, or became so with the read that brought them. Of
+    // all bytes handed in, what has not gone out is held, queued, dropped or discarded.
+    qint64 discardedBytes = 0;
 };
 
 // One direction of a bridge: cuts what the source received into frames, queues them, writes them

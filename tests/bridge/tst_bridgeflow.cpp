@@ -170,6 +170,7 @@ private Q_SLOTS:
         rig.flow.suspend(u"later"_s);
         rig.ingest(100, 2);
         QCOMPARE(rig.flow.stats().bytesIn, 24);
+        QCOMPARE(rig.flow.stats().discardedBytes, 12 + 100);
         rig.sink.writable = true;
         rig.flow.resume(3);
         QCOMPARE(rig.sink.taken.size(), 6);
@@ -210,6 +211,7 @@ private Q_SLOTS:
         QCOMPARE(rig.flow.lastError(),
             trips ? u"Flood guard tripped (possible cable loop)"_s : QString());
         QCOMPARE(rig.flow.stats().bytesIn, secondRead + (trips ? 1000 : 2000));
+        QCOMPARE(rig.flow.stats().discardedBytes, trips ? 1000 : 0);
 
         // A new window has begun; what the last one saw does not count again.
         rig.flow.resume(3001);
