@@ -67,16 +67,12 @@ private Q_SLOTS:
         QTest::addColumn<qint64>("pending");
         QTest::addColumn<qint64>("room");
         QTest::addColumn<qint64>("taken");
-        const auto row = [](const char* name, bool writable, qint64 pending, qint64 room,
-                             qint64 taken) {
-            QTest::newRow(name) << writable << pending << room << taken;
-        };
-        row("free", true, 0, 100'000, 10'000);
-        row("below the ceiling", true, 65'535, 100'000, 4096);
-        row("at the ceiling", true, 65'536, 100'000, 0);
-        row("not writable", false, 0, 100'000, 0);
-        row("takes nothing", true, 0, 0, 0);
-        row("takes parts of frames", true, 0, 7, 10'000);
+        QTest::newRow("free") << true << 0LL << 100'000LL << 10'000LL;
+        QTest::newRow("below the ceiling") << true << 65'535LL << 100'000LL << 4096LL;
+        QTest::newRow("at the ceiling") << true << 65'536LL << 100'000LL << 0LL;
+        QTest::newRow("not writable") << false << 0LL << 100'000LL << 0LL;
+        QTest::newRow("takes nothing") << true << 0LL << 0LL << 0LL;
+        QTest::newRow("takes parts of frames") << true << 0LL << 7LL << 10'000LL;
     }
 
     void sinkDecidesHowMuchGoesOut()
