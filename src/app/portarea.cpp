@@ -18,6 +18,18 @@ PortArea::PortArea(QWidget* content, QWidget* parent)
     content->installEventFilter(this);
 }
 
+void PortArea::follow(QWidget* pane)
+{
+    m_followed = pane;
+    showFollowed();
+}
+
+void PortArea::showFollowed()
+{
+    if (m_followed)
+        ensureWidgetVisible(m_followed, 0, 0);
+}
+
 QSize PortArea::minimumSizeHint() const
 {
     return widget()->minimumSizeHint().boundedTo(largestMinimum);
@@ -27,5 +39,8 @@ bool PortArea::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == widget() && event->type() == QEvent::LayoutRequest)
         updateGeometry();
+    // After the content has laid out its new size.
+    if (watched == widget() && event->type() == QEvent::Resize)
+        QMetaObject::invokeMethod(this, &PortArea::showFollowed, Qt::QueuedConnection);
     return QScrollArea::eventFilter(watched, event);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QScrollArea>
 
 // The room for the panes: as large as the window leaves, and scrolled when the panes' least sizes
@@ -15,9 +16,18 @@ public:
     explicit PortArea(QWidget* content, QWidget* parent = nullptr);
     ~PortArea() override = default;
 
+    // Scrolls to the pane now, and again whenever the panes are arranged anew: a pane that was just
+    // added has no place yet.
+    void follow(QWidget* pane);
+
     // The content's, up to a size that every screen has.
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void showFollowed();
+
+    QPointer<QWidget> m_followed;
 };

@@ -17,6 +17,7 @@ PortGrid::PortGrid(QWidget* parent)
 
 void PortGrid::rebuild(const QList<QWidget*>& panes, int wantedColumns)
 {
+    QWidget* focus = window()->focusWidget();
     const int count = static_cast<int>(panes.size());
     const int columns = std::max(std::min(wantedColumns, count), 1);
     const QSize shape(columns, (count + columns - 1) / columns);
@@ -36,6 +37,10 @@ void PortGrid::rebuild(const QList<QWidget*>& panes, int wantedColumns)
     }
     m_shape = shape;
     restoreSizes();
+    // A pane that moves to another row loses it to the next widget, the run button of some other
+    // pane.
+    if (focus != nullptr && isAncestorOf(focus))
+        focus->setFocus();
 }
 
 void PortGrid::forgetSizes()
