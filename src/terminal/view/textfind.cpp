@@ -3,6 +3,7 @@
 #include "terminal/view/textsource.h"
 
 #include <algorithm>
+#include <ctime>
 #include <utility>
 
 namespace {
@@ -40,6 +41,7 @@ void TextFind::setPattern(const TextPattern& pattern, qint64 from)
     matcher_.reset();
     error_.clear();
     line_ = firstLine_ = {};
+    spentUs_ = tried_ = 0;
     current_.reset();
     wanted_ = from;
     restartAt(source_.firstPosition());
@@ -141,10 +143,14 @@ void TextFind::setCurrent(int index)
 void TextFind::runSlice()
 {
     const QDeadlineTimer deadline(sliceBudgetMs, Qt::PreciseTimer);
+    const std::clock_t start = std::clock();
     if (firstLineCut_)
         searchFirstLine(deadline);
     while (hasWork() && !deadline.hasExpired())
         searchOnce(deadline);
+    spentUs_ += (std::clock() - start) / (CLOCKS_PER_SEC / 1'000'000);
+    if (isTooSlow())
+        giveUp();
     const bool complete = !hasWork();
     if (complete)
         timer_.stop();
@@ -188,6 +194,7 @@ void TextFind::searchFirstLine(const QDeadlineTimer& deadline)
         if (firstLineCut_)
             return;
         found = std::exchange(firstLine_, {}).found;
+        tried_ += length;
     }
     std::erase_if(matches_, [lineEnd](const TextMatch& match) { return match.position < lineEnd; });
     matches_.insert(matches_.begin(), found.cbegin(), found.cend());
@@ -232,6 +239,7 @@ void TextFind::searchLines(const QDeadlineTimer& deadline)
         if (outcome != TextMatcher::Outcome::Done)
             break;
         found += std::exchange(line_, {}).found;
+        tried_ += end + 1 - from;
         start = from = end + 1;
         end = text.indexOf(lineFeed, from);
     }
@@ -261,6 +269,7 @@ void TextFind::searchLongLine(
         return;
     QList<TextMatch> found = std::exchange(line_, {}).found;
     const qint64 end = base + text.size();
+    tried_ += text.size() - context;
     searchedEnd_ = end;
     if (!unfinished || text.size() - context >= window) {
         const qint64 cut = end - overlap;
@@ -271,6 +280,14 @@ void TextFind::searchLongLine(
         insideLine_ = true;
     }
     matches_.insert(matches_.end(), found.cbegin(), found.cend());
+}
+
+bool TextFind::isTooSlow() const
+{
+    constexpr qint64 usPerMs = 1000;
+    constexpr qint64 msPerSecond = 1000;
+    return matcher_ && !matcher_->isPlain() && spentUs_ > patienceMs * usPerMs
+           && tried_ < spentUs_ / usPerMs * slowestCharactersPerSecond / msPerSecond;
 }
 
 void TextFind::giveUp()

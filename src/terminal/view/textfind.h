@@ -18,7 +18,7 @@ class TextSource;
 // searched again. Matches lie within lines and do not overlap; positions are absolute.
 // Bounds: the search pauses when maximumMatches are kept, looking after each window of text (so
 // at most maximumMatches + window), and goes on when removals make room. One window is copied
-// at a time.
+// at a time. An expression that stays too slow is given up, with an error text.
 class TextFind final : public QObject
 {
     Q_OBJECT
@@ -27,6 +27,10 @@ class TextFind final : public QObject
 public:
     static constexpr int maximumMatches = 100'000;
     static constexpr int sliceBudgetMs = 5;
+    // An expression that has had this much of the processor and reads slower than this is given
+    // up: a full display would take it minutes.
+    static constexpr int patienceMs = 3'000;
+    static constexpr qint64 slowestCharactersPerSecond = 50'000;
     // Characters read at once. A line that is longer is searched in windows that overlap: in such
     // a line an expression sees `overlap` characters before and at least as many after the
     // start of a match.
@@ -76,6 +80,7 @@ private:
     void searchLines(const QDeadlineTimer& deadline);
     void searchLongLine(
         QStringView text, qsizetype context, bool unfinished, const QDeadlineTimer& deadline);
+    [[nodiscard]] bool isTooSlow() const;
     void giveUp();
     void restartAt(qint64 position);
     void dropMatchesFrom(qint64 position);
@@ -95,6 +100,8 @@ private:
     qint64 first_ = 0;        // the source's first position when it was last looked at
     qint64 next_ = 0;         // text before this position is done; matches from here on may change
     qint64 searchedEnd_ = 0;  // the source's end when the unfinished last line was searched
+    qint64 spentUs_ = 0;      // of the processor, for this pattern
+    qint64 tried_ = 0;        // characters for it, those of an unfinished line each time
     bool insideLine_ = false; // next_ stands within a line longer than a window
     bool firstLineCut_ = false;
     bool choosing_ = false; // no current match has been chosen for this pattern

@@ -5,6 +5,18 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+// Whether an expression has something that gives nothing back, looks around or refers back: there
+// a step may run through the line and leave nothing to be counted. Rather one too many.
+bool mayRunUncounted(const QString& expression)
+{
+    static const QRegularExpression signs(uR"(\(\?[^:)imsxn]|\(\*|[*+?}]\+|\\[1-9gkQ])"_s);
+    return signs.match(expression).hasMatch();
+}
+
+} // namespace
+
 TextMatcher::TextMatcher(const TextPattern& pattern)
     : plain_(!pattern.regularExpression)
 {
@@ -22,9 +34,22 @@ TextMatcher::TextMatcher(const TextPattern& pattern)
         return;
     }
     quick_.setPattern(u"(*LIMIT_MATCH=%1)"_s.arg(pieceStepLimit) + pattern.text);
+    text_ = pattern.text;
+    runsUncounted_ = mayRunUncounted(text_);
+    careful_.setPatternOptions(options);
+}
+
+// The limit is a part of the pattern, so the pattern is compiled anew for lines of another length.
+void TextMatcher::allowStepsFor(qsizetype length) const
+{
+    constexpr qsizetype grain = 1024;
+    const qsizetype rounded = runsUncounted_ ? (length / grain + 1) * grain : 1;
+    if (carefulLength_ == rounded)
+        return;
+    carefulLength_ = rounded;
+    const qsizetype steps = std::min<qsizetype>(stepLimit, characterLimit / rounded);
     // Repeats that never give back are run through without being counted as steps.
-    careful_ = QRegularExpression(
-        u"(*LIMIT_MATCH=%1)(*NO_AUTO_POSSESS)"_s.arg(stepLimit) + pattern.text, options);
+    careful_.setPattern(u"(*LIMIT_MATCH=%1)(*NO_AUTO_POSSESS)"_s.arg(steps) + text_);
 }
 
 void TextMatcher::findPlain(QStringView text, qint64 base, QList<TextMatch>& matches) const
@@ -91,6 +116,7 @@ bool TextMatcher::tryPlace(QStringView line, LineSearch& search) const
     // Processor time: on a busy machine a harmless expression must not fail.
     const std::clock_t start = std::clock();
     const qsizetype place = search.at++;
+    allowStepsFor(line.size() - place);
     if (search.at < line.size() && line.at(search.at).isLowSurrogate())
         ++search.at;
     auto found = careful_.globalMatch(line, place, QRegularExpression::NormalMatch,

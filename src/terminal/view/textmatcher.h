@@ -43,16 +43,20 @@ struct LineSearch
 //
 // What backtracks without end must not hold the window. An expression is tried on pieces of a
 // line, with few steps allowed at a place; where these do not do, or where a match may reach out
-// of the piece, it is tried place by place with many, and the clock is read after each. What the
-// engine runs through without a step, an atomic group over a long line, is not bounded by this.
+// of the piece, it is tried place by place with many, and the clock is read after each. With
+// some expressions a step may run through the rest of the line without leaving anything to be
+// counted, as a lookahead does in each turn of a repeat: the longer the line, the fewer steps these
+// may take.
 class TextMatcher
 {
 public:
     enum class Outcome : quint8 { Done, Paused, GivenUp };
 
-    // An expression is given up when it takes this many steps at one place of a line, or this
-    // much of the processor for one line.
+    // An expression is given up when it takes this many steps at one place of a line, or as many
+    // as make this many characters when each runs through the line, or this much of the processor
+    // for one line.
     static constexpr int stepLimit = 100'000;
+    static constexpr qsizetype characterLimit = 20'000'000;
     static constexpr int lineBudgetMs = 500;
     // Places tried by one call into the expression at most. A step may run through the rest of
     // the piece: places, steps and characters multiply to what takes a few milliseconds.
@@ -78,10 +82,14 @@ public:
 private:
     void tryPiece(QStringView line, LineSearch& search) const;
     [[nodiscard]] bool tryPlace(QStringView line, LineSearch& search) const;
+    void allowStepsFor(qsizetype length) const;
 
     QStringMatcher needle_;
     QRegularExpression quick_;
-    QRegularExpression careful_;
+    mutable QRegularExpression careful_;
+    mutable qsizetype carefulLength_ = 0; // of the lines that its limit is made for
+    bool runsUncounted_ = false;
+    QString text_;
     QString error_;
     bool plain_ = true;
 };
