@@ -98,10 +98,14 @@ XferStep XmodemReceiver::receiverPump(qint64 now)
         }
         if (byte != Soh && byte != Stx) {
             step = takeControl(byte, now);
-        } else if (auto taken = takeFrame(now)) {
-            step = *std::move(taken);
         } else {
-            break;
+            frameBeganAt_ = frameBeganAt_.value_or(now);
+            auto taken = takeFrame(now);
+            if (!taken) {
+                break;
+            }
+            step = *std::move(taken);
+            frameBeganAt_.reset();
         }
     }
     return step;
@@ -162,7 +166,7 @@ XferStep XmodemReceiver::rejectFrame(std::optional<quint8> number, qsizetype len
     if (number != lastAccepted_) {
         addDebris(length);
     }
-    if (crossed(now) && number != blockNumber_) {
+    if (crossed() && number != blockNumber_) {
         return ignoreRepetition(now);
     }
     return rejectBlock(now);
@@ -302,6 +306,7 @@ XferStep XmodemReceiver::receiverTick(qint64 now)
         addDebris(line_.pending().size());
         line_.discardInput();
         line_.torn = false;
+        frameBeganAt_.reset();
     }
     return line_.state == XmodemState::Handshake ? retryHandshake(now) : repeatRequest(now);
 }
@@ -353,7 +358,7 @@ XferStep XmodemReceiver::acknowledge(qint64 now)
 
 XferStep XmodemReceiver::acknowledgeRepetition(qint64 now)
 {
-    if (crossed(now)) {
+    if (crossed()) {
         return ignoreRepetition(now);
     }
     noteAnswer(now);
@@ -367,10 +372,12 @@ XferStep XmodemReceiver::ignoreRepetition(qint64 now)
     return {};
 }
 
-// What comes now may be the sender's answer to a NAK that crossed its own repetition.
-bool XmodemReceiver::crossed(qint64 now) const
+// What came last may be the sender's answer to a NAK that crossed its own repetition. Its first
+// byte tells: how long the others take depends on the speed of the line.
+bool XmodemReceiver::crossed() const
 {
-    return answeredAt_ && XmodemLine::elapsedMs(*answeredAt_, now) < crossingMs;
+    return answeredAt_ && frameBeganAt_
+           && XmodemLine::elapsedMs(*answeredAt_, *frameBeganAt_) < crossingMs;
 }
 
 void XmodemReceiver::noteAnswer(qint64 now)

@@ -46,7 +46,7 @@ private:
     XferStep acknowledge(qint64 now);
     XferStep acknowledgeRepetition(qint64 now);
     XferStep ignoreRepetition(qint64 now);
-    bool crossed(qint64 now) const;
+    bool crossed() const;
     void noteAnswer(qint64 now);
     void addDebris(qsizetype bytes);
     XferStep replyWithStart(qint64 now);
@@ -66,7 +66,8 @@ private:
     std::optional<quint8> lastAccepted_;
     qsizetype debris_ = 0;        // unusable bytes since the last good block, up to a block's worth
     bool requestedAgain_ = false; // a time-out's NAK is out and nothing has answered it
-    std::optional<qint64> answeredAt_; // when the first block came behind such a NAK
+    std::optional<qint64> answeredAt_;   // when the first block came behind such a NAK
+    std::optional<qint64> frameBeganAt_; // when the head at the front of the input came
     qint32 handshakeAttempts_ = 0;
     qint64 startedAt_ = 0;
 
