@@ -15,7 +15,8 @@ namespace {
 
 constexpr int spacing = 8;
 constexpr int savingWidth = 160;
-constexpr int linesShare = 4; // the control lines get one part in so many
+constexpr int linesShare = 4;   // the control lines get one part in so many
+constexpr int summaryShare = 3; // the port and its settings get at most one
 
 template<class Label>
 Label* makeLabel(const QString& name, const QString& accessibleName, QWidget* parent)
@@ -40,7 +41,7 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     : QStatusBar(parent)
     , m_lamp(new StateLamp(this))
     , m_state(makeLabel<QLabel>(u"statusState"_s, tr("Connection state"), this))
-    , m_summary(makeLabel<QLabel>(u"statusSummary"_s, tr("Port and line settings"), this))
+    , m_summary(makeLabel<ElidedLabel>(u"statusSummary"_s, tr("Port and line settings"), this))
     , m_notice(makeLabel<ElidedLabel>(u"statusNotice"_s, tr("Message"), this))
     , m_error(makeLabel<ElidedLabel>(u"statusError"_s, tr("Error"), this))
     , m_saving(new QProgressBar(this))
@@ -55,6 +56,12 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     bold.setBold(true);
     m_error->setFont(bold);
     m_error->hide();
+
+    // The path of a device can be longer than the screen is wide; both of its ends tell it from
+    // others.
+    m_summary->setElideMode(Qt::ElideMiddle);
+    m_summary->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Preferred);
+    m_summary->setMinimumWidth(1);
 
     auto* left = new QWidget(this);
     auto* layout = new QHBoxLayout(left);
@@ -93,6 +100,8 @@ void MainStatusBar::showPort(const PortStatus& status, qint64 nowMs)
     m_lamp->setState(status.state);
     setTextIfChanged(m_state, status.stateText);
     setTextIfChanged(m_summary, status.summary);
+    if (m_summary->toolTip() != status.summary)
+        m_summary->setToolTip(status.summary);
     m_lines->setReport(status.lines);
     showLog(status);
     const QLocale locale;
@@ -148,6 +157,7 @@ void MainStatusBar::resizeEvent(QResizeEvent* event)
 {
     QStatusBar::resizeEvent(event);
     m_lines->setRoom(width() / linesShare);
+    m_summary->setMaximumWidth(width() / summaryShare);
 }
 
 void MainStatusBar::clearError()

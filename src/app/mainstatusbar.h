@@ -6,6 +6,7 @@
 #include <QStatusBar>
 #include <QTimer>
 
+class ElidedLabel;
 class LineStrip;
 class QLabel;
 class QProgressBar;
@@ -43,7 +44,7 @@ private:
 
     StateLamp* m_lamp;
     QLabel* m_state;
-    QLabel* m_summary;
+    ElidedLabel* m_summary;
     QLabel* m_notice;
     QLabel* m_error;
     QProgressBar* m_saving;

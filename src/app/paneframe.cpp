@@ -33,6 +33,7 @@ PaneFrame::PaneFrame(SerialPortWidget* pane, QWidget* parent)
     , m_run(new QToolButton(m_header))
 {
     m_caption->setObjectName("paneCaption"_L1);
+    m_caption->setElideMode(Qt::ElideMiddle); // both ends of a device's path tell it from others
     m_run->setObjectName("paneRunButton"_L1);
     m_run->setAutoRaise(true);
     auto* row = new QHBoxLayout(m_header);

@@ -9,10 +9,16 @@ ElidedLabel::ElidedLabel(QWidget* parent)
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
 }
 
+void ElidedLabel::setElideMode(Qt::TextElideMode mode)
+{
+    m_mode = mode;
+    update();
+}
+
 void ElidedLabel::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     const QRect area = contentsRect();
     painter.drawText(area, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
-        fontMetrics().elidedText(text(), Qt::ElideRight, area.width()));
+        fontMetrics().elidedText(text(), m_mode, area.width()));
 }

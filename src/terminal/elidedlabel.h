@@ -2,8 +2,8 @@
 
 #include <QLabel>
 
-// A line of text that ends in an ellipsis where there is no room for all of it, and that never
-// asks for room.
+// A line of text that is cut with an ellipsis where there is no room for all of it, at its end
+// unless told otherwise, and that never asks for room.
 class ElidedLabel final : public QLabel
 {
     Q_OBJECT
@@ -13,6 +13,11 @@ public:
     explicit ElidedLabel(QWidget* parent = nullptr);
     ~ElidedLabel() override = default;
 
+    void setElideMode(Qt::TextElideMode mode);
+
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    Qt::TextElideMode m_mode = Qt::ElideRight;
 };

@@ -37,6 +37,7 @@ NoticeBar::NoticeBar(QWidget* parent)
     m_icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(iconSize));
     m_text->setTextFormat(Qt::PlainText);
     m_text->setWordWrap(true);
+    m_text->setMinimumWidth(1); // the path of a device is one word, which must not widen the pane
     m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     m_close->setIcon(style()->standardIcon(QStyle::SP_TitleBarCloseButton));
     m_close->setAutoRaise(true);
@@ -58,6 +59,7 @@ NoticeBar::~NoticeBar() = default;
 void NoticeBar::showError(const QString& text)
 {
     m_text->setText(text);
+    m_text->setToolTip(text);
     show();
 }
 

@@ -224,6 +224,11 @@ void ShellPartsTest::statusBarTexts()
     QCOMPARE(text(u"statusSummary"_s), "ttyUSB0 9600 8N1"_L1);
     QCOMPARE(text(u"statusReceived"_s), "RX 1,234,567 B (0 B/s)"_L1);
     QCOMPARE(text(u"statusSent"_s), "TX 89 B (0 B/s)"_L1);
+    // The path of a device can be longer than the screen is wide.
+    const int width = bar.minimumSizeHint().width();
+    status.summary = QString(500, u'x');
+    bar.showPort(status, 0);
+    QCOMPARE(bar.minimumSizeHint().width(), width);
     status.received += 2500;
     bar.showPort(status, 1000);
     QCOMPARE(text(u"statusReceived"_s), "RX 1,237,067 B (2.5 kB/s)"_L1);
