@@ -32,10 +32,8 @@ class ShellPartsTest final : public QObject
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-    void commandLine_data();
     void commandLine();
     void sessionArgument();
-    void language_data();
     void language();
     void screenRule();
     void rates();
@@ -49,23 +47,15 @@ private Q_SLOTS:
     void iconTakesThePalettesColour();
 };
 
-void ShellPartsTest::commandLine_data()
-{
-    QTest::addColumn<QString>("screenshot");
-    QTest::addColumn<QString>("port");
-    QTest::newRow("velmora") << QString() << QString();
-    QTest::newRow("velmora COM3 x") << QString() << u"COM3"_s;
-    QTest::newRow("velmora --screenshot a.png") << u"a.png"_s << QString();
-    QTest::newRow("velmora COM3 --screenshot a.png") << u"a.png"_s << QString();
-    QTest::newRow("velmora --screenshot") << QString() << u"--screenshot"_s;
-}
-
 void ShellPartsTest::commandLine()
 {
-    const QStringList arguments = QString::fromLatin1(QTest::currentDataTag()).split(u' ');
-    const CommandLine parsed = CommandLine::parse(arguments);
-    QTEST(parsed.screenshotPath, "screenshot");
-    QTEST(parsed.portName, "port");
+    const QString picture = u"a.png"_s;
+    for (const auto& [line, expected] :
+        {std::pair(u"velmora"_s, CommandLine{}), {u"velmora COM3 x"_s, {{}, {}, u"COM3"_s}},
+            {u"velmora --screenshot a.png"_s, {picture, {}, {}}},
+            {u"velmora COM3 --screenshot a.png"_s, {picture, {}, {}}},
+            {u"velmora --screenshot"_s, {{}, {}, u"--screenshot"_s}}})
+        QVERIFY2(CommandLine::parse(line.split(u' ')) == expected, qPrintable(line));
 }
 
 void ShellPartsTest::sessionArgument()
@@ -87,24 +77,13 @@ void ShellPartsTest::sessionArgument()
     QCOMPARE(CommandLine::parse({velmora, other}), (CommandLine{{}, {}, other}));
 }
 
-void ShellPartsTest::language_data()
-{
-    QTest::addColumn<int>("choice");
-    QTest::addColumn<QString>("locale");
-    QTest::addColumn<bool>("chinese");
-    QTest::newRow("system, China") << 0 << u"zh_CN"_s << true;
-    QTest::newRow("system, Taiwan") << 0 << u"zh_TW"_s << false;
-    QTest::newRow("system, Germany") << 0 << u"de_DE"_s << false;
-    QTest::newRow("Chinese anywhere") << 1 << u"de_DE"_s << true;
-    QTest::newRow("English in China") << 2 << u"zh_CN"_s << false;
-    QTest::newRow("unknown number") << -1 << u"zh_CN"_s << false;
-}
-
 void ShellPartsTest::language()
 {
-    QFETCH(const int, choice);
-    QFETCH(const QString, locale);
-    QTEST(InterfaceLanguage::wantsChinese(choice, locale), "chinese");
+    for (const auto& [choice, locale] : {std::pair(0, u"zh_CN"_s), {1, u"de_DE"_s}})
+        QVERIFY(InterfaceLanguage::wantsChinese(choice, locale));
+    for (const auto& [choice, locale] :
+        {std::pair(0, u"zh_TW"_s), {0, u"de_DE"_s}, {2, u"zh_CN"_s}, {-1, u"zh_CN"_s}})
+        QVERIFY2(!InterfaceLanguage::wantsChinese(choice, locale), qPrintable(locale));
 }
 
 // Both coordinates lie inside the screen, and not on its first row or column.
@@ -225,10 +204,14 @@ void ShellPartsTest::statusBarTexts()
     QCOMPARE(text(u"statusReceived"_s), "RX 1,234,567 B (0 B/s)"_L1);
     QCOMPARE(text(u"statusSent"_s), "TX 89 B (0 B/s)"_L1);
     // The path of a device can be longer than the screen is wide.
-    const int width = bar.minimumSizeHint().width();
+    bar.resize(800, 30);
+    bar.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&bar));
+    const int least = bar.minimumSizeHint().width();
     status.summary = QString(500, u'x');
     bar.showPort(status, 0);
-    QCOMPARE(bar.minimumSizeHint().width(), width);
+    QTRY_COMPARE(bar.findChild<QLabel*>(u"statusSummary"_s)->width(), 800 / 3);
+    QCOMPARE(bar.minimumSizeHint().width(), least);
     status.received += 2500;
     bar.showPort(status, 1000);
     QCOMPARE(text(u"statusReceived"_s), "RX 1,237,067 B (2.5 kB/s)"_L1);
