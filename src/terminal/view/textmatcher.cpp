@@ -7,11 +7,13 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Whether an expression has something that gives nothing back, looks around or refers back: there
-// a step may run through the line and leave nothing to be counted. Rather one too many.
+// Whether an expression has something that gives nothing back, looks around, refers back or repeats
+// hundreds of times: there a step may run through the line and leave nothing to be counted. Rather
+// one too many.
 bool mayRunUncounted(const QString& expression)
 {
-    static const QRegularExpression signs(uR"(\(\?[^:)imsxn]|\(\*|[*+?}]\+|\\[1-9gkQ])"_s);
+    static const QRegularExpression signs(
+        uR"(\(\?[^:)imsxn]|\(\*|[*+?}]\+|\\[1-9gkQX]|\{[0-9]{3})"_s);
     return signs.match(expression).hasMatch();
 }
 
