@@ -2,7 +2,6 @@
 
 #include <QAction>
 #include <QClipboard>
-#include <QElapsedTimer>
 #include <QInputMethodEvent>
 #include <QMenu>
 #include <QScrollBar>
@@ -131,18 +130,6 @@ private Q_SLOTS:
         const QString all = view_->selectedText();
         view_->appendText(u"more"_s, {});
         QCOMPARE(view_->selectedText(), all);
-    }
-
-    void removingHalfIsQuick()
-    {
-        const QString lines = numberedLines(1000, 10'000);
-        while (view_->textLength() < 10'485'760)
-            view_->appendText(lines, {});
-        QElapsedTimer clock;
-        clock.start();
-        view_->trimFront(5'242'880);
-        // Walking the cursor takes seconds.
-        QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
     }
 
     void keysAreTyped_data()
