@@ -1693,10 +1693,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <translation>%1 - %2</translation>
     </message>
     <message>
-        <source>Rx %1  Tx %2</source>
-        <translation>Rx %1  Tx %2</translation>
-    </message>
-    <message>
         <source>⚠ Log</source>
         <translation>⚠ 日志</translation>
     </message>
@@ -1715,6 +1711,10 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Recording: %1</source>
         <translation>正在记录：%1</translation>
+    </message>
+    <message>
+        <source>RX %1  TX %2</source>
+        <translation>RX %1  TX %2</translation>
     </message>
 </context>
 <context>
