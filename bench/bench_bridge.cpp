@@ -1,6 +1,6 @@
-#include "bridge/bridgeflow.h"
-#include "bridge/bridgesink.h"
-#include "bridge/modbusgateway.h"
+#include "bridge/engine/bridgeflow.h"
+#include "bridge/engine/bridgesink.h"
+#include "bridge/engine/modbusgateway.h"
 
 #include <benchmark/benchmark.h>
 

@@ -9,10 +9,10 @@
 //   worst key99     milliseconds from a key press to its byte on the wire during the flood; keyMax
 #include "connections/connectioncontroller.h"
 #include "connections/serialportcatalog.h"
-#include "terminal/panelog.h"
-#include "terminal/receivepipeline.h"
-#include "terminal/serialportwidget.h"
-#include "terminal/view/displaysink.h"
+#include "terminal/pane/serialportwidget.h"
+#include "terminal/port/displaysink.h"
+#include "terminal/port/panelog.h"
+#include "terminal/port/receivepipeline.h"
 #include "terminal/view/receiveview.h"
 
 #include "loopprobe.h"

@@ -3,12 +3,12 @@
 // the longest time that the event loop was away. One iteration carries kBytesEach for each client
 // and direction.
 #include "connections/connectioncontroller.h"
-#include "terminal/peerdesk.h"
-#include "terminal/peerpanel.h"
-#include "terminal/receivepipeline.h"
-#include "terminal/sendpipeline.h"
-#include "terminal/transportreader.h"
-#include "terminal/transportwriter.h"
+#include "terminal/pane/peerdesk.h"
+#include "terminal/pane/peerpanel.h"
+#include "terminal/port/receivepipeline.h"
+#include "terminal/port/sendpipeline.h"
+#include "terminal/port/transportreader.h"
+#include "terminal/port/transportwriter.h"
 #include "terminal/view/receiveview.h"
 
 #include "loopprobe.h"

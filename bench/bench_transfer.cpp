@@ -1,5 +1,5 @@
-#include "transfer/memoryfile.h"
-#include "transfer/xmodemcodec.h"
+#include "transfer/engine/memoryfile.h"
+#include "transfer/engine/xmodemcodec.h"
 
 #include <benchmark/benchmark.h>
 

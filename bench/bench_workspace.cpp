@@ -2,10 +2,10 @@
 // own, so that every start is a first one. Prints a line for each case and fails when a limit is
 // missed. Run it with QT_QPA_PLATFORM=offscreen: what is drawn is drawn, but by no display server.
 #include "app/mainwindow.h"
-#include "app/settings/sessionfile.h"
-#include "app/settings/settingsservice.h"
 #include "connections/systemportcatalog.h"
-#include "terminal/serialportwidget.h"
+#include "settings/sessionfile.h"
+#include "settings/settingsservice.h"
+#include "terminal/pane/serialportwidget.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,4 +1,4 @@
-#include "bridge/bridgeframer.h"
+#include "bridge/engine/bridgeframer.h"
 #include "fuzzinput.h"
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "bridge/modbusgateway.h"
+#include "bridge/engine/modbusgateway.h"
 #include "fuzzinput.h"
 
 #include <QtEndian>

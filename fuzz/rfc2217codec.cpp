@@ -1,4 +1,4 @@
-#include "connections/rfc2217codec.h"
+#include "connections/rfc2217/rfc2217codec.h"
 #include "fuzzinput.h"
 
 #include <cstdlib>

@@ -1,5 +1,5 @@
-#include "connections/rfc2217clientsession.h"
-#include "connections/rfc2217serversession.h"
+#include "connections/rfc2217/rfc2217clientsession.h"
+#include "connections/rfc2217/rfc2217serversession.h"
 #include "fuzzinput.h"
 
 #include <cstdlib>

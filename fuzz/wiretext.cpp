@@ -1,5 +1,5 @@
-#include "app/settings/formatsetting.h"
 #include "fuzzinput.h"
+#include "settings/formatsetting.h"
 #include "terminal/format/messagecodec.h"
 #include "terminal/text/ansiescapefilter.h"
 #include "terminal/text/wiretextcodecregistry.h"

@@ -1,8 +1,8 @@
-#include "transfer/xmodemcodec.h"
+#include "transfer/engine/xmodemcodec.h"
 #include "fuzzinput.h"
-#include "transfer/xmodemframe.h"
+#include "transfer/engine/xmodemframe.h"
 
-#include "../tests/transfer/memoryfile.h"
+#include "transfer/engine/memoryfile.h"
 
 #include <cstdlib>
 #include <limits>

@@ -2,9 +2,9 @@
 
 #include "app/recordedits.h"
 #include "app/wrappedlabel.h"
-#include "terminal/connectionpanel.h"
-#include "terminal/panelchoices.h"
-#include "terminal/rowvisibility.h"
+#include "terminal/pane/connectionpanel.h"
+#include "terminal/pane/panelchoices.h"
+#include "terminal/pane/rowvisibility.h"
 
 #include <QComboBox>
 #include <QFormLayout>

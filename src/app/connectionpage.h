@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/settings/settings.h"
 #include "app/settingspage.h"
 #include "connections/serialportcatalog.h"
+#include "settings/settings.h"
 
 #include <optional>
 

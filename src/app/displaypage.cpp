@@ -1,9 +1,9 @@
 #include "app/displaypage.h"
 
 #include "app/recordedits.h"
-#include "app/settings/displayfonts.h"
-#include "app/settings/settingscodec.h"
-#include "terminal/colorbutton.h"
+#include "settings/displayfonts.h"
+#include "settings/settingscodec.h"
+#include "terminal/pane/colorbutton.h"
 #include "terminal/view/textcontrast.h"
 
 #include <QCheckBox>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/settings/formatsetting.h"
 #include "app/settingspage.h"
+#include "settings/formatsetting.h"
 
 class ColorButton;
 class QCheckBox;

@@ -1,9 +1,9 @@
 #include "app/logactions.h"
 
-#include "app/log/logfilename.h"
-#include "app/log/logwriter.h"
 #include "app/messageboxes.h"
-#include "terminal/serialportwidget.h"
+#include "log/logfilename.h"
+#include "log/logwriter.h"
+#include "terminal/pane/serialportwidget.h"
 
 #include <QAction>
 #include <QDebug>

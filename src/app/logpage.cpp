@@ -1,8 +1,8 @@
 #include "app/logpage.h"
 
-#include "app/log/logfilename.h"
 #include "app/recordedits.h"
-#include "app/settings/settingscodec.h"
+#include "log/logfilename.h"
+#include "settings/settingscodec.h"
 
 #include <QCheckBox>
 #include <QDir>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/log/logwriter.h"
-#include "app/settings/formatsetting.h"
 #include "app/settingspage.h"
+#include "log/logwriter.h"
+#include "settings/formatsetting.h"
 
 class QCheckBox;
 class QLabel;

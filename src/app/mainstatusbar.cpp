@@ -1,8 +1,8 @@
 #include "app/mainstatusbar.h"
 
-#include "terminal/elidedlabel.h"
-#include "terminal/linestrip.h"
-#include "terminal/panestatusline.h"
+#include "terminal/pane/elidedlabel.h"
+#include "terminal/pane/linestrip.h"
+#include "terminal/pane/panestatusline.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

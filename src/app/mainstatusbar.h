@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/portstatus.h"
-#include "terminal/ratemeter.h"
+#include "terminal/port/ratemeter.h"
 
 #include <QStatusBar>
 #include <QTimer>

@@ -15,13 +15,13 @@
 #include "app/recentfilesmodel.h"
 #include "app/sessiondocument.h"
 #include "app/setconfigfilepathdialog.h"
-#include "app/settings/config.h"
-#include "app/settings/settingsservice.h"
-#include "app/settings/storewriter.h"
 #include "app/toolwindows.h"
 #include "app/viewmodes.h"
 #include "app/windowgeometry.h"
-#include "terminal/serialportwidget.h"
+#include "settings/config.h"
+#include "settings/settingsservice.h"
+#include "settings/storewriter.h"
+#include "terminal/pane/serialportwidget.h"
 
 #include <QAction>
 #include <QApplication>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/portlistmonitor.h"
-#include "app/settings/sessioncontents.h"
-#include "app/settings/sessionstate.h"
+#include "settings/sessioncontents.h"
+#include "settings/sessionstate.h"
 
 #include <QElapsedTimer>
 #include <QMainWindow>

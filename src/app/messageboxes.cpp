@@ -1,6 +1,6 @@
 #include "app/messageboxes.h"
 
-#include "app/settings/config.h"
+#include "settings/config.h"
 
 #include <QCoreApplication>
 #include <QIcon>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/settings/formatsetting.h"
-#include "app/settings/settings.h"
+#include "settings/formatsetting.h"
+#include "settings/settings.h"
 
 #include <QDialog>
 

@@ -3,7 +3,7 @@
 #include "app/connectionpage.h"
 #include "app/mnemonics.h"
 #include "app/pagestack.h"
-#include "terminal/settingscolumn.h"
+#include "terminal/pane/settingscolumn.h"
 
 #include <QDialogButtonBox>
 #include <QGroupBox>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/settings/settings.h"
+#include "settings/settings.h"
 
 #include <QDialog>
 

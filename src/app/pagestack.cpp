@@ -3,7 +3,7 @@
 #include "app/fieldnote.h"
 #include "app/mnemonics.h"
 #include "app/settingspage.h"
-#include "terminal/settingscolumn.h"
+#include "terminal/pane/settingscolumn.h"
 
 #include <QHBoxLayout>
 #include <QListWidget>

@@ -4,10 +4,10 @@
 #include "app/newconnectiondialog.h"
 #include "app/paneset.h"
 #include "app/programoptions.h"
-#include "app/settings/settingsservice.h"
 #include "app/settingsdialog.h"
 #include "connections/serialportcatalog.h"
-#include "terminal/serialportwidget.h"
+#include "settings/settingsservice.h"
+#include "terminal/pane/serialportwidget.h"
 
 #include <QPointer>
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/settings/quicksettingsgroups.h"
+#include "settings/quicksettingsgroups.h"
 
 #include <QObject>
 #include <functional>

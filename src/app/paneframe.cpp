@@ -1,9 +1,9 @@
 #include "app/paneframe.h"
 
 #include "app/symbolicicon.h"
-#include "terminal/elidedlabel.h"
-#include "terminal/serialportwidget.h"
-#include "terminal/settingscolumn.h"
+#include "terminal/pane/elidedlabel.h"
+#include "terminal/pane/serialportwidget.h"
+#include "terminal/pane/settingscolumn.h"
 
 #include <QEvent>
 #include <QPainter>

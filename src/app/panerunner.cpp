@@ -3,10 +3,10 @@
 #include "app/mainstatusbar.h"
 #include "app/messageboxes.h"
 #include "app/paneset.h"
-#include "app/settings/sessionstate.h"
 #include "connections/seriallink.h"
 #include "connections/serialportcatalog.h"
-#include "terminal/serialportwidget.h"
+#include "settings/sessionstate.h"
+#include "terminal/pane/serialportwidget.h"
 
 #include <QDebug>
 

@@ -1,9 +1,9 @@
 #include "app/paneset.h"
 
 #include "app/paneframe.h"
-#include "app/settings/connectionmode.h"
-#include "app/settings/settings.h"
-#include "terminal/serialportwidget.h"
+#include "settings/connectionmode.h"
+#include "settings/settings.h"
+#include "terminal/pane/serialportwidget.h"
 
 #include <QApplication>
 #include <QEvent>

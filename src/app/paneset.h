@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/settings/sessioncontents.h"
+#include "settings/sessioncontents.h"
 
 #include <QList>
 #include <QObject>

@@ -3,7 +3,7 @@
 #include "app/paneset.h"
 #include "app/portgrid.h"
 #include "app/viewmodes.h"
-#include "terminal/serialportwidget.h"
+#include "terminal/pane/serialportwidget.h"
 
 PaneWorkspace::PaneWorkspace(
     SessionState& state, PaneSet& panes, PortGrid& grid, ViewModes& modes, QObject* parent)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/settings/sessioncontents.h"
-#include "app/settings/sessionstate.h"
+#include "settings/sessioncontents.h"
+#include "settings/sessionstate.h"
 
 #include <QObject>
 

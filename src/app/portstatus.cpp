@@ -1,6 +1,6 @@
 #include "app/portstatus.h"
 
-#include "terminal/serialportwidget.h"
+#include "terminal/pane/serialportwidget.h"
 
 PortStatus PortStatus::of(const SerialPortWidget& pane)
 {

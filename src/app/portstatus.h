@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/statelamp.h"
-#include "terminal/linereport.h"
-#include "terminal/panelog.h"
+#include "terminal/port/linereport.h"
+#include "terminal/port/panelog.h"
 
 #include <QString>
 

@@ -1,8 +1,8 @@
 #include "app/programoptions.h"
 
 #include "app/messageboxes.h"
-#include "app/settings/sessionstate.h"
-#include "app/settings/storewriter.h"
+#include "settings/sessionstate.h"
+#include "settings/storewriter.h"
 
 #include <QAction>
 #include <QActionGroup>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/settings/quicksettingsgroups.h"
 #include "app/settingspage.h"
+#include "settings/quicksettingsgroups.h"
 
 class QToolButton;
 class QTreeWidget;

@@ -2,8 +2,8 @@
 
 #include "app/logpage.h"
 #include "app/recordedits.h"
-#include "app/settings/settingscodec.h"
-#include "terminal/receivepanel.h"
+#include "settings/settingscodec.h"
+#include "terminal/pane/receivepanel.h"
 
 #include <QDateTime>
 #include <QFormLayout>

@@ -1,6 +1,6 @@
 #include "app/recentfilesmodel.h"
 
-#include "app/settings/sessionfile.h"
+#include "settings/sessionfile.h"
 
 #include <QAction>
 #include <QDir>

@@ -2,8 +2,8 @@
 
 #include "app/logpage.h"
 #include "app/recordedits.h"
-#include "app/settings/quicksettingsgroups.h"
-#include "terminal/sendpanel.h"
+#include "settings/quicksettingsgroups.h"
+#include "terminal/pane/sendpanel.h"
 
 using namespace Qt::Literals::StringLiterals;
 

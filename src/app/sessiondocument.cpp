@@ -2,8 +2,8 @@
 
 #include "app/messageboxes.h"
 #include "app/recentfilesmodel.h"
-#include "app/settings/config.h"
-#include "app/settings/sessionfile.h"
+#include "settings/config.h"
+#include "settings/sessionfile.h"
 
 #include <QDebug>
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "app/setconfigfilepathdialog.h"
 
-#include "app/settings/storewriter.h"
+#include "settings/storewriter.h"
 
 #include <QDialogButtonBox>
 #include <QDir>

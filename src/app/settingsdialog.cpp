@@ -8,7 +8,7 @@
 #include "app/quicksettingseditor.h"
 #include "app/receivepage.h"
 #include "app/sendpage.h"
-#include "terminal/connectionsummary.h"
+#include "terminal/port/connectionsummary.h"
 
 #include <QDialogButtonBox>
 #include <QPushButton>

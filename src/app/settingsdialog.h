@@ -1,9 +1,9 @@
 #pragma once
 
 #include "app/generaloptions.h"
-#include "app/settings/formatsetting.h"
-#include "app/settings/quicksettingsgroups.h"
-#include "app/settings/settings.h"
+#include "settings/formatsetting.h"
+#include "settings/quicksettingsgroups.h"
+#include "settings/settings.h"
 
 #include <QDialog>
 

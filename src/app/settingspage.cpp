@@ -2,7 +2,7 @@
 
 #include "app/fieldnote.h"
 #include "app/wrappedlabel.h"
-#include "terminal/rowvisibility.h"
+#include "terminal/pane/rowvisibility.h"
 
 #include <QAbstractButton>
 #include <QComboBox>

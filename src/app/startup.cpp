@@ -4,11 +4,11 @@
 #include "app/interfacelanguage.h"
 #include "app/mainwindow.h"
 #include "app/setconfigfilepathdialog.h"
-#include "app/settings/config.h"
-#include "app/settings/displayfonts.h"
 #include "app/terminationsignals.h"
 #include "app/windowgeometry.h"
 #include "connections/systemportcatalog.h"
+#include "settings/config.h"
+#include "settings/displayfonts.h"
 
 #include <QApplication>
 #include <QDebug>

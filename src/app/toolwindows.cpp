@@ -1,6 +1,6 @@
 #include "app/toolwindows.h"
 
-#include "terminal/serialportwidget.h"
+#include "terminal/pane/serialportwidget.h"
 #include "tools/asciitable.h"
 #include "tools/toolbox.h"
 

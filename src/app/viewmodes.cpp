@@ -1,6 +1,6 @@
 #include "app/viewmodes.h"
 
-#include "app/settings/sessioncontents.h"
+#include "settings/sessioncontents.h"
 
 #include <QAction>
 #include <QActionGroup>

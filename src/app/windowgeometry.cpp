@@ -1,6 +1,6 @@
 #include "app/windowgeometry.h"
 
-#include "app/settings/storewriter.h"
+#include "settings/storewriter.h"
 
 #include <QDebug>
 #include <QRect>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/settings/settings.h"
 #include "connections/receiveresidue.h"
+#include "settings/settings.h"
 
 #include <QObject>
 #include <QSerialPort>

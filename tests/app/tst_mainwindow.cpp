@@ -4,10 +4,10 @@
 #include "app/mainstatusbar.h"
 #include "app/modalanswer.h"
 #include "app/portselector.h"
-#include "app/settings/config.h"
+#include "settings/config.h"
 #include "support/nullmodem.h"
 #include "support/smalldisk.h"
-#include "terminal/serialportwidget.h"
+#include "terminal/pane/serialportwidget.h"
 
 #include <QAction>
 #include <QDesktopServices>

@@ -4,13 +4,13 @@
 #include "app/modalanswer.h"
 #include "app/paneframe.h"
 #include "app/sessiondocument.h"
-#include "app/settings/sessionfile.h"
-#include "app/settings/settingsservice.h"
 #include "app/settingsdialog.h"
+#include "settings/sessionfile.h"
+#include "settings/settingsservice.h"
 #include "support/nullmodem.h"
-#include "terminal/panestatusline.h"
-#include "terminal/serialportwidget.h"
-#include "terminal/settingscolumn.h"
+#include "terminal/pane/panestatusline.h"
+#include "terminal/pane/serialportwidget.h"
+#include "terminal/pane/settingscolumn.h"
 #include "terminal/view/receiveview.h"
 
 #include <QAction>

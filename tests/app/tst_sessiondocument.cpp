@@ -2,8 +2,8 @@
 
 #include "app/modalanswer.h"
 #include "app/recentfilesmodel.h"
-#include "app/settings/sessionfile.h"
-#include "app/settings/settingsservice.h"
+#include "settings/sessionfile.h"
+#include "settings/settingsservice.h"
 
 #include <QAction>
 #include <QFileDialog>

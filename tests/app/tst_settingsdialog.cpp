@@ -1,9 +1,9 @@
 #include "app/fakecatalog.h"
 #include "app/multiportsettingdlg.h"
 #include "app/newconnectiondialog.h"
-#include "app/settings/settingsservice.h"
 #include "app/settingsdialog.h"
 #include "app/settingspage.h"
+#include "settings/settingsservice.h"
 
 #include <QAbstractItemView>
 #include <QAccessible>

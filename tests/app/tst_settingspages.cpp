@@ -1,10 +1,10 @@
 #include "app/connectionpage.h"
 #include "app/displaypage.h"
 #include "app/fakecatalog.h"
-#include "app/log/logfilename.h"
 #include "app/logpage.h"
 #include "app/receivepage.h"
 #include "app/sendpage.h"
+#include "log/logfilename.h"
 #include "settings/randomrecords.h"
 
 #include <QAbstractButton>

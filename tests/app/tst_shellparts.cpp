@@ -7,8 +7,8 @@
 #include "app/setconfigfilepathdialog.h"
 #include "app/symbolicicon.h"
 #include "app/windowgeometry.h"
-#include "terminal/panestatusline.h"
-#include "terminal/ratemeter.h"
+#include "terminal/pane/panestatusline.h"
+#include "terminal/port/ratemeter.h"
 
 #include <QAbstractItemView>
 #include <QDialogButtonBox>

@@ -1,53 +1,28 @@
-// The picture of the layers in docs/ARCHITECTURE.md, held against the includes of the source: a
-// file may include its own layer and those below, never one above.
+// The order of the rooms is written once, as the order of src/CMakeLists.txt, and what a room may
+// use once, as the LINKS of its own CMakeLists.txt. Here the includes of the source are held
+// against both: a file may include its own room and those that it links, and links point down only.
 #include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTest>
 
-#include <array>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct Layer
+QString contentOf(const QString& path)
 {
-    QLatin1StringView folder;
-    int rank;
-    bool widgets;
-};
-
-// Longest first, so that the first match is the right one; the engine of RFC 2217 shares a folder
-// with the transports above it.
-constexpr std::array layers{
-    Layer{"app/log/"_L1, 6, false},
-    Layer{"app/settings/"_L1, 2, false},
-    Layer{"terminal/text/"_L1, 1, false},
-    Layer{"terminal/format/"_L1, 3, false},
-    Layer{"terminal/view/"_L1, 7, true},
-    Layer{"bridge/"_L1, 3, false},
-    Layer{"transfer/"_L1, 3, false},
-    Layer{"connections/rfc2217"_L1, 3, false},
-    Layer{"connections/"_L1, 5, false},
-    Layer{"terminal/"_L1, 8, true},
-    Layer{"tools/"_L1, 9, true},
-    Layer{"app/"_L1, 11, true},
-};
-
-const Layer* layerOf(const QString& path)
-{
-    for (const Layer& layer : layers) {
-        if (path.startsWith(layer.folder))
-            return &layer;
-    }
-    return nullptr;
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-// Two engines of one rank know nothing of each other.
-bool isSibling(const Layer& from, const Layer& to)
+QStringList captures(const QString& text, const QString& pattern)
 {
-    return from.rank == to.rank && from.folder != to.folder;
+    const QRegularExpression expression(pattern, QRegularExpression::MultilineOption);
+    QStringList found;
+    for (auto match = expression.globalMatch(text); match.hasNext();)
+        found.append(match.next().captured(1));
+    return found;
 }
 
 } // namespace
@@ -57,37 +32,97 @@ class TestLayers : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void noIncludePointsUp();
+    void initTestCase();
+    void linksPointDown();
+    void includesFollowTheLinks();
+
+private:
+    [[nodiscard]] QStringList linksOf(const QString& room) const;
+    // With what those link in their turn.
+    [[nodiscard]] QSet<QString> reachOf(const QString& room) const;
+    [[nodiscard]] QString roomOf(const QString& path) const;
+    [[nodiscard]] QString listOf(const QString& room) const;
+
+    QDir m_root{QStringLiteral(VELMORA_SOURCE_DIR)};
+    QStringList m_rooms; // lowest first
 };
 
-void TestLayers::noIncludePointsUp()
+void TestLayers::initTestCase()
 {
-    static const QRegularExpression quoted(
-        u"^#include \"([^\"]+)\""_s, QRegularExpression::MultilineOption);
-    static const QRegularExpression widget(
-        u"^#include <(QtWidgets/|QWidget|QLabel|QMessageBox|QDialog|QPlainTextEdit|QApplication)"_s,
-        QRegularExpression::MultilineOption);
-    const QDir root(QStringLiteral(VELMORA_SOURCE_DIR));
+    m_rooms = captures(
+        contentOf(m_root.filePath(u"CMakeLists.txt"_s)), u"^add_subdirectory\\(([\\w/]+)\\)"_s);
+    QVERIFY(m_rooms.size() > 10);
+}
+
+QString TestLayers::listOf(const QString& room) const
+{
+    return contentOf(m_root.filePath(room + u"/CMakeLists.txt"_s));
+}
+
+QStringList TestLayers::linksOf(const QString& room) const
+{
+    const QStringList lists = captures(listOf(room), u"velmora_library\\([^)]*LINKS([^)]*)\\)"_s);
+    return lists.value(0).split(QRegularExpression(u"\\s+"_s), Qt::SkipEmptyParts);
+}
+
+QSet<QString> TestLayers::reachOf(const QString& room) const
+{
+    QSet<QString> reach;
+    for (const QString& link : linksOf(room)) {
+        reach.insert(link);
+        for (const QString& below : m_rooms) {
+            if (link == u"velmora_"_s + QString(below).replace(u'/', u'_'))
+                reach.unite(reachOf(below)).insert(below);
+        }
+    }
+    return reach;
+}
+
+// The longest that fits: connections/rfc2217 lies in connections.
+QString TestLayers::roomOf(const QString& path) const
+{
+    QString found;
+    for (const QString& room : m_rooms) {
+        if (path.startsWith(room + u'/') && room.size() > found.size())
+            found = room;
+    }
+    return found;
+}
+
+void TestLayers::linksPointDown()
+{
+    for (const QString& room : m_rooms) {
+        const QString name = u"velmora_"_s + QString(room).replace(u'/', u'_');
+        QVERIFY2(listOf(room).contains(u"velmora_library(\n  "_s + name + u'\n'),
+            qPrintable(room + u" is no library of its name"_s));
+        for (const QString& link : linksOf(room)) {
+            for (qsizetype above = m_rooms.indexOf(room); above < m_rooms.size(); ++above) {
+                const QString upper =
+                    u"velmora_"_s + QString(m_rooms.at(above)).replace(u'/', u'_');
+                QVERIFY2(link != upper, qPrintable(room + u" links "_s + link));
+            }
+        }
+    }
+}
+
+void TestLayers::includesFollowTheLinks()
+{
     int files = 0;
     QStringList faults;
-    QDirIterator it(root.path(), {u"*.h"_s, u"*.cpp"_s}, QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator it(
+        m_root.path(), {u"*.h"_s, u"*.cpp"_s}, QDir::Files, QDirIterator::Subdirectories);
     while (it.hasNext()) {
-        const QString path = root.relativeFilePath(it.next());
-        const Layer* from = layerOf(path);
-        QVERIFY2(from, qPrintable(path + u" belongs to no layer"_s));
-        QFile file(root.filePath(path));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QString source = QString::fromUtf8(file.readAll());
+        const QString path = m_root.relativeFilePath(it.next());
+        const QString room = roomOf(path);
+        QVERIFY2(!room.isEmpty(), qPrintable(path + u" lies in no room"_s));
+        const QSet<QString> reach = reachOf(room);
         ++files;
-        for (auto match = quoted.globalMatch(source); match.hasNext();) {
-            const QString target = match.next().captured(1);
-            const Layer* to = layerOf(target);
-            QVERIFY2(to, qPrintable(path + u" includes by a name without a layer: "_s + target));
-            if (to->rank > from->rank || isSibling(*from, *to))
+        const QString source = contentOf(m_root.filePath(path));
+        for (const QString& target : captures(source, u"^#include \"([^\"]+)\""_s)) {
+            const QString to = roomOf(target);
+            if (to != room && !reach.contains(to))
                 faults.append(path + u" -> "_s + target);
         }
-        if (!from->widgets && widget.match(source).hasMatch())
-            faults.append(path + u" includes a widget"_s);
     }
     QVERIFY(files > 20);
     QVERIFY2(faults.isEmpty(), qPrintable(faults.join(u'\n')));

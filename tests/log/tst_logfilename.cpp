@@ -1,6 +1,6 @@
-#include "app/log/logfilename.h"
+#include "log/logfilename.h"
 
-#include "app/settings/settingsservice.h"
+#include "settings/settingsservice.h"
 
 #include <QDir>
 #include <QTest>

@@ -1,6 +1,6 @@
-#include "app/log/logrotation.h"
+#include "log/logrotation.h"
 
-#include "app/settings/formatsetting.h"
+#include "settings/formatsetting.h"
 
 #include <QDir>
 #include <QFile>

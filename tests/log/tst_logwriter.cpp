@@ -1,7 +1,7 @@
-#include "app/log/logwriter.h"
+#include "log/logwriter.h"
 
-#include "app/log/logfilename.h"
-#include "app/settings/formatsetting.h"
+#include "log/logfilename.h"
+#include "settings/formatsetting.h"
 #include "support/smalldisk.h"
 
 #include <QCoreApplication>

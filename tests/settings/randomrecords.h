@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/settings/displayfonts.h"
-#include "app/settings/formatsetting.h"
-#include "app/settings/settings.h"
+#include "settings/displayfonts.h"
+#include "settings/formatsetting.h"
+#include "settings/settings.h"
 
 #include <QRandomGenerator>
 

@@ -1,7 +1,7 @@
-#include "app/settings/portsessioncodec.h"
+#include "settings/portsessioncodec.h"
 
-#include "app/settings/settingsservice.h"
 #include "settings/randomrecords.h"
+#include "settings/settingsservice.h"
 
 #include <QSettings>
 #include <QTemporaryDir>

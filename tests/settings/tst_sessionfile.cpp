@@ -1,7 +1,7 @@
-#include "app/settings/sessionfile.h"
+#include "settings/sessionfile.h"
 
-#include "app/settings/settingsservice.h"
 #include "settings/randomrecords.h"
+#include "settings/settingsservice.h"
 #include "support/smalldisk.h"
 
 #include <QSettings>

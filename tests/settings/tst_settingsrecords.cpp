@@ -1,9 +1,9 @@
-#include "app/settings/config.h"
-#include "app/settings/displayfonts.h"
-#include "app/settings/formatsetting.h"
-#include "app/settings/quicksettingsgroups.h"
-#include "app/settings/settings.h"
-#include "app/settings/settingscodec.h"
+#include "settings/config.h"
+#include "settings/displayfonts.h"
+#include "settings/formatsetting.h"
+#include "settings/quicksettingsgroups.h"
+#include "settings/settings.h"
+#include "settings/settingscodec.h"
 
 #include <QSettings>
 #include <QTemporaryDir>

@@ -1,4 +1,4 @@
-#include "app/settings/settingsservice.h"
+#include "settings/settingsservice.h"
 
 #include "settings/randomrecords.h"
 

@@ -1,6 +1,6 @@
 #include "terminal/format/messagecodec.h"
 
-#include "app/settings/formatsetting.h"
+#include "settings/formatsetting.h"
 #include "terminal/format/linetext.h"
 #include "terminal/format/recordtext.h"
 #include "terminal/format/sanitizetext.h"

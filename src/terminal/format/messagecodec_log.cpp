@@ -1,4 +1,4 @@
-#include "app/settings/formatsetting.h"
+#include "settings/formatsetting.h"
 #include "terminal/format/logstate.h"
 #include "terminal/format/messagecodec.h"
 #include "terminal/format/recordtext.h"

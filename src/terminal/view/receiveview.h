@@ -1,6 +1,6 @@
 #pragma once
 
-#include "terminal/view/displaysink.h"
+#include "terminal/port/displaysink.h"
 #include "terminal/view/textstore.h"
 
 #include <QFont>

@@ -1,0 +1,14 @@
+#include "bridge/engine/flowcontrolpolicy.h"
+
+FlowControlPolicy FlowControlPolicy::sanitized() const
+{
+    FlowControlPolicy policy = *this;
+    policy.capacityBytes = qBound<qint64>(1, capacityBytes, MaxCapacityBytes);
+    policy.highWaterBytes = qBound<qint64>(1, highWaterBytes, policy.capacityBytes);
+    policy.lowWaterBytes = qBound<qint64>(0, lowWaterBytes, policy.highWaterBytes - 1);
+    policy.sinkCeilingBytes = qBound<qint64>(1, sinkCeilingBytes, MaxSinkCeilingBytes);
+    policy.overflowPolicy = overflowPolicyFromInt(qint32(overflowPolicy));
+    policy.floodBytesPerSecond = qMax(MinFloodBytesPerSecond, floodBytesPerSecond);
+    policy.floodWindowMs = qBound(MinFloodWindowMs, floodWindowMs, MaxFloodWindowMs);
+    return policy;
+}

@@ -1,0 +1,23 @@
+#include "bridge/engine/framingpolicy.h"
+
+#include <limits>
+
+FramingPolicy FramingPolicy::sanitized() const
+{
+    FramingPolicy policy = *this;
+    policy.mode = framingModeFromInt(qint32(mode));
+    policy.idleGapMs = qBound(MinMs, idleGapMs, MaxMs);
+    policy.frameLength = qBound(1, frameLength, MaxFrameLimitBytes);
+    policy.maxFrameBytes = qBound(1, maxFrameBytes, MaxFrameLimitBytes);
+    policy.flushTimeoutMs = qBound(MinMs, flushTimeoutMs, MaxMs);
+
+    if (policy.mode == FramingMode::Delimiter) {
+        const qsizetype longest = std::numeric_limits<qint32>::max();
+        if (delimiter.isEmpty())
+            policy.mode = FramingMode::Immediate;
+        policy.maxFrameBytes = qMax(policy.maxFrameBytes, qint32(qMin(delimiter.size(), longest)));
+    } else if (policy.mode == FramingMode::FixedLength) {
+        policy.maxFrameBytes = qMax(policy.maxFrameBytes, policy.frameLength);
+    }
+    return policy;
+}

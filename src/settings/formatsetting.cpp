@@ -1,0 +1,19 @@
+#include "settings/formatsetting.h"
+
+#include <algorithm>
+
+FormatSetting FormatSetting::sanitized() const
+{
+    FormatSetting copy = *this;
+    copy.splitterLeft = std::max(splitterLeft, 0);
+    copy.splitterRight = std::max(splitterRight, 0);
+    copy.autoFeedInterval = std::clamp(autoFeedInterval, minAutoFeedInterval, maxAutoFeedInterval);
+    copy.sendInterval = std::max(sendInterval, 1);
+    copy.sendTimeUnit = std::max(sendTimeUnit, 1);
+    copy.logRotateSize = std::max(logRotateSize, 0);
+    copy.displayBufferSize =
+        std::clamp(displayBufferSize, minDisplayBufferSize, maxDisplayBufferSize);
+    if (copy.sendList.size() > maxSendList)
+        copy.sendList.resize(maxSendList);
+    return copy;
+}

@@ -1,0 +1,138 @@
+#include "settings/sessioncodec.h"
+
+#include "settings/portsessioncodec.h"
+#include "settings/settingskey.h"
+#include "settings/settingsservice.h"
+
+#include <QDebug>
+#include <QSettings>
+#include <algorithm>
+#include <cmath>
+#include <exception>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto paneCountKey = "PortNumber"_L1;
+constexpr auto columnCountKey = "ColumnNumber"_L1;
+constexpr auto quickViewKey = "QuickView"_L1;
+constexpr auto connectionShownKey = "QuickSettings/Connection"_L1;
+constexpr auto receiveShownKey = "QuickSettings/Receive"_L1;
+constexpr auto sendShownKey = "QuickSettings/Send"_L1;
+constexpr auto groupOrderKey = "QuickSettings/GroupOrder"_L1;
+
+// A number of any size, so that one that is far too large is the largest and not the default.
+int readCount(const QSettings& file, QLatin1StringView key, int largest)
+{
+    const double number = file.value(key, 1).toDouble();
+    return std::isnan(number) ? 1 : static_cast<int>(std::clamp(number, 1.0, double(largest)));
+}
+
+QuickSettingsGroups readQuickSettings(const QSettings& file)
+{
+    QuickSettingsGroups groups;
+    groups.showConnectionGroup = file.value(connectionShownKey, true).toBool();
+    groups.showReceiveGroup = file.value(receiveShownKey, true).toBool();
+    groups.showSendGroup = file.value(sendShownKey, true).toBool();
+    groups.groupOrder = file.value(groupOrderKey).toStringList();
+    groups.groupOrder = groups.normalisedGroupOrder();
+    for (const QString& group : QuickSettingsGroups::storedGroups()) {
+        if (const QString key = SettingsKey::quickFieldOrder(group); file.contains(key))
+            groups.fieldOrder[group] = file.value(key).toStringList();
+        if (const QString key = SettingsKey::quickFieldsHidden(group); file.contains(key))
+            groups.hiddenFields[group] = file.value(key).toStringList();
+    }
+    return groups;
+}
+
+void writeQuickSettings(QSettings& file, const QuickSettingsGroups& groups)
+{
+    file.setValue(connectionShownKey, groups.showConnectionGroup);
+    file.setValue(receiveShownKey, groups.showReceiveGroup);
+    file.setValue(sendShownKey, groups.showSendGroup);
+    file.setValue(groupOrderKey, groups.normalisedGroupOrder());
+    // A group without lists is written with empty ones: what the file had before must not stay.
+    for (const QString& group : QuickSettingsGroups::storedGroups()) {
+        file.setValue(SettingsKey::quickFieldOrder(group), groups.fieldOrder.value(group));
+        file.setValue(SettingsKey::quickFieldsHidden(group), groups.hiddenFields.value(group));
+    }
+}
+
+// Nobody names a port or a host like this, and a label of a million characters stops the window.
+constexpr qsizetype maxTextLength = 4096;
+
+void bound(SessionPane& pane)
+{
+    Settings& settings = pane.settings;
+    FormatSetting& format = pane.format;
+    for (QString* text : {&settings.portName, &settings.targetHost, &settings.relayCid,
+             &settings.relayPortName, &settings.relayPortKey, &format.rxTimeFormat,
+             &format.txTimeFormat, &format.logFilePath, &format.logTimestampFormat})
+        text->truncate(maxTextLength);
+    if (settings.targetHosts.size() > Settings::maxTargetHosts)
+        settings.targetHosts.resize(Settings::maxTargetHosts);
+    for (QString& host : settings.targetHosts)
+        host.truncate(maxTextLength);
+    if (format.sendList.size() > FormatSetting::maxSendList)
+        format.sendList.resize(FormatSetting::maxSendList);
+}
+
+SessionPane readPane(const QSettings& file, int pane)
+{
+    SessionPane result{
+        SettingsService::defaultPortSettings({}), SettingsService::defaultFormatSettings()};
+    // One pane whose values cannot be held must not take the others with it.
+    try {
+        PortSessionCodec::read(file, pane, result.settings, result.format);
+    } catch (const std::exception& fault) {
+        qWarning() << "readFile: read parameter FAILED!" << fault.what();
+    }
+    bound(result);
+    return result;
+}
+
+} // namespace
+
+namespace SessionCodec {
+
+bool isSession(const QSettings& file)
+{
+    const QStringList groups = file.childGroups();
+    const auto isOurs = [](const QString& group) {
+        bool isIndex = false;
+        const int index = group.toInt(&isIndex);
+        return (isIndex && index >= 0 && index < SessionContents::maxPanes)
+               || group == "QuickSettings"_L1 || group == "Bridge"_L1;
+    };
+    return file.contains(paneCountKey) || file.contains(columnCountKey)
+           || file.contains(quickViewKey) || std::ranges::any_of(groups, isOurs);
+}
+
+SessionContents read(const QSettings& file)
+{
+    SessionContents contents;
+    contents.quickSettings = readQuickSettings(file);
+    const int panes = readCount(file, paneCountKey, SessionContents::maxPanes);
+    contents.columnCount = readCount(file, columnCountKey, SessionContents::maxColumns);
+    contents.quickView = file.value(quickViewKey, panes < 2).toBool();
+    for (int i = 0; i < panes; ++i)
+        contents.panes.append(readPane(file, i));
+    return contents;
+}
+
+void write(QSettings& file, const SessionContents& contents, const Progress& progress)
+{
+    const int panes = static_cast<int>(contents.panes.size());
+    file.setValue(paneCountKey, panes);
+    file.setValue(columnCountKey, contents.columnCount);
+    file.setValue(quickViewKey, contents.quickView);
+    writeQuickSettings(file, contents.quickSettings);
+    for (int i = 0; i < panes; ++i) {
+        progress(100 * (i + 1) / (panes + 2));
+        const SessionPane& pane = contents.panes.at(i);
+        PortSessionCodec::write(file, i, pane.settings, pane.format);
+    }
+}
+
+} // namespace SessionCodec

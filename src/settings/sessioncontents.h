@@ -1,0 +1,31 @@
+#pragma once
+
+#include "settings/formatsetting.h"
+#include "settings/quicksettingsgroups.h"
+#include "settings/settings.h"
+
+#include <QList>
+
+// One pane of a session.
+struct SessionPane
+{
+    Settings settings;
+    FormatSetting format;
+
+    friend bool operator==(const SessionPane&, const SessionPane&) = default;
+};
+
+// What a session file holds of the workspace: the panes and how they are arranged. A plain value;
+// SessionCodec and SessionFile bring it to disk and back.
+struct SessionContents
+{
+    static constexpr int maxPanes = 16;
+    static constexpr int maxColumns = 16;
+
+    int columnCount = 1; // panes per row, 1 to maxColumns
+    bool quickView = true;
+    QuickSettingsGroups quickSettings;
+    QList<SessionPane> panes; // 1 to maxPanes
+
+    friend bool operator==(const SessionContents&, const SessionContents&) = default;
+};

@@ -1,0 +1,104 @@
+#include "terminal/pane/hled.h"
+
+#include <QPainter>
+#include <QRadialGradient>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr qreal coreGap = 0.2; // between rim and core, of the lamp's diameter
+
+} // namespace
+
+HLed::HLed(QWidget* parent)
+    : QWidget(parent)
+{
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+HLed::~HLed() = default;
+
+void HLed::setColor(const QColor& color)
+{
+    if (std::exchange(m_color, color) != color)
+        update();
+}
+
+void HLed::setTentative(bool tentative)
+{
+    if (std::exchange(m_tentative, tentative) != tentative)
+        update();
+}
+
+void HLed::turnOn(bool on)
+{
+    if (std::exchange(m_on, on) != on)
+        update();
+}
+
+void HLed::turnOff(bool off)
+{
+    turnOn(!off);
+}
+
+void HLed::toggle()
+{
+    turnOn(!m_on);
+}
+
+QSize HLed::sizeHint() const
+{
+    return {20, 20};
+}
+
+QSize HLed::minimumSizeHint() const
+{
+    return {16, 16};
+}
+
+int HLed::diameter() const
+{
+    return std::max(std::min(width(), height()) - 2, 0);
+}
+
+QBrush HLed::brush(const QRectF& disc) const
+{
+    if (!m_on) {
+        QColor fill = m_color.darker(250);
+        fill.setAlpha(60);
+        return fill;
+    }
+    QRadialGradient glow(
+        disc.center() - QPointF(disc.width() / 6, disc.height() / 6), disc.width() * 0.7);
+    glow.setColorAt(0, m_color.lighter(150));
+    glow.setColorAt(0.45, m_color);
+    glow.setColorAt(1, m_color.darker(160));
+    return glow;
+}
+
+void HLed::paintEvent(QPaintEvent* /*event*/)
+{
+    const int size = diameter();
+    if (size == 0)
+        return;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF disc(
+        (width() - size) / 2.0 + 1, (height() - size) / 2.0 + 1, size - 2.0, size - 2.0);
+
+    const bool full = m_on && !m_tentative;
+    QColor rim = palette().color(QPalette::WindowText);
+    rim.setAlpha(full ? 150 : 110);
+    painter.setPen(QPen(rim, full ? 1.0 : 1.6));
+    painter.setBrush(m_on && m_tentative ? QBrush() : brush(disc));
+    painter.drawEllipse(disc);
+    if (!m_on || !m_tentative)
+        return;
+    const qreal gap = disc.width() * coreGap;
+    const QRectF core = disc.adjusted(gap, gap, -gap, -gap);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(brush(core));
+    painter.drawEllipse(core);
+}

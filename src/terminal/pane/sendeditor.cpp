@@ -1,0 +1,177 @@
+#include "terminal/pane/sendeditor.h"
+
+#include "terminal/pane/elidedcombobox.h"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QtMath>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int barSpacing = 8;
+constexpr int leastHistory = 8; // characters
+// Two lines of the message are seen at least; of one that is magnified for a room to read no more
+// than these lines of the interface, or one.
+constexpr int leastLines = 6;
+
+// A style makes buttons wider than their text needs, which a narrow pane has no room for.
+void letShrink(QPushButton& button)
+{
+    const int text = button.fontMetrics().size(Qt::TextShowMnemonic, button.text()).width();
+    button.setMinimumWidth(text + 2 * barSpacing);
+}
+
+} // namespace
+
+SendEditor::SendEditor(QWidget* parent)
+    : QWidget(parent)
+    , m_editor(new QPlainTextEdit(this))
+    , m_historyLabel(new QLabel(tr("H&istory"), this))
+    , m_history(new ElidedComboBox(this))
+    , m_clearHistory(new QPushButton(tr("Clear History"), this))
+    , m_send(new QPushButton(tr("&Send"), this))
+{
+    m_editor->setPlaceholderText(tr("Type a message; Ctrl+Enter sends it"));
+    m_editor->setAccessibleName(tr("Message to send"));
+    m_editor->setTabChangesFocus(true);
+    m_editor->installEventFilter(this);
+    m_history->setAccessibleName(tr("Messages sent before"));
+    m_history->setToolTip(tr("Messages sent before, newest first"));
+    m_history->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_history->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    m_history->setPlaceholderText(tr("Nothing sent yet"));
+    m_history->setMinimumContentsLength(leastHistory);
+    m_clearHistory->setToolTip(tr("Empty the message and the list of messages sent before"));
+    m_send->setToolTip(tr("Send the message (Ctrl+Enter)"));
+    buildLayout();
+
+    connect(m_history, &QComboBox::activated, this, &SendEditor::historyChosen);
+    connect(m_clearHistory, &QPushButton::clicked, this, &SendEditor::clearHistoryRequested);
+    connect(m_send, &QPushButton::clicked, this, &SendEditor::sendRequested);
+    setHistory({});
+}
+
+SendEditor::~SendEditor() = default;
+
+void SendEditor::buildLayout()
+{
+    auto* bar = new QHBoxLayout;
+    bar->setSpacing(barSpacing);
+    m_historyLabel->setBuddy(m_history);
+    bar->addWidget(m_historyLabel);
+    bar->addWidget(m_history, 1);
+    bar->addWidget(m_clearHistory);
+    bar->addWidget(m_send);
+    fitBar();
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    layout->addWidget(m_editor, 1);
+    layout->addLayout(bar);
+    setTabOrder(m_editor, m_send);
+    setTabOrder(m_send, m_history);
+    setTabOrder(m_history, m_clearHistory);
+    keepLines();
+}
+
+void SendEditor::fitBar()
+{
+    // Its placeholder would ask for all of its length.
+    m_history->setMinimumWidth(leastHistory * fontMetrics().horizontalAdvance(u'0'));
+    letShrink(*m_clearHistory);
+    letShrink(*m_send);
+}
+
+void SendEditor::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
+        fitBar();
+}
+
+int SendEditor::labelWidth() const
+{
+    return m_historyLabel->sizeHint().width() + barSpacing;
+}
+
+QSize SendEditor::minimumSizeHint() const
+{
+    const QSize all = QWidget::minimumSizeHint();
+    return m_historyLabel->isHidden() ? all : QSize(all.width() - labelWidth(), all.height());
+}
+
+void SendEditor::resizeEvent(QResizeEvent* event)
+{
+    m_historyLabel->setVisible(width() >= minimumSizeHint().width() + labelWidth());
+    QWidget::resizeEvent(event);
+}
+
+bool SendEditor::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_editor && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        const bool enter = key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
+        if (enter && (key->modifiers() & Qt::ControlModifier)) {
+            Q_EMIT sendRequested();
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+QString SendEditor::text() const
+{
+    return m_editor->toPlainText();
+}
+
+void SendEditor::setText(const QString& text)
+{
+    if (m_editor->toPlainText() == text)
+        return;
+    // As an edit, so that Undo brings back what stood there.
+    QTextCursor cursor(m_editor->document());
+    cursor.select(QTextCursor::Document);
+    cursor.insertText(text);
+    m_editor->setTextCursor(cursor);
+}
+
+void SendEditor::insertText(const QString& text)
+{
+    m_editor->insertPlainText(text);
+}
+
+void SendEditor::setDisplayFont(const QFont& font)
+{
+    m_editor->setFont(font);
+    keepLines();
+}
+
+void SendEditor::keepLines()
+{
+    const int line = m_editor->fontMetrics().lineSpacing();
+    const int lines = std::max(line, std::min(2 * line, leastLines * fontMetrics().lineSpacing()));
+    const int edges = m_editor->frameWidth() + qCeil(m_editor->document()->documentMargin());
+    m_editor->setMinimumHeight(lines + 2 * edges);
+}
+
+void SendEditor::setHistory(const QStringList& labels)
+{
+    const QSignalBlocker blocker(m_history);
+    m_history->clear();
+    m_history->addItems(labels);
+    m_history->setCurrentIndex(labels.isEmpty() ? -1 : 0);
+    m_history->setEnabled(!labels.isEmpty());
+    m_clearHistory->setEnabled(!labels.isEmpty());
+}
+
+void SendEditor::focusEditor()
+{
+    m_editor->setFocus();
+}

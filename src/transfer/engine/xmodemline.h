@@ -1,0 +1,108 @@
+#pragma once
+
+#include "transfer/engine/xferconfig.h"
+#include "transfer/engine/xferstep.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QtGlobal>
+#include <optional>
+
+enum class XmodemState : qint32 {
+    AwaitStart = 0, // sender: for the receiver's start character
+    AwaitAck = 1,
+    AwaitDataStart = 2, // header acknowledged; for the start character of the data
+    AwaitBatchEnd = 3,  // file acknowledged; for the start character of the next header
+    Streaming = 4,
+    Handshake = 5, // receiver: start character sent, nothing usable back yet
+    Receiving = 6,
+    AwaitNextHeader = 7, // file saved; for the end-of-batch block
+    Done = 8,
+    Failed = 9,
+};
+
+// What a sender and a receiver have in common: the input that is not yet consumed, one timer, the
+// gate that holds everything back until the bytes of the last step have left the port, the retry
+// counters and the two ways to end. XmodemCodec owns it and opens the gate; the role it drives
+// reads the input, arms the timer and moves `state`.
+//
+// Bounds: MaxInputBytes of input; what arrives beyond it is lost as on a line that overruns, and
+// the block trailers find the gap.
+class XmodemLine final
+{
+public:
+    // Room for a peer that streams while our own start character is still being reported written.
+    // Not a multiple of a frame (133 or 1029 bytes), so that a loss always cuts one.
+    static constexpr qsizetype MaxInputBytes = 1'048'576;
+    static constexpr qint32 MaxRetries = 10;
+    static constexpr qint32 ReplyTimeoutMs = 10'000;
+    static constexpr qint32 HandshakeLimitMs = 60'000;
+    // A pause this long ends whatever burst was on the line (the reference's purge time).
+    static constexpr qint32 QuietMs = 1'000;
+
+    explicit XmodemLine(XferProtocol variant);
+    ~XmodemLine() = default;
+
+    const XferProtocol protocol;
+    XmodemState state = XmodemState::AwaitStart;
+    bool useCrc;
+    bool streaming = false;
+    // Bytes that belong to no frame were dropped and no pause or good block has come since. What
+    // follows may be the inside of a block whose head was destroyed.
+    bool torn = false;
+
+    // What a receiver sends to be sent to: NAK, "C" or "G".
+    char handshakeChar() const;
+    bool ended() const { return state == XmodemState::Done || state == XmodemState::Failed; }
+
+    // Takes as many bytes as there is room for and returns their number.
+    qsizetype append(QByteArrayView bytes, qint64 now);
+    // Valid until the next append() or discardInput().
+    QByteArrayView pending() const { return QByteArrayView(input_).sliced(head_); }
+    void consume(qsizetype count) { head_ += count; }
+    void discardInput();
+    bool quiet(qint64 now) const;
+    // To be told every byte outside a frame: true at the second CAN in a row.
+    bool isCancel(char byte);
+
+    void arm(qint64 now, qint32 ms);
+    // Starts the timer now, or when the bytes of `step` have left if it has any.
+    void armOrDefer(const XferStep& step, qint64 now, qint32 ms);
+    // Closes the gate if `step` carries bytes, and fills in its waitMs.
+    XferStep settle(XferStep step, qint64 now);
+    void openGate(qint64 now);
+    bool gateClosed() const { return awaitingDrain_; }
+    // The deadline has passed; it is cleared.
+    bool takeExpired(qint64 now);
+    qint32 remainingMs(qint64 now) const; // 0 when past, -1 without a deadline
+
+    // False when ten in a row have been used up.
+    bool countRetry();
+    void resetRetries() { consecutiveRetries_ = 0; }
+    qint32 totalRetries() const { return totalRetries_; }
+
+    XferStep failWith(XferError error, const QString& message, bool sendCancel);
+    XferStep failRetries();
+    XferStep failRemoteCancel();
+    XferStep complete(const QByteArray& lastBytes = {});
+
+    // Milliseconds from one time to a later one; 0 when the clock ran backwards.
+    static quint64 elapsedMs(qint64 from, qint64 to);
+
+private:
+    void clearTimers();
+
+    QByteArray input_; // at most MaxInputBytes
+    qsizetype head_ = 0;
+    std::optional<qint64> lastArrivalAt_;
+    qint32 cancelRun_ = 0;
+
+    bool awaitingDrain_ = false;
+    std::optional<qint64> deadline_;
+    std::optional<qint32> deferredWaitMs_;
+
+    qint32 consecutiveRetries_ = 0;
+    qint32 totalRetries_ = 0;
+
+    Q_DISABLE_COPY_MOVE(XmodemLine)
+};

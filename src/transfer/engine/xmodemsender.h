@@ -1,0 +1,58 @@
+#pragma once
+
+#include "transfer/engine/xferfilemeta.h"
+#include "transfer/engine/xferstep.h"
+
+#include <QByteArray>
+#include <QtGlobal>
+
+class XferSource;
+class XmodemLine;
+
+// The sending role: follows the receiver's start character, cuts the source into blocks and keeps
+// the last frame for resending. Its rules stand in xmodemsender.cpp. Owned by XmodemCodec, works on
+// the codec's line; the source is the session's.
+class XmodemSender final
+{
+public:
+    XmodemSender(XmodemLine& line, qint32 blockSizeOption);
+    ~XmodemSender() = default;
+
+    void setSource(XferSource* source) { source_ = source; }
+
+    XferStep begin(const XferFileMeta& meta, qint64 now);
+    // Consumes the input until it is empty or something has to be written.
+    XferStep senderPump(qint64 now);
+    // The deadline has passed.
+    XferStep senderTick(qint64 now);
+    XferProgress progress() const;
+
+private:
+    enum class Sent { Nothing, Header, Data, Eot, BatchEnd };
+
+    XferStep onByte(char byte, qint64 now);
+    XferStep onReply(char byte, qint64 now);
+    XferStep onAck(qint64 now);
+    XferStep senderStartFile(qint64 now);
+    XferStep senderEmitNextBlock(qint64 now);
+    XferStep sendEot(qint64 now);
+    XferStep sendBatchEnd(qint64 now);
+    XferStep advance(qint64 now);
+    XferStep transmit(const QByteArray& frame, Sent kind, qint64 now);
+    XferStep resend(qint64 now);
+    XferStep failRead();
+    XferStep failStreaming();
+    qsizetype blockSize(qint64 remaining) const;
+
+    XmodemLine& line_;
+    const qint32 blockSizeOption_;
+    XferSource* source_ = nullptr;
+    XferFileMeta meta_;
+    QByteArray lastFrame_; // at most one frame of 1029 bytes
+    Sent lastSentKind_ = Sent::Nothing;
+    qsizetype lastBlockDataLen_ = 0; // file bytes in the last block, without padding
+    qint64 bytesSent_ = 0;           // acknowledged file offset
+    quint8 blockNumber_ = 0;
+
+    Q_DISABLE_COPY_MOVE(XmodemSender)
+};

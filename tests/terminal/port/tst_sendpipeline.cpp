@@ -1,0 +1,243 @@
+#include "terminal/port/sendpipeline.h"
+
+#include "terminal/format/sendmodes.h"
+#include "terminal/port/displaysinkstub.h"
+#include "terminal/port/receivepipeline.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class FakeTransport final : public SendTransport
+{
+public:
+    bool isOpen() const override { return open; }
+    bool sendMessage(const QByteArray& bytes) override
+    {
+        if (accepts)
+            written += bytes;
+        return accepts;
+    }
+    qint64 writeRaw(const QByteArray& bytes, UdpTargetMode, const QString& peerKey) override
+    {
+        lastPeer = peerKey;
+        return sendMessage(bytes) ? bytes.size() : 0;
+    }
+
+    bool open = true;
+    bool accepts = true;
+    QByteArray written;
+    QString lastPeer;
+};
+
+} // namespace
+
+class TestSendPipeline final : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m = std::make_unique<Bench>(); }
+
+    void typed_data()
+    {
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<int>("enterMode");
+        QTest::addColumn<bool>("hex");
+        QTest::addColumn<QByteArray>("sent");
+        QTest::addColumn<QString>("echo");
+        const int crlf = int(LineEndingMode::CrLf);
+        QTest::newRow("a key") << "x" << 1 << false << QByteArray("x") << "x";
+        QTest::newRow("text beyond ASCII")
+            << QString(QChar(0xE9)) << 1 << false << QByteArray("\xC3\xA9") << QString(QChar(0xE9));
+        QTest::newRow("a pasted line sends Enter")
+            << "a\nb" << 1 << false << QByteArray("a\rb") << "a\nb";
+        QTest::newRow("pasted from another system")
+            << "a\r\nb\rc" << crlf << false << QByteArray("a\r\nb\r\nc") << "a\nb\nc";
+        QTest::newRow("hexadecimal shows what went out")
+            << "a\n"
+            << 1 << true << QByteArray("a\r") << "61 0D ";
+    }
+
+    void typed()
+    {
+        QFETCH(QString, keys);
+        QFETCH(int, enterMode);
+        QFETCH(bool, hex);
+        m->format.terminalEnterMode = enterMode;
+        m->format.sendMsgFormat = int(hex ? MessageFormat::Hexadecimal : MessageFormat::Text);
+        m->format.displaySendMsg = true; // is for messages, not for keys
+        m->apply();
+        QVERIFY(m->send.sendTyped(keys));
+        QTEST(m->transport.written, "sent");
+        QCOMPARE(m->sink.text, QString());
+        m->format.localEcho = true;
+        m->apply();
+        QVERIFY(m->send.sendTyped(keys));
+        QTEST(m->sink.text, "echo");
+        QCOMPARE(m->send.history().entries(), QStringList());
+        QCOMPARE(m->send.sentBytes(), m->transport.written.size());
+    }
+
+    void hexadecimalIsRewrittenInTheEditorOnly()
+    {
+        m->format.sendMsgFormat = int(MessageFormat::Hexadecimal);
+        m->format.formatSend = true;
+        m->format.sendChecksum = int(ChecksumMode::Sum8);
+        m->apply();
+        QSignalSpy editor(&m->send, &SendPipeline::editorTextReplaced);
+        QVERIFY(m->send.sendText(u"0a0B 03// Reset"_s));
+        QCOMPARE(m->transport.written, QByteArray("\x0A\x0B\x03\x18"));
+        QCOMPARE(editor.value(0).value(0).toString(), u"0A 0B 03 // Reset"_s);
+        QCOMPARE(m->send.history().entries(), QStringList(u"0A 0B 03 // RESET"_s));
+        // One line of many must not replace all of them.
+        QVERIFY(m->send.sendText(u"ff"_s, SendPipeline::Editor::Keep));
+        QCOMPARE(editor.size(), 1);
+    }
+
+    void encodingErrorSendsAndRemembersNothing()
+    {
+        m->format.sendEncoding = u"ISO-8859-1"_s;
+        m->apply();
+        QSignalSpy status(&m->send, &SendPipeline::statusMessage);
+        QSignalSpy changed(&m->send, &SendPipeline::settingsChanged);
+        const QString euro(QChar(0x20AC));
+        QVERIFY(!m->send.sendText(euro));
+        QVERIFY(!m->send.sendTyped(u"ok"_s + euro));
+        QCOMPARE(m->transport.written, QByteArray());
+        QCOMPARE(m->send.history().entries(), QStringList());
+        QCOMPARE(changed.size(), 0);
+        QCOMPARE(status.size(), 2);
+        QVERIFY(status[0][0].toString().contains(euro));
+        QCOMPARE(status[0][1].toInt(), 10000);
+    }
+
+    void emptyEditorAsksForFocus()
+    {
+        QSignalSpy focus(&m->send, &SendPipeline::editorFocusRequested);
+        QVERIFY(!m->send.sendText(QString()));
+        QCOMPARE(focus.size(), 1);
+        QCOMPARE(m->send.history().entries(), QStringList());
+    }
+
+    void refusedSendIsNeitherCountedNorEchoed()
+    {
+        m->format.displaySendMsg = true;
+        m->format.localEcho = true;
+        m->apply();
+        m->transport.accepts = false;
+        QSignalSpy lamp(&m->send, &SendPipeline::sent);
+        QVERIFY(!m->send.sendText(u"AT"_s));
+        QVERIFY(!m->send.sendTyped(u"AT"_s));
+        QCOMPARE(m->send.writeRaw("AT", true, UdpTargetMode::ConfiguredRemote, {}), 0);
+        m->receive.onRefreshDisplay();
+        QCOMPARE(m->sink.text, QString());
+        QCOMPARE(m->send.sentBytes(), 0);
+        QCOMPARE(lamp.size(), 0);
+        // The text itself is kept for another try.
+        QCOMPARE(m->send.history().entries(), QStringList(u"AT"_s));
+    }
+
+    void echoIsShownAtOnce()
+    {
+        m->format.displaySendMsg = true;
+        m->format.txLineEndingMode = int(LineEndingMode::CrLf);
+        m->apply();
+        QSignalSpy lamp(&m->send, &SendPipeline::sent);
+        m->receive.ingestRx("ready\n", true, {});
+        QVERIFY(m->send.sendText(u"AT"_s));
+        QCOMPARE(m->sink.text, u"ready\nAT\n"_s);
+        QCOMPARE(lamp.size(), 1);
+        QCOMPARE(m->send.sentBytes(), 4);
+        QCOMPARE(m->receive.receivedBytes(), 6);
+    }
+
+    void rawBytesNeedAnOpenConnection()
+    {
+        const QString peer = u"127.0.0.1:9"_s;
+        QCOMPARE(m->send.writeRaw("abc", true, UdpTargetMode::Broadcast, peer), 3);
+        QCOMPARE(m->transport.lastPeer, peer);
+        m->receive.onRefreshDisplay();
+        QCOMPARE(m->sink.text, u"abc"_s);
+        QCOMPARE(m->send.writeRaw("d", false, UdpTargetMode::Broadcast, peer), 1);
+        m->receive.onRefreshDisplay();
+        QCOMPARE(m->sink.text, u"abc"_s);
+        m->transport.open = false;
+        QCOMPARE(m->send.writeRaw("e", true, UdpTargetMode::Broadcast, peer), 0);
+        QCOMPARE(m->transport.written, QByteArray("abcd"));
+        QCOMPARE(m->send.sentBytes(), 4);
+    }
+
+    void keysOpenNothing()
+    {
+        m->transport.open = false;
+        QVERIFY(!m->send.sendTyped(u"x"_s));
+        QVERIFY(!m->send.sendEnter());
+        QVERIFY(!m->send.sendControl("\x03"));
+        QCOMPARE(m->transport.written, QByteArray());
+        m->transport.open = true;
+        QVERIFY(m->send.sendEnter());
+        QVERIFY(m->send.sendControl("\x03"));
+        QCOMPARE(m->transport.written, QByteArray("\r\x03"));
+    }
+
+    void historyIsBounded()
+    {
+        for (int i = 1; i <= 300; ++i) {
+            QVERIFY(m->send.sendText(QString::number(i)));
+            QCOMPARE(m->send.history().entries().size(), qMin(i, 257));
+        }
+        QCOMPARE(m->send.history().entryAt(0), u"300"_s);
+        QCOMPARE(m->send.history().entryAt(256), u"44"_s);
+        QVERIFY(m->send.sendText(u"100"_s));
+        QCOMPARE(m->send.history().entryAt(0), u"100"_s);
+        QCOMPARE(m->send.history().entries().count(u"100"_s), 1);
+        // The oldest went before the equal entry was found.
+        QCOMPARE(m->send.history().entries().size(), 256);
+        QStringList stored;
+        for (int i = 0; i < 1000; ++i)
+            stored.append(QString::number(i));
+        m->send.setHistory(stored);
+        QCOMPARE(m->send.history().entries(), stored.mid(0, 257));
+    }
+
+    void historyLabels()
+    {
+        const QString full = QString(60, u'a') + QString(40, u'b');
+        m->send.setHistory({full, full.left(80), full.left(79)});
+        QCOMPARE(
+            m->send.history().labels(), QStringList({full.left(80), full.left(80), full.left(79)}));
+        QCOMPARE(m->send.history().entryAt(0), full);
+        QCOMPARE(m->send.history().entryAt(3), QString());
+    }
+
+private:
+    struct Bench
+    {
+        Bench()
+            : receive(sink)
+            , send(transport, receive)
+        {
+            receive.start();
+            apply();
+        }
+        void apply()
+        {
+            receive.setFormatSetting(format);
+            send.setFormatSetting(format);
+        }
+
+        StringSink sink;
+        FakeTransport transport;
+        ReceivePipeline receive;
+        SendPipeline send;
+        FormatSetting format;
+    };
+    std::unique_ptr<Bench> m;
+};
+
+QTEST_GUILESS_MAIN(TestSendPipeline)
+#include "tst_sendpipeline.moc"
