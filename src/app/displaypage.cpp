@@ -1,9 +1,9 @@
 #include "app/displaypage.h"
 
 #include "app/recordedits.h"
-#include "settings/displayfonts.h"
 #include "settings/settingscodec.h"
 #include "terminal/pane/colorbutton.h"
+#include "terminal/view/displayfonts.h"
 #include "terminal/view/textcontrast.h"
 
 #include <QCheckBox>
@@ -134,7 +134,7 @@ void DisplayPage::onEdited()
     const QFont font = chosenFont();
     // A family that is not here is replaced: this one it is.
     for (QLabel* sample : {m_receiveSample, m_sendSample})
-        sample->setToolTip(SettingsCodec::fontToDisplayString(font));
+        sample->setToolTip(SettingsCodec::fontToDisplayString(displayFontOf(font)));
     paintSample(*m_receiveSample, palette(), font, colored ? m_receiveColor->color() : QColor());
     paintSample(*m_sendSample, palette(), font, colored ? m_sendColor->color() : QColor());
     revalidate();
@@ -150,10 +150,10 @@ QFont DisplayPage::chosenFont() const
 FormatSetting DisplayPage::edited() const
 {
     FormatSetting format = m_shown;
-    format.displayFont = chosenFont();
+    format.displayFont = displayFontOf(chosenFont());
     format.formatDisplayColor = m_colored->isChecked();
-    format.receiveTextColor = m_receiveColor->color();
-    format.sendTextColor = m_sendColor->color();
+    format.receiveTextColor = m_receiveColor->color().name();
+    format.sendTextColor = m_sendColor->color().name();
     format.displayBufferSize = SettingsCodec::displayBufferToStored(m_bufferMb->value());
     format.showControlLineLeds = m_lamps->isChecked();
     return format;
@@ -161,12 +161,13 @@ FormatSetting DisplayPage::edited() const
 
 void DisplayPage::load(const FormatSetting& format)
 {
-    showFamily(*m_family, format.displayFont);
-    m_size->setValue(format.displayFont.pointSize());
-    m_bold->setChecked(format.displayFont.bold());
+    const QFont font = resolveDisplayFont(format.displayFont);
+    showFamily(*m_family, font);
+    m_size->setValue(font.pointSize());
+    m_bold->setChecked(font.bold());
     m_colored->setChecked(format.formatDisplayColor);
-    m_receiveColor->setColor(format.receiveTextColor);
-    m_sendColor->setColor(format.sendTextColor);
+    m_receiveColor->setColor(QColor::fromString(format.receiveTextColor));
+    m_sendColor->setColor(QColor::fromString(format.sendTextColor));
     m_bufferMb->setValue(SettingsCodec::storedToDisplayBuffer(format.displayBufferSize));
     m_lamps->setChecked(format.showControlLineLeds);
     m_shown = edited();

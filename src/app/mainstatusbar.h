@@ -56,6 +56,6 @@ private:
     QTimer m_noticeTimer;
     RateMeter m_receivedRate;
     RateMeter m_sentRate;
-    PaneLog::State m_logState = PaneLog::State::Off;
+    PortLog::State m_logState = PortLog::State::Off;
     QString m_logFile;
 };

@@ -2,7 +2,7 @@
 
 #include "app/statelamp.h"
 #include "terminal/port/linereport.h"
-#include "terminal/port/panelog.h"
+#include "terminal/port/portlog.h"
 
 #include <QString>
 
@@ -17,7 +17,7 @@ struct PortStatus
     qint64 received = 0;
     qint64 sent = 0;
     LineReport lines = {};
-    PaneLog::State log = PaneLog::State::Off;
+    PortLog::State log = PortLog::State::Off;
     QString logFile = {}; // may be unresolved
 
     [[nodiscard]] static PortStatus of(const SerialPortWidget& pane);

@@ -8,7 +8,7 @@
 #include "app/windowgeometry.h"
 #include "connections/systemportcatalog.h"
 #include "settings/config.h"
-#include "settings/displayfonts.h"
+#include "terminal/view/displayfonts.h"
 
 #include <QApplication>
 #include <QDebug>

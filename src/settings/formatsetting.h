@@ -1,15 +1,15 @@
 #pragma once
 
-#include <QColor>
-#include <QFont>
+#include "settings/displayfont.h"
+
 #include <QString>
 #include <QStringList>
 #include <QTime>
 
-// How a pane shows, sends and logs data. A plain value, copied freely. Two fields depend on the
-// machine and are filled by SettingsService::defaultFormatSettings(): logFilePath (below the home
-// folder) and displayFont (a monospace family that exists here). Files may leave any number in the
-// record; consumers work with sanitized().
+// How a pane shows, sends and logs data. A plain value, copied freely. Colours are text
+// ("#rrggbb") and fonts a DisplayFont: a record needs no screen. One field depends on the machine
+// and is filled by SettingsService::defaultFormatSettings(): logFilePath (below the home folder).
+// Files may leave anything in the record; consumers work with sanitized().
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): grouped by meaning, few exist
 struct FormatSetting
 {
@@ -49,10 +49,10 @@ struct FormatSetting
     QTime logRotateTime{0, 0};
     bool needHourTimeStamp = true;
     qint32 displayBufferSize = 10485760; // bytes
-    QFont displayFont;
+    DisplayFont displayFont;
     bool formatDisplayColor = false;
-    QColor sendTextColor{0, 0, 0};
-    QColor receiveTextColor{0, 0, 0};
+    QString sendTextColor = QStringLiteral("#000000");
+    QString receiveTextColor = QStringLiteral("#000000");
     bool showControlLineLeds = true;
 
     // The pause that ends a received line, in milliseconds.

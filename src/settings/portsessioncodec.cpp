@@ -1,6 +1,5 @@
 #include "settings/portsessioncodec.h"
 
-#include "settings/displayfonts.h"
 #include "settings/settingskey.h"
 #include "settings/settingsservice.h"
 #include "settings/storedfield.h"
@@ -168,14 +167,27 @@ private:
     int m_pane;
 };
 
-QFont readFont(const PaneKeys<const QSettings>& keys)
+DisplayFont readFont(const PaneKeys<const QSettings>& keys)
 {
-    QFont font =
-        resolveDisplayFont(keys.value(fontFamilyName).toString(), keys.value(fontSizeName).toInt());
-    const int weight = keys.value(fontWeightName).toInt();
-    if (weight >= 1 && weight <= 1000) // the range that QFont knows
-        font.setWeight(static_cast<QFont::Weight>(weight));
+    DisplayFont font;
+    font.family = keys.value(fontFamilyName).toString();
+    if (const int size = keys.value(fontSizeName).toInt(); size >= 1)
+        font.pointSize = size;
+    if (const int weight = keys.value(fontWeightName).toInt(); weight >= 1 && weight <= 1000)
+        font.weight = weight;
     return font;
+}
+
+// The file has no other place for the host in use than the front of the history, and a person may
+// have taken it off the history.
+QStringList hostsToWrite(const Settings& settings)
+{
+    QStringList hosts = settings.targetHosts;
+    if (settings.targetHost.isEmpty())
+        return hosts;
+    hosts.removeAll(settings.targetHost);
+    hosts.prepend(settings.targetHost);
+    return hosts;
 }
 
 void readHosts(const PaneKeys<const QSettings>& keys, Settings& settings)
@@ -195,11 +207,11 @@ void write(QSettings& file, int pane, const Settings& settings, const FormatSett
     PaneKeys<QSettings> keys(file, pane);
     keys.write<Settings>(lineFields, settings);
     keys.write<FormatSetting>(formatFields, format);
-    keys.setValue(fontFamilyName, format.displayFont.family());
-    keys.setValue(fontSizeName, format.displayFont.pointSize());
-    keys.setValue(fontWeightName, static_cast<int>(format.displayFont.weight()));
+    keys.setValue(fontFamilyName, format.displayFont.family);
+    keys.setValue(fontSizeName, format.displayFont.pointSize);
+    keys.setValue(fontWeightName, format.displayFont.weight);
     keys.write<FormatSetting>(colorFields, format);
-    keys.setValue(hostsName, settings.targetHosts.join(hostSeparator));
+    keys.setValue(hostsName, hostsToWrite(settings).join(hostSeparator));
     keys.write<Settings>(networkFields, settings);
 }
 

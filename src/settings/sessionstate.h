@@ -66,10 +66,10 @@ struct SessionState
     bool needHourTimeStamp = true;
 
     qint32 displayBufferSize = 10485760;
-    QFont displayFont;
+    DisplayFont displayFont;
     bool formatDisplayColor = false;
-    QColor sendTextColor{0, 0, 0};
-    QColor receiveTextColor{0, 0, 0};
+    QString sendTextColor = QStringLiteral("#000000");
+    QString receiveTextColor = QStringLiteral("#000000");
     bool showControlLineLeds = true;
 
     QStringList recentFiles;

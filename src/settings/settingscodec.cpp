@@ -72,15 +72,15 @@ QString defaultLogTimestampFmt()
     return FormatSetting{}.logTimestampFormat;
 }
 
-QString fontToDisplayString(const QFont& font)
+QString fontToDisplayString(const DisplayFont& font)
 {
-    return u"%1, %2, %3"_s.arg(font.family(), QString::number(font.pointSize()),
-        QString::number(static_cast<int>(font.weight())));
+    return u"%1, %2, %3"_s.arg(
+        font.family, QString::number(font.pointSize), QString::number(font.weight));
 }
 
-QString colorToDisplayString(const QColor& color)
+QString colorToDisplayString(const QString& color)
 {
-    return color.name().toUpper();
+    return color.toUpper();
 }
 
 } // namespace SettingsCodec

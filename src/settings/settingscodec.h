@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QColor>
-#include <QFont>
 #include <QString>
+
+struct DisplayFont;
 
 // Pure conversions between what the records store and what the panels show. A time unit is the
 // number of milliseconds per step of an interval; sizes are bytes stored and binary megabytes
@@ -28,8 +28,8 @@ namespace SettingsCodec {
 [[nodiscard]] QString defaultLogTimestampFmt();
 
 // "family, point size, weight".
-[[nodiscard]] QString fontToDisplayString(const QFont& font);
-// "#RRGGBB" in upper case.
-[[nodiscard]] QString colorToDisplayString(const QColor& color);
+[[nodiscard]] QString fontToDisplayString(const DisplayFont& font);
+// A colour of a record, in upper case: "#RRGGBB".
+[[nodiscard]] QString colorToDisplayString(const QString& color);
 
 } // namespace SettingsCodec

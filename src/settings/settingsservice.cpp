@@ -1,6 +1,5 @@
 #include "settings/settingsservice.h"
 
-#include "settings/displayfonts.h"
 #include "settings/settingskey.h"
 #include "settings/storedfield.h"
 
@@ -134,7 +133,6 @@ SessionState SettingsService::defaults()
 {
     SessionState state;
     state.logFilePath = QDir(QDir::homePath()).filePath(u"vmr_%S-%Y%M%D.log"_s);
-    state.displayFont = resolveDisplayFont(QString(), 12);
     return state;
 }
 
@@ -161,8 +159,10 @@ SessionState SettingsService::load(const QSettings& store)
     state.groupOrder = state.quickSettingsGroups().normalisedGroupOrder();
     readFieldMaps(store, state);
     readFields(store, state, displayAndLogFields);
-    state.displayFont = resolveDisplayFont(
-        store.value(fontFamilyKey).toString(), store.value(fontSizeKey, 12).toInt());
+    state.displayFont = {
+        store.value(fontFamilyKey).toString(), store.value(fontSizeKey, 12).toInt()};
+    if (state.displayFont.pointSize < 1)
+        state.displayFont.pointSize = DisplayFont{}.pointSize;
     readFields(store, state, colorAndListFields);
     return state;
 }
@@ -173,7 +173,7 @@ void SettingsService::save(QSettings& store, const SessionState& state)
     writeFields(store, state, groupVisibilityFields);
     writeFieldMaps(store, state);
     writeFields(store, state, displayAndLogFields);
-    store.setValue(fontFamilyKey, state.displayFont.family());
-    store.setValue(fontSizeKey, state.displayFont.pointSize());
+    store.setValue(fontFamilyKey, state.displayFont.family);
+    store.setValue(fontSizeKey, state.displayFont.pointSize);
     writeFields(store, state, colorAndListFields);
 }

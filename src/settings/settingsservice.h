@@ -4,8 +4,7 @@
 
 class QSettings;
 
-// Defaults of the workspace and its road to and from the application store. Stateless. Needs a
-// QGuiApplication, because the display font depends on the families of the machine.
+// Defaults of the workspace and its road to and from the application store. Stateless.
 class SettingsService final
 {
 public:
@@ -16,7 +15,7 @@ public:
     [[nodiscard]] static FormatSetting defaultFormatSettings();
 
     // Every key of the application store over defaults(). A missing or unreadable value leaves the
-    // default; encodings, the group order and the display font come back normalised.
+    // default; encodings, the group order and the size of the display font come back normalised.
     [[nodiscard]] static SessionState load(const QSettings& store);
     // Writes the keys that load() reads, except three: "LastLogFileName" is read only, and
     // "OpenLastConnection" and "AutoReconnect" belong to the actions that change them, so that

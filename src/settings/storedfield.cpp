@@ -41,11 +41,6 @@ QTime decode(const QVariant& value, QTime fallback, StoredRule /*rule*/)
     return value.isValid() ? value.toTime() : fallback;
 }
 
-QColor decode(const QVariant& value, const QColor& fallback, StoredRule /*rule*/)
-{
-    return value.isValid() ? QColor::fromString(value.toString()) : fallback;
-}
-
 connectionMode decode(const QVariant& value, connectionMode fallback, StoredRule /*rule*/)
 {
     bool ok = false;

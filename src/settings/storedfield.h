@@ -2,7 +2,6 @@
 
 #include "settings/connectionmode.h"
 
-#include <QColor>
 #include <QLatin1StringView>
 #include <QSettings>
 #include <QStringList>
@@ -22,9 +21,8 @@ enum class StoredRule : quint8 {
 template<class Record>
 struct StoredField
 {
-    using Member =
-        std::variant<qint32 Record::*, quint16 Record::*, bool Record::*, QString Record::*,
-            QStringList Record::*, QTime Record::*, QColor Record::*, connectionMode Record::*>;
+    using Member = std::variant<qint32 Record::*, quint16 Record::*, bool Record::*,
+        QString Record::*, QStringList Record::*, QTime Record::*, connectionMode Record::*>;
 
     QLatin1StringView key;
     Member member;
@@ -42,16 +40,13 @@ namespace StoredValue {
 [[nodiscard]] QStringList decode(
     const QVariant& value, const QStringList& fallback, StoredRule rule);
 [[nodiscard]] QTime decode(const QVariant& value, QTime fallback, StoredRule rule);
-[[nodiscard]] QColor decode(const QVariant& value, const QColor& fallback, StoredRule rule);
 [[nodiscard]] connectionMode decode(
     const QVariant& value, connectionMode fallback, StoredRule rule);
 
 template<class Value>
 [[nodiscard]] QVariant encode(const Value& value)
 {
-    if constexpr (std::is_same_v<Value, QColor>)
-        return value.name();
-    else if constexpr (std::is_same_v<Value, connectionMode>)
+    if constexpr (std::is_same_v<Value, connectionMode>)
         return static_cast<int>(value);
     else
         return value;

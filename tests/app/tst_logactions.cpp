@@ -163,7 +163,7 @@ void TestLogActions::paneRecordsItsDevice()
 
     // What arrives while the view is paused, and is never shown, is in the log of a closed pane.
     QByteArray held;
-    connect(pane, &SerialPortWidget::rxTapped, &bench.window,
+    connect(&pane->port(), &LivePort::rxTapped, &bench.window,
         [&held](const QByteArray& bytes) { held += bytes; });
     pane->sendBytes("AT\r");
     QTRY_VERIFY(held.contains("OK"));

@@ -217,7 +217,7 @@ void ShellPartsTest::statusBarTexts()
     QCOMPARE(text(u"statusReceived"_s), "RX 1,237,067 B (2.5 kB/s)"_L1);
     const auto* log = bar.findChild<QLabel*>(u"statusLog"_s);
     QVERIFY(log->isHidden());
-    status.log = PaneLog::State::Failing;
+    status.log = PortLog::State::Failing;
     status.logFile = u"/a/b.log"_s;
     bar.showPort(status, 1000);
     QVERIFY(!log->isHidden() && log->toolTip().contains("b.log"_L1));
@@ -256,7 +256,7 @@ void ShellPartsTest::paneStatusLine()
 {
     PaneStatusLine line;
     line.resize(800, 30);
-    line.setCounters(0, 0);
+    line.setCounters(0, 0, 0);
     line.show();
     const auto text = [&line](const char* name) {
         return line.findChild<QLabel*>(QLatin1StringView(name));
@@ -267,10 +267,10 @@ void ShellPartsTest::paneStatusLine()
     QCOMPARE(text("paneStatusText")->text(), "two lines"_L1);
     QTRY_COMPARE(text("paneStatusText")->text(), "Open - ttyUSB0 9600 8N1"_L1);
     QVERIFY(!text("paneStatusLog")->isVisible());
-    line.setLog(PaneLog::State::Recording, u"/a/b.log"_s);
+    line.setLog(PortLog::State::Recording, u"/a/b.log"_s);
     QVERIFY(text("paneStatusLog")->isVisible());
     QVERIFY(text("paneStatusLog")->toolTip().contains("b.log"_L1));
-    line.setCounters(5000, 7);
+    line.setCounters(5000, 7, 7);
     QTRY_VERIFY(text("paneStatusCounters")->text().contains("/s)"_L1));
     line.resize(200, 30);
     QTRY_COMPARE(text("paneStatusCounters")->text(), "RX 5,000  TX 7"_L1);

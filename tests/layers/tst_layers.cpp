@@ -35,6 +35,7 @@ private Q_SLOTS:
     void initTestCase();
     void linksPointDown();
     void includesFollowTheLinks();
+    void portsNeedNoScreen();
 
 private:
     [[nodiscard]] QStringList linksOf(const QString& room) const;
@@ -126,6 +127,15 @@ void TestLayers::includesFollowTheLinks()
     }
     QVERIFY(files > 20);
     QVERIFY2(faults.isEmpty(), qPrintable(faults.join(u'\n')));
+}
+
+void TestLayers::portsNeedNoScreen()
+{
+    for (const QString& room : {u"terminal/port"_s, u"bridge/engine"_s, u"transfer/engine"_s}) {
+        const QSet<QString> reach = reachOf(room);
+        QVERIFY2(
+            !reach.contains(u"Qt6::Gui"_s) && !reach.contains(u"Qt6::Widgets"_s), qPrintable(room));
+    }
 }
 
 QTEST_APPLESS_MAIN(TestLayers)

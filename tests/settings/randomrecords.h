@@ -1,6 +1,5 @@
 #pragma once
 
-#include "settings/displayfonts.h"
 #include "settings/formatsetting.h"
 #include "settings/settings.h"
 
@@ -18,7 +17,10 @@ public:
     [[nodiscard]] qint32 number() { return static_cast<qint32>(m_random.generate()); }
     [[nodiscard]] bool flag() { return (m_random.generate() & 1U) != 0; }
     [[nodiscard]] quint16 port() { return static_cast<quint16>(m_random.generate()); }
-    [[nodiscard]] QColor color() { return QColor::fromRgb(m_random.generate() | 0xff000000U); }
+    [[nodiscard]] QString color()
+    {
+        return QStringLiteral("#%1").arg(m_random.bounded(0x1000000), 6, 16, QLatin1Char('0'));
+    }
     [[nodiscard]] QString encoding() { return pick({u"GBK", u"Shift-JIS", u"UTF-8", u"Big5"}); }
 
     [[nodiscard]] QString text()
@@ -89,7 +91,7 @@ public:
         f.sendEncoding = encoding();
         f.sendList = texts();
         f.logRotateTime = QTime(m_random.bounded(24), m_random.bounded(60));
-        f.displayFont = resolveDisplayFont(QString(), 1 + m_random.bounded(40));
+        f.displayFont = {QStringLiteral("Some Family"), 1 + m_random.bounded(40), 400};
         f.sendTextColor = color();
         f.receiveTextColor = color();
         return f;

@@ -69,12 +69,12 @@ void PortSessionCodecTest::storedValues()
     Settings settings;
     settings.connMode = connectionMode::UdpServer;
     settings.targetHosts = {u"a.example"_s, u"b.example"_s};
+    settings.targetHost = u"10.0.0.5"_s; // in use, and taken off the history
     settings.udpLocalPort = 65535;
     FormatSetting format;
     format.receiveMsgFormat = 1;
-    format.sendTextColor = QColor(10, 11, 12);
-    format.displayFont = resolveDisplayFont(QString(), 15);
-    format.displayFont.setBold(true);
+    format.sendTextColor = u"#0a0b0c"_s;
+    format.displayFont = {u"Some Family"_s, 15, 700};
     format.logTimestampFormat = u"%h"_s;
     QSettings file(scratchFile(), QSettings::IniFormat);
     PortSessionCodec::write(file, 2, settings, format);
@@ -82,7 +82,7 @@ void PortSessionCodecTest::storedValues()
         {u"ConnMode"_s, u"4"_s},
         {u"ReceiveMsgForamt"_s, u"1"_s},
         {u"SendTextColor"_s, u"#0a0b0c"_s},
-        {u"LastTargetHost"_s, u"a.example-||-b.example"_s},
+        {u"LastTargetHost"_s, u"10.0.0.5-||-a.example-||-b.example"_s},
         {u"LogFontSize"_s, u"15"_s},
         {u"LogFontWeight"_s, u"700"_s},
         {u"LogFileTime"_s, u"%h"_s},
@@ -117,7 +117,7 @@ void PortSessionCodecTest::emptyFile()
     QVERIFY(format.showControlLineLeds);
     QVERIFY(!format.logRotateAtSize && !format.needHourTimeStamp);
     QVERIFY(!format.logRotateTime.isValid());
-    QVERIFY(!format.sendTextColor.isValid());
+    QCOMPARE(format.sendTextColor, QString());
     QCOMPARE(format.receiveEncoding, "UTF-8"_L1);
     QCOMPARE(format.rxTimeFormat, defaults.rxTimeFormat);
     QCOMPARE(format.logFilePath, defaults.logFilePath);
@@ -177,8 +177,7 @@ void PortSessionCodecTest::font_data()
     QTest::addColumn<int>("weight");
     QTest::addColumn<int>("expectedSize");
     QTest::addColumn<int>("expectedWeight");
-    QTest::newRow("known") << defaultMonospaceFamily() << 9 << 700 << 9 << 700;
-    QTest::newRow("unknown family") << u"No Such Family"_s << 9 << 300 << 9 << 300;
+    QTest::newRow("known") << u"Some Family"_s << 9 << 700 << 9 << 700;
     QTest::newRow("size 0, weight 0") << u""_s << 0 << 0 << 12 << 400;
     QTest::newRow("wild numbers") << u""_s << -3 << 1001 << 12 << 400;
 }
@@ -195,10 +194,10 @@ void PortSessionCodecTest::font()
     Settings settings;
     FormatSetting format;
     PortSessionCodec::read(file, 0, settings, format);
-    QCOMPARE(format.displayFont.family(), defaultMonospaceFamily());
-    QTEST(format.displayFont.pointSize(), "expectedSize");
-    QTEST(static_cast<int>(format.displayFont.weight()), "expectedWeight");
+    QCOMPARE(format.displayFont.family, family);
+    QTEST(format.displayFont.pointSize, "expectedSize");
+    QTEST(format.displayFont.weight, "expectedWeight");
 }
 
-QTEST_MAIN(PortSessionCodecTest)
+QTEST_GUILESS_MAIN(PortSessionCodecTest)
 #include "tst_portsessioncodec.moc"

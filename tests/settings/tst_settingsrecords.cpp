@@ -1,5 +1,4 @@
 #include "settings/config.h"
-#include "settings/displayfonts.h"
 #include "settings/formatsetting.h"
 #include "settings/quicksettingsgroups.h"
 #include "settings/settings.h"
@@ -24,7 +23,6 @@ private Q_SLOTS:
     void hostHistory();
     void orders();
     void visibleFields();
-    void displayFonts();
     void serviceAddress();
 };
 
@@ -148,22 +146,6 @@ void SettingsRecordsTest::visibleFields()
     QVERIFY(groups.isGroupShown(send));
     QVERIFY(!groups.isGroupShown(u"receive"_s));
     QVERIFY(!groups.isGroupShown(u"lamps"_s));
-}
-
-void SettingsRecordsTest::displayFonts()
-{
-    const QString family = defaultMonospaceFamily();
-    QVERIFY(fontFamilyAvailable(family.toUpper()));
-    QVERIFY(!fontFamilyAvailable(u"No Such Family"_s));
-    QVERIFY(!fontFamilyAvailable(QString()));
-    const QFont font = resolveDisplayFont(u"No Such Family"_s, 0);
-    QCOMPARE(font.family(), family);
-    QCOMPARE(font.pointSize(), 12);
-    QVERIFY(font.fixedPitch());
-    installMonospaceFontSubstitutions();
-    const auto expected = fontFamilyAvailable(u"Monaco"_s) ? QStringList() : QStringList{family};
-    QCOMPARE(QFont::substitutes(u"Monaco"_s).join(u' ').toCaseFolded(),
-        expected.join(u' ').toCaseFolded());
 }
 
 void SettingsRecordsTest::serviceAddress()

@@ -81,7 +81,7 @@ void SettingsServiceTest::keysAndDefaults()
         {u"LastLogRotateTime"_s, QTime(0, 0)},
         {u"LastNeedHourTimeStamp"_s, true},
         {u"LastDisplayBufferSize"_s, 10485760},
-        {u"LastDisplayFontFamily"_s, defaultMonospaceFamily()},
+        {u"LastDisplayFontFamily"_s, u""_s},
         {u"LastDisplayFontSize"_s, 12},
         {u"LastFormatDisplayColor"_s, false},
         {u"LastSendTextColor"_s, u"#000000"_s},
@@ -169,9 +169,10 @@ void SettingsServiceTest::spoiltValues_data()
     row("LastDisplayTxTimeFormat", u""_s,
         [](const S& s) { return s.txTimeFormat.contains(u"Tx"); });
     row("LastLogFilePath", u""_s, [](const S& s) { return s.logFilePath.contains(u"vmr_%S-"); });
-    row("LastSendTextColor", u"reddish"_s, [](const S& s) { return !s.sendTextColor.isValid(); });
+    row("LastSendTextColor", u"reddish"_s,
+        [](const S& s) { return s.sendTextColor == u"reddish"; });
     row("LastLogRotateSize", 0, [](const S& s) { return s.logRotateSize == 0; });
-    row("LastDisplayFontSize", 0, [](const S& s) { return s.displayFont.pointSize() == 12; });
+    row("LastDisplayFontSize", 0, [](const S& s) { return s.displayFont.pointSize == 12; });
     row("QuickSettings/GroupOrder", groups,
         [](const S& s) { return s.groupOrder.join(u' ') == u"send connection receive"; });
 }
@@ -198,5 +199,5 @@ void SettingsServiceTest::quickSettingsLists()
     QVERIFY(SettingsService::load(store).fieldOrder.isEmpty());
 }
 
-QTEST_MAIN(SettingsServiceTest)
+QTEST_GUILESS_MAIN(SettingsServiceTest)
 #include "tst_settingsservice.moc"

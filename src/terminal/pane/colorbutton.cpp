@@ -22,7 +22,7 @@ void ColorButton::setColor(const QColor& color)
     QPixmap swatch(iconSize());
     swatch.fill(color.isValid() ? color : QColor(Qt::transparent));
     setIcon(swatch);
-    setAccessibleDescription(SettingsCodec::colorToDisplayString(color));
+    setAccessibleDescription(SettingsCodec::colorToDisplayString(color.name()));
 }
 
 void ColorButton::choose()

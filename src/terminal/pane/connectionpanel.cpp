@@ -139,8 +139,6 @@ void ConnectionPanel::connectEdits()
         });
     }
     connect(m_line, &SerialLineRows::edited, this, &ConnectionPanel::edited);
-    connect(m_line, &SerialLineRows::dtrEdited, this, &ConnectionPanel::dtrEdited);
-    connect(m_line, &SerialLineRows::rtsEdited, this, &ConnectionPanel::rtsEdited);
 }
 
 void ConnectionPanel::addRow(QWidget* widget)

@@ -46,8 +46,6 @@ public:
 
 Q_SIGNALS:
     void edited();
-    void dtrEdited(bool on);
-    void rtsEdited(bool on);
     void openRequested();
     void closeRequested();
 

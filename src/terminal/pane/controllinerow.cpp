@@ -2,9 +2,12 @@
 
 #include "terminal/pane/hled.h"
 #include "terminal/pane/lampbutton.h"
+#include "terminal/port/liveport.h"
+#include "terminal/port/portlines.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -37,7 +40,12 @@ constexpr auto breakCaption = "BRK"_L1;
 } // namespace
 
 ControlLineRow::ControlLineRow(QWidget* parent)
+    : ControlLineRow(monotonicMs, parent)
+{}
+
+ControlLineRow::ControlLineRow(MonotonicClock clock, QWidget* parent)
     : QWidget(parent)
+    , m_clock(std::move(clock))
 {
     setObjectName(u"controlLineLedsRow"_s);
     setToolTip(tr("Live control-line levels while the port is open. Some USB serial adapters do "
@@ -50,9 +58,12 @@ ControlLineRow::ControlLineRow(QWidget* parent)
         addCell(static_cast<Lamp>(lamp), row);
     nameForAssistance();
     wireButtons();
-    clearLines();
-    setSending(false);
-    setReceiving(false);
+    wireBlink(Tx, m_sent);
+    wireBlink(Rx, m_received);
+    m_captionTimer.setSingleShot(true);
+    connect(&m_captionTimer, &QTimer::timeout, this, [this] { setBreakCaption(false); });
+    showReport({});
+    showToolTips();
 }
 
 ControlLineRow::~ControlLineRow() = default;
@@ -109,20 +120,83 @@ void ControlLineRow::wireButtons()
     connect(button(Tx), &LampButton::released, this, &ControlLineRow::breakReleased);
 }
 
-void ControlLineRow::setSending(bool lit)
+void ControlLineRow::follow(LivePort* port)
 {
-    m_cells[Tx].lamp->turnOn(lit);
+    m_port = port;
+    PortLines* lines = &port->lines();
+    connect(lines, &PortLines::reportChanged, this, &ControlLineRow::showReport);
+    connect(port, &LivePort::stateChanged, this, &ControlLineRow::showToolTips);
+    connect(port, &LivePort::rxTapped, this, &ControlLineRow::flashReceived);
+    connect(&port->sending(), &SendPipeline::sent, this, &ControlLineRow::flashSent);
+    connect(this, &ControlLineRow::toggleRequested, port,
+        [port](SerialLine line) { port->toggleLine(line == SerialLine::Dtr); });
+    connect(this, &ControlLineRow::breakPressed, lines, &PortLines::pressBreak);
+    connect(this, &ControlLineRow::breakReleased, lines, &PortLines::requestBreakRelease);
+    connect(this, &ControlLineRow::shownChanged, lines, &PortLines::setWatched);
+    showReport(lines->report());
+    showToolTips();
 }
 
-void ControlLineRow::setReceiving(bool lit)
+void ControlLineRow::wireBlink(Lamp lamp, Blink& blink)
 {
-    m_cells[Rx].lamp->turnOn(lit);
+    HLed* led = m_cells.at(lamp).lamp;
+    led->turnOn(false);
+    blink.timer.setSingleShot(true);
+    blink.timer.setTimerType(Qt::PreciseTimer);
+    connect(&blink.timer, &QTimer::timeout, this, [led, &blink] {
+        if (led->isOn()) {
+            led->turnOn(false);
+            if (blink.again)
+                blink.timer.start(kOffMs);
+        } else if (std::exchange(blink.again, false)) {
+            led->turnOn(true);
+            blink.timer.start(kOnMs);
+        }
+    });
 }
 
-void ControlLineRow::setBreakActive(bool on)
+void ControlLineRow::flash(Lamp lamp, Blink& blink)
 {
+    if (!isVisible())
+        return;
+    if (blink.timer.isActive()) {
+        blink.again = true;
+        return;
+    }
+    m_cells.at(lamp).lamp->turnOn(true);
+    blink.timer.start(kOnMs);
+}
+
+// During a break the send lamp stands for that.
+void ControlLineRow::flashSent()
+{
+    if (!m_inBreak)
+        flash(Tx, m_sent);
+}
+
+void ControlLineRow::flashReceived()
+{
+    flash(Rx, m_received);
+}
+
+void ControlLineRow::setBreak(bool on)
+{
+    if (std::exchange(m_inBreak, on) == on)
+        return;
+    m_sent.timer.stop();
+    m_sent.again = false;
     m_cells[Tx].lamp->setColor(on ? amber : green);
     m_cells[Tx].lamp->turnOn(on);
+    m_captionTimer.stop();
+    const qint64 now = m_clock();
+    if (on) {
+        m_breakBeganMs = now;
+        setBreakCaption(true);
+    } else if (const qint64 rest = m_breakBeganMs + kBreakCaptionMs - now; rest > 0) {
+        m_captionTimer.start(int(rest));
+    } else {
+        setBreakCaption(false);
+    }
 }
 
 void ControlLineRow::setBreakCaption(bool on)
@@ -132,37 +206,32 @@ void ControlLineRow::setBreakCaption(bool on)
     caption->setStyleSheet(on ? u"color:%1"_s.arg(amber.name()) : QString());
 }
 
-void ControlLineRow::setOutput(SerialLine line, LineDriver::Level level)
+void ControlLineRow::showReport(const LineReport& report)
 {
-    const Lamp lamp = line == SerialLine::Dtr ? Dtr : Rts;
+    setBreak(report.inBreak);
+    // Requested levels are of interest before the port is open, too.
+    const Light dark{false, false, green, {}};
+    if (report.hasLines) {
+        setOutput(Rts, report.rts);
+        setOutput(Dtr, report.dtr);
+    } else {
+        light(Rts, dark);
+        light(Dtr, dark);
+    }
+    const ModemLines& inputs = report.inputs;
+    for (const auto& [lamp, high] : {std::pair{Cts, inputs.cts}, std::pair{Dsr, inputs.dsr},
+             std::pair{Dcd, inputs.dcd}, std::pair{Ri, inputs.ri}}) {
+        const bool known = report.sight == LineDriver::Sight::All;
+        light(lamp, known ? Light{high, false, green, LineDriver::levelName(high)} : dark);
+    }
+}
+
+void ControlLineRow::setOutput(Lamp lamp, LineDriver::Level level)
+{
     const bool sure = level.certainty == LineDriver::Certainty::Sure;
     const bool low = level.certainty == LineDriver::Certainty::Requested && !level.high;
-    light(lamp, {level.high, !sure,
-                    sure  ? green
-                    : low ? grey
-                          : amber,
-                    LineDriver::stateText(level)});
-}
-
-void ControlLineRow::setInputs(const ModemLines& inputs)
-{
-    const std::array levels{std::pair{Cts, inputs.cts}, std::pair{Dsr, inputs.dsr},
-        std::pair{Dcd, inputs.dcd}, std::pair{Ri, inputs.ri}};
-    for (const auto& [lamp, high] : levels)
-        light(lamp, {high, false, green, LineDriver::levelName(high)});
-}
-
-void ControlLineRow::clearInputs()
-{
-    for (const Lamp lamp : {Cts, Dsr, Dcd, Ri})
-        light(lamp, {false, false, green, {}});
-}
-
-void ControlLineRow::clearLines()
-{
-    for (const Lamp lamp : {Rts, Dtr})
-        light(lamp, {false, false, green, {}});
-    clearInputs();
+    const QColor unsure = low ? grey : amber;
+    light(lamp, {level.high, !sure, sure ? green : unsure, LineDriver::stateText(level)});
 }
 
 void ControlLineRow::light(Lamp lamp, const Light& light)
@@ -176,10 +245,18 @@ void ControlLineRow::light(Lamp lamp, const Light& light)
         told->setAccessibleDescription(light.state);
 }
 
-void ControlLineRow::setToolTips(const QString& sending, const QString& receiving)
+void ControlLineRow::showToolTips()
 {
-    m_cells[Tx].widget->setToolTip(sending);
-    m_cells[Rx].widget->setToolTip(receiving);
+    const bool inert = m_port && m_port->lines().isInert();
+    QString activity = tr("Lights while data is being sent or received");
+    if (inert) {
+        activity = u"%1. %2"_s.arg(activity,
+            tr("Clear \"Keep the remote port's own config\" to drive RTS, DTR and Break from "
+               "here."));
+    }
+    const QString hint = m_port && !inert ? m_port->lines().breakHint() : QString();
+    m_cells[Tx].widget->setToolTip(hint.isEmpty() ? activity : hint);
+    m_cells[Rx].widget->setToolTip(activity);
 }
 
 void ControlLineRow::showEvent(QShowEvent* event)

@@ -1,40 +1,44 @@
 #pragma once
 
-#include "terminal/port/linedriver.h"
+#include "base/clock.h"
+#include "terminal/port/linereport.h"
 
+#include <QTimer>
 #include <QWidget>
 #include <array>
 
 class HLed;
+class LivePort;
 class QHBoxLayout;
 class QLabel;
 
 // The row of lamps of a pane: what is sent and received, the outputs RTS and DTR, the inputs CTS,
-// DSR, DCD and RI. The send lamp and the outputs are buttons, for the mouse and for the keyboard.
-// Shows what it is told and decides nothing.
+// DSR, DCD and RI. The send lamp and the outputs are buttons, for the mouse and for the keyboard:
+// an output is toggled, and the send lamp sends a break while it is held.
+//
+// Traffic lights a lamp for kOnMs and, if there was more meanwhile, again after kOffMs, so that a
+// continuous stream blinks instead of glowing. The levels are watched only while the row is shown.
 class ControlLineRow final : public QWidget
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ControlLineRow)
 
 public:
+    static constexpr int kOnMs = 80;
+    static constexpr int kOffMs = 70;
+    // How long the send lamp is named after the break at least.
+    static constexpr int kBreakCaptionMs = 800;
+
     explicit ControlLineRow(QWidget* parent = nullptr);
+    explicit ControlLineRow(MonotonicClock clock, QWidget* parent = nullptr);
     ~ControlLineRow() override;
 
-    void setSending(bool lit);
-    void setReceiving(bool lit);
-    // The send lamp stands for a break that is on the line, or for traffic again.
-    void setBreakActive(bool on);
-    // Under the send lamp, "BRK" or its name.
-    void setBreakCaption(bool on);
-
-    void setOutput(SerialLine line, LineDriver::Level level);
-    void setInputs(const ModemLines& inputs);
-    // No lamp of an input, of any line, is lit: their levels are not known.
-    void clearInputs();
-    void clearLines();
-
-    void setToolTips(const QString& sending, const QString& receiving);
+    // Shows the lines and the traffic of this port from now on, which outlives the row or is
+    // followed by null.
+    void follow(LivePort* port);
+    void showReport(const LineReport& report);
+    void flashSent();
+    void flashReceived();
 
 Q_SIGNALS:
     void toggleRequested(SerialLine line);
@@ -65,11 +69,31 @@ private:
         QString state; // in words
     };
 
+    // A lamp in time.
+    struct Blink
+    {
+        QTimer timer; // runs while the lamp is lit, or dark before it is lit again
+        bool again = false;
+    };
+
     [[nodiscard]] static bool isButton(Lamp lamp);
     void addCell(Lamp lamp, QHBoxLayout* row);
     void nameForAssistance();
     void wireButtons();
+    void wireBlink(Lamp lamp, Blink& blink);
+    void flash(Lamp lamp, Blink& blink);
+    void setOutput(Lamp lamp, LineDriver::Level level);
+    void setBreak(bool on);
+    void setBreakCaption(bool on);
     void light(Lamp lamp, const Light& light);
+    void showToolTips();
 
+    MonotonicClock m_clock;
+    LivePort* m_port = nullptr;
     std::array<Cell, LampCount> m_cells;
+    Blink m_sent;
+    Blink m_received;
+    bool m_inBreak = false;
+    qint64 m_breakBeganMs = 0;
+    QTimer m_captionTimer;
 };

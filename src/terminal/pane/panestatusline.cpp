@@ -43,10 +43,8 @@ PaneStatusLine::PaneStatusLine(QWidget* parent)
     m_counters->setTextFormat(Qt::PlainText);
     m_messageTimer.setSingleShot(true);
     connect(&m_messageTimer, &QTimer::timeout, this, [this] { showMessage({}, 0); });
-    connect(&m_rateTimer, &QTimer::timeout, this, [this] {
-        showCounters();
-        Q_EMIT refreshing();
-    });
+    m_rateTimer.setInterval(rateRefreshMs);
+    connect(&m_rateTimer, &QTimer::timeout, this, &PaneStatusLine::showCounters);
     m_clock.start();
 
     auto* layout = new QHBoxLayout(this);
@@ -70,24 +68,28 @@ void PaneStatusLine::setState(const QString& summary, const QString& state, bool
     showText();
 }
 
-void PaneStatusLine::setCounters(qint64 receivedBytes, qint64 sentBytes)
+void PaneStatusLine::setCounters(qint64 receivedBytes, qint64 sentBytes, qint64 leftBytes)
 {
+    m_left = leftBytes;
     m_received = receivedBytes;
     m_sent = sentBytes;
-    if (!m_rateTimer.isActive())
-        showCounters();
+    if (m_rateTimer.isActive())
+        return;
+    showCounters();
+    if (isVisible())
+        m_rateTimer.start();
 }
 
-void PaneStatusLine::setLog(PaneLog::State state, const QString& fileName)
+void PaneStatusLine::setLog(PortLog::State state, const QString& fileName)
 {
     showLog(*m_log, state, fileName);
     shareRoom();
 }
 
-void PaneStatusLine::showLog(QLabel& label, PaneLog::State state, const QString& fileName)
+void PaneStatusLine::showLog(QLabel& label, PortLog::State state, const QString& fileName)
 {
-    const bool failing = state == PaneLog::State::Failing;
-    label.setVisible(state != PaneLog::State::Off);
+    const bool failing = state == PortLog::State::Failing;
+    label.setVisible(state != PortLog::State::Off);
     label.setText(failing ? tr("\u26a0 Log") : tr("\u25cf Log"));
     const QString file = logFileNameResolved(fileName)
                              ? QDir::toNativeSeparators(fileName)
@@ -140,10 +142,13 @@ void PaneStatusLine::showCounters()
     const QString received = locale.toString(m_received);
     const QString sent = locale.toString(m_sent);
     const qint64 receivedRate = m_receivedRate.sample(m_received, now);
-    const qint64 sentRate = m_sentRate.sample(m_sent, now);
+    const qint64 sentRate = m_sentRate.sample(m_left, now);
     const auto texts = [](const QString& rx, const QString& tx) {
         return tr("RX %1  TX %2").arg(rx, tx);
     };
+    // Rates fall back to nothing some time after the last byte; then there is nothing to look at.
+    if (receivedRate + sentRate == 0)
+        m_rateTimer.stop();
     const QString full = texts(withRate(received, receivedRate), withRate(sent, sentRate));
     const bool room = fontMetrics().horizontalAdvance(full) < width() / 2;
     const QString text = room && receivedRate + sentRate > 0 ? full : texts(received, sent);
@@ -164,11 +169,13 @@ void PaneStatusLine::resizeEvent(QResizeEvent* event)
 void PaneStatusLine::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    m_rateTimer.start(rateRefreshMs);
+    showCounters();
+    Q_EMIT shownChanged(true);
 }
 
 void PaneStatusLine::hideEvent(QHideEvent* event)
 {
     QWidget::hideEvent(event);
     m_rateTimer.stop();
+    Q_EMIT shownChanged(false);
 }

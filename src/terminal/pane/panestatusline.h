@@ -1,7 +1,7 @@
 #pragma once
 
 #include "terminal/port/linereport.h"
-#include "terminal/port/panelog.h"
+#include "terminal/port/portlog.h"
 #include "terminal/port/ratemeter.h"
 
 #include <QElapsedTimer>
@@ -28,18 +28,19 @@ public:
     ~PaneStatusLine() override;
 
     // What a status line shows of a data log; the name of the file may be unresolved.
-    static void showLog(QLabel& label, PaneLog::State state, const QString& fileName);
+    static void showLog(QLabel& label, PortLog::State state, const QString& fileName);
 
     void setState(const QString& summary, const QString& state, bool open);
-    void setCounters(qint64 receivedBytes, qint64 sentBytes);
-    void setLog(PaneLog::State state, const QString& fileName);
+    // `leftBytes` of the sent ones have left: the rate is theirs.
+    void setCounters(qint64 receivedBytes, qint64 sentBytes, qint64 leftBytes);
+    void setLog(PortLog::State state, const QString& fileName);
     void setLines(const LineReport& report);
     // Shows the text for a time in milliseconds; 0 keeps it until the next one.
     void showMessage(const QString& text, int timeoutMs);
 
 Q_SIGNALS:
-    // The line is shown, and some time has passed: what it shows may be out of date.
-    void refreshing();
+    // The line came into sight, or went out of it.
+    void shownChanged(bool shown);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -69,4 +70,5 @@ private:
     QString m_linesInWords;
     qint64 m_received = 0; // bytes
     qint64 m_sent = 0;
+    qint64 m_left = 0;
 };

@@ -97,7 +97,7 @@ void PeerListModel::removePeer(const QString& key)
 
 void PeerListModel::drop(int index)
 {
-    const int row = targetRows() + index;
+    const int row = kTargetRows + index;
     beginRemoveRows({}, row, row);
     m_index.remove(m_peers.at(index).key);
     m_peers.removeAt(index);
@@ -150,7 +150,7 @@ void PeerListModel::tellChanges()
     int last = first;
     for (int i = 0; i < m_peers.size(); ++i) {
         if (std::exchange(m_peers[i].changed, false))
-            last = targetRows() + i;
+            last = kTargetRows + i;
     }
     Q_EMIT dataChanged(index(first, 0), index(last, ColumnCount - 1));
 }
@@ -178,40 +178,40 @@ int PeerListModel::peerCount() const
 
 PeerListModel::Target PeerListModel::targetAt(int row) const
 {
-    if (row >= targetRows())
+    if (row >= kTargetRows)
         return Target::Peer;
-    return row == 0 && m_kind == Kind::UdpPeers ? Target::LastSender : Target::All;
+    return row == 0 ? Target::Own : Target::All;
 }
 
 QString PeerListModel::keyAt(int row) const
 {
-    const int index = row - targetRows();
+    const int index = row - kTargetRows;
     return index >= 0 && index < m_peers.size() ? m_peers.at(index).key : QString();
 }
 
 bool PeerListModel::isGone(int row) const
 {
-    const int index = row - targetRows();
+    const int index = row - kTargetRows;
     return index >= 0 && index < m_peers.size() && m_peers.at(index).gone;
 }
 
 int PeerListModel::rowOf(Target target, const QString& key) const
 {
     switch (target) {
-    case Target::LastSender:
-        return m_kind == Kind::UdpPeers ? 0 : -1;
+    case Target::Own:
+        return 0;
     case Target::All:
-        return targetRows() - 1;
+        return kTargetRows - 1;
     case Target::Peer:
         break;
     }
     const int index = m_index.value(key, -1);
-    return index < 0 ? -1 : targetRows() + index;
+    return index < 0 ? -1 : kTargetRows + index;
 }
 
 int PeerListModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : targetRows() + int(m_peers.size());
+    return parent.isValid() ? 0 : kTargetRows + int(m_peers.size());
 }
 
 int PeerListModel::columnCount(const QModelIndex& parent) const
@@ -222,8 +222,8 @@ int PeerListModel::columnCount(const QModelIndex& parent) const
 QString PeerListModel::addressText(int row) const
 {
     switch (targetAt(row)) {
-    case Target::LastSender:
-        return tr("Last sender");
+    case Target::Own:
+        return m_kind == Kind::UdpPeers ? tr("Last sender") : tr("The only client");
     case Target::All:
         return m_kind == Kind::UdpPeers ? tr("All peers") : tr("All clients");
     case Target::Peer:
@@ -235,9 +235,9 @@ QString PeerListModel::addressText(int row) const
 QString PeerListModel::text(int row, int column) const
 {
     const Target target = targetAt(row);
-    if (column == Address || target == Target::LastSender)
+    if (column == Address || target == Target::Own)
         return column == Address ? addressText(row) : QString();
-    const Peer& peer = target == Target::All ? m_total : m_peers.at(row - targetRows());
+    const Peer& peer = target == Target::All ? m_total : m_peers.at(row - kTargetRows);
     switch (column) {
     case Received:
         return QLocale().toString(peer.received);

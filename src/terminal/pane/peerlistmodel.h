@@ -8,10 +8,11 @@
 
 // The peers of one pane: clients of its TCP server, or the senders that its UDP server has heard.
 //
-// Above them stand the targets that are no peer: whoever spoke last (UDP) and everybody, with the
-// totals. A peer that leaves while it is the chosen target stays listed as gone, so that nothing
-// meant for it goes to somebody else. Views hear of traffic at most every kRefreshMs. Bounds are
-// those of the transports: it holds a row for each of their peers. Owned by the PeerPanel.
+// Above them stand the targets that are no peer: the one that is meant without a choice and
+// everybody, with the totals. A peer that leaves while it is the chosen target stays listed as
+// gone, so that nothing meant for it goes to somebody else. Views hear of traffic at most every
+// kRefreshMs. Bounds are those of the transports: it holds a row for each of their peers. Owned by
+// the PeerPanel.
 class PeerListModel final : public QAbstractTableModel
 {
     Q_OBJECT
@@ -20,10 +21,12 @@ class PeerListModel final : public QAbstractTableModel
 public:
     enum Column { Address, Received, Sent, LastHeard, LastMessage, ColumnCount };
     enum class Kind { TcpClients, UdpPeers };
-    enum class Target { LastSender, All, Peer };
+    // The one that is meant without a choice: who spoke last (UDP), or the only client.
+    enum class Target { Own, All, Peer };
 
     using Clock = std::function<QDateTime()>;
 
+    static constexpr int kTargetRows = 2;
     static constexpr int kRefreshMs = 250;
     // Of a message, for the preview: more than a column shows.
     static constexpr qsizetype kPreviewBytes = 64;
@@ -81,7 +84,6 @@ private:
         bool changed = false; // and not told yet
     };
 
-    [[nodiscard]] int targetRows() const { return m_kind == Kind::UdpPeers ? 2 : 1; }
     [[nodiscard]] QString addressText(int row) const;
     [[nodiscard]] QString text(int row, int column) const;
     [[nodiscard]] QString rowText(int row) const;

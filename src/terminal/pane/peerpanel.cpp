@@ -1,6 +1,8 @@
 #include "terminal/pane/peerpanel.h"
 
+#include "connections/connectioncontroller.h"
 #include "terminal/pane/elidedlabel.h"
+#include "terminal/port/liveport.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -41,6 +43,77 @@ PeerPanel::PeerPanel(QWidget* parent)
 }
 
 PeerPanel::~PeerPanel() = default;
+
+void PeerPanel::follow(LivePort* port)
+{
+    m_port = port;
+    ConnectionController* controller = &port->controller();
+    connect(controller, &ConnectionController::peerArrived, m_model, [this](const QString& key) {
+        // Without a key it is the far end of a TCP client.
+        if (!key.isEmpty())
+            m_model->addPeer(key);
+    });
+    connect(controller, &ConnectionController::peerLost, m_model, &PeerListModel::removePeer);
+    connect(controller, &ConnectionController::udpPeersChanged, this, &PeerPanel::addUdpPeers);
+    connect(controller, &ConnectionController::bytesWrittenTo, m_model, &PeerListModel::noteSent);
+    connect(
+        port, &LivePort::rxTapped, m_model, [this](const QByteArray& bytes, const QString& peer) {
+            if (!peer.isEmpty())
+                m_model->noteReceived(peer, bytes);
+        });
+    connect(port, &LivePort::stateChanged, this, &PeerPanel::showPort);
+    connect(this, &PeerPanel::targetChanged, this, &PeerPanel::tellTarget);
+    connect(this, &PeerPanel::disconnectRequested, controller,
+        &ConnectionController::disconnectTcpServerClient);
+    connect(this, &PeerPanel::clearRequested, controller, &ConnectionController::clearUdpPeers);
+    showPort();
+}
+
+void PeerPanel::showPort()
+{
+    const connectionMode mode = m_port->active().connMode;
+    const ConnectionController& controller = m_port->controller();
+    QString address;
+    if (mode == connectionMode::TcpServer) {
+        setKind(Kind::TcpClients);
+        address = controller.tcpServerAddressString();
+    } else if (mode == connectionMode::UdpServer) {
+        setKind(Kind::UdpPeers);
+        if (const quint16 port = controller.udpLocalPort(); port != 0)
+            address = u"*:%1"_s.arg(port);
+    } else {
+        setKind({});
+    }
+    setListeningOn(address);
+    tellTarget();
+}
+
+// Peers are only ever appended, or forgotten all at once.
+void PeerPanel::addUdpPeers()
+{
+    if (m_model->kind() != Kind::UdpPeers)
+        return;
+    const QList<ConnectionController::UdpPeer>& peers = m_port->controller().udpPeers();
+    if (peers.isEmpty())
+        m_model->clear();
+    for (int i = m_model->peerCount(); i < peers.size(); ++i)
+        m_model->addPeer(ConnectionController::udpPeerKey(peers.at(i).address, peers.at(i).port));
+}
+
+void PeerPanel::tellTarget()
+{
+    switch (m_target) {
+    case Target::Own:
+        m_port->setTarget(LivePort::Target::Own);
+        break;
+    case Target::All:
+        m_port->setTarget(LivePort::Target::All);
+        break;
+    case Target::Peer:
+        m_port->setTarget(LivePort::Target::Peer, m_targetPeer);
+        break;
+    }
+}
 
 void PeerPanel::buildHeader()
 {
@@ -112,10 +185,10 @@ void PeerPanel::choose(Target target, const QString& peerKey)
         m_list->setCurrentIndex(row);
 }
 
-// What a server does as long as nobody chose: a TCP server tells all, a UDP server answers.
+// Telling everybody is a choice that a person makes.
 void PeerPanel::chooseDefault()
 {
-    choose(m_model->kind() == Kind::UdpPeers ? Target::LastSender : Target::All);
+    choose(Target::Own);
 }
 
 void PeerPanel::onCurrentChanged(const QModelIndex& current)

@@ -6,6 +6,7 @@
 #include <optional>
 
 class ElidedLabel;
+class LivePort;
 class QToolButton;
 class QTreeView;
 
@@ -28,6 +29,9 @@ public:
     explicit PeerPanel(QWidget* parent = nullptr);
     ~PeerPanel() override;
 
+    // Lists the peers of this port and chooses for it, from now on; it outlives the panel's
+    // traffic.
+    void follow(LivePort* port);
     [[nodiscard]] PeerListModel& model() const { return *m_model; }
 
     // Which peers the pane has; without a kind the panel is hidden. Another kind than before
@@ -63,16 +67,20 @@ private:
     void fitList();
     void chooseDefault();
     void onCurrentChanged(const QModelIndex& current);
+    void showPort();
+    void addUdpPeers();
+    void tellTarget();
     void openMenu(const QPoint& position);
     [[nodiscard]] QString emptyText() const;
     [[nodiscard]] QString targetText(const QString& target) const;
 
+    LivePort* m_port = nullptr;
     PeerListModel* m_model;
     QToolButton* m_fold;
     ElidedLabel* m_summary;
     QTreeView* m_list;
     bool m_expanded = true;
-    Target m_target = Target::All;
+    Target m_target = Target::Own;
     QString m_targetPeer;
     QString m_listeningOn;
 };

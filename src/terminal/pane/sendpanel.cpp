@@ -139,10 +139,9 @@ void SendPanel::connectEdits()
         if (m_loading)
             return;
         Q_EMIT edited();
-        Q_EMIT repeatEdited();
     };
     connect(m_loop, &QCheckBox::clicked, this, repeatChanged);
-    connect(m_lineByLine, &QCheckBox::clicked, this, repeatChanged);
+    connect(m_lineByLine, &QCheckBox::toggled, this, &SendPanel::lineByLineEdited);
     connect(m_interval, &QSpinBox::valueChanged, this, repeatChanged);
     connect(m_unit, &QComboBox::activated, this, [this, repeatChanged] {
         onUnitEdited();

@@ -28,7 +28,8 @@ public:
 
 Q_SIGNALS:
     void edited();
-    void repeatEdited();
+    // No record has this option.
+    void lineByLineEdited(bool on);
 
 private:
     void nameFields();

@@ -9,6 +9,7 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QSerialPort>
+#include <QToolTip>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -71,18 +72,38 @@ void SerialLineRows::addRows()
 void SerialLineRows::connectEdits()
 {
     connect(m_baudRate, &QComboBox::activated, this, &SerialLineRows::edited);
-    connect(m_baudRate->lineEdit(), &QLineEdit::editingFinished, this, &SerialLineRows::edited);
+    connect(
+        m_baudRate->lineEdit(), &QLineEdit::editingFinished, this, &SerialLineRows::onRateTyped);
     for (QComboBox* box : {m_dataBits, m_flowControl, m_stopBits, m_parity})
         connect(box, &QComboBox::activated, this, &SerialLineRows::edited);
     connect(m_flowControl, &QComboBox::currentIndexChanged, this, &SerialLineRows::syncEnabled);
-    connect(m_dtr, &QCheckBox::clicked, this, [this](bool on) {
-        Q_EMIT dtrEdited(on);
+    for (QCheckBox* box : {m_dtr, m_rts})
+        connect(box, &QCheckBox::clicked, this, &SerialLineRows::edited);
+}
+
+// What is no rate, nothing included, changes nothing: neither the record nor an open port.
+void SerialLineRows::onRateTyped()
+{
+    const QString typed = m_baudRate->currentText();
+    if (typed.toInt() >= 1) {
         Q_EMIT edited();
-    });
-    connect(m_rts, &QCheckBox::clicked, this, [this](bool on) {
-        Q_EMIT rtsEdited(on);
-        Q_EMIT edited();
-    });
+        return;
+    }
+    showRate();
+    const QString text =
+        typed.isEmpty()
+            ? tr("The baud rate cannot be empty; it stays at %1").arg(m_rate)
+            : tr("\"%1\" is no baud rate; it stays at %2").arg(typed, QString::number(m_rate));
+    QToolTip::showText(m_baudRate->mapToGlobal(QPoint(0, m_baudRate->height())), text, m_baudRate);
+}
+
+void SerialLineRows::showRate()
+{
+    const QString rate = QString::number(m_rate);
+    if (m_baudRate->currentText() == rate)
+        return;
+    m_baudRate->setCurrentIndex(m_baudRate->findText(rate));
+    m_baudRate->setEditText(rate);
 }
 
 void SerialLineRows::syncEnabled()
@@ -93,11 +114,8 @@ void SerialLineRows::syncEnabled()
 
 void SerialLineRows::load(const Settings& settings)
 {
-    const QString rate = QString::number(settings.baudRate);
-    if (m_baudRate->currentText() != rate) {
-        m_baudRate->setCurrentIndex(m_baudRate->findText(rate));
-        m_baudRate->setEditText(rate);
-    }
+    m_rate = settings.baudRate;
+    showRate();
     PanelChoices::choose(*m_dataBits, settings.dataBits);
     PanelChoices::choose(*m_flowControl, settings.flowControl);
     PanelChoices::choose(*m_stopBits, settings.stopBits);
@@ -109,8 +127,8 @@ void SerialLineRows::load(const Settings& settings)
 
 void SerialLineRows::store(Settings& settings) const
 {
-    if (m_baudRate->currentText() != QString::number(settings.baudRate))
-        settings.baudRate = std::max(m_baudRate->currentText().toInt(), 1);
+    if (const int rate = m_baudRate->currentText().toInt(); rate >= 1)
+        settings.baudRate = rate;
     settings.dataBits = PanelChoices::edited(*m_dataBits, settings.dataBits);
     settings.flowControl = PanelChoices::edited(*m_flowControl, settings.flowControl);
     settings.stopBits = PanelChoices::edited(*m_stopBits, settings.stopBits);

@@ -29,15 +29,16 @@ public:
 Q_SIGNALS:
     // By a person; what was typed is reported when the typing is done.
     void edited();
-    void dtrEdited(bool on);
-    void rtsEdited(bool on);
 
 private:
     void addRows();
     void connectEdits();
     void syncEnabled();
+    void onRateTyped();
+    void showRate();
 
     PanelForm& m_form;
+    qint32 m_rate = 0; // of the record shown; stays when an impossible one is typed
     QComboBox* m_baudRate;
     QComboBox* m_dataBits;
     QComboBox* m_flowControl;

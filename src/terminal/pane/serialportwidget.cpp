@@ -1,36 +1,38 @@
 #include "terminal/pane/serialportwidget.h"
 
-#include "connections/connectioncontroller.h"
-#include "connections/serialportcatalog.h"
+#include "terminal/format/sendinsertion.h"
+#include "terminal/format/sendmodes.h"
 #include "terminal/pane/connectionpanel.h"
 #include "terminal/pane/controllinerow.h"
 #include "terminal/pane/noticebar.h"
-#include "terminal/pane/panelines.h"
-#include "terminal/pane/panerecords.h"
 #include "terminal/pane/panestatusline.h"
-#include "terminal/pane/panetraffic.h"
 #include "terminal/pane/paneview.h"
-#include "terminal/pane/peerdesk.h"
+#include "terminal/pane/peerpanel.h"
 #include "terminal/pane/quicksettingslayout.h"
-#include "terminal/pane/receivedesk.h"
-#include "terminal/pane/runcontrol.h"
-#include "terminal/pane/senddesk.h"
+#include "terminal/pane/receivepanel.h"
+#include "terminal/pane/savetextdialog.h"
 #include "terminal/pane/sendeditor.h"
 #include "terminal/pane/sendpanel.h"
-#include "terminal/port/connectionsummary.h"
-#include "terminal/port/connectionsupervisor.h"
-#include "terminal/port/panelog.h"
-#include "terminal/port/receivepipeline.h"
-#include "terminal/port/remoteseriallink.h"
-#include "terminal/port/sendpipeline.h"
+#include "terminal/port/portlines.h"
+#include "terminal/port/portlog.h"
+#include "terminal/view/displayfonts.h"
 #include "terminal/view/findbar.h"
-#include "terminal/view/receiveview.h"
 
+#include <QScopedValueRollback>
 #include <QVBoxLayout>
 
 namespace {
 
+constexpr int noticeMs = 3000;
 constexpr int failureMs = 5000;
+
+// Everything that the panels show; the history has a place of its own.
+bool sameOptions(FormatSetting one, const FormatSetting& other)
+{
+    one.sendList = other.sendList;
+    one.currentLogFileName = other.currentLogFileName;
+    return one == other;
+}
 
 } // namespace
 
@@ -38,149 +40,207 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     : QWidget(parent)
     , m_catalog(catalog)
     , m_view(new PaneView(this))
-    , m_records(std::make_unique<PaneRecords>(
-          m_view->connectionPanel(), m_view->receivePanel(), m_view->sendPanel()))
-    , m_controller(std::make_unique<ConnectionController>())
-    , m_remote(std::make_unique<RemoteSerialLink>(*m_controller, m_records->settings()))
-    , m_traffic(std::make_unique<PaneTraffic>(
-          *m_controller, *m_remote, m_view->receiveView(), *m_records))
-    , m_run(std::make_unique<RunControl>(*m_controller, catalog, *m_records, *m_traffic))
-    , m_sendDesk(std::make_unique<SendDesk>(m_view->sendEditor(), m_traffic->send(),
-          m_records->format(), [this] { return isOpen(); }))
-    , m_receiveDesk(std::make_unique<ReceiveDesk>(m_view->receiveView(), m_traffic->send()))
-    , m_peerDesk(std::make_unique<PeerDesk>(
-          m_view->peerPanel(), *m_controller, m_traffic->receive(), m_traffic->writer()))
-    , m_lines(std::make_unique<PaneLines>(
-          m_view->controlLineRow(), *m_controller, *m_remote, *m_records))
+    , m_port(catalog)
+    , m_display(m_view->receiveView())
+    , m_repeat({[this] { return isOpen(); }, [this] { return m_port.pendingBytes(); },
+          [this] { return m_view->sendEditor().text(); },
+          [this](const QString& text) {
+              m_port.sending().sendText(text, m_view->sendPanel().lineByLine()
+                                                  ? SendPipeline::Editor::Keep
+                                                  : SendPipeline::Editor::Rewrite);
+          }})
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_view);
-
-    wireTraffic();
+    m_port.setDisplay(&m_display);
+    wirePort();
     wireSending();
     wireReceiveView();
-    wireRun();
-    wireRecords();
-    wireLines();
     wirePanels();
-    showSplitter();
     updateDisplay();
     showState();
+    showCounters();
     focusSendEditor();
 }
 
 SerialPortWidget::~SerialPortWidget()
 {
-    m_traffic->log().finish();
+    // The widgets go first: they show the port and, losing the focus, still report edits.
+    m_showing = true;
+    m_port.setDisplay(nullptr);
+    delete m_view;
+    m_port.disconnect(this);
 }
 
-void SerialPortWidget::wireTraffic()
+void SerialPortWidget::wirePort()
 {
-    const PaneTraffic* traffic = m_traffic.get();
-    connect(traffic, &PaneTraffic::statusMessage, this, &SerialPortWidget::showStatusMessage);
-    const auto showCounters = [this] {
-        m_view->statusLine().setCounters(receivedBytes(), sentBytes());
-    };
-    connect(traffic, &PaneTraffic::countersChanged, this, showCounters);
-    showCounters();
+    const LivePort* port = &m_port;
+    connect(port, &LivePort::recordsChanged, this, &SerialPortWidget::showRecords);
+    connect(port, &LivePort::stateChanged, this, &SerialPortWidget::showState);
+    connect(port, &LivePort::countersChanged, this, &SerialPortWidget::showCounters);
+    connect(port, &LivePort::noticed, this, &SerialPortWidget::onNotice);
+    connect(port, &LivePort::noticeCleared, &m_view->noticeBar(), &NoticeBar::clearError);
+    connect(port, &LivePort::remoteSummaryChanged, &m_view->connectionPanel(),
+        &ConnectionPanel::setRemoteSummary);
+    connect(port, &LivePort::logFinished, this, &SerialPortWidget::logFinished);
     const auto showLog = [this] {
-        const PaneLog& log = m_traffic->log();
-        m_view->statusLine().setLog(log.state(), log.currentLogFile());
+        m_view->statusLine().setLog(log().state(), log().currentLogFile());
     };
-    connect(&traffic->log(), &PaneLog::stateChanged, this, showLog);
-    connect(&traffic->log(), &PaneLog::fileNameChanged, this, showLog);
-    const ReceivePipeline* receive = &traffic->receive();
-    connect(receive, &ReceivePipeline::rxTapped, this, &SerialPortWidget::rxTapped);
-    const NoticeBar* notice = &m_view->noticeBar();
-    connect(&traffic->log(), &PaneLog::errorOccurred, notice, &NoticeBar::showError);
-    connect(&traffic->log(), &PaneLog::errorCleared, notice, &NoticeBar::clearError);
+    connect(&log(), &PortLog::stateChanged, this, showLog);
+    connect(&log(), &PortLog::fileNameChanged, this, showLog);
+    m_view->peerPanel().follow(&m_port);
+    m_view->controlLineRow().follow(&m_port);
+    PaneStatusLine* status = &m_view->statusLine();
+    connect(&m_port.lines(), &PortLines::reportChanged, status, &PaneStatusLine::setLines);
+    connect(status, &PaneStatusLine::shownChanged, &m_port.lines(), &PortLines::setWatched);
 }
 
 void SerialPortWidget::wireSending()
 {
-    const SendEditor* editor = &m_view->sendEditor();
+    SendEditor* editor = &m_view->sendEditor();
     connect(editor, &SendEditor::sendRequested, this, &SerialPortWidget::onSendClicked);
     connect(editor, &SendEditor::clearHistoryRequested, this, &SerialPortWidget::clearSendList);
-    const SendDesk* desk = m_sendDesk.get();
-    connect(desk, &SendDesk::statusMessage, this, &SerialPortWidget::showStatusMessage);
-    connect(desk, &SendDesk::inputModeChanged, this, [this] {
-        updateDisplay();
-        m_records->markEdited();
+    const SendPipeline* sending = &m_port.sending();
+    connect(editor, &SendEditor::historyChosen, this,
+        [this, editor](int index) { editor->setText(m_port.sending().history().entryAt(index)); });
+    connect(sending, &SendPipeline::historyChanged, this,
+        [this, editor] { editor->setHistory(m_port.sending().history().labels()); });
+    connect(sending, &SendPipeline::editorTextReplaced, editor, &SendEditor::setText);
+    connect(sending, &SendPipeline::editorFocusRequested, editor, &SendEditor::focusEditor);
+    connect(&m_port, &LivePort::started, &m_repeat, &RepeatSender::paneStarted);
+    connect(&m_port, &LivePort::halted, &m_repeat, [this] { m_repeat.paneHalted(runState()); });
+    connect(&m_repeat, &RepeatSender::skipped, this, [this] {
+        showStatusMessage(
+            tr("The last message has not left yet: repetitions wait for it"), noticeMs);
     });
 }
 
 void SerialPortWidget::wireReceiveView()
 {
-    ReceiveDesk* desk = m_receiveDesk.get();
-    connect(desk, &ReceiveDesk::typed, this, &SerialPortWidget::tellIfNothingSent);
-    connect(desk, &ReceiveDesk::statusMessage, this, &SerialPortWidget::showStatusMessage);
-    connect(desk, &ReceiveDesk::errorOccurred, &m_view->noticeBar(), &NoticeBar::showError);
     ReceiveView* view = &m_view->receiveView();
+    connect(view, &ReceiveView::textTyped, this,
+        [this](const QString& text) { onTyped(isOpen() && m_port.sending().sendTyped(text)); });
+    connect(view, &ReceiveView::enterTyped, this,
+        [this] { onTyped(isOpen() && m_port.sending().sendEnter()); });
+    connect(view, &ReceiveView::controlTyped, this, [this](const QByteArray& bytes) {
+        onTyped(isOpen() && m_port.sending().sendControl(bytes));
+    });
     connect(view, &ReceiveView::findRequested, this, &SerialPortWidget::openFind);
     connect(view, &ReceiveView::clearRequested, this, &SerialPortWidget::clear);
     connect(view, &ReceiveView::displayFontZoomed, this, [this](const QFont& font) {
-        m_records->format().displayFont = font;
-        updateDisplay();
-        m_records->markEdited();
+        changeFormat([&font](FormatSetting& format) { format.displayFont = displayFontOf(font); });
     });
-}
-
-void SerialPortWidget::wireRun()
-{
-    const RunControl* run = m_run.get();
-    connect(run, &RunControl::stateChanged, this, &SerialPortWidget::showState);
-    connect(run, &RunControl::statusMessage, this, &SerialPortWidget::showStatusMessage);
-    connect(run, &RunControl::started, &m_sendDesk->repeat(), &RepeatSender::paneStarted);
-    connect(run, &RunControl::halted, &m_sendDesk->repeat(), &RepeatSender::paneHalted);
-    const NoticeBar* notice = &m_view->noticeBar();
-    connect(run, &RunControl::errorOccurred, notice, &NoticeBar::showError);
-    connect(run, &RunControl::errorCleared, notice, &NoticeBar::clearError);
-}
-
-void SerialPortWidget::wireRecords()
-{
-    PaneRecords* records = m_records.get();
-    connect(records, &PaneRecords::edited, this, &SerialPortWidget::settingsChanged);
-    connect(records, &PaneRecords::formatChanged, this, &SerialPortWidget::applyFormat);
-    connect(records, &PaneRecords::formatReplaced, this, [this] {
-        m_sendDesk->loadHistory();
-        showSplitter();
+    connect(view, &ReceiveView::saveRequested, this, [this, view] {
+        openSaveTextDialog(
+            view, *view, [this] { showStatusMessage(tr("A save is still running"), noticeMs); });
     });
-}
-
-void SerialPortWidget::wireLines()
-{
-    m_lines->follow(*m_traffic);
-    m_lines->follow(*m_run);
-    connect(&m_lines->lines(), &ControlLines::statusMessage, this,
-        &SerialPortWidget::showStatusMessage);
-    PaneStatusLine* status = &m_view->statusLine();
-    connect(&m_lines->lines(), &ControlLines::reportChanged, status, &PaneStatusLine::setLines);
-    connect(status, &PaneStatusLine::refreshing, &m_lines->lines(), &ControlLines::pollIfDue);
-    connect(m_remote.get(), &RemoteSerialLink::statusMessage, this,
-        &SerialPortWidget::showStatusMessage);
-    connect(m_remote.get(), &RemoteSerialLink::summaryChanged, &m_view->connectionPanel(),
-        &ConnectionPanel::setRemoteSummary);
+    connect(view, &ReceiveView::saveFinished, this, [this](bool ok, const QString& errorText) {
+        if (ok)
+            showStatusMessage(tr("File saved"), noticeMs);
+        else
+            m_view->noticeBar().showError(errorText);
+    });
 }
 
 void SerialPortWidget::wirePanels()
 {
     ConnectionPanel& connection = m_view->connectionPanel();
-    connect(&connection, &ConnectionPanel::dtrEdited, this, [this](bool on) {
-        m_controller->setSerialLine(ConnectionController::SerialLine::Dtr, on);
-    });
-    connect(&connection, &ConnectionPanel::rtsEdited, this, [this](bool on) {
-        m_controller->setSerialLine(ConnectionController::SerialLine::Rts, on);
-    });
+    connect(&connection, &ConnectionPanel::edited, this, &SerialPortWidget::updateSettings);
+    connect(
+        &m_view->receivePanel(), &ReceivePanel::edited, this, &SerialPortWidget::updateSettings);
+    connect(&m_view->sendPanel(), &SendPanel::edited, this, &SerialPortWidget::updateSettings);
+    connect(&m_view->sendPanel(), &SendPanel::lineByLineEdited, &m_repeat,
+        &RepeatSender::setLineByLine);
     connect(&connection, &ConnectionPanel::openRequested, this, [this] { start({}, false); });
     connect(&connection, &ConnectionPanel::closeRequested, this, &SerialPortWidget::stop);
     connect(m_view, &PaneView::splitterMoved, this, [this] {
-        FormatSetting& format = m_records->format();
-        std::tie(format.splitterLeft, format.splitterRight) = m_view->splitterSizes();
-        m_records->markEdited();
+        changeFormat([this](FormatSetting& format) {
+            std::tie(format.splitterLeft, format.splitterRight) = m_view->splitterSizes();
+        });
     });
     refreshPorts();
+}
+
+void SerialPortWidget::onNotice(const Notice& notice)
+{
+    if (notice.shownMs == Notice::kUntilDismissed)
+        m_view->noticeBar().showError(notice.text);
+    else
+        showStatusMessage(notice.text, notice.shownMs);
+}
+
+void SerialPortWidget::updateSettings()
+{
+    if (m_showing)
+        return;
+    Settings settings = m_port.settings();
+    FormatSetting format = m_port.format();
+    m_view->connectionPanel().store(settings);
+    // A host that was taken off the list stays off it until it is entered again.
+    if (settings.targetHost != m_port.settings().targetHost)
+        settings.useTargetHost(settings.targetHost);
+    m_view->receivePanel().store(format);
+    m_view->sendPanel().store(format);
+    m_port.setRecords(settings, format, LivePort::Origin::Person);
+}
+
+void SerialPortWidget::changeFormat(const std::function<void(FormatSetting&)>& change)
+{
+    FormatSetting format = m_port.format();
+    change(format);
+    m_port.setFormat(format, LivePort::Origin::Person);
+}
+
+void SerialPortWidget::updateDisplay()
+{
+    const QScopedValueRollback showing(m_showing, true);
+    m_shownSettings = settings();
+    m_shownFormat = formatSetting();
+    m_view->connectionPanel().load(m_shownSettings);
+    m_view->receivePanel().load(m_shownFormat);
+    m_view->sendPanel().load(m_shownFormat);
+    m_view->setSplitterSizes(m_shownFormat.splitterLeft, m_shownFormat.splitterRight);
+    m_view->sendEditor().setHistory(m_port.sending().history().labels());
+    applyFormat();
+}
+
+void SerialPortWidget::showRecords(LivePort::Origin origin)
+{
+    const QScopedValueRollback showing(m_showing, true);
+    if (settings() != m_shownSettings) {
+        m_shownSettings = settings();
+        m_view->connectionPanel().load(m_shownSettings);
+    }
+    const bool person = origin == LivePort::Origin::Person;
+    if (!sameOptions(m_shownFormat, formatSetting())) {
+        m_shownFormat = formatSetting();
+        m_view->receivePanel().load(m_shownFormat);
+        m_view->sendPanel().load(m_shownFormat);
+        if (!person)
+            m_view->setSplitterSizes(m_shownFormat.splitterLeft, m_shownFormat.splitterRight);
+        applyFormat();
+    }
+    if (person)
+        Q_EMIT settingsChanged();
+    else
+        m_view->sendEditor().setHistory(m_port.sending().history().labels());
+}
+
+// What of the record is the widgets' own.
+void SerialPortWidget::applyFormat()
+{
+    const FormatSetting format = formatSetting().sanitized();
+    const QFont font = resolveDisplayFont(format.displayFont);
+    m_display.setColors(format);
+    m_view->receiveView().setDisplayFont(font);
+    // A row of hexadecimal ends between bytes, not in one.
+    m_view->receiveView().setWrapAtBlanks(
+        format.receiveMsgFormat == int(MessageFormat::Hexadecimal));
+    m_view->sendEditor().setDisplayFont(font);
+    m_view->controlLineRow().setVisible(format.showControlLineLeds);
+    m_repeat.setInterval(format.sendInterval, format.sendTimeUnit);
+    m_repeat.setEnabled(format.autoSend);
 }
 
 bool SerialPortWidget::start(const QString& portName, bool quiet)
@@ -188,201 +248,101 @@ bool SerialPortWidget::start(const QString& portName, bool quiet)
     // Who was setting up the connection types to it next. Left where it was, the focus would end on
     // the button that closes the port, at the first blank typed.
     const bool settingUp = m_view->connectionPanel().isAncestorOf(window()->focusWidget());
-    const bool started = m_run->start(portName, quiet);
+    updateSettings();
+    if (!portName.isEmpty()) {
+        Settings named = settings();
+        named.connMode = connectionMode::SerialPort;
+        named.portName = portName;
+        m_port.setSettings(named, LivePort::Origin::Person);
+    }
+    const bool started = m_port.start(quiet);
     if (started && settingUp)
         focusSendEditor();
     return started;
 }
 
-void SerialPortWidget::stop()
+void SerialPortWidget::setSettings(const Settings& settings)
 {
-    m_run->stop();
+    m_port.setSettings(settings, LivePort::Origin::Program);
 }
 
-void SerialPortWidget::pause()
+void SerialPortWidget::setFormatSetting(const FormatSetting& format)
 {
-    m_run->pause();
-}
-
-RunState SerialPortWidget::runState() const
-{
-    return m_run->state();
-}
-
-bool SerialPortWidget::isOpen() const
-{
-    return m_run->isOpen();
-}
-
-bool SerialPortWidget::isActive() const
-{
-    return m_run->isActive();
-}
-
-void SerialPortWidget::setAutoReconnect(bool on)
-{
-    m_run->supervisor().setAutoReconnect(on);
-}
-
-QString SerialPortWidget::lastError() const
-{
-    return m_run->supervisor().lastError();
+    m_port.setFormat(format, LivePort::Origin::Program);
 }
 
 void SerialPortWidget::onSendClicked()
 {
-    updateSettings();
     // A message to a closed port would try to open it once more.
     if (start({}, false))
-        m_sendDesk->sendEditorText();
+        m_port.sending().sendText(m_view->sendEditor().text());
     else
-        m_sendDesk->keepEditorText();
+        m_port.sending().encodeSendData(m_view->sendEditor().text());
+}
+
+void SerialPortWidget::onTyped(bool sent)
+{
+    if (!sent && !isOpen())
+        showStatusMessage(tr("The connection is closed: what you typed was not sent"), failureMs);
+}
+
+void SerialPortWidget::sendBytes(const QByteArray& bytes)
+{
+    onTyped(m_port.sendBytes(bytes));
+}
+
+void SerialPortWidget::clearSendList()
+{
+    m_view->sendEditor().setText({});
+    m_port.sending().clearHistory();
+}
+
+void SerialPortWidget::insertSendBytes(const QByteArray& bytes)
+{
+    SendEditor& editor = m_view->sendEditor();
+    const bool hexadecimal = formatSetting().sendMsgFormat == int(MessageFormat::Hexadecimal);
+    const SendInsertion result =
+        SendInsertion::append(editor.text(), hexadecimal, formatSetting(), bytes);
+    if (!result.error.isEmpty()) {
+        showStatusMessage(result.error, SendPipeline::kEncodingErrorMs);
+        return;
+    }
+    editor.setText(result.text);
+    if (result.hexadecimal == hexadecimal)
+        return;
+    changeFormat(
+        [](FormatSetting& format) { format.sendMsgFormat = int(MessageFormat::Hexadecimal); });
+}
+
+void SerialPortWidget::setLogRecording(bool on)
+{
+    FormatSetting format = formatSetting();
+    format.logSaveFlag = on;
+    setFormatSetting(format);
 }
 
 void SerialPortWidget::showState()
 {
     m_view->connectionPanel().setConnectionActive(isActive());
     m_view->statusLine().setState(connectionSummary(), stateText(), isOpen());
-    m_peerDesk->show(settings().connMode);
     Q_EMIT stateChanged();
 }
 
-QString SerialPortWidget::stateText() const
+void SerialPortWidget::showCounters()
 {
-    return m_run->stateText();
-}
-
-QString SerialPortWidget::connectionSummary() const
-{
-    return ::connectionSummary(settings());
-}
-
-void SerialPortWidget::tellIfNothingSent(bool sent)
-{
-    if (!sent && !isOpen())
-        showStatusMessage(tr("The connection is closed: what you typed was not sent"), failureMs);
-}
-
-qint64 SerialPortWidget::receivedBytes() const
-{
-    return m_traffic->receive().receivedBytes();
-}
-
-qint64 SerialPortWidget::sentBytes() const
-{
-    return m_traffic->send().sentBytes();
-}
-
-qint64 SerialPortWidget::waitingBytes() const
-{
-    return m_traffic->receive().waitingBytes();
-}
-
-void SerialPortWidget::clear()
-{
-    m_traffic->clear();
-}
-
-void SerialPortWidget::clearSendList()
-{
-    m_sendDesk->clear();
-    m_records->markEdited();
-}
-
-void SerialPortWidget::insertSendBytes(const QByteArray& bytes)
-{
-    updateSettings();
-    m_sendDesk->insert(bytes);
-}
-
-void SerialPortWidget::sendBytes(const QByteArray& bytes)
-{
-    tellIfNothingSent(m_traffic->send().sendBytes(bytes));
-}
-
-void SerialPortWidget::setLogRecording(bool on)
-{
-    m_records->format().logSaveFlag = on;
-    applyFormat();
-}
-
-bool SerialPortWidget::flushLog(QString* error)
-{
-    return m_traffic->log().flushLog(error);
-}
-
-bool SerialPortWidget::isLogRecording() const
-{
-    return formatSetting().logSaveFlag;
-}
-
-const PaneLog& SerialPortWidget::log() const
-{
-    return m_traffic->log();
-}
-
-QString SerialPortWidget::currentLogFile() const
-{
-    return formatSetting().currentLogFileName;
-}
-
-void SerialPortWidget::updateSettings()
-{
-    m_records->store();
-}
-
-void SerialPortWidget::updateDisplay()
-{
-    m_records->show();
-}
-
-const Settings& SerialPortWidget::settings() const
-{
-    return m_records->settings();
-}
-
-void SerialPortWidget::setSettings(const Settings& settings)
-{
-    m_records->setSettings(settings);
-    m_run->applySettings();
-    m_controller->reconfigureSerial(settings);
-    m_remote->pushSettings(settings);
-    showState();
-}
-
-const FormatSetting& SerialPortWidget::formatSetting() const
-{
-    return m_records->format();
-}
-
-void SerialPortWidget::setFormatSetting(const FormatSetting& format)
-{
-    m_records->setFormat(format);
-}
-
-void SerialPortWidget::applyFormat()
-{
-    const FormatSetting format = formatSetting().sanitized();
-    m_traffic->applyFormat();
-    m_receiveDesk->applyFormat(format);
-    m_sendDesk->applyFormat(format, m_view->sendPanel().lineByLine());
-    m_view->controlLineRow().setVisible(format.showControlLineLeds);
-}
-
-void SerialPortWidget::showSplitter()
-{
-    m_view->setSplitterSizes(formatSetting().splitterLeft, formatSetting().splitterRight);
+    m_view->statusLine().setCounters(
+        receivedBytes(), sentBytes(), sentBytes() - m_port.pendingBytes());
 }
 
 ModemLines SerialPortWidget::modemState() const
 {
-    return m_lines->lines().modemState();
+    return m_port.lines().modemState();
 }
 
 const LineReport& SerialPortWidget::controlLines() const
 {
-    m_lines->lines().pollIfDue();
-    return m_lines->lines().report();
+    m_port.lines().refreshIfOld();
+    return m_port.lines().report();
 }
 
 void SerialPortWidget::setStatusLineVisible(bool visible)

@@ -1,34 +1,25 @@
 #pragma once
 
+#include "base/notice.h"
 #include "settings/formatsetting.h"
 #include "settings/settings.h"
-#include "terminal/port/runstate.h"
+#include "terminal/pane/panedisplay.h"
+#include "terminal/port/liveport.h"
+#include "terminal/port/repeatsender.h"
 
 #include <QWidget>
-#include <memory>
 
-class ConnectionController;
-class PaneLines;
-class PaneLog;
-class PaneRecords;
-class PaneTraffic;
 class PaneView;
-class PeerDesk;
-class ReceiveDesk;
-class RemoteSerialLink;
-class RunControl;
-class SendDesk;
+class PortLog;
 class SerialPortCatalog;
-struct QuickSettingsGroups;
 struct LineReport;
 struct ModemLines;
+struct QuickSettingsGroups;
 
-// One port pane: a terminal on one transport. A façade over the collaborators that do the work and
-// the view that shows it; here they are wired and nothing else happens.
-//
-// PaneTraffic carries the bytes both ways, RunControl opens, pauses and closes, PaneRecords holds
-// what the panels edit, the desks join the widgets with the traffic. Owned by the main window; owns
-// everything named here.
+// One port pane: the view of a live port, which does all the work. Its panels edit the port's
+// records, its editor and its receive view give the port what is typed, and what the port has to
+// show it shows. Here they are joined; the operations are those of the port under the names that
+// the window knows. Owned by the main window; owns its port.
 class SerialPortWidget final : public QWidget
 {
     Q_OBJECT
@@ -39,55 +30,52 @@ public:
     explicit SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent = nullptr);
     ~SerialPortWidget() override;
 
-    // Opens the connection of the current settings, or resumes a paused view. A non-empty port
-    // name first becomes the serial port of the settings. False when it could not be opened, with
-    // lastError() saying why; true when it is open, resumed or (TCP) connecting. `quiet` keeps the
-    // error out of the pane's notice.
-    bool start(const QString& portName, bool quiet);
-    void stop();
-    void pause();
-    [[nodiscard]] RunState runState() const;
-    [[nodiscard]] bool isOpen() const;
-    // Open, connecting or being regained: there is something to stop.
-    [[nodiscard]] bool isActive() const;
-    void setAutoReconnect(bool on);
-    [[nodiscard]] QString lastError() const;
+    [[nodiscard]] LivePort& port() { return m_port; }
+    [[nodiscard]] const LivePort& port() const { return m_port; }
 
-    // Empties the view and sets the counters to 0.
-    void clear();
+    // Opens the connection of the current settings, or resumes a paused view. A non-empty port
+    // name first becomes the serial port of the settings, which is an edit. See LivePort::start().
+    bool start(const QString& portName, bool quiet);
+    void stop() { m_port.stop(); }
+    void pause() { m_port.pause(); }
+    [[nodiscard]] RunState runState() const { return m_port.runState(); }
+    [[nodiscard]] bool isOpen() const { return m_port.isOpen(); }
+    [[nodiscard]] bool isActive() const { return m_port.isActive(); }
+    void setAutoReconnect(bool on) { m_port.setAutoReconnect(on); }
+    [[nodiscard]] QString lastError() const { return m_port.lastError(); }
+
+    void clear() { m_port.clear(); }
     // Empties the editor and the history.
     void clearSendList();
-
     // Puts bytes into the send editor, see SendInsertion.
     void insertSendBytes(const QByteArray& bytes);
     // Sends bytes as they are over the open connection, to the peer that is chosen where there are
     // several, echoed when sent data is displayed.
     void sendBytes(const QByteArray& bytes);
 
-    // The data log. flushLog() writes what was recorded so far, false with a text for people when
-    // that fails; the name of the file is unresolved ("NULL") before the first text.
+    // The data log. The name of the file is unresolved ("NULL") before the first text.
     void setLogRecording(bool on);
-    [[nodiscard]] bool isLogRecording() const;
-    bool flushLog(QString* error);
-    [[nodiscard]] QString currentLogFile() const;
-    [[nodiscard]] const PaneLog& log() const;
+    [[nodiscard]] bool isLogRecording() const { return formatSetting().logSaveFlag; }
+    bool flushLog(QString* error) { return m_port.flushLog(error); }
+    [[nodiscard]] qint64 unloggedBytes() const { return m_port.unloggedBytes(); }
+    void finishLog() { m_port.finishLog(); }
+    [[nodiscard]] QString currentLogFile() const { return formatSetting().currentLogFileName; }
+    [[nodiscard]] const PortLog& log() const { return m_port.log(); }
 
     // Commits the panel's editors to the records, and shows the records in the panel.
     void updateSettings();
     void updateDisplay();
-    [[nodiscard]] const Settings& settings() const;
+    [[nodiscard]] const Settings& settings() const { return m_port.settings(); }
     void setSettings(const Settings& settings);
-    [[nodiscard]] const FormatSetting& formatSetting() const;
+    [[nodiscard]] const FormatSetting& formatSetting() const { return m_port.format(); }
     void setFormatSetting(const FormatSetting& format);
 
-    [[nodiscard]] qint64 receivedBytes() const;
-    [[nodiscard]] qint64 sentBytes() const;
+    [[nodiscard]] qint64 receivedBytes() const { return m_port.receivedBytes(); }
+    [[nodiscard]] qint64 sentBytes() const { return m_port.sentBytes(); }
     // Received and not shown yet.
-    [[nodiscard]] qint64 waitingBytes() const;
-    // What the pane is, whether or not it is open: "ttyUSB0 115200 8N1", "host:port".
-    [[nodiscard]] QString connectionSummary() const;
-    // "Open", "Paused", "Connecting..." and the like.
-    [[nodiscard]] QString stateText() const;
+    [[nodiscard]] qint64 waitingBytes() const { return m_port.waitingBytes(); }
+    [[nodiscard]] QString connectionSummary() const { return m_port.summary(); }
+    [[nodiscard]] QString stateText() const { return m_port.stateText(); }
 
     // The inputs of the serial port at the end of the connection; all off when it has none.
     [[nodiscard]] ModemLines modemState() const;
@@ -112,33 +100,28 @@ Q_SIGNALS:
     // Opened, closed, paused, resumed, lost or regained.
     void stateChanged();
     void statusMessage(const QString& text, int timeoutMs);
-    // Every received chunk that no file transfer owns, before display, with the peer's key.
-    void rxTapped(const QByteArray& bytes, const QString& peer);
+    void logFinished(bool complete, const QString& error);
 
 private:
-    void wireTraffic();
+    void wirePort();
     void wireSending();
     void wireReceiveView();
-    void wireRun();
-    void wireRecords();
-    void wireLines();
     void wirePanels();
-
+    void onNotice(const Notice& notice);
     void onSendClicked();
+    void onTyped(bool sent);
     void showState();
-    void showSplitter();
-    void tellIfNothingSent(bool sent);
+    void showCounters();
+    void showRecords(LivePort::Origin origin);
     void applyFormat();
+    void changeFormat(const std::function<void(FormatSetting&)>& change);
 
     SerialPortCatalog& m_catalog;
     PaneView* m_view;
-    std::unique_ptr<PaneRecords> m_records;
-    std::unique_ptr<ConnectionController> m_controller;
-    std::unique_ptr<RemoteSerialLink> m_remote;
-    std::unique_ptr<PaneTraffic> m_traffic;
-    std::unique_ptr<RunControl> m_run;
-    std::unique_ptr<SendDesk> m_sendDesk;
-    std::unique_ptr<ReceiveDesk> m_receiveDesk;
-    std::unique_ptr<PeerDesk> m_peerDesk;
-    std::unique_ptr<PaneLines> m_lines;
+    LivePort m_port;
+    PaneDisplay m_display;
+    RepeatSender m_repeat;
+    Settings m_shownSettings; // as the panels have them
+    FormatSetting m_shownFormat;
+    bool m_showing = false; // records are being shown: what the panels report is no edit
 };

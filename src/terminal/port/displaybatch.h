@@ -2,11 +2,11 @@
 
 #include "terminal/port/displaysink.h"
 
-// Text of one colour on its way to one append: few large appends cost far less than many.
+// Text of one ink on its way to one append: few large appends cost far less than many.
 struct DisplayBatch
 {
     QString text;
-    std::optional<QColor> color;
+    Ink ink = Ink::Plain;
     QList<HexSpan> bytes; // in the text
 
     // The last characters of the text stand for bytes.

@@ -1,37 +1,26 @@
 #pragma once
 
-#include <QColor>
+#include "terminal/format/hexspan.h"
+
 #include <QList>
 #include <QString>
-#include <optional>
 
-// A part of a text in which every three characters, two digits and a blank, stand for a byte.
-struct HexSpan
-{
-    qsizetype from = 0;
-    qsizetype to = 0;
+// Which colour a text is to have, if the display knows colours: that of the palette, or the one
+// chosen for received or for sent data.
+enum class Ink : quint8 { Plain, Received, Sent };
 
-    bool operator==(const HexSpan&) const = default;
-};
-
-// What the receive pipeline needs of a display: text goes in at the end, characters leave at the
-// front. Lengths and counts are UTF-16 code units as QString counts them, a line feed counts one.
-// The text handed over holds no carriage return; a line feed ends a display line.
+// What a live port needs of a display: text goes in at the end, characters leave at the front.
+// Lengths and counts are UTF-16 code units as QString counts them, a line feed counts one. The text
+// handed over holds no carriage return; a line feed ends a display line.
 class DisplaySink
 {
 public:
     virtual ~DisplaySink() = default;
 
-    // Appends at the end without adding a line break. Without a colour the text follows the
-    // palette. Keeps the reader's place unless the view was at its bottom.
-    virtual void appendText(const QString& text, const std::optional<QColor>& color) = 0;
-    // The same for text with bytes in it. `bytes` are ascending; between them stand time stamps
-    // and line feeds. A display from which no bytes are copied shows it like any other text.
-    virtual void appendHexadecimal(
-        const QString& text, const std::optional<QColor>& color, const QList<HexSpan>& /*bytes*/)
-    {
-        appendText(text, color);
-    }
+    // Appends at the end without adding a line break. Keeps the reader's place unless the view was
+    // at its bottom. `bytes` are the parts of the text that stand for bytes, ascending; between
+    // them are time stamps and line feeds. There are none in text that is no hexadecimal.
+    virtual void append(const QString& text, Ink ink, const QList<HexSpan>& bytes) = 0;
     // Removes the first `characters` of the text (all of it when there are fewer), and one more
     // where that would part a surrogate pair. Shows the end of the text if the reader was there.
     virtual void trimFront(qint64 characters) = 0;

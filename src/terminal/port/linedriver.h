@@ -74,8 +74,8 @@ public:
     [[nodiscard]] virtual QString inertReason(SerialLine line, const Settings& settings) const = 0;
     // What pressing the send lamp does, for a tool tip.
     [[nodiscard]] virtual QString breakHint() const = 0;
-    // The settings ask for another level of DTR or RTS.
-    virtual Answer drive(SerialLine line, const Settings& settings) = 0;
+    // What a person is to hear once the settings ask for another level of DTR or RTS.
+    [[nodiscard]] virtual Answer requested(SerialLine line, const Settings& settings) const = 0;
     // Starts or ends a break; ending one never has anything to tell.
     virtual Answer setBreak(bool on) = 0;
 };

@@ -10,8 +10,9 @@
 // The control lines of a pane at one moment, in short: what a line of text has room for.
 struct LineReport
 {
+    bool hasLines = false; // the connection ends in a serial port, open or not
     LineDriver::Sight sight = LineDriver::Sight::None;
-    LineDriver::Level rts; // with Sight::Outputs and more
+    LineDriver::Level rts; // what is asked for while nothing can be seen
     LineDriver::Level dtr;
     ModemLines inputs;    // with Sight::All
     bool inBreak = false; // this program holds the line in break

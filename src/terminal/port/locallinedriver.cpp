@@ -54,10 +54,10 @@ QString LocalLineDriver::breakHint() const
     return tr("Click to send a serial break (hold for longer)");
 }
 
-LineDriver::Answer LocalLineDriver::drive(SerialLine line, const Settings& settings)
+LineDriver::Answer LocalLineDriver::requested(
+    SerialLine /*line*/, const Settings& /*settings*/) const
 {
-    const bool on = line == SerialLine::Dtr ? settings.dtrOn : settings.rtsOn;
-    return {m_controller.setSerialLine(line, on), {}, 0};
+    return {true, {}, 0};
 }
 
 LineDriver::Answer LocalLineDriver::setBreak(bool on)

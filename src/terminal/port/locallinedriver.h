@@ -21,7 +21,7 @@ public:
     [[nodiscard]] Level output(SerialLine line, const Settings& settings) const override;
     [[nodiscard]] QString inertReason(SerialLine line, const Settings& settings) const override;
     [[nodiscard]] QString breakHint() const override;
-    Answer drive(SerialLine line, const Settings& settings) override;
+    [[nodiscard]] Answer requested(SerialLine line, const Settings& settings) const override;
     Answer setBreak(bool on) override;
 
 private:

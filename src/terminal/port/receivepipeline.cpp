@@ -1,35 +1,15 @@
 #include "terminal/port/receivepipeline.h"
 
+#include "base/clock.h"
 #include "terminal/format/messagecodec.h"
 #include "terminal/format/sendmodes.h"
-#include "terminal/port/displaysink.h"
-#include "terminal/port/trafficlog.h"
+#include "terminal/port/portlog.h"
 #include "terminal/text/wiretextcodecregistry.h"
 
-#include <QElapsedTimer>
 #include <QLocale>
 #include <utility>
 
 namespace {
-
-// The local time of a millisecond, made once: that takes longer than queueing a short chunk.
-QDateTime localTimeNow()
-{
-    static QDateTime now;
-    static qint64 nowMs = 0;
-    if (const qint64 ms = QDateTime::currentMSecsSinceEpoch(); ms != nowMs) {
-        nowMs = ms;
-        now = QDateTime::fromMSecsSinceEpoch(ms);
-    }
-    return now;
-}
-
-ReceivePipeline::Clocks systemClocks()
-{
-    QElapsedTimer timer;
-    timer.start();
-    return {localTimeNow, [timer] { return timer.elapsed(); }};
-}
 
 constexpr qsizetype kHexCharacters = 3; // of a byte: MessageCodec::toHexString()
 
@@ -43,13 +23,12 @@ bool hasSingleByteIntroducers(const QString& encoding)
 
 } // namespace
 
-ReceivePipeline::ReceivePipeline(DisplaySink& sink, QObject* parent)
-    : ReceivePipeline(sink, systemClocks(), parent)
+ReceivePipeline::ReceivePipeline(QObject* parent)
+    : ReceivePipeline({localTimeNow, monotonicMs}, parent)
 {}
 
-ReceivePipeline::ReceivePipeline(DisplaySink& sink, Clocks clocks, QObject* parent)
+ReceivePipeline::ReceivePipeline(Clocks clocks, QObject* parent)
     : QObject(parent)
-    , m_sink(sink)
     , m_clocks(std::move(clocks))
     , m_timer(this)
 {
@@ -61,14 +40,23 @@ ReceivePipeline::ReceivePipeline(DisplaySink& sink, Clocks clocks, QObject* pare
 
 ReceivePipeline::~ReceivePipeline() = default;
 
+void ReceivePipeline::setDisplay(DisplaySink* sink)
+{
+    m_sink = sink;
+    m_display = {};
+    m_removedCharacters = 0;
+}
+
 void ReceivePipeline::setFormatSetting(const FormatSetting& format)
 {
     const bool wasText = receivesText();
     m_format = format.sanitized();
     if (m_decoders.setEncodings(m_format.receiveEncoding, m_format.sendEncoding)
-        || receivesText() != wasText)
-        m_queue.filters().reset();
-    m_queue.filters().setSingleByteIntroducers(hasSingleByteIntroducers(m_format.receiveEncoding));
+        || receivesText() != wasText) {
+        for (const QString& peer : m_queue.unfinished())
+            endSequence(peer);
+    }
+    m_queue.setSingleByteIntroducers(hasSingleByteIntroducers(m_format.receiveEncoding));
     if (trimToMaximum())
         Q_EMIT drained();
 }
@@ -77,13 +65,11 @@ void ReceivePipeline::ingestRx(const QByteArray& bytes, bool fromStream, const Q
 {
     if (bytes.isEmpty())
         return;
-    Q_EMIT rxTapped(bytes, peer);
     if (!fromStream || m_state != RunState::Paused) {
         pushByteArray(bytes, true, RXorTx::Received, peer);
         return;
     }
     m_hold.append(bytes);
-    Q_EMIT received();
     updateThrottle();
 }
 
@@ -92,55 +78,52 @@ void ReceivePipeline::pushByteArray(
 {
     if (bytes.isEmpty())
         return;
-    if (direction == RXorTx::Received) {
-        Q_EMIT received();
-        if (countReceived) {
-            m_receivedBytes += bytes.size();
-            m_counted = true;
-        }
+    if (direction == RXorTx::Received && countReceived) {
+        m_receivedBytes += bytes.size();
+        m_counted = true;
     }
+    queueRecord(bytes, direction, peer, receivesText());
+}
+
+void ReceivePipeline::queueRecord(
+    const QByteArray& bytes, RXorTx direction, const QString& peer, bool filtered)
+{
     rxData record;
     record.time = m_clocks.wall();
     record.direction = direction;
     record.bytes = bytes;
     record.peer = peer;
-    m_queue.push(std::move(record), receivesText());
+    m_queue.push(std::move(record), filtered);
     armTimer();
+    updateThrottle();
+}
+
+void ReceivePipeline::afterWaiting(std::function<void()> action)
+{
+    queueHeldBytes();
+    if (m_queue.isEmpty()) {
+        action();
+        return;
+    }
+    m_queue.pushMark(std::move(action));
     updateThrottle();
 }
 
 void ReceivePipeline::forgetPeer(const QString& peer)
 {
-    m_leavingPeers.append(peer);
-    // The decoders and filters are bounded by themselves; it is only the order that is lost.
-    if (m_leavingPeers.size() > qsizetype(DecoderSet::kMaxPeers))
-        m_leavingPeers.removeFirst();
-    forgetLeavingPeers();
-}
-
-void ReceivePipeline::forgetLeavingPeers()
-{
-    if (!m_queue.isEmpty())
-        return;
-    const QStringList peers = std::exchange(m_leavingPeers, {});
-    for (const QString& peer : peers) {
+    endSequence(peer);
+    afterWaiting([this, peer] {
         m_decoders.forgetPeer(peer);
-        m_queue.filters().forgetPeer(peer);
         if (m_log != nullptr)
             m_log->forgetPeer(peer);
-    }
+    });
 }
 
 void ReceivePipeline::start()
 {
-    if (m_state == RunState::Stopped)
-        resetTextDecoders();
-    const bool resumed = m_state == RunState::Paused;
     m_state = RunState::Running;
-    m_finishing = 0;
     m_toldPausedFull = false;
-    if (resumed)
-        queueHeldBytes();
+    queueHeldBytes();
     armTimer();
     updateThrottle();
 }
@@ -157,22 +140,48 @@ void ReceivePipeline::stop()
 {
     if (m_state == RunState::Stopped)
         return;
-    m_finishing = m_state == RunState::Running ? m_queue.count() : 0;
-    m_queue.seal();
     m_state = RunState::Stopped;
     queueHeldBytes();
+    QStringList unfinished = m_queue.unfinished();
+    // What is not filtered yet may end in a sequence, too.
+    if (m_queue.hasRaw())
+        unfinished.append(QString());
+    for (const QString& peer : std::as_const(unfinished))
+        endSequence(peer);
+    afterWaiting([this] {
+        m_decoders.reset();
+        if (m_log != nullptr)
+            m_log->resetTextDecoders();
+    });
+    armTimer();
     updateThrottle();
 }
 
-void ReceivePipeline::queueHeldBytes()
+// A sequence that nobody will finish was received all the same: it is shown as it came. What has
+// not passed its filter yet comes before it.
+void ReceivePipeline::endSequence(const QString& peer)
 {
-    pushByteArray(std::exchange(m_hold, {}), true, RXorTx::Received);
+    if (!m_queue.hasRaw()) {
+        queueRecord(m_queue.takeUnfinished(peer), RXorTx::Received, peer, false);
+        return;
+    }
+    m_queue.pushMark([this, peer] {
+        rxData record;
+        record.time = m_clocks.wall();
+        record.bytes = m_queue.takeUnfinished(peer);
+        record.peer = peer;
+        show(record);
+    });
+}
+
+void ReceivePipeline::queueHeldBytes(bool counted)
+{
+    pushByteArray(std::exchange(m_hold, {}), counted, RXorTx::Received);
 }
 
 bool ReceivePipeline::mayDrain() const
 {
-    return !m_queue.isEmpty()
-           && (m_state == RunState::Running || (m_state == RunState::Stopped && m_finishing > 0));
+    return !m_queue.isEmpty() && m_state != RunState::Paused;
 }
 
 void ReceivePipeline::armTimer()
@@ -209,50 +218,59 @@ void ReceivePipeline::tellCounters()
 void ReceivePipeline::displayPortBuffer()
 {
     const qint64 started = m_clocks.monotonicMs();
-    DisplayBatch batch;
-    do {
-        const std::size_t before = m_queue.count();
-        const rxData slice = m_queue.takeSlice(receivesText());
-        if (m_finishing > 0 && m_queue.count() < before)
-            --m_finishing;
-        if (slice.bytes.isEmpty())
-            continue;
-        decodeBufferForUi(slice, batch);
-        if (m_log != nullptr)
-            m_log->logRecord(slice);
-    } while (mayDrain() && m_clocks.monotonicMs() - started < kDrainBudgetMs);
-    flush(batch);
-    forgetLeavingPeers();
+    m_queue.runMarks();
+    while (!m_queue.isEmpty()) {
+        show(m_queue.takeSlice(receivesText()));
+        m_queue.runMarks();
+        if (m_clocks.monotonicMs() - started >= kDrainBudgetMs)
+            break;
+    }
+    flush();
     Q_EMIT drained();
     updateThrottle();
 }
 
-void ReceivePipeline::decodeBufferForUi(const rxData& slice, DisplayBatch& batch)
+bool ReceivePipeline::drainAll()
+{
+    queueHeldBytes();
+    displayPortBuffer();
+    return m_queue.isEmpty();
+}
+
+void ReceivePipeline::show(const rxData& slice)
+{
+    if (slice.bytes.isEmpty())
+        return;
+    if (m_sink != nullptr && !slice.hidden)
+        decodeBufferForUi(slice);
+    if (m_log != nullptr)
+        m_log->logRecord(slice);
+}
+
+void ReceivePipeline::decodeBufferForUi(const rxData& slice)
 {
     WireTextDecoder& decoder =
         slice.direction == RXorTx::Received ? m_decoders.received(slice.peer) : m_decoders.sent();
-    const std::optional<QColor> color = colorOf(slice.direction);
+    const Ink ink = inkOf(slice.direction);
     // An append is part of the drain's time, so a batch grows no further than one slice.
-    if (color != batch.color || batch.text.size() >= DisplayQueue::kSliceBytes)
-        flush(batch);
-    batch.color = color;
-    MessageCodec::appendForUi(slice, m_format, m_display, decoder, batch.text);
+    if (ink != m_batch.ink || m_batch.text.size() >= DisplayQueue::kSliceBytes)
+        flush();
+    m_batch.ink = ink;
+    MessageCodec::appendForUi(slice, m_format, m_display, decoder, m_batch.text);
     if (!showsText(slice.direction))
-        batch.noteBytes(kHexCharacters * slice.bytes.size());
+        m_batch.noteBytes(kHexCharacters * slice.bytes.size());
 }
 
 // A resumed view shows tens of megabytes in few drains: it is trimmed after each append, so that it
 // never grows by more than a batch over its maximum.
-void ReceivePipeline::flush(DisplayBatch& batch)
+void ReceivePipeline::flush()
 {
-    if (batch.text.isEmpty())
+    if (m_batch.text.isEmpty())
         return;
-    if (batch.bytes.isEmpty())
-        m_sink.appendText(batch.text, batch.color);
-    else
-        m_sink.appendHexadecimal(batch.text, batch.color, batch.bytes);
-    batch.text.resize(0);
-    batch.bytes.clear();
+    if (m_sink != nullptr)
+        m_sink->append(m_batch.text, m_batch.ink, m_batch.bytes);
+    m_batch.text.resize(0);
+    m_batch.bytes.clear();
     trimToMaximum();
 }
 
@@ -260,54 +278,32 @@ void ReceivePipeline::flush(DisplayBatch& batch)
 bool ReceivePipeline::trimToMaximum()
 {
     const qint64 removedBefore = m_removedCharacters;
-    while (m_sink.textLength() > m_format.displayBufferSize)
+    while (m_sink != nullptr && m_sink->textLength() > m_format.displayBufferSize)
         removeHalfData();
     return m_removedCharacters > removedBefore;
 }
 
 void ReceivePipeline::removeHalfData()
 {
-    const qint64 length = m_sink.textLength();
-    m_sink.forceScrollToEnd();
-    m_sink.trimFront(qMin<qint64>(length, m_format.displayBufferSize / 2));
-    m_removedCharacters += length - m_sink.textLength();
+    const qint64 length = m_sink->textLength();
+    m_sink->forceScrollToEnd();
+    m_sink->trimFront(qMin<qint64>(length, m_format.displayBufferSize / 2));
+    m_removedCharacters += length - m_sink->textLength();
 }
 
 void ReceivePipeline::clear()
 {
-    m_sink.clearText();
+    queueHeldBytes(false);
+    m_queue.hideAll();
+    if (m_sink != nullptr)
+        m_sink->clearText();
     m_display = {};
     m_removedCharacters = 0;
     m_receivedBytes = 0;
     m_counted = false;
-    resetTextDecoders();
+    m_decoders.reset();
     Q_EMIT countersChanged();
     Q_EMIT drained();
-}
-
-void ReceivePipeline::resetTextDecoders()
-{
-    m_decoders.reset();
-    m_queue.filters().reset();
-    if (m_log != nullptr)
-        m_log->resetTextDecoders();
-}
-
-void ReceivePipeline::setTrafficLog(TrafficLog* log)
-{
-    m_log = log;
-}
-
-void ReceivePipeline::logWaiting()
-{
-    if (m_log == nullptr)
-        return;
-    queueHeldBytes();
-    while (!m_queue.isEmpty()) {
-        const rxData slice = m_queue.takeSlice(receivesText());
-        if (!slice.bytes.isEmpty())
-            m_log->logRecord(slice);
-    }
 }
 
 void ReceivePipeline::updateThrottle()
@@ -321,10 +317,9 @@ void ReceivePipeline::updateThrottle()
     m_throttled = throttled;
     if (throttled && m_state == RunState::Paused && !m_toldPausedFull) {
         m_toldPausedFull = true;
-        Q_EMIT statusMessage(tr("The view is paused and %1 of received data wait. Reading stops "
-                                "until it is resumed.")
-                                 .arg(QLocale().formattedDataSize(waitingBytes())),
-            kPausedFullMessageMs);
+        Q_EMIT pausedFull(tr("The view is paused and %1 of received data wait. Reading stops until "
+                             "it is resumed.")
+                              .arg(QLocale().formattedDataSize(waitingBytes())));
     }
     Q_EMIT throttleRequested(throttled);
 }
@@ -336,11 +331,9 @@ bool ReceivePipeline::showsText(RXorTx direction) const
     return format != static_cast<qint32>(MessageFormat::Hexadecimal);
 }
 
-std::optional<QColor> ReceivePipeline::colorOf(RXorTx direction) const
+Ink ReceivePipeline::inkOf(RXorTx direction) const
 {
     if (!m_format.formatDisplayColor)
-        return std::nullopt;
-    const QColor& color =
-        direction == RXorTx::Received ? m_format.receiveTextColor : m_format.sendTextColor;
-    return color.isValid() ? std::optional(color) : std::nullopt;
+        return Ink::Plain;
+    return direction == RXorTx::Received ? Ink::Received : Ink::Sent;
 }

@@ -12,22 +12,25 @@
 #include <functional>
 #include <optional>
 
-class DisplaySink;
-class TrafficLog;
+class PortLog;
 
-// From bytes of the transport (and echoed sent bytes) to text in the receive view.
+// From bytes of the transport (and echoed sent bytes) to text in the receive view and in the log.
 //
-// Data flow: ingestRx() -> rxTapped -> [hold buffer while paused] -> escape filter -> queue of
-// stamped records -> a drain every 20 ms -> MessageCodec -> DisplaySink. A drain stops when its
-// time is used up and goes on once the event loop has seen to everything else (keys, painting,
-// reading); large records are shown in slices, with the text that one piece would give. The timer
-// rests while there is nothing to show.
+// Data flow: ingestRx() -> [hold buffer while paused] -> escape filter -> queue of stamped records
+// -> a drain every 20 ms -> MessageCodec -> DisplaySink, and the same records to the log. A drain
+// stops when its time is used up and goes on once the event loop has seen to everything else (keys,
+// painting, reading); large records are shown in slices, with the text that one piece would give.
+// The timer rests while there is nothing to show.
+//
+// Whose bytes they are: what a connection delivered is shown and logged under its name, however
+// long that takes. A connection that ends hands over what a paused view held back, and changes that
+// belong to the next one (another name of the log, fresh decoders) wait behind it, see
+// afterWaiting().
 //
 // Bounds: nothing is dropped. When what waits reaches a high-water mark (another one while the
 // view is paused) throttleRequested(true) asks the owner to stop reading the transport, and when
-// the view has caught up throttleRequested(false) lets it go on. The owner of a datagram socket
-// leaves datagrams in the socket meanwhile and reads them after the release. Owned by the pane;
-// the sink outlives it.
+// the view has caught up throttleRequested(false) lets it go on. Owned by the live port; sink and
+// log outlive it.
 class ReceivePipeline final : public QObject
 {
     Q_OBJECT
@@ -52,10 +55,14 @@ public:
     static constexpr qint64 kHoldHighWater = qint64{64} * 1024 * 1024;
     static constexpr int kPausedFullMessageMs = 5000;
 
-    explicit ReceivePipeline(DisplaySink& sink, QObject* parent = nullptr); // the system's clocks
-    ReceivePipeline(DisplaySink& sink, Clocks clocks, QObject* parent = nullptr);
+    explicit ReceivePipeline(QObject* parent = nullptr); // the system's clocks
+    explicit ReceivePipeline(Clocks clocks, QObject* parent = nullptr);
     ~ReceivePipeline() override;
 
+    // Where the text goes; null, as at first, for nowhere. Text of before is not shown again.
+    void setDisplay(DisplaySink* sink);
+    // Gets every record, shown or not, while it records; null for nobody.
+    void setLog(PortLog* log) { m_log = log; }
     // In force for everything shown from now on; a smaller maximum of the view at once. A changed
     // encoding makes fresh decoders.
     void setFormatSetting(const FormatSetting& format);
@@ -66,28 +73,28 @@ public:
     // Queues a record for display. Sent bytes are not counted here.
     void pushByteArray(
         const QByteArray& bytes, bool countReceived, RXorTx direction, const QString& peer = {});
-
+    // Runs the action once all that waits now was shown and logged; at once when nothing waits.
+    void afterWaiting(std::function<void()> action);
     // The peer left: once what it sent has been shown, nothing of it is kept.
     void forgetPeer(const QString& peer);
 
-    // Running; what was held while paused is queued. After a stop the decoders start afresh.
+    // Running; what was held while paused is queued.
     void start();
     void pause();
-    // The connection closed. What was queued before is still shown; what is queued from now on,
-    // and what a paused view held back, waits for the next start.
+    // The connection closed. What waits, held bytes too, is shown from now on, and what comes after
+    // it meets fresh decoders.
     void stop();
     [[nodiscard]] RunState runState() const { return m_state; }
 
-    // One drain, if the view runs: on the timer, and when a send with echo asks for it.
+    // One drain, unless the view is paused: on the timer, and when a send with echo asks for it.
     void onRefreshDisplay();
+    // Shows and logs what waits, also what a paused view holds back, for kDrainBudgetMs at most.
+    // False when there is more.
+    bool drainAll();
 
-    // Empties the view and starts counters and decoders afresh. What waits is shown later.
+    // Empties the view and starts counters and decoders afresh. What waits is not shown any more,
+    // only logged.
     void clear();
-    void resetTextDecoders();
-    // Gets what is shown from now on, null for nobody; the caller keeps it alive meanwhile.
-    void setTrafficLog(TrafficLog* log);
-    // Hands all that still waits to the log instead of the view: the pane is going away.
-    void logWaiting();
     // Removes the first min(length, displayBufferSize / 2) characters of the view, and one more
     // where that would part a surrogate pair.
     void removeHalfData();
@@ -100,44 +107,42 @@ public:
     [[nodiscard]] qint64 removedCharacters() const { return m_removedCharacters; }
 
 Q_SIGNALS:
-    // Every received chunk, before display.
-    void rxTapped(const QByteArray& bytes, const QString& peer);
-    void received(); // something arrived: time for the lamp
     // After received bytes were counted; at most every kCounterIntervalMs while they stream in.
     void countersChanged();
     // The text in the view changed.
     void drained();
     void throttleRequested(bool on);
-    void statusMessage(const QString& text, int timeoutMs);
+    // The view is paused and what it holds back is all that it can hold.
+    void pausedFull(const QString& text);
 
 private:
     [[nodiscard]] bool mayDrain() const;
+    void queueRecord(const QByteArray& bytes, RXorTx direction, const QString& peer, bool filtered);
     void displayPortBuffer();
-    void decodeBufferForUi(const rxData& slice, DisplayBatch& batch);
-    void flush(DisplayBatch& batch);
+    void show(const rxData& slice);
+    void decodeBufferForUi(const rxData& slice);
+    void endSequence(const QString& peer);
+    void flush();
     bool trimToMaximum();
-    void forgetLeavingPeers();
-    void queueHeldBytes();
+    void queueHeldBytes(bool counted = true);
     void armTimer();
     void tellCounters();
     void updateThrottle();
     [[nodiscard]] bool showsText(RXorTx direction) const;
     [[nodiscard]] bool receivesText() const { return showsText(RXorTx::Received); }
-    [[nodiscard]] std::optional<QColor> colorOf(RXorTx direction) const;
+    [[nodiscard]] Ink inkOf(RXorTx direction) const;
 
-    DisplaySink& m_sink;
-    TrafficLog* m_log = nullptr;
+    DisplaySink* m_sink = nullptr;
+    PortLog* m_log = nullptr;
     Clocks m_clocks;
     FormatSetting m_format;
     DecoderSet m_decoders;
     DisplayState m_display;
+    DisplayBatch m_batch; // of the drain at hand
     QTimer m_timer;
-    DisplayQueue m_queue;        // bounded by the high-water marks
-    QByteArray m_hold;           // received while paused; bounded by kHoldHighWater
-    std::size_t m_finishing = 0; // records in front that a stopped view still shows
+    DisplayQueue m_queue; // bounded by the high-water marks
+    QByteArray m_hold;    // received while paused; bounded by kHoldHighWater
     RunState m_state = RunState::Stopped;
-    // Forgotten as soon as the queue is empty; at most DecoderSet::kMaxPeers.
-    QStringList m_leavingPeers;
     bool m_throttled = false;
     bool m_toldPausedFull = false;
     qint64 m_receivedBytes = 0;

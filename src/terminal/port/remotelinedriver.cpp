@@ -54,9 +54,8 @@ QString RemoteLineDriver::breakHint() const
     return tr("Click to send a Break to the remote port (hold for longer)");
 }
 
-LineDriver::Answer RemoteLineDriver::drive(SerialLine line, const Settings& settings)
+LineDriver::Answer RemoteLineDriver::requested(SerialLine line, const Settings& settings) const
 {
-    m_link.pushSettings(settings);
     const bool high = line == SerialLine::Dtr ? settings.dtrOn : settings.rtsOn;
     switch (m_link.state()) {
     case RemoteSerialLink::State::ComPortActive:

@@ -51,6 +51,8 @@ public:
     // how much.
     bool sendPayload(const QByteArray& payload);
 
+    // Payload that waits for the end of the negotiation.
+    [[nodiscard]] qint64 waitingBytes() const { return m_waiting.size(); }
     // Brings the remote to these settings, if it takes any.
     void pushSettings(const Settings& settings);
     // False when nothing was sent.

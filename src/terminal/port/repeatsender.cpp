@@ -31,35 +31,38 @@ void RepeatSender::setInterval(qint32 interval, qint32 unit)
 
 void RepeatSender::setEnabled(bool on)
 {
-    m_enabled = on;
-    updateTimer();
+    if (std::exchange(m_enabled, on) == on)
+        return;
+    if (!on)
+        m_timer.stop();
+    else if (m_state != RunState::Stopped)
+        m_timer.start();
 }
 
 void RepeatSender::paneStarted()
 {
     m_lineIndex = 0;
     m_state = RunState::Running;
-    updateTimer();
+    if (m_enabled && !m_timer.isActive())
+        m_timer.start();
 }
 
 void RepeatSender::paneHalted(RunState state)
 {
     m_state = state;
-    updateTimer();
-}
-
-void RepeatSender::updateTimer()
-{
-    if (!m_enabled || m_state != RunState::Running)
-        m_timer.stop();
-    else if (!m_timer.isActive())
-        m_timer.start();
+    m_timer.stop();
 }
 
 void RepeatSender::tick()
 {
     if (!m_enabled || !m_pane.isOpen())
         return;
+    if (m_pane.pendingBytes() > 0) {
+        if (!std::exchange(m_skipTold, true))
+            Q_EMIT skipped();
+        return;
+    }
+    m_skipTold = false;
     QString message = m_pane.text();
     if (m_lineByLine) {
         const QStringList lines = message.split(u'\n');

@@ -8,8 +8,11 @@
 
 // Sends the editor's text again and again, whole or one line per tick.
 //
-// Runs while it is enabled and the pane is neither stopped nor paused. Owned by the pane, which
-// gives it the three functions below and tells it of the pane's starts, pauses and stops.
+// Runs while it is enabled and the connection stands; a pause ends it until the pane goes on or the
+// option is ticked anew. No message is sent before the one ahead of it has left: on a line that is
+// slower than the period the backlog would grow without end and go on long after it was switched
+// off. Owned by the pane, which gives it the functions below and tells it of starts, pauses and
+// stops.
 class RepeatSender final : public QObject
 {
     Q_OBJECT
@@ -22,6 +25,7 @@ public:
     struct Pane
     {
         std::function<bool()> isOpen;             // the connection stands
+        std::function<qint64()> pendingBytes;     // accepted and not yet left
         std::function<QString()> text;            // the editor's, lines separated by LF
         std::function<void(const QString&)> send; // one message; never an empty one
     };
@@ -42,16 +46,20 @@ public:
     // Paused or closed.
     void paneHalted(RunState state);
 
-    // One period. Nothing happens while the connection is not open; an empty line uses its tick.
+    // One period. Nothing happens while the connection is not open or output waits; an empty line
+    // uses its tick.
     void tick();
 
-private:
-    void updateTimer();
+Q_SIGNALS:
+    // The last message has not left; said once until one has.
+    void skipped();
 
+private:
     Pane m_pane;
     QTimer m_timer;
     RunState m_state = RunState::Stopped;
     bool m_enabled = false;
+    bool m_skipTold = false;
     bool m_lineByLine = false;
     qsizetype m_lineIndex = 0;
 };

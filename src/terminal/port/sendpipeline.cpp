@@ -5,6 +5,8 @@
 #include "terminal/port/receivepipeline.h"
 #include "terminal/text/wiretextcodecregistry.h"
 
+#include <utility>
+
 namespace {
 
 bool isHexadecimal(const FormatSetting& format)
@@ -32,9 +34,9 @@ QByteArray echoOfTyped(QByteArray bytes)
 
 } // namespace
 
-SendPipeline::SendPipeline(SendTransport& transport, ReceivePipeline& receive, QObject* parent)
+SendPipeline::SendPipeline(Write write, ReceivePipeline& receive, QObject* parent)
     : QObject(parent)
-    , m_transport(transport)
+    , m_write(std::move(write))
     , m_receive(receive)
 {}
 
@@ -42,12 +44,7 @@ SendPipeline::~SendPipeline() = default;
 
 bool SendPipeline::sendText(const QString& text, Editor editor)
 {
-    const QByteArray bytes = encodeSendData(text, editor);
-    if (!sendMessage(bytes))
-        return false;
-    if (m_format.displaySendMsg)
-        echoSent(bytes);
-    return true;
+    return sendMessage(encodeSendData(text, editor));
 }
 
 QByteArray SendPipeline::encodeSendData(const QString& text, Editor editor)
@@ -59,46 +56,31 @@ QByteArray SendPipeline::encodeSendData(const QString& text, Editor editor)
     const bool hexadecimal = isHexadecimal(m_format);
     const EncodeSendResult result = MessageCodec::encodeSend(text, hexadecimal, m_format);
     if (!result.ok) {
-        Q_EMIT statusMessage(result.error, kEncodingErrorMs);
+        Q_EMIT noticed({result.error, {}, Notice::Gravity::Warning, kEncodingErrorMs});
         return {};
     }
     if (hexadecimal && editor == Editor::Rewrite && result.displayText != text)
         Q_EMIT editorTextReplaced(result.displayText);
     m_history.add(hexadecimal ? result.displayText.toUpper() : text);
-    Q_EMIT settingsChanged();
     Q_EMIT historyChanged();
     return result.bytes;
 }
 
 bool SendPipeline::sendMessage(const QByteArray& bytes)
 {
-    if (bytes.isEmpty() || !m_transport.sendMessage(bytes))
-        return false;
-    accountSent(bytes.size());
-    return true;
+    return send(bytes, m_format.displaySendMsg ? bytes : QByteArray());
 }
 
-qint64 SendPipeline::writeRaw(
-    const QByteArray& bytes, bool echo, UdpTargetMode target, const QString& peerKey)
+bool SendPipeline::send(const QByteArray& bytes, const QByteArray& echo)
 {
-    if (bytes.isEmpty() || !m_transport.isOpen())
-        return 0;
-    const qint64 taken = m_transport.writeRaw(bytes, target, peerKey);
-    if (taken <= 0)
-        return 0;
-    accountSent(taken);
-    if (echo)
-        m_receive.pushByteArray(bytes.first(taken), false, RXorTx::Sent);
-    return taken;
-}
-
-bool SendPipeline::sendBytes(const QByteArray& bytes)
-{
-    if (!m_transport.isOpen() || !sendMessage(bytes))
+    if (bytes.isEmpty())
         return false;
-    if (m_format.displaySendMsg)
-        echoSent(bytes);
-    return true;
+    const Written written = m_write(bytes);
+    if (written == Written::Kept)
+        m_kept.push_back({bytes.size(), echo});
+    else if (written == Written::Taken)
+        account(bytes.size(), echo);
+    return written != Written::Refused;
 }
 
 bool SendPipeline::sendTyped(const QString& text)
@@ -109,7 +91,7 @@ bool SendPipeline::sendTyped(const QString& text)
     for (const QString& line : typedLines) {
         const auto encoded = WireTextCodecRegistry::encode(line, m_format.sendEncoding);
         if (!encoded.ok) {
-            Q_EMIT statusMessage(encoded.error, kEncodingErrorMs);
+            Q_EMIT noticed({encoded.error, {}, Notice::Gravity::Warning, kEncodingErrorMs});
             return false;
         }
         lines.append(encoded.bytes);
@@ -129,31 +111,40 @@ bool SendPipeline::sendControl(const QByteArray& bytes)
 
 bool SendPipeline::sendTypedBytes(const QByteArray& bytes)
 {
-    // A key press opens nothing: the person may have closed the port a moment ago.
-    if (!m_transport.isOpen() || !sendMessage(bytes))
-        return false;
-    if (m_format.localEcho)
-        echoSent(isHexadecimal(m_format) ? bytes : echoOfTyped(bytes));
-    return true;
+    if (!m_format.localEcho)
+        return send(bytes, {});
+    return send(bytes, isHexadecimal(m_format) ? bytes : echoOfTyped(bytes));
 }
 
-void SendPipeline::accountSent(qint64 bytes)
+void SendPipeline::account(qsizetype size, const QByteArray& echo)
 {
-    m_sentBytes += bytes;
+    m_sentBytes += size;
     Q_EMIT sent();
     Q_EMIT countersChanged();
+    if (echo.isEmpty())
+        return;
+    m_receive.pushByteArray(echo, false, RXorTx::Sent);
+    m_receive.onRefreshDisplay();
 }
 
-void SendPipeline::echoSent(const QByteArray& bytes)
+void SendPipeline::connectionOpened()
 {
-    m_receive.pushByteArray(bytes, false, RXorTx::Sent);
-    m_receive.onRefreshDisplay();
+    for (const Kept& kept : std::exchange(m_kept, {}))
+        account(kept.size, kept.echo);
+}
+
+void SendPipeline::connectionClosed(qint64 unsent)
+{
+    m_kept.clear();
+    if (unsent <= 0)
+        return;
+    m_sentBytes = qMax<qint64>(m_sentBytes - unsent, 0);
+    Q_EMIT countersChanged();
 }
 
 void SendPipeline::setHistory(const QStringList& entries)
 {
     m_history.setEntries(entries);
-    Q_EMIT historyChanged();
 }
 
 void SendPipeline::clearHistory()

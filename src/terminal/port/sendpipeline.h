@@ -1,32 +1,44 @@
 #pragma once
 
+#include "base/notice.h"
 #include "settings/formatsetting.h"
 #include "terminal/port/sendhistory.h"
-#include "terminal/port/sendtransport.h"
 
 #include <QObject>
+#include <deque>
+#include <functional>
 
 class ReceivePipeline;
 
 // From what a person types to bytes on the transport: encoding, history, echo into the receive
 // view, counter of sent bytes.
 //
-// Data flow: editor, repeat sender or receive terminal -> MessageCodec -> SendTransport; what the
-// transport took is counted, flashes the lamp and, when asked for, is echoed into the receive
-// pipeline. What it did not take is neither counted nor echoed: the view shows only what went out.
-// Owned by the pane; transport and receive pipeline outlive it. No buffer but the history.
+// Data flow: editor, repeat sender or receive terminal -> MessageCodec -> Write; what the transport
+// took is counted, flashes the lamp and, when asked for, is echoed into the receive pipeline. What
+// it keeps for a connection that is still being made waits to be counted and echoed until that
+// stands, and is forgotten when it fails: the view shows only what went out. Owned by the live
+// port; the receive pipeline outlives it. Bounds: the history's, and for what waits the
+// transport's.
 class SendPipeline final : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(SendPipeline)
 
 public:
+    // What became of bytes that were handed to the transport: all of them, always.
+    enum class Written {
+        Refused,
+        Taken, // they leave now
+        Kept,  // they leave when the connection stands
+    };
+    using Write = std::function<Written(const QByteArray& bytes)>;
+
     // What becomes of the editor's content when hexadecimal input is rewritten.
     enum class Editor { Rewrite, Keep };
 
     static constexpr int kEncodingErrorMs = 10000;
 
-    SendPipeline(SendTransport& transport, ReceivePipeline& receive, QObject* parent = nullptr);
+    SendPipeline(Write write, ReceivePipeline& receive, QObject* parent = nullptr);
     ~SendPipeline() override;
 
     void setFormatSetting(const FormatSetting& format) { m_format = format; }
@@ -34,30 +46,25 @@ public:
     // One message from the editor: encodeSendData(), sendMessage() and, with displaySendMsg, the
     // echo. False when nothing was sent; the editor keeps its text in any case.
     bool sendText(const QString& text, Editor editor = Editor::Rewrite);
-
     // The bytes of a typed message, which goes into the history; empty when there is nothing to
-    // send (the editor is asked to take the focus) or the text cannot be encoded (a status message
-    // says why).
+    // send (the editor is asked to take the focus) or the text cannot be encoded (a notice says
+    // why).
     QByteArray encodeSendData(const QString& text, Editor editor = Editor::Rewrite);
-    // Sends, opening the connection first when it is closed, and counts. False when the transport
-    // refused.
+    // Sends and counts; with displaySendMsg echoed. False when the transport refused.
     bool sendMessage(const QByteArray& bytes);
-    // Bytes as they are over an open connection; `echo` shows them as sent. Returns the bytes
-    // taken, 0 on failure.
-    qint64 writeRaw(
-        const QByteArray& bytes, bool echo, UdpTargetMode target, const QString& peerKey);
 
-    // Bytes as they are over an open connection, to whom the editor sends; with displaySendMsg
-    // echoed. False when nothing was sent.
-    bool sendBytes(const QByteArray& bytes);
-
-    // Keys typed into the receive terminal: not in the history, echoed when localEcho is on, sent
-    // only over an open connection. A line break in (pasted) text is what Enter sends. False when
-    // nothing was sent.
+    // Keys typed into the receive terminal: not in the history, echoed when localEcho is on. A line
+    // break in (pasted) text is what Enter sends. False when nothing was sent.
     bool sendTyped(const QString& text);
     bool sendEnter();
     // Control characters, and the sequences of function keys, as they are.
     bool sendControl(const QByteArray& bytes);
+
+    // The connection stands: what was kept for it is on its way.
+    void connectionOpened();
+    // It failed or is gone: what was kept for it, and `unsent` bytes that had been taken, were not
+    // sent after all.
+    void connectionClosed(qint64 unsent);
 
     [[nodiscard]] const SendHistory& history() const { return m_history; }
     void setHistory(const QStringList& entries);
@@ -67,25 +74,31 @@ public:
     void clearCounter();
 
 Q_SIGNALS:
-    void statusMessage(const QString& text, int timeoutMs);
+    void noticed(const Notice& notice);
     // Bytes went out: time for the lamp.
     void sent();
     void countersChanged();
+    // The entries are others, by sending or because they were cleared.
     void historyChanged();
-    // The history changed by sending and is to be stored.
-    void settingsChanged();
     // The editor's content in canonical form.
     void editorTextReplaced(const QString& text);
     void editorFocusRequested();
 
 private:
-    bool sendTypedBytes(const QByteArray& bytes);
-    void accountSent(qint64 bytes);
-    void echoSent(const QByteArray& bytes);
+    struct Kept
+    {
+        qsizetype size = 0;
+        QByteArray echo; // empty for none
+    };
 
-    SendTransport& m_transport;
+    bool send(const QByteArray& bytes, const QByteArray& echo);
+    bool sendTypedBytes(const QByteArray& bytes);
+    void account(qsizetype size, const QByteArray& echo);
+
+    Write m_write;
     ReceivePipeline& m_receive;
     FormatSetting m_format;
     SendHistory m_history;
+    std::deque<Kept> m_kept;
     qint64 m_sentBytes = 0;
 };

@@ -1,5 +1,7 @@
 #include "terminal/text/ansiescapefilter.h"
 
+#include <utility>
+
 #include <QtEndian>
 #include <algorithm>
 #include <bit>
@@ -103,6 +105,12 @@ QByteArray AnsiEscapeFilter::process(QByteArrayView bytes)
         }
     }
     return out;
+}
+
+QByteArray AnsiEscapeFilter::takePending()
+{
+    m_state = State::Ground;
+    return std::exchange(m_pending, {});
 }
 
 void AnsiEscapeFilter::reset()

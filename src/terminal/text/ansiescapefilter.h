@@ -26,6 +26,8 @@ public:
     void filter(QByteArray& bytes);
     // Not within a sequence: the next byte is taken as it would be at the start.
     [[nodiscard]] bool isIdle() const { return m_state == State::Ground; }
+    // The bytes of an unfinished sequence, which end here; back to plain bytes.
+    [[nodiscard]] QByteArray takePending();
     // Back to plain bytes; the bytes of an unfinished sequence are dropped.
     void reset();
 

@@ -1,6 +1,6 @@
 #include "terminal/view/receiveview.h"
 
-#include "settings/displayfonts.h"
+#include "terminal/view/displayfonts.h"
 #include "terminal/view/hexbytes.h"
 #include "terminal/view/receiveaccessible.h"
 #include "terminal/view/receivearea.h"

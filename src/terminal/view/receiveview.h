@@ -1,12 +1,14 @@
 #pragma once
 
-#include "terminal/port/displaysink.h"
+#include "terminal/format/hexspan.h"
 #include "terminal/view/textstore.h"
 
+#include <QColor>
 #include <QFont>
 #include <QList>
 #include <QPointer>
 #include <QWidget>
+#include <optional>
 
 class ReceiveArea;
 class ReceiveKeyboard;
@@ -27,7 +29,7 @@ class TextSaver;
 //
 // Keys: everything a device may want is typed, Tab too (receivekeyboard.h). Ctrl+Tab and
 // Ctrl+Shift+Tab leave the view, so the keyboard is never trapped.
-class ReceiveView final : public QWidget, public DisplaySink, public TextSource
+class ReceiveView final : public QWidget, public TextSource
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ReceiveView)
@@ -46,17 +48,20 @@ public:
     explicit ReceiveView(QWidget* parent = nullptr);
     ~ReceiveView() override;
 
-    // DisplaySink. A given colour that cannot be read on the current background is drawn in the
+    // At the end, without adding a line break; the reader keeps the place unless it was the
+    // bottom. A given colour that cannot be read on the current background is drawn in the
     // palette's text colour. The Unicode line and paragraph separators, which are not line ends
     // here, are drawn as U+FFFD; the text keeps them.
-    void appendText(const QString& text, const std::optional<QColor>& color) override;
-    void appendHexadecimal(const QString& text, const std::optional<QColor>& color,
-        const QList<HexSpan>& bytes) override;
-    void trimFront(qint64 characters) override;
+    void appendText(const QString& text, const std::optional<QColor>& color = {});
+    void appendHexadecimal(
+        const QString& text, const std::optional<QColor>& color, const QList<HexSpan>& bytes);
+    // Removes the first characters, and one more where that would part a surrogate pair.
+    void trimFront(qint64 characters);
     // The cleared characters count as removed: positions are never used twice.
-    void clearText() override;
-    [[nodiscard]] qint64 textLength() const override { return endPosition() - firstPosition(); }
-    void forceScrollToEnd() override;
+    void clearText();
+    [[nodiscard]] qint64 textLength() const { return endPosition() - firstPosition(); }
+    // The next append ends at the bottom, wherever the reader was.
+    void forceScrollToEnd();
 
     [[nodiscard]] qint64 firstPosition() const override { return store_.firstPosition(); }
     [[nodiscard]] qint64 endPosition() const override { return store_.endPosition(); }

@@ -1,9 +1,9 @@
 // The lamps of a pane on the virtual null modem: what one end raises the other end shows, and what
 // is clicked here arrives there.
 #include "support/nullmodem.h"
-#include "terminal/pane/controllines.h"
 #include "terminal/pane/linestrip.h"
 #include "terminal/pane/panebench.h"
+#include "terminal/port/portlines.h"
 
 #include <QCheckBox>
 #include <QSerialPort>

@@ -50,12 +50,13 @@ void TestPeerPanel::trafficIsCounted()
     model.noteSent(u"somebody else"_s, 1);
     QVERIFY2(changed.isEmpty(), "told by the timer, not a hundred times");
     QTRY_COMPARE(changed.size(), 1);
-    QCOMPARE(changed[0][0].toModelIndex().row(), 0);
-    QCOMPARE(changed[0][1].toModelIndex().row(), 2);
-    QCOMPARE(column(model, PeerListModel::Received), (QStringList{u"107"_s, u"0"_s, u"107"_s}));
-    QCOMPARE(column(model, PeerListModel::Sent), (QStringList{u"8"_s, u"7"_s, u"0"_s}));
+    QCOMPARE(changed[0][0].toModelIndex().row(), 1);
+    QCOMPARE(changed[0][1].toModelIndex().row(), 3);
+    QCOMPARE(column(model, PeerListModel::Received),
+        (QStringList{QString(), u"107"_s, u"0"_s, u"107"_s}));
+    QCOMPARE(column(model, PeerListModel::Sent), (QStringList{QString(), u"8"_s, u"7"_s, u"0"_s}));
     QCOMPARE(column(model, PeerListModel::LastHeard),
-        (QStringList{u"12:34:57"_s, QString(), u"12:34:57"_s}));
+        (QStringList{QString(), u"12:34:57"_s, QString(), u"12:34:57"_s}));
 }
 
 void TestPeerPanel::previewsFitOneLine_data()
@@ -77,9 +78,10 @@ void TestPeerPanel::previewsFitOneLine()
     PeerListModel model;
     model.addPeer(u"p"_s);
     model.noteReceived(u"p"_s, bytes);
-    QTEST(model.index(1, PeerListModel::LastMessage).data().toString(), "text");
+    QTEST(model.index(PeerListModel::kTargetRows, PeerListModel::LastMessage).data().toString(),
+        "text");
     model.noteReceived(u"p"_s, "<b>");
-    const QString tip = model.index(1, 0).data(Qt::ToolTipRole).toString();
+    const QString tip = model.index(PeerListModel::kTargetRows, 0).data(Qt::ToolTipRole).toString();
     QVERIFY2(tip.contains("Last message: &lt;b&gt;"_L1), qPrintable(tip));
 }
 
@@ -91,10 +93,11 @@ void TestPeerPanel::peersComeAndGo()
     QCOMPARE(model.peerCount(), 3);
     model.removePeer(u"a"_s);
     model.removePeer(u"never seen"_s);
-    QCOMPARE(
-        column(model, PeerListModel::Address), (QStringList{u"All clients"_s, u"b"_s, u"c"_s}));
+    QCOMPARE(column(model, PeerListModel::Address),
+        (QStringList{u"The only client"_s, u"All clients"_s, u"b"_s, u"c"_s}));
     model.noteReceived(u"c"_s, "12");
-    QCOMPARE(column(model, PeerListModel::Received), (QStringList{u"2"_s, u"0"_s, u"2"_s}));
+    QCOMPARE(
+        column(model, PeerListModel::Received), (QStringList{QString(), u"2"_s, u"0"_s, u"2"_s}));
     model.setKind(Kind::UdpPeers);
     QCOMPARE(
         column(model, PeerListModel::Address), (QStringList{u"Last sender"_s, u"All peers"_s}));
@@ -107,7 +110,7 @@ void TestPeerPanel::theChosenPeerStaysWhenItLeaves()
     QSignalSpy chosen(&panel, &PeerPanel::targetChanged);
     panel.model().addPeer(u"a"_s);
     panel.model().addPeer(u"b"_s);
-    QCOMPARE(panel.target(), Target::All);
+    QCOMPARE(panel.target(), Target::Own);
     panel.choose(Target::Peer, u"b"_s);
     QCOMPARE(chosen.size(), 1);
     QCOMPARE(panel.targetPeer(), u"b"_s);
@@ -123,7 +126,8 @@ void TestPeerPanel::theChosenPeerStaysWhenItLeaves()
     panel.model().removePeer(u"b"_s);
     panel.choose(Target::All);
     QCOMPARE(chosen.size(), 2);
-    QTRY_COMPARE(column(panel.model(), PeerListModel::Address), QStringList(u"All clients"_s));
+    QTRY_COMPARE(column(panel.model(), PeerListModel::Address),
+        (QStringList{u"The only client"_s, u"All clients"_s}));
 }
 
 void TestPeerPanel::udpAnswersUnlessSomebodyIsChosen()
@@ -131,12 +135,12 @@ void TestPeerPanel::udpAnswersUnlessSomebodyIsChosen()
     PeerPanel panel;
     QSignalSpy chosen(&panel, &PeerPanel::targetChanged);
     panel.setKind(Kind::UdpPeers);
-    QCOMPARE(panel.target(), Target::LastSender);
+    QCOMPARE(panel.target(), Target::Own);
     panel.model().addPeer(u"a"_s);
     panel.choose(Target::Peer, u"a"_s);
     chosen.clear();
     panel.model().clear();
-    QCOMPARE(panel.target(), Target::LastSender);
+    QCOMPARE(panel.target(), Target::Own);
     QCOMPARE(panel.targetPeer(), QString());
     QCOMPARE(chosen.size(), 1);
 }
@@ -153,7 +157,7 @@ void TestPeerPanel::saysWhatIsMissing()
     const auto* list = panel.findChild<QTreeView*>();
     QVERIFY(list->isHidden());
     panel.model().addPeer(u"a"_s);
-    QCOMPARE(panel.summary(), u"Sending to: All clients; listening on *:6000"_s);
+    QCOMPARE(panel.summary(), u"Sending to: The only client; listening on *:6000"_s);
     QVERIFY(!list->isHidden());
     panel.setExpanded(false);
     QVERIFY(list->isHidden());
@@ -171,9 +175,10 @@ void TestPeerPanel::aRightClickChoosesNobody()
     panel.show();
     QVERIFY(QTest::qWaitForWindowExposed(&panel));
     auto* list = panel.findChild<QTreeView*>();
-    const QPoint row = list->visualRect(panel.model().index(1, 0)).center();
+    const QPoint row =
+        list->visualRect(panel.model().index(PeerListModel::kTargetRows, 0)).center();
     QTest::mouseClick(list->viewport(), Qt::RightButton, {}, row);
-    QCOMPARE(panel.target(), Target::All);
+    QCOMPARE(panel.target(), Target::Own);
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, row);
     QCOMPARE(panel.targetPeer(), u"a"_s);
     QTest::keyClick(list, Qt::Key_Up);

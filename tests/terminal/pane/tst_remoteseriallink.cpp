@@ -91,7 +91,7 @@ struct LinkBench
 struct PaneBench : ShownPane
 {
     DeviceServer server;
-    QSignalSpy received{&pane, &SerialPortWidget::rxTapped};
+    QSignalSpy received{&pane.port(), &LivePort::rxTapped};
 
     PaneBench() { pane.setSettings(remoteSettings(server.peer.port())); }
     // Opens, and waits until the pane's settings have arrived.
@@ -309,7 +309,7 @@ void TestRemoteSerialLink::refusedComPortControlIsTold()
     RemoteLineDriver driver(bench.link);
     // Not asked yet is not refused.
     const auto told = [&]() -> QString {
-        return driver.drive(SerialLine::Rts, bench.settings).text + driver.setBreak(true).text;
+        return driver.requested(SerialLine::Rts, bench.settings).text + driver.setBreak(true).text;
     };
     QCOMPARE(told(),
         u"The connection is not open; the remote port is asked for RTS high when it is."
@@ -321,7 +321,7 @@ void TestRemoteSerialLink::refusedComPortControlIsTold()
         "does."_s);
     bench.link.setNegotiationTimeout(std::chrono::milliseconds(0));
     QTRY_COMPARE(bench.link.state(), State::TransparentTcp);
-    const LineDriver::Answer rts = driver.drive(SerialLine::Rts, bench.settings);
+    const LineDriver::Answer rts = driver.requested(SerialLine::Rts, bench.settings);
     QCOMPARE(rts.text, u"The remote peer did not accept RFC 2217 com-port control, so RTS cannot "
                        "be set from here."_s);
     QCOMPARE(rts.timeoutMs, 6000);

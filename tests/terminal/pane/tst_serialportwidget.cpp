@@ -277,8 +277,11 @@ void TestSerialPortWidget::servesItsClients()
     QTRY_COMPARE(bench.text(), u"hello \u00E9 one"_s);
 
     const auto type = [&](const QString& keys) { QTest::keyClicks(keyTarget(bench.view), keys); };
+    type(u"nobody was chosen"_s);
+    auto* chooser = bench.pane.findChild<PeerPanel*>();
+    chooser->choose(PeerPanel::Target::All);
     type(u"all"_s);
-    bench.pane.findChild<PeerPanel*>()->choose(PeerPanel::Target::Peer, peers.model().keyAt(2));
+    chooser->choose(PeerPanel::Target::Peer, peers.model().keyAt(PeerListModel::kTargetRows + 1));
     type(u"tw"_s);
     bench.pane.sendBytes("o");
     QTRY_COMPARE(clients.received(1), "alltwo"_ba);

@@ -11,19 +11,14 @@ public:
     struct Append
     {
         QString text;
-        std::optional<QColor> color;
+        Ink ink = Ink::Plain;
         bool operator==(const Append&) const = default;
     };
 
-    void appendText(const QString& appended, const std::optional<QColor>& color) override
+    void append(const QString& appended, Ink ink, const QList<HexSpan>& spans) override
     {
         text += appended;
-        appends.append({appended, color});
-    }
-    void appendHexadecimal(const QString& appended, const std::optional<QColor>& color,
-        const QList<HexSpan>& spans) override
-    {
-        appendText(appended, color);
+        appends.append({appended, ink});
         for (const HexSpan& span : spans)
             digits += QStringView(appended).sliced(span.from, span.to - span.from);
     }

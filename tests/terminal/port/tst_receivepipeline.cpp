@@ -1,9 +1,14 @@
 #include "terminal/port/receivepipeline.h"
 
-#include "terminal/port/receivemodel.h"
+#include "log/logfilename.h"
+#include "terminal/format/sendmodes.h"
+#include "terminal/port/displaysinkstub.h"
+#include "terminal/port/portlog.h"
 
+#include <QFile>
 #include <QRandomGenerator>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -18,8 +23,9 @@ const QDateTime kNoon(QDate(2024, 5, 1), QTime(12, 0));
 struct Bench
 {
     Bench()
-        : pipeline(sink, {[this] { return now; }, [this] { return monotonicMs += stepMs; }})
+        : pipeline({[this] { return now; }, [this] { return monotonicMs += stepMs; }})
     {
+        pipeline.setDisplay(&sink);
         pipeline.start();
     }
     void apply() { pipeline.setFormatSetting(format); }
@@ -60,98 +66,6 @@ QByteArray deviceTalk(QRandomGenerator& random, qsizetype size)
     return bytes + "m end";
 }
 
-QByteArray anyChunk(QRandomGenerator& random, bool large)
-{
-    static const QByteArrayList chunks{"a", "word ", "\n", "\n", "\r", "\r\n", "end\r\n", "\n\n",
-        "\xE4", "\xB8\xAD", "\xC3", "\xA9", "\xD6\xD0", "\x9B", "m", "\x1B", "[0", "\x1B[31m",
-        "\x1B]0;title\x07", "\x9D", "\x07", QByteArray("\0", 1), "a\rb\nc"};
-    if (large && random.bounded(100) == 0)
-        return deviceTalk(random, random.bounded(700000));
-    QByteArray chunk;
-    for (int parts = 1 + random.bounded(2); parts > 0; --parts)
-        chunk += chunks.at(random.bounded(chunks.size()));
-    return chunk;
-}
-
-FormatSetting anyFormat(QRandomGenerator& random)
-{
-    static const QStringList encodings{u"UTF-8"_s, u"GBK"_s, u"ISO-8859-1"_s};
-    FormatSetting format;
-    format.receiveMsgFormat = 1 + int(random.bounded(4) > 0);
-    format.sendMsgFormat = 1 + int(random.bounded(4) > 0);
-    format.receiveEncoding = encodings.at(random.bounded(encodings.size()));
-    format.sendEncoding = encodings.at(random.bounded(encodings.size()));
-    format.rxAutoFeedLine = random.bounded(2) == 0;
-    format.autoFeedInterval = 10;
-    format.displayMsgTime = random.bounded(2) == 0;
-    format.rxTimeFormat = u"<zzz "_s;
-    format.txTimeFormat = u">zzz "_s;
-    format.formatDisplayColor = random.bounded(2) == 0;
-    format.receiveTextColor = Qt::blue;
-    format.sendTextColor = random.bounded(2) == 0 ? Qt::blue : Qt::red;
-    format.displayBufferSize = random.bounded(3) > 0 ? kMiB : FormatSetting::maxDisplayBufferSize;
-    return format;
-}
-
-// What was appended, with neighbours of one colour in one piece.
-QList<StringSink::Append> appendedByColour(const StringSink& sink)
-{
-    QList<StringSink::Append> runs;
-    for (const StringSink::Append& append : sink.appends) {
-        if (runs.isEmpty() || runs.constLast().color != append.color)
-            runs.append({QString(), append.color});
-        runs.last().text += append.text;
-    }
-    return runs;
-}
-
-void oneStep(Bench& bench, ReceiveModel& model, QRandomGenerator& random)
-{
-    static const QStringList peers{u""_s, u""_s, u""_s, u"a:1"_s, u"b:1"_s};
-    bench.now = bench.now.addMSecs(std::array{0, 0, 0, 1, 10, 11}[random.bounded(6)]);
-    const RunState state = model.runState();
-    quint32 what = random.bounded(100);
-    // A large record is filtered piece by piece when it is shown; what would change the filter
-    // waits for that.
-    if (bench.pipeline.waitingBytes() > DisplayQueue::kSliceBytes && what >= 80
-        && !(state == RunState::Paused && what < 86))
-        what = 99;
-    if (what < 75) {
-        const QByteArray chunk = anyChunk(random, state != RunState::Stopped);
-        const QString peer = peers.at(random.bounded(peers.size()));
-        if (what < 60) {
-            bench.receive(chunk, peer);
-            model.ingest(chunk, peer, bench.now);
-        } else {
-            bench.pipeline.pushByteArray(chunk, false, RXorTx::Sent);
-            model.push(chunk, RXorTx::Sent, {}, bench.now);
-        }
-    } else if (what < 80) {
-        bench.pipeline.pause();
-        model.pause();
-    } else if (what < 86) {
-        bench.pipeline.start();
-        model.start(bench.now);
-    } else if (what < 88) {
-        bench.pipeline.stop();
-        model.stop(bench.now);
-    } else if (what < 89) {
-        bench.pipeline.clear();
-        model.clear();
-    } else if (what < 92) {
-        bench.format = anyFormat(random);
-        bench.apply();
-        model.setFormat(bench.format);
-    }
-    // Nothing is shown in between.
-    const bool drains = what >= 92 || random.bounded(3) == 0;
-    model.appended.clear();
-    if (drains) {
-        bench.drainAll();
-        model.drain();
-    }
-}
-
 } // namespace
 
 class TestReceivePipeline final : public QObject
@@ -159,31 +73,117 @@ class TestReceivePipeline final : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // Chunks of all kinds, pauses, directions, peers, formats, encodings and colours, a view that
-    // is paused, stopped, resumed and cleared: after every step the pipeline has done what the
-    // model does. In every second run the time of a drain is used up now and then.
-    void likeTheModel()
+    void anyCuttingGivesTheSameText_data()
     {
-        for (quint32 seed = 1; seed <= 12; ++seed) {
+        QTest::addColumn<int>("format");
+        QTest::newRow("text") << int(MessageFormat::Text);
+        QTest::newRow("hexadecimal") << int(MessageFormat::Hexadecimal);
+    }
+
+    // Whole, and cut anywhere, with the view paused and drained at any moment between.
+    void anyCuttingGivesTheSameText()
+    {
+        QFETCH(int, format);
+        QRandomGenerator random(7);
+        const QByteArray talk = deviceTalk(random, 200000);
+        QString whole;
+        for (int round = 0; round < 4; ++round) {
             Bench bench;
-            ReceiveModel model;
-            model.start(bench.now);
-            QRandomGenerator random(seed);
-            for (int step = 0; step < 400; ++step) {
-                bench.stepMs =
-                    seed % 2 == 0 ? random.bounded(2 * ReceivePipeline::kDrainBudgetMs) : 0;
-                oneStep(bench, model, random);
-                const QByteArray where =
-                    "seed " + QByteArray::number(seed) + " step " + QByteArray::number(step);
-                QVERIFY2(appendedByColour(bench.sink) == model.appended, where);
-                bench.sink.appends.clear();
-                QVERIFY2(bench.sink.text == model.text, where);
-                QVERIFY2(bench.sink.digits == model.digits, where);
-                QVERIFY2(bench.pipeline.receivedBytes() == model.received, where);
-                QVERIFY2(bench.pipeline.removedCharacters() == model.removed, where);
-                QVERIFY2(bench.pipeline.runState() == model.runState(), where);
+            bench.format.receiveMsgFormat = format;
+            bench.apply();
+            bench.stepMs = round;
+            for (qsizetype at = 0; at < talk.size();) {
+                const qsizetype size = round == 0 ? talk.size() : 1 + random.bounded(3000);
+                bench.receive(talk.mid(at, size));
+                at += size;
+                if (const quint32 what = round == 0 ? 9 : random.bounded(10); what == 0)
+                    bench.pipeline.pause();
+                else if (what < 3)
+                    bench.pipeline.start();
+                else if (what < 5)
+                    bench.pipeline.onRefreshDisplay();
             }
+            bench.pipeline.start();
+            bench.drainAll();
+            if (round == 0)
+                whole = bench.sink.text;
+            QVERIFY(bench.sink.text == whole);
+            QCOMPARE(bench.pipeline.receivedBytes(), talk.size());
         }
+        QVERIFY(whole.size() > 50000);
+    }
+
+    // What a connection delivered is shown and logged as its own, whatever happens to its view.
+    void bytesStayWithTheirConnection()
+    {
+        QTemporaryDir folder;
+        Bench bench;
+        PortLog log;
+        bench.pipeline.setLog(&log);
+        FormatSetting record;
+        record.logSaveFlag = true;
+        record.logFilePath = folder.filePath(u"%S.log"_s);
+        log.setUp(record, u"A"_s, {});
+        bench.receive("first ");
+        bench.drainAll();
+        bench.pipeline.pause();
+        bench.receive("held \x1B[3");
+        bench.pipeline.stop();
+        // Queued by the next connection before the former one's bytes are through.
+        bench.pipeline.afterWaiting([&] { log.setUp(record, u"B"_s, {}); });
+        bench.pipeline.start();
+        bench.receive("second");
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"first held \u241B[3second"_s);
+        QVERIFY(log.flushLog());
+        const auto logged = [&folder](const QString& name) {
+            QFile file(folder.filePath(name));
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        QVERIFY2(logged(u"A.log"_s).contains("first held "), logged(u"A.log"_s));
+        QVERIFY(!logged(u"A.log"_s).contains("second"));
+        QVERIFY2(logged(u"B.log"_s).contains("second"), logged(u"B.log"_s));
+        QVERIFY(!logged(u"B.log"_s).contains("held"));
+    }
+
+    void clearingDropsWhatWaitsFromTheViewOnly()
+    {
+        QTemporaryDir folder;
+        Bench bench;
+        PortLog log;
+        bench.pipeline.setLog(&log);
+        FormatSetting record;
+        record.logSaveFlag = true;
+        record.logFilePath = folder.filePath(u"a.log"_s);
+        log.setUp(record, u"A"_s, {});
+        bench.pipeline.pause();
+        bench.receive("evidence");
+        bench.pipeline.pushByteArray("sent", false, RXorTx::Sent);
+        bench.pipeline.clear();
+        bench.receive("new");
+        bench.pipeline.start();
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"new"_s);
+        QCOMPARE(bench.pipeline.receivedBytes(), 3);
+        QVERIFY(log.flushLog());
+        QFile file(folder.filePath(u"a.log"_s));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray text = file.readAll();
+        QVERIFY2(text.contains("evidence") && text.contains("sent") && text.contains("new"), text);
+    }
+
+    void anotherFormatKeepsWhatTheFilterHolds()
+    {
+        Bench bench;
+        bench.receive("a\x1B[31");
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"a"_s);
+        bench.format.receiveMsgFormat = int(MessageFormat::Hexadecimal);
+        bench.apply();
+        bench.receive("m");
+        bench.drainAll();
+        QCOMPARE(bench.sink.text, u"a1B 5B 33 31 6D "_s);
+        QCOMPARE(bench.pipeline.receivedBytes(), 6);
     }
 
     void peerDecodersAreBounded()
@@ -214,7 +214,7 @@ private Q_SLOTS:
         bench.receive("1m", u"a"_s);
         bench.receive("\xA9", u"a2"_s);
         bench.drainAll();
-        QCOMPARE(bench.sink.text, u"1m\uFFFD"_s);
+        QCOMPARE(bench.sink.text, u"\u241B[31m\uFFFD"_s);
 
         // Left while its bytes still wait: they keep what came before them.
         bench.receive("\xC3", u"b"_s);
@@ -224,7 +224,7 @@ private Q_SLOTS:
         bench.drainAll();
         bench.receive("\xA9", u"b"_s);
         bench.drainAll();
-        QCOMPARE(bench.sink.text, u"1m\uFFFD\u00E9\uFFFD"_s);
+        QCOMPARE(bench.sink.text, u"\u241B[31m\uFFFD\u00E9\uFFFD"_s);
     }
 
     void recordsOfOneColourAreAppendedTogether()
@@ -239,16 +239,12 @@ private Q_SLOTS:
             bench.drainAll();
         };
         exchange();
-        QCOMPARE(
-            bench.sink.appends, QList<StringSink::Append>({{u"r1 r2 s1 r3 "_s, std::nullopt}}));
+        QCOMPARE(bench.sink.appends, QList<StringSink::Append>({{u"r1 r2 s1 r3 "_s, Ink::Plain}}));
         bench.format.formatDisplayColor = true;
-        bench.format.receiveTextColor = Qt::blue;
-        bench.format.sendTextColor = Qt::red;
         bench.apply();
         exchange();
-        QCOMPARE(
-            bench.sink.appends, QList<StringSink::Append>({{u"r1 r2 "_s, QColor(Qt::blue)},
-                                    {u"s1 "_s, QColor(Qt::red)}, {u"r3 "_s, QColor(Qt::blue)}}));
+        QCOMPARE(bench.sink.appends, QList<StringSink::Append>({{u"r1 r2 "_s, Ink::Received},
+                                         {u"s1 "_s, Ink::Sent}, {u"r3 "_s, Ink::Received}}));
         QCOMPARE(bench.pipeline.receivedBytes(), 18);
     }
 
@@ -367,7 +363,7 @@ private Q_SLOTS:
     {
         Bench bench;
         QSignalSpy throttle(&bench.pipeline, &ReceivePipeline::throttleRequested);
-        QSignalSpy status(&bench.pipeline, &ReceivePipeline::statusMessage);
+        QSignalSpy status(&bench.pipeline, &ReceivePipeline::pausedFull);
         // More than a running view may keep waiting is no reason for a paused one.
         bench.receive(QByteArray(ReceivePipeline::kQueueHighWater, 'q'));
         QCOMPARE(throttle.size(), 1);
@@ -384,7 +380,6 @@ private Q_SLOTS:
         bench.receive("h"); // was on its way
         QCOMPARE(status.size(), 1);
         QVERIFY2(status[0][0].toString().contains("64"_L1), qPrintable(status[0][0].toString()));
-        QCOMPARE(status[0][1].toInt(), 5000);
         bench.pipeline.start();
         bench.stepMs = ReceivePipeline::kDrainBudgetMs;
         bench.pipeline.onRefreshDisplay();
@@ -394,7 +389,8 @@ private Q_SLOTS:
     void timerRestsWhenIdle()
     {
         StringSink sink;
-        ReceivePipeline pipeline(sink);
+        ReceivePipeline pipeline;
+        pipeline.setDisplay(&sink);
         const auto* timer = pipeline.findChild<QTimer*>();
         QCOMPARE(timer->interval(), 20);
         pipeline.start();
@@ -409,23 +405,6 @@ private Q_SLOTS:
         QVERIFY(!timer->isActive());
         pipeline.start();
         QTRY_COMPARE(sink.text, u"hello sent again"_s);
-    }
-
-    void everyChunkIsTappedAndLightsTheLamp()
-    {
-        Bench bench;
-        QSignalSpy tapped(&bench.pipeline, &ReceivePipeline::rxTapped);
-        QSignalSpy lamp(&bench.pipeline, &ReceivePipeline::received);
-        bench.receive("\x1B[0m");
-        bench.pipeline.pause();
-        bench.receive("b");
-        bench.receive("c", u"a:1"_s);
-        bench.receive("");
-        QCOMPARE(tapped, QList<QVariantList>({{QByteArray("\x1B[0m"), QString()},
-                             {QByteArray("b"), QString()}, {QByteArray("c"), u"a:1"_s}}));
-        QCOMPARE(lamp.size(), 3);
-        bench.pipeline.pushByteArray("sent", false, RXorTx::Sent);
-        QCOMPARE(lamp.size(), 3);
     }
 };
 

@@ -1,5 +1,6 @@
 #include "terminal/port/repeatsender.h"
 
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -86,6 +87,36 @@ private Q_SLOTS:
         QVERIFY(!sender.isRunning());
     }
 
+    // A paused view is no reason not to begin when a person says so.
+    void beginsWhilePaused()
+    {
+        RepeatSender sender(pane());
+        sender.paneStarted();
+        sender.paneHalted(RunState::Paused);
+        sender.setEnabled(true);
+        QVERIFY(sender.isRunning());
+    }
+
+    // On a line slower than the period the backlog would grow without end.
+    void waitsUntilTheLastMessageHasLeft()
+    {
+        m_text = u"x"_s;
+        m_open = true;
+        m_sent.clear();
+        RepeatSender sender(pane());
+        QSignalSpy skipped(&sender, &RepeatSender::skipped);
+        sender.setEnabled(true);
+        sender.paneStarted();
+        m_pending = 1;
+        sender.tick();
+        sender.tick();
+        QCOMPARE(m_sent, QStringList());
+        QCOMPARE(skipped.size(), 1);
+        m_pending = 0;
+        sender.tick();
+        QCOMPARE(m_sent, QStringList(u"x"_s));
+    }
+
     void startBeginsWithTheFirstLine()
     {
         m_text = u"1\n2\n3"_s;
@@ -120,11 +151,12 @@ private Q_SLOTS:
 private:
     RepeatSender::Pane pane()
     {
-        return {[this] { return m_open; }, [this] { return m_text; },
+        return {[this] { return m_open; }, [this] { return m_pending; }, [this] { return m_text; },
             [this](const QString& message) { m_sent.append(message); }};
     }
 
     bool m_open = true;
+    qint64 m_pending = 0;
     QString m_text;
     QStringList m_sent;
 };

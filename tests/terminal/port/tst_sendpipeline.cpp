@@ -11,26 +11,12 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class FakeTransport final : public SendTransport
-{
-public:
-    bool isOpen() const override { return open; }
-    bool sendMessage(const QByteArray& bytes) override
-    {
-        if (accepts)
-            written += bytes;
-        return accepts;
-    }
-    qint64 writeRaw(const QByteArray& bytes, UdpTargetMode, const QString& peerKey) override
-    {
-        lastPeer = peerKey;
-        return sendMessage(bytes) ? bytes.size() : 0;
-    }
+using Written = SendPipeline::Written;
 
-    bool open = true;
-    bool accepts = true;
+struct FakeTransport
+{
+    Written answer = Written::Taken;
     QByteArray written;
-    QString lastPeer;
 };
 
 } // namespace
@@ -102,8 +88,8 @@ private Q_SLOTS:
     {
         m->format.sendEncoding = u"ISO-8859-1"_s;
         m->apply();
-        QSignalSpy status(&m->send, &SendPipeline::statusMessage);
-        QSignalSpy changed(&m->send, &SendPipeline::settingsChanged);
+        QSignalSpy status(&m->send, &SendPipeline::noticed);
+        QSignalSpy changed(&m->send, &SendPipeline::historyChanged);
         const QString euro(QChar(0x20AC));
         QVERIFY(!m->send.sendText(euro));
         QVERIFY(!m->send.sendTyped(u"ok"_s + euro));
@@ -111,8 +97,8 @@ private Q_SLOTS:
         QCOMPARE(m->send.history().entries(), QStringList());
         QCOMPARE(changed.size(), 0);
         QCOMPARE(status.size(), 2);
-        QVERIFY(status[0][0].toString().contains(euro));
-        QCOMPARE(status[0][1].toInt(), 10000);
+        QVERIFY(status[0][0].value<Notice>().text.contains(euro));
+        QCOMPARE(status[0][0].value<Notice>().shownMs, 10000);
     }
 
     void emptyEditorAsksForFocus()
@@ -128,11 +114,10 @@ private Q_SLOTS:
         m->format.displaySendMsg = true;
         m->format.localEcho = true;
         m->apply();
-        m->transport.accepts = false;
+        m->transport.answer = Written::Refused;
         QSignalSpy lamp(&m->send, &SendPipeline::sent);
         QVERIFY(!m->send.sendText(u"AT"_s));
         QVERIFY(!m->send.sendTyped(u"AT"_s));
-        QCOMPARE(m->send.writeRaw("AT", true, UdpTargetMode::ConfiguredRemote, {}), 0);
         m->receive.onRefreshDisplay();
         QCOMPARE(m->sink.text, QString());
         QCOMPARE(m->send.sentBytes(), 0);
@@ -155,33 +140,26 @@ private Q_SLOTS:
         QCOMPARE(m->receive.receivedBytes(), 6);
     }
 
-    void rawBytesNeedAnOpenConnection()
+    // The view shows only what went out.
+    void keptBytesWaitForTheConnection()
     {
-        const QString peer = u"127.0.0.1:9"_s;
-        QCOMPARE(m->send.writeRaw("abc", true, UdpTargetMode::Broadcast, peer), 3);
-        QCOMPARE(m->transport.lastPeer, peer);
+        m->format.displaySendMsg = true;
+        m->apply();
+        m->transport.answer = Written::Kept;
+        QVERIFY(m->send.sendText(u"hello"_s));
         m->receive.onRefreshDisplay();
-        QCOMPARE(m->sink.text, u"abc"_s);
-        QCOMPARE(m->send.writeRaw("d", false, UdpTargetMode::Broadcast, peer), 1);
-        m->receive.onRefreshDisplay();
-        QCOMPARE(m->sink.text, u"abc"_s);
-        m->transport.open = false;
-        QCOMPARE(m->send.writeRaw("e", true, UdpTargetMode::Broadcast, peer), 0);
-        QCOMPARE(m->transport.written, QByteArray("abcd"));
-        QCOMPARE(m->send.sentBytes(), 4);
-    }
-
-    void keysOpenNothing()
-    {
-        m->transport.open = false;
-        QVERIFY(!m->send.sendTyped(u"x"_s));
-        QVERIFY(!m->send.sendEnter());
-        QVERIFY(!m->send.sendControl("\x03"));
-        QCOMPARE(m->transport.written, QByteArray());
-        m->transport.open = true;
-        QVERIFY(m->send.sendEnter());
-        QVERIFY(m->send.sendControl("\x03"));
-        QCOMPARE(m->transport.written, QByteArray("\r\x03"));
+        QCOMPARE(m->sink.text, QString());
+        QCOMPARE(m->send.sentBytes(), 0);
+        m->send.connectionClosed(0); // it never stood
+        m->send.connectionOpened();
+        QCOMPARE(m->sink.text, QString());
+        QCOMPARE(m->send.sentBytes(), 0);
+        QVERIFY(m->send.sendText(u"again"_s));
+        m->send.connectionOpened();
+        QCOMPARE(m->sink.text, u"again"_s);
+        QCOMPARE(m->send.sentBytes(), 5);
+        m->send.connectionClosed(2); // of what had been taken
+        QCOMPARE(m->send.sentBytes(), 3);
     }
 
     void historyIsBounded()
@@ -218,9 +196,15 @@ private:
     struct Bench
     {
         Bench()
-            : receive(sink)
-            , send(transport, receive)
+            : send(
+                [this](const QByteArray& bytes) {
+                    if (transport.answer != Written::Refused)
+                        transport.written += bytes;
+                    return transport.answer;
+                },
+                receive)
         {
+            receive.setDisplay(&sink);
             receive.start();
             apply();
         }
