@@ -130,7 +130,7 @@ bool LogWriter::flush(
     const QDateTime now = m_clock();
     QString message;
     if (!resolveName(format, portName, now, message) || !rotateIfDue(format, portName, now, message)
-        || !writeTo(format, now, message)) {
+        || !writeTo(format, now, kMaxFlushBytes, message)) {
         qWarning().noquote() << message;
         if (error != nullptr)
             *error = message;
@@ -169,6 +169,16 @@ bool LogWriter::rotateIfDue(
 {
     if (beginsInMidCharacter(m_pending) || !m_rotation.isDue(format, m_lastWrite, now))
         return true;
+    if (endsInMidLine(format.currentLogFileName)) {
+        // Only a line that alone is as long as a file may be is cut.
+        const bool waits =
+            format.logRotateAtSize && !m_pending.contains('\n')
+            && QFileInfo(format.currentLogFileName).size() / 2 < format.logRotateSize;
+        if (waits || !endLine(format, now, error))
+            return waits;
+    }
+    if (m_pending.isEmpty())
+        return true;
     if (!m_rotation.archive(format.currentLogFileName, now, error))
         return false;
     m_lead.clear();
@@ -181,6 +191,14 @@ bool LogWriter::rotateIfDue(
     }
     noteFile(format.currentLogFileName);
     return true;
+}
+
+// The line that a file ends with belongs to it: what is left of it goes there before it is put
+// aside.
+bool LogWriter::endLine(const FormatSetting& format, const QDateTime& now, QString& error)
+{
+    const qsizetype rest = m_pending.indexOf('\n') + 1;
+    return rest == 0 || writeTo(format, now, std::min(rest, kMaxFlushBytes), error);
 }
 
 // A time of rotation that passed since the last write, and an hour that changed, are facts of one
@@ -199,7 +217,8 @@ QString LogWriter::openFailure(const QString& fileName, const QString& reason)
     return tr("Could not open log file '%1': %2").arg(fileName, reason);
 }
 
-bool LogWriter::writeTo(const FormatSetting& format, const QDateTime& now, QString& error)
+bool LogWriter::writeTo(
+    const FormatSetting& format, const QDateTime& now, qsizetype most, QString& error)
 {
     const QString& name = format.currentLogFileName;
     const QString folder = QFileInfo(name).absolutePath();
@@ -218,15 +237,15 @@ bool LogWriter::writeTo(const FormatSetting& format, const QDateTime& now, QStri
         return false;
     }
     prepareLead(file, format, now);
-    if (writeFront(file, m_lead, m_lead.size()) && writePending(file, now))
+    if (writeFront(file, m_lead, m_lead.size()) && writePending(file, most, now))
         return true;
     error = tr("Could not write log file '%1': %2").arg(name, file.errorString());
     return false;
 }
 
-bool LogWriter::writePending(QFile& file, const QDateTime& began)
+bool LogWriter::writePending(QFile& file, qsizetype most, const QDateTime& began)
 {
-    qsizetype left = std::min(m_pending.size(), kMaxFlushBytes);
+    qsizetype left = std::min(m_pending.size(), most);
     do {
         const qsizetype slice = std::min(left, kSliceBytes);
         if (!writeFront(file, m_pending, slice))

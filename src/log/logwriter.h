@@ -72,8 +72,10 @@ private:
         FormatSetting& format, const QString& portName, const QDateTime& now, QString& error);
     [[nodiscard]] bool rotateIfDue(
         FormatSetting& format, const QString& portName, const QDateTime& now, QString& error);
-    [[nodiscard]] bool writeTo(const FormatSetting& format, const QDateTime& now, QString& error);
-    [[nodiscard]] bool writePending(QFile& file, const QDateTime& began);
+    [[nodiscard]] bool writeTo(
+        const FormatSetting& format, const QDateTime& now, qsizetype most, QString& error);
+    [[nodiscard]] bool writePending(QFile& file, qsizetype most, const QDateTime& began);
+    [[nodiscard]] bool endLine(const FormatSetting& format, const QDateTime& now, QString& error);
     [[nodiscard]] static QString openFailure(const QString& fileName, const QString& reason);
     void prepareLead(const QFile& file, const FormatSetting& format, const QDateTime& now);
     void noteFile(const QString& fileName);

@@ -75,6 +75,7 @@ private Q_SLOTS:
     void pipeIsNoLogFile();
     void fullDevice();
     void fullDiskLosesNothing();
+    void rotatesBetweenLines();
     void leavesCharactersWhole();
     void slowDisk();
     void bound();
@@ -302,6 +303,25 @@ void TestLogWriter::fullDiskLosesNothing()
     disk.makeRoom();
     QVERIFY2(bench.flush(), qPrintable(bench.error));
     QVERIFY(bodyOf(bench.format.logFilePath) == expected);
+}
+
+// A file is put aside behind the last line that it began.
+void TestLogWriter::rotatesBetweenLines()
+{
+    Bench bench;
+    bench.format.logRotateSize = 300; // the header is less
+    const QString first = bench.path(u"a.log"_s);
+    bench.format.logFilePath = first;
+    QVERIFY(bench.record(QString(250, u'x') + u"\nbegun "_s));
+    QVERIFY(bench.record(u"goes on "_s));
+    QVERIFY(bench.record(u"ended\nnext line\n"_s));
+    QCOMPARE(bodyOf(bench.format.currentLogFileName), "next line\n");
+    const QStringList old = QDir(QFileInfo(first).path()).entryList({u"a*"_s}, QDir::Files);
+    QCOMPARE(old.size(), 2);
+    for (const QString& name : old) {
+        const QByteArray body = bodyOf(QFileInfo(first).dir().filePath(name));
+        QVERIFY2(body == "next line\n" || body.endsWith("\nbegun goes on ended\n"), body);
+    }
 }
 
 void TestLogWriter::leavesCharactersWhole()

@@ -53,7 +53,9 @@ public:
     // The same as a text of its own.
     [[nodiscard]] static QString decodeForUi(const rxData& record, const FormatSetting& format,
         DisplayState& state, WireTextDecoder& decoder);
-    // Appends the text to record, by the rules of appendForUi() but with the log's own stamp.
+    // Appends the text to record, with the log's own stamp. The log is evidence: control characters
+    // and line ends stand in it as they came. Line feeds that a pause or a stamp needs are added by
+    // the rules of appendForUi().
     // State and decoder belong to the log alone. A transfer's status line is recorded as shown.
     static void appendForLog(const rxData& record, const FormatSetting& format, LogState& state,
         WireTextDecoder& decoder, QString& text);

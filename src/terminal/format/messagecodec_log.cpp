@@ -14,10 +14,19 @@ void MessageCodec::appendForLog(const rxData& record, const FormatSetting& forma
     RecordStyle style;
     style.messageFormat =
         record.direction == RXorTx::Received ? format.receiveMsgFormat : format.sendMsgFormat;
+    style.asReceived = true;
     style.breaksAtPause = format.rxAutoFeedLine;
     style.pauseMs = format.autoFeedInterval;
     style.stamped = format.logTimestampEnabled;
     style.stampPattern = format.logTimestampFormat;
     style.makeStamp = decode_timestamp;
     appendRecordText(record, style, state.line, decoder, text);
+}
+
+QString MessageCodec::decodeForLog(
+    const rxData& record, const FormatSetting& format, LogState& state, WireTextDecoder& decoder)
+{
+    QString text;
+    appendForLog(record, format, state, decoder, text);
+    return text;
 }

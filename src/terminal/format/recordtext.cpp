@@ -27,6 +27,7 @@ const QString& stampOf(const rxData& record, const RecordStyle& style, DisplaySt
         last = {record.time, style.stampPattern, style.makeStamp(record.time, style.stampPattern)};
         // A stamp is part of one line, whatever was typed into its pattern.
         last.text.removeIf([](QChar c) { return c == u'\r' || c == u'\n'; });
+        last.text.truncate(RecordStyle::kMaxStampLength);
     }
     return last.text;
 }
@@ -41,7 +42,8 @@ void appendBytes(
         return;
     }
     decoder.decodeTo(record.bytes, text);
-    sanitize(text, begin);
+    if (!style.asReceived)
+        sanitize(text, begin);
 }
 
 } // namespace
@@ -57,12 +59,13 @@ void appendRecordText(const rxData& record, const RecordStyle& style, DisplaySta
     // Not a line feed in front of a character whose other bytes are still to come.
     const bool loneLineFeed =
         record.bytes.size() == 1 && text.size() == begin + 1 && text.back() == u'\n';
-    if (loneLineFeed && state.endsWithLineFeed && !record.continuation) {
+    if (loneLineFeed && state.endsWithLineFeed && !record.continuation && !style.asReceived) {
         qDebug("Skip feed for isEndWithLineFeed");
         text.truncate(begin);
         return;
     }
-    removeCarriageReturns(text, begin);
+    if (!style.asReceived)
+        removeCarriageReturns(text, begin);
     if (text.size() == begin)
         return;
 

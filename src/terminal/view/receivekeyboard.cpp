@@ -19,9 +19,10 @@ Qt::KeyboardModifiers modifiersOf(const QKeyEvent& event)
     return event.modifiers() & ~(Qt::KeypadModifier | Qt::GroupSwitchModifier);
 }
 
+// The keys of a terminal for its own commands: no control character is among them.
 struct Clip
 {
-    enum class Command : quint8 { Copy, Paste, SelectAll };
+    enum class Command : quint8 { Copy, Paste, SelectAll, Find, Clear };
 
     int key = 0;
     Qt::KeyboardModifiers modifiers;
@@ -32,9 +33,10 @@ constexpr std::array clipKeys{
     Clip{Qt::Key_C, ctrlShift, Clip::Command::Copy},
     Clip{Qt::Key_Insert, Qt::ControlModifier, Clip::Command::Copy},
     Clip{Qt::Key_V, ctrlShift, Clip::Command::Paste},
-    Clip{Qt::Key_V, Qt::ControlModifier, Clip::Command::Paste},
     Clip{Qt::Key_Insert, Qt::ShiftModifier, Clip::Command::Paste},
     Clip{Qt::Key_A, ctrlShift, Clip::Command::SelectAll},
+    Clip{Qt::Key_F, ctrlShift, Clip::Command::Find},
+    Clip{Qt::Key_L, ctrlShift, Clip::Command::Clear},
 };
 
 struct Extension
@@ -114,8 +116,14 @@ bool ReceiveKeyboard::isOwnKey(const QKeyEvent& event) const
     const bool functionKey = event.key() >= Qt::Key_F1 && event.key() <= Qt::Key_F35;
     if (typing_ && plain && !functionKey)
         return true;
-    return event.key() == Qt::Key_C && modifiersOf(event) == Qt::ControlModifier
-           && (typing_ || view_.hasSelection());
+    if (modifiersOf(event) != Qt::ControlModifier)
+        return false;
+    // A control character belongs to the device, whatever the window has a shortcut for: Ctrl+Q is
+    // XON, Ctrl+S XOFF, Ctrl+L the redraw of a shell.
+    if (typing_)
+        return TerminalKeyMap::map(event.key(), modifiersOf(event), event.text()).kind
+               == TypedKey::Kind::Control;
+    return event.key() == Qt::Key_C && view_.hasSelection();
 }
 
 bool ReceiveKeyboard::press(const QKeyEvent& event)
@@ -127,11 +135,8 @@ bool ReceiveKeyboard::press(const QKeyEvent& event)
 
 bool ReceiveKeyboard::clipboardKey(const QKeyEvent& event)
 {
-    const bool interrupt = event.key() == Qt::Key_C && modifiersOf(event) == Qt::ControlModifier;
-    if (interrupt && view_.hasSelection()) {
+    if (!typing_ && event.key() == Qt::Key_C && modifiersOf(event) == Qt::ControlModifier) {
         view_.copy();
-        if (typing_)
-            view_.clearSelection();
         return true;
     }
     const Clip* clip = clipOf(event);
@@ -146,6 +151,12 @@ bool ReceiveKeyboard::clipboardKey(const QKeyEvent& event)
         break;
     case Clip::Command::SelectAll:
         view_.selectAll();
+        break;
+    case Clip::Command::Find:
+        Q_EMIT view_.findRequested();
+        break;
+    case Clip::Command::Clear:
+        Q_EMIT view_.clearRequested();
         break;
     }
     return true;

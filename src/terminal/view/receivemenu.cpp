@@ -45,11 +45,11 @@ QMenu* makeReceiveMenu(ReceiveView& view)
     add(*menu, ReceiveView::tr("Select &All"), Qt::CTRL | Qt::SHIFT | Qt::Key_A, hasText, view,
         [&view] { view.selectAll(); });
     menu->addSeparator();
-    add(*menu, ReceiveView::tr("&Find..."), QKeySequence::Find, true, view,
+    add(*menu, ReceiveView::tr("&Find..."), Qt::CTRL | Qt::SHIFT | Qt::Key_F, true, view,
         [&view] { Q_EMIT view.findRequested(); });
     add(*menu, ReceiveView::tr("&Save As..."), {}, hasText, view,
         [&view] { Q_EMIT view.saveRequested(); });
-    add(*menu, ReceiveView::tr("C&lear"), {}, hasText, view,
+    add(*menu, ReceiveView::tr("C&lear"), Qt::CTRL | Qt::SHIFT | Qt::Key_L, hasText, view,
         [&view] { Q_EMIT view.clearRequested(); });
     menu->addSeparator();
     QAction* wrap = add(*menu, ReceiveView::tr("&Wrap Lines"), {}, true, view,

@@ -112,7 +112,7 @@ void TestLivePort::receivesSendsAndLogs()
     QCOMPARE(bench.port.receivedBytes(), 6);
     QCOMPARE(bench.port.sentBytes(), 4);
     QTRY_COMPARE(bench.port.pendingBytes(), 0);
-    QTRY_VERIFY(bench.logged(device.cable.portA()).endsWith("hello\nAT\n"));
+    QTRY_VERIFY(bench.logged(device.cable.portA()).endsWith("hello\nAT\r\n"));
 }
 
 // The record can name another port at any time; what is open keeps its name until it is closed, and
