@@ -30,6 +30,8 @@ ConnectionController::ConnectionController(QObject* parent)
 {
     forwardCommonSignals(m_serial);
     connect(&m_serial, &SerialLink::readyRead, this, &ConnectionController::readyRead);
+    connect(&m_serial, &SerialLink::unsent, this, &ConnectionController::bytesUnsent);
+    connect(&m_tcpClient, &TcpClientLink::unsent, this, &ConnectionController::bytesUnsent);
     connect(&m_serial, &SerialLink::lost, this, &ConnectionController::serialPortLost);
 
     forwardCommonSignals(m_tcpClient);
@@ -327,14 +329,16 @@ QByteArray ConnectionController::readAvailable(connectionMode mode)
     return connectionModeIsTcpClient(mode) ? m_tcpClient.readAvailable() : QByteArray();
 }
 
-qint64 ConnectionController::pendingWriteBytes(connectionMode mode) const
+qint64 ConnectionController::pendingWriteBytes(connectionMode mode, const QString& peerKey) const
 {
     if (mode == connectionMode::SerialPort)
         return m_serial.pendingWriteBytes();
     if (connectionModeIsTcpClient(mode))
         return m_tcpClient.pendingWriteBytes();
     if (mode == connectionMode::TcpServer)
-        return m_server ? m_server->pendingWriteBytes() : 0;
+        return !m_server           ? 0
+               : peerKey.isEmpty() ? m_server->pendingWriteBytes()
+                                   : m_server->pendingWriteBytes(peerKey);
     return connectionModeIsUdp(mode) ? m_udp.pendingWriteBytes() : 0;
 }
 

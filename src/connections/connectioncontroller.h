@@ -99,8 +99,10 @@ public:
     // with readUdpDatagrams(), a server with serverMessageFor(). Also hands out what a lost
     // connection left behind.
     QByteArray readAvailable(connectionMode mode);
-    // Bytes accepted for sending that the system has not taken yet.
-    [[nodiscard]] qint64 pendingWriteBytes(connectionMode mode) const;
+    // Bytes accepted for sending that have not left: what waits here and, of a serial port, in its
+    // driver. Of a server, what waits for that client; without a key, for the one that is ahead of
+    // all: who paces what everybody gets must not wait for one that does not read.
+    [[nodiscard]] qint64 pendingWriteBytes(connectionMode mode, const QString& peerKey = {}) const;
     void closeAll(connectionMode mode, const QString& displayName);
 
     // Back-pressure: while on, the device or socket buffers 4096 bytes and the rest waits at the
@@ -126,7 +128,9 @@ Q_SIGNALS:
     void udpReadyRead();
     void udpPeersChanged();
     void bytesWritten(qint64 bytes);
-    // The same, of TCP server and UDP, with the peer they are for.
+    // So many bytes that had been taken for sending did not leave, because the connection ended.
+    void bytesUnsent(qint64 bytes);
+    // The same as bytesWritten(), of TCP server and UDP, with the peer they are for.
     void bytesWrittenTo(const QString& peerKey, qint64 bytes);
 
 private:

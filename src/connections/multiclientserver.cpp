@@ -274,20 +274,26 @@ bool MultiClientServer::writeTo(const QString& peerKey, const QByteArray& data)
         if (!client || !client->isConnected())
             return false;
         if (!client->hasRoomFor(data.size())) {
-            dropStalled(*client);
-            return false;
+            // Later: who writes must not hear in the middle of it that the client is gone.
+            if (!m_stalled.contains(peerKey))
+                QMetaObject::invokeMethod(
+                    this, [this, peerKey] { dropStalled(peerKey); }, Qt::QueuedConnection);
+            m_stalled.insert(peerKey);
         }
     }
-    return client->socket()->write(data) == data.size();
+    return !m_stalled.contains(peerKey) && client->socket()->write(data) == data.size();
 }
 
 // A stream with a hole would be a lie to the client, so its connection ends instead: it knows then,
 // and a new one begins with the present.
-void MultiClientServer::dropStalled(ServerClient& client)
+void MultiClientServer::dropStalled(const QString& key)
 {
-    const QString key = client.key();
-    const qint64 unsent = client.unsentBytes();
-    client.depart(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0));
+    m_stalled.remove(key);
+    ServerClient* client = find(key);
+    if (!client || !client->isConnected())
+        return;
+    const qint64 unsent = client->unsentBytes();
+    client->depart(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0));
     Q_EMIT clientStalled(key, unsent);
     clientDisconnected(key);
 }
@@ -356,6 +362,12 @@ qint64 MultiClientServer::pendingWriteBytes() const
             least = client->unsentBytes();
     }
     return qMax<qint64>(least, 0);
+}
+
+qint64 MultiClientServer::pendingWriteBytes(const QString& peerKey) const
+{
+    const ServerClient* client = find(peerKey);
+    return client ? client->unsentBytes() : 0;
 }
 
 ServerClient* MultiClientServer::find(const QString& peerKey) const

@@ -4,6 +4,7 @@
 #include "connections/peerallowlist.h"
 
 #include <QHash>
+#include <QSet>
 #include <QTcpServer>
 #include <QTimer>
 #include <memory>
@@ -78,6 +79,8 @@ public:
     [[nodiscard]] QString rememberedKeyFor(const QTcpSocket* socket) const;
     // What waits for the client that is ahead of all: a client that lags slows nobody down.
     [[nodiscard]] qint64 pendingWriteBytes() const;
+    // What waits for that client; 0 for an unknown one.
+    [[nodiscard]] qint64 pendingWriteBytes(const QString& peerKey) const;
 
 Q_SIGNALS:
     void connectionStateChange();
@@ -108,13 +111,14 @@ private:
     void clientDisconnected(const QString& key);
     void retire(ServerClient& client);
     void handOver(const QString& key);
-    void dropStalled(ServerClient& client);
+    void dropStalled(const QString& key);
     [[nodiscard]] ServerClient* find(const QString& peerKey) const;
     [[nodiscard]] qsizetype departedBytes() const;
 
     PeerAllowlist m_allowed;
     std::vector<std::unique_ptr<ServerClient>> m_clients; // in the order of arrival
     QHash<QString, ServerClient*> m_byKey;
+    QSet<QString> m_stalled; // clients that are about to be dropped
     QTimer m_acceptRetry;
     FanoutMode m_fanout = FanoutMode::Shared;
     bool m_readThrottled = false;

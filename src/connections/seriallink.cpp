@@ -3,12 +3,15 @@
 #include "connections/serialhangup.h"
 #include "connections/serialopenadvice.h"
 
+#include <QLocale>
 #include <QScopedValueRollback>
 #include <QtDebug>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #ifdef Q_OS_UNIX
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 #endif
@@ -49,7 +52,10 @@ SerialLink::SerialLink(QObject* parent)
         const QScopedValueRollback<bool> told(m_toldByDriver, true);
         Q_EMIT readyRead();
     });
-    connect(&m_port, &QSerialPort::bytesWritten, this, &SerialLink::bytesWritten);
+    connect(&m_port, &QSerialPort::bytesWritten, this, [this](qint64 bytes) {
+        m_fullReported = false;
+        Q_EMIT bytesWritten(bytes);
+    });
     connect(&m_port, &QSerialPort::errorOccurred, this, &SerialLink::onErrorOccurred);
 }
 
@@ -174,10 +180,11 @@ void SerialLink::close(const QString& displayName)
 // QSerialPort keeps output that the driver has not taken, and would send it first at the next open.
 void SerialLink::closePort()
 {
-    if (const qint64 unsent = m_port.bytesToWrite(); unsent > 0) {
+    if (const qint64 left = m_port.bytesToWrite(); left > 0) {
         m_port.clear(QSerialPort::Output);
+        Q_EMIT unsent(left);
         Q_EMIT errorOccurred(tr("Serial Port %1 was closed with %n byte(s) not sent.", nullptr,
-            int(qMin<qint64>(unsent, std::numeric_limits<int>::max())))
+            int(qMin<qint64>(left, std::numeric_limits<int>::max())))
                                  .arg(m_port.portName()));
     }
     m_port.close();
@@ -191,11 +198,37 @@ bool SerialLink::send(const QByteArray& data, const Settings& settings, const QS
     } else if (!open(settings, portName, portName, false)) {
         return false;
     }
+    if (data.size() > maxUnsentBytes() - m_port.bytesToWrite()) {
+        if (!std::exchange(m_fullReported, true))
+            Q_EMIT statusMessage(
+                tr("Serial Port %1 is too slow: %2 wait to be sent, and the rest is refused")
+                    .arg(m_port.portName(), QLocale().formattedDataSize(pendingWriteBytes())),
+                failureMs);
+        return false;
+    }
     if (m_port.write(data) == -1) {
         qWarning() << "Send message failed!" << m_port.errorString();
         return false;
     }
     return true;
+}
+
+qint64 SerialLink::maxUnsentBytes() const
+{
+    constexpr int bitsPerByte = 10; // with start and stop bit
+    return qMax<qint64>(
+        kMinUnsentBytes, qint64{m_port.baudRate()} * kMaxUnsentSeconds / bitsPerByte);
+}
+
+qint64 SerialLink::pendingWriteBytes() const
+{
+    qint64 pending = m_port.bytesToWrite();
+#ifdef TIOCOUTQ
+    int inDriver = 0;
+    if (m_port.isOpen() && ::ioctl(m_port.handle(), TIOCOUTQ, &inDriver) == 0)
+        pending += inDriver;
+#endif
+    return pending;
 }
 
 QByteArray SerialLink::readAvailable()

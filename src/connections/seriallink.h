@@ -43,12 +43,19 @@ public:
     // refusal is a status message. Name and lines stay. Nothing happens on a closed port.
     void reconfigure(const Settings& settings);
 
-    // Opens first when closed. False when that fails or the driver refuses the bytes.
+    // What may wait to leave: kMaxUnsentSeconds of the line, but not less than kMinUnsentBytes.
+    // More is refused.
+    static constexpr int kMaxUnsentSeconds = 30;
+    static constexpr qint64 kMinUnsentBytes = qint64{256} * 1024;
+    [[nodiscard]] qint64 maxUnsentBytes() const;
+    // Opens first when closed. False when that fails, the driver refuses the bytes or they have no
+    // room: all or nothing.
     bool send(const QByteArray& data, const Settings& settings, const QString& portName);
     // Everything received so far, also what a vanished device left; nothing while throttled.
     QByteArray readAvailable();
     [[nodiscard]] bool hasUnread() const;
-    [[nodiscard]] qint64 pendingWriteBytes() const { return m_port.bytesToWrite(); }
+    // Accepted and not yet on the line: here and, where the system tells it, in the driver.
+    [[nodiscard]] qint64 pendingWriteBytes() const;
     void setReadThrottled(bool on);
 
     bool setLine(SerialLine line, bool on);
@@ -71,6 +78,8 @@ Q_SIGNALS:
     void readyRead();
     void lost();
     void bytesWritten(qint64 bytes);
+    // So many bytes that send() took did not leave: the port was closed.
+    void unsent(qint64 bytes);
 
 private:
     enum class Parameters { All, Changed };
@@ -99,4 +108,5 @@ private:
     bool m_autoReconnect = false;
     bool m_readThrottled = false;
     bool m_closing = false;
+    bool m_fullReported = false;
 };

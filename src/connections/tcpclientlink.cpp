@@ -1,8 +1,12 @@
 #include "connections/tcpclientlink.h"
 
+#include <QLocale>
 #include <QNetworkProxy>
 #include <QScopedValueRollback>
+#include <QSignalBlocker>
 #include <QTcpSocket>
+#include <QTimer>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -24,6 +28,7 @@ TcpClientLink::TcpClientLink(QObject* parent)
 
 TcpClientLink::~TcpClientLink()
 {
+    const QSignalBlocker nobody(this);
     teardown();
 }
 
@@ -34,7 +39,7 @@ void TcpClientLink::connectTo(const QString& host, quint16 port)
     m_socket = new QTcpSocket(this);
     // A device is where its address says; asking the system for its proxies may also take seconds.
     m_socket->setProxy(QNetworkProxy::NoProxy);
-    m_pendingFullReported = false;
+    m_fullReported = false;
     wire(m_socket);
     tune(m_socket);
     m_socket->connectToHost(host, port, QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
@@ -58,8 +63,10 @@ void TcpClientLink::wire(QTcpSocket* socket)
             Q_EMIT readyRead();
     });
     connect(socket, &QTcpSocket::bytesWritten, this, [this, socket](qint64 bytes) {
-        if (socket == m_socket)
-            Q_EMIT bytesWritten(bytes);
+        if (socket != m_socket)
+            return;
+        m_fullReported = false;
+        Q_EMIT bytesWritten(bytes);
     });
     connect(
         socket, &QTcpSocket::disconnected, this, [this, socket] { onDisconnected(socket); },
@@ -84,31 +91,67 @@ bool TcpClientLink::teardown()
 void TcpClientLink::discard()
 {
     QTcpSocket* socket = std::exchange(m_socket, nullptr);
-    m_pending.clear();
+    const qsizetype waiting = std::exchange(m_pending, {}).size();
     socket->disconnect(this);
+    m_tail.close();
+    if (socket->state() == QAbstractSocket::ConnectedState && socket->bytesToWrite() > 0) {
+        linger(socket);
+        return;
+    }
     socket->abort();
     socket->deleteLater();
-    m_tail.close();
+    if (waiting > 0)
+        tellUnsent(waiting);
+}
+
+// The socket goes when its last bytes have left, or when its time is over.
+void TcpClientLink::linger(QTcpSocket* socket)
+{
+    connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    QTimer::singleShot(lingerMs, socket, [this, socket] {
+        const qint64 left = socket->bytesToWrite();
+        socket->abort();
+        socket->deleteLater();
+        if (left <= 0)
+            return;
+        Q_EMIT unsent(left);
+        tellUnsent(left);
+    });
+    socket->disconnectFromHost();
+}
+
+void TcpClientLink::tellUnsent(qint64 bytes)
+{
+    const QString text = tr("The TCP connection ended with %n byte(s) not sent.", nullptr,
+        int(qMin<qint64>(bytes, std::numeric_limits<int>::max())));
+    Q_EMIT statusMessage(text, failureMs);
 }
 
 bool TcpClientLink::send(const QByteArray& data)
 {
     if (data.isEmpty() || !m_socket)
         return false;
+    if (data.size() > maxPendingBytes - pendingWriteBytes()) {
+        tellFull(isConnected()
+                     ? tr("The TCP peer does not read: %1 wait for it, and the rest is refused")
+                           .arg(QLocale().formattedDataSize(pendingWriteBytes()))
+                     : tr("Too much to send before the TCP connection stands; the rest is "
+                          "refused"));
+        return false;
+    }
     if (isConnected()) {
         flushPending();
         return m_socket && m_socket->write(data) == data.size();
     }
-    if (data.size() > maxPendingBytes - m_pending.size()) {
-        if (!std::exchange(m_pendingFullReported, true)) {
-            Q_EMIT statusMessage(
-                tr("Too much to send before the TCP connection stands; the rest is refused"),
-                failureMs);
-        }
-        return false;
-    }
     m_pending.append(data);
     return true;
+}
+
+// Once, until there is room again.
+void TcpClientLink::tellFull(const QString& text)
+{
+    if (!std::exchange(m_fullReported, true))
+        Q_EMIT statusMessage(text, failureMs);
 }
 
 void TcpClientLink::flushPending()
@@ -165,6 +208,7 @@ void TcpClientLink::onError(QTcpSocket* socket)
 {
     if (socket != m_socket || m_retiring)
         return;
+    m_unsent = socket->bytesToWrite();
     const QString text = tr("TCP connect FAILED: %1").arg(socket->errorString());
     if (!retire())
         return;
@@ -189,9 +233,16 @@ bool TcpClientLink::retire()
     qsizetype dropped = m_residue.keep(readBuffered(socket));
     dropped += m_residue.keep(m_tail.drain(ReceiveResidue::maxBytes));
     m_tail.close();
-    m_pending.clear();
+    const qint64 left = qMax(std::exchange(m_unsent, 0), socket->bytesToWrite());
+    const qsizetype waiting = std::exchange(m_pending, {}).size();
     m_socket = nullptr;
     socket->deleteLater();
+    if (left > 0)
+        Q_EMIT unsent(left);
+    // Later, or what others have to say about the end of the connection would hide it at once.
+    if (left + waiting > 0)
+        QMetaObject::invokeMethod(
+            this, [this, bytes = left + waiting] { tellUnsent(bytes); }, Qt::QueuedConnection);
     if (dropped > 0) {
         Q_EMIT statusMessage(
             tr("%1 bytes that the TCP peer had sent were dropped: nobody read them").arg(dropped),

@@ -20,8 +20,11 @@ class TcpClientLink final : public QObject
     Q_DISABLE_COPY_MOVE(TcpClientLink)
 
 public:
-    // What may wait for a connection that is still being made.
+    // What may wait for a connection that is still being made, and what may wait for a peer that
+    // does not read; more is refused.
     static constexpr qsizetype maxPendingBytes = qsizetype{16} * 1024 * 1024;
+    // How long a connection that was closed by will may take to get its last bytes out.
+    static constexpr int lingerMs = 2000;
     // The socket's read buffer while reads are throttled: beyond it the peer's window closes.
     static constexpr qint64 throttledReadBufferBytes = 4096;
 
@@ -32,10 +35,11 @@ public:
     void connectTo(const QString& host, quint16 port);
     [[nodiscard]] bool hasSocket() const { return m_socket != nullptr; }
     [[nodiscard]] bool isConnected() const;
-    // Discards the socket and everything that waits in either direction. True when there was one.
+    // Closes the connection and discards what was received. What is on its way out has lingerMs to
+    // leave, and what does not is told. True when there was a socket.
     bool teardown();
 
-    // False for no data, without a socket, or when the pending output is full.
+    // False for no data, without a socket, or when what waits has no room for it: all or nothing.
     bool send(const QByteArray& data);
     // Writes the pending output in one write when the socket is connected.
     void flushPending();
@@ -58,6 +62,8 @@ Q_SIGNALS:
     // A connection that stood is gone; emitted once for each.
     void disconnected();
     void bytesWritten(qint64 bytes);
+    // So many bytes that send() took on a standing connection did not leave.
+    void unsent(qint64 bytes);
 
 private:
     void wire(QTcpSocket* socket);
@@ -66,12 +72,16 @@ private:
     bool retire();
     bool offerUnread();
     void discard();
+    void linger(QTcpSocket* socket);
+    void tellFull(const QString& text);
+    void tellUnsent(qint64 bytes);
 
     QTcpSocket* m_socket = nullptr; // a child; null when there is none
     SocketTail m_tail;
     QByteArray m_pending; // at most maxPendingBytes
     ReceiveResidue m_residue;
-    bool m_pendingFullReported = false;
+    qint64 m_unsent = 0; // what the socket held when it failed
+    bool m_fullReported = false;
     bool m_retiring = false;
     bool m_readThrottled = false;
     bool m_bridgeTuning = false;

@@ -299,6 +299,28 @@ private Q_SLOTS:
         QTRY_VERIFY((received += link->readAvailable()) == "still open"_ba);
     }
 
+    // At 300 baud a repetition would fill the memory, and go on for hours after it was stopped.
+    void aSlowLineTakesNoMemoryWithoutEnd()
+    {
+        QVERIFY(open());
+        modem->setFlowing(false);
+        const QByteArray block(64 * 1024, 'x');
+        qint64 taken = 0;
+        while (link->send(block, {}, modem->portA())) {
+            taken += block.size();
+            QVERIFY(taken < 100 * block.size());
+        }
+        QVERIFY(!link->send(block, {}, modem->portA()));
+        QVERIFY(taken >= SerialLink::kMinUnsentBytes - block.size());
+        const auto full = messages.filter(u"is too slow"_s);
+        QCOMPARE(full.size(), 1);
+        QSignalSpy unsent(link.get(), &SerialLink::unsent);
+        link->close(modem->portA());
+        QCOMPARE(unsent.size(), 1);
+        QVERIFY(unsent[0][0].toLongLong() > 0);
+        modem->setFlowing(true);
+    }
+
     void outputForAVanishedDeviceDoesNotReachItsSuccessor()
     {
         link->setAutoReconnect(true);

@@ -103,6 +103,66 @@ private Q_SLOTS:
         QTRY_COMPARE(peer->received().size(), TcpClientLink::maxPendingBytes);
     }
 
+    // What send() took arrives, or is told to the byte.
+    void closingSendsWhatWaitsOrSaysHowMuch_data()
+    {
+        QTest::addColumn<bool>("reads");
+        QTest::newRow("the peer reads") << true;
+        QTest::newRow("the peer is deaf") << false;
+    }
+
+    void closingSendsWhatWaitsOrSaysHowMuch()
+    {
+        QFETCH(bool, reads);
+        QSignalSpy unsent(link.get(), &TcpClientLink::unsent);
+        connectLink();
+        peer->setReading(false);
+        const QByteArray all = numberedBytes(8 * 1024 * 1024);
+        QVERIFY(link->send(all));
+        QTRY_VERIFY(link->pendingWriteBytes() < all.size());
+        QVERIFY(link->teardown());
+        QVERIFY(!link->hasSocket());
+        if (reads) {
+            peer->setReading(true);
+            QTRY_COMPARE(peer->received().size(), all.size());
+            QVERIFY(peer->received() == all);
+            QCOMPARE(messages, QStringList());
+        } else {
+            QTRY_COMPARE_WITH_TIMEOUT(unsent.size(), 1, 3 * TcpClientLink::lingerMs);
+            QCOMPARE(messages.size(), 1);
+            const qint64 left = unsent[0][0].toLongLong();
+            QVERIFY(left > 0 && left < all.size());
+        }
+    }
+
+    void aDeafPeerTakesNoMemoryWithoutEnd()
+    {
+        connectLink();
+        peer->setReading(false);
+        const QByteArray block(1024 * 1024, 'x');
+        qint64 taken = 0;
+        while (link->send(block)) {
+            taken += block.size();
+            QVERIFY(taken < 64 * block.size());
+        }
+        QVERIFY(!link->send(block));
+        QCOMPARE(messages.size(), 1);
+        QVERIFY(link->pendingWriteBytes() <= TcpClientLink::maxPendingBytes);
+        // There is room again once it reads.
+        peer->setReading(true);
+        QTRY_COMPARE(link->pendingWriteBytes(), 0);
+        QVERIFY(link->send("more"_ba));
+        // And a reset is told with what never left.
+        peer->setReading(false);
+        QTRY_COMPARE(link->pendingWriteBytes(), 0);
+        while (link->send(block)) {
+        }
+        QSignalSpy unsent(link.get(), &TcpClientLink::unsent);
+        peer->reset();
+        QTRY_COMPARE(unsent.size(), 1);
+        QVERIFY(unsent[0][0].toLongLong() > 0);
+    }
+
     void aFailedAttemptIsReportedAndFollowedByAnother_data()
     {
         QTest::addColumn<QString>("host");
@@ -118,7 +178,8 @@ private Q_SLOTS:
         QVERIFY(link->send("lost"_ba));
         QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, lookupMs);
         QVERIFY(errors.at(0).startsWith("TCP connect FAILED: "_L1));
-        QCOMPARE(messages, QStringList{errors.at(0) + u"|5000"_s});
+        QTRY_COMPARE(messages, (QStringList{errors.at(0) + u"|5000"_s,
+                                   u"The TCP connection ended with 4 byte(s) not sent.|5000"_s}));
         QVERIFY(!link->hasSocket());
         QCOMPARE(link->pendingWriteBytes(), 0);
 

@@ -77,6 +77,8 @@ void LivePort::wireConnection()
         Q_EMIT remoteSummaryChanged(text);
     });
     connect(m_lines.get(), &PortLines::noticed, this, &LivePort::noticed);
+    connect(m_remote.get(), &RemoteSerialLink::unsent, this,
+        [this](qint64 bytes) { m_send->connectionClosed(bytes); });
 }
 
 void LivePort::wireRoads()
@@ -95,6 +97,8 @@ void LivePort::wireRoads()
     connect(m_receive.get(), &ReceivePipeline::countersChanged, this, &LivePort::countersChanged);
     connect(m_send.get(), &SendPipeline::countersChanged, this, &LivePort::countersChanged);
     connect(controller, &ConnectionController::bytesWritten, this, &LivePort::countersChanged);
+    connect(controller, &ConnectionController::bytesUnsent, m_send.get(),
+        &SendPipeline::connectionClosed);
     connect(m_send.get(), &SendPipeline::noticed, this, &LivePort::noticed);
     connect(m_send.get(), &SendPipeline::historyChanged, this, [this] {
         m_format.sendList = m_send->history().entries();

@@ -93,5 +93,6 @@ qint64 LivePort::sentBytes() const
 
 qint64 LivePort::pendingBytes() const
 {
-    return m_controller->pendingWriteBytes(active().connMode) + m_remote->waitingBytes();
+    const QString peer = m_target == Target::Peer ? m_targetPeer : QString();
+    return m_controller->pendingWriteBytes(active().connMode, peer) + m_remote->waitingBytes();
 }

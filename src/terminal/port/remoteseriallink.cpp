@@ -11,7 +11,7 @@ RemoteSerialLink::RemoteSerialLink(ConnectionController& controller, const Setti
 {
     m_timer.setSingleShot(true);
     m_timer.setInterval(kNegotiationTimeout);
-    connect(&m_timer, &QTimer::timeout, this, [this] { apply(m_session.onNegotiationTimeout()); });
+    connect(&m_timer, &QTimer::timeout, this, &RemoteSerialLink::onNegotiationTimeout);
     m_inquiryTimer.setInterval(Rfc2217ClientSession::modemStateInquiryMs);
     connect(
         &m_inquiryTimer, &QTimer::timeout, this, [this] { send(m_session.modemStateInquiry()); });
@@ -52,8 +52,20 @@ void RemoteSerialLink::onDisconnected()
     m_timer.stop();
     m_inquiryTimer.stop();
     m_session.reset();
+    if (!m_waiting.isEmpty())
+        Q_EMIT unsent(m_waiting.size());
     dropWaiting();
     tellSummary();
+}
+
+// Its clock stands while nothing is read: the answer may lie there. Declared transparent, a server
+// that agreed at once would show its commands as data and get 0xFF undoubled.
+void RemoteSerialLink::onNegotiationTimeout()
+{
+    if (m_controller.isReadThrottled())
+        m_timer.start();
+    else
+        apply(m_session.onNegotiationTimeout());
 }
 
 QByteArray RemoteSerialLink::receive(const QByteArray& bytes)

@@ -70,10 +70,13 @@ Q_SIGNALS:
     void statusMessage(const QString& text, int timeoutMs);
     // What is known of the remote port, one value a line; empty when it is nothing.
     void summaryChanged(const QString& summary);
+    // So many bytes that sendPayload() took on a standing connection did not leave.
+    void unsent(qint64 bytes);
 
 private:
     void onConnected();
     void onDisconnected();
+    void onNegotiationTimeout();
     void apply(const Rfc2217ClientSession::Outcome& outcome);
     bool send(const QByteArray& bytes);
     void sendWaiting();

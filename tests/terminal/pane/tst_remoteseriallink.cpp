@@ -130,6 +130,7 @@ private Q_SLOTS:
     void paneSendsBreaks();
     void paneLeavesTheRemoteAsItIs();
     void refusedComPortControlIsTold();
+    void heldReadingStopsTheClockOfTheNegotiation();
     void firstMessageIsEscaped();
     void pausedPaneGoesOnTalking();
 };
@@ -329,6 +330,22 @@ void TestRemoteSerialLink::refusedComPortControlIsTold()
     QVERIFY(!broken.done);
     QCOMPARE(broken.text, u"The remote peer did not accept RFC 2217 com-port control, so Break "
                           "cannot be sent."_s);
+}
+
+// While a bridge or a full view holds the reading back, the answer of the server waits unread.
+void TestRemoteSerialLink::heldReadingStopsTheClockOfTheNegotiation()
+{
+    PaneBench bench;
+    ConnectionController& controller = bench.pane.port().controller();
+    controller.setReadThrottled(connectionMode::RemoteSerialRfc2217, true);
+    QSignalSpy told(&bench.pane, &SerialPortWidget::statusMessage);
+    QVERIFY(bench.pane.start({}, true));
+    QTRY_VERIFY(bench.pane.isOpen());
+    QTest::qWait(Rfc2217ClientSession::negotiationTimeoutMs + 200);
+    controller.setReadThrottled(connectionMode::RemoteSerialRfc2217, false);
+    QTRY_COMPARE(bench.server.settings.baudRate, 57600);
+    QVERIFY(!bench.wasTold(u"The remote is not an RFC 2217 server; continuing as transparent TCP. "
+                           "The handshake bytes may have reached the remote serial line."_s));
 }
 
 void TestRemoteSerialLink::firstMessageIsEscaped()
