@@ -1,6 +1,5 @@
 #include "app/logactions.h"
 
-#include "app/messageboxes.h"
 #include "log/logfilename.h"
 #include "log/logwriter.h"
 #include "terminal/pane/serialportwidget.h"
@@ -43,24 +42,6 @@ void LogActions::record(bool on)
     for (SerialPortWidget* pane : panes)
         pane->setLogRecording(on);
     m_window->setWindowModified(true);
-}
-
-bool LogActions::mayClose(const QList<SerialPortWidget*>& panes)
-{
-    const QList<SerialPortWidget*> all = m_panes.all();
-    QStringList failures;
-    for (SerialPortWidget* pane : panes) {
-        QString error;
-        if (!pane->flushLog(&error))
-            failures.append(
-                tr("Port %1, %2: %3")
-                    .arg(QString::number(all.indexOf(pane) + 1), pane->connectionSummary(), error));
-    }
-    return failures.isEmpty()
-           || MessageBoxes::mayDiscard(m_window,
-               tr("The data log could not be written. What it still has to write is lost when the "
-                  "port is closed here."),
-               failures.join(u'\n'));
 }
 
 void LogActions::view()

@@ -33,9 +33,6 @@ public:
 
     // Shows the record action checked while every pane records. Cheap enough for a display timer.
     void refresh();
-    // Whether these panes may go. Text that cannot be written to their logs would be lost then, so
-    // the person is asked about it.
-    [[nodiscard]] bool mayClose(const QList<SerialPortWidget*>& panes);
 
 private:
     void record(bool on);

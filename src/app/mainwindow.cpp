@@ -4,6 +4,7 @@
 #include "app/mainactions.h"
 #include "app/mainstatusbar.h"
 #include "app/messageboxes.h"
+#include "app/panecloser.h"
 #include "app/panedialogs.h"
 #include "app/panerunner.h"
 #include "app/paneset.h"
@@ -31,6 +32,7 @@
 #include <QDesktopServices>
 #include <QLabel>
 #include <QMenuBar>
+#include <QScopedValueRollback>
 #include <QToolBar>
 #include <QUrl>
 
@@ -72,6 +74,7 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
                                       m_actions->action("acFileViewCurrentDataLog"_L1),
                                       m_actions->action("acFileOpenLogFolder"_L1)},
           {[this] { return livePortWidgets(); }, [this] { return currentPortWidget(); }}, this))
+    , m_closer(new PaneCloser([this] { return livePortWidgets(); }, this))
 {
     setCentralWidget(m_area);
     setStatusBar(m_statusBar);
@@ -131,7 +134,9 @@ void MainWindow::buildDocument()
         new SessionDocument({[this] { return m_workspace->contents(); },
                                 [this](const SessionContents& s) { m_workspace->apply(s); },
                                 [this] { m_workspace->reset(); },
-                                [this] { return m_logActions->mayClose(livePortWidgets()); }},
+                                [this](const std::function<void()>& then) {
+                                    m_closer->close(livePortWidgets(), then);
+                                }},
             *m_recentFiles, this);
     m_document->setLastDirectory(m_state.lastDirectory);
     m_document->setFirstDirectory(SetConfigFilePathDialog::storedPath(m_store));
@@ -165,8 +170,8 @@ void MainWindow::connectFileActions()
 {
     onAction("acFileNew"_L1, m_document, &SessionDocument::newSession);
     onAction("acFileOpen"_L1, m_document, &SessionDocument::open);
-    onAction("acFileSave"_L1, m_document, &SessionDocument::save);
-    onAction("acFileSaveAs"_L1, m_document, &SessionDocument::saveAs);
+    onAction("acFileSave"_L1, m_document, [this] { m_document->save(); });
+    onAction("acFileSaveAs"_L1, m_document, [this] { m_document->saveAs(); });
     onAction("acFileExit"_L1, this, &QWidget::close);
 }
 
@@ -262,13 +267,17 @@ SerialPortWidget* MainWindow::addPort(const Settings& settings, const FormatSett
 
 void MainWindow::removePort()
 {
-    if (m_panes->count() > 1 && !m_logActions->mayClose({m_panes->panes().constLast()}))
-        return;
-    if (m_workspace->removeLast())
-        qDebug() << "on_acEditRemove_triggered: Port Number =" << m_panes->count();
-    else
+    if (m_panes->count() < 2) {
         firstPane().showStatusMessage(
             tr("Port Number = %1").arg(m_panes->count()), SessionDocument::messageMs);
+        return;
+    }
+    SerialPortWidget* last = m_panes->panes().constLast();
+    m_closer->close({last}, [this, last] {
+        if (last != m_panes->panes().constLast() || !m_workspace->removeLast())
+            return; // others came or went while its log was written
+        qDebug() << "on_acEditRemove_triggered: Port Number =" << m_panes->count();
+    });
 }
 
 void MainWindow::start(const QString& portName, bool quiet)
@@ -369,27 +378,48 @@ void MainWindow::refreshStatusBar()
     m_statusBar->showPort(PortStatus::of(firstPane()), m_clock.elapsed());
 }
 
-void MainWindow::closeUnasked()
+void MainWindow::closeUnasked(std::function<void()> then)
 {
-    m_asksOnClose = false;
-    close();
+    m_state.lastConnectionOpen = firstPane().isActive();
+    QString reason;        // is in the debug log
+    writeSettings(reason); // first, as it is what counts most
+    m_closer->closeUnasked(livePortWidgets(), kLeaveMs, [this, then = std::move(then)] {
+        m_left = true;
+        close();
+        then();
+    });
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
     qDebug() << "closeEvent..." << QDateTime::currentDateTime().toString(Qt::ISODate);
-    if (m_asksOnClose && !m_logActions->mayClose(livePortWidgets())) {
-        event->ignore();
-        return;
+    if (!m_left) {
+        m_state.lastConnectionOpen = firstPane().isActive();
+        const QScopedValueRollback closing(m_inCloseEvent, true);
+        m_closer->close(livePortWidgets(), [this] { leave(); });
     }
-    m_displayTimer.stop();
-    m_state.lastConnectionOpen = firstPane().isActive();
-    stop();
-    hide();
-    if (QString reason; !writeSettings(reason) && m_asksOnClose)
-        MessageBoxes::tellWarning(this,
-            tr("The settings of the program could not be stored. At its next start they are as "
-               "they were before."),
-            reason);
-    event->accept();
+    event->setAccepted(m_left);
+    if (m_left) {
+        m_displayTimer.stop();
+        hide();
+    }
+}
+
+// The logs may have taken a while, and the event that asked for it is over then. What cannot be
+// stored is told before the window goes.
+void MainWindow::leave()
+{
+    QString reason;
+    m_left = writeSettings(reason);
+    if (m_left && !m_inCloseEvent)
+        close();
+    if (m_left)
+        return;
+    MessageBoxes::ask(this,
+        tr("The settings of the program could not be stored. At its next start they are as they "
+           "were before."),
+        reason, QMessageBox::Ok, QMessageBox::Ok, [this](QMessageBox::StandardButton) {
+            m_left = true;
+            close();
+        });
 }

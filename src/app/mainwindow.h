@@ -8,11 +8,13 @@
 #include <QMainWindow>
 #include <QSettings>
 #include <QTimer>
+#include <functional>
 #include <memory>
 
 class LogActions;
 class MainActions;
 class MainStatusBar;
+class PaneCloser;
 class PaneDialogs;
 class PaneRunner;
 class PaneSet;
@@ -44,6 +46,7 @@ class MainWindow final : public QMainWindow
 public:
     static constexpr int maxPanes = SessionContents::maxPanes;
     static constexpr int displayRefreshMs = 100;
+    static constexpr int kLeaveMs = 5000;
 
     // What the window opens by itself. Nothing is for a window that is about to load a session: a
     // port that is opened and closed again resets many boards.
@@ -87,8 +90,9 @@ public:
     bool loadFile(const QString& fileName);
     [[nodiscard]] SessionDocument& document() const { return *m_document; }
 
-    // Closes without asking anything: nobody can wait for the answer.
-    void closeUnasked();
+    // Stores all and closes without asking anything, whatever is open: nobody can wait for an
+    // answer. `then` comes after kLeaveMs at the latest.
+    void closeUnasked(std::function<void()> then);
     // One tick of the display refresh.
     void onUpdateDisplay();
     // Moves the first pane to another serial port and opens it.
@@ -112,6 +116,7 @@ private:
     void refreshPortList();
     void showArrangement();
     void removePort();
+    void leave();
     void setAlwaysOnTop(bool on);
     void forEachPane(void (SerialPortWidget::*operation)()) const;
     [[nodiscard]] SerialPortWidget& firstPane() const;
@@ -135,7 +140,9 @@ private:
     LogActions* m_logActions;
     RecentFilesModel* m_recentFiles = nullptr;
     SessionDocument* m_document = nullptr;
-    bool m_asksOnClose = true;
+    PaneCloser* m_closer;
+    bool m_inCloseEvent = false;
+    bool m_left = false; // the panes are closed and the workspace is stored, or cannot be
     QElapsedTimer m_clock;
     QTimer m_displayTimer;
 };

@@ -4,7 +4,6 @@
 
 #include <QCoreApplication>
 #include <QIcon>
-#include <QMessageBox>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -14,7 +13,7 @@ namespace {
 
 QMessageBox* makeBox(QWidget* parent, QMessageBox::Icon icon, const QString& text)
 {
-    auto* box = new QMessageBox(icon, u"Velmora"_s, text, QMessageBox::Ok, parent);
+    auto* box = new QMessageBox(icon, Config::applicationName(), text, QMessageBox::Ok, parent);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     return box;
@@ -47,20 +46,18 @@ void showAbout(QWidget* parent)
     box->open();
 }
 
-void tellWarning(QWidget* parent, const QString& text, const QString& reason)
+QMessageBox* ask(QWidget* parent, const QString& text, const QString& reason,
+    QMessageBox::StandardButtons buttons, QMessageBox::StandardButton preset,
+    std::function<void(QMessageBox::StandardButton)> then)
 {
-    QMessageBox box(QMessageBox::Warning, u"Velmora"_s, text, QMessageBox::Ok, parent);
-    box.setInformativeText(reason);
-    box.exec();
-}
-
-bool mayDiscard(QWidget* parent, const QString& text, const QString& reason)
-{
-    QMessageBox box(QMessageBox::Warning, u"Velmora"_s, text,
-        QMessageBox::Discard | QMessageBox::Cancel, parent);
-    box.setInformativeText(reason);
-    box.setDefaultButton(QMessageBox::Cancel);
-    return box.exec() == QMessageBox::Discard;
+    QMessageBox* box = makeBox(parent, QMessageBox::Warning, text);
+    box->setInformativeText(reason);
+    box->setStandardButtons(buttons);
+    box->setDefaultButton(preset);
+    QObject::connect(box, &QDialog::finished, parent,
+        [box, then = std::move(then)] { then(box->standardButton(box->clickedButton())); });
+    box->open();
+    return box;
 }
 
 } // namespace MessageBoxes

@@ -1,21 +1,23 @@
 #pragma once
 
-#include <QString>
+#include <QMessageBox>
+#include <functional>
 
 class QWidget;
 
-// Boxes that tell something and need no answer are shown, not waited for: traffic goes on behind
-// them. Each deletes itself when closed.
+// Boxes are opened, not waited for: traffic goes on behind them, and the program can end. Titled
+// "Velmora"; each deletes itself when closed.
 namespace MessageBoxes {
 
-// Titled "Velmora". `reason` says more than `text`, or is empty.
+// `reason` says more than `text`, or is empty.
 void showWarning(QWidget* parent, const QString& text, const QString& reason);
 void showInformation(QWidget* parent, const QString& text);
 void showAbout(QWidget* parent);
 
-// The same as showWarning(), waited for: the window is about to go.
-void tellWarning(QWidget* parent, const QString& text, const QString& reason);
-// Whether something may be lost for good; the answer that keeps it is the one that Enter gives.
-[[nodiscard]] bool mayDiscard(QWidget* parent, const QString& text, const QString& reason);
+// A question. `then` gets the answer when the box is left, NoButton or the button that Escape
+// stands for included; not when the parent goes first. The box can be closed, or let go, before.
+QMessageBox* ask(QWidget* parent, const QString& text, const QString& reason,
+    QMessageBox::StandardButtons buttons, QMessageBox::StandardButton preset,
+    std::function<void(QMessageBox::StandardButton)> then);
 
 } // namespace MessageBoxes

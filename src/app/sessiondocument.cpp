@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QMessageBox>
 #include <QTime>
 
 using namespace Qt::Literals::StringLiterals;
@@ -51,124 +50,133 @@ void SessionDocument::setCurrentFile(const QString& fileName)
     m_window->setWindowModified(false);
 }
 
-bool SessionDocument::okToContinue()
+void SessionDocument::okToContinue(Then then)
 {
     if (!m_window->isWindowModified())
-        return true;
-    const auto answer = QMessageBox::warning(m_window, Config::applicationName(),
-        tr("The document has been modified.\nDo you want to save your changes?"),
-        QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, QMessageBox::Yes);
-    return answer == QMessageBox::Yes ? save() : answer == QMessageBox::No;
+        return then(true);
+    MessageBoxes::ask(m_window,
+        tr("The document has been modified.\nDo you want to save your changes?"), {},
+        QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, QMessageBox::Yes,
+        [this, then = std::move(then)](QMessageBox::StandardButton answer) {
+            if (answer == QMessageBox::Yes)
+                save(then);
+            else
+                then(answer == QMessageBox::No);
+        });
 }
 
 void SessionDocument::newSession()
 {
-    if (!okToContinue() || !m_workspace.mayReplace()) {
-        qDebug("on_acFileNew_triggered: okToContinue FAILED!");
-        return;
-    }
-    m_workspace.reset();
-    setCurrentFile({});
+    okToContinue([this](bool ok) {
+        if (!ok) {
+            qDebug("on_acFileNew_triggered: okToContinue FAILED!");
+            return;
+        }
+        m_workspace.leave([this] {
+            m_workspace.reset();
+            setCurrentFile({});
+        });
+    });
+}
+
+QFileDialog* SessionDocument::chooseFile(
+    const QString& title, std::function<void(const QString&)> then)
+{
+    auto* dialog = new QFileDialog(m_window, title,
+        m_lastDirectory.isEmpty() ? m_firstDirectory : m_lastDirectory, fileFilter());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::finished, this, [dialog, then = std::move(then)](int result) {
+        then(result == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString());
+    });
+    return dialog;
 }
 
 void SessionDocument::open()
 {
-    if (!okToContinue())
-        return;
-    const QString fileName =
-        QFileDialog::getOpenFileName(m_window, tr("Open Velmora"), startDirectory(), fileFilter());
-    if (fileName.isEmpty())
-        return;
-    useFolderOf(fileName);
-    loadFile(fileName);
+    okToContinue([this](bool ok) {
+        if (!ok)
+            return;
+        QFileDialog* dialog = chooseFile(tr("Open Velmora"), [this](const QString& fileName) {
+            if (fileName.isEmpty())
+                return;
+            useFolderOf(fileName);
+            loadFile(fileName);
+        });
+        dialog->setFileMode(QFileDialog::ExistingFile);
+        dialog->open();
+    });
 }
 
 bool SessionDocument::loadFile(const QString& fileName)
 {
-    m_reason.clear();
-    if (!readSettingFile(fileName)) {
-        if (!m_reason.isEmpty())
-            tellFailure(tr("The session %1 was not opened."), fileName, m_reason);
+    Session session;
+    if (!readSettingFile(fileName, session)) {
+        tellFailure(tr("The session %1 was not opened."), fileName, session.reason);
         return false;
     }
-    setCurrentFile(fileName);
-    if (!m_reason.isEmpty())
-        tellFailure(tr("The session %1 was opened in part."), fileName, m_reason);
+    m_workspace.leave([this, fileName, session] {
+        m_workspace.apply(session.contents);
+        setCurrentFile(fileName);
+        if (!session.reason.isEmpty())
+            tellFailure(tr("The session %1 was opened in part."), fileName, session.reason);
+    });
     return true;
 }
 
-bool SessionDocument::readSettingFile(const QString& fileName)
+bool SessionDocument::readSettingFile(const QString& fileName, Session& session)
 {
     if (!QFileInfo::exists(fileName))
         qDebug() << "readSettingFile: file not found:" << fileName;
-    SessionContents contents;
-    if (!SessionFile::read(fileName, contents, m_reason))
-        return false;
-    if (!m_workspace.mayReplace()) {
-        m_reason.clear();
-        return false;
-    }
-    m_workspace.apply(contents);
-    return true;
+    return SessionFile::read(fileName, session.contents, session.reason);
 }
 
-bool SessionDocument::save()
+void SessionDocument::save(Then then)
 {
     if (m_currentFile.isEmpty())
-        return saveAs();
+        return saveAs(std::move(then));
     useFolderOf(m_currentFile);
-    return saveFile(m_currentFile, true);
-}
-
-bool SessionDocument::saveAs()
-{
-    QString fileName = askNameToSave();
-    if (fileName.isEmpty())
-        return false;
-    useFolderOf(fileName);
-    qDebug() << "saveAs: lastDirectory =" << m_lastDirectory;
-    if (!fileName.endsWith(suffix, Qt::CaseInsensitive)) {
-        fileName += suffix;
-        if (!mayOverwrite(fileName))
-            return false;
-    }
-    return saveFile(fileName, true);
-}
-
-QString SessionDocument::startDirectory() const
-{
-    return m_lastDirectory.isEmpty() ? m_firstDirectory : m_lastDirectory;
+    then(saveFile(m_currentFile, true));
 }
 
 // The dialog asks before it overwrites, for the name with the suffix.
-QString SessionDocument::askNameToSave()
+void SessionDocument::saveAs(Then then)
 {
-    QFileDialog dialog(m_window, tr("Save Velmora"), startDirectory(), fileFilter());
-    dialog.setAcceptMode(QFileDialog::AcceptSave);
-    dialog.setFileMode(QFileDialog::AnyFile);
-    dialog.setDefaultSuffix("vmr"_L1);
+    QFileDialog* dialog =
+        chooseFile(tr("Save Velmora"), [this, then = std::move(then)](const QString& fileName) {
+            if (fileName.isEmpty())
+                then(false);
+            else
+                saveUnder(fileName, then);
+        });
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->setDefaultSuffix("vmr"_L1);
     if (!m_currentFile.isEmpty())
-        dialog.selectFile(QFileInfo(m_currentFile).fileName());
-    if (dialog.exec() != QDialog::Accepted)
-        return {};
-    return dialog.selectedFiles().value(0);
+        dialog->selectFile(QFileInfo(m_currentFile).fileName());
+    dialog->open();
 }
 
-bool SessionDocument::mayOverwrite(const QString& fileName)
+void SessionDocument::saveUnder(QString fileName, Then then)
 {
-    if (!QFileInfo::exists(fileName))
-        return true;
-    return QMessageBox::warning(m_window, Config::applicationName(),
-               tr("%1 already exists.\nDo you want to replace it?")
-                   .arg(QFileInfo(fileName).fileName()),
-               QMessageBox::Yes | QMessageBox::No, QMessageBox::No)
-           == QMessageBox::Yes;
+    useFolderOf(fileName);
+    qDebug() << "saveAs: lastDirectory =" << m_lastDirectory;
+    const bool complete = fileName.endsWith(suffix, Qt::CaseInsensitive);
+    if (!complete)
+        fileName += suffix;
+    if (complete || !QFileInfo::exists(fileName))
+        return then(saveFile(fileName, true));
+    MessageBoxes::ask(m_window,
+        tr("%1 already exists.\nDo you want to replace it?").arg(QFileInfo(fileName).fileName()),
+        {}, QMessageBox::Yes | QMessageBox::No, QMessageBox::No,
+        [this, fileName, then = std::move(then)](QMessageBox::StandardButton answer) {
+            then(answer == QMessageBox::Yes && saveFile(fileName, true));
+        });
 }
 
 bool SessionDocument::saveFile(const QString& fileName, bool showProgress)
 {
-    m_reason.clear();
-    const bool saved = writeSettingFile(fileName, showProgress);
+    QString reason;
+    const bool saved = writeSettingFile(fileName, showProgress, reason);
     if (saved) {
         qDebug().noquote() << "Write OK " << QTime::currentTime().toString(Qt::ISODate);
         setCurrentFile(fileName);
@@ -176,12 +184,12 @@ bool SessionDocument::saveFile(const QString& fileName, bool showProgress)
     } else {
         const QString failed = tr("Saving FAILED");
         Q_EMIT message(failed, messageMs);
-        tellFailure(failed + u"\n%1"_s, fileName, m_reason);
+        tellFailure(failed + u"\n%1"_s, fileName, reason);
     }
     return saved;
 }
 
-bool SessionDocument::writeSettingFile(const QString& fileName, bool showProgress)
+bool SessionDocument::writeSettingFile(const QString& fileName, bool showProgress, QString& reason)
 {
     qDebug() << "writeFile: fileName = " << fileName;
     const auto progress = [this, showProgress](int percent) {
@@ -189,7 +197,7 @@ bool SessionDocument::writeSettingFile(const QString& fileName, bool showProgres
             Q_EMIT savingProgress(percent);
     };
     progress(0);
-    const bool written = SessionFile::write(fileName, m_workspace.contents(), m_reason, progress);
+    const bool written = SessionFile::write(fileName, m_workspace.contents(), reason, progress);
     progress(100);
     if (written)
         qDebug("writeFile: Write Success!");

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <functional>
 
+class QFileDialog;
 class QWidget;
 class RecentFilesModel;
 
@@ -23,14 +24,17 @@ public:
     // How long messages stand in the first pane's message area.
     static constexpr int messageMs = 2000;
 
+    using Then = std::function<void(bool)>;
+
     // The workspace that the document is a picture of.
     struct Workspace
     {
         std::function<SessionContents()> contents; // with the panes' editors committed
         std::function<void(const SessionContents&)> apply;
         std::function<void()> reset; // one pane with defaults
-        // Whether the panes that there are may go; asks when something would be lost.
-        std::function<bool()> mayReplace = [] { return true; };
+        // Closes the panes that there are and goes on; not at all when the person wants to keep
+        // them.
+        std::function<void(std::function<void()>)> leave = [](const auto& then) { then(); };
     };
 
     SessionDocument(Workspace workspace, RecentFilesModel& recentFiles, QWidget* window);
@@ -47,20 +51,19 @@ public:
     // Where they begin until a file has been opened or saved.
     void setFirstDirectory(const QString& folder) { m_firstDirectory = folder; }
 
-    // Asks what is to become of unsaved changes. False when the person wants to stay, or when
-    // saving failed.
-    [[nodiscard]] bool okToContinue();
+    // Asks what is to become of unsaved changes. `then` gets false when the person wants to stay,
+    // or when saving failed.
+    void okToContinue(Then then);
     void newSession();
     void open();
+    // False, and told, when the file cannot be read. Its session takes the place of the present one
+    // when the panes of that are closed, which may take longer than the call.
     bool loadFile(const QString& fileName);
-    bool save();
-    bool saveAs();
+    // `then` gets whether the session was saved.
+    void save(Then then = [](bool) {});
+    void saveAs(Then then = [](bool) {});
     bool saveFile(const QString& fileName, bool showProgress);
     void onRecentFileRequested(const QString& path);
-
-    // The parts of loadFile() and saveFile() that touch the disk: no title, no recent files.
-    bool readSettingFile(const QString& fileName);
-    bool writeSettingFile(const QString& fileName, bool showProgress);
 
 Q_SIGNALS:
     // For the first pane's message area.
@@ -69,10 +72,19 @@ Q_SIGNALS:
     void savingProgress(int percent);
 
 private:
+    struct Session
+    {
+        SessionContents contents;
+        QString reason; // why nothing, or not all of it, could be read
+    };
+
     void useFolderOf(const QString& fileName);
-    [[nodiscard]] QString startDirectory() const;
-    [[nodiscard]] QString askNameToSave();
-    [[nodiscard]] bool mayOverwrite(const QString& fileName);
+    // A file dialog titled so; `then` gets the name that was chosen.
+    QFileDialog* chooseFile(const QString& title, std::function<void(const QString&)> then);
+    void saveUnder(QString fileName, Then then);
+    // The parts of loadFile() and saveFile() that touch the disk: no title, no recent files.
+    bool readSettingFile(const QString& fileName, Session& session);
+    bool writeSettingFile(const QString& fileName, bool showProgress, QString& reason);
     void tellFailure(const QString& text, const QString& fileName, const QString& reason);
 
     Workspace m_workspace;
@@ -81,5 +93,4 @@ private:
     QString m_currentFile;
     QString m_lastDirectory;
     QString m_firstDirectory;
-    QString m_reason; // why the last file could not be read or written
 };

@@ -15,8 +15,13 @@
 #include <QIcon>
 #include <QScreen>
 #include <QSettings>
+#include <QTimer>
 #include <QTranslator>
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
+#include <memory>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
@@ -26,6 +31,7 @@ namespace {
 // Long enough for the first layout and for fonts to be there.
 constexpr auto screenshotDelay = 1500ms;
 constexpr QRect screenshotGeometry(80, 80, 1280, 800);
+constexpr int faultExitCode = 2;
 
 void setIdentity()
 {
@@ -33,7 +39,6 @@ void setIdentity()
     QCoreApplication::setOrganizationDomain(Config::organizationDomain());
     QCoreApplication::setApplicationName(Config::applicationName());
     QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
-    QGuiApplication::setWindowIcon(QIcon(u":/icons/velmora.svg"_s));
 }
 
 void logArguments(int argc, char** argv)
@@ -41,16 +46,6 @@ void logArguments(int argc, char** argv)
     qDebug() << "argc:" << argc;
     for (int i = 0; i < argc; ++i)
         qDebug().noquote() << u"argv[%1]:"_s.arg(i) << QString::fromLocal8Bit(argv[i]);
-}
-
-// False when the person would not name a folder.
-bool settleConfigFolder(QSettings& store)
-{
-    if (!SetConfigFilePathDialog::storedPath(store).isEmpty())
-        return true;
-    SetConfigFilePathDialog dialog(store);
-    dialog.setWindowTitle(Config::applicationName());
-    return dialog.exec() == QDialog::Accepted;
 }
 
 void saveScreenshot(QWidget& window, const QString& path)
@@ -62,36 +57,122 @@ void saveScreenshot(QWidget& window, const QString& path)
     QCoreApplication::exit(saved ? 0 : 1);
 }
 
-void obeyCommandLine(MainWindow& window, const CommandLine& commandLine)
-{
-    if (!commandLine.sessionFile.isEmpty())
-        window.loadFile(commandLine.sessionFile);
-    if (!commandLine.screenshotPath.isEmpty()) {
-        window.resize(screenshotGeometry.size());
-        window.move(screenshotGeometry.topLeft());
-        window.raise();
-        window.activateWindow();
-        QTimer::singleShot(screenshotDelay, &window,
-            [&window, path = commandLine.screenshotPath] { saveScreenshot(window, path); });
-    } else if (!commandLine.portName.isEmpty()) {
-        window.start(commandLine.portName, false);
-    }
-}
-
 QSize availableSize()
 {
     const QScreen* screen = QGuiApplication::primaryScreen();
     return screen != nullptr ? screen->availableSize() : QSize();
 }
 
+// The run of the program from the question for its folder to the window: all of it happens in the
+// event loop, so that a signal can end it at every point.
+class Program final : public QObject
+{
+    Q_DISABLE_COPY_MOVE(Program)
+
+public:
+    Program(CommandLine commandLine, QSettings& store)
+        : m_commandLine(std::move(commandLine))
+        , m_store(store)
+    {
+        connect(&m_termination, &TerminationSignals::received, this, [this] {
+            if (m_window)
+                m_window->closeUnasked([] { QCoreApplication::exit(0); });
+            else
+                QCoreApplication::exit(0);
+        });
+    }
+    ~Program() override = default;
+
+    void settleConfigFolder()
+    {
+        if (!SetConfigFilePathDialog::storedPath(m_store).isEmpty())
+            return openWindow();
+        // The dialog is not the last window.
+        QGuiApplication::setQuitOnLastWindowClosed(false);
+        m_dialog = std::make_unique<SetConfigFilePathDialog>(m_store);
+        m_dialog->setWindowTitle(Config::applicationName());
+        connect(m_dialog.get(), &QDialog::accepted, this, &Program::openWindow);
+        connect(m_dialog.get(), &QDialog::rejected, this, [] { QCoreApplication::exit(0); });
+        m_dialog->open();
+    }
+
+private:
+    void openWindow()
+    {
+        QGuiApplication::setQuitOnLastWindowClosed(true);
+        // Whoever names a port or a session wants that one: the last connection would be opened
+        // for a moment, which resets many boards.
+        const bool named =
+            !m_commandLine.sessionFile.isEmpty() || !m_commandLine.portName.isEmpty();
+        m_window = std::make_unique<MainWindow>(
+            m_catalog, named ? MainWindow::Restore::Nothing : MainWindow::Restore::LastConnection);
+        WindowGeometry::load(m_store).applyTo(*m_window, availableSize());
+        m_window->show();
+        obeyCommandLine();
+    }
+
+    void obeyCommandLine()
+    {
+        if (!m_commandLine.sessionFile.isEmpty())
+            m_window->loadFile(m_commandLine.sessionFile);
+        if (!m_commandLine.screenshotPath.isEmpty()) {
+            m_window->resize(screenshotGeometry.size());
+            m_window->move(screenshotGeometry.topLeft());
+            m_window->raise();
+            m_window->activateWindow();
+            QTimer::singleShot(screenshotDelay, m_window.get(),
+                [this] { saveScreenshot(*m_window, m_commandLine.screenshotPath); });
+        } else if (!m_commandLine.portName.isEmpty()) {
+            m_window->start(m_commandLine.portName, false);
+        }
+    }
+
+    CommandLine m_commandLine;
+    QSettings& m_store;
+    SystemPortCatalog m_catalog;
+    TerminationSignals m_termination;
+    std::unique_ptr<SetConfigFilePathDialog> m_dialog;
+    std::unique_ptr<MainWindow> m_window;
+};
+
+// The exit code when the arguments ask for a text, or for what there is not.
+std::optional<int> answered(const CommandLine& commandLine)
+{
+    if (commandLine.fault.isEmpty() && commandLine.answer.isEmpty())
+        return {};
+    const bool fault = !commandLine.fault.isEmpty();
+    std::fputs(qPrintable(fault ? commandLine.fault + u'\n' : commandLine.answer),
+        fault ? stderr : stdout);
+    return fault ? faultExitCode : 0;
+}
+
+// A text can be had where there is no screen.
+bool asksForText(int argc, char** argv)
+{
+    return std::any_of(argv + 1, argv + argc, [](const char* argument) {
+        const QByteArrayView text(argument);
+        return text == "--help" || text == "-h" || text == "--version" || text == "-v";
+    });
+}
+
 } // namespace
 
 int qMain(int argc, char** argv)
 {
+    if (argc > 1 && asksForText(argc, argv)) {
+        const QCoreApplication application(argc, argv);
+        setIdentity();
+        if (const auto code = answered(CommandLine::parse(QCoreApplication::arguments())))
+            return *code;
+    }
     // Destroyed in the opposite order: the window writes its last settings while the store and
     // the translator still are.
     const QApplication application(argc, argv);
     setIdentity();
+    QGuiApplication::setWindowIcon(QIcon(u":/icons/velmora.svg"_s));
+    const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments());
+    if (const auto code = answered(commandLine))
+        return *code;
     installMonospaceFontSubstitutions();
     logArguments(argc, argv);
     QSettings store(Config::organizationName(), Config::applicationName());
@@ -102,20 +183,7 @@ int qMain(int argc, char** argv)
     QTranslator translator;
     InterfaceLanguage::load(translator, store);
     QCoreApplication::installTranslator(&translator);
-    if (!settleConfigFolder(store))
-        return 0;
-    SystemPortCatalog catalog;
-    const CommandLine commandLine = CommandLine::parse(QCoreApplication::arguments());
-    MainWindow window(catalog, commandLine.sessionFile.isEmpty()
-                                   ? MainWindow::Restore::LastConnection
-                                   : MainWindow::Restore::Nothing);
-    WindowGeometry::load(store).applyTo(window, availableSize());
-    window.show();
-    const TerminationSignals termination;
-    QObject::connect(&termination, &TerminationSignals::received, &window, [&window] {
-        window.closeUnasked();
-        QCoreApplication::exit(0); // also out of a dialog
-    });
-    obeyCommandLine(window, commandLine);
+    Program program(commandLine, store);
+    QTimer::singleShot(0, &program, &Program::settleConfigFolder);
     return QApplication::exec();
 }

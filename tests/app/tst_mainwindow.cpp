@@ -2,7 +2,6 @@
 
 #include "app/fakecatalog.h"
 #include "app/mainstatusbar.h"
-#include "app/modalanswer.h"
 #include "app/portselector.h"
 #include "settings/config.h"
 #include "support/nullmodem.h"
@@ -312,9 +311,11 @@ void MainWindowTest::fullDiskLeavesTheStore()
         QVERIFY(box()->text().startsWith("The choice is forgotten"_L1));
         QVERIFY(box()->informativeText().contains(path));
         delete box();
-        const ModalAnswer person([](QDialog* dialog) { dialog->accept(); });
         m_window->close();
-        QVERIFY(person.seen());
+        QVERIFY(m_window->isVisible()); // until it is told
+        QVERIFY(box()->text().startsWith("The settings of the program"_L1));
+        box()->accept();
+        QVERIFY(!m_window->isVisible());
         m_window.reset();
         QCOMPARE(QFileInfo(path).size(), size);
         disk.makeRoom();

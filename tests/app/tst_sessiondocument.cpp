@@ -128,7 +128,10 @@ void SessionDocumentTest::question_data()
 void SessionDocumentTest::question()
 {
     QFETCH(const QMessageBox::StandardButton, button);
-    QVERIFY(m_document->okToContinue()); // nothing to ask
+    std::optional<bool> goesOn;
+    m_document->okToContinue([&](bool ok) { goesOn = ok; });
+    QCOMPARE(goesOn, std::optional(true)); // nothing to ask
+    goesOn.reset();
     put(u"lab.vmr"_s, u"old"_s);
     m_document->setCurrentFile(path(u"lab.vmr"_s));
     m_window->setWindowModified(true);
@@ -137,8 +140,9 @@ void SessionDocumentTest::question()
         QCOMPARE(box->standardButtons(), QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
         box->button(button)->click();
     });
-    QCOMPARE(m_document->okToContinue(), button != QMessageBox::Cancel);
-    QVERIFY(person.seen());
+    m_document->okToContinue([&](bool ok) { goesOn = ok; });
+    QVERIFY(!goesOn); // the event loop goes on meanwhile
+    QTRY_COMPARE(goesOn, std::optional(button != QMessageBox::Cancel));
     const bool saves = button == QMessageBox::Yes;
     QCOMPARE(stored(u"lab.vmr"_s), saves ? u"running"_s : u"old"_s);
     QCOMPARE(m_window->isWindowModified(), !saves);
@@ -152,6 +156,7 @@ void SessionDocumentTest::newSession()
         const ModalAnswer person([](QDialog* dialog) { dialog->reject(); });
         QTest::ignoreMessage(QtDebugMsg, "on_acFileNew_triggered: okToContinue FAILED!");
         m_document->newSession();
+        QTRY_VERIFY(person.seen());
     }
     QCOMPARE(m_workspace.panes.at(0).settings.portName, "running"_L1);
     m_window->setWindowModified(false);
@@ -173,7 +178,8 @@ void SessionDocumentTest::saveAsksForANameOnce()
                 QStringList{u"Velmora files (*.vmr)"_s});
             chooseFile(dialog, path(u"lab.vmr"_s));
         });
-        QVERIFY(m_document->save());
+        m_document->save();
+        QTRY_VERIFY(person.seen());
     }
     QCOMPARE(m_document->currentFile(), path(u"lab.vmr"_s));
     QCOMPARE(messages.takeFirst(), (QVariantList{u"File saved"_s, 2000}));
@@ -181,18 +187,21 @@ void SessionDocumentTest::saveAsksForANameOnce()
     QCOMPARE(progress.constLast().constFirst().toInt(), 100);
     m_workspace = sessionOf(u"later"_s);
     QTest::ignoreMessage(QtDebugMsg, "writeFile: Write Success!");
-    QVERIFY(m_document->save());
+    m_document->save();
     QCOMPARE(stored(u"lab.vmr"_s), "later"_L1);
     {
         m_workspace = sessionOf({});
         const ModalAnswer person(
             [this](QDialog* dialog) { chooseFile(dialog, path(u"lab.vmr"_s)); });
         m_document->open();
+        QTRY_VERIFY(person.seen());
     }
     QCOMPARE(m_workspace.panes.at(0).settings.portName, "later"_L1);
 
     const ModalAnswer person([](QDialog* dialog) { dialog->reject(); });
-    QVERIFY(!m_document->saveAs());
+    std::optional<bool> saved;
+    m_document->saveAs([&](bool ok) { saved = ok; });
+    QTRY_COMPARE(saved, std::optional(false));
 }
 
 void SessionDocumentTest::suffix_data()
@@ -209,7 +218,8 @@ void SessionDocumentTest::suffix()
     QFETCH(const QString, typed);
     QFETCH(const QString, written);
     const ModalAnswer person([&](QDialog* dialog) { chooseFile(dialog, path(typed)); });
-    QVERIFY(m_document->saveAs());
+    m_document->saveAs();
+    QTRY_VERIFY(person.seen());
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files), QStringList{written});
     QCOMPARE(m_document->currentFile(), path(written));
     QCOMPARE(m_document->lastDirectory(), m_dir->path());

@@ -54,6 +54,7 @@ void ShellPartsTest::commandLine()
         {std::pair(u"velmora"_s, CommandLine{}), {u"velmora COM3 x"_s, {{}, {}, u"COM3"_s}},
             {u"velmora --screenshot a.png"_s, {picture, {}, {}}},
             {u"velmora COM3 --screenshot a.png"_s, {picture, {}, {}}},
+            {u"velmora COM3 --screenshot"_s, {{}, {}, u"COM3"_s}},
             {u"velmora --screenshot"_s, {{}, {}, u"--screenshot"_s}}})
         QVERIFY2(CommandLine::parse(line.split(u' ')) == expected, qPrintable(line));
 }

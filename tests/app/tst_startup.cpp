@@ -1,5 +1,8 @@
 #include "app/startup.h"
 
+#include "support/simulateddevice.h"
+#include "terminal/pane/serialportwidget.h"
+
 #include <QAction>
 #include <QApplication>
 #include <QDialog>
@@ -56,10 +59,26 @@ private:
         } else if (m_role != "wait"_L1) {
             for (QWidget* widget : QApplication::topLevelWidgets()) {
                 auto* window = qobject_cast<QMainWindow*>(widget);
-                if (window != nullptr && window->isVisible())
+                if (window != nullptr && window->isVisible()
+                    && (m_role != "acFileExit"_L1 || recordsInVain(*window)))
                     leave(*window);
             }
         }
+    }
+
+    // Whether a pane has text for a log that cannot be written.
+    bool recordsInVain(const QMainWindow& window)
+    {
+        auto* pane = window.findChild<SerialPortWidget*>();
+        if (!m_device) {
+            m_device = std::make_unique<SimulatedDevice>();
+            FormatSetting format = pane->formatSetting();
+            format.logSaveFlag = true;
+            format.logFilePath = QDir::homePath();
+            pane->setFormatSetting(format);
+            pane->start(m_device->portName(), true);
+        }
+        return pane->unloggedBytes() > 0;
     }
 
     void leave(QMainWindow& window)
@@ -72,18 +91,21 @@ private:
                    .arg(window.geometry().y())
                    .arg(window.width())
                    .arg(window.height()));
-        if (m_role != "shut down"_L1) {
+        if (m_role == "close"_L1 || m_role.startsWith(u'/')) {
             window.close();
             return;
         }
-        // In the middle of a dialog that is waited for.
-        QTimer::singleShot(0, &window, [] { std::raise(SIGTERM); });
+        // The role names the action whose dialog is open when the system ends the program.
+        QTimer::singleShot(100, &window, [] { std::raise(SIGTERM); });
         window.setWindowModified(true);
-        window.findChild<QAction*>(u"acFileNew"_s)->trigger();
+        window.findChild<QAction*>(m_role)->trigger();
+        const QWidget* modal = QApplication::activeModalWidget();
+        report(u"open "_s + QLatin1StringView(modal ? modal->metaObject()->className() : ""));
     }
 
     QString m_role;
     QTimer m_timer;
+    std::unique_ptr<SimulatedDevice> m_device;
 };
 
 void admitPerson()
@@ -109,7 +131,10 @@ private Q_SLOTS:
     void portArgument();
     void sessionArgument();
     void positionOffScreen();
+    void shutDown_data();
     void shutDown();
+    void textsNeedNoWindow_data();
+    void textsNeedNoWindow();
 
 private:
     // The exit code, -1 for a crash or a process that does not end.
@@ -238,8 +263,11 @@ void StartupTest::languages()
 
 void StartupTest::portArgument()
 {
+    setStored(u"LastPortName"_s, u"/dev/null"_s);
+    setStored(u"LastConnectionOpen"_s, true);
     QCOMPARE(run(u"close"_s, {u"no-such-port"_s, u"more"_s}), 0);
     QVERIFY2(m_log.contains("SEEN box Serial Port no-such-port OPEN FAILED"_L1), qPrintable(m_log));
+    QCOMPARE(m_log.count("OPEN FAILED"_L1), 2); // the log and the box; nothing is restored before
 }
 
 // A session takes the place of the last connection, which is not even opened for a moment.
@@ -270,13 +298,44 @@ void StartupTest::positionOffScreen()
     QVERIFY(!m_log.contains("SEEN geometry -3000"_L1));
 }
 
+void StartupTest::shutDown_data()
+{
+    QTest::addColumn<QString>("open");
+    QTest::newRow("acFileNew") << u"QMessageBox"_s;
+    QTest::newRow("acFileOpen") << u"QMessageBox"_s;
+    QTest::newRow("acFileSaveAs") << u"QFileDialog"_s;
+    QTest::newRow("acToolsSetting") << u"SettingsDialog"_s;
+    QTest::newRow("acFileExit") << u"QMessageBox"_s; // about its log
+}
+
+// Whatever is open, the settings are stored and the program ends.
 void StartupTest::shutDown()
 {
 #ifdef Q_OS_UNIX
-    QCOMPARE(run(u"shut down"_s), 0);
-    QVERIFY2(m_log.contains("closeEvent..."_L1), qPrintable(m_log));
+    QFETCH(const QString, open);
+    QCOMPARE(run(QString::fromLatin1(QTest::currentDataTag())), 0);
+    QVERIFY2(m_log.contains(u"SEEN open "_s + open + u'\n'), qPrintable(m_log));
     QVERIFY(stored(u"LastBaudrate"_s).isValid());
+    QVERIFY(stored(u"LAST_WINDOW_SIZE"_s).isValid());
 #endif
+}
+
+void StartupTest::textsNeedNoWindow_data()
+{
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("--version") << 0 << u"Velmora "_s + QStringLiteral("0.");
+    QTest::newRow("--help") << 0 << u"--screenshot <file>"_s;
+    QTest::newRow("--nonsense") << 2 << u"Unknown option 'nonsense'.\n"_s;
+}
+
+void StartupTest::textsNeedNoWindow()
+{
+    QFETCH(const int, exitCode);
+    QFETCH(const QString, text);
+    QCOMPARE(run(u"close"_s, {QString::fromLatin1(QTest::currentDataTag())}), exitCode);
+    QVERIFY2(m_log.contains(text), qPrintable(m_log));
+    QVERIFY(!m_log.contains("### last window position:"_L1));
 }
 
 int main(int argc, char** argv)
