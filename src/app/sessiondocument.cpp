@@ -74,6 +74,7 @@ void SessionDocument::newSession()
         }
         m_workspace.leave([this] {
             m_workspace.reset();
+            m_origin.clear();
             setCurrentFile({});
         });
     });
@@ -116,6 +117,7 @@ bool SessionDocument::loadFile(const QString& fileName)
     }
     m_workspace.leave([this, fileName, session] {
         m_workspace.apply(session.contents);
+        m_origin = session.origin;
         setCurrentFile(fileName);
         if (!session.reason.isEmpty())
             tellFailure(tr("The session %1 was opened in part."), fileName, session.reason);
@@ -127,7 +129,7 @@ bool SessionDocument::readSettingFile(const QString& fileName, Session& session)
 {
     if (!QFileInfo::exists(fileName))
         qDebug() << "readSettingFile: file not found:" << fileName;
-    return SessionFile::read(fileName, session.contents, session.reason);
+    return SessionFile::read(fileName, session.contents, session.reason, &session.origin);
 }
 
 void SessionDocument::save(Then then)
@@ -197,7 +199,10 @@ bool SessionDocument::writeSettingFile(const QString& fileName, bool showProgres
             Q_EMIT savingProgress(percent);
     };
     progress(0);
-    const bool written = SessionFile::write(fileName, m_workspace.contents(), reason, progress);
+    // The file that was opened keeps its other keys by itself, whoever wrote them since.
+    const bool inPlace = fileName == m_currentFile && QFileInfo::exists(fileName);
+    const bool written = SessionFile::write(
+        fileName, m_workspace.contents(), reason, progress, inPlace ? QByteArray() : m_origin);
     progress(100);
     if (written)
         qDebug("writeFile: Write Success!");

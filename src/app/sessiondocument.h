@@ -75,7 +75,8 @@ private:
     struct Session
     {
         SessionContents contents;
-        QString reason; // why nothing, or not all of it, could be read
+        QByteArray origin; // the bytes of the file
+        QString reason;    // why nothing, or not all of it, could be read
     };
 
     void useFolderOf(const QString& fileName);
@@ -91,6 +92,7 @@ private:
     RecentFilesModel& m_recentFiles;
     QWidget* m_window;
     QString m_currentFile;
+    QByteArray m_origin; // of the session that was opened; holds keys that no pane knows
     QString m_lastDirectory;
     QString m_firstDirectory;
 };

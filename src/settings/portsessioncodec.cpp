@@ -4,6 +4,7 @@
 #include "settings/settingsservice.h"
 #include "settings/storedfield.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
 
@@ -198,9 +199,26 @@ void readHosts(const PaneKeys<const QSettings>& keys, Settings& settings)
         settings.targetHost = settings.targetHosts.constFirst();
 }
 
+// The file has no other place for the host in use, which may be off the history.
+QStringList hostsToWrite(Settings settings)
+{
+    settings.useTargetHost(settings.targetHost);
+    return settings.targetHosts;
+}
+
 } // namespace
 
 namespace PortSessionCodec {
+
+bool isKey(const QString& name)
+{
+    const auto names = [&name](const auto& field) { return name == field.key; };
+    const auto isOther = [&name](QLatin1StringView other) { return name == other; };
+    return std::ranges::any_of(lineFields, names) || std::ranges::any_of(formatFields, names)
+           || std::ranges::any_of(colorFields, names) || std::ranges::any_of(networkFields, names)
+           || std::ranges::any_of(
+               std::array{fontFamilyName, fontSizeName, fontWeightName, hostsName}, isOther);
+}
 
 void write(QSettings& file, int pane, const Settings& settings, const FormatSetting& format)
 {

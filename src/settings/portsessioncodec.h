@@ -10,7 +10,11 @@ class QSettings;
 // (fonts).
 namespace PortSessionCodec {
 
-// Writes the pane's keys in the order of the file format. The log rotation fields and the hourly
+// Whether a pane has a key of this name, read-only ones included.
+[[nodiscard]] bool isKey(const QString& name);
+
+// Writes the pane's keys in the order of the file format; the host in use stands first among the
+// hosts, also when it is off the history. The log rotation fields and the hourly
 // time stamp are not among them, on purpose: a session file may carry them, saving leaves them
 // alone.
 void write(QSettings& file, int pane, const Settings& settings, const FormatSetting& format);

@@ -7,6 +7,7 @@
 #include <QDebug>
 #include <QSettings>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <exception>
 
@@ -96,17 +97,30 @@ SessionPane readPane(const QSettings& file, int pane)
 
 namespace SessionCodec {
 
+bool isOwnKey(const QString& key)
+{
+    const qsizetype slash = key.indexOf(u'/');
+    bool isIndex = false;
+    const int index = QStringView(key).first(std::max(slash, qsizetype(0))).toInt(&isIndex);
+    if (isIndex) {
+        return index >= 0 && index < SessionContents::maxPanes
+               && PortSessionCodec::isKey(key.sliced(slash + 1));
+    }
+    return std::ranges::any_of(
+               std::array{paneCountKey, columnCountKey, quickViewKey, connectionShownKey,
+                   receiveShownKey, sendShownKey, groupOrderKey},
+               [&key](QLatin1StringView own) { return key == own; })
+           || std::ranges::any_of(
+               QuickSettingsGroups::storedGroups(), [&key](const QString& group) {
+                   return key == SettingsKey::quickFieldOrder(group)
+                          || key == SettingsKey::quickFieldsHidden(group);
+               });
+}
+
 bool isSession(const QSettings& file)
 {
-    const QStringList groups = file.childGroups();
-    const auto isOurs = [](const QString& group) {
-        bool isIndex = false;
-        const int index = group.toInt(&isIndex);
-        return (isIndex && index >= 0 && index < SessionContents::maxPanes)
-               || group == "QuickSettings"_L1 || group == "Bridge"_L1;
-    };
-    return file.contains(paneCountKey) || file.contains(columnCountKey)
-           || file.contains(quickViewKey) || std::ranges::any_of(groups, isOurs);
+    return std::ranges::any_of(file.allKeys(),
+        [](const QString& key) { return isOwnKey(key) || key.startsWith("Bridge/"_L1); });
 }
 
 SessionContents read(const QSettings& file)

@@ -14,7 +14,9 @@ namespace SessionCodec {
 // 0 to 100.
 using Progress = std::function<void(int percent)>;
 
-// Whether the store holds anything that a session would.
+// Whether the key is one that this version reads and writes. Those of bridges are not.
+[[nodiscard]] bool isOwnKey(const QString& key);
+// Whether the store holds anything that a session would, bridges included.
 [[nodiscard]] bool isSession(const QSettings& file);
 
 // What can be read, with defaults for what is missing. The numbers of panes and columns are

@@ -169,12 +169,30 @@ bool isComplete(const QByteArray& bytes, const QSettings& ini, QString& message)
     return complete;
 }
 
+// Brings the keys of a session that this version does not know over, in the place of the bridges
+// that the target had: those belong to the ports of another session.
+bool carryOver(const QByteArray& origin, QSettings& ini, QString& message)
+{
+    if (origin.isEmpty())
+        return true;
+    QTemporaryFile copy;
+    if (!fill(copy, origin, message))
+        return false;
+    const QSettings source(copy.fileName(), QSettings::IniFormat);
+    ini.remove("Bridge"_L1);
+    for (const QString& key : source.allKeys()) {
+        if (!SessionCodec::isOwnKey(key))
+            ini.setValue(key, source.value(key));
+    }
+    return true;
+}
+
 // The bytes of a session file that was `old` and gets these contents; nothing and the reason when
 // they could not be put together.
-QByteArray compose(const QByteArray& old, const SessionContents& contents,
+QByteArray compose(const QByteArray& old, const QByteArray& origin, const SessionContents& contents,
     const SessionCodec::Progress& progress, QString& message)
 {
-    const bool isUtf8 = old.isValidUtf8();
+    const bool isUtf8 = old.isValidUtf8() && origin.isValidUtf8();
     const QByteArray sound = isUtf8 ? old : shielded(old);
     if (sound.size() > SessionFile::maxBytes) {
         message = tooLargeText(sound.size());
@@ -189,6 +207,8 @@ QByteArray compose(const QByteArray& old, const SessionContents& contents,
     }
     QSettings ini(scratch.fileName(), QSettings::IniFormat);
     ini.setAtomicSyncRequired(false);
+    if (!carryOver(isUtf8 ? origin : shielded(origin), ini, message))
+        return {};
     SessionCodec::write(ini, contents, progress);
     ini.sync();
     QFile result(scratch.fileName());
@@ -223,7 +243,8 @@ bool replace(const QString& path, const QByteArray& bytes, QString& message)
 
 } // namespace
 
-bool SessionFile::read(const QString& path, SessionContents& contents, QString& message)
+bool SessionFile::read(
+    const QString& path, SessionContents& contents, QString& message, QByteArray* origin)
 {
     const QFileInfo info(path);
     if (!info.exists()) {
@@ -245,11 +266,13 @@ bool SessionFile::read(const QString& path, SessionContents& contents, QString& 
         return false;
     }
     const bool damaged = isDamaged(ini);
-    if (damaged && !SessionCodec::isSession(ini)) {
+    if (!SessionCodec::isSession(ini)) {
         message = tr("It is not a session file of this program.");
         return false;
     }
     contents = SessionCodec::read(ini);
+    if (origin != nullptr)
+        *origin = bytes;
     if (damaged)
         message = tr("Parts of it are damaged. What could be read was opened; check the settings "
                      "before you save.");
@@ -257,12 +280,12 @@ bool SessionFile::read(const QString& path, SessionContents& contents, QString& 
 }
 
 bool SessionFile::write(const QString& path, const SessionContents& contents, QString& message,
-    const SessionCodec::Progress& progress)
+    const SessionCodec::Progress& progress, const QByteArray& origin)
 {
     QByteArray old;
     if (QFileInfo::exists(path) && !load(path, old, message))
         return false;
-    const QByteArray bytes = compose(old, contents, progress, message);
+    const QByteArray bytes = compose(old, origin, contents, progress, message);
     if (bytes.isEmpty())
         return false;
     if (bytes.size() > maxBytes) {

@@ -25,14 +25,16 @@ public:
 
     // Reads a file as far as it can be read. False with the reason in `message` (a sentence for
     // people that does not name the file), and `contents` untouched, when it is no session file or
-    // cannot be read. True with a message when parts of it made no sense.
-    [[nodiscard]] static bool read(
-        const QString& path, SessionContents& contents, QString& message);
+    // cannot be read. True with a message when parts of it made no sense. `origin` gets the bytes
+    // of the file, for a copy of the session.
+    [[nodiscard]] static bool read(const QString& path, SessionContents& contents, QString& message,
+        QByteArray* origin = nullptr);
 
-    // Writes the session into the file, keeping the keys in it that it does not know. False with
-    // the reason in `message` when it could not be saved.
+    // Writes the session into the file, keeping the keys in it that it does not know. A copy also
+    // gets those of the file that the session came from, its `origin`. False with the reason in
+    // `message` when it could not be saved.
     [[nodiscard]] static bool write(const QString& path, const SessionContents& contents,
-        QString& message, const SessionCodec::Progress& progress);
+        QString& message, const SessionCodec::Progress& progress, const QByteArray& origin = {});
 
     // The name by which people know a session file: without its folder and without the prefix
     // "Session_".

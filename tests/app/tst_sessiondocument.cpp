@@ -9,6 +9,7 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -52,6 +53,7 @@ private Q_SLOTS:
     void suffix_data();
     void suffix();
     void unreadableFileChangesNothing();
+    void copyKeepsOtherKeys();
     void failedSave();
     void recentFiles();
     void recentFileThatIsGone();
@@ -237,6 +239,35 @@ void SessionDocumentTest::unreadableFileChangesNothing()
     QCOMPARE(m_workspace.panes.at(0).settings.portName, "running"_L1);
     QCOMPARE(m_document->currentFile(), path(u"lab.vmr"_s));
     QVERIFY(m_window->isWindowModified());
+}
+
+// Bridges and what a newer version wrote; in the encoding of another program, too.
+void SessionDocumentTest::copyKeepsOtherKeys()
+{
+    const auto write = [this](const QString& name, const QByteArray& text) {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) > 0);
+    };
+    write(u"lab.vmr"_s, "[General]\nPortNumber=1\nNote=gr\xFC\xDF\n[0]\nFuture=7\nLogRotateSize=5\n"
+                        "[Bridge]\nCount=1\n0\\Name=\"a, b\"\n");
+    write(u"other.vmr"_s, "Kept=yes\nPortNumber=1\n[Bridge]\nCount=2\n1\\Name=stale\n");
+    QVERIFY(m_document->loadFile(path(u"lab.vmr"_s)));
+    for (const auto& name : {u"copy.vmr"_s, u"other.vmr"_s}) {
+        QVERIFY(m_document->saveFile(path(name), false));
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().contains("Note=gr\xFC\xDF\n"));
+        const QSettings ini(path(name), QSettings::IniFormat);
+        QCOMPARE(ini.value("Bridge/Count"_L1).toInt(), 1);
+        QCOMPARE(ini.value("Bridge/0/Name"_L1).toString(), "a, b"_L1);
+        QVERIFY(!ini.contains("Bridge/1/Name"_L1));
+        QCOMPARE(ini.value("0/Future"_L1).toInt(), 7);
+        QVERIFY(!ini.contains("0/LogRotateSize"_L1));
+        QCOMPARE(ini.contains("Kept"_L1), name == "other.vmr"_L1);
+    }
+    m_document->newSession();
+    QVERIFY(m_document->saveFile(path(u"new.vmr"_s), false));
+    QVERIFY(!QSettings(path(u"new.vmr"_s), QSettings::IniFormat).contains("Bridge/Count"_L1));
 }
 
 void SessionDocumentTest::failedSave()

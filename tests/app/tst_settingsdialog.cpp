@@ -3,6 +3,7 @@
 #include "app/newconnectiondialog.h"
 #include "app/settingsdialog.h"
 #include "app/settingspage.h"
+#include "settings/portsessioncodec.h"
 #include "settings/settingsservice.h"
 
 #include <QAbstractItemView>
@@ -15,6 +16,8 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QScrollArea>
 #include <QSignalSpy>
 #include <QSpinBox>
@@ -365,6 +368,14 @@ void SettingsDialogTest::hostsLeaveTheHistory()
     box.view()->setCurrentIndex(box.model()->index(0, 0));
     QTest::keyClick(box.view(), Qt::Key_Delete);
     QCOMPARE(box.currentText(), u"a"_s);
+    // In use it is, and so it comes back from a session.
+    const QTemporaryDir dir;
+    QSettings file(dir.filePath(u"a.vmr"_s), QSettings::IniFormat);
+    PortSessionCodec::write(file, 0, dialog.settings(), defaultValues().format);
+    Settings read;
+    FormatSetting format;
+    PortSessionCodec::read(file, 0, read, format);
+    QCOMPARE(read.targetHost, u"a"_s);
 }
 
 void SettingsDialogTest::portDetails()

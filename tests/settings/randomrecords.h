@@ -54,6 +54,8 @@ public:
         s.dtrOn = flag();
         s.rtsOn = flag();
         s.useTargetHost(QStringLiteral("host%1.example").arg(m_random.bounded(1000)));
+        if (flag()) // off the history
+            s.targetHosts.removeFirst();
         s.targetPort = number();
         s.udpLocalPort = port();
         s.useRemoteSerialConfig = flag();

@@ -68,6 +68,7 @@ void PortSessionCodecTest::storedValues()
 {
     Settings settings;
     settings.connMode = connectionMode::UdpServer;
+    settings.targetHost = u"10.0.0.5"_s; // was taken off the history
     settings.targetHosts = {u"a.example"_s, u"b.example"_s};
     settings.targetHost = u"10.0.0.5"_s; // in use, and taken off the history
     settings.udpLocalPort = 65535;

@@ -138,7 +138,7 @@ void SessionFileTest::counts()
 void SessionFileTest::quickViewDefault()
 {
     for (const auto& [text, shown] : {std::pair("PortNumber=1\n", true), {"PortNumber=2\n", false},
-             {"PortNumber=2\nQuickView=true\n", true}, {"", true},
+             {"PortNumber=2\nQuickView=true\n", true}, {"ColumnNumber=3\n", true},
              {"\xEF\xBB\xBF[General]\nPortNumber=2\n", false}}) {
         m_path += u'x'; // not read before
         put(m_path, text);
@@ -171,6 +171,8 @@ void SessionFileTest::roundTrip()
     QVERIFY2(write(contents, m_path), qPrintable(m_message));
     SessionContents read;
     QVERIFY2(SessionFile::read(m_path, read, m_message), qPrintable(m_message));
+    for (SessionPane& pane : contents.panes) // the host in use is back on the history
+        pane.settings.useTargetHost(pane.settings.targetHost);
     QVERIFY(read == contents);
 }
 
@@ -229,8 +231,8 @@ void SessionFileTest::endlessTexts()
 void SessionFileTest::unreadable_data()
 {
     QTest::addColumn<QString>("kind");
-    for (const char* kind :
-        {"missing", "folder", "pipe", "text", "binary", "too large", "too many keys"})
+    for (const char* kind : {"missing", "folder", "pipe", "text", "binary", "empty", "foreign",
+             "too large", "too many keys"})
         QTest::newRow(kind) << QString::fromLatin1(kind);
 }
 
@@ -243,6 +245,10 @@ void SessionFileTest::unreadable()
         put(m_path, "Dear reader,\nthis is a letter.\n");
     } else if (kind == "binary"_L1) {
         put(m_path, QByteArray(100'000, '\0'));
+    } else if (kind == "empty"_L1) {
+        put(m_path, {});
+    } else if (kind == "foreign"_L1) {
+        put(m_path, "[General]\nName=printer\n[0]\nColour=blue\n[QuickSettings]\nA=1\n");
     } else if (kind == "too large"_L1) {
         put(m_path, "[General]\nPortNumber=2\n");
         QVERIFY(QFile::resize(m_path, 100'000'000));
