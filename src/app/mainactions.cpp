@@ -100,19 +100,24 @@ void MainActions::fillToolBar(QToolBar& bar) const
         bar.addAction(action(name));
 }
 
-QList<QAction*> MainActions::addRecentFiles(QMenuBar& bar, int count) const
+MainActions::RecentFiles MainActions::addRecentFiles(QMenuBar& bar, int count) const
 {
     auto* menu = bar.findChild<QMenu*>("menuFile"_L1);
     // Above the separator that stands before Exit.
     const qsizetype exit = menu->actions().indexOf(action("acFileExit"_L1));
     QAction* behind = menu->actions().at(exit - 1);
-    QList<QAction*> added{menu->insertSeparator(behind)};
+    RecentFiles added;
+    added.separator = menu->insertSeparator(behind);
     for (int i = 0; i < count; ++i) {
         auto* file = new QAction(parent());
         file->setObjectName(u"acFileRecent%1"_s.arg(i + 1));
         menu->insertAction(behind, file);
-        added.append(file);
+        added.files.append(file);
     }
+    added.forgetMenu = new QMenu(text(QT_TRANSLATE_NOOP("MainWindow", "Remove from &List")), menu);
+    added.forgetMenu->setObjectName("menuForgetRecent"_L1);
+    added.forgetMenu->setToolTipsVisible(true);
+    menu->insertMenu(behind, added.forgetMenu);
     return added;
 }
 

@@ -7,6 +7,7 @@
 #include <QObject>
 
 class QAction;
+class QMenu;
 class QMenuBar;
 class QToolBar;
 
@@ -27,9 +28,14 @@ public:
 
     void fillMenuBar(QMenuBar& bar) const;
     void fillToolBar(QToolBar& bar) const;
-    // Puts actions for recent files into the File menu of a filled bar, above Exit: a separator
-    // and that many actions, none with a text yet.
-    [[nodiscard]] QList<QAction*> addRecentFiles(QMenuBar& bar, int count) const;
+    struct RecentFiles
+    {
+        QAction* separator = nullptr;
+        QList<QAction*> files; // without a text yet
+        QMenu* forgetMenu = nullptr;
+    };
+    // Puts actions for so many recent files into the File menu of a filled bar, above Exit.
+    [[nodiscard]] RecentFiles addRecentFiles(QMenuBar& bar, int count) const;
 
     // Start, pause and stop as the connection allows them.
     void setConnectionState(bool running, bool paused, bool active) const;

@@ -124,10 +124,10 @@ void MainWindow::buildBars()
 
 void MainWindow::buildDocument()
 {
-    const QList<QAction*> actions =
+    const MainActions::RecentFiles places =
         m_actions->addRecentFiles(*menuBar(), RecentFilesModel::defaultCount);
-    m_recentFiles = new RecentFilesModel(RecentFilesModel::defaultCount, actions.sliced(1), this);
-    m_recentFiles->setSeparator(actions.constFirst());
+    m_recentFiles = new RecentFilesModel(RecentFilesModel::defaultCount, places.files, this);
+    m_recentFiles->setFrame(places.separator, places.forgetMenu);
     m_recentFiles->setFiles(m_state.recentFiles);
     m_recentFiles->updateActions(false);
     m_document =

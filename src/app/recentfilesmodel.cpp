@@ -5,6 +5,7 @@
 #include <QAction>
 #include <QDir>
 #include <QFileInfo>
+#include <QMenu>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -30,10 +31,23 @@ RecentFilesModel::RecentFilesModel(int count, const QList<QAction*>& actions, QO
     updateActions(false);
 }
 
-void RecentFilesModel::setSeparator(QAction* separator)
+void RecentFilesModel::setFrame(QAction* separator, QMenu* forgetMenu)
 {
     m_separator = separator;
+    m_forgetMenu = forgetMenu;
+    connect(m_forgetMenu, &QMenu::aboutToShow, this, &RecentFilesModel::fillForgetMenu);
     updateActions(false);
+}
+
+void RecentFilesModel::fillForgetMenu()
+{
+    m_forgetMenu->clear();
+    for (int i = 0; i < m_actions.size() && i < m_files.size(); ++i) {
+        const QString path = m_files.at(i);
+        QAction* action = m_forgetMenu->addAction(actionText(i + 1, path));
+        action->setToolTip(QDir::toNativeSeparators(path));
+        connect(action, &QAction::triggered, this, [this, path] { removeFile(path); });
+    }
 }
 
 void RecentFilesModel::addFile(const QString& path)
@@ -43,12 +57,20 @@ void RecentFilesModel::addFile(const QString& path)
     updateActions(false);
 }
 
+void RecentFilesModel::removeFile(const QString& path)
+{
+    m_files.removeAll(path);
+    updateActions(false);
+}
+
 void RecentFilesModel::updateActions(bool checkExistence)
 {
     if (checkExistence)
         removeNonExistent();
     if (m_separator != nullptr)
         m_separator->setVisible(!m_files.isEmpty());
+    if (m_forgetMenu != nullptr)
+        m_forgetMenu->menuAction()->setVisible(!m_files.isEmpty());
     for (int i = 0; i < m_actions.size(); ++i) {
         QAction* action = m_actions.at(i);
         const QString path = m_files.value(i);

@@ -212,8 +212,9 @@ bool SessionDocument::writeSettingFile(const QString& fileName, bool showProgres
 void SessionDocument::onRecentFileRequested(const QString& path)
 {
     useFolderOf(path);
-    if (!loadFile(path))
-        m_recentFiles.updateActions(true);
+    // One that is there and cannot be read may be mended.
+    if (!loadFile(path) && !QFileInfo::exists(path))
+        m_recentFiles.removeFile(path);
 }
 
 void SessionDocument::useFolderOf(const QString& fileName)
