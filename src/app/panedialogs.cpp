@@ -6,6 +6,7 @@
 #include "app/programoptions.h"
 #include "app/settingsdialog.h"
 #include "connections/serialportcatalog.h"
+#include "settings/portsessioncodec.h"
 #include "settings/settingsservice.h"
 #include "terminal/pane/serialportwidget.h"
 
@@ -94,17 +95,25 @@ void PaneDialogs::showSettings()
     dialog->open();
 }
 
+// Only what a session holds is to be saved: the options of the program are stored at once.
 void PaneDialogs::apply(const SettingsDialog& dialog, SerialPortWidget* pane)
 {
+    bool differs = false;
     if (pane != nullptr) {
         pane->updateSettings();
-        Settings settings = pane->settings();
-        FormatSetting format = pane->formatSetting();
-        dialog.storeEdits(settings, format);
-        pane->setSettings(settings);
-        pane->setFormatSetting(format);
+        const SessionPane before{pane->settings(), pane->formatSetting()};
+        SessionPane after = before;
+        dialog.storeEdits(after.settings, after.format);
+        pane->setSettings(after.settings);
+        pane->setFormatSetting(after.format);
+        differs = !PortSessionCodec::isSameInFile(before, after);
     }
-    m_window.setQuickSettingsGroups(dialog.quickSettingsGroups());
+    const QuickSettingsGroups groups = dialog.quickSettingsGroups();
+    if (groups != m_window.quickSettingsGroups()) {
+        m_window.setQuickSettingsGroups(groups);
+        differs = true;
+    }
     m_options.setOptions(dialog.generalOptions());
-    Q_EMIT edited();
+    if (differs)
+        Q_EMIT edited();
 }

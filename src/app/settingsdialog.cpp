@@ -73,8 +73,7 @@ void SettingsDialog::load()
     m_log->load(m_values.format);
     m_quickSettings->setGroups(m_values.groups);
     m_general->load(m_values.general);
-    // As the editor has it, with every known entry in its place.
-    m_values.groups = m_quickSettings->groups();
+    m_shownGroups = m_quickSettings->groups();
 }
 
 bool SettingsDialog::isEdited() const
@@ -107,7 +106,9 @@ void SettingsDialog::storeFormat(FormatSetting& format) const
 
 QuickSettingsGroups SettingsDialog::quickSettingsGroups() const
 {
-    return m_quickSettings->groups();
+    // The editor has every known entry in its place, which is no edit.
+    const QuickSettingsGroups now = m_quickSettings->groups();
+    return now == m_shownGroups ? m_values.groups : now;
 }
 
 GeneralOptions SettingsDialog::generalOptions() const
@@ -144,6 +145,8 @@ bool SettingsDialog::apply()
         m_pages->showProblem();
         return false;
     }
+    if (!isEdited())
+        return true;
     Q_EMIT applied();
     // From here on only what is changed after this counts as an edit.
     m_values.settings = settings();

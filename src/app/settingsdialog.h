@@ -32,7 +32,7 @@ struct SettingsDialogValues
 
 // "Settings...": edits the records of one pane, which the title names, and the options of the
 // workspace. It changes nothing by itself. The owner opens it (open(), not exec(): traffic goes
-// on), waits for applied() - Apply, or OK before it closes - and then
+// on), waits for applied() - Apply, or OK before it closes, after an edit - and then
 //
 // - hands the edits to the pane: storeEdits() into the records that are in force at that moment
 //   (the send history or the name of the log file may have moved on since the dialog was opened),
@@ -42,7 +42,7 @@ struct SettingsDialogValues
 // - applies generalOptions(): writes "OpenLastConnection" and "AutoReconnect" to the application
 //   store, sets the two actions and every pane's auto-reconnect flag, and, if the language differs,
 //   InterfaceLanguage::choose();
-// - marks the window modified.
+// - marks the window modified when something differs that a session holds.
 //
 // The pane may go away while the dialog is open: the owner holds it in a QPointer.
 class SettingsDialog final : public QDialog
@@ -84,6 +84,7 @@ private:
     void onChanged();
 
     SettingsDialogValues m_values; // in force: as given, or as applied last
+    QuickSettingsGroups m_shownGroups;
     PageStack* m_pages;
     ConnectionPage* m_connection;
     ReceivePage* m_receive;

@@ -220,6 +220,22 @@ bool isKey(const QString& name)
                std::array{fontFamilyName, fontSizeName, fontWeightName, hostsName}, isOther);
 }
 
+bool isSameInFile(const SessionPane& one, const SessionPane& other)
+{
+    const auto isSame = [](const auto& a, const auto& b, const auto& fields) {
+        return std::ranges::all_of(fields, [&](const auto& field) {
+            return field.rule == StoredRule::ReadOnly
+                   || std::visit([&](auto member) { return a.*member == b.*member; }, field.member);
+        });
+    };
+    return isSame(one.settings, other.settings, lineFields)
+           && isSame(one.settings, other.settings, networkFields)
+           && isSame(one.format, other.format, formatFields)
+           && isSame(one.format, other.format, colorFields)
+           && one.format.displayFont == other.format.displayFont
+           && hostsToWrite(one.settings) == hostsToWrite(other.settings);
+}
+
 void write(QSettings& file, int pane, const Settings& settings, const FormatSetting& format)
 {
     PaneKeys<QSettings> keys(file, pane);

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "settings/formatsetting.h"
-#include "settings/settings.h"
+#include "settings/sessioncontents.h"
 
 class QSettings;
 
@@ -12,6 +11,9 @@ namespace PortSessionCodec {
 
 // Whether a pane has a key of this name, read-only ones included.
 [[nodiscard]] bool isKey(const QString& name);
+
+// Whether a session file would hold the same of both panes.
+[[nodiscard]] bool isSameInFile(const SessionPane& one, const SessionPane& other);
 
 // Writes the pane's keys in the order of the file format; the host in use stands first among the
 // hosts, also when it is off the history. The log rotation fields and the hourly

@@ -13,15 +13,18 @@
 #include "terminal/view/receiveview.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QInputDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QSplitter>
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTreeWidget>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -39,6 +42,8 @@ private Q_SLOTS:
     void dialogMakesThePane();
     void newConnectionOpensThePaneWithTheKeyboard();
     void settingsBelongToThePaneWithTheKeyboard();
+    void onlyEditsOfTheSessionMark_data();
+    void onlyEditsOfTheSessionMark();
     void viewModes_data();
     void viewModes();
     void customIsAsked();
@@ -185,17 +190,47 @@ void PanesTest::settingsBelongToThePaneWithTheKeyboard()
     trigger("acToolsSetting");
     auto* dialog = m_window->findChild<SettingsDialog*>();
     QVERIFY(dialog->windowTitle().contains("Port 2, ttyUSB1 9600 8N1"_L1));
-    // What happens to the pane meanwhile is kept, only edits are carried over.
-    FormatSetting format = pane(1)->formatSetting();
-    format.sendList = {u"AT"_s};
-    pane(1)->setFormatSetting(format);
-    m_window->setWindowModified(false);
-    Q_EMIT dialog->applied();
-    QCOMPARE(pane(1)->formatSetting().sendList, QStringList{u"AT"_s});
-    QVERIFY(m_window->isWindowModified());
+    dialog->findChild<QSpinBox*>(u"displayBufferSize"_s)->setValue(25);
     trigger("acEditRemove"); // the pane goes, the dialog stays
-    Q_EMIT dialog->applied();
+    dialog->accept();
     QCOMPARE(count(), 1);
+}
+
+void PanesTest::onlyEditsOfTheSessionMark_data()
+{
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<bool>("marks");
+    QTest::newRow("nothing") << QString() << false;
+    QTest::newRow("language") << u"language"_s << false;
+    QTest::newRow("auto reconnect") << u"autoReconnect"_s << false;
+    QTest::newRow("log rotation") << u"logRotateAtSize"_s << false; // no session holds it
+    QTest::newRow("display buffer") << u"displayBufferSize"_s << true;
+    QTest::newRow("quick settings") << u"quickSettingsTree"_s << true;
+}
+
+void PanesTest::onlyEditsOfTheSessionMark()
+{
+    QFETCH(const QString, field);
+    FormatSetting format = pane(0)->formatSetting();
+    format.sendList = {u"AT"_s};
+    trigger("acToolsSetting");
+    auto* dialog = m_window->findChild<SettingsDialog*>();
+    // What happens to the pane meanwhile is kept, only edits are carried over.
+    pane(0)->setFormatSetting(format);
+    m_window->setWindowModified(false);
+    const SessionState before = m_window->currentSessionState();
+    if (auto* box = dialog->findChild<QComboBox*>(field); box && !field.isEmpty())
+        box->setCurrentIndex(1);
+    else if (auto* button = dialog->findChild<QAbstractButton*>(field); button && !field.isEmpty())
+        button->click();
+    else if (auto* spin = dialog->findChild<QSpinBox*>(field); spin && !field.isEmpty())
+        spin->setValue(25);
+    else if (auto* tree = dialog->findChild<QTreeWidget*>(field); tree && !field.isEmpty())
+        tree->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
+    dialog->accept();
+    QTEST(m_window->isWindowModified(), "marks");
+    QCOMPARE(pane(0)->formatSetting().sendList, QStringList{u"AT"_s});
+    QCOMPARE(m_window->currentSessionState() == before, field.isEmpty() || field == "language"_L1);
 }
 
 void PanesTest::viewModes_data()
