@@ -48,7 +48,7 @@ ConnectionPage::ConnectionPage(const SerialPortCatalog& catalog, Target target, 
     addCheck(m_form, fieldNamed("connMode"_L1), [this] { return modeProblem(); });
     addCheck(m_form, fieldNamed("portName"_L1), [this] { return portProblem(); });
     addCheck(m_form, fieldNamed("targetHost"_L1), [this] { return hostProblem(); });
-    addCheck(m_form, fieldNamed("baudRate"_L1), [this] { return baudRateProblem(); });
+    addUntoldCheck(m_form, fieldNamed("baudRate"_L1), [this] { return baudRateProblem(); });
     setConnectionActive(false);
     refreshPorts();
     connect(this, &SettingsPage::changed, this, &ConnectionPage::showPortDetails);

@@ -130,6 +130,11 @@ void SettingsPage::followWithTab()
         setTabOrder(stops.at(i - 1), stops.at(i));
 }
 
+void SettingsPage::addUntoldCheck(QFormLayout* form, QWidget* field, Check check)
+{
+    m_rules.push_back({form, field, nullptr, std::move(check)});
+}
+
 void SettingsPage::addCheck(QFormLayout* form, QWidget* field, Check check)
 {
     auto* note = new FieldNote(this);
@@ -156,9 +161,11 @@ void SettingsPage::revalidate()
     for (const Rule& rule : m_rules) {
         // What the page does not show now is not asked for.
         const QString text = rule.field->isVisibleTo(this) ? rule.check() : QString();
-        rule.note->setText(text);
-        setFormRowShown(*rule.form, rule.note, !text.isEmpty());
-        rule.field->setAccessibleDescription(text);
+        if (rule.note != nullptr) {
+            rule.note->setText(text);
+            setFormRowShown(*rule.form, rule.note, !text.isEmpty());
+            rule.field->setAccessibleDescription(text);
+        }
         if (!text.isEmpty() && m_problem.isEmpty()) {
             m_problem = text;
             m_problemField = rule.field;

@@ -52,6 +52,8 @@ protected:
     // A row below the field's row that tells what the check finds. What it finds keeps the page
     // from being accepted.
     void addCheck(QFormLayout* form, QWidget* field, Check check);
+    // The same for a field that tells its fault by itself.
+    void addUntoldCheck(QFormLayout* form, QWidget* field, Check check);
     // A row of explanation below the field's row.
     static QLabel* addHint(QFormLayout* form, const QString& text);
     // Runs the checks and tells: to be called after every edit and at the end of loading.

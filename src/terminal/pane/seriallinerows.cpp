@@ -7,9 +7,9 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QSerialPort>
-#include <QToolTip>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -17,6 +17,7 @@ SerialLineRows::SerialLineRows(PanelForm& form, QWidget* panel)
     : QObject(panel)
     , m_form(form)
     , m_baudRate(new QComboBox(panel))
+    , m_baudRateProblem(new QLabel(panel))
     , m_dataBits(new QComboBox(panel))
     , m_flowControl(new QComboBox(panel))
     , m_stopBits(new QComboBox(panel))
@@ -31,6 +32,9 @@ SerialLineRows::SerialLineRows(PanelForm& form, QWidget* panel)
     PanelChoices::fillStopBits(*m_stopBits);
     PanelChoices::fillParities(*m_parity);
     m_baudRate->setObjectName("baudRate"_L1);
+    m_baudRateProblem->setObjectName("baudRateProblem"_L1);
+    m_baudRateProblem->setTextFormat(Qt::PlainText);
+    m_baudRateProblem->setWordWrap(true);
     m_dataBits->setObjectName("dataBits"_L1);
     m_flowControl->setObjectName("flowControl"_L1);
     m_stopBits->setObjectName("stopBits"_L1);
@@ -61,6 +65,7 @@ void SerialLineRows::addRows()
     m_outputs->setFocusProxy(m_dtr);
 
     m_form.addRow(u"baudRate"_s, tr("Baudrate"), m_baudRate);
+    m_form.addRow(u"baudRate"_s, m_baudRateProblem);
     m_form.addRow(u"dataBits"_s, tr("Data Bits"), m_dataBits);
     m_form.addRow(u"flowControl"_s, tr("Flow Type"), m_flowControl);
     m_form.addRow(u"stopBits"_s, tr("Stop Bits"), m_stopBits);
@@ -72,38 +77,13 @@ void SerialLineRows::addRows()
 void SerialLineRows::connectEdits()
 {
     connect(m_baudRate, &QComboBox::activated, this, &SerialLineRows::edited);
-    connect(
-        m_baudRate->lineEdit(), &QLineEdit::editingFinished, this, &SerialLineRows::onRateTyped);
+    connect(m_baudRate->lineEdit(), &QLineEdit::editingFinished, this, &SerialLineRows::edited);
+    connect(m_baudRate, &QComboBox::currentTextChanged, this, &SerialLineRows::showProblem);
     for (QComboBox* box : {m_dataBits, m_flowControl, m_stopBits, m_parity})
         connect(box, &QComboBox::activated, this, &SerialLineRows::edited);
     connect(m_flowControl, &QComboBox::currentIndexChanged, this, &SerialLineRows::syncEnabled);
     for (QCheckBox* box : {m_dtr, m_rts})
         connect(box, &QCheckBox::clicked, this, &SerialLineRows::edited);
-}
-
-// What is no rate, nothing included, changes nothing: neither the record nor an open port.
-void SerialLineRows::onRateTyped()
-{
-    const QString typed = m_baudRate->currentText();
-    if (typed.toInt() >= 1) {
-        Q_EMIT edited();
-        return;
-    }
-    showRate();
-    const QString text =
-        typed.isEmpty()
-            ? tr("The baud rate cannot be empty; it stays at %1").arg(m_rate)
-            : tr("\"%1\" is no baud rate; it stays at %2").arg(typed, QString::number(m_rate));
-    QToolTip::showText(m_baudRate->mapToGlobal(QPoint(0, m_baudRate->height())), text, m_baudRate);
-}
-
-void SerialLineRows::showRate()
-{
-    const QString rate = QString::number(m_rate);
-    if (m_baudRate->currentText() == rate)
-        return;
-    m_baudRate->setCurrentIndex(m_baudRate->findText(rate));
-    m_baudRate->setEditText(rate);
 }
 
 void SerialLineRows::syncEnabled()
@@ -112,10 +92,24 @@ void SerialLineRows::syncEnabled()
     m_rts->setEnabled(m_flowControl->currentData().toInt() != QSerialPort::HardwareControl);
 }
 
+void SerialLineRows::showProblem()
+{
+    const bool told = m_used && !m_baudRate->lineEdit()->hasAcceptableInput();
+    m_baudRateProblem->setText(
+        told ? tr("The rate stays at %1. Enter a number from 1 to 100000000.").arg(m_rateInForce)
+             : QString());
+    m_baudRate->setAccessibleDescription(m_baudRateProblem->text());
+    m_form.setUsed(m_baudRateProblem, told);
+}
+
 void SerialLineRows::load(const Settings& settings)
 {
-    m_rate = settings.baudRate;
-    showRate();
+    m_rateInForce = settings.baudRate;
+    const QString rate = QString::number(settings.baudRate);
+    if (m_baudRate->currentText() != rate) {
+        m_baudRate->setCurrentIndex(m_baudRate->findText(rate));
+        m_baudRate->setEditText(rate);
+    }
     PanelChoices::choose(*m_dataBits, settings.dataBits);
     PanelChoices::choose(*m_flowControl, settings.flowControl);
     PanelChoices::choose(*m_stopBits, settings.stopBits);
@@ -123,12 +117,14 @@ void SerialLineRows::load(const Settings& settings)
     m_dtr->setChecked(settings.dtrOn);
     m_rts->setChecked(settings.rtsOn);
     syncEnabled();
+    showProblem();
 }
 
 void SerialLineRows::store(Settings& settings) const
 {
-    if (const int rate = m_baudRate->currentText().toInt(); rate >= 1)
-        settings.baudRate = rate;
+    // A rate that is empty or cannot be is still being typed: the line keeps the one it has.
+    if (m_baudRate->lineEdit()->hasAcceptableInput())
+        settings.baudRate = m_baudRate->currentText().toInt();
     settings.dataBits = PanelChoices::edited(*m_dataBits, settings.dataBits);
     settings.flowControl = PanelChoices::edited(*m_flowControl, settings.flowControl);
     settings.stopBits = PanelChoices::edited(*m_stopBits, settings.stopBits);
@@ -144,4 +140,6 @@ void SerialLineRows::setUsed(bool used)
              static_cast<QWidget*>(m_flowControl), static_cast<QWidget*>(m_stopBits),
              static_cast<QWidget*>(m_parity), m_outputs})
         m_form.setUsed(field, used);
+    m_used = used;
+    showProblem();
 }

@@ -5,12 +5,14 @@
 class PanelForm;
 class QCheckBox;
 class QComboBox;
+class QLabel;
 class QWidget;
 struct Settings;
 
 // The rows of a connection group that belong to a serial line, be it a port of this machine or the
-// one behind a remote serial server: line parameters, and the levels of the two outputs. Owned by
-// the panel, like the widgets.
+// one behind a remote serial server: line parameters, and the levels of the two outputs. A baud
+// rate that is empty or cannot be is told below its field and not stored. Owned by the panel, like
+// the widgets.
 class SerialLineRows final : public QObject
 {
     Q_OBJECT
@@ -34,12 +36,11 @@ private:
     void addRows();
     void connectEdits();
     void syncEnabled();
-    void onRateTyped();
-    void showRate();
+    void showProblem();
 
     PanelForm& m_form;
-    qint32 m_rate = 0; // of the record shown; stays when an impossible one is typed
     QComboBox* m_baudRate;
+    QLabel* m_baudRateProblem;
     QComboBox* m_dataBits;
     QComboBox* m_flowControl;
     QComboBox* m_stopBits;
@@ -47,4 +48,6 @@ private:
     QWidget* m_outputs;
     QCheckBox* m_dtr;
     QCheckBox* m_rts;
+    int m_rateInForce = 0; // bits per second
+    bool m_used = true;
 };
