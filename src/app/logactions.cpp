@@ -33,6 +33,14 @@ void LogActions::refresh()
         !panes.isEmpty() && std::all_of(panes.begin(), panes.end(), [](const SerialPortWidget* p) {
             return p->isLogRecording();
         }));
+    QStringList names;
+    for (const SerialPortWidget* pane : panes) {
+        const QString name = pane->currentLogFile();
+        if (logFileNameResolved(name) && !m_names.contains(name))
+            m_lastLogFile = name;
+        names.append(name);
+    }
+    m_names = names;
 }
 
 void LogActions::record(bool on)

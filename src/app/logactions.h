@@ -31,8 +31,12 @@ public:
     LogActions(const Actions& actions, Panes panes, QWidget* window);
     ~LogActions() override;
 
-    // Shows the record action checked while every pane records. Cheap enough for a display timer.
+    // Shows the record action checked while every pane records, and notes which file a log went to
+    // last. Cheap enough for a display timer.
     void refresh();
+    // Empty when there was none yet.
+    [[nodiscard]] QString lastLogFile() const { return m_lastLogFile; }
+    void setLastLogFile(const QString& name) { m_lastLogFile = name; }
 
 private:
     void record(bool on);
@@ -43,4 +47,6 @@ private:
     Actions m_actions;
     Panes m_panes;
     QWidget* m_window;
+    QStringList m_names; // of the panes' log files, as of the last refresh
+    QString m_lastLogFile;
 };

@@ -138,6 +138,7 @@ void MainWindow::buildDocument()
                                     m_closer->close(livePortWidgets(), then);
                                 }},
             *m_recentFiles, this);
+    m_logActions->setLastLogFile(m_state.lastLogFile);
     m_document->setLastDirectory(m_state.lastDirectory);
     m_document->setFirstDirectory(SetConfigFilePathDialog::storedPath(m_store));
     connect(m_document, &SessionDocument::message, this,
@@ -315,6 +316,8 @@ SessionState MainWindow::currentSessionState() const
     SessionState state = m_workspace->state();
     state.recentFiles = m_recentFiles->files();
     state.lastFile = m_document->currentFile();
+    m_logActions->refresh();
+    state.lastLogFile = m_logActions->lastLogFile();
     state.lastDirectory = m_document->lastDirectory();
     return state;
 }

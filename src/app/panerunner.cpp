@@ -43,7 +43,11 @@ bool PaneRunner::open(SerialPortWidget& pane, const QString& portName, bool quie
 void PaneRunner::start(const QString& portName, bool quiet)
 {
     if (!portName.isEmpty()) {
-        open(m_panes.first(), portName, quiet);
+        SerialPortWidget& first = m_panes.first();
+        const Settings before = first.settings();
+        open(first, portName, quiet);
+        if (first.settings() != before)
+            Q_EMIT edited();
         return;
     }
     for (SerialPortWidget* pane : m_panes.panes())

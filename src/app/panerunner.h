@@ -33,7 +33,7 @@ public:
     void restore(const SessionState& state, const SerialPortCatalog& catalog);
 
 Q_SIGNALS:
-    // The person chose another port: it is to be saved.
+    // The first pane got another port: it is to be saved.
     void edited();
 
 private:

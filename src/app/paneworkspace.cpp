@@ -117,7 +117,6 @@ void PaneWorkspace::apply(const SessionContents& contents)
 void PaneWorkspace::reset()
 {
     m_panes.renew(1);
-    m_modes.selectHorizontal();
     arrangeNewPanes();
 }
 

@@ -46,7 +46,7 @@ public:
     [[nodiscard]] SessionContents contents() const;
     // The panes that there are close, those of the session take their place.
     void apply(const SessionContents& contents);
-    // One pane with default settings.
+    // One pane with default settings; the view mode stays.
     void reset();
 
     // The state in force with what the first pane is set to now, and the way back.

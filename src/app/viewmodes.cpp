@@ -26,6 +26,11 @@ ViewModes::ViewModes(const Actions& actions, std::function<int()> paneCount, QWi
     connect(m_actions.custom, &QAction::triggered, this, &ViewModes::askColumnCount);
 }
 
+int ViewModes::columnCount() const
+{
+    return m_mode == m_actions.horizontal ? m_paneCount() : m_columnCount;
+}
+
 void ViewModes::setColumnCount(int columns)
 {
     m_columnCount = std::clamp(columns, 1, SessionContents::maxColumns);
@@ -40,7 +45,6 @@ void ViewModes::setColumnCount(int columns)
 
 void ViewModes::selectHorizontal()
 {
-    m_columnCount = m_paneCount();
     m_mode = m_actions.horizontal;
     m_mode->setChecked(true);
 }
@@ -64,7 +68,7 @@ void ViewModes::askColumnCount()
     dialog->setLabelText(tr("Port Number Per Column:"));
     dialog->setIntRange(1, SessionContents::maxColumns);
     dialog->setIntStep(1);
-    dialog->setIntValue(m_columnCount);
+    dialog->setIntValue(columnCount());
     connect(dialog, &QInputDialog::intValueSelected, this,
         [this](int columns) { choose(m_actions.custom, columns); });
     dialog->open();

@@ -27,7 +27,7 @@ public:
     ~ViewModes() override = default;
 
     // Panes per row as they were asked for, 1 to 16; there may be fewer panes.
-    [[nodiscard]] int columnCount() const { return m_columnCount; }
+    [[nodiscard]] int columnCount() const;
     // As a session says; checks the action that gives this number. Tells nothing.
     void setColumnCount(int columns);
     // All panes side by side. Tells nothing.

@@ -179,6 +179,10 @@ void MainWindowTest::failedStartShowsABox()
     QVERIFY(box() == nullptr);
     QCOMPARE(label->text(), failure);
     QVERIFY(label->toolTip().startsWith(u"No such file or directory"_s));
+    QVERIFY(m_window->isWindowModified()); // the first pane has another port now
+    m_window->setWindowModified(false);
+    m_window->start(u"no-such-port"_s, true);
+    QVERIFY(!m_window->isWindowModified());
 }
 
 void MainWindowTest::connectionActionsFollowTheState()
@@ -237,7 +241,10 @@ void MainWindowTest::settingsComeBack()
     format.displayMsgTime = true;
     format.sendList = {u"first"_s, u"second"_s};
     pane()->setFormatSetting(format);
+    format.currentLogFileName = m_dir->filePath(u"now.log"_s);
+    pane()->setFormatSetting(format);
     m_window->close();
+    QCOMPARE(store().value("LastLogFile"_L1).toString(), format.currentLogFileName);
     QVERIFY(!store().value("LastConnectionOpen"_L1).toBool());
 
     open();

@@ -44,6 +44,7 @@ private Q_SLOTS:
     void settingsBelongToThePaneWithTheKeyboard();
     void onlyEditsOfTheSessionMark_data();
     void onlyEditsOfTheSessionMark();
+    void impossibleBaudRateKeepsTheOldOne();
     void viewModes_data();
     void viewModes();
     void customIsAsked();
@@ -231,6 +232,23 @@ void PanesTest::onlyEditsOfTheSessionMark()
     QTEST(m_window->isWindowModified(), "marks");
     QCOMPARE(pane(0)->formatSetting().sendList, QStringList{u"AT"_s});
     QCOMPARE(m_window->currentSessionState() == before, field.isEmpty() || field == "language"_L1);
+}
+
+void PanesTest::impossibleBaudRateKeepsTheOldOne()
+{
+    auto* rate = pane(0)->findChild<QComboBox*>(u"baudRate"_s);
+    auto* bits = pane(0)->findChild<QComboBox*>(u"dataBits"_s);
+    const auto* problem = pane(0)->findChild<QLabel*>(u"baudRateProblem"_s);
+    QVERIFY(!problem->isVisible());
+    for (const auto& text : {u""_s, u"0"_s, u"999999999"_s}) {
+        rate->setEditText(text);
+        QVERIFY2(problem->isVisible() && problem->text().contains("9600"_L1), qPrintable(text));
+        bits->setCurrentIndex(bits->currentIndex() == 0 ? 1 : 0);
+        Q_EMIT bits->activated(bits->currentIndex()); // another edit is stored
+        QCOMPARE(pane(0)->settings().baudRate, 9600);
+        QCOMPARE(rate->currentText(), "9600"_L1);
+        QVERIFY(!problem->isVisible());
+    }
 }
 
 void PanesTest::viewModes_data()
@@ -438,6 +456,7 @@ void PanesTest::openedSessionIsUnmodified()
 void PanesTest::newSessionHasOnePane()
 {
     add(3, u"ttyUSB1"_s);
+    trigger("acViewGrid");
     m_window->document().setCurrentFile(path(u"lab.vmr"_s));
     trigger("acFileNew");
     QCOMPARE(count(), 1);
@@ -445,6 +464,7 @@ void PanesTest::newSessionHasOnePane()
     QCOMPARE(m_window->windowTitle(), "Velmora[*]"_L1);
     QVERIFY(m_window->statusBar()->isVisible());
     QVERIFY(!m_window->isWindowModified());
+    QVERIFY(action("acViewGrid")->isChecked()); // the next ports stand as these did
 }
 
 void PanesTest::startOpensEveryPane()
