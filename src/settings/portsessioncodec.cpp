@@ -179,18 +179,6 @@ DisplayFont readFont(const PaneKeys<const QSettings>& keys)
     return font;
 }
 
-// The file has no other place for the host in use than the front of the history, and a person may
-// have taken it off the history.
-QStringList hostsToWrite(const Settings& settings)
-{
-    QStringList hosts = settings.targetHosts;
-    if (settings.targetHost.isEmpty())
-        return hosts;
-    hosts.removeAll(settings.targetHost);
-    hosts.prepend(settings.targetHost);
-    return hosts;
-}
-
 void readHosts(const PaneKeys<const QSettings>& keys, Settings& settings)
 {
     settings.targetHosts =

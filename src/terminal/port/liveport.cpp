@@ -371,7 +371,7 @@ void LivePort::finishLog()
     if (std::exchange(m_finishingLog, true))
         return;
     holdReading(true, m_finishingLog);
-    QMetaObject::invokeMethod(this, &LivePort::finishSomeLog, Qt::QueuedConnection);
+    finishSomeLog();
 }
 
 // One turn of the event loop's worth. What the writer has no room for waits here, not there.

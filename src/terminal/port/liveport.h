@@ -121,7 +121,7 @@ public:
     // Text recorded, and bytes to be recorded, that are not in the file yet.
     [[nodiscard]] qint64 unloggedBytes() const;
     // Shows, records and writes all that waits, a little at a time, with the reading held back
-    // meanwhile. logFinished() follows, never at once.
+    // meanwhile. logFinished() follows, at once when little waits.
     void finishLog();
 
 Q_SIGNALS:

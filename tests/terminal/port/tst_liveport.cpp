@@ -243,7 +243,6 @@ void TestLivePort::logIsFinishedInSlices()
     QTRY_COMPARE(bench.port.unloggedBytes(), 5);
     QSignalSpy finished(&bench.port, &LivePort::logFinished);
     bench.port.finishLog();
-    QCOMPARE(finished.size(), 0);
     QTRY_COMPARE(finished.size(), 1);
     QVERIFY(finished[0][0].toBool());
     QVERIFY(bench.logged(device.cable.portA()).endsWith("waits"));
