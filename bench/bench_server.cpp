@@ -3,13 +3,8 @@
 // the longest time that the event loop was away. One iteration carries kBytesEach for each client
 // and direction.
 #include "connections/connectioncontroller.h"
-#include "terminal/pane/peerdesk.h"
-#include "terminal/pane/peerpanel.h"
-#include "terminal/port/receivepipeline.h"
-#include "terminal/port/sendpipeline.h"
-#include "terminal/port/transportreader.h"
-#include "terminal/port/transportwriter.h"
-#include "terminal/view/receiveview.h"
+#include "connections/serialportcatalog.h"
+#include "terminal/pane/serialportwidget.h"
 
 #include "loopprobe.h"
 
@@ -24,6 +19,12 @@
 #include <vector>
 
 namespace {
+
+class NoPorts final : public SerialPortCatalog
+{
+public:
+    QList<SerialPortDescription> ports() const override { return {}; }
+};
 
 constexpr int kClients = 200;
 constexpr qsizetype kBytesEach = qsizetype{64} * 1024;
@@ -139,29 +140,23 @@ private:
     QHash<QString, Client*> m_byKey;
 };
 
-// With the view, the list of clients and the road of sent bytes: what a pane is made of.
 void serverPane(benchmark::State& state)
 {
-    ReceiveView view;
-    view.resize(800, 500);
-    view.show();
-    PeerPanel panel;
-    panel.resize(800, 150);
-    Settings settings;
+    NoPorts catalog;
+    SerialPortWidget pane(catalog);
+    pane.resize(1000, 700);
+    pane.show();
+    Settings settings = pane.settings();
     settings.connMode = connectionMode::TcpServer;
-    ConnectionController controller;
-    ReceivePipeline receive(view);
-    const TransportReader reader(controller, receive, settings);
-    TransportWriter writer(controller, settings);
-    SendPipeline send(writer, receive);
-    PeerDesk desk(panel, controller, receive, writer);
-    controller.listenTcpServer(0, QHostAddress(QHostAddress::LocalHost));
-    receive.start();
-    desk.show(settings.connMode);
+    settings.targetPort = 0;
+    pane.setSettings(settings);
+    if (!pane.start({}, true))
+        return state.SkipWithError("the server did not start");
+    ConnectionController& controller = pane.port().controller();
     Load load(controller.tcpServerPort(), [&](const QString& key, const QByteArray& bytes) {
-        send.writeRaw(bytes, false, UdpTargetMode::LastSender, key);
+        controller.sendTcpServerTo(key, bytes);
     });
-    QObject::connect(&receive, &ReceivePipeline::rxTapped, &view,
+    QObject::connect(&pane.port(), &LivePort::rxTapped, &pane,
         [&](const QByteArray& bytes, const QString& key) { load.heard(key, bytes); });
     while (controller.tcpServerClients().size() < kClients)
         QCoreApplication::processEvents();

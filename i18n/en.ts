@@ -31,4 +31,14 @@
         </translation>
     </message>
 </context>
+<context>
+    <name>TcpClientLink</name>
+    <message numerus="yes">
+        <source>The TCP connection ended with %n byte(s) not sent.</source>
+        <translation>
+            <numerusform>The TCP connection ended with %n byte not sent.</numerusform>
+            <numerusform>The TCP connection ended with %n bytes not sent.</numerusform>
+        </translation>
+    </message>
+</context>
 </TS>

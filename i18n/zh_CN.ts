@@ -182,6 +182,33 @@ Functions: %1</source>
     </message>
 </context>
 <context>
+    <name>CommandLine</name>
+    <message>
+        <source>A terminal for serial ports and network byte streams.</source>
+        <translation>串口与网络字节流终端。</translation>
+    </message>
+    <message>
+        <source>Shows this help.</source>
+        <translation>显示此帮助。</translation>
+    </message>
+    <message>
+        <source>Saves a picture of the window to &lt;file&gt; and ends.</source>
+        <translation>将窗口截图保存到 &lt;file&gt; 后退出。</translation>
+    </message>
+    <message>
+        <source>file</source>
+        <translation>file</translation>
+    </message>
+    <message>
+        <source>A serial port, opened in the first pane, or a session file (*.vmr).</source>
+        <translation>在第一个窗格中打开的串口，或会话文件（*.vmr）。</translation>
+    </message>
+    <message>
+        <source>[port]</source>
+        <translation>[port]</translation>
+    </message>
+</context>
+<context>
     <name>ConnectionController</name>
     <message>
         <source>TCP listen on port %1 FAILED: %2</source>
@@ -350,53 +377,6 @@ Functions: %1</source>
     </message>
 </context>
 <context>
-    <name>ConnectionSupervisor</name>
-    <message>
-        <source>The connection type of this pane is not available in this version. Choose another one.</source>
-        <translation>此版本不支持该窗格的连接类型。请选择其他类型。</translation>
-    </message>
-    <message>
-        <source>No serial port is chosen. Choose one and open it again.</source>
-        <translation>未选择串口。请选择串口后重新打开。</translation>
-    </message>
-    <message>
-        <source>No host is given. Enter the name or address of one and open it again.</source>
-        <translation>未指定主机。请输入主机名或地址后重新打开。</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 lost, waiting for it to come back...</source>
-        <translation>串口 %1 丢失，等待其恢复...</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 ERROR: %2</source>
-        <translation>串口 %1 错误：%2</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 is gone. Connect the device again and open the port.</source>
-        <translation>串口 %1 已不存在。请重新连接设备并打开串口。</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 DISCONNECTED</source>
-        <translation>串口 %1 已断开</translation>
-    </message>
-    <message>
-        <source>Connection lost, reconnecting...</source>
-        <translation>连接断开，正在重连...</translation>
-    </message>
-    <message>
-        <source>Reconnecting to %1:%2 ...</source>
-        <translation>正在重连到 %1:%2 ...</translation>
-    </message>
-    <message>
-        <source>TCP connection RESTORED</source>
-        <translation>TCP 连接已恢复</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 RECONNECTED</source>
-        <translation>串口 %1 已重新连接</translation>
-    </message>
-</context>
-<context>
     <name>ControlLineRow</name>
     <message>
         <source>Live control-line levels while the port is open. Some USB serial adapters do not report the input lines.</source>
@@ -427,35 +407,12 @@ Functions: %1</source>
         <translation>点击切换 DTR 输出</translation>
     </message>
     <message>
-        <source>%1, not confirmed</source>
-        <translation>%1，未确认</translation>
-    </message>
-    <message>
-        <source>driven by flow control</source>
-        <translation>由流控驱动</translation>
-    </message>
-    <message>
-        <source>Break is being sent</source>
-        <translation>正在发送 Break</translation>
-    </message>
-</context>
-<context>
-    <name>ControlLines</name>
-    <message>
         <source>Lights while data is being sent or received</source>
         <translation>收发数据时点亮</translation>
     </message>
     <message>
         <source>Clear &quot;Keep the remote port&apos;s own config&quot; to drive RTS, DTR and Break from here.</source>
         <translation>取消“保留远程端口自身的配置”后，可在此控制 RTS、DTR 和 Break。</translation>
-    </message>
-    <message>
-        <source>Control lines belong to a serial port. This connection does not have one.</source>
-        <translation>控制线属于串口，此连接没有串口。</translation>
-    </message>
-    <message>
-        <source>A file transfer is using this port. Changing the control lines would interrupt it.</source>
-        <translation>文件传输正在使用此端口，更改控制线会中断传输。</translation>
     </message>
 </context>
 <context>
@@ -874,12 +831,35 @@ Functions: %1</source>
         <source>low</source>
         <translation>低电平</translation>
     </message>
+    <message>
+        <source>%1, not confirmed</source>
+        <translation>%1，未确认</translation>
+    </message>
+    <message>
+        <source>driven by flow control</source>
+        <translation>由流控驱动</translation>
+    </message>
+    <message>
+        <source>Break is being sent</source>
+        <translation>正在发送 Break</translation>
+    </message>
 </context>
 <context>
     <name>LineStrip</name>
     <message>
         <source>Control lines</source>
         <translation>控制线</translation>
+    </message>
+</context>
+<context>
+    <name>LivePort</name>
+    <message>
+        <source>Paused</source>
+        <translation>已暂停</translation>
+    </message>
+    <message>
+        <source>Several TCP clients are connected: nothing was sent. Choose whom to send to</source>
+        <translation>已连接多个 TCP 客户端：未发送任何数据。请选择发送对象</translation>
     </message>
 </context>
 <context>
@@ -914,14 +894,6 @@ Functions: %1</source>
     <message>
         <source>Warning</source>
         <translation>警告</translation>
-    </message>
-    <message>
-        <source>Port %1, %2: %3</source>
-        <translation>端口 %1，%2：%3</translation>
-    </message>
-    <message>
-        <source>The data log could not be written. What it still has to write is lost when the port is closed here.</source>
-        <translation>数据日志无法写入。如果现在关闭端口，尚未写入的内容将会丢失。</translation>
     </message>
 </context>
 <context>
@@ -1497,6 +1469,10 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
         <source>The settings of the program could not be stored. At its next start they are as they were before.</source>
         <translation>程序设置无法保存。下次启动时仍为之前的设置。</translation>
     </message>
+    <message>
+        <source>Remove from &amp;List</source>
+        <translation>从列表中移除(&amp;L)</translation>
+    </message>
 </context>
 <context>
     <name>ModbusCodec</name>
@@ -1629,6 +1605,33 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
 </context>
 <context>
+    <name>PaneCloser</name>
+    <message>
+        <source>Writing the data log</source>
+        <translation>正在写入数据日志</translation>
+    </message>
+    <message>
+        <source>Close &amp;anyway</source>
+        <translation>仍然关闭(&amp;A)</translation>
+    </message>
+    <message>
+        <source>The data log is being written.</source>
+        <translation>正在写入数据日志。</translation>
+    </message>
+    <message>
+        <source>%1 are left. Closing anyway leaves them out.</source>
+        <translation>还剩 %1。仍然关闭将丢弃它们。</translation>
+    </message>
+    <message>
+        <source>Port %1, %2: %3 would be missing in %4. %5</source>
+        <translation>端口 %1，%2：%4 中将缺失 %3。%5</translation>
+    </message>
+    <message>
+        <source>The data log could not be written. What it still has to write is lost when the port is closed here.</source>
+        <translation>数据日志无法写入。如果现在关闭端口，尚未写入的内容将会丢失。</translation>
+    </message>
+</context>
+<context>
     <name>PaneDialogs</name>
     <message>
         <source>Port %1, %2</source>
@@ -1648,27 +1651,6 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>Open this port</source>
         <translation>打开此端口</translation>
-    </message>
-</context>
-<context>
-    <name>PaneLog</name>
-    <message>
-        <source>The data log could not be written for so long that the memory for its text is full. What comes now will be missing in the log. Make room on the disk or choose another log file.</source>
-        <translation>数据日志长时间无法写入，暂存其文本的内存已满。此后的数据将不会出现在日志中。请腾出磁盘空间，或选择其他日志文件。</translation>
-    </message>
-    <message>
-        <source>The data log is not written. %1
-The text is kept in memory (up to %2), and recording goes on by itself as soon as the file can be written.</source>
-        <translation>数据日志未能写入。%1
-文本暂存在内存中（最多 %2），文件可写入后将自动继续记录。</translation>
-    </message>
-    <message>
-        <source>The data log is written again in %1, but %2 of text are missing. A line in the log says where.</source>
-        <translation>数据日志已恢复写入 %1，但缺失 %2 的文本。日志中有一行标明缺失位置。</translation>
-    </message>
-    <message>
-        <source>The data log is written again in %1</source>
-        <translation>数据日志已恢复写入 %1</translation>
     </message>
 </context>
 <context>
@@ -1842,6 +1824,10 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>Last message</source>
         <translation>最近消息</translation>
     </message>
+    <message>
+        <source>The only client</source>
+        <translation>唯一的客户端</translation>
+    </message>
 </context>
 <context>
     <name>PeerPanel</name>
@@ -1900,6 +1886,105 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Sending to: %1; listening on %2</source>
         <translation>发送到：%1；正在监听 %2</translation>
+    </message>
+</context>
+<context>
+    <name>PortConnection</name>
+    <message>
+        <source>Serial Port %1 lost, waiting for it to come back...</source>
+        <translation>串口 %1 丢失，等待其恢复...</translation>
+    </message>
+    <message>
+        <source>Connection lost, reconnecting...</source>
+        <translation>连接断开，正在重连...</translation>
+    </message>
+    <message>
+        <source>The connection type of this pane is not available in this version. Choose another one.</source>
+        <translation>此版本不支持该窗格的连接类型。请选择其他类型。</translation>
+    </message>
+    <message>
+        <source>No serial port is chosen. Choose one and open it again.</source>
+        <translation>未选择串口。请选择串口后重新打开。</translation>
+    </message>
+    <message>
+        <source>No host is given. Enter the name or address of one and open it again.</source>
+        <translation>未指定主机。请输入主机名或地址后重新打开。</translation>
+    </message>
+    <message>
+        <source>TCP connection RESTORED</source>
+        <translation>TCP 连接已恢复</translation>
+    </message>
+    <message>
+        <source>Connecting...</source>
+        <translation>正在连接...</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>已打开</translation>
+    </message>
+    <message>
+        <source>Waiting for the port...</source>
+        <translation>等待串口...</translation>
+    </message>
+    <message>
+        <source>Reconnecting...</source>
+        <translation>正在重连...</translation>
+    </message>
+    <message>
+        <source>Closed</source>
+        <translation>已关闭</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 ERROR: %2</source>
+        <translation>串口 %1 错误：%2</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 is gone. Connect the device again and open the port.</source>
+        <translation>串口 %1 已不存在。请重新连接设备并打开串口。</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 DISCONNECTED</source>
+        <translation>串口 %1 已断开</translation>
+    </message>
+    <message>
+        <source>Reconnecting to %1:%2 ...</source>
+        <translation>正在重连到 %1:%2 ...</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 RECONNECTED</source>
+        <translation>串口 %1 已重新连接</translation>
+    </message>
+</context>
+<context>
+    <name>PortLines</name>
+    <message>
+        <source>Control lines belong to a serial port. This connection does not have one.</source>
+        <translation>控制线属于串口，此连接没有串口。</translation>
+    </message>
+</context>
+<context>
+    <name>PortLog</name>
+    <message>
+        <source>The data log could not be written for so long that the memory for its text is full. What comes now will be missing in the log. Make room on the disk or choose another log file.</source>
+        <translation>数据日志长时间无法写入，暂存其文本的内存已满。此后的数据将不会出现在日志中。请腾出磁盘空间，或选择其他日志文件。</translation>
+    </message>
+    <message>
+        <source>%1 of text for the data log %2 were given up: it could not be written for too long.</source>
+        <translation>数据日志 %2 长时间无法写入，已放弃 %1 的文本。</translation>
+    </message>
+    <message>
+        <source>The data log is not written. %1
+The text is kept in memory (up to %2), and recording goes on by itself as soon as the file can be written.</source>
+        <translation>数据日志未能写入。%1
+文本暂存在内存中（最多 %2），文件可写入后将自动继续记录。</translation>
+    </message>
+    <message>
+        <source>The data log is written again in %1, but %2 of text are missing. A line in the log says where.</source>
+        <translation>数据日志已恢复写入 %1，但缺失 %2 的文本。日志中有一行标明缺失位置。</translation>
+    </message>
+    <message>
+        <source>The data log is written again in %1</source>
+        <translation>数据日志已恢复写入 %1</translation>
     </message>
 </context>
 <context>
@@ -2119,17 +2204,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Send multi-line input line by line</source>
         <translation>将多行输入逐行发送</translation>
-    </message>
-</context>
-<context>
-    <name>ReceiveDesk</name>
-    <message>
-        <source>A save is still running</source>
-        <translation>仍在保存中</translation>
-    </message>
-    <message>
-        <source>File saved</source>
-        <translation>文件已保存</translation>
     </message>
 </context>
 <context>
@@ -2355,33 +2429,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Remote flow control</source>
         <translation>远程流控</translation>
-    </message>
-</context>
-<context>
-    <name>RunControl</name>
-    <message>
-        <source>Paused</source>
-        <translation>已暂停</translation>
-    </message>
-    <message>
-        <source>Open</source>
-        <translation>已打开</translation>
-    </message>
-    <message>
-        <source>Waiting for the port...</source>
-        <translation>等待串口...</translation>
-    </message>
-    <message>
-        <source>Reconnecting...</source>
-        <translation>正在重连...</translation>
-    </message>
-    <message>
-        <source>Connecting...</source>
-        <translation>正在连接...</translation>
-    </message>
-    <message>
-        <source>Closed</source>
-        <translation>已关闭</translation>
     </message>
 </context>
 <context>
@@ -2627,6 +2674,10 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>Outputs</source>
         <translation>输出</translation>
     </message>
+    <message>
+        <source>The rate stays at %1. Enter a number from 1 to 100000000.</source>
+        <translation>波特率保持为 %1。请输入 1 到 100000000 之间的数字。</translation>
+    </message>
 </context>
 <context>
     <name>SerialLink</name>
@@ -2704,6 +2755,10 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>Serial Port %1 has no control lines that can be read: %2</source>
         <translation>串口 %1 没有可读取的控制线：%2</translation>
     </message>
+    <message>
+        <source>Serial Port %1 is too slow: %2 wait to be sent, and the rest is refused</source>
+        <translation>串口 %1 太慢：%2 等待发送，其余被拒绝</translation>
+    </message>
 </context>
 <context>
     <name>SerialOpenAdvice</name>
@@ -2749,6 +2804,18 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>All files (*)</source>
         <translation>所有文件 (*)</translation>
+    </message>
+    <message>
+        <source>The last message has not left yet: repetitions wait for it</source>
+        <translation>上一条消息尚未发出：重复发送正在等待</translation>
+    </message>
+    <message>
+        <source>A save is still running</source>
+        <translation>仍在保存中</translation>
+    </message>
+    <message>
+        <source>File saved</source>
+        <translation>文件已保存</translation>
     </message>
 </context>
 <context>
@@ -2923,6 +2990,16 @@ Do you want to replace it?</source>
     <message>
         <source>%1 bytes that the TCP peer had sent were dropped: nobody read them</source>
         <translation>TCP 对端发来的 %1 字节因无人读取而被丢弃</translation>
+    </message>
+    <message numerus="yes">
+        <source>The TCP connection ended with %n byte(s) not sent.</source>
+        <translation>
+            <numerusform>TCP 连接结束，有 %n 字节未发送。</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>The TCP peer does not read: %1 wait for it, and the rest is refused</source>
+        <translation>TCP 对端没有读取：%1 正在等待，其余被拒绝</translation>
     </message>
 </context>
 <context>
