@@ -542,12 +542,12 @@ Functions: %1</source>
 <context>
     <name>DisplayPage</name>
     <message>
-        <source>Bold</source>
-        <translation>粗体</translation>
+        <source>&amp;Bold</source>
+        <translation>粗体(&amp;B)</translation>
     </message>
     <message>
-        <source>Color by direction</source>
-        <translation>按方向着色</translation>
+        <source>Color by &amp;direction</source>
+        <translation>按方向着色(&amp;D)</translation>
     </message>
     <message>
         <source>Color of received data</source>
@@ -558,8 +558,8 @@ Functions: %1</source>
         <translation>发送数据的颜色</translation>
     </message>
     <message>
-        <source>Show TX/RX and control line indicators</source>
-        <translation>显示 TX/RX 与控制线指示灯</translation>
+        <source>S&amp;how TX/RX and control line indicators</source>
+        <translation>显示 TX/RX 与控制线指示灯(&amp;H)</translation>
     </message>
     <message>
         <source>Received: 0O 1lI {}[]() 48 65 6C</source>
@@ -582,28 +582,28 @@ Functions: %1</source>
         <translation>显示区保留的文本量，较早的文本会被移除</translation>
     </message>
     <message>
-        <source>Font</source>
-        <translation>字体</translation>
+        <source>&amp;Font</source>
+        <translation>字体(&amp;F)</translation>
     </message>
     <message>
-        <source>Font Size</source>
-        <translation>字号</translation>
+        <source>Font Si&amp;ze</source>
+        <translation>字号(&amp;Z)</translation>
     </message>
     <message>
-        <source>Received</source>
-        <translation>接收</translation>
+        <source>&amp;Received</source>
+        <translation>接收(&amp;R)</translation>
     </message>
     <message>
-        <source>Sent</source>
-        <translation>发送</translation>
+        <source>&amp;Sent</source>
+        <translation>发送(&amp;S)</translation>
     </message>
     <message>
         <source>Sample</source>
         <translation>示例</translation>
     </message>
     <message>
-        <source>Display Buffer</source>
-        <translation>显示缓冲</translation>
+        <source>Display B&amp;uffer</source>
+        <translation>显示缓冲(&amp;U)</translation>
     </message>
 </context>
 <context>
@@ -752,12 +752,12 @@ Functions: %1</source>
 <context>
     <name>GeneralPage</name>
     <message>
-        <source>Restore the last connection at start</source>
-        <translation>启动时恢复上次连接</translation>
+        <source>&amp;Restore the last connection at start</source>
+        <translation>启动时恢复上次连接(&amp;R)</translation>
     </message>
     <message>
-        <source>Reconnect automatically</source>
-        <translation>自动重连</translation>
+        <source>R&amp;econnect automatically</source>
+        <translation>自动重连(&amp;E)</translation>
     </message>
     <message>
         <source>Restore the connection that was open at last exit</source>
@@ -780,8 +780,8 @@ Functions: %1</source>
         <translation>中文</translation>
     </message>
     <message>
-        <source>Language</source>
-        <translation>语言</translation>
+        <source>&amp;Language</source>
+        <translation>语言(&amp;L)</translation>
     </message>
     <message>
         <source>Another language takes effect when the program is restarted.</source>
@@ -899,24 +899,24 @@ Functions: %1</source>
 <context>
     <name>LogPage</name>
     <message>
-        <source>Log Recording</source>
-        <translation>记录日志</translation>
+        <source>&amp;Log Recording</source>
+        <translation>记录日志(&amp;L)</translation>
     </message>
     <message>
-        <source>Begin every line with a time stamp</source>
-        <translation>每行以时间戳开头</translation>
+        <source>&amp;Begin every line with a time stamp</source>
+        <translation>每行以时间戳开头(&amp;B)</translation>
     </message>
     <message>
-        <source>Start a new file when it is larger than</source>
-        <translation>文件超过此大小时新建文件</translation>
+        <source>Start a new file when it is lar&amp;ger than</source>
+        <translation>文件超过此大小时新建文件(&amp;G)</translation>
     </message>
     <message>
-        <source>Start a new file every day at</source>
-        <translation>每天在此时间新建文件</translation>
+        <source>Start a new file every &amp;day at</source>
+        <translation>每天在此时间新建文件(&amp;D)</translation>
     </message>
     <message>
-        <source>Write the time into the log every hour</source>
-        <translation>每小时在日志中写入时间</translation>
+        <source>&amp;Write the time into the log every hour</source>
+        <translation>每小时在日志中写入时间(&amp;W)</translation>
     </message>
     <message>
         <source>Record all messages of this port in a log file</source>
@@ -939,24 +939,24 @@ Functions: %1</source>
         <translation>日志文件始终以 UTF-8 写入。</translation>
     </message>
     <message>
-        <source>Folder...</source>
-        <translation>文件夹...</translation>
+        <source>Fold&amp;er...</source>
+        <translation>文件夹(&amp;E)...</translation>
     </message>
     <message>
         <source>Choose the folder of the log files</source>
         <translation>选择日志文件所在的文件夹</translation>
     </message>
     <message>
-        <source>Log File</source>
-        <translation>日志文件</translation>
+        <source>Log &amp;File</source>
+        <translation>日志文件(&amp;F)</translation>
     </message>
     <message>
         <source>%S session name, %Y year, %y year in two digits, %M month, %D day, %h hour, %m minute, %s second, %z millisecond</source>
         <translation>%S 会话名，%Y 年，%y 两位年，%M 月，%D 日，%h 时，%m 分，%s 秒，%z 毫秒</translation>
     </message>
     <message>
-        <source>Time Stamp</source>
-        <translation>时间戳</translation>
+        <source>&amp;Time Stamp</source>
+        <translation>时间戳(&amp;T)</translation>
     </message>
     <message>
         <source>Enter a pattern, for example %1</source>
@@ -1110,80 +1110,80 @@ Functions: %1</source>
         <translation>调试(&amp;D)</translation>
     </message>
     <message>
-        <source>New...</source>
-        <translation>新建...</translation>
+        <source>&amp;New...</source>
+        <translation>新建(&amp;N)...</translation>
     </message>
     <message>
-        <source>Open Settings...</source>
-        <translation>打开设置...</translation>
+        <source>&amp;Open Settings...</source>
+        <translation>打开设置(&amp;O)...</translation>
     </message>
     <message>
-        <source>Save Settings...</source>
-        <translation>保存设置...</translation>
+        <source>&amp;Save Settings...</source>
+        <translation>保存设置(&amp;S)...</translation>
     </message>
     <message>
         <source>Save current config</source>
         <translation>保存当前配置</translation>
     </message>
     <message>
-        <source>Save Settings As...</source>
-        <translation>设置另存为...</translation>
+        <source>Save Settings &amp;As...</source>
+        <translation>设置另存为(&amp;A)...</translation>
     </message>
     <message>
         <source>Save current settings as new file</source>
         <translation>将当前设置保存为新文件</translation>
     </message>
     <message>
-        <source>Log Recording</source>
-        <translation>记录日志</translation>
+        <source>&amp;Log Recording</source>
+        <translation>记录日志(&amp;L)</translation>
     </message>
     <message>
         <source>Record all port messages as log files</source>
         <translation>将所有端口的数据记录到日志文件</translation>
     </message>
     <message>
-        <source>View Current Data Log</source>
-        <translation>查看当前数据日志</translation>
+        <source>&amp;View Current Data Log</source>
+        <translation>查看当前数据日志(&amp;V)</translation>
     </message>
     <message>
-        <source>Open Log Folder</source>
-        <translation>打开日志文件夹</translation>
+        <source>Open Log &amp;Folder</source>
+        <translation>打开日志文件夹(&amp;F)</translation>
     </message>
     <message>
-        <source>Exit</source>
-        <translation>退出</translation>
+        <source>E&amp;xit</source>
+        <translation>退出(&amp;X)</translation>
     </message>
     <message>
-        <source>New Connection</source>
-        <translation>新建连接</translation>
+        <source>&amp;New Connection</source>
+        <translation>新建连接(&amp;N)</translation>
     </message>
     <message>
-        <source>Start</source>
-        <translation>开始</translation>
+        <source>&amp;Start</source>
+        <translation>开始(&amp;S)</translation>
     </message>
     <message>
         <source>Open the connection, or go on after a pause</source>
         <translation>打开连接，或在暂停后继续</translation>
     </message>
     <message>
-        <source>Pause</source>
-        <translation>暂停</translation>
+        <source>&amp;Pause</source>
+        <translation>暂停(&amp;P)</translation>
     </message>
     <message>
         <source>Hold the display; what arrives is kept for later</source>
         <translation>暂停显示，收到的数据会保留</translation>
     </message>
     <message>
-        <source>Stop</source>
-        <translation>停止</translation>
+        <source>S&amp;top</source>
+        <translation>停止(&amp;T)</translation>
     </message>
     <message>
         <source>Close the connection</source>
         <translation>关闭连接</translation>
     </message>
     <message>
-        <source>Clear All Displays</source>
-        <translation>清空所有显示</translation>
+        <source>&amp;Clear All Displays</source>
+        <translation>清空所有显示(&amp;C)</translation>
     </message>
     <message>
         <source>Clear the receive views and their counters</source>
@@ -1194,200 +1194,200 @@ Functions: %1</source>
         <translation>清空</translation>
     </message>
     <message>
-        <source>Clear All Send Histories</source>
-        <translation>清空所有发送历史</translation>
+        <source>Clear All Send &amp;Histories</source>
+        <translation>清空所有发送历史(&amp;H)</translation>
     </message>
     <message>
         <source>Forget what was sent before, in every pane</source>
         <translation>清除每个窗格的发送记录</translation>
     </message>
     <message>
-        <source>Find...</source>
-        <translation>查找...</translation>
+        <source>&amp;Find...</source>
+        <translation>查找(&amp;F)...</translation>
     </message>
     <message>
         <source>Find text in the receive view</source>
         <translation>在接收区中查找文本</translation>
     </message>
     <message>
-        <source>Add Port</source>
-        <translation>添加端口</translation>
+        <source>&amp;Add Port</source>
+        <translation>添加端口(&amp;A)</translation>
     </message>
     <message>
-        <source>Remove Port</source>
-        <translation>移除端口</translation>
+        <source>&amp;Remove Port</source>
+        <translation>移除端口(&amp;R)</translation>
     </message>
     <message>
-        <source>Auto Restore Last Connection</source>
-        <translation>自动恢复上次连接</translation>
+        <source>Auto Restore &amp;Last Connection</source>
+        <translation>自动恢复上次连接(&amp;L)</translation>
     </message>
     <message>
         <source>Restore the connection that was open at last exit</source>
         <translation>恢复上次退出时打开的连接</translation>
     </message>
     <message>
-        <source>Auto Reconnect</source>
-        <translation>自动重连</translation>
+        <source>Auto R&amp;econnect</source>
+        <translation>自动重连(&amp;E)</translation>
     </message>
     <message>
         <source>Automatically reconnect after a serial unplug or TCP connection loss</source>
         <translation>串口拔出或 TCP 连接断开后自动重连</translation>
     </message>
     <message>
-        <source>Horizontal</source>
-        <translation>水平排列</translation>
+        <source>&amp;Horizontal</source>
+        <translation>水平排列(&amp;H)</translation>
     </message>
     <message>
-        <source>Vertical</source>
-        <translation>垂直排列</translation>
+        <source>&amp;Vertical</source>
+        <translation>垂直排列(&amp;V)</translation>
     </message>
     <message>
-        <source>Grid</source>
-        <translation>网格排列</translation>
+        <source>&amp;Grid</source>
+        <translation>网格排列(&amp;G)</translation>
     </message>
     <message>
-        <source>Custom</source>
-        <translation>自定义</translation>
+        <source>&amp;Custom</source>
+        <translation>自定义(&amp;C)</translation>
     </message>
     <message>
-        <source>Close Quick Settings</source>
-        <translation>关闭快捷设置</translation>
+        <source>Close &amp;Quick Settings</source>
+        <translation>关闭快捷设置(&amp;Q)</translation>
     </message>
     <message>
         <source>Show or hide the column of quick settings</source>
         <translation>显示或隐藏快捷设置栏</translation>
     </message>
     <message>
-        <source>Always On Top</source>
-        <translation>窗口置顶</translation>
+        <source>Always On &amp;Top</source>
+        <translation>窗口置顶(&amp;T)</translation>
     </message>
     <message>
         <source>Keep the window above others</source>
         <translation>使窗口保持在其他窗口之上</translation>
     </message>
     <message>
-        <source>Settings...</source>
-        <translation>设置...</translation>
+        <source>&amp;Settings...</source>
+        <translation>设置(&amp;S)...</translation>
     </message>
     <message>
-        <source>Toolbox...</source>
-        <translation>工具箱...</translation>
+        <source>&amp;Toolbox...</source>
+        <translation>工具箱(&amp;T)...</translation>
     </message>
     <message>
-        <source>ASCII Code...</source>
-        <translation>ASCII 码表...</translation>
+        <source>&amp;ASCII Code...</source>
+        <translation>ASCII 码表(&amp;A)...</translation>
     </message>
     <message>
-        <source>Modbus Request Builder...</source>
-        <translation>Modbus 请求生成器...</translation>
+        <source>&amp;Modbus Request Builder...</source>
+        <translation>Modbus 请求生成器(&amp;M)...</translation>
     </message>
     <message>
-        <source>Bridges...</source>
-        <translation>桥接...</translation>
+        <source>&amp;Bridges...</source>
+        <translation>桥接(&amp;B)...</translation>
     </message>
     <message>
         <source>Forward data between two ports (network to serial gateway)</source>
         <translation>在两个端口之间转发数据（网络到串口网关）</translation>
     </message>
     <message>
-        <source>Send File...</source>
-        <translation>发送文件...</translation>
+        <source>S&amp;end File...</source>
+        <translation>发送文件(&amp;E)...</translation>
     </message>
     <message>
         <source>Send a file to the device with XMODEM or YMODEM</source>
         <translation>用 XMODEM 或 YMODEM 向设备发送文件</translation>
     </message>
     <message>
-        <source>Receive File...</source>
-        <translation>接收文件...</translation>
+        <source>&amp;Receive File...</source>
+        <translation>接收文件(&amp;R)...</translation>
     </message>
     <message>
         <source>Receive a file from the device with XMODEM or YMODEM</source>
         <translation>用 XMODEM 或 YMODEM 从设备接收文件</translation>
     </message>
     <message>
-        <source>Cancel Transfer</source>
-        <translation>取消传输</translation>
+        <source>&amp;Cancel Transfer</source>
+        <translation>取消传输(&amp;C)</translation>
     </message>
     <message>
-        <source>Cloud Console</source>
-        <translation>云控制台</translation>
+        <source>&amp;Cloud Console</source>
+        <translation>云控制台(&amp;C)</translation>
     </message>
     <message>
-        <source>Allow Remote Send</source>
-        <translation>允许远程发送</translation>
+        <source>Allow Remote &amp;Send</source>
+        <translation>允许远程发送(&amp;S)</translation>
     </message>
     <message>
-        <source>Allow Remote Port Control</source>
-        <translation>允许远程控制端口</translation>
+        <source>Allow Remote &amp;Port Control</source>
+        <translation>允许远程控制端口(&amp;P)</translation>
     </message>
     <message>
-        <source>Allow Cloud Relay</source>
-        <translation>允许云中继</translation>
+        <source>Allow Cloud &amp;Relay</source>
+        <translation>允许云中继(&amp;R)</translation>
     </message>
     <message>
-        <source>Sign In...</source>
-        <translation>登录...</translation>
+        <source>Sign &amp;In...</source>
+        <translation>登录(&amp;I)...</translation>
     </message>
     <message>
-        <source>My Account</source>
-        <translation>我的账户</translation>
+        <source>&amp;My Account</source>
+        <translation>我的账户(&amp;M)</translation>
     </message>
     <message>
-        <source>Sync Now</source>
-        <translation>立即同步</translation>
+        <source>Sync &amp;Now</source>
+        <translation>立即同步(&amp;N)</translation>
     </message>
     <message>
-        <source>Sync Settings...</source>
-        <translation>同步设置...</translation>
+        <source>Sync Se&amp;ttings...</source>
+        <translation>同步设置(&amp;T)...</translation>
     </message>
     <message>
-        <source>Sign Out</source>
-        <translation>退出登录</translation>
+        <source>Sign &amp;Out</source>
+        <translation>退出登录(&amp;O)</translation>
     </message>
     <message>
-        <source>English</source>
-        <translation>英文</translation>
+        <source>&amp;English</source>
+        <translation>英文(&amp;E)</translation>
     </message>
     <message>
-        <source>Chinese</source>
-        <translation>中文</translation>
+        <source>&amp;Chinese</source>
+        <translation>中文(&amp;C)</translation>
     </message>
     <message>
-        <source>Help</source>
-        <translation>帮助</translation>
+        <source>&amp;Help</source>
+        <translation>帮助(&amp;H)</translation>
     </message>
     <message>
         <source>Open the help page in the browser</source>
         <translation>在浏览器中打开帮助页面</translation>
     </message>
     <message>
-        <source>Homepage</source>
-        <translation>主页</translation>
+        <source>Home&amp;page</source>
+        <translation>主页(&amp;P)</translation>
     </message>
     <message>
         <source>Open the home page in the browser</source>
         <translation>在浏览器中打开主页</translation>
     </message>
     <message>
-        <source>About</source>
-        <translation>关于</translation>
+        <source>&amp;About</source>
+        <translation>关于(&amp;A)</translation>
     </message>
     <message>
         <source>Version and licences</source>
         <translation>版本与许可</translation>
     </message>
     <message>
-        <source>Suspend Port List Refresh</source>
-        <translation>暂停刷新端口列表</translation>
+        <source>&amp;Suspend Port List Refresh</source>
+        <translation>暂停刷新端口列表(&amp;S)</translation>
     </message>
     <message>
         <source>Do not look for serial ports that come and go</source>
         <translation>不再检测串口的插入与拔出</translation>
     </message>
     <message>
-        <source>Open Quick Settings</source>
-        <translation>打开快捷设置</translation>
+        <source>Open &amp;Quick Settings</source>
+        <translation>打开快捷设置(&amp;Q)</translation>
     </message>
     <message>
         <source>Main Toolbar</source>
@@ -1442,16 +1442,16 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
         <translation>选择每行的端口数</translation>
     </message>
     <message>
-        <source>Next Port</source>
-        <translation>下一个端口</translation>
+        <source>&amp;Next Port</source>
+        <translation>下一个端口(&amp;N)</translation>
     </message>
     <message>
         <source>Move the keyboard to the next port</source>
         <translation>将键盘焦点移到下一个端口</translation>
     </message>
     <message>
-        <source>Previous Port</source>
-        <translation>上一个端口</translation>
+        <source>&amp;Previous Port</source>
+        <translation>上一个端口(&amp;P)</translation>
     </message>
     <message>
         <source>Move the keyboard to the previous port</source>
@@ -1546,12 +1546,12 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
 <context>
     <name>NewConnectionDialog</name>
     <message>
-        <source>The current pane</source>
-        <translation>当前窗格</translation>
+        <source>The current &amp;pane</source>
+        <translation>当前窗格(&amp;P)</translation>
     </message>
     <message>
-        <source>A new pane</source>
-        <translation>新窗格</translation>
+        <source>A &amp;new pane</source>
+        <translation>新窗格(&amp;N)</translation>
     </message>
     <message>
         <source>New Connection</source>
@@ -2035,12 +2035,12 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <translation>下移</translation>
     </message>
     <message>
-        <source>Groups and fields beside every terminal, in their order:</source>
-        <translation>每个终端旁显示的分组和字段及其顺序：</translation>
+        <source>&amp;Groups and fields beside every terminal, in their order:</source>
+        <translation>每个终端旁显示的分组和字段及其顺序(&amp;G)：</translation>
     </message>
     <message>
-        <source>Restore Defaults</source>
-        <translation>恢复默认</translation>
+        <source>&amp;Restore Defaults</source>
+        <translation>恢复默认(&amp;R)</translation>
     </message>
     <message>
         <source>Select at least one quick settings group to show.</source>
@@ -2213,12 +2213,12 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <translation>请输入模式，例如 %1</translation>
     </message>
     <message>
-        <source>Stamp of Received Data</source>
-        <translation>接收数据时间戳</translation>
+        <source>Stamp of &amp;Received Data</source>
+        <translation>接收数据时间戳(&amp;R)</translation>
     </message>
     <message>
-        <source>Stamp of Sent Data</source>
-        <translation>发送数据时间戳</translation>
+        <source>Stamp of &amp;Sent Data</source>
+        <translation>发送数据时间戳(&amp;S)</translation>
     </message>
     <message>
         <source>yyyy year, MM month, dd day, hh hour, mm minute, ss second, zzz millisecond; text between single quotes stays as it is</source>

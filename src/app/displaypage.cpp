@@ -45,12 +45,12 @@ DisplayPage::DisplayPage(QWidget* parent)
     : SettingsPage(parent)
     , m_family(new QFontComboBox(this))
     , m_size(new QSpinBox(this))
-    , m_bold(new QCheckBox(tr("Bold"), this))
-    , m_colored(new QCheckBox(tr("Color by direction"), this))
+    , m_bold(new QCheckBox(tr("&Bold"), this))
+    , m_colored(new QCheckBox(tr("Color by &direction"), this))
     , m_receiveColor(new ColorButton(tr("Color of received data"), this))
     , m_sendColor(new ColorButton(tr("Color of sent data"), this))
     , m_bufferMb(new QSpinBox(this))
-    , m_lamps(new QCheckBox(tr("Show TX/RX and control line indicators"), this))
+    , m_lamps(new QCheckBox(tr("S&how TX/RX and control line indicators"), this))
     , m_receiveSample(new QLabel(tr("Received: 0O 1lI {}[]() 48 65 6C"), this))
     , m_sendSample(new QLabel(tr("Sent: 0O 1lI {}[]() 48 65 6C"), this))
 {
@@ -89,20 +89,20 @@ void DisplayPage::describeFields()
 void DisplayPage::buildRows()
 {
     QFormLayout* form = makeForm();
-    form->addRow(tr("Font"), m_family);
+    form->addRow(tr("&Font"), m_family);
     auto* size = new QHBoxLayout;
     size->setSpacing(8);
     size->addWidget(m_size);
     size->addWidget(m_bold);
     size->addStretch();
-    auto* sizeLabel = new QLabel(tr("Font Size"), this);
+    auto* sizeLabel = new QLabel(tr("Font Si&ze"), this);
     sizeLabel->setBuddy(m_size);
     form->addRow(sizeLabel, size);
     form->addRow(m_colored);
-    form->addRow(tr("Received"), m_receiveColor);
-    form->addRow(tr("Sent"), m_sendColor);
+    form->addRow(tr("&Received"), m_receiveColor);
+    form->addRow(tr("&Sent"), m_sendColor);
     form->addRow(tr("Sample"), makeSample());
-    form->addRow(tr("Display Buffer"), m_bufferMb);
+    form->addRow(tr("Display B&uffer"), m_bufferMb);
     form->addRow(m_lamps);
     for (QWidget* field : {static_cast<QWidget*>(m_receiveColor),
              static_cast<QWidget*>(m_sendColor), static_cast<QWidget*>(m_bufferMb)})

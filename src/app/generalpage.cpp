@@ -8,8 +8,8 @@ using namespace Qt::Literals::StringLiterals;
 
 GeneralPage::GeneralPage(QWidget* parent)
     : SettingsPage(parent)
-    , m_openLastConnection(new QCheckBox(tr("Restore the last connection at start"), this))
-    , m_autoReconnect(new QCheckBox(tr("Reconnect automatically"), this))
+    , m_openLastConnection(new QCheckBox(tr("&Restore the last connection at start"), this))
+    , m_autoReconnect(new QCheckBox(tr("R&econnect automatically"), this))
     , m_language(new QComboBox(this))
 {
     m_openLastConnection->setObjectName("openLastConnection"_L1);
@@ -25,7 +25,7 @@ GeneralPage::GeneralPage(QWidget* parent)
     QFormLayout* form = makeForm();
     form->addRow(m_openLastConnection);
     form->addRow(m_autoReconnect);
-    form->addRow(tr("Language"), m_language);
+    form->addRow(tr("&Language"), m_language);
     addHint(form, tr("Another language takes effect when the program is restarted."));
 
     connect(m_openLastConnection, &QCheckBox::toggled, this, &GeneralPage::revalidate);

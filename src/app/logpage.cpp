@@ -41,17 +41,17 @@ LogPage::LogPage(QWidget* parent)
 LogPage::LogPage(LogWriter::Clock clock, QWidget* parent)
     : SettingsPage(parent)
     , m_clock(std::move(clock))
-    , m_record(new QCheckBox(tr("Log Recording"), this))
+    , m_record(new QCheckBox(tr("&Log Recording"), this))
     , m_pattern(new QLineEdit(this))
     , m_namePreview(nullptr)
-    , m_stamped(new QCheckBox(tr("Begin every line with a time stamp"), this))
+    , m_stamped(new QCheckBox(tr("&Begin every line with a time stamp"), this))
     , m_stamp(new QLineEdit(this))
     , m_stampPreview(nullptr)
-    , m_rotateAtSize(new QCheckBox(tr("Start a new file when it is larger than"), this))
+    , m_rotateAtSize(new QCheckBox(tr("Start a new file when it is lar&ger than"), this))
     , m_rotateMb(new QSpinBox(this))
-    , m_rotateAtTime(new QCheckBox(tr("Start a new file every day at"), this))
+    , m_rotateAtTime(new QCheckBox(tr("Start a new file every &day at"), this))
     , m_rotateTime(new QTimeEdit(this))
-    , m_hourly(new QCheckBox(tr("Write the time into the log every hour"), this))
+    , m_hourly(new QCheckBox(tr("&Write the time into the log every hour"), this))
 {
     describeFields();
     QFormLayout* form = makeForm();
@@ -92,12 +92,12 @@ QString LogPage::encodingNote()
 
 void LogPage::buildNameRows(QFormLayout* form)
 {
-    auto* browseButton = new QPushButton(tr("Folder..."), this);
+    auto* browseButton = new QPushButton(tr("Fold&er..."), this);
     browseButton->setToolTip(tr("Choose the folder of the log files"));
     browseButton->setAutoDefault(false);
     connect(browseButton, &QPushButton::clicked, this, &LogPage::browse);
     QHBoxLayout* row = makeRow({m_pattern, browseButton});
-    auto* label = new QLabel(tr("Log File"), this);
+    auto* label = new QLabel(tr("Log &File"), this);
     label->setBuddy(m_pattern);
     form->addRow(label, row);
     addCheck(form, m_pattern, [this] { return nameProblem(); });
@@ -110,7 +110,7 @@ void LogPage::buildNameRows(QFormLayout* form)
 void LogPage::buildStampRows(QFormLayout* form)
 {
     form->addRow(m_stamped);
-    form->addRow(tr("Time Stamp"), m_stamp);
+    form->addRow(tr("&Time Stamp"), m_stamp);
     addCheck(form, m_stamp, [this] {
         return m_stamp->text().isEmpty() ? tr("Enter a pattern, for example %1")
                                                .arg(SettingsCodec::defaultLogTimestampFmt())

@@ -1,6 +1,5 @@
 #include "app/mainactions.h"
 
-#include "app/menuletters.h"
 #include "app/symbolicicon.h"
 
 #include <QAction>
@@ -33,7 +32,7 @@ QString unavailableText(Availability availability)
 QString toolTipText(const ActionRow& row)
 {
     QStringList lines;
-    lines.append(text(*row.toolTip != '\0' ? row.toolTip : row.label));
+    lines.append(*row.toolTip != '\0' ? text(row.toolTip) : text(row.label).remove(u'&'));
     // A menu shows the key beside the label; a button of the toolbar has only this.
     if (*row.shortcut != '\0' && *row.icon != '\0') {
         lines.last() += u" (%1)"_s.arg(
@@ -78,10 +77,8 @@ QAction* MainActions::action(QLatin1StringView name) const
 
 void MainActions::fillMenuBar(QMenuBar& bar) const
 {
-    auto* letters = new MenuLetters(&bar);
     for (const MenuRow& menuRow : mainMenuRows()) {
         QMenu* menu = bar.addMenu(text(menuRow.title));
-        menu->installEventFilter(letters);
         menu->setObjectName(QLatin1StringView(menuRow.name));
         menu->setToolTipsVisible(true);
         for (const ActionRow& row : mainActionRows()) {
@@ -114,7 +111,7 @@ MainActions::RecentFiles MainActions::addRecentFiles(QMenuBar& bar, int count) c
         menu->insertAction(behind, file);
         added.files.append(file);
     }
-    added.forgetMenu = new QMenu(text(QT_TRANSLATE_NOOP("MainWindow", "Remove from &List")), menu);
+    added.forgetMenu = new QMenu(text(QT_TRANSLATE_NOOP("MainWindow", "&Remove from List")), menu);
     added.forgetMenu->setObjectName("menuForgetRecent"_L1);
     added.forgetMenu->setToolTipsVisible(true);
     menu->insertMenu(behind, added.forgetMenu);
@@ -139,6 +136,6 @@ void MainActions::setConnectionState(bool running, bool paused, bool active) con
 void MainActions::setQuickSettingsShown(bool shown) const
 {
     action("acViewQuickSettings"_L1)
-        ->setText(shown ? text("Close Quick Settings")
-                        : text(QT_TRANSLATE_NOOP("MainWindow", "Open Quick Settings")));
+        ->setText(shown ? text("Close &Quick Settings")
+                        : text(QT_TRANSLATE_NOOP("MainWindow", "Open &Quick Settings")));
 }

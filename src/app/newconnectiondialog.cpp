@@ -1,7 +1,6 @@
 #include "app/newconnectiondialog.h"
 
 #include "app/connectionpage.h"
-#include "app/mnemonics.h"
 #include "app/pagestack.h"
 #include "terminal/pane/settingscolumn.h"
 
@@ -18,8 +17,8 @@ NewConnectionDialog::NewConnectionDialog(
     : QDialog(parent)
     , m_settings(settings)
     , m_connection(new ConnectionPage(catalog, ConnectionPage::Target::Required, this))
-    , m_thisPane(new QRadioButton(tr("The current pane"), this))
-    , m_newPane(new QRadioButton(tr("A new pane"), this))
+    , m_thisPane(new QRadioButton(tr("The current &pane"), this))
+    , m_newPane(new QRadioButton(tr("A &new pane"), this))
     , m_buttons(new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this))
 {
     setWindowTitle(tr("New Connection"));
@@ -62,7 +61,6 @@ void NewConnectionDialog::buildLayout()
 
 void NewConnectionDialog::onChanged()
 {
-    assignMnemonics(*this, dialogLetters);
     m_buttons->button(QDialogButtonBox::Ok)->setEnabled(m_connection->problem().isEmpty());
 }
 

@@ -1,7 +1,6 @@
 #include "app/pagestack.h"
 
 #include "app/fieldnote.h"
-#include "app/mnemonics.h"
 #include "app/settingspage.h"
 #include "terminal/pane/settingscolumn.h"
 
@@ -104,8 +103,6 @@ void PageStack::refresh()
 {
     const QIcon mark = style()->standardIcon(QStyle::SP_MessageBoxWarning);
     for (qsizetype i = 0; i < m_pages.size(); ++i) {
-        // A field whose label changed with the transport gets its mnemonic back.
-        assignMnemonics(*m_pages.at(i), dialogLetters);
         const QString& text = m_pages.at(i)->problem();
         QListWidgetItem* item = m_list->item(int(i));
         item->setIcon(text.isEmpty() ? QIcon() : mark);

@@ -91,12 +91,12 @@ QuickSettingsEditor::~QuickSettingsEditor() = default;
 void QuickSettingsEditor::buildLayout()
 {
     QFormLayout* form = makeForm();
-    auto* label = new QLabel(tr("Groups and fields beside every terminal, in their order:"), this);
+    auto* label = new QLabel(tr("&Groups and fields beside every terminal, in their order:"), this);
     label->setBuddy(m_tree);
     // A tree does not take its name from the label.
     m_tree->setAccessibleName(label->text());
     label->setWordWrap(true);
-    auto* restore = new QPushButton(tr("Restore Defaults"), this);
+    auto* restore = new QPushButton(tr("&Restore Defaults"), this);
     restore->setObjectName("quickSettingsRestoreButton"_L1);
     restore->setAutoDefault(false);
     connect(restore, &QPushButton::clicked, this, &QuickSettingsEditor::restoreDefaults);

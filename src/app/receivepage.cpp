@@ -40,8 +40,8 @@ void ReceivePage::buildStampRows(QFormLayout* form)
                                           : QString();
         });
     };
-    addStamp(tr("Stamp of Received Data"), m_rxStamp, SettingsCodec::defaultRxTimeFormat());
-    addStamp(tr("Stamp of Sent Data"), m_txStamp, SettingsCodec::defaultTxTimeFormat());
+    addStamp(tr("Stamp of &Received Data"), m_rxStamp, SettingsCodec::defaultRxTimeFormat());
+    addStamp(tr("Stamp of &Sent Data"), m_txStamp, SettingsCodec::defaultTxTimeFormat());
     m_stampPreview = addHint(form, {});
     m_stampPreview->setObjectName("timeFormatPreview"_L1);
     addHint(form, tr("yyyy year, MM month, dd day, hh hour, mm minute, ss second, zzz millisecond; "

@@ -7,9 +7,9 @@
 #include "support/nullmodem.h"
 #include "support/smalldisk.h"
 #include "terminal/pane/serialportwidget.h"
+#include "terminal/view/receiveview.h"
 
 #include <QAction>
-#include <QDesktopServices>
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
@@ -17,6 +17,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolBar>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -25,14 +26,12 @@ class MainWindowTest final : public QObject
 {
     Q_OBJECT
 
-public Q_SLOTS:
-    void openedUrl(const QUrl& url) { m_urls.append(url); }
-
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init();
     void cleanup() { m_window.reset(); }
-    void actions();
+    void menus_data();
+    void menus();
     void unavailableActionsSayWhy();
     void portListFollowsTheMachine();
     void portChoiceOpensTheFirstPane();
@@ -44,10 +43,8 @@ private Q_SLOTS:
     void lastConnection();
     void optionsAreWrittenAtOnce();
     void fullDiskLeavesTheStore();
-    void languages();
-    void alwaysOnTop();
-    void lettersLeadToEntries();
-    void helpPages();
+    void theLastPortStays();
+    void terminalLeavesTheWindowItsKeys();
     void noticesOfThePaneAreShown();
 
 private:
@@ -73,7 +70,6 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
     FakeCatalog m_catalog;
     std::unique_ptr<MainWindow> m_window;
-    QList<QUrl> m_urls;
 };
 
 void MainWindowTest::init()
@@ -83,20 +79,54 @@ void MainWindowTest::init()
     m_catalog.list.clear();
 }
 
-// Every action stands in a menu or a bar, and no key is given to two of them.
-void MainWindowTest::actions()
+void MainWindowTest::menus_data()
 {
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<QString>("entries");
+    const auto row = [](const char* menu, const QString& title, const QString& entries) {
+        QTest::newRow(menu) << title << entries;
+    };
+    row("menuFile", u"&File"_s,
+        u"New...|Open Settings...|Save Settings... Ctrl+S|Save Settings As...|Log Recording|View "
+        "Current Data Log|Open Log Folder|Exit Ctrl+Q"_s);
+    row("menuConnection", u"&Connection"_s,
+        u"New Connection|Start F5|Pause F6|Stop F7|Clear All Displays Ctrl+L|Clear All Send "
+        "Histories|Find... Ctrl+F|Add Port|Remove Port|Auto Restore Last Connection|Auto "
+        "Reconnect"_s);
+    row("menuView", u"&View"_s,
+        u"Horizontal|Vertical|Grid|Custom|Next Port Ctrl+Shift+N|Previous Port Ctrl+Shift+P|Close "
+        "Quick Settings|Always On Top"_s);
+    row("menuTools", u"&Tools"_s,
+        u"Settings...|Toolbox...|ASCII Code...|Modbus Request Builder...|Bridges...|Send File... "
+        "Ctrl+Shift+S|Receive File... Ctrl+Shift+R|Cancel Transfer"_s);
+    row("menuCloud", u"Cl&oud"_s,
+        u"Cloud Console|Allow Remote Send|Allow Remote Port Control|Allow Cloud Relay|Sign "
+        "In...|My Account|Sync Now|Sync Settings...|Sign Out"_s);
+    row("menuLanguage", u"Language"_s, u"English|Chinese"_s);
+    row("menuHelp", u"&Help"_s, u"Help|Homepage|About"_s);
+    row("menuDebug", u"&Debug"_s, u"Suspend Port List Refresh"_s);
+}
+
+// Every entry with its key, and a letter that no other entry of the menu has.
+void MainWindowTest::menus()
+{
+    QFETCH(const QString, title);
+    QFETCH(const QString, entries);
     open();
-    QStringList keys;
-    for (const QAction* each : m_window->findChildren<QAction*>()) {
-        if (each->objectName().startsWith("ac"_L1))
-            QVERIFY2(!each->associatedObjects().isEmpty(), qPrintable(each->objectName()));
-        for (const QKeySequence& key : each->shortcuts())
-            keys.append(key.toString(QKeySequence::PortableText));
+    const auto* menu = m_window->findChild<QMenu*>(QLatin1StringView(QTest::currentDataTag()));
+    QCOMPARE(menu->title(), title);
+    QStringList shown;
+    QStringList letters;
+    for (const QAction* entry : menu->actions()) {
+        if (entry->isSeparator() || !entry->isVisible())
+            continue;
+        letters.append(QKeySequence::mnemonic(entry->text()).toString());
+        const QString key = entry->shortcut().toString(QKeySequence::PortableText);
+        shown.append(QString(entry->text().remove(u'&') + u' ' + key).trimmed());
     }
-    for (const char* key : {"F5", "Ctrl+S", "Ctrl+Q", "Ctrl+L", "Ctrl+F", "Ctrl+Shift+S"})
-        QCOMPARE(keys.count(QLatin1StringView(key)), 1);
-    QCOMPARE(keys.removeDuplicates(), 0);
+    QCOMPARE(shown.join(u'|'), entries);
+    QVERIFY(!letters.contains(QString()));
+    QCOMPARE(letters.removeDuplicates(), 0);
 }
 
 void MainWindowTest::unavailableActionsSayWhy()
@@ -333,54 +363,37 @@ void MainWindowTest::fullDiskLeavesTheStore()
     QCOMPARE(box()->icon(), QMessageBox::Information);
 }
 
-void MainWindowTest::languages()
+// Refused in words also where the action was not disabled yet.
+void MainWindowTest::theLastPortStays()
 {
     open();
-    action("actionChinese")->trigger();
-    QCOMPARE(store().value("ValueL"_L1).toInt(), 1);
-    QVERIFY(box() != nullptr);
-    QCOMPARE(box()->text(), "The changes will take effect when the program is restarted."_L1);
-    QCOMPARE(box()->icon(), QMessageBox::Information);
-    action("actionEnglish")->trigger();
-    QCOMPARE(store().value("ValueL"_L1).toInt(), 2);
+    action("acEditRemove")->setEnabled(true);
+    action("acEditRemove")->trigger();
+    QCOMPARE(m_window->findChild<QLabel*>(u"statusNotice"_s)->text(), "Port Number = 1"_L1);
+    QCOMPARE(m_window->livePortWidgets().size(), 1);
+    QCOMPARE(m_window->findChild<QToolBar*>()->windowTitle(), "Main Toolbar"_L1);
 }
 
-void MainWindowTest::alwaysOnTop()
+// A control character is typed unless the window has a use for the key.
+void MainWindowTest::terminalLeavesTheWindowItsKeys()
 {
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
     open();
-    action("acViewAlwaysTop")->trigger();
-    QVERIFY(m_window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
-    QVERIFY(m_window->isVisible());
-    action("acViewAlwaysTop")->trigger();
-    QVERIFY(!m_window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
-}
-
-// Letters pass what cannot be chosen and begin again at the top.
-void MainWindowTest::lettersLeadToEntries()
-{
-    open();
-    auto* menu = m_window->findChild<QMenu*>("menuConnection"_L1);
-    menu->popup({});
-    for (const auto* name : {"acEditClear", "actionClearSendHistory", "acEditClear"}) {
-        QTest::keyClick(menu, Qt::Key_C);
-        QCOMPARE(menu->activeAction(), action(name));
-    }
-    action("acEditPause")->setEnabled(false);
-    QTest::keyClick(menu, Qt::Key_P);
-    QCOMPARE(menu->activeAction(), action("acEditClear"));
-    menu->close();
-}
-
-void MainWindowTest::helpPages()
-{
-    open();
-    QDesktopServices::setUrlHandler(u"https"_s, this, "openedUrl");
-    action("acHelpOnline")->trigger();
-    action("acHelpHomepage")->trigger();
-    QDesktopServices::unsetUrlHandler(u"https"_s);
-    QCOMPARE(m_urls, (QList<QUrl>{QUrl(Config::helpUrl()), QUrl(Config::homepageUrl())}));
-    action("actionAbout")->trigger();
-    QVERIFY(box()->text().startsWith("Velmora"_L1));
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    m_window->start(line.portA(), false);
+    auto* terminal = pane()->findChild<ReceiveView*>();
+    terminal->setFocus();
+    int cleared = 0;
+    connect(action("acEditClear"), &QAction::triggered, this, [&cleared] { ++cleared; });
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_L, Qt::ControlModifier);
+    QTRY_COMPARE(cleared, 1);
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_G, Qt::ControlModifier);
+    QTRY_COMPARE(pane()->sentBytes(), 1);
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_F7);
+    QTRY_VERIFY(!pane()->isOpen());
+    QCOMPARE(pane()->sentBytes(), 1);
 }
 
 void MainWindowTest::noticesOfThePaneAreShown()

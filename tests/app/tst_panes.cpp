@@ -421,7 +421,7 @@ void PanesTest::sessionReplacesThePanes()
     QCOMPARE(count(), 3);
     QCOMPARE(rows(), (QList<int>{2, 1}));
     QVERIFY(action("acViewGrid")->isChecked());
-    QCOMPARE(action("acViewQuickSettings")->text(), "Open Quick Settings"_L1);
+    QCOMPARE(action("acViewQuickSettings")->text(), "Open &Quick Settings"_L1);
     QCOMPARE(pane(1)->settings().portName, "tty1"_L1);
     QCOMPARE(pane(1)->settings().baudRate, 57600);
     QCOMPARE(pane(2)->formatSetting().sendList, QStringList{u"AT"_s});

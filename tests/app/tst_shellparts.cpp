@@ -1,13 +1,11 @@
 #include "app/commandline.h"
 #include "app/fakecatalog.h"
-#include "app/interfacelanguage.h"
 #include "app/mainstatusbar.h"
 #include "app/portlistmonitor.h"
 #include "app/portselector.h"
 #include "app/setconfigfilepathdialog.h"
 #include "app/symbolicicon.h"
 #include "app/windowgeometry.h"
-#include "terminal/pane/panestatusline.h"
 #include "terminal/port/ratemeter.h"
 
 #include <QAbstractItemView>
@@ -34,15 +32,12 @@ private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void commandLine();
     void sessionArgument();
-    void language();
     void screenRule();
     void rates();
     void portListPausesAfterASlowAnswer();
     void selectorFollowsThePorts();
     void selectorTellsOnlyChoices();
     void statusBarTexts();
-    void errorIsCleared();
-    void paneStatusLine();
     void configFolder();
     void iconTakesThePalettesColour();
 };
@@ -76,15 +71,6 @@ void ShellPartsTest::sessionArgument()
     const QString other = dir.filePath(u"lab.ini"_s);
     QVERIFY(QFile(other).open(QIODevice::WriteOnly));
     QCOMPARE(CommandLine::parse({velmora, other}), (CommandLine{{}, {}, other}));
-}
-
-void ShellPartsTest::language()
-{
-    for (const auto& [choice, locale] : {std::pair(0, u"zh_CN"_s), {1, u"de_DE"_s}})
-        QVERIFY(InterfaceLanguage::wantsChinese(choice, locale));
-    for (const auto& [choice, locale] :
-        {std::pair(0, u"zh_TW"_s), {0, u"de_DE"_s}, {2, u"zh_CN"_s}, {-1, u"zh_CN"_s}})
-        QVERIFY2(!InterfaceLanguage::wantsChinese(choice, locale), qPrintable(locale));
 }
 
 // Both coordinates lie inside the screen, and not on its first row or column.
@@ -218,7 +204,7 @@ void ShellPartsTest::statusBarTexts()
     QCOMPARE(text(u"statusReceived"_s), "RX 1,237,067 B (2.5 kB/s)"_L1);
     const auto* log = bar.findChild<QLabel*>(u"statusLog"_s);
     QVERIFY(log->isHidden());
-    status.log = PortLog::State::Failing;
+    status.log = PaneLog::State::Failing;
     status.logFile = u"/a/b.log"_s;
     bar.showPort(status, 1000);
     QVERIFY(!log->isHidden() && log->toolTip().contains("b.log"_L1));
@@ -234,48 +220,6 @@ void ShellPartsTest::statusBarTexts()
         QVERIFY(!shapes.contains(shape));
         shapes.append(shape);
     }
-}
-
-void ShellPartsTest::errorIsCleared()
-{
-    MainStatusBar bar;
-    bar.show();
-    bar.showError(u"Serial Port COM3 OPEN FAILED"_s, u"No such device"_s);
-    auto* label = bar.findChild<QLabel*>(u"statusError"_s);
-    QVERIFY(label->isVisible());
-    auto* timer = bar.findChild<QTimer*>(u"errorTimer"_s);
-    QCOMPARE(timer->interval(), 15000);
-    timer->start(0);
-    QTRY_COMPARE(label->text(), QString());
-    QCOMPARE(label->toolTip(), QString());
-    bar.showError(u"again"_s, {});
-    QVERIFY(timer->isActive());
-    QCOMPARE(timer->interval(), 15000);
-}
-
-void ShellPartsTest::paneStatusLine()
-{
-    PaneStatusLine line;
-    line.resize(800, 30);
-    line.setCounters(0, 0, 0);
-    line.show();
-    const auto text = [&line](const char* name) {
-        return line.findChild<QLabel*>(QLatin1StringView(name));
-    };
-    line.setState(u"ttyUSB0 9600 8N1"_s, u"Open"_s, true);
-    QCOMPARE(text("paneStatusText")->text(), "Open - ttyUSB0 9600 8N1"_L1);
-    line.showMessage(u"two\nlines"_s, 1);
-    QCOMPARE(text("paneStatusText")->text(), "two lines"_L1);
-    QTRY_COMPARE(text("paneStatusText")->text(), "Open - ttyUSB0 9600 8N1"_L1);
-    QVERIFY(!text("paneStatusLog")->isVisible());
-    line.setLog(PortLog::State::Recording, u"/a/b.log"_s);
-    QVERIFY(text("paneStatusLog")->isVisible());
-    QVERIFY(text("paneStatusLog")->toolTip().contains("b.log"_L1));
-    line.setCounters(5000, 7, 7);
-    QTRY_VERIFY(text("paneStatusCounters")->text().contains("/s)"_L1));
-    line.resize(200, 30);
-    QTRY_COMPARE(text("paneStatusCounters")->text(), "RX 5,000  TX 7"_L1);
-    QVERIFY(text("paneStatusCounters")->toolTip().contains("/s)"_L1));
 }
 
 // That a good folder is made and stored is seen where the program starts.

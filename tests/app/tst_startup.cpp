@@ -246,6 +246,7 @@ void StartupTest::languages_data()
     QTest::addColumn<bool>("chinese");
     QTest::newRow("Chinese chosen") << 1 << u"C.UTF-8"_s << true;
     QTest::newRow("Chinese system") << 0 << u"zh_CN.UTF-8"_s << true;
+    QTest::newRow("English chosen") << 2 << u"zh_CN.UTF-8"_s << false;
 }
 
 void StartupTest::languages()
