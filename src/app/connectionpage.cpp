@@ -1,7 +1,6 @@
 #include "app/connectionpage.h"
 
-#include "app/recordedits.h"
-#include "app/wrappedlabel.h"
+#include "app/settingspage.h"
 #include "terminal/pane/connectionpanel.h"
 #include "terminal/pane/panelchoices.h"
 #include "terminal/pane/rowvisibility.h"

@@ -1,6 +1,6 @@
 #include "app/displaypage.h"
 
-#include "app/recordedits.h"
+#include "app/settingspage.h"
 #include "settings/settingscodec.h"
 #include "terminal/pane/colorbutton.h"
 #include "terminal/view/displayfonts.h"

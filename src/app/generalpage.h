@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/generaloptions.h"
+#include "app/programoptions.h"
 #include "app/settingspage.h"
 
 class QCheckBox;

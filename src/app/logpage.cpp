@@ -1,6 +1,6 @@
 #include "app/logpage.h"
 
-#include "app/recordedits.h"
+#include "app/settingspage.h"
 #include "log/logfilename.h"
 #include "settings/settingscodec.h"
 

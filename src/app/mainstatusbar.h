@@ -1,15 +1,59 @@
 #pragma once
 
-#include "app/portstatus.h"
+#include "terminal/port/linereport.h"
+#include "terminal/port/portlog.h"
 #include "terminal/port/ratemeter.h"
 
 #include <QStatusBar>
+#include <QString>
 #include <QTimer>
+#include <QWidget>
 
 class ElidedLabel;
 class LineStrip;
 class QLabel;
 class QProgressBar;
+class SerialPortWidget;
+
+// What the first pane's connection is doing.
+enum class PortState : int { Closed, Connecting, Open, Paused };
+
+// The state of a connection as a shape, so that it can be told without colour: a hollow ring
+// (closed), a dotted ring (connecting), a disc (open), two bars (paused).
+class StateLamp final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(StateLamp)
+
+public:
+    explicit StateLamp(QWidget* parent = nullptr);
+    ~StateLamp() override = default;
+
+    void setState(PortState state);
+    [[nodiscard]] PortState state() const { return m_state; }
+    [[nodiscard]] QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    PortState m_state = PortState::Closed;
+};
+
+// What the window shows of a pane. Counts are bytes since the pane was cleared.
+struct PortStatus
+{
+    PortState state = PortState::Closed;
+    QString stateText;
+    QString summary; // port and line settings
+    qint64 received = 0;
+    qint64 sent = 0;
+    LineReport lines = {};
+    PortLog::State log = PortLog::State::Off;
+    QString logFile = {}; // may be unresolved
+
+    [[nodiscard]] static PortStatus of(const SerialPortWidget& pane);
+};
 
 // The main window's status bar ("statusBar"): state and line of the one pane, its message of the
 // moment, an error that stays for errorMs, control lines, data log, counters with rates. Fed ten

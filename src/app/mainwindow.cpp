@@ -9,7 +9,6 @@
 #include "app/panerunner.h"
 #include "app/paneset.h"
 #include "app/paneworkspace.h"
-#include "app/portarea.h"
 #include "app/portgrid.h"
 #include "app/portselector.h"
 #include "app/programoptions.h"

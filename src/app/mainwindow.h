@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/portlistmonitor.h"
+#include "app/portselector.h"
 #include "settings/sessioncontents.h"
 #include "settings/sessionstate.h"
 

@@ -1,6 +1,5 @@
 #include "app/pagestack.h"
 
-#include "app/fieldnote.h"
 #include "app/settingspage.h"
 #include "terminal/pane/settingscolumn.h"
 

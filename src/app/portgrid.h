@@ -1,10 +1,41 @@
 #pragma once
 
 #include <QList>
+#include <QPointer>
+#include <QScrollArea>
 #include <QWidget>
 #include <map>
 
 class QSplitter;
+
+// The room for the panes: as large as the window leaves, and scrolled when the panes' least sizes
+// together are larger than that. Sixteen panes side by side thus never make the window wider than
+// the screen.
+class PortArea final : public QScrollArea
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(PortArea)
+
+public:
+    // Takes the content over.
+    explicit PortArea(QWidget* content, QWidget* parent = nullptr);
+    ~PortArea() override = default;
+
+    // Scrolls to the pane now, and again whenever the panes are arranged anew: a pane that was just
+    // added has no place yet.
+    void follow(QWidget* pane);
+
+    // The content's, up to a size that every screen has.
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void showFollowed();
+
+    QPointer<QWidget> m_followed;
+};
 
 // The panes' places in the main window: rows of one vertical splitter ("portSplitter"), each a
 // horizontal splitter ("portRowSplitter0", ...). Takes any widgets and owns them through their

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/generaloptions.h"
+#include "app/interfacelanguage.h"
 
 #include <QObject>
 #include <functional>
@@ -9,6 +9,16 @@ class QAction;
 class QSettings;
 class QWidget;
 struct SessionState;
+
+// The options of the program that belong to no pane.
+struct GeneralOptions
+{
+    bool openLastConnection = true; // "OpenLastConnection" of the application store
+    bool autoReconnect = false;     // "AutoReconnect" of the application store
+    InterfaceLanguage::Choice language = InterfaceLanguage::Choice::System;
+
+    friend bool operator==(const GeneralOptions&, const GeneralOptions&) = default;
+};
 
 // The options of the program that belong to no pane, in the menus and in the settings dialog. What
 // is switched is written to the application store at once: closing a window does not write it, so

@@ -1,7 +1,7 @@
 #include "app/receivepage.h"
 
 #include "app/logpage.h"
-#include "app/recordedits.h"
+#include "app/settingspage.h"
 #include "settings/settingscodec.h"
 #include "terminal/pane/receivepanel.h"
 

@@ -1,7 +1,7 @@
 #include "app/sendpage.h"
 
 #include "app/logpage.h"
-#include "app/recordedits.h"
+#include "app/settingspage.h"
 #include "settings/quicksettingsgroups.h"
 #include "terminal/pane/sendpanel.h"
 

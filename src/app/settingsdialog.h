@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/generaloptions.h"
+#include "app/programoptions.h"
 #include "settings/formatsetting.h"
 #include "settings/quicksettingsgroups.h"
 #include "settings/settings.h"

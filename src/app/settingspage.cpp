@@ -1,7 +1,5 @@
 #include "app/settingspage.h"
 
-#include "app/fieldnote.h"
-#include "app/wrappedlabel.h"
 #include "terminal/pane/rowvisibility.h"
 
 #include <QAbstractButton>
@@ -9,9 +7,64 @@
 #include <QEvent>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QResizeEvent>
 #include <QSpinBox>
+#include <QStyle>
+
+FieldNote::FieldNote(QWidget* parent)
+    : QWidget(parent)
+    , m_icon(new QLabel(this))
+    , m_text(new WrappedLabel({}, this))
+{
+    const int iconSize = style()->pixelMetric(QStyle::PM_SmallIconSize);
+    m_icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(iconSize));
+
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    layout->addWidget(m_icon, 0, Qt::AlignTop);
+    layout->addWidget(m_text, 1);
+}
+
+FieldNote::~FieldNote() = default;
+
+void FieldNote::setText(const QString& text)
+{
+    m_icon->setVisible(!text.isEmpty());
+    m_text->setText(text);
+}
+
+QString FieldNote::text() const
+{
+    return m_text->text();
+}
+
+WrappedLabel::WrappedLabel(const QString& text, QWidget* parent)
+    : QLabel(text, parent)
+{
+    setTextFormat(Qt::PlainText);
+    setWordWrap(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse);
+}
+
+WrappedLabel::~WrappedLabel() = default;
+
+QSize WrappedLabel::sizeHint() const
+{
+    return {leastWidth, heightForWidth(m_width)};
+}
+
+void WrappedLabel::resizeEvent(QResizeEvent* event)
+{
+    QLabel::resizeEvent(event);
+    if (event->size().width() == m_width)
+        return;
+    m_width = event->size().width();
+    updateGeometry();
+}
 
 namespace {
 

@@ -1,14 +1,85 @@
 #pragma once
 
+#include <QLabel>
 #include <QWidget>
-
 #include <functional>
 #include <vector>
 
-class FieldNote;
 class QFormLayout;
 class QGroupBox;
 class QLabel;
+
+// A plain text that wraps and asks for the height that it has at its present width. A form asks a
+// wrapping QLabel for a height before it has given it a width and leaves a gap below it.
+class WrappedLabel final : public QLabel
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(WrappedLabel)
+
+public:
+    explicit WrappedLabel(const QString& text, QWidget* parent = nullptr);
+    ~WrappedLabel() override;
+
+    [[nodiscard]] bool hasHeightForWidth() const override { return false; }
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    // Pixels: below that a text would become a column of words, and what a page gives it at first.
+    static constexpr int leastWidth = 160;
+    static constexpr int usualWidth = 400;
+
+    int m_width = usualWidth;
+};
+
+// What is wrong with a field, in a line right below it: an icon and a text, so that it is told by
+// shape and words and not by colour alone. Can be copied with the mouse. Empty until told.
+class FieldNote final : public QWidget
+{
+    Q_OBJECT
+    Q_DISABLE_COPY_MOVE(FieldNote)
+
+public:
+    explicit FieldNote(QWidget* parent = nullptr);
+    ~FieldNote() override;
+
+    void setText(const QString& text);
+    [[nodiscard]] QString text() const;
+
+private:
+    QLabel* m_icon;
+    WrappedLabel* m_text;
+};
+
+// What a person changed on a page, carried into a record. A page shows what its fields can show: a
+// stored number outside a field's range, or a text with a line break, is shown as something else.
+// Such a value must survive a dialog in which nobody touched it, so only what differs from what
+// the page showed after loading is taken over.
+
+// Each field for itself.
+template<typename Record, typename... Values>
+void takeEdits(
+    Record& record, const Record& shown, const Record& edited, Values Record::*... fields)
+{
+    const auto take = [&](auto field) {
+        if (shown.*field != edited.*field)
+            record.*field = edited.*field;
+    };
+    (take(fields), ...);
+}
+
+// Fields that mean something only together, such as a limit and whether it holds: one edit takes
+// all of them over as they are shown.
+template<typename Record, typename... Values>
+void takeEditsTogether(
+    Record& record, const Record& shown, const Record& edited, Values Record::*... fields)
+{
+    if (((shown.*fields != edited.*fields) || ...))
+        ((record.*fields = edited.*fields), ...);
+}
 
 // One page of a settings dialog: fields that edit a part of a record. A page shows a record
 // (load), carries what was changed into a record (store; see takeEdits()) and says what is wrong

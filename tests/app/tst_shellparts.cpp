@@ -1,7 +1,6 @@
 #include "app/commandline.h"
 #include "app/fakecatalog.h"
 #include "app/mainstatusbar.h"
-#include "app/portlistmonitor.h"
 #include "app/portselector.h"
 #include "app/setconfigfilepathdialog.h"
 #include "app/symbolicicon.h"
@@ -204,7 +203,7 @@ void ShellPartsTest::statusBarTexts()
     QCOMPARE(text(u"statusReceived"_s), "RX 1,237,067 B (2.5 kB/s)"_L1);
     const auto* log = bar.findChild<QLabel*>(u"statusLog"_s);
     QVERIFY(log->isHidden());
-    status.log = PaneLog::State::Failing;
+    status.log = PortLog::State::Failing;
     status.logFile = u"/a/b.log"_s;
     bar.showPort(status, 1000);
     QVERIFY(!log->isHidden() && log->toolTip().contains("b.log"_L1));
