@@ -93,11 +93,43 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
     firstPane().focusSendEditor();
 
     connect(&m_displayTimer, &QTimer::timeout, this, &MainWindow::onUpdateDisplay);
-    m_displayTimer.start(displayRefreshMs);
+    m_displayTimer.setInterval(displayRefreshMs);
+    watchPorts();
+    wake();
+}
+
+// Something moved: the status bar and the menus are looked at until it has been quiet for a while.
+void MainWindow::wake()
+{
+    m_quietTicks = 0;
+    if (!m_displayTimer.isActive())
+        m_displayTimer.start();
+}
+
+// Listing the ports asks every device of the machine, which is far too much for something that
+// nearly never changes.
+void MainWindow::watchPorts()
+{
+    connect(&m_portTimer, &QTimer::timeout, this, &MainWindow::refreshPortList);
+    const QString folder = m_catalog.watchedFolder();
+    if (folder.isEmpty() || !m_portFolder.addPath(folder)) {
+        m_portTimer.start(displayRefreshMs);
+        return;
+    }
+    // A device that has just come gets its name first and its permissions after that.
+    m_settleTimer.setSingleShot(true);
+    m_settleTimer.setInterval(portSettleMs);
+    connect(&m_settleTimer, &QTimer::timeout, this, &MainWindow::refreshPortList);
+    connect(&m_portFolder, &QFileSystemWatcher::directoryChanged, this, [this] {
+        refreshPortList();
+        m_settleTimer.start();
+    });
+    m_portTimer.start(portListMs);
 }
 
 MainWindow::~MainWindow()
 {
+    m_panes->disconnect(this);
     // Where the client area was: the frame's corner would move the window by the frame's width at
     // every start.
     WindowGeometry{size(), geometry().topLeft()}.save(m_store);
@@ -156,6 +188,7 @@ void MainWindow::connectPanes()
     connect(m_workspace, &PaneWorkspace::edited, this, markModified);
     connect(m_workspace, &PaneWorkspace::arranged, this, &MainWindow::showArrangement);
     connect(m_panes.get(), &PaneSet::stateChanged, this, &MainWindow::refreshStatusBar);
+    connect(m_panes.get(), &PaneSet::moved, this, &MainWindow::wake);
     connect(m_panes.get(), &PaneSet::firstPaneMessage, m_statusBar, &MainStatusBar::showNotice);
     connect(m_panes.get(), &PaneSet::currentChanged, m_area, &PortArea::follow);
 }
@@ -358,10 +391,11 @@ void MainWindow::onUpdateDisplay()
     m_logActions->refresh();
     refreshStatusBar();
     m_panes->showCaptions();
-    refreshPortList();
     const Settings& settings = pane.settings();
     m_portSelector->setCurrentPort(
         settings.connMode == connectionMode::SerialPort ? settings.portName : QString());
+    if (++m_quietTicks > quietTicks)
+        m_displayTimer.stop();
 }
 
 void MainWindow::refreshPortList()

@@ -5,6 +5,7 @@
 #include "settings/sessionstate.h"
 
 #include <QElapsedTimer>
+#include <QFileSystemWatcher>
 #include <QMainWindow>
 #include <QSettings>
 #include <QTimer>
@@ -46,6 +47,12 @@ class MainWindow final : public QMainWindow
 public:
     static constexpr int maxPanes = SessionContents::maxPanes;
     static constexpr int displayRefreshMs = 100;
+    // Ticks without a change until the refresh rests: the rates have fallen to nothing by then.
+    static constexpr int quietTicks = 15;
+    // How often the ports are listed when the folder of the devices says nothing, and how long
+    // after a change there once more.
+    static constexpr int portListMs = 10'000;
+    static constexpr int portSettleMs = 500;
     static constexpr int kLeaveMs = 5000;
 
     // What the window opens by itself. Nothing is for a window that is about to load a session: a
@@ -114,6 +121,8 @@ private:
     void onAction(QLatin1StringView name, Receiver* receiver, Slot slot);
     void refreshStatusBar();
     void refreshPortList();
+    void wake();
+    void watchPorts();
     void showArrangement();
     void removePort();
     void leave();
@@ -144,5 +153,9 @@ private:
     bool m_inCloseEvent = false;
     bool m_left = false; // the panes are closed and the workspace is stored, or cannot be
     QElapsedTimer m_clock;
-    QTimer m_displayTimer;
+    QTimer m_displayTimer; // runs while something moves
+    int m_quietTicks = 0;
+    QFileSystemWatcher m_portFolder;
+    QTimer m_portTimer;
+    QTimer m_settleTimer;
 };

@@ -4,6 +4,8 @@
 #include "settings/connectionmode.h"
 #include "settings/settings.h"
 #include "terminal/pane/serialportwidget.h"
+#include "terminal/port/portlines.h"
+#include "terminal/port/portlog.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -55,6 +57,13 @@ PaneFrame* PaneSet::makeFrame()
     auto* frame = new PaneFrame(pane, m_place);
     connect(pane, &SerialPortWidget::settingsChanged, this, &PaneSet::edited);
     connect(pane, &SerialPortWidget::stateChanged, this, &PaneSet::stateChanged);
+    const LivePort* port = &pane->port();
+    connect(port, &LivePort::stateChanged, this, &PaneSet::moved);
+    connect(port, &LivePort::recordsChanged, this, &PaneSet::moved);
+    connect(port, &LivePort::countersChanged, this, &PaneSet::moved);
+    connect(&port->lines(), &PortLines::reportChanged, this, &PaneSet::moved);
+    connect(&port->log(), &PortLog::stateChanged, this, &PaneSet::moved);
+    connect(&port->log(), &PortLog::fileNameChanged, this, &PaneSet::moved);
     return frame;
 }
 
@@ -79,10 +88,23 @@ void PaneSet::adopt(QList<PaneFrame*> frames)
     // The first pane speaks in the status bar.
     connect(m_panes.constFirst(), &SerialPortWidget::statusMessage, this,
         &PaneSet::firstPaneMessage, Qt::UniqueConnection);
+    watchLinesOfFirst();
     if (!m_current)
         setCurrent(m_frames.constFirst());
     setQuickSettingsVisible(m_quickSettingsVisible);
     showCaptions();
+    Q_EMIT moved();
+}
+
+void PaneSet::watchLinesOfFirst()
+{
+    PortLines* first = &m_panes.constFirst()->port().lines();
+    if (m_watched == first)
+        return;
+    if (m_watched)
+        m_watched->setWatched(false);
+    m_watched = first;
+    first->setWatched(true);
 }
 
 SerialPortWidget* PaneSet::append()

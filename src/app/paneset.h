@@ -8,6 +8,7 @@
 
 class PaneFrame;
 class QWidget;
+class PortLines;
 class SerialPortCatalog;
 class SerialPortWidget;
 
@@ -55,6 +56,8 @@ Q_SIGNALS:
     void edited();
     // Opened, closed, paused, resumed, lost or regained.
     void stateChanged();
+    // Something that a status line or a menu shows of a pane is another.
+    void moved();
     // A message of the first pane.
     void firstPaneMessage(const QString& text, int timeoutMs);
     void currentChanged(QWidget* frame);
@@ -67,12 +70,14 @@ private:
     static void drop(PaneFrame* frame);
     void adopt(QList<PaneFrame*> frames);
     void setCurrent(PaneFrame* frame);
+    void watchLinesOfFirst();
     [[nodiscard]] PaneFrame* frameOf(const QWidget* widget) const;
 
     SerialPortCatalog& m_catalog;
     QWidget* m_place;
     QList<PaneFrame*> m_frames;
     QList<SerialPortWidget*> m_panes; // those of the frames
+    QPointer<PortLines> m_watched;    // the lines of the first pane, shown in the status bar
     QPointer<PaneFrame> m_current;
     bool m_quickSettingsVisible = true;
 };

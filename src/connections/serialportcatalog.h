@@ -28,6 +28,10 @@ public:
     // Every port, in the order in which the system lists them.
     virtual QList<SerialPortDescription> ports() const = 0;
 
+    // A folder that changes when a port comes or goes, so that nobody has to ask all the time;
+    // empty when the system has none.
+    [[nodiscard]] virtual QString watchedFolder() const { return {}; }
+
     // Whether a port of exactly this name (case counts) can be opened now; false for an empty name.
     virtual bool contains(const QString& name) const;
 };

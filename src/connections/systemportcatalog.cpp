@@ -51,6 +51,15 @@ QList<SerialPortDescription> SystemPortCatalog::ports() const
     return result;
 }
 
+QString SystemPortCatalog::watchedFolder() const
+{
+#ifdef Q_OS_UNIX
+    return QStringLiteral("/dev");
+#else
+    return {};
+#endif
+}
+
 bool SystemPortCatalog::contains(const QString& name) const
 {
     return serialPortExists(name) || isCharacterDevice(name);

@@ -15,6 +15,8 @@ class SystemPortCatalog final : public SerialPortCatalog
 {
 public:
     QList<SerialPortDescription> ports() const override;
+    // Where the system keeps its device files; empty where ports are no files.
+    [[nodiscard]] QString watchedFolder() const override;
 
     // Also true for the absolute path of a character device that exists now: a stable link such as
     // those under /dev/serial/by-id, or a pseudo-terminal. The system does not list these, but a
