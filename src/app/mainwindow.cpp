@@ -6,7 +6,6 @@
 #include "app/messageboxes.h"
 #include "app/panecloser.h"
 #include "app/panedialogs.h"
-#include "app/panerunner.h"
 #include "app/paneset.h"
 #include "app/paneworkspace.h"
 #include "app/portgrid.h"
@@ -16,7 +15,6 @@
 #include "app/sessiondocument.h"
 #include "app/setconfigfilepathdialog.h"
 #include "app/toolwindows.h"
-#include "app/viewmodes.h"
 #include "app/windowgeometry.h"
 #include "settings/config.h"
 #include "settings/settingsservice.h"
@@ -47,21 +45,19 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
     , m_grid(new PortGrid)
     , m_area(new PortArea(m_grid, this))
     , m_panes(std::make_unique<PaneSet>(catalog, m_grid))
-    , m_viewModes(new ViewModes(
+    , m_workspace(new PaneWorkspace(m_state, *m_panes, *m_grid,
           {m_actions->action("acViewHorizontal"_L1), m_actions->action("acViewVertical"_L1),
               m_actions->action("acViewGrid"_L1), m_actions->action("acViewCustom"_L1)},
-          [this] { return m_panes->count(); }, this))
-    , m_workspace(new PaneWorkspace(m_state, *m_panes, *m_grid, *m_viewModes, this))
+          this))
     , m_portSelector(new PortSelector(this))
     , m_statusBar(new MainStatusBar(this))
-    , m_runner(new PaneRunner(*m_panes, *m_statusBar, this))
     , m_options(new ProgramOptions(
           {m_actions->action("acControlOpen"_L1), m_actions->action("acAutoReconnect"_L1),
               m_actions->action("actionEnglish"_L1), m_actions->action("actionChinese"_L1)},
           m_store, m_state, this))
     , m_dialogs(new PaneDialogs(catalog, *m_panes, *m_options,
           {[this](const Settings& s, const FormatSetting& f) { return addPort(s, f); },
-              [this](SerialPortWidget* pane) { m_runner->open(*pane, {}, false); },
+              [this](SerialPortWidget* pane) { m_workspace->open(*pane, {}, false); },
               [this] { return m_state.quickSettingsGroups(); },
               [this](const QuickSettingsGroups& groups) {
                   m_state.setQuickSettingsGroups(groups);
@@ -89,7 +85,7 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
     m_clock.start();
     applySessionToPrimaryPort();
     if (restore == Restore::LastConnection)
-        m_runner->restore(m_state, m_catalog);
+        m_workspace->restoreConnection(m_catalog);
     firstPane().focusSendEditor();
 
     connect(&m_displayTimer, &QTimer::timeout, this, &MainWindow::onUpdateDisplay);
@@ -184,7 +180,13 @@ void MainWindow::connectPanes()
     const auto markModified = [this] { setWindowModified(true); };
     connect(m_dialogs, &PaneDialogs::edited, this, markModified);
     connect(m_panes.get(), &PaneSet::edited, this, markModified);
-    connect(m_runner, &PaneRunner::edited, this, markModified);
+    connect(m_workspace, &PaneWorkspace::openFailed, this,
+        [this](const QString& text, const QString& reason, bool quiet) {
+            if (quiet)
+                m_statusBar->showError(text, reason);
+            else
+                MessageBoxes::showWarning(this, text, reason);
+        });
     connect(m_workspace, &PaneWorkspace::edited, this, markModified);
     connect(m_workspace, &PaneWorkspace::arranged, this, &MainWindow::showArrangement);
     connect(m_panes.get(), &PaneSet::stateChanged, this, &MainWindow::refreshStatusBar);
@@ -315,12 +317,12 @@ void MainWindow::removePort()
 
 void MainWindow::start(const QString& portName, bool quiet)
 {
-    m_runner->start(portName, quiet);
+    m_workspace->start(portName, quiet);
 }
 
 void MainWindow::stop()
 {
-    m_runner->stop();
+    m_workspace->stop();
 }
 
 void MainWindow::forEachPane(void (SerialPortWidget::*operation)()) const
@@ -331,7 +333,7 @@ void MainWindow::forEachPane(void (SerialPortWidget::*operation)()) const
 
 void MainWindow::changePort(const QString& portName)
 {
-    m_runner->changePort(portName);
+    m_workspace->changePort(portName);
 }
 
 void MainWindow::setAlwaysOnTop(bool on)

@@ -17,7 +17,6 @@ class MainActions;
 class MainStatusBar;
 class PaneCloser;
 class PaneDialogs;
-class PaneRunner;
 class PaneSet;
 class PaneWorkspace;
 class PortArea;
@@ -29,12 +28,11 @@ class SerialPortCatalog;
 class SerialPortWidget;
 class SessionDocument;
 class ToolWindows;
-class ViewModes;
 
 // The window of the program: the port panes in their grid, menus, toolbar and status bar, and the
 // workspace that comes back at the next start. A façade: what an action is stands in MainActions,
-// which panes there are and how they stand in PaneWorkspace over PaneSet, ViewModes and PortGrid,
-// how they are opened in PaneRunner, what the bars show in PortSelector and MainStatusBar, what
+// which panes there are, how they stand and are opened in PaneWorkspace over PaneSet and PortGrid,
+// how they go in PaneCloser, what the bars show in PortSelector and MainStatusBar, what
 // happens to session files in SessionDocument.
 //
 // Owns the SessionState in force. Reads and writes the application store: loads in the
@@ -138,11 +136,9 @@ private:
     PortGrid* m_grid;
     PortArea* m_area;
     std::unique_ptr<PaneSet> m_panes;
-    ViewModes* m_viewModes;
     PaneWorkspace* m_workspace;
     PortSelector* m_portSelector;
     MainStatusBar* m_statusBar;
-    PaneRunner* m_runner;
     ProgramOptions* m_options;
     PaneDialogs* m_dialogs;
     ToolWindows* m_toolWindows;

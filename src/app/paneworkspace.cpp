@@ -2,21 +2,37 @@
 
 #include "app/paneset.h"
 #include "app/portgrid.h"
-#include "app/viewmodes.h"
+#include "connections/seriallink.h"
+#include "connections/serialportcatalog.h"
 #include "terminal/pane/serialportwidget.h"
 
-PaneWorkspace::PaneWorkspace(
-    SessionState& state, PaneSet& panes, PortGrid& grid, ViewModes& modes, QObject* parent)
-    : QObject(parent)
+#include <QAction>
+#include <QActionGroup>
+#include <QDebug>
+#include <QInputDialog>
+#include <algorithm>
+
+PaneWorkspace::PaneWorkspace(SessionState& state, PaneSet& panes, PortGrid& grid,
+    const ViewActions& actions, QWidget* window)
+    : QObject(window)
     , m_state(state)
     , m_panes(panes)
     , m_grid(grid)
-    , m_modes(modes)
+    , m_actions(actions)
+    , m_window(window)
+    , m_mode(actions.horizontal)
 {
-    connect(&m_modes, &ViewModes::chosen, this, [this] {
-        update();
-        Q_EMIT edited();
-    });
+    auto* group = new QActionGroup(this);
+    for (QAction* action : {actions.horizontal, actions.vertical, actions.grid, actions.custom})
+        group->addAction(action);
+    m_mode->setChecked(true);
+    const auto onMode = [this](QAction* mode, int columns) {
+        connect(mode, &QAction::triggered, this, [=, this] { choose(mode, columns); });
+    };
+    onMode(m_actions.horizontal, 1);
+    onMode(m_actions.vertical, 1);
+    onMode(m_actions.grid, 2);
+    connect(m_actions.custom, &QAction::triggered, this, &PaneWorkspace::askColumnCount);
 }
 
 PaneWorkspace::~PaneWorkspace() = default;
@@ -36,7 +52,7 @@ SerialPortWidget* PaneWorkspace::addPort(const Settings& settings, const FormatS
     SerialPortWidget* pane = append();
     pane->setSettings(settings);
     pane->setFormatSetting(format);
-    m_modes.selectHorizontal();
+    selectHorizontal();
     update();
     m_panes.focusPane(m_panes.count() - 1);
     Q_EMIT edited();
@@ -48,7 +64,7 @@ bool PaneWorkspace::removeLast()
     if (m_panes.count() < 2)
         return false;
     m_panes.removeLast();
-    m_modes.selectHorizontal();
+    selectHorizontal();
     update();
     Q_EMIT edited();
     return true;
@@ -65,7 +81,7 @@ void PaneWorkspace::update()
 
 void PaneWorkspace::rebuildLayout()
 {
-    m_grid.rebuild(m_panes.frames(), m_modes.columnCount());
+    m_grid.rebuild(m_panes.frames(), columnCount());
 }
 
 void PaneWorkspace::toggleQuickSettings()
@@ -91,7 +107,7 @@ void PaneWorkspace::applyAutoReconnect()
 SessionContents PaneWorkspace::contents() const
 {
     SessionContents contents;
-    contents.columnCount = m_modes.columnCount();
+    contents.columnCount = columnCount();
     contents.quickView = m_quickSettingsShown;
     contents.quickSettings = m_state.quickSettingsGroups();
     for (SerialPortWidget* pane : m_panes.panes()) {
@@ -110,7 +126,7 @@ void PaneWorkspace::apply(const SessionContents& contents)
         m_panes.panes().at(i)->setSettings(contents.panes.at(i).settings);
         m_panes.panes().at(i)->setFormatSetting(contents.panes.at(i).format);
     }
-    m_modes.setColumnCount(contents.columnCount);
+    setColumnCount(contents.columnCount);
     arrangeNewPanes();
 }
 
@@ -148,4 +164,116 @@ void PaneWorkspace::applyToFirstPane()
     first.setFormatSetting(format);
     applyAutoReconnect();
     update();
+}
+
+int PaneWorkspace::columnCount() const
+{
+    return m_mode == m_actions.horizontal ? m_panes.count() : m_columnCount;
+}
+
+// As a session says: the action that gives this number is checked.
+void PaneWorkspace::setColumnCount(int columns)
+{
+    m_columnCount = std::clamp(columns, 1, SessionContents::maxColumns);
+    if (m_columnCount == m_panes.count())
+        m_mode = m_actions.horizontal;
+    else if (m_columnCount == 1)
+        m_mode = m_actions.vertical;
+    else
+        m_mode = m_columnCount == 2 ? m_actions.grid : m_actions.custom;
+    m_mode->setChecked(true);
+}
+
+void PaneWorkspace::selectHorizontal()
+{
+    m_mode = m_actions.horizontal;
+    m_mode->setChecked(true);
+}
+
+void PaneWorkspace::choose(QAction* mode, int columns)
+{
+    m_columnCount = columns;
+    m_mode = mode;
+    mode->setChecked(true);
+    update();
+    Q_EMIT edited();
+}
+
+void PaneWorkspace::askColumnCount()
+{
+    // Triggering has checked the action already.
+    m_mode->setChecked(true);
+    auto* dialog = new QInputDialog(m_window);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setInputMode(QInputDialog::IntInput);
+    dialog->setWindowTitle(tr("Set Port Number Per Column"));
+    dialog->setLabelText(tr("Port Number Per Column:"));
+    dialog->setIntRange(1, SessionContents::maxColumns);
+    dialog->setIntStep(1);
+    dialog->setIntValue(columnCount());
+    connect(dialog, &QInputDialog::intValueSelected, this,
+        [this](int columns) { choose(m_actions.custom, columns); });
+    dialog->open();
+}
+
+bool PaneWorkspace::open(SerialPortWidget& pane, const QString& portName, bool quiet)
+{
+    if (pane.start(portName, quiet))
+        return true;
+    const bool serial = pane.settings().connMode == connectionMode::SerialPort;
+    const QString text = serial ? tr("Serial Port %1 OPEN FAILED").arg(pane.settings().portName)
+                                : tr("%1 OPEN FAILED").arg(pane.connectionSummary());
+    qWarning().noquote() << text;
+    // What is told says already what the full message begins with.
+    QString reason = pane.lastError();
+    const QString beginning = SerialLink::openFailureText(pane.settings().portName);
+    if (reason.startsWith(beginning))
+        reason.remove(0, beginning.size());
+    if (&pane == &m_panes.first())
+        Q_EMIT openFailed(text, reason, quiet);
+    return false;
+}
+
+void PaneWorkspace::start(const QString& portName, bool quiet)
+{
+    if (portName.isEmpty()) {
+        for (SerialPortWidget* pane : m_panes.panes())
+            open(*pane, {}, quiet);
+        return;
+    }
+    SerialPortWidget& first = m_panes.first();
+    const Settings before = first.settings();
+    open(first, portName, quiet);
+    if (first.settings() != before)
+        Q_EMIT edited();
+}
+
+void PaneWorkspace::stop()
+{
+    for (SerialPortWidget* pane : m_panes.panes()) {
+        if (pane->isActive())
+            pane->stop();
+    }
+}
+
+void PaneWorkspace::changePort(const QString& portName)
+{
+    qDebug("Start to change port...");
+    SerialPortWidget& first = m_panes.first();
+    const bool same = first.settings().connMode == connectionMode::SerialPort
+                      && first.settings().portName == portName;
+    if (portName.isEmpty() || same)
+        return;
+    first.stop();
+    if (open(first, portName, false))
+        m_panes.focusPane(0); // what is typed next is for the port, not for the list of ports
+    Q_EMIT edited();
+}
+
+void PaneWorkspace::restoreConnection(const SerialPortCatalog& catalog)
+{
+    if (!m_state.openLastConnection || !m_state.lastConnectionOpen)
+        return;
+    if (m_state.connMode != connectionMode::SerialPort || catalog.contains(m_state.portName))
+        start({}, true);
 }

@@ -7,22 +7,36 @@
 
 class PaneSet;
 class PortGrid;
+class QAction;
+class QWidget;
+class SerialPortCatalog;
 class SerialPortWidget;
-class ViewModes;
 
 // The panes of the window as one workspace: how many there are, how they stand, what they share
-// (quick settings, automatic reconnection), and the values that a session file and the application
-// store keep of all that. Moves values between the records of the panes and those of files; reads
-// and writes nothing itself. Owned by the main window, whose state it reads and keeps up to date.
+// (quick settings, automatic reconnection), how they are opened and closed together, and the values
+// that a session file and the application store keep of all that. Moves values between the records
+// of the panes and those of files; reads and writes nothing itself. Owned by the main window, whose
+// state it reads and keeps up to date.
+//
+// How many panes stand side by side is said by four actions of the View menu: all of them, one,
+// two, or a number that is asked for.
 class PaneWorkspace final : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(PaneWorkspace)
 
 public:
-    // All of them outlive the workspace.
-    PaneWorkspace(SessionState& state, PaneSet& panes, PortGrid& grid, ViewModes& modes,
-        QObject* parent = nullptr);
+    struct ViewActions
+    {
+        QAction* horizontal;
+        QAction* vertical;
+        QAction* grid;
+        QAction* custom;
+    };
+
+    // All of them outlive the workspace. The window is the parent of the question.
+    PaneWorkspace(SessionState& state, PaneSet& panes, PortGrid& grid, const ViewActions& actions,
+        QWidget* window);
     ~PaneWorkspace() override;
 
     // Makes the next pane with what panes share; update() places it. There must be fewer than
@@ -42,6 +56,16 @@ public:
     void applyQuickSettingsGroups();
     void applyAutoReconnect();
 
+    // Opens one pane; a port name first becomes its serial port.
+    bool open(SerialPortWidget& pane, const QString& portName, bool quiet);
+    // Opens every pane, or with a port name only the first.
+    void start(const QString& portName, bool quiet);
+    void stop();
+    // Moves the first pane to another serial port and opens it.
+    void changePort(const QString& portName);
+    // Opens what was open when the program ended, unless its serial port is gone.
+    void restoreConnection(const SerialPortCatalog& catalog);
+
     // What a session file holds, with the panes' editors committed.
     [[nodiscard]] SessionContents contents() const;
     // The panes that there are close, those of the session take their place.
@@ -58,13 +82,24 @@ Q_SIGNALS:
     void arranged();
     // By the person at the desk: it is to be saved.
     void edited();
+    // The first pane could not be opened; the others tell it themselves.
+    void openFailed(const QString& text, const QString& reason, bool quiet);
 
 private:
     void arrangeNewPanes();
+    // Panes per row as they were asked for, 1 to 16; there may be fewer panes.
+    [[nodiscard]] int columnCount() const;
+    void setColumnCount(int columns);
+    void selectHorizontal();
+    void choose(QAction* mode, int columns);
+    void askColumnCount();
 
     SessionState& m_state;
     PaneSet& m_panes;
     PortGrid& m_grid;
-    ViewModes& m_modes;
+    ViewActions m_actions;
+    QWidget* m_window;
+    QAction* m_mode;
+    int m_columnCount = 1;
     bool m_quickSettingsShown = true;
 };
