@@ -1020,64 +1020,6 @@ Functions: %1</source>
 <context>
     <name>MainActions</name>
     <message>
-        <source>Not in this version yet</source>
-        <translation>此版本尚未提供</translation>
-    </message>
-    <message>
-        <source>Needs a signed-in account; not in this version yet</source>
-        <translation>需要登录账户；此版本尚未提供</translation>
-    </message>
-</context>
-<context>
-    <name>MainStatusBar</name>
-    <message>
-        <source>Connection state</source>
-        <translation>连接状态</translation>
-    </message>
-    <message>
-        <source>Port and line settings</source>
-        <translation>端口与线路参数</translation>
-    </message>
-    <message>
-        <source>Message</source>
-        <translation>消息</translation>
-    </message>
-    <message>
-        <source>Error</source>
-        <translation>错误</translation>
-    </message>
-    <message>
-        <source>Received bytes and rate</source>
-        <translation>接收字节数与速率</translation>
-    </message>
-    <message>
-        <source>Sent bytes and rate</source>
-        <translation>发送字节数与速率</translation>
-    </message>
-    <message>
-        <source>RX %1 B (%2)</source>
-        <translation>RX %1 B（%2）</translation>
-    </message>
-    <message>
-        <source>TX %1 B (%2)</source>
-        <translation>TX %1 B（%2）</translation>
-    </message>
-    <message>
-        <source>Progress of saving</source>
-        <translation>保存进度</translation>
-    </message>
-    <message>
-        <source>Saving...</source>
-        <translation>正在保存...</translation>
-    </message>
-    <message>
-        <source>Data log</source>
-        <translation>数据日志</translation>
-    </message>
-</context>
-<context>
-    <name>MainWindow</name>
-    <message>
         <source>&amp;File</source>
         <translation>文件(&amp;F)</translation>
     </message>
@@ -1390,22 +1332,6 @@ Functions: %1</source>
         <translation>打开快捷设置(&amp;Q)</translation>
     </message>
     <message>
-        <source>Main Toolbar</source>
-        <translation>主工具栏</translation>
-    </message>
-    <message>
-        <source>&amp;Port:</source>
-        <translation>端口(&amp;P)：</translation>
-    </message>
-    <message>
-        <source>A terminal for serial ports and network byte streams.
-
-Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
-        <translation>用于串口和网络字节流的终端。
-
-使用 Qt %1 构建。图标：Breeze，GNU LGPL 第 3 版或更高版本。</translation>
-    </message>
-    <message>
         <source>Begin with one port and default settings</source>
         <translation>以一个端口和默认设置重新开始</translation>
     </message>
@@ -1460,6 +1386,80 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>Set up the port that has the keyboard, and the program</source>
         <translation>设置当前具有键盘焦点的端口和本程序</translation>
+    </message>
+    <message>
+        <source>Not in this version yet</source>
+        <translation>此版本尚未提供</translation>
+    </message>
+    <message>
+        <source>Needs a signed-in account; not in this version yet</source>
+        <translation>需要登录账户；此版本尚未提供</translation>
+    </message>
+</context>
+<context>
+    <name>MainStatusBar</name>
+    <message>
+        <source>Connection state</source>
+        <translation>连接状态</translation>
+    </message>
+    <message>
+        <source>Port and line settings</source>
+        <translation>端口与线路参数</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>消息</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>Received bytes and rate</source>
+        <translation>接收字节数与速率</translation>
+    </message>
+    <message>
+        <source>Sent bytes and rate</source>
+        <translation>发送字节数与速率</translation>
+    </message>
+    <message>
+        <source>RX %1 B (%2)</source>
+        <translation>RX %1 B（%2）</translation>
+    </message>
+    <message>
+        <source>TX %1 B (%2)</source>
+        <translation>TX %1 B（%2）</translation>
+    </message>
+    <message>
+        <source>Progress of saving</source>
+        <translation>保存进度</translation>
+    </message>
+    <message>
+        <source>Saving...</source>
+        <translation>正在保存...</translation>
+    </message>
+    <message>
+        <source>Data log</source>
+        <translation>数据日志</translation>
+    </message>
+</context>
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>Main Toolbar</source>
+        <translation>主工具栏</translation>
+    </message>
+    <message>
+        <source>&amp;Port:</source>
+        <translation>端口(&amp;P)：</translation>
+    </message>
+    <message>
+        <source>A terminal for serial ports and network byte streams.
+
+Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
+        <translation>用于串口和网络字节流的终端。
+
+使用 Qt %1 构建。图标：Breeze，GNU LGPL 第 3 版或更高版本。</translation>
     </message>
     <message>
         <source>Port Number = %1</source>

@@ -3,307 +3,209 @@
 #include "app/symbolicicon.h"
 
 #include <QAction>
-#include <QCoreApplication>
+#include <QMainWindow>
 #include <QMenuBar>
 #include <QToolBar>
-#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
 using enum Availability;
 
-constexpr std::array menuRows{
-    MenuRow{MenuId::File, QT_TRANSLATE_NOOP("MainWindow", "&File"), "menuFile"},
-    MenuRow{MenuId::Connection, QT_TRANSLATE_NOOP("MainWindow", "&Connection"), "menuConnection"},
-    MenuRow{MenuId::View, QT_TRANSLATE_NOOP("MainWindow", "&View"), "menuView"},
-    MenuRow{MenuId::Tools, QT_TRANSLATE_NOOP("MainWindow", "&Tools"), "menuTools"},
-    MenuRow{MenuId::Cloud, QT_TRANSLATE_NOOP("MainWindow", "Cl&oud"), "menuCloud"},
-    MenuRow{MenuId::Language, QT_TRANSLATE_NOOP("MainWindow", "Language"), "menuLanguage"},
-    MenuRow{MenuId::Help, QT_TRANSLATE_NOOP("MainWindow", "&Help"), "menuHelp"},
-    MenuRow{MenuId::Debug, QT_TRANSLATE_NOOP("MainWindow", "&Debug"), "menuDebug"},
-};
-
-constexpr std::array actionRows{
-    ActionRow{"acFileNew", QT_TRANSLATE_NOOP("MainWindow", "&New..."), MenuId::File, "",
-        QT_TRANSLATE_NOOP("MainWindow", "Begin with one port and default settings")},
-    ActionRow{"acFileOpen", QT_TRANSLATE_NOOP("MainWindow", "&Open Settings..."), MenuId::File, "",
-        QT_TRANSLATE_NOOP("MainWindow", "Open the ports and settings of a file")},
-    ActionRow{"acFileSave", QT_TRANSLATE_NOOP("MainWindow", "&Save Settings..."), MenuId::File,
-        "Ctrl+S", QT_TRANSLATE_NOOP("MainWindow", "Save current config")},
-    ActionRow{"acFileSaveAs", QT_TRANSLATE_NOOP("MainWindow", "Save Settings &As..."), MenuId::File,
-        "", QT_TRANSLATE_NOOP("MainWindow", "Save current settings as new file")},
-    ActionRow{.name = "acFileRecordDataLog",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Log Recording"),
-        .menu = MenuId::File,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Record all port messages as log files"),
-        .checkable = true,
-        .startsSection = true},
-    ActionRow{"acFileViewCurrentDataLog", QT_TRANSLATE_NOOP("MainWindow", "&View Current Data Log"),
-        MenuId::File},
-    ActionRow{
-        "acFileOpenLogFolder", QT_TRANSLATE_NOOP("MainWindow", "Open Log &Folder"), MenuId::File},
-    ActionRow{.name = "acFileExit",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "E&xit"),
-        .menu = MenuId::File,
-        .shortcut = "Ctrl+Q",
-        .startsSection = true},
-
-    ActionRow{"actionNew_Connection", QT_TRANSLATE_NOOP("MainWindow", "&New Connection"),
-        MenuId::Connection, "",
-        QT_TRANSLATE_NOOP("MainWindow", "Choose a port or an address and open it")},
-    ActionRow{.name = "acMonStart",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Start"),
-        .menu = MenuId::Connection,
-        .shortcut = "F5",
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Open the connection, or go on after a pause"),
-        .startsSection = true,
-        .icon = "media-playback-start"},
-    ActionRow{.name = "acEditPause",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Pause"),
-        .menu = MenuId::Connection,
-        .shortcut = "F6",
-        .toolTip =
-            QT_TRANSLATE_NOOP("MainWindow", "Hold the display; what arrives is kept for later"),
-        .icon = "media-playback-pause"},
-    ActionRow{.name = "acMonStop",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "S&top"),
-        .menu = MenuId::Connection,
-        .shortcut = "F7",
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Close the connection"),
-        .icon = "media-playback-stop"},
-    ActionRow{.name = "acEditClear",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Clear All Displays"),
-        .menu = MenuId::Connection,
-        .shortcut = "Ctrl+L",
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Clear the receive views and their counters"),
-        .startsSection = true,
-        .icon = "edit-clear-history",
-        .shortLabel = QT_TRANSLATE_NOOP("MainWindow", "Clear")},
-    ActionRow{"actionClearSendHistory",
-        QT_TRANSLATE_NOOP("MainWindow", "Clear All Send &Histories"), MenuId::Connection, "",
-        QT_TRANSLATE_NOOP("MainWindow", "Forget what was sent before, in every pane")},
-    ActionRow{.name = "acEditFind",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Find..."),
-        .menu = MenuId::Connection,
-        .shortcut = "Ctrl+F",
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Find text in the receive view"),
-        .icon = "edit-find"},
-    ActionRow{.name = "acEditAdd",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Add Port"),
-        .menu = MenuId::Connection,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Show one more port beside the others"),
-        .startsSection = true},
-    ActionRow{"acEditRemove", QT_TRANSLATE_NOOP("MainWindow", "&Remove Port"), MenuId::Connection,
-        "", QT_TRANSLATE_NOOP("MainWindow", "Close the last port and take it away")},
-    ActionRow{.name = "acControlOpen",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "Auto Restore &Last Connection"),
-        .menu = MenuId::Connection,
-        .toolTip =
-            QT_TRANSLATE_NOOP("MainWindow", "Restore the connection that was open at last exit"),
-        .checkable = true,
-        .startsSection = true},
-    ActionRow{.name = "acAutoReconnect",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "Auto R&econnect"),
-        .menu = MenuId::Connection,
-        .toolTip = QT_TRANSLATE_NOOP(
-            "MainWindow", "Automatically reconnect after a serial unplug or TCP connection loss"),
-        .checkable = true},
-
-    ActionRow{.name = "acViewHorizontal",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Horizontal"),
-        .menu = MenuId::View,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "All ports side by side"),
-        .checkable = true},
-    ActionRow{.name = "acViewVertical",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Vertical"),
-        .menu = MenuId::View,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "The ports one above the other"),
-        .checkable = true},
-    ActionRow{.name = "acViewGrid",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Grid"),
-        .menu = MenuId::View,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Two ports in a row"),
-        .checkable = true},
-    ActionRow{.name = "acViewCustom",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Custom"),
-        .menu = MenuId::View,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Choose how many ports stand in a row"),
-        .checkable = true},
-    ActionRow{.name = "acViewNextPort",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Next Port"),
-        .menu = MenuId::View,
-        .shortcut = "Ctrl+Shift+N",
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Move the keyboard to the next port"),
-        .startsSection = true},
-    ActionRow{"acViewPreviousPort", QT_TRANSLATE_NOOP("MainWindow", "&Previous Port"), MenuId::View,
-        "Ctrl+Shift+P", QT_TRANSLATE_NOOP("MainWindow", "Move the keyboard to the previous port")},
-    ActionRow{.name = "acViewQuickSettings",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "Close &Quick Settings"),
-        .menu = MenuId::View,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Show or hide the column of quick settings"),
-        .startsSection = true},
-    ActionRow{.name = "acViewAlwaysTop",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "Always On &Top"),
-        .menu = MenuId::View,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Keep the window above others"),
-        .checkable = true},
-
-    ActionRow{"acToolsSetting", QT_TRANSLATE_NOOP("MainWindow", "&Settings..."), MenuId::Tools, "",
-        QT_TRANSLATE_NOOP("MainWindow", "Set up the port that has the keyboard, and the program")},
-    ActionRow{.name = "acToolCalc",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Toolbox..."),
-        .menu = MenuId::Tools,
-        .startsSection = true},
-    ActionRow{"acToolsAscii", QT_TRANSLATE_NOOP("MainWindow", "&ASCII Code..."), MenuId::Tools},
-    ActionRow{"acToolsModbus", QT_TRANSLATE_NOOP("MainWindow", "&Modbus Request Builder..."),
-        MenuId::Tools, "", "", Later},
-    ActionRow{"acToolsBridge", QT_TRANSLATE_NOOP("MainWindow", "&Bridges..."), MenuId::Tools, "",
-        QT_TRANSLATE_NOOP(
-            "MainWindow", "Forward data between two ports (network to serial gateway)"),
-        Later},
-    ActionRow{.name = "acXferSend",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "S&end File..."),
-        .menu = MenuId::Tools,
-        .shortcut = "Ctrl+Shift+S",
-        .toolTip =
-            QT_TRANSLATE_NOOP("MainWindow", "Send a file to the device with XMODEM or YMODEM"),
-        .availability = Later,
-        .startsSection = true},
-    ActionRow{"acXferReceive", QT_TRANSLATE_NOOP("MainWindow", "&Receive File..."), MenuId::Tools,
-        "Ctrl+Shift+R",
-        QT_TRANSLATE_NOOP("MainWindow", "Receive a file from the device with XMODEM or YMODEM"),
-        Later},
-    ActionRow{"acXferCancel", QT_TRANSLATE_NOOP("MainWindow", "&Cancel Transfer"), MenuId::Tools,
-        "", "", Later},
-
-    ActionRow{"acCloudConsole", QT_TRANSLATE_NOOP("MainWindow", "&Cloud Console"), MenuId::Cloud,
-        "", "", Later},
-    ActionRow{.name = "acCloudConsoleAllowSend",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "Allow Remote &Send"),
-        .menu = MenuId::Cloud,
-        .availability = Later,
-        .checkable = true},
-    ActionRow{.name = "acCloudConsoleAllowPortControl",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "Allow Remote &Port Control"),
-        .menu = MenuId::Cloud,
-        .availability = Later,
-        .checkable = true},
-    ActionRow{.name = "acCloudConsoleAllowRelay",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "Allow Cloud &Relay"),
-        .menu = MenuId::Cloud,
-        .availability = Later,
-        .checkable = true},
-    ActionRow{.name = "acAccountSignIn",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "Sign &In..."),
-        .menu = MenuId::Cloud,
-        .availability = Later,
-        .startsSection = true},
-    ActionRow{"acAccountMe", QT_TRANSLATE_NOOP("MainWindow", "&My Account"), MenuId::Cloud, "", "",
-        NeedsSignIn},
-    ActionRow{"acAccountSyncNow", QT_TRANSLATE_NOOP("MainWindow", "Sync &Now"), MenuId::Cloud, "",
-        "", NeedsSignIn},
-    ActionRow{"acAccountSyncSettings", QT_TRANSLATE_NOOP("MainWindow", "Sync Se&ttings..."),
-        MenuId::Cloud, "", "", NeedsSignIn},
-    ActionRow{"acAccountSignOut", QT_TRANSLATE_NOOP("MainWindow", "Sign &Out"), MenuId::Cloud, "",
-        "", NeedsSignIn},
-
-    ActionRow{.name = "actionEnglish",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&English"),
-        .menu = MenuId::Language,
-        .checkable = true},
-    ActionRow{.name = "actionChinese",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Chinese"),
-        .menu = MenuId::Language,
-        .checkable = true},
-
-    ActionRow{"acHelpOnline", QT_TRANSLATE_NOOP("MainWindow", "&Help"), MenuId::Help, "",
-        QT_TRANSLATE_NOOP("MainWindow", "Open the help page in the browser")},
-    ActionRow{"acHelpHomepage", QT_TRANSLATE_NOOP("MainWindow", "Home&page"), MenuId::Help, "",
-        QT_TRANSLATE_NOOP("MainWindow", "Open the home page in the browser")},
-    ActionRow{.name = "actionAbout",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&About"),
-        .menu = MenuId::Help,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Version and licences"),
-        .startsSection = true},
-
-    ActionRow{.name = "acDebugHoldPortList",
-        .label = QT_TRANSLATE_NOOP("MainWindow", "&Suspend Port List Refresh"),
-        .menu = MenuId::Debug,
-        .toolTip = QT_TRANSLATE_NOOP("MainWindow", "Do not look for serial ports that come and go"),
-        .checkable = true},
-};
-
-} // namespace
-
-std::span<const MenuRow> mainMenuRows()
+MainActions::MainActions(QMainWindow* window)
+    : QObject(window)
+    , m_bar(window->menuBar())
 {
-    return menuRows;
+    addFileMenu();
+    addConnectionMenu();
+    addViewMenu();
+    addToolsMenu();
+    addCloudMenu();
+    addLanguageMenu();
+    addHelpMenu();
+    addDebugMenu();
 }
 
-std::span<const ActionRow> mainActionRows()
+void MainActions::addFileMenu()
 {
-    return actionRows;
+    beginMenu("menuFile"_L1, tr("&File"));
+    add("acFileNew", tr("&New..."), {.toolTip = tr("Begin with one port and default settings")});
+    add("acFileOpen", tr("&Open Settings..."),
+        {.toolTip = tr("Open the ports and settings of a file")});
+    add("acFileSave", tr("&Save Settings..."),
+        {.toolTip = tr("Save current config"), .key = "Ctrl+S"});
+    add("acFileSaveAs", tr("Save Settings &As..."),
+        {.toolTip = tr("Save current settings as new file")});
+    m_menu->addSeparator();
+    add("acFileRecordDataLog", tr("&Log Recording"),
+        {.toolTip = tr("Record all port messages as log files"), .checkable = true});
+    add("acFileViewCurrentDataLog", tr("&View Current Data Log"));
+    add("acFileOpenLogFolder", tr("Open Log &Folder"));
+    m_menu->addSeparator();
+    add("acFileExit", tr("E&xit"), {.key = "Ctrl+Q"});
 }
 
-namespace {
-
-QString text(const char* source)
+void MainActions::addConnectionMenu()
 {
-    return QCoreApplication::translate("MainWindow", source);
+    beginMenu("menuConnection"_L1, tr("&Connection"));
+    add("actionNew_Connection", tr("&New Connection"),
+        {.toolTip = tr("Choose a port or an address and open it")});
+    m_menu->addSeparator();
+    add("acMonStart", tr("&Start"),
+        {.toolTip = tr("Open the connection, or go on after a pause"),
+            .key = "F5",
+            .icon = "media-playback-start"});
+    add("acEditPause", tr("&Pause"),
+        {.toolTip = tr("Hold the display; what arrives is kept for later"),
+            .key = "F6",
+            .icon = "media-playback-pause"});
+    add("acMonStop", tr("S&top"),
+        {.toolTip = tr("Close the connection"), .key = "F7", .icon = "media-playback-stop"});
+    m_menu->addSeparator();
+    add("acEditClear", tr("&Clear All Displays"),
+        {.toolTip = tr("Clear the receive views and their counters"),
+            .key = "Ctrl+L",
+            .icon = "edit-clear-history",
+            .shortLabel = tr("Clear")});
+    add("actionClearSendHistory", tr("Clear All Send &Histories"),
+        {.toolTip = tr("Forget what was sent before, in every pane")});
+    add("acEditFind", tr("&Find..."),
+        {.toolTip = tr("Find text in the receive view"), .key = "Ctrl+F", .icon = "edit-find"});
+    m_menu->addSeparator();
+    add("acEditAdd", tr("&Add Port"), {.toolTip = tr("Show one more port beside the others")});
+    add("acEditRemove", tr("&Remove Port"),
+        {.toolTip = tr("Close the last port and take it away")});
+    m_menu->addSeparator();
+    add("acControlOpen", tr("Auto Restore &Last Connection"),
+        {.toolTip = tr("Restore the connection that was open at last exit"), .checkable = true});
+    add("acAutoReconnect", tr("Auto R&econnect"),
+        {.toolTip = tr("Automatically reconnect after a serial unplug or TCP connection loss"),
+            .checkable = true});
 }
 
-QString unavailableText(Availability availability)
+void MainActions::addViewMenu()
 {
-    switch (availability) {
-    case Availability::Ready:
-        break;
-    case Availability::Later:
-        return MainActions::tr("Not in this version yet");
-    case Availability::NeedsSignIn:
-        return MainActions::tr("Needs a signed-in account; not in this version yet");
-    }
-    return {};
+    beginMenu("menuView"_L1, tr("&View"));
+    add("acViewHorizontal", tr("&Horizontal"),
+        {.toolTip = tr("All ports side by side"), .checkable = true});
+    add("acViewVertical", tr("&Vertical"),
+        {.toolTip = tr("The ports one above the other"), .checkable = true});
+    add("acViewGrid", tr("&Grid"), {.toolTip = tr("Two ports in a row"), .checkable = true});
+    add("acViewCustom", tr("&Custom"),
+        {.toolTip = tr("Choose how many ports stand in a row"), .checkable = true});
+    m_menu->addSeparator();
+    add("acViewNextPort", tr("&Next Port"),
+        {.toolTip = tr("Move the keyboard to the next port"), .key = "Ctrl+Shift+N"});
+    add("acViewPreviousPort", tr("&Previous Port"),
+        {.toolTip = tr("Move the keyboard to the previous port"), .key = "Ctrl+Shift+P"});
+    m_menu->addSeparator();
+    add("acViewQuickSettings", tr("Close &Quick Settings"),
+        {.toolTip = tr("Show or hide the column of quick settings")});
+    add("acViewAlwaysTop", tr("Always On &Top"),
+        {.toolTip = tr("Keep the window above others"), .checkable = true});
 }
 
-QString toolTipText(const ActionRow& row)
+void MainActions::addToolsMenu()
 {
-    QStringList lines;
-    lines.append(*row.toolTip != '\0' ? text(row.toolTip) : text(row.label).remove(u'&'));
-    // A menu shows the key beside the label; a button of the toolbar has only this.
-    if (*row.shortcut != '\0' && *row.icon != '\0') {
-        lines.last() += u" (%1)"_s.arg(
-            QKeySequence(QLatin1StringView(row.shortcut)).toString(QKeySequence::NativeText));
-    }
-    if (row.availability != Availability::Ready)
-        lines.append(unavailableText(row.availability));
-    return lines.join(u'\n');
+    beginMenu("menuTools"_L1, tr("&Tools"));
+    add("acToolsSetting", tr("&Settings..."),
+        {.toolTip = tr("Set up the port that has the keyboard, and the program")});
+    m_menu->addSeparator();
+    add("acToolCalc", tr("&Toolbox..."));
+    add("acToolsAscii", tr("&ASCII Code..."));
+    add("acToolsModbus", tr("&Modbus Request Builder..."), {.availability = Later});
+    add("acToolsBridge", tr("&Bridges..."),
+        {.toolTip = tr("Forward data between two ports (network to serial gateway)"),
+            .availability = Later});
+    m_menu->addSeparator();
+    add("acXferSend", tr("S&end File..."),
+        {.toolTip = tr("Send a file to the device with XMODEM or YMODEM"),
+            .key = "Ctrl+Shift+S",
+            .availability = Later});
+    add("acXferReceive", tr("&Receive File..."),
+        {.toolTip = tr("Receive a file from the device with XMODEM or YMODEM"),
+            .key = "Ctrl+Shift+R",
+            .availability = Later});
+    add("acXferCancel", tr("&Cancel Transfer"), {.availability = Later});
 }
 
-} // namespace
-
-MainActions::MainActions(QObject* parent)
-    : QObject(parent)
+void MainActions::addCloudMenu()
 {
-    for (const ActionRow& row : mainActionRows())
-        m_actions.insert(QLatin1StringView(row.name), makeAction(row));
+    beginMenu("menuCloud"_L1, tr("Cl&oud"));
+    add("acCloudConsole", tr("&Cloud Console"), {.availability = Later});
+    add("acCloudConsoleAllowSend", tr("Allow Remote &Send"),
+        {.checkable = true, .availability = Later});
+    add("acCloudConsoleAllowPortControl", tr("Allow Remote &Port Control"),
+        {.checkable = true, .availability = Later});
+    add("acCloudConsoleAllowRelay", tr("Allow Cloud &Relay"),
+        {.checkable = true, .availability = Later});
+    m_menu->addSeparator();
+    add("acAccountSignIn", tr("Sign &In..."), {.availability = Later});
+    add("acAccountMe", tr("&My Account"), {.availability = NeedsSignIn});
+    add("acAccountSyncNow", tr("Sync &Now"), {.availability = NeedsSignIn});
+    add("acAccountSyncSettings", tr("Sync Se&ttings..."), {.availability = NeedsSignIn});
+    add("acAccountSignOut", tr("Sign &Out"), {.availability = NeedsSignIn});
 }
 
-QAction* MainActions::makeAction(const ActionRow& row)
+void MainActions::addLanguageMenu()
 {
-    auto* action = new QAction(text(row.label), parent());
-    action->setObjectName(QLatin1StringView(row.name));
-    action->setShortcut(QKeySequence(QLatin1StringView(row.shortcut)));
-    action->setToolTip(toolTipText(row));
-    action->setCheckable(row.checkable);
-    action->setEnabled(row.availability == Availability::Ready);
+    beginMenu("menuLanguage"_L1, tr("Language"));
+    add("actionEnglish", tr("&English"), {.checkable = true});
+    add("actionChinese", tr("&Chinese"), {.checkable = true});
+}
+
+void MainActions::addHelpMenu()
+{
+    beginMenu("menuHelp"_L1, tr("&Help"));
+    add("acHelpOnline", tr("&Help"), {.toolTip = tr("Open the help page in the browser")});
+    add("acHelpHomepage", tr("Home&page"), {.toolTip = tr("Open the home page in the browser")});
+    m_menu->addSeparator();
+    add("actionAbout", tr("&About"), {.toolTip = tr("Version and licences")});
+}
+
+void MainActions::addDebugMenu()
+{
+    beginMenu("menuDebug"_L1, tr("&Debug"));
+    add("acDebugHoldPortList", tr("&Suspend Port List Refresh"),
+        {.toolTip = tr("Do not look for serial ports that come and go"), .checkable = true});
+}
+
+void MainActions::beginMenu(QLatin1StringView name, const QString& title)
+{
+    m_menu = m_bar->addMenu(title);
+    m_menu->setObjectName(name);
+    m_menu->setToolTipsVisible(true);
+}
+
+void MainActions::add(const char* name, const QString& label, const ActionOptions& options)
+{
+    auto* action = new QAction(label, parent());
+    action->setObjectName(QLatin1StringView(name));
+    action->setShortcut(QKeySequence(QLatin1StringView(options.key)));
+    action->setToolTip(toolTipText(label, options));
+    action->setCheckable(options.checkable);
+    action->setEnabled(options.availability == Ready);
     action->setMenuRole(QAction::NoRole);
-    if (*row.icon != '\0')
-        action->setIcon(symbolicIcon(":/icons/"_L1 + QLatin1StringView(row.icon) + ".svg"_L1));
-    if (*row.shortLabel != '\0')
-        action->setIconText(text(row.shortLabel));
-    return action;
+    if (*options.icon != '\0')
+        action->setIcon(symbolicIcon(":/icons/"_L1 + QLatin1StringView(options.icon) + ".svg"_L1));
+    if (!options.shortLabel.isEmpty())
+        action->setIconText(options.shortLabel);
+    m_menu->addAction(action);
+    m_actions.insert(action->objectName(), action);
+}
+
+QString MainActions::toolTipText(const QString& label, const ActionOptions& options)
+{
+    QStringList lines{options.toolTip.isEmpty() ? QString(label).remove(u'&') : options.toolTip};
+    // A menu shows the key beside the label; a button of the toolbar has only this.
+    if (*options.key != '\0' && *options.icon != '\0') {
+        lines.last() += u" (%1)"_s.arg(
+            QKeySequence(QLatin1StringView(options.key)).toString(QKeySequence::NativeText));
+    }
+    if (options.availability == Later)
+        lines.append(tr("Not in this version yet"));
+    else if (options.availability == NeedsSignIn)
+        lines.append(tr("Needs a signed-in account; not in this version yet"));
+    return lines.join(u'\n');
 }
 
 QAction* MainActions::action(QLatin1StringView name) const
@@ -313,31 +215,15 @@ QAction* MainActions::action(QLatin1StringView name) const
     return found;
 }
 
-void MainActions::fillMenuBar(QMenuBar& bar) const
-{
-    for (const MenuRow& menuRow : mainMenuRows()) {
-        QMenu* menu = bar.addMenu(text(menuRow.title));
-        menu->setObjectName(QLatin1StringView(menuRow.name));
-        menu->setToolTipsVisible(true);
-        for (const ActionRow& row : mainActionRows()) {
-            if (row.menu != menuRow.id)
-                continue;
-            if (row.startsSection)
-                menu->addSeparator();
-            menu->addAction(m_actions.value(QLatin1StringView(row.name)));
-        }
-    }
-}
-
 void MainActions::fillToolBar(QToolBar& bar) const
 {
     for (const auto name : {"acMonStart"_L1, "acEditPause"_L1, "acMonStop"_L1, "acEditClear"_L1})
         bar.addAction(action(name));
 }
 
-MainActions::RecentFiles MainActions::addRecentFiles(QMenuBar& bar, int count) const
+MainActions::RecentFiles MainActions::addRecentFiles(int count) const
 {
-    auto* menu = bar.findChild<QMenu*>("menuFile"_L1);
+    auto* menu = m_bar->findChild<QMenu*>("menuFile"_L1);
     // Above the separator that stands before Exit.
     const qsizetype exit = menu->actions().indexOf(action("acFileExit"_L1));
     QAction* behind = menu->actions().at(exit - 1);
@@ -349,7 +235,7 @@ MainActions::RecentFiles MainActions::addRecentFiles(QMenuBar& bar, int count) c
         menu->insertAction(behind, file);
         added.files.append(file);
     }
-    added.forgetMenu = new QMenu(text(QT_TRANSLATE_NOOP("MainWindow", "&Remove from List")), menu);
+    added.forgetMenu = new QMenu(tr("&Remove from List"), menu);
     added.forgetMenu->setObjectName("menuForgetRecent"_L1);
     added.forgetMenu->setToolTipsVisible(true);
     menu->insertMenu(behind, added.forgetMenu);
@@ -374,6 +260,5 @@ void MainActions::setConnectionState(bool running, bool paused, bool active) con
 void MainActions::setQuickSettingsShown(bool shown) const
 {
     action("acViewQuickSettings"_L1)
-        ->setText(shown ? text("Close &Quick Settings")
-                        : text(QT_TRANSLATE_NOOP("MainWindow", "Open &Quick Settings")));
+        ->setText(shown ? tr("Close &Quick Settings") : tr("Open &Quick Settings"));
 }

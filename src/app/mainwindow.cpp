@@ -133,7 +133,6 @@ MainWindow::~MainWindow()
 
 void MainWindow::buildBars()
 {
-    m_actions->fillMenuBar(*menuBar());
     QToolBar* bar = addToolBar(tr("Main Toolbar"));
     bar->setObjectName("mainToolBar"_L1);
     bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
@@ -152,7 +151,7 @@ void MainWindow::buildBars()
 void MainWindow::buildDocument()
 {
     const MainActions::RecentFiles places =
-        m_actions->addRecentFiles(*menuBar(), RecentFilesModel::defaultCount);
+        m_actions->addRecentFiles(RecentFilesModel::defaultCount);
     m_recentFiles = new RecentFilesModel(RecentFilesModel::defaultCount, places.files, this);
     m_recentFiles->setFrame(places.separator, places.forgetMenu);
     m_recentFiles->setFiles(m_state.recentFiles);
