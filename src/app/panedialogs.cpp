@@ -1,8 +1,7 @@
 #include "app/panedialogs.h"
 
-#include "app/multiportsettingdlg.h"
-#include "app/newconnectiondialog.h"
 #include "app/paneset.h"
+#include "app/portdialogs.h"
 #include "app/programoptions.h"
 #include "app/settingsdialog.h"
 #include "connections/serialportcatalog.h"

@@ -2,12 +2,11 @@
 
 #include "app/connectionpage.h"
 #include "app/displaypage.h"
+#include "app/formatpages.h"
 #include "app/generalpage.h"
 #include "app/logpage.h"
 #include "app/pagestack.h"
 #include "app/quicksettingseditor.h"
-#include "app/receivepage.h"
-#include "app/sendpage.h"
 #include "terminal/port/connectionsummary.h"
 
 #include <QDialogButtonBox>

@@ -1,6 +1,5 @@
 #include "app/fakecatalog.h"
-#include "app/multiportsettingdlg.h"
-#include "app/newconnectiondialog.h"
+#include "app/portdialogs.h"
 #include "app/settingsdialog.h"
 #include "app/settingspage.h"
 #include "settings/portsessioncodec.h"

@@ -1,9 +1,8 @@
 #include "app/connectionpage.h"
 #include "app/displaypage.h"
 #include "app/fakecatalog.h"
+#include "app/formatpages.h"
 #include "app/logpage.h"
-#include "app/receivepage.h"
-#include "app/sendpage.h"
 #include "log/logfilename.h"
 #include "settings/randomrecords.h"
 
