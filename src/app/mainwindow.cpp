@@ -14,12 +14,13 @@
 #include "app/recentfilesmodel.h"
 #include "app/sessiondocument.h"
 #include "app/setconfigfilepathdialog.h"
-#include "app/toolwindows.h"
 #include "app/windowgeometry.h"
 #include "settings/config.h"
 #include "settings/settingsservice.h"
 #include "settings/storewriter.h"
 #include "terminal/pane/serialportwidget.h"
+#include "tools/asciitable.h"
+#include "tools/toolbox.h"
 
 #include <QAction>
 #include <QApplication>
@@ -29,6 +30,7 @@
 #include <QDesktopServices>
 #include <QLabel>
 #include <QMenuBar>
+#include <QPointer>
 #include <QScopedValueRollback>
 #include <QToolBar>
 #include <QUrl>
@@ -64,7 +66,6 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
                   applyQuickSettingsGroupsToPorts();
               }},
           this))
-    , m_toolWindows(new ToolWindows([this] { return currentPortWidget(); }, this))
     , m_logActions(new LogActions({m_actions->action("acFileRecordDataLog"_L1),
                                       m_actions->action("acFileViewCurrentDataLog"_L1),
                                       m_actions->action("acFileOpenLogFolder"_L1)},
@@ -236,8 +237,31 @@ void MainWindow::connectViewActions()
 void MainWindow::connectToolActions()
 {
     onAction("acToolsSetting"_L1, m_dialogs, &PaneDialogs::showSettings);
-    onAction("acToolCalc"_L1, m_toolWindows, &ToolWindows::showToolBox);
-    onAction("acToolsAscii"_L1, m_toolWindows, &ToolWindows::showAsciiTable);
+    const auto bringUp = [](QDialog& window) {
+        window.show();
+        window.raise();
+        window.activateWindow();
+    };
+    // What they offer goes to the pane that has the keyboard then.
+    const auto insert = [this](const QByteArray& bytes) {
+        currentPortWidget()->insertSendBytes(bytes);
+    };
+    onAction("acToolCalc"_L1, this, [=, this, tools = QPointer<ToolBox>()]() mutable {
+        if (!tools) {
+            tools = new ToolBox(this);
+            connect(tools, &ToolBox::insertRequested, this, insert);
+        }
+        bringUp(*tools);
+    });
+    onAction("acToolsAscii"_L1, this, [=, this, table = QPointer<AsciiTable>()]() mutable {
+        if (!table) {
+            table = new AsciiTable(this);
+            connect(table, &AsciiTable::insertRequested, this, insert);
+            connect(table, &AsciiTable::sendRequested, this,
+                [this](const QByteArray& bytes) { currentPortWidget()->sendBytes(bytes); });
+        }
+        bringUp(*table);
+    });
 }
 
 void MainWindow::connectHelpActions()

@@ -27,7 +27,6 @@ class RecentFilesModel;
 class SerialPortCatalog;
 class SerialPortWidget;
 class SessionDocument;
-class ToolWindows;
 
 // The window of the program: the port panes in their grid, menus, toolbar and status bar, and the
 // workspace that comes back at the next start. A façade: what an action is stands in MainActions,
@@ -141,7 +140,6 @@ private:
     MainStatusBar* m_statusBar;
     ProgramOptions* m_options;
     PaneDialogs* m_dialogs;
-    ToolWindows* m_toolWindows;
     LogActions* m_logActions;
     RecentFilesModel* m_recentFiles = nullptr;
     SessionDocument* m_document = nullptr;
