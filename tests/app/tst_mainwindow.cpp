@@ -155,8 +155,6 @@ void MainWindowTest::portListFollowsTheMachine()
     m_catalog.list = {listedPort(u"ttyUSB0"_s, u"USB bridge"_s)};
     QTest::ignoreMessage(QtDebugMsg, "Start to refresh port list...");
     QTRY_COMPARE(combo->count(), 1); // the window's own timer
-    QCOMPARE(combo->itemText(0), "ttyUSB0 (USB bridge)"_L1);
-
     action("acDebugHoldPortList")->trigger();
     m_catalog.list.clear();
     m_catalog.asked = 0;

@@ -24,6 +24,7 @@ private Q_SLOTS:
     void init();
     void cleanup() { m_window.reset(); }
     void heldBytesReachTheLog();
+    void switchedOffRecordingIsWritten();
     void slowLogIsShown();
     void unwrittenLogIsAskedAbout();
     void nobodyIsAskedForEver();
@@ -35,7 +36,7 @@ private:
         QVERIFY2(m_pane->start({}, true), qPrintable(m_pane->lastError()));
         QTRY_VERIFY(m_pane->isOpen() && m_device->openCount() == 1);
         m_pane->pause();
-        m_device->send(QByteArray(bytes, 'x'));
+        m_device->send(QByteArray(bytes, '~'));
         QTRY_COMPARE_WITH_TIMEOUT(m_pane->waitingBytes(), bytes, 20000);
         QCOMPARE(m_pane->unloggedBytes(), bytes);
     }
@@ -43,6 +44,7 @@ private:
     {
         m_closer->close({m_pane}, [this] { ++m_closed; });
     }
+    // The bytes of the device are of a kind that no file name holds.
     [[nodiscard]] QByteArray log() const
     {
         QFile file(m_path);
@@ -99,8 +101,21 @@ void PaneCloserTest::heldBytesReachTheLog()
     QTRY_COMPARE_WITH_TIMEOUT(m_closed, 1, 60000);
     QVERIFY(turns >= 5);
     QVERIFY(!m_pane->isActive());
-    QCOMPARE(log().count('x'), bytes);
+    QCOMPARE(log().count('~'), bytes);
     QCOMPARE(m_pane->unloggedBytes(), 0);
+}
+
+// What was shown waits for the next save; recording ends before that.
+void PaneCloserTest::switchedOffRecordingIsWritten()
+{
+    QVERIFY2(m_pane->start({}, true), qPrintable(m_pane->lastError()));
+    QTRY_VERIFY(m_pane->isOpen() && m_device->openCount() == 1);
+    m_device->send(QByteArray(3000, '~'));
+    QTRY_VERIFY(m_pane->receivedBytes() == 3000 && m_pane->waitingBytes() == 0);
+    QVERIFY(m_pane->unloggedBytes() > 0);
+    m_pane->setLogRecording(false);
+    QCOMPARE(m_pane->unloggedBytes(), 0);
+    QCOMPARE(log().count('~'), 3000);
 }
 
 void PaneCloserTest::slowLogIsShown()
@@ -113,7 +128,7 @@ void PaneCloserTest::slowLogIsShown()
     QTRY_VERIFY(progress() == nullptr);
     QVERIFY(m_pane->isOpen());
     QCOMPARE(m_closed, 0);
-    m_device->send(QByteArray(qsizetype{8} * 1024 * 1024, 'x'));
+    m_device->send(QByteArray(qsizetype{8} * 1024 * 1024, '~'));
     QTRY_VERIFY(m_pane->unloggedBytes() > 4 * 1024 * 1024);
     close();
     QTRY_VERIFY(progress() != nullptr);
@@ -142,7 +157,7 @@ void PaneCloserTest::unwrittenLogIsAskedAbout()
     QTRY_VERIFY(box() != nullptr);
     box()->button(QMessageBox::Retry)->click();
     QTRY_COMPARE(m_closed, 1);
-    QCOMPARE(log().count('x'), 3000);
+    QCOMPARE(log().count('~'), 3000);
 }
 
 void PaneCloserTest::nobodyIsAskedForEver()

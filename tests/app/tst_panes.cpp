@@ -279,6 +279,8 @@ void PanesTest::customIsAsked()
     for (const int columns : {0, 16, 2}) { // 0 leaves it as it is
         trigger("acViewCustom");
         auto* dialog = m_window->findChild<QInputDialog*>();
+        QCOMPARE(dialog->windowTitle(), "Set Port Number Per Column"_L1);
+        QCOMPARE(dialog->labelText(), "Port Number Per Column:"_L1);
         QCOMPARE(dialog->intMinimum(), 1);
         QCOMPARE(dialog->intMaximum(), 16);
         QCOMPARE(dialog->intValue(), current);

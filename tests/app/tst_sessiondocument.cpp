@@ -1,6 +1,5 @@
 #include "app/sessiondocument.h"
 
-#include "app/modalanswer.h"
 #include "app/recentfilesmodel.h"
 #include "settings/sessionfile.h"
 #include "settings/settingsservice.h"
@@ -29,11 +28,21 @@ SessionContents sessionOf(const QString& port)
     return contents;
 }
 
-// Types a name into a file dialog and confirms it.
-void chooseFile(QDialog* dialog, const QString& name)
+// The dialog that is open.
+template<class Dialog>
+Dialog& dialog()
 {
-    dialog->findChild<QLineEdit*>(u"fileNameEdit"_s)->setText(name);
-    static_cast<QFileDialog*>(dialog)->QDialog::done(QDialog::Accepted);
+    auto* found = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+    if (found == nullptr)
+        qFatal("another dialog, or none");
+    return *found;
+}
+
+// Types a name into the file dialog and confirms it.
+void chooseFile(const QString& name)
+{
+    dialog<QFileDialog>().findChild<QLineEdit*>(u"fileNameEdit"_s)->setText(name);
+    dialog<QFileDialog>().QDialog::done(QDialog::Accepted);
 }
 
 } // namespace
@@ -58,7 +67,6 @@ private Q_SLOTS:
     void failedSave();
     void recentFiles();
     void recentFileThatIsGone();
-    void moreRecentFilesThanActions();
 
 private:
     [[nodiscard]] QString path(const QString& name) const { return m_dir->filePath(name); }
@@ -138,14 +146,12 @@ void SessionDocumentTest::question()
     put(u"lab.vmr"_s, u"old"_s);
     m_document->setCurrentFile(path(u"lab.vmr"_s));
     m_window->setWindowModified(true);
-    const ModalAnswer person([button](QDialog* dialog) {
-        auto* box = qobject_cast<QMessageBox*>(dialog);
-        QCOMPARE(box->standardButtons(), QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
-        box->button(button)->click();
-    });
     m_document->okToContinue([&](bool ok) { goesOn = ok; });
     QVERIFY(!goesOn); // the event loop goes on meanwhile
-    QTRY_COMPARE(goesOn, std::optional(button != QMessageBox::Cancel));
+    const auto& box = dialog<QMessageBox>();
+    QCOMPARE(box.standardButtons(), QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+    box.button(button)->click();
+    QCOMPARE(goesOn, std::optional(button != QMessageBox::Cancel));
     const bool saves = button == QMessageBox::Yes;
     QCOMPARE(stored(u"lab.vmr"_s), saves ? u"running"_s : u"old"_s);
     QCOMPARE(m_window->isWindowModified(), !saves);
@@ -155,12 +161,9 @@ void SessionDocumentTest::newSession()
 {
     m_document->setCurrentFile(path(u"lab.vmr"_s));
     m_window->setWindowModified(true);
-    {
-        const ModalAnswer person([](QDialog* dialog) { dialog->reject(); });
-        QTest::ignoreMessage(QtDebugMsg, "on_acFileNew_triggered: okToContinue FAILED!");
-        m_document->newSession();
-        QTRY_VERIFY(person.seen());
-    }
+    m_document->newSession();
+    QTest::ignoreMessage(QtDebugMsg, "on_acFileNew_triggered: okToContinue FAILED!");
+    dialog<QMessageBox>().reject();
     QCOMPARE(m_workspace.panes.at(0).settings.portName, "running"_L1);
     m_window->setWindowModified(false);
     m_document->newSession();
@@ -174,16 +177,11 @@ void SessionDocumentTest::saveAsksForANameOnce()
     QSignalSpy progress(m_document, &SessionDocument::savingProgress);
     m_document->setLastDirectory({});
     m_document->setFirstDirectory(m_dir->path());
-    {
-        const ModalAnswer person([this](QDialog* dialog) {
-            QCOMPARE(static_cast<QFileDialog*>(dialog)->directory().path(), m_dir->path());
-            QCOMPARE(static_cast<QFileDialog*>(dialog)->nameFilters(),
-                QStringList{u"Velmora files (*.vmr)"_s});
-            chooseFile(dialog, path(u"lab.vmr"_s));
-        });
-        m_document->save();
-        QTRY_VERIFY(person.seen());
-    }
+    m_document->save();
+    QCOMPARE(dialog<QFileDialog>().windowTitle(), "Save Velmora"_L1);
+    QCOMPARE(dialog<QFileDialog>().directory().path(), m_dir->path());
+    QCOMPARE(dialog<QFileDialog>().nameFilters(), QStringList{u"Velmora files (*.vmr)"_s});
+    chooseFile(path(u"lab.vmr"_s));
     QCOMPARE(m_document->currentFile(), path(u"lab.vmr"_s));
     QCOMPARE(messages.takeFirst(), (QVariantList{u"File saved"_s, 2000}));
     QCOMPARE(progress.constFirst().constFirst().toInt(), 0);
@@ -192,19 +190,16 @@ void SessionDocumentTest::saveAsksForANameOnce()
     QTest::ignoreMessage(QtDebugMsg, "writeFile: Write Success!");
     m_document->save();
     QCOMPARE(stored(u"lab.vmr"_s), "later"_L1);
-    {
-        m_workspace = sessionOf({});
-        const ModalAnswer person(
-            [this](QDialog* dialog) { chooseFile(dialog, path(u"lab.vmr"_s)); });
-        m_document->open();
-        QTRY_VERIFY(person.seen());
-    }
+    m_workspace = sessionOf({});
+    m_document->open();
+    QCOMPARE(dialog<QFileDialog>().windowTitle(), "Open Velmora"_L1);
+    chooseFile(path(u"lab.vmr"_s));
     QCOMPARE(m_workspace.panes.at(0).settings.portName, "later"_L1);
 
-    const ModalAnswer person([](QDialog* dialog) { dialog->reject(); });
     std::optional<bool> saved;
     m_document->saveAs([&](bool ok) { saved = ok; });
-    QTRY_COMPARE(saved, std::optional(false));
+    dialog<QFileDialog>().reject();
+    QCOMPARE(saved, std::optional(false));
 }
 
 void SessionDocumentTest::suffix_data()
@@ -220,9 +215,8 @@ void SessionDocumentTest::suffix()
 {
     QFETCH(const QString, typed);
     QFETCH(const QString, written);
-    const ModalAnswer person([&](QDialog* dialog) { chooseFile(dialog, path(typed)); });
     m_document->saveAs();
-    QTRY_VERIFY(person.seen());
+    chooseFile(path(typed));
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files), QStringList{written});
     QCOMPARE(m_document->currentFile(), path(written));
     QCOMPARE(m_document->lastDirectory(), m_dir->path());
@@ -327,14 +321,6 @@ void SessionDocumentTest::recentFileThatIsGone()
         QCOMPARE(m_recent->files().size(), left);
     }
     QVERIFY(!forget.menuAction()->isVisible());
-}
-
-void SessionDocumentTest::moreRecentFilesThanActions()
-{
-    for (int i = 1; i <= 12; ++i)
-        m_recent->addFile(u"/%1.vmr"_s.arg(i));
-    QCOMPARE(m_recent->files().size(), 12);
-    QCOMPARE(m_actions.constLast()->text(), "&9 4.vmr"_L1);
 }
 
 QTEST_MAIN(SessionDocumentTest)

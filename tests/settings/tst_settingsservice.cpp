@@ -34,74 +34,42 @@ private:
 
 void SettingsServiceTest::keysAndDefaults()
 {
-    const QMap<QString, QVariant> expected{
-        {u"LastConnMode"_s, 0},
-        {u"LastPortName"_s, u""_s},
-        {u"LastBaudrate"_s, 9600},
-        {u"LastDatabits"_s, 8},
-        {u"LastStopbits"_s, 1},
-        {u"LastParity"_s, 0},
-        {u"LastFlowControl"_s, 0},
-        {u"LastDtrOn"_s, true},
-        {u"LastRtsOn"_s, true},
-        {u"LastTargetHost"_s, u"127.0.0.1"_s},
-        {u"LastTargetHosts"_s, QStringList{u"127.0.0.1"_s}},
-        {u"LastTargetPort"_s, 6000},
-        {u"LastUdpLocalPort"_s, 60001},
-        {u"LastUdpServerPort"_s, 60000},
-        {u"LastReceiveMessageFormat"_s, 2},
-        {u"LastSendMessageFormat"_s, 2},
-        {u"LastReceiveEncoding"_s, u"UTF-8"_s},
-        {u"LastSendEncoding"_s, u"UTF-8"_s},
-        {u"LastSendChecksum"_s, 0},
-        {u"LastRxAutoFeedLine"_s, false},
-        {u"LastRxLineEndingMode"_s, 0},
-        {u"LastTxAutoFeedLine"_s, false},
-        {u"LastTxLineEndingMode"_s, 0},
-        {u"LastTerminalEnterMode"_s, 1},
-        {u"LastAutoFeedInterval"_s, 20},
-        {u"LastSplitterLeft"_s, 10000},
-        {u"LastSplitterRight"_s, 50000},
-        {u"QuickSettings/Connection"_s, true},
-        {u"QuickSettings/Receive"_s, true},
-        {u"QuickSettings/Send"_s, true},
-        {u"QuickSettings/GroupOrder"_s, QStringList{u"connection"_s, u"receive"_s, u"send"_s}},
-        {u"LastDisplaySendMsg"_s, false},
-        {u"LastLocalEcho"_s, false},
-        {u"LastDisplaySendTime"_s, false},
-        {u"LastDisplayRxTimeFormat"_s, u"[Rx][hh:mm:ss.zzz] "_s},
-        {u"LastDisplayTxTimeFormat"_s, u"[Tx][hh:mm:ss.zzz] "_s},
-        {u"LastLogSaveFlag"_s, false},
-        {u"LastLogFilePath"_s, QString(QDir::homePath() + "/vmr_%S-%Y%M%D.log"_L1)},
-        {u"LastLogTimestampEnabled"_s, false},
-        {u"LastLogTimestamp"_s, u"[%h:%m:%s.%z] "_s},
-        {u"LastLogRotateAtSize"_s, true},
-        {u"LastLogRotateSize"_s, 104857600},
-        {u"LastLogRotateAtTime"_s, false},
-        {u"LastLogRotateTime"_s, QTime(0, 0)},
-        {u"LastNeedHourTimeStamp"_s, true},
-        {u"LastDisplayBufferSize"_s, 10485760},
-        {u"LastDisplayFontFamily"_s, u""_s},
-        {u"LastDisplayFontSize"_s, 12},
-        {u"LastFormatDisplayColor"_s, false},
-        {u"LastSendTextColor"_s, u"#000000"_s},
-        {u"LastReceiveTextColor"_s, u"#000000"_s},
-        {u"LastShowControlLineLeds"_s, true},
-        {u"RecentFiles"_s, QStringList()},
-        {u"LastFile"_s, u""_s},
-        {u"LastLogFile"_s, u""_s},
-        {u"LastDirectory"_s, u""_s},
-        {u"SendList"_s, QStringList()},
-        {u"LastConnectionOpen"_s, false},
-    };
+    // As text, lists with commas.
+    QString text = QStringLiteral(
+        "LastConnMode=0|LastPortName=|LastBaudrate=9600|LastDatabits=8|LastStopbits=1|"
+        "LastParity=0|LastFlowControl=0|LastDtrOn=true|LastRtsOn=true|LastTargetHost=127.0.0.1|"
+        "LastTargetHosts=127.0.0.1|LastTargetPort=6000|LastUdpLocalPort=60001|"
+        "LastUdpServerPort=60000|LastReceiveMessageFormat=2|LastSendMessageFormat=2|"
+        "LastReceiveEncoding=UTF-8|LastSendEncoding=UTF-8|LastSendChecksum=0|"
+        "LastRxAutoFeedLine=false|LastRxLineEndingMode=0|LastTxAutoFeedLine=false|"
+        "LastTxLineEndingMode=0|LastTerminalEnterMode=1|LastAutoFeedInterval=20|"
+        "LastSplitterLeft=10000|LastSplitterRight=50000|QuickSettings/Connection=true|"
+        "QuickSettings/Receive=true|QuickSettings/Send=true|"
+        "QuickSettings/GroupOrder=connection,receive,send|LastDisplaySendMsg=false|"
+        "LastLocalEcho=false|LastDisplaySendTime=false|"
+        "LastDisplayRxTimeFormat=[Rx][hh:mm:ss.zzz] |LastDisplayTxTimeFormat=[Tx][hh:mm:ss.zzz] |"
+        "LastLogSaveFlag=false|LastLogFilePath=@LOG|LastLogTimestampEnabled=false|"
+        "LastLogTimestamp=[%h:%m:%s.%z] |LastLogRotateAtSize=true|LastLogRotateSize=104857600|"
+        "LastLogRotateAtTime=false|LastLogRotateTime=00:00:00.000|LastNeedHourTimeStamp=true|"
+        "LastDisplayBufferSize=10485760|LastDisplayFontFamily=@FONT|LastDisplayFontSize=12|"
+        "LastFormatDisplayColor=false|LastSendTextColor=#000000|LastReceiveTextColor=#000000|"
+        "LastShowControlLineLeds=true|RecentFiles=|LastFile=|LastLogFile=|LastDirectory=|"
+        "SendList=|LastConnectionOpen=false");
+    text.replace("@LOG"_L1, QDir::homePath() + "/vmr_%S-%Y%M%D.log"_L1);
+    text.replace("@FONT"_L1, u""_s);
     QSettings store(scratchFile(), QSettings::IniFormat);
     SettingsService::save(store, SettingsService::defaults());
-    QMap<QString, QVariant> found;
-    for (const QString& key : store.allKeys())
-        found[key] = store.value(key);
-    for (auto it = expected.begin(); it != expected.end(); ++it)
-        QVERIFY2(found.value(it.key()) == it.value(), qPrintable(it.key()));
-    QCOMPARE(found.size(), expected.size());
+    QStringList expected = text.split(u'|');
+    QStringList found;
+    for (const QString& key : store.allKeys()) {
+        const QVariant value = store.value(key);
+        const bool isList = value.typeId() == QMetaType::QStringList;
+        const QString shown = isList ? value.toStringList().join(u',') : value.toString();
+        found.append(key + u'=' + shown);
+    }
+    expected.sort();
+    found.sort();
+    QCOMPARE(found, expected);
 }
 
 void SettingsServiceTest::emptyStoreGivesDefaults()
