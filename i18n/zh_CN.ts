@@ -1300,10 +1300,6 @@ Functions: %1</source>
         <translation>中文(&amp;C)</translation>
     </message>
     <message>
-        <source>&amp;Help</source>
-        <translation>帮助(&amp;H)</translation>
-    </message>
-    <message>
         <source>Open the help page in the browser</source>
         <translation>在浏览器中打开帮助页面</translation>
     </message>
@@ -1472,10 +1468,6 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>The settings of the program could not be stored. At its next start they are as they were before.</source>
         <translation>程序设置无法保存。下次启动时仍为之前的设置。</translation>
-    </message>
-    <message>
-        <source>Remove from &amp;List</source>
-        <translation>从列表中移除(&amp;L)</translation>
     </message>
 </context>
 <context>
@@ -1658,17 +1650,6 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
 </context>
 <context>
-    <name>PaneRunner</name>
-    <message>
-        <source>Serial Port %1 OPEN FAILED</source>
-        <translation>串口 %1 打开失败</translation>
-    </message>
-    <message>
-        <source>%1 OPEN FAILED</source>
-        <translation>%1 打开失败</translation>
-    </message>
-</context>
-<context>
     <name>PaneStatusLine</name>
     <message>
         <source>Connection state</source>
@@ -1701,6 +1682,25 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>RX %1  TX %2</source>
         <translation>RX %1  TX %2</translation>
+    </message>
+</context>
+<context>
+    <name>PaneWorkspace</name>
+    <message>
+        <source>Set Port Number Per Column</source>
+        <translation>设置每行端口数</translation>
+    </message>
+    <message>
+        <source>Port Number Per Column:</source>
+        <translation>每行端口数：</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 OPEN FAILED</source>
+        <translation>串口 %1 打开失败</translation>
+    </message>
+    <message>
+        <source>%1 OPEN FAILED</source>
+        <translation>%1 打开失败</translation>
     </message>
 </context>
 <context>
@@ -2682,10 +2682,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>Outputs</source>
         <translation>输出</translation>
     </message>
-    <message>
-        <source>The rate stays at %1. Enter a number from 1 to 100000000.</source>
-        <translation>波特率保持为 %1。请输入 1 到 100000000 之间的数字。</translation>
-    </message>
 </context>
 <context>
     <name>SerialLink</name>
@@ -3067,17 +3063,6 @@ Do you want to replace it?</source>
     </message>
 </context>
 <context>
-    <name>ViewModes</name>
-    <message>
-        <source>Set Port Number Per Column</source>
-        <translation>设置每行端口数</translation>
-    </message>
-    <message>
-        <source>Port Number Per Column:</source>
-        <translation>每行端口数：</translation>
-    </message>
-</context>
-<context>
     <name>WireTextCodecRegistry</name>
     <message>
         <source>This message cannot be encoded as %1. Change the encoding or edit the message.</source>
@@ -3165,60 +3150,6 @@ Do you want to replace it?</source>
     <message>
         <source>The device reported an error. YMODEM-G cannot resend a block, so the transfer has been abandoned.</source>
         <translation>设备报告错误。YMODEM-G 无法重发数据块，因此传输已中止。</translation>
-    </message>
-</context>
-<context>
-    <name>PaneCloser</name>
-    <message>
-        <source>Writing the data log</source>
-        <translation>正在写入数据日志</translation>
-    </message>
-    <message>
-        <source>Close &amp;anyway</source>
-        <translation>仍然关闭(&amp;A)</translation>
-    </message>
-    <message>
-        <source>The data log is being written.</source>
-        <translation>正在写入数据日志。</translation>
-    </message>
-    <message>
-        <source>%1 are left. Closing anyway leaves them out.</source>
-        <translation>还剩 %1。仍然关闭将不写入这些内容。</translation>
-    </message>
-    <message>
-        <source>Port %1, %2: %3 would be missing in %4. %5</source>
-        <translation>端口 %1，%2：%3 将不会写入 %4。%5</translation>
-    </message>
-    <message>
-        <source>The data log could not be written. What it still has to write is lost when the port is closed here.</source>
-        <translation>数据日志无法写入。如果现在关闭端口，尚未写入的内容将会丢失。</translation>
-    </message>
-</context>
-<context>
-    <name>CommandLine</name>
-    <message>
-        <source>A terminal for serial ports and network byte streams.</source>
-        <translation>串口和网络字节流终端。</translation>
-    </message>
-    <message>
-        <source>Shows this help.</source>
-        <translation>显示此帮助。</translation>
-    </message>
-    <message>
-        <source>Saves a picture of the window to &lt;file&gt; and ends.</source>
-        <translation>将窗口截图保存到 &lt;file&gt; 并退出。</translation>
-    </message>
-    <message>
-        <source>file</source>
-        <translation>文件</translation>
-    </message>
-    <message>
-        <source>A serial port, opened in the first pane, or a session file (*.vmr).</source>
-        <translation>在第一个面板中打开的串口，或会话文件 (*.vmr)。</translation>
-    </message>
-    <message>
-        <source>[port]</source>
-        <translation>[端口]</translation>
     </message>
 </context>
 </TS>
