@@ -197,8 +197,6 @@ void PortConnection::stop()
 {
     if (m_life == ConnectionLife::Closed)
         return;
-    if (isOpen())
-        Q_EMIT closing();
     closeTransport();
     follow(LifeEvent::Stop);
     m_active = m_settings;

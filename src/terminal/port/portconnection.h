@@ -69,8 +69,6 @@ public:
 Q_SIGNALS:
     // The connection stands; nothing has been read or written yet.
     void opened();
-    // It is about to be closed by will: what is written now may still leave.
-    void closing();
     // It stood and does not any more, for whatever reason. Unread bytes were announced by the
     // controller before.
     void closed();

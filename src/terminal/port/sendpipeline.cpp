@@ -76,10 +76,12 @@ bool SendPipeline::send(const QByteArray& bytes, const QByteArray& echo)
     if (bytes.isEmpty())
         return false;
     const Written written = m_write(bytes);
-    if (written == Written::Kept)
-        m_kept.push_back({bytes.size(), echo});
-    else if (written == Written::Taken)
+    if (written == Written::Kept) {
+        m_keptBytes += bytes.size();
+        m_keptEcho += echo;
+    } else if (written == Written::Taken) {
         account(bytes.size(), echo);
+    }
     return written != Written::Refused;
 }
 
@@ -129,13 +131,14 @@ void SendPipeline::account(qsizetype size, const QByteArray& echo)
 
 void SendPipeline::connectionOpened()
 {
-    for (const Kept& kept : std::exchange(m_kept, {}))
-        account(kept.size, kept.echo);
+    if (const qsizetype bytes = std::exchange(m_keptBytes, 0); bytes > 0)
+        account(bytes, std::exchange(m_keptEcho, {}));
 }
 
 void SendPipeline::connectionClosed(qint64 unsent)
 {
-    m_kept.clear();
+    m_keptBytes = 0;
+    m_keptEcho.clear();
     if (unsent <= 0)
         return;
     m_sentBytes = qMax<qint64>(m_sentBytes - unsent, 0);

@@ -5,7 +5,6 @@
 #include "terminal/port/sendhistory.h"
 
 #include <QObject>
-#include <deque>
 #include <functional>
 
 class ReceivePipeline;
@@ -85,12 +84,6 @@ Q_SIGNALS:
     void editorFocusRequested();
 
 private:
-    struct Kept
-    {
-        qsizetype size = 0;
-        QByteArray echo; // empty for none
-    };
-
     bool send(const QByteArray& bytes, const QByteArray& echo);
     bool sendTypedBytes(const QByteArray& bytes);
     void account(qsizetype size, const QByteArray& echo);
@@ -99,6 +92,8 @@ private:
     ReceivePipeline& m_receive;
     FormatSetting m_format;
     SendHistory m_history;
-    std::deque<Kept> m_kept;
+    // For a connection that is still being made: how many bytes, and what of them is to be shown.
+    qsizetype m_keptBytes = 0;
+    QByteArray m_keptEcho;
     qint64 m_sentBytes = 0;
 };
