@@ -104,9 +104,10 @@ void PortLines::requestBreakRelease()
 {
     if (!m_breakDriver)
         return;
-    const qint64 rest = m_pressedMs + kMinimumBreakMs - m_clock();
+    // The clock tells whole milliseconds. Without one more the break may be a part of one short.
+    const qint64 rest = m_pressedMs + kMinimumBreakMs + 1 - m_clock();
     if (rest > 0)
-        m_releaseTimer.start(int(qMin<qint64>(rest, kMinimumBreakMs)));
+        m_releaseTimer.start(int(qMin<qint64>(rest, kMinimumBreakMs + 1)));
     else
         releaseBreak();
 }
