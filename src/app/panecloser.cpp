@@ -19,6 +19,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr qint64 barUnit = 1024;
+
 QString sizeText(qint64 bytes)
 {
     return QLocale().formattedDataSize(bytes);
@@ -181,10 +183,10 @@ void PaneCloser::showProgress()
     dialog->setWindowTitle(Config::applicationName());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     m_left = new QLabel(dialog);
-    auto* bar = new QProgressBar(dialog);
-    bar->setRange(0, 0);
-    bar->setTextVisible(false);
-    bar->setAccessibleName(tr("Writing the data log"));
+    m_bar = new QProgressBar(dialog);
+    m_bar->setRange(0, std::max(1, int(unloggedBytes() / barUnit)));
+    m_bar->setTextVisible(false);
+    m_bar->setAccessibleName(tr("Writing the data log"));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, dialog);
     QPushButton* anyway =
         buttons->addButton(tr("Close &anyway"), QDialogButtonBox::DestructiveRole);
@@ -194,7 +196,7 @@ void PaneCloser::showProgress()
     layout->setSpacing(8);
     layout->addWidget(new QLabel(tr("The data log is being written."), dialog));
     layout->addWidget(m_left);
-    layout->addWidget(bar);
+    layout->addWidget(m_bar);
     layout->addWidget(buttons);
     connect(anyway, &QPushButton::clicked, this, &PaneCloser::closeAnyway);
     connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
@@ -207,11 +209,19 @@ void PaneCloser::showProgress()
 
 void PaneCloser::updateProgress()
 {
+    if (!m_dialog)
+        return;
+    const qint64 bytes = unloggedBytes();
+    m_left->setText(tr("%1 are left. Closing anyway leaves them out.").arg(sizeText(bytes)));
+    m_bar->setValue(std::max(0, m_bar->maximum() - int(bytes / barUnit)));
+}
+
+qint64 PaneCloser::unloggedBytes() const
+{
     qint64 bytes = 0;
     for (const SerialPortWidget* pane : livePanes())
         bytes += pane->unloggedBytes();
-    if (m_left)
-        m_left->setText(tr("%1 are left. Closing anyway leaves them out.").arg(sizeText(bytes)));
+    return bytes;
 }
 
 QString PaneCloser::lossText(const Ending& ending) const

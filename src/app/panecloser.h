@@ -8,6 +8,7 @@
 
 class QDialog;
 class QLabel;
+class QProgressBar;
 class SerialPortWidget;
 
 // Closes panes that are to go without losing what they recorded: closing the window, New, Open and
@@ -60,6 +61,7 @@ private:
     [[nodiscard]] QList<SerialPortWidget*> livePanes() const;
     void showProgress();
     void updateProgress();
+    [[nodiscard]] qint64 unloggedBytes() const;
     void ask();
     [[nodiscard]] QString lossText(const Ending& ending) const;
 
@@ -73,5 +75,6 @@ private:
     QTimer m_moment;        // until the progress is shown, or until the limit
     QTimer m_progress;
     QPointer<QDialog> m_dialog; // of progress, or the question
-    QPointer<QLabel> m_left;
+    QLabel* m_left = nullptr;   // of the progress, as the bar
+    QProgressBar* m_bar = nullptr;
 };
