@@ -28,7 +28,6 @@ public:
     // More than one pane is in the window.
     void setShared(bool shared);
     void setCurrent(bool current);
-    [[nodiscard]] bool isCurrent() const { return m_current; }
     // Shown as far as the width allows.
     void setQuickSettingsWanted(bool wanted);
     // `number` counts from 1. Touches nothing that did not change.
