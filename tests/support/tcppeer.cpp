@@ -79,7 +79,8 @@ void TcpPeer::drain(int connection)
     if (!m_reading || own.socket == nullptr || !own.socket->isOpen() || room <= 0) {
         return;
     }
-    const auto bytes = own.socket->read(room);
+    // Not more than is there: a read makes room for all that it is asked for first.
+    const auto bytes = own.socket->read(std::min<qint64>(room, own.socket->bytesAvailable()));
     if (bytes.isEmpty()) {
         return;
     }
