@@ -41,4 +41,14 @@
         </translation>
     </message>
 </context>
+<context>
+    <name>UdpLink</name>
+    <message numerus="yes">
+        <source>%n byte(s) were not sent: no address was found for them</source>
+        <translation>
+            <numerusform>%n byte was not sent: no address was found for it</numerusform>
+            <numerusform>%n bytes were not sent: no address was found for them</numerusform>
+        </translation>
+    </message>
+</context>
 </TS>

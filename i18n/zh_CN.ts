@@ -3049,6 +3049,12 @@ Do you want to replace it?</source>
         <source>More than %1 UDP peers: new ones are received but not listed</source>
         <translation>UDP 对端超过 %1 个：新对端的数据仍会接收，但不再列出</translation>
     </message>
+    <message numerus="yes">
+        <source>%n byte(s) were not sent: no address was found for them</source>
+        <translation>
+            <numerusform>%n 字节未发送：未找到其地址</numerusform>
+        </translation>
+    </message>
     <message>
         <source>Too much to send while the address of &quot;%1&quot; is looked up</source>
         <translation>解析“%1”的地址期间待发送的数据过多</translation>

@@ -32,6 +32,7 @@ ConnectionController::ConnectionController(QObject* parent)
     connect(&m_serial, &SerialLink::readyRead, this, &ConnectionController::readyRead);
     connect(&m_serial, &SerialLink::unsent, this, &ConnectionController::bytesUnsent);
     connect(&m_tcpClient, &TcpClientLink::unsent, this, &ConnectionController::bytesUnsent);
+    connect(&m_udp, &UdpLink::unsent, this, &ConnectionController::bytesUnsent);
     connect(&m_serial, &SerialLink::lost, this, &ConnectionController::serialPortLost);
 
     forwardCommonSignals(m_tcpClient);

@@ -5,6 +5,7 @@
 #include <QNetworkProxy>
 #include <QUdpSocket>
 #include <QtDebug>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -178,16 +179,24 @@ bool UdpLink::waitForHost(const QByteArray& data, const QString& host, quint16 p
 
 void UdpLink::onResolved(const QString& host, const QHostAddress& address)
 {
-    for (const Waiting& each : takeWaiting(host))
-        write(each.data, address, each.port);
+    qint64 failed = 0;
+    for (const Waiting& each : takeWaiting(host)) {
+        if (write(each.data, address, each.port) < 0)
+            failed += each.data.size();
+    }
+    if (failed > 0)
+        Q_EMIT unsent(failed);
 }
 
 void UdpLink::onUnresolved(const QString& host, const QString& reason)
 {
-    takeWaiting(host);
+    qint64 lost = 0;
+    for (const Waiting& each : takeWaiting(host))
+        lost += each.data.size();
     const QString text = tr("UDP host \"%1\" was not found: %2").arg(host, reason);
     Q_EMIT errorOccurred(text);
     Q_EMIT statusMessage(text, failureMs);
+    giveUp(lost);
 }
 
 std::deque<UdpLink::Waiting> UdpLink::takeWaiting(const QString& host)
@@ -209,8 +218,20 @@ void UdpLink::dropWaiting()
 {
     m_resolver->reset();
     m_waiting.clear();
-    m_waitingBytes = 0;
     m_waitingFullReported = false;
+    giveUp(std::exchange(m_waitingBytes, 0));
+}
+
+// Told later, or what is said about the close itself would hide it at once.
+void UdpLink::giveUp(qint64 bytes)
+{
+    if (bytes <= 0)
+        return;
+    Q_EMIT unsent(bytes);
+    const QString text = tr("%n byte(s) were not sent: no address was found for them", nullptr,
+        int(qMin<qint64>(bytes, std::numeric_limits<int>::max())));
+    QMetaObject::invokeMethod(
+        this, [this, text] { Q_EMIT statusMessage(text, failureMs); }, Qt::QueuedConnection);
 }
 
 qint64 UdpLink::write(const QByteArray& data, const QHostAddress& address, quint16 port)

@@ -70,6 +70,8 @@ Q_SIGNALS:
     void bytesWritten(qint64 bytes);
     // A datagram of so many bytes left for the peer.
     void bytesWrittenTo(const QString& peerKey, qint64 bytes);
+    // So many bytes that were accepted never left: their host was not found, or the socket closed.
+    void unsent(qint64 bytes);
 
 private:
     struct Waiting
@@ -84,6 +86,7 @@ private:
         const QHostAddress& address, quint16 port, const QByteArray& payload, const QDateTime& now);
     std::deque<Waiting> takeWaiting(const QString& host);
     void dropWaiting();
+    void giveUp(qint64 bytes);
     bool waitForHost(const QByteArray& data, const QString& host, quint16 port);
     void onResolved(const QString& host, const QHostAddress& address);
     void onUnresolved(const QString& host, const QString& reason);

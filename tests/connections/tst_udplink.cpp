@@ -24,6 +24,7 @@ private:
     std::unique_ptr<QSignalSpy> peersChanged;
     QStringList messages;
     QStringList errors;
+    qint64 unsent = 0;
 
     static QString keyOf(const UdpPeer& peer) { return u"127.0.0.1:%1"_s.arg(peer.port()); }
 
@@ -45,6 +46,8 @@ private Q_SLOTS:
         peersChanged = std::make_unique<QSignalSpy>(link.get(), &UdpLink::peersChanged);
         messages.clear();
         errors.clear();
+        unsent = 0;
+        connect(link.get(), &UdpLink::unsent, this, [this](qint64 bytes) { unsent += bytes; });
         connect(link.get(), &UdpLink::statusMessage, this,
             [this](const QString& text, int ms) { messages += u"%1|%2"_s.arg(text).arg(ms); });
         connect(link.get(), &UdpLink::errorOccurred, this,
@@ -139,8 +142,10 @@ private Q_SLOTS:
         QVERIFY(link->send("lost"_ba, u"name.invalid"_s, 1));
         QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, lookupMs);
         QVERIFY(errors.at(0).contains(u"\"name.invalid\""_s));
-        QCOMPARE(messages, QStringList{errors.at(0) + u"|5000"_s});
+        QCOMPARE(messages.value(0), errors.at(0) + u"|5000"_s);
         QCOMPARE(link->pendingWriteBytes(), 0);
+        QCOMPARE(unsent, 4);
+        QTRY_VERIFY(messages.value(1).startsWith("4 byte(s) were not sent"_L1));
     }
 
     void whatWaitsForANameIsBoundedAndDroppedByClose()
@@ -153,6 +158,8 @@ private Q_SLOTS:
         QCOMPARE(messages.size(), 1);
         link->close();
         QCOMPARE(link->pendingWriteBytes(), 0);
+        QCOMPARE(unsent, qint64(UdpLink::maxWaitingDatagrams));
+        QTRY_VERIFY(messages.last().startsWith("256 byte(s) were not sent"_L1));
         link->bind(0);
         QVERIFY(!link->send(QByteArray(UdpLink::maxWaitingBytes + 1, 'x'), u"a.invalid"_s, 1));
     }
