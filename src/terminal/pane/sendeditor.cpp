@@ -2,6 +2,7 @@
 
 #include "terminal/pane/elidedcombobox.h"
 
+#include <QAbstractItemView>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -51,10 +52,12 @@ SendEditor::SendEditor(QWidget* parent)
     m_send->setToolTip(tr("Send the message (Ctrl+Enter)"));
     buildLayout();
 
-    connect(m_history, &QComboBox::activated, this, &SendEditor::historyChosen);
+    m_history->view()->installEventFilter(this);
+    connect(m_history, &QComboBox::activated, this,
+        [this](int index) { setText(m_listed.entryAt(index)); });
     connect(m_clearHistory, &QPushButton::clicked, this, &SendEditor::clearHistoryRequested);
     connect(m_send, &QPushButton::clicked, this, &SendEditor::sendRequested);
-    setHistory({});
+    showHistory();
 }
 
 SendEditor::~SendEditor() = default;
@@ -123,6 +126,10 @@ bool SendEditor::eventFilter(QObject* watched, QEvent* event)
             return true;
         }
     }
+    // The choice is told after the list has shut, and means what was listed then.
+    if (watched == m_history->view() && event->type() == QEvent::Hide)
+        QMetaObject::invokeMethod(
+            this, [this] { setHistory(m_sent); }, Qt::QueuedConnection);
     return QWidget::eventFilter(watched, event);
 }
 
@@ -161,14 +168,24 @@ void SendEditor::keepLines()
     m_editor->setMinimumHeight(lines + 2 * edges);
 }
 
-void SendEditor::setHistory(const QStringList& labels)
+void SendEditor::setHistory(const SendHistory& history)
 {
+    m_sent = history;
+    // A repeated message is the first one already: what a person has selected stays selected.
+    if (!m_history->view()->isVisible() && m_sent.entries() != m_listed.entries())
+        showHistory();
+}
+
+void SendEditor::showHistory()
+{
+    m_listed = m_sent;
+    const bool some = !m_listed.entries().isEmpty();
     const QSignalBlocker blocker(m_history);
     m_history->clear();
-    m_history->addItems(labels);
-    m_history->setCurrentIndex(labels.isEmpty() ? -1 : 0);
-    m_history->setEnabled(!labels.isEmpty());
-    m_clearHistory->setEnabled(!labels.isEmpty());
+    m_history->addItems(m_listed.labels());
+    m_history->setCurrentIndex(some ? 0 : -1);
+    m_history->setEnabled(some);
+    m_clearHistory->setEnabled(some);
 }
 
 void SendEditor::focusEditor()

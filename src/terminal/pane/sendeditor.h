@@ -1,5 +1,7 @@
 #pragma once
 
+#include "terminal/port/sendhistory.h"
+
 #include <QWidget>
 
 class QComboBox;
@@ -23,8 +25,10 @@ public:
     void setText(const QString& text);
     void insertText(const QString& text);
     void setDisplayFont(const QFont& font);
-    // Lists the labels, newest first, with the first one selected.
-    void setHistory(const QStringList& labels);
+    // Lists the messages sent before, newest first, with the first one selected. While the list is
+    // open it stands still under the hand of who is choosing, and the new one follows when it
+    // shuts.
+    void setHistory(const SendHistory& history);
     void focusEditor();
 
     // Without the label of the history, which gives way in a narrow pane.
@@ -32,8 +36,6 @@ public:
 
 Q_SIGNALS:
     void sendRequested();
-    // The entry of this index was chosen from the list.
-    void historyChosen(int index);
     void clearHistoryRequested();
 
 protected:
@@ -46,7 +48,10 @@ private:
     void buildLayout();
     void fitBar();
     void keepLines();
+    void showHistory();
 
+    SendHistory m_sent;   // as it was handed in last
+    SendHistory m_listed; // as the list shows it
     QPlainTextEdit* m_editor;
     QLabel* m_historyLabel;
     QComboBox* m_history;

@@ -102,10 +102,8 @@ void SerialPortWidget::wireSending()
     connect(editor, &SendEditor::sendRequested, this, &SerialPortWidget::onSendClicked);
     connect(editor, &SendEditor::clearHistoryRequested, this, &SerialPortWidget::clearSendList);
     const SendPipeline* sending = &m_port.sending();
-    connect(editor, &SendEditor::historyChosen, this,
-        [this, editor](int index) { editor->setText(m_port.sending().history().entryAt(index)); });
     connect(sending, &SendPipeline::historyChanged, this,
-        [this, editor] { editor->setHistory(m_port.sending().history().labels()); });
+        [this, editor] { editor->setHistory(m_port.sending().history()); });
     connect(sending, &SendPipeline::editorTextReplaced, editor, &SendEditor::setText);
     connect(sending, &SendPipeline::editorFocusRequested, editor, &SendEditor::focusEditor);
     connect(&m_port, &LivePort::started, &m_repeat, &RepeatSender::paneStarted);
@@ -201,7 +199,7 @@ void SerialPortWidget::updateDisplay()
     m_view->receivePanel().load(m_shownFormat);
     m_view->sendPanel().load(m_shownFormat);
     m_view->setSplitterSizes(m_shownFormat.splitterLeft, m_shownFormat.splitterRight);
-    m_view->sendEditor().setHistory(m_port.sending().history().labels());
+    m_view->sendEditor().setHistory(m_port.sending().history());
     applyFormat();
 }
 
@@ -224,7 +222,7 @@ void SerialPortWidget::showRecords(LivePort::Origin origin)
     if (person)
         Q_EMIT settingsChanged();
     else
-        m_view->sendEditor().setHistory(m_port.sending().history().labels());
+        m_view->sendEditor().setHistory(m_port.sending().history());
 }
 
 // What of the record is the widgets' own.

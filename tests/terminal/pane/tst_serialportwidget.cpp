@@ -44,6 +44,15 @@ struct Bench : ShownPane
         change(format);
         pane.setFormatSetting(format);
     }
+    [[nodiscard]] bool openTcp(quint16 port)
+    {
+        Settings settings = pane.settings();
+        settings.connMode = connectionMode::TcpClient;
+        settings.targetHost = u"127.0.0.1"_s;
+        settings.targetPort = port;
+        pane.setSettings(settings);
+        return pane.start({}, true) && QTest::qWaitFor([this] { return pane.isOpen(); });
+    }
     void typeMessage(const QString& message)
     {
         editor.findChild<QPlainTextEdit*>()->setPlainText(message);
@@ -80,6 +89,8 @@ private Q_SLOTS:
     void messageThatOpensNothing();
     void messageLeavesTheLinesAlone();
     void firstMessageOpensTcp();
+    void historyStandsWhileRepeating();
+    void repeatTurnsToLines();
     void servesItsClients();
     void onlyEditsMarkTheSettings();
     void removedHostStaysAway();
@@ -246,6 +257,52 @@ void TestSerialPortWidget::firstMessageOpensTcp()
     peer.reset();
     QTRY_VERIFY(!bench.pane.isOpen());
     QTRY_VERIFY(!bench.notice.isHidden());
+}
+
+void TestSerialPortWidget::historyStandsWhileRepeating()
+{
+    TcpPeer peer;
+    Bench bench;
+    QVERIFY(peer.listen());
+    QVERIFY(bench.openTcp(peer.port()));
+    for (const QString& message : {u"one"_s, u"two"_s, u"three"_s})
+        bench.sendMessage(message);
+    QTRY_VERIFY(peer.received().endsWith("three"));
+
+    auto& list = *bench.editor.findChild<QComboBox*>();
+    QTest::mouseClick(&list, Qt::LeftButton);
+    QTRY_VERIFY(list.view()->isVisible());
+    QTest::keyClick(list.view(), Qt::Key_Down);
+    bench.typeMessage(u"again"_s);
+    bench.setFormat([](FormatSetting& format) {
+        format.autoSend = true;
+        format.sendInterval = 10;
+        format.sendTimeUnit = 1;
+    });
+    QTRY_VERIFY(peer.received().endsWith("againagain"));
+    QVERIFY(list.view()->isVisible());
+    QCOMPARE(list.count(), 3);
+    QTest::keyClick(list.view(), Qt::Key_Return);
+    QTRY_COMPARE(bench.editor.text(), u"two"_s);
+    QTRY_COMPARE(list.count(), 4);
+    QTRY_COMPARE(list.itemText(0), u"two"_s); // which is what repeats now
+}
+
+void TestSerialPortWidget::repeatTurnsToLines()
+{
+    TcpPeer peer;
+    Bench bench;
+    QVERIFY(peer.listen());
+    QVERIFY(bench.openTcp(peer.port()));
+    bench.typeMessage(u"ab\ncd"_s);
+    bench.setFormat([](FormatSetting& format) {
+        format.autoSend = true;
+        format.sendInterval = 10;
+        format.sendTimeUnit = 1;
+    });
+    QTRY_VERIFY(peer.received().endsWith("ab\ncdab\ncd"));
+    bench.pane.findChild<QAbstractButton*>(u"lineByLine"_s)->click();
+    QTRY_VERIFY(peer.received().endsWith("abcdabcd"));
 }
 
 void TestSerialPortWidget::servesItsClients()
