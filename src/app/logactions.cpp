@@ -3,6 +3,7 @@
 #include "log/logfilename.h"
 #include "log/logwriter.h"
 #include "terminal/pane/serialportwidget.h"
+#include "terminal/port/connectionsummary.h"
 
 #include <QAction>
 #include <QDebug>
@@ -75,7 +76,7 @@ void LogActions::openFolder()
     // Before the first text there is a pattern only, and its folder is where the file will be.
     if (!logFileNameResolved(name))
         name = decode_file_name(
-            pane->formatSetting().logFilePath, portNameForFile(pane->settings().portName));
+            pane->formatSetting().logFilePath, portNameForFile(connectionName(pane->settings())));
     const QFileInfo folder(QFileInfo(name).absolutePath());
     if (!logFileNameResolved(name) || !folder.isDir())
         return warn(tr("Current log folder does not exist."));

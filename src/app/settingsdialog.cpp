@@ -131,8 +131,7 @@ void SettingsDialog::refreshPorts()
 void SettingsDialog::onChanged()
 {
     const Settings settings = this->settings();
-    m_log->setPortName(
-        settings.portName.isEmpty() ? connectionSummary(settings) : settings.portName);
+    m_log->setPortName(connectionName(settings));
     const bool acceptable = m_pages->problem().isEmpty();
     m_buttons->button(QDialogButtonBox::Ok)->setEnabled(acceptable);
     m_buttons->button(QDialogButtonBox::Apply)->setEnabled(acceptable && isEdited());

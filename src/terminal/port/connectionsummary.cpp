@@ -74,3 +74,8 @@ QString connectionSummary(const Settings& settings)
     }
     return translated(QT_TRANSLATE_NOOP("ConnectionSummary", "No connection"));
 }
+
+QString connectionName(const Settings& settings)
+{
+    return settings.portName.isEmpty() ? connectionSummary(settings) : settings.portName;
+}

@@ -175,7 +175,7 @@ void LivePort::applyFormat()
 // What waits was received under the name and by the rules of before.
 void LivePort::setUpLog()
 {
-    m_receive->afterWaiting([this, format = m_format, name = active().portName,
+    m_receive->afterWaiting([this, format = m_format, name = connectionName(active()),
                                 connection = ::connectionSummary(active())] {
         FormatSetting recorded = format.sanitized();
         recorded.currentLogFileName = m_format.currentLogFileName;

@@ -43,8 +43,8 @@ public:
     explicit PortLog(LogWriter::Clock clock, QObject* parent = nullptr);
     ~PortLog() override;
 
-    // The format record, of which logSaveFlag starts and ends recording, the port's name, and what
-    // it is connected to (in the place of an empty port name).
+    // The format record, of which logSaveFlag starts and ends recording, the port's
+    // connectionName() and its connectionSummary().
     void setUp(const FormatSetting& format, const QString& portName, const QString& connection);
 
     // Each piece of each record, in the order of arrival; nothing happens while nothing is
