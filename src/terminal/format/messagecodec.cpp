@@ -153,16 +153,6 @@ QString MessageCodec::decodeForUi(const rxData& record, const FormatSetting& for
     return text;
 }
 
-QString MessageCodec::decodeTransferStatus(
-    QByteArrayView bytes, DisplayState& state, WireTextDecoder& decoder)
-{
-    QString text = decodeWireText(bytes, decoder);
-    text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
-    if (!text.isEmpty())
-        state.endsWithLineFeed = text.endsWith(u'\n');
-    return text;
-}
-
 EncodeSendResult MessageCodec::encodeSend(
     const QString& text, bool hexadecimal, const FormatSetting& format)
 {

@@ -56,15 +56,11 @@ public:
     // Appends the text to record, with the log's own stamp. The log is evidence: control characters
     // and line ends stand in it as they came. Line feeds that a pause or a stamp needs are added by
     // the rules of appendForUi().
-    // State and decoder belong to the log alone. A transfer's status line is recorded as shown.
+    // State and decoder belong to the log alone.
     static void appendForLog(const rxData& record, const FormatSetting& format, LogState& state,
         WireTextDecoder& decoder, QString& text);
     [[nodiscard]] static QString decodeForLog(const rxData& record, const FormatSetting& format,
         LogState& state, WireTextDecoder& decoder);
-    // The text to append for a record that carries a transfer's status line; every CR LF and every
-    // other CR is a line feed. `decoder` is the one of the send encoding.
-    [[nodiscard]] static QString decodeTransferStatus(
-        QByteArrayView bytes, DisplayState& state, WireTextDecoder& decoder);
 
     // --- typed text as bytes to send
 

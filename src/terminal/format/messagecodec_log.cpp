@@ -7,10 +7,6 @@
 void MessageCodec::appendForLog(const rxData& record, const FormatSetting& format, LogState& state,
     WireTextDecoder& decoder, QString& text)
 {
-    if (record.transferStatus) {
-        text += decodeTransferStatus(record.bytes, state.line, decoder);
-        return;
-    }
     RecordStyle style;
     style.messageFormat =
         record.direction == RXorTx::Received ? format.receiveMsgFormat : format.sendMsgFormat;

@@ -41,7 +41,7 @@ std::unique_ptr<PortLog::Recording> PortLog::newRecording()
 
 void PortLog::setUp(const FormatSetting& format, const QString& portName, const QString& connection)
 {
-    const QString name = portNameForFile(portName.isEmpty() ? connection : portName);
+    const QString name = portNameForFile(portName);
     const bool switched = isRecording() != format.logSaveFlag;
     const bool otherFile =
         format.logFilePath != m_now->format.logFilePath || name != m_now->portName;
@@ -95,7 +95,7 @@ void PortLog::logRecord(const rxData& record)
 {
     if (!isRecording())
         return;
-    const bool received = record.direction == RXorTx::Received && !record.transferStatus;
+    const bool received = record.direction == RXorTx::Received;
     WireTextDecoder& decoder = received ? m_decoders.received(record.peer) : m_decoders.sent();
     m_text.resize(0);
     MessageCodec::appendForLog(record, m_now->format, m_state, decoder, m_text);

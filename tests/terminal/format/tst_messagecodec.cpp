@@ -313,21 +313,6 @@ private Q_SLOTS:
         const QString kept = MessageCodec::sanitizeText(plain);
         QCOMPARE(static_cast<const void*>(kept.constData()), plain.constData()); // not copied
     }
-
-    void transferStatus()
-    {
-        DisplayState state;
-        const auto decoder = WireTextCodecRegistry::createDecoder(u"UTF-8");
-        const auto show = [&](const QByteArray& bytes) {
-            return MessageCodec::decodeTransferStatus(bytes, state, *decoder);
-        };
-        QCOMPARE(show("50%\r60%\r\nend\0"_ba), u"50%\n60%\nend\u2400"_s);
-        QVERIFY(!state.endsWithLineFeed);
-        QCOMPARE(show("done\r"), u"done\n"_s);
-        QVERIFY(state.endsWithLineFeed);
-        QCOMPARE(show(""), QString());
-        QVERIFY(state.endsWithLineFeed);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestMessageCodec)

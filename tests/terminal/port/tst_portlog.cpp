@@ -128,7 +128,6 @@ private Q_SLOTS:
     void textOnDiskIsTheTextShown();
     void controlsStandAsTheyCame();
     void ownStamps();
-    void transferStatusAsShown();
     void recordsFromTheStartToTheEnd();
     void recordingThatBeginsTakesTheNameOfItsDay();
     void clearedViewEndsNoLine();
@@ -217,23 +216,6 @@ void TestPortLog::ownStamps()
     QCOMPARE(bench.written(), "[09:30:01.000] one\r\n[09:30:01.007] two\n[09:30:01.007] AT\n"
                               "[09:30:01.007] OK");
     QCOMPARE(bench.sink.text.count(u"view "_s), 3);
-}
-
-void TestPortLog::transferStatusAsShown()
-{
-    FormatSetting format;
-    format.logTimestampEnabled = true;
-    format.sendMsgFormat = int(MessageFormat::Hexadecimal);
-    LogState state;
-    const auto decoder = WireTextCodecRegistry::createDecoder(format.sendEncoding);
-    rxData record;
-    record.direction = RXorTx::Sent;
-    record.bytes = "\r\nsent 50%\rdone";
-    record.transferStatus = true;
-    QString text;
-    MessageCodec::appendForLog(record, format, state, *decoder, text);
-    QCOMPARE(text, u"\nsent 50%\ndone"_s);
-    QVERIFY(!state.line.endsWithLineFeed);
 }
 
 void TestPortLog::recordsFromTheStartToTheEnd()
@@ -386,7 +368,7 @@ void TestPortLog::otherNameOtherFile()
     bench.show("for pts");
     QCOMPARE(bench.written(u"dev_pts_3.log"_s), "for pts");
     QCOMPARE(bench.format.currentLogFileName, bench.path(u"dev_pts_3.log"_s));
-    bench.portName.clear();
+    bench.portName = u"COM3 9600 8N1"_s;
     bench.format.logFilePath = bench.path(u"other %S.log"_s);
     bench.apply();
     bench.show("for other");

@@ -4,7 +4,6 @@
 #include "terminal/view/textflow.h"
 #include "terminal/view/textstore.h"
 
-#include <QElapsedTimer>
 #include <QFontDatabase>
 #include <QTest>
 
@@ -87,7 +86,6 @@ private Q_SLOTS:
     void rowsCoverTheText();
     void cutsMoveWithNothing();
     void indexCountsRows();
-    void longLineIsQuick();
 };
 
 void TestTextStore::equalsModel()
@@ -261,25 +259,6 @@ void TestTextStore::indexCountsRows()
             }
         }
     }
-}
-
-void TestTextStore::longLineIsQuick()
-{
-    TextStore store;
-    TextFlow flow(store);
-    RowIndex index(store);
-    index.setRowLength(80);
-    flow.setStyle(style(80, false));
-    const QString piece(1'048'576, u'5');
-    QElapsedTimer clock;
-    clock.start();
-    for (int i = 0; i < 10; ++i) {
-        store.append(piece);
-        TextRow row = flow.moved(flow.rowAt(store.endPosition()), -100);
-        row = flow.moved(flow.rowAt(index.positionAt(index.rowAt(row.from()) / 2)), 100);
-    }
-    // Work that grew with the length of the line would take seconds.
-    QVERIFY2(clock.elapsed() < 500, qPrintable(QString::number(clock.elapsed())));
 }
 
 QTEST_MAIN(TestTextStore)
