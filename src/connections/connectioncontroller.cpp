@@ -32,7 +32,6 @@ ConnectionController::ConnectionController(QObject* parent)
     connect(&m_serial, &SerialLink::readyRead, this, &ConnectionController::readyRead);
     connect(&m_serial, &SerialLink::unsent, this, &ConnectionController::bytesUnsent);
     connect(&m_tcpClient, &TcpClientLink::unsent, this, &ConnectionController::bytesUnsent);
-    connect(&m_udp, &UdpLink::unsent, this, &ConnectionController::bytesUnsent);
     connect(&m_serial, &SerialLink::lost, this, &ConnectionController::serialPortLost);
 
     forwardCommonSignals(m_tcpClient);
@@ -43,6 +42,9 @@ ConnectionController::ConnectionController(QObject* parent)
         &ConnectionController::tcpClientDisconnected);
 
     forwardCommonSignals(m_udp);
+    connect(&m_udp, &UdpLink::unsent, this, &ConnectionController::bytesUnsent);
+    connect(&m_udp, &UdpLink::waitingLeft, this, &ConnectionController::udpWaitingLeft);
+    connect(&m_udp, &UdpLink::waitingLost, this, &ConnectionController::udpWaitingLost);
     connect(&m_udp, &UdpLink::readyRead, this, &ConnectionController::udpReadyRead);
     connect(&m_udp, &UdpLink::peersChanged, this, &ConnectionController::udpPeersChanged);
     connect(&m_udp, &UdpLink::bytesWrittenTo, this, &ConnectionController::bytesWrittenTo);

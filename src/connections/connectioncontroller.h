@@ -130,6 +130,9 @@ Q_SIGNALS:
     void bytesWritten(qint64 bytes);
     // So many bytes that had been taken for sending did not leave, because the connection ended.
     void bytesUnsent(qint64 bytes);
+    // What waited for the address of its host: all of it left, or it never will.
+    void udpWaitingLeft();
+    void udpWaitingLost();
     // The same as bytesWritten(), of TCP server and UDP, with the peer they are for.
     void bytesWrittenTo(const QString& peerKey, qint64 bytes);
 

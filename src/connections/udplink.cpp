@@ -184,6 +184,8 @@ void UdpLink::onResolved(const QString& host, const QHostAddress& address)
         if (write(each.data, address, each.port) < 0)
             failed += each.data.size();
     }
+    if (m_waiting.empty())
+        Q_EMIT waitingLeft();
     if (failed > 0)
         Q_EMIT unsent(failed);
 }
@@ -227,7 +229,7 @@ void UdpLink::giveUp(qint64 bytes)
 {
     if (bytes <= 0)
         return;
-    Q_EMIT unsent(bytes);
+    Q_EMIT waitingLost(bytes);
     const QString text = tr("%n byte(s) were not sent: no address was found for them", nullptr,
         int(qMin<qint64>(bytes, std::numeric_limits<int>::max())));
     QMetaObject::invokeMethod(

@@ -70,7 +70,11 @@ Q_SIGNALS:
     void bytesWritten(qint64 bytes);
     // A datagram of so many bytes left for the peer.
     void bytesWrittenTo(const QString& peerKey, qint64 bytes);
-    // So many bytes that were accepted never left: their host was not found, or the socket closed.
+    // The address was found, and nothing waits any more.
+    void waitingLeft();
+    // So many bytes that waited never left: their host was not found, or the socket closed.
+    void waitingLost(qint64 bytes);
+    // So many of those that left, as was told, were refused by the system.
     void unsent(qint64 bytes);
 
 private:

@@ -24,7 +24,7 @@ private:
     std::unique_ptr<QSignalSpy> peersChanged;
     QStringList messages;
     QStringList errors;
-    qint64 unsent = 0;
+    qint64 lost = 0;
 
     static QString keyOf(const UdpPeer& peer) { return u"127.0.0.1:%1"_s.arg(peer.port()); }
 
@@ -46,8 +46,8 @@ private Q_SLOTS:
         peersChanged = std::make_unique<QSignalSpy>(link.get(), &UdpLink::peersChanged);
         messages.clear();
         errors.clear();
-        unsent = 0;
-        connect(link.get(), &UdpLink::unsent, this, [this](qint64 bytes) { unsent += bytes; });
+        lost = 0;
+        connect(link.get(), &UdpLink::waitingLost, this, [this](qint64 bytes) { lost += bytes; });
         connect(link.get(), &UdpLink::statusMessage, this,
             [this](const QString& text, int ms) { messages += u"%1|%2"_s.arg(text).arg(ms); });
         connect(link.get(), &UdpLink::errorOccurred, this,
@@ -144,7 +144,7 @@ private Q_SLOTS:
         QVERIFY(errors.at(0).contains(u"\"name.invalid\""_s));
         QCOMPARE(messages.value(0), errors.at(0) + u"|5000"_s);
         QCOMPARE(link->pendingWriteBytes(), 0);
-        QCOMPARE(unsent, 4);
+        QCOMPARE(lost, 4);
         QTRY_VERIFY(messages.value(1).startsWith("4 byte(s) were not sent"_L1));
     }
 
@@ -158,7 +158,7 @@ private Q_SLOTS:
         QCOMPARE(messages.size(), 1);
         link->close();
         QCOMPARE(link->pendingWriteBytes(), 0);
-        QCOMPARE(unsent, qint64(UdpLink::maxWaitingDatagrams));
+        QCOMPARE(lost, qint64(UdpLink::maxWaitingDatagrams));
         QTRY_VERIFY(messages.last().startsWith("256 byte(s) were not sent"_L1));
         link->bind(0);
         QVERIFY(!link->send(QByteArray(UdpLink::maxWaitingBytes + 1, 'x'), u"a.invalid"_s, 1));

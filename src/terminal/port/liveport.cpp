@@ -59,7 +59,7 @@ void LivePort::wireConnection()
     const PortConnection* connection = m_connection.get();
     connect(connection, &PortConnection::opened, this, &LivePort::onOpened);
     connect(connection, &PortConnection::closed, this, &LivePort::onClosed);
-    connect(connection, &PortConnection::failed, this, [this] { m_send->connectionClosed(0); });
+    connect(connection, &PortConnection::failed, this, [this] { m_send->forgetKept(); });
     connect(connection, &PortConnection::lifeChanged, this, &LivePort::stateChanged);
     connect(connection, &PortConnection::noticesCleared, this,
         [this] { Q_EMIT noticeCleared(std::exchange(m_error, {})); });
@@ -77,8 +77,7 @@ void LivePort::wireConnection()
         Q_EMIT remoteSummaryChanged(text);
     });
     connect(m_lines.get(), &PortLines::noticed, this, &LivePort::noticed);
-    connect(m_remote.get(), &RemoteSerialLink::unsent, this,
-        [this](qint64 bytes) { m_send->connectionClosed(bytes); });
+    connect(m_remote.get(), &RemoteSerialLink::unsent, m_send.get(), &SendPipeline::takeBack);
 }
 
 void LivePort::wireRoads()
@@ -97,8 +96,11 @@ void LivePort::wireRoads()
     connect(m_receive.get(), &ReceivePipeline::countersChanged, this, &LivePort::countersChanged);
     connect(m_send.get(), &SendPipeline::countersChanged, this, &LivePort::countersChanged);
     connect(controller, &ConnectionController::bytesWritten, this, &LivePort::countersChanged);
-    connect(controller, &ConnectionController::bytesUnsent, m_send.get(),
-        &SendPipeline::connectionClosed);
+    connect(controller, &ConnectionController::bytesUnsent, m_send.get(), &SendPipeline::takeBack);
+    connect(
+        controller, &ConnectionController::udpWaitingLeft, m_send.get(), &SendPipeline::acceptKept);
+    connect(
+        controller, &ConnectionController::udpWaitingLost, m_send.get(), &SendPipeline::forgetKept);
     connect(m_send.get(), &SendPipeline::noticed, this, &LivePort::noticed);
     connect(m_send.get(), &SendPipeline::historyChanged, this, [this] {
         m_format.sendList = m_send->history().entries();
@@ -204,7 +206,7 @@ void LivePort::onOpened()
     setUpLog();
     if (runState() == RunState::Stopped)
         m_receive->start();
-    m_send->connectionOpened();
+    m_send->acceptKept();
     m_lines->refresh();
     Q_EMIT started();
 }
@@ -212,7 +214,7 @@ void LivePort::onOpened()
 void LivePort::onClosed()
 {
     m_lines->releaseBreak();
-    m_send->connectionClosed(0);
+    m_send->forgetKept();
     m_receive->stop();
     Q_EMIT halted();
     m_lines->refresh();

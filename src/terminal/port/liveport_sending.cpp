@@ -3,15 +3,17 @@
 #include "terminal/port/liveport.h"
 #include "terminal/port/remoteseriallink.h"
 
-// A message to a closed port opens it first. TCP keeps the bytes until the connection stands; a
-// server is not started by a message.
+// A message to a closed port opens it first. TCP keeps the bytes until the connection stands, UDP
+// while the address of the host is looked up; a server is not started by a message.
 SendPipeline::Written LivePort::write(const QByteArray& bytes)
 {
     if (!isActive() && m_settings.connMode != connectionMode::TcpServer && !start(false))
         return SendPipeline::Written::Refused;
     if (!writeMessage(bytes))
         return SendPipeline::Written::Refused;
-    return isOpen() ? SendPipeline::Written::Taken : SendPipeline::Written::Kept;
+    const connectionMode mode = active().connMode;
+    const bool waits = connectionModeIsUdp(mode) && m_controller->pendingWriteBytes(mode, {}) > 0;
+    return isOpen() && !waits ? SendPipeline::Written::Taken : SendPipeline::Written::Kept;
 }
 
 bool LivePort::writeMessage(const QByteArray& bytes)

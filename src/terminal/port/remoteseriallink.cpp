@@ -114,6 +114,7 @@ void RemoteSerialLink::sendWaiting()
         m_waiting.clear();
         m_fullTold = false;
     } else {
+        Q_EMIT unsent(m_waiting.size());
         dropWaiting();
     }
 }

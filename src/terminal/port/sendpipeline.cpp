@@ -129,19 +129,21 @@ void SendPipeline::account(qsizetype size, const QByteArray& echo)
     m_receive.onRefreshDisplay();
 }
 
-void SendPipeline::connectionOpened()
+void SendPipeline::acceptKept()
 {
     if (const qsizetype bytes = std::exchange(m_keptBytes, 0); bytes > 0)
         account(bytes, std::exchange(m_keptEcho, {}));
 }
 
-void SendPipeline::connectionClosed(qint64 unsent)
+void SendPipeline::forgetKept()
 {
     m_keptBytes = 0;
     m_keptEcho.clear();
-    if (unsent <= 0)
-        return;
-    m_sentBytes = qMax<qint64>(m_sentBytes - unsent, 0);
+}
+
+void SendPipeline::takeBack(qint64 bytes)
+{
+    m_sentBytes = qMax<qint64>(m_sentBytes - bytes, 0);
     Q_EMIT countersChanged();
 }
 

@@ -60,10 +60,11 @@ public:
     bool sendControl(const QByteArray& bytes);
 
     // The connection stands: what was kept for it is on its way.
-    void connectionOpened();
-    // It failed or is gone: what was kept for it, and `unsent` bytes that had been taken, were not
-    // sent after all.
-    void connectionClosed(qint64 unsent);
+    void acceptKept();
+    // It failed or is gone: what was kept for it was not sent.
+    void forgetKept();
+    // So many bytes that had been taken did not leave, perhaps of a connection before this one.
+    void takeBack(qint64 bytes);
 
     [[nodiscard]] const SendHistory& history() const { return m_history; }
     void setHistory(const QStringList& entries);

@@ -11,6 +11,7 @@
 #include "terminal/port/portlog.h"
 
 #include <QFile>
+#include <QHostInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -89,6 +90,7 @@ private Q_SLOTS:
     void recordingSwitchedOffWhilePaused();
     void logIsFinishedInSlices();
     void serverSendsToWhomIsMeant();
+    void udpCountsWhatLeft();
     void udpServerAnswers();
     void levelsAreDrivenOnce();
     void regainsALostDevice();
@@ -290,6 +292,34 @@ void TestLivePort::serverSendsToWhomIsMeant()
     QTRY_COMPARE(controller.tcpServerClients().size(), 1);
     QVERIFY2(!bench.port.sending().sendText(u"for the second"_s), "nobody else gets it");
     QVERIFY(bench.notices.last().startsWith("The chosen TCP client is gone"_L1));
+}
+
+// Where the address is not known yet nothing has been sent.
+void TestLivePort::udpCountsWhatLeft()
+{
+    Bench bench;
+    bench.settings.connMode = connectionMode::UdpClient;
+    bench.settings.udpLocalPort = freeUdpPort();
+    bench.settings.targetHost = u"name.invalid"_s;
+    bench.settings.targetPort = 9;
+    bench.format.displaySendMsg = true;
+    bench.apply();
+    QVERIFY(bench.port.sending().sendText(u"hello"_s));
+    QCOMPARE(bench.port.pendingBytes(), 5);
+    QCOMPARE(bench.port.sentBytes(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.port.pendingBytes(), 0, 30'000); // a name server says no
+    QCOMPARE(bench.port.sentBytes(), 0);
+
+    UdpPeer peer;
+    bench.settings.targetHost = u"localhost"_s;
+    bench.settings.targetPort = peer.port();
+    bench.apply();
+    QVERIFY(bench.port.sending().sendText(u"again"_s));
+    if (QHostInfo::fromName(u"localhost"_s).error() != QHostInfo::NoError)
+        QSKIP("this machine does not know its own name: it has no /etc/hosts");
+    QTRY_COMPARE(peer.receivedBytes(), QByteArray("again"));
+    QCOMPARE(bench.port.sentBytes(), 5);
+    QTRY_COMPARE(bench.sink.text, u"again"_s);
 }
 
 void TestLivePort::udpServerAnswers()

@@ -150,16 +150,20 @@ private Q_SLOTS:
         m->receive.onRefreshDisplay();
         QCOMPARE(m->sink.text, QString());
         QCOMPARE(m->send.sentBytes(), 0);
-        m->send.connectionClosed(0); // it never stood
-        m->send.connectionOpened();
+        m->send.forgetKept(); // it never stood
+        m->send.acceptKept();
         QCOMPARE(m->sink.text, QString());
         QCOMPARE(m->send.sentBytes(), 0);
         QVERIFY(m->send.sendText(u"again"_s));
-        m->send.connectionOpened();
+        m->send.acceptKept();
         QCOMPARE(m->sink.text, u"again"_s);
         QCOMPARE(m->send.sentBytes(), 5);
-        m->send.connectionClosed(2); // of what had been taken
+        QVERIFY(m->send.sendText(u" and more"_s));
+        m->send.takeBack(2); // of the connection before, which ends while the next one is made
         QCOMPARE(m->send.sentBytes(), 3);
+        m->send.acceptKept();
+        QCOMPARE(m->sink.text, u"again and more"_s);
+        QCOMPARE(m->send.sentBytes(), 12);
     }
 
     void historyIsBounded()
