@@ -1,14 +1,12 @@
 #pragma once
 
 #include "connections/receiveresidue.h"
+#include "connections/seriallines.h"
 #include "settings/settings.h"
 
 #include <QObject>
 #include <QSerialPort>
 #include <memory>
-
-// The outputs of a serial port that a person can drive.
-enum class SerialLine : int { Dtr = 0, Rts = 1, Break = 2 };
 
 // One local serial port: opens, configures, reads, writes and closes it and drives its outputs.
 //

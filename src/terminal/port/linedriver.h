@@ -5,17 +5,6 @@
 #include <QCoreApplication>
 #include <QString>
 
-// The inputs of a serial port. All off also stands for "not known".
-struct ModemLines
-{
-    bool cts = false;
-    bool dsr = false;
-    bool dcd = false;
-    bool ri = false;
-
-    friend bool operator==(const ModemLines&, const ModemLines&) = default;
-};
-
 // What the lamps of a pane need of a connection that ends in a serial port: the port of this
 // machine, or one behind a network. The settings are those of the pane, where the requested levels
 // of DTR and RTS live.
