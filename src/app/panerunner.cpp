@@ -3,8 +3,8 @@
 #include "app/mainstatusbar.h"
 #include "app/messageboxes.h"
 #include "app/paneset.h"
-#include "connections/seriallink.h"
 #include "connections/serialportcatalog.h"
+#include "connections/serialtransport.h"
 #include "settings/sessionstate.h"
 #include "terminal/pane/serialportwidget.h"
 
@@ -29,7 +29,7 @@ bool PaneRunner::open(SerialPortWidget& pane, const QString& portName, bool quie
     qWarning().noquote() << text;
     // The box says already what the full message begins with.
     QString reason = pane.lastError();
-    const QString beginning = SerialLink::openFailureText(pane.settings().portName);
+    const QString beginning = SerialTransport::openFailureText(pane.settings().portName);
     if (reason.startsWith(beginning))
         reason.remove(0, beginning.size());
     const bool first = &pane == &m_panes.first();

@@ -31,11 +31,11 @@ public:
 
     // What became of a request.
     enum class Answer {
-        Driven,    // the line has the level
-        Asked,     // a remote port was asked; level() tells when it has confirmed
-        Later,     // closed or still negotiating: the level goes along when that is over
-        NotOpen,   // a break cannot wait for the connection
-        NotYet,    // nor for the remote port to answer
+        Driven, // the line has the level
+        Asked,  // a remote port was asked; level() tells when it has confirmed
+        Later,  // still negotiating: the level goes along when that is over
+        NotYet, // a break cannot wait for that
+        NotOpen,
         Automatic, // flow control drives RTS
         RemoteOwn, // the remote port keeps its own configuration
         NoComPort, // the remote does not take com-port control
@@ -46,8 +46,8 @@ public:
     virtual ~SerialLines() = default;
     Q_DISABLE_COPY_MOVE(SerialLines)
 
-    // Drives a line. A level of DTR or RTS is also remembered, for the next opening; a break is
-    // not, and ends with the connection.
+    // Drives a line of an open port. The levels of DTR and RTS at an opening are those of its
+    // settings; a break ends with the connection.
     virtual Answer setLine(SerialLine line, bool on) = 0;
     // The level that was asked for last.
     [[nodiscard]] virtual bool requested(SerialLine line) const = 0;

@@ -44,18 +44,25 @@ void Transport::tell(Notice notice)
 WriteResult Transport::refuseFull(qint64 bytes)
 {
     const QString reason = tr("%1: %2 bytes were not taken for sending, too much waits already")
-                               .arg(m_name)
-                               .arg(bytes);
-    const bool first = m_refusedBytes == 0;
+                               .arg(m_name, QString::number(bytes));
     m_refusedBytes += bytes;
-    if (first)
+    if (++m_refusals == 1 && !m_belowFilter)
         tell(Notice::warning(reason));
     return {WriteResult::Refusal::Full, reason};
 }
 
 void Transport::tellRefused()
 {
-    if (const qint64 bytes = std::exchange(m_refusedBytes, 0); bytes > 0)
-        tell(Notice::warning(
-            tr("%1: %2 bytes in all were not taken for sending").arg(m_name).arg(bytes)));
+    const qint64 bytes = std::exchange(m_refusedBytes, 0);
+    // A single one has been told.
+    if (std::exchange(m_refusals, 0) > 1 && !m_belowFilter) {
+        tell(Notice::warning(tr("%1: %2 bytes in all were not taken for sending")
+                                 .arg(m_name, QString::number(bytes))));
+    }
+}
+
+void Transport::tellUnsent(const QString& text)
+{
+    if (!m_belowFilter)
+        tell(Notice::error(text, {}, 0));
 }

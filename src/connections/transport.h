@@ -18,15 +18,17 @@ class SerialLines;
 // each successful open(), closed() each opened() and each attempt that had begun.
 //
 // Sent bytes: write() takes them whole or refuses them. Each byte that was taken is told of once:
-// by left() when the system has taken it, by discarded() when it never will. close() by will first
+// by left() when it has left this machine, as far as the system tells, by discarded() when it
+// never will; what was told of neither is pending. close() by will first
 // gives everybody a last moment (closing()), then lets what waits leave for kLingerMs at most; the
 // transport is Closed meanwhile, isLingering(), and nobody needs to wait: what has not left by then
-// is discarded and a notice says how much. An owner that destroys it earlier shortens that.
+// is discarded and a notice says how much. Opening or destroying it earlier shortens that.
 //
 // Received bytes: readyRead() says that takeChunk() has something. What is waiting when the
-// connection ends is announced first, held or not when close() ends it, and stays to be taken
-// until the next open() by will. While anybody holds the reading, nothing is handed out and little
-// is read: the flow control of the transport holds the sender.
+// connection ends is announced before: close() hands it out although the reading is held, and
+// forgets what nobody takes then; what a lost connection leaves can be taken later, before anything
+// that the next one brings. While anybody holds the reading, nothing is handed out and little is
+// read: the flow control of the transport holds the sender.
 //
 // Every function may be called in every state and in slots of every signal here, the destructor
 // included. One thread; nothing blocks. Each kind names the bounds of its buffers.
@@ -73,10 +75,11 @@ public:
     // To the peer of that key or, without one, to whom the mode means: the other end of a stream,
     // every client of a server, the target of a UDP client, whoever a UDP server heard last.
     virtual WriteResult write(const QByteArray& bytes, const QString& peer = {}) = 0;
-    // Taken and not known to have left this machine: what waits for a connection, a name or a
-    // negotiation, our buffers, and the system's queue where it tells. No signal follows when the
-    // system's queue runs empty; who waits for that asks again. Without a peer: see each kind.
+    // Taken and not left this machine: what waits for a connection, a name or a negotiation, our
+    // buffers, and the system's queue where it tells. Without a peer: see each kind.
     [[nodiscard]] virtual qint64 pendingBytes(const QString& peer = {}) const = 0;
+    // Whether write() would find room for so many bytes more.
+    [[nodiscard]] virtual bool hasRoomFor(qint64 bytes, const QString& peer = {}) const = 0;
     // The next that was received; false when nothing is to be had now.
     virtual bool takeChunk(Chunk& chunk) = 0;
     // Throws away what waits in the buffers, ours and the system's, and beyond a network the
@@ -87,6 +90,9 @@ public:
     // Null when there is no serial port at the end; otherwise it lives as long as this.
     [[nodiscard]] virtual SerialLines* serialLines() { return nullptr; }
 
+    // A filter stands on this: it tells, in its own bytes, what was refused or did not leave.
+    void setBelowFilter() { m_belowFilter = true; }
+
     // Reading goes on, and readyRead() follows if something waits, when the last hold has ended.
     [[nodiscard]] ReadHold holdReading();
     [[nodiscard]] bool isReadingHeld() const { return m_holds > 0; }
@@ -94,7 +100,7 @@ public:
 Q_SIGNALS:
     void opened();
     void readyRead();
-    // The system has taken so many bytes, for the peer where there are several.
+    // So many bytes are on the wire, for the peer where there are several.
     void left(qint64 bytes, const QString& peer);
     // So many bytes were taken from a writer and will never leave.
     void discarded(qint64 bytes, const QString& peer);
@@ -115,18 +121,24 @@ protected:
     void setName(const QString& name) { m_name = name; }
     void setErrorText(const QString& text) { m_errorText = text; }
     void tell(Notice notice);
-    // Refuses bytes for which there is no room. A person hears of the first and, once there is room
-    // again or the connection ends, how many there were.
+    // Refuses bytes for which there is no room. A person hears of the first and, when something is
+    // taken again or the connection ends, how many there were.
     WriteResult refuseFull(qint64 bytes);
     void tellRefused();
+    // What was taken and never left, once the connection is over.
+    void tellUnsent(const QString& text);
 
 private:
     const connectionMode m_mode;
     int m_holds = 0;
     qint64 m_refusedBytes = 0;
+    int m_refusals = 0;
+    bool m_belowFilter = false;
     QString m_name;
     QString m_errorText;
 };
 
 // The one place that knows what a connection mode means; null for a mode that nothing carries.
 [[nodiscard]] std::unique_ptr<Transport> makeTransport(connectionMode mode);
+// Whether there is one.
+[[nodiscard]] bool isCarried(connectionMode mode);

@@ -98,7 +98,7 @@ private Q_SLOTS:
         QCOMPARE(controller.pendingWriteBytes(Mode::TcpClient), 5);
         QTRY_VERIFY(peer.isOpen());
         peer.send(QByteArray(100'000, 'x'));
-        auto* socket = controller.findChild<QTcpSocket*>();
+        auto* socket = controller.transport()->findChild<QTcpSocket*>();
         QTRY_COMPARE(socket->bytesAvailable(), 4096);
         QVERIFY(controller.readAvailable(Mode::TcpClient).isEmpty());
 

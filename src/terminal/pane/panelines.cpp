@@ -5,18 +5,14 @@
 #include "terminal/pane/runcontrol.h"
 #include "terminal/port/connectionsupervisor.h"
 #include "terminal/port/receivepipeline.h"
-#include "terminal/port/remoteseriallink.h"
 #include "terminal/port/sendpipeline.h"
 
-PaneLines::PaneLines(ControlLineRow& row, ConnectionController& controller,
-    RemoteSerialLink& remote, PaneRecords& records)
+PaneLines::PaneLines(ControlLineRow& row, ConnectionController& controller, PaneRecords& records)
     : m_records(records)
     , m_local(controller)
-    , m_remote(remote)
+    , m_remote(controller)
     , m_lines(row, records.settings(), [this] { return driver(); })
 {
-    connect(&records, &PaneRecords::connectionEdited, &remote,
-        [&remote, &records] { remote.pushSettings(records.settings()); });
     connect(&m_lines, &ControlLines::levelRequested, this, [this] {
         m_records.show();
         m_records.markEdited();

@@ -12,16 +12,15 @@ class RunControl;
 
 // Joins the control lines of a pane with the rest of it: the driver follows the transport of the
 // records, a level that is toggled is an edit of them, traffic makes the lamps blink, and a
-// connection that closes ends the break that was on it. Settings that change are pushed to a remote
-// port. Owned by the pane; everything given outlives it.
+// connection that closes ends the break that was on it. Owned by the pane; everything given
+// outlives it.
 class PaneLines final : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(PaneLines)
 
 public:
-    PaneLines(ControlLineRow& row, ConnectionController& controller, RemoteSerialLink& remote,
-        PaneRecords& records);
+    PaneLines(ControlLineRow& row, ConnectionController& controller, PaneRecords& records);
     ~PaneLines() override;
 
     void follow(const PaneTraffic& traffic);

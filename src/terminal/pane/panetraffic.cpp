@@ -4,13 +4,11 @@
 #include "terminal/port/connectionsummary.h"
 #include "terminal/port/panelog.h"
 #include "terminal/port/receivepipeline.h"
-#include "terminal/port/remoteseriallink.h"
 #include "terminal/port/sendpipeline.h"
 #include "terminal/port/transportreader.h"
 #include "terminal/port/transportwriter.h"
 
-PaneTraffic::PaneTraffic(ConnectionController& controller, RemoteSerialLink& remote,
-    DisplaySink& sink, PaneRecords& records)
+PaneTraffic::PaneTraffic(ConnectionController& controller, DisplaySink& sink, PaneRecords& records)
     : m_records(records)
     , m_receive(std::make_unique<ReceivePipeline>(sink))
     , m_reader(std::make_unique<TransportReader>(controller, *m_receive, records.settings()))
@@ -18,10 +16,6 @@ PaneTraffic::PaneTraffic(ConnectionController& controller, RemoteSerialLink& rem
     , m_writer(std::make_unique<TransportWriter>(controller, records.settings()))
     , m_send(std::make_unique<SendPipeline>(*m_writer, *m_receive))
 {
-    m_reader->setRemoteDecoder(
-        [&remote](const QByteArray& bytes) { return remote.receive(bytes); });
-    m_writer->setRemoteSender(
-        [&remote](const QByteArray& payload) { return remote.sendPayload(payload); });
     gatherSignals();
 }
 

@@ -8,7 +8,6 @@ class DisplaySink;
 class PaneLog;
 class PaneRecords;
 class ReceivePipeline;
-class RemoteSerialLink;
 class SendPipeline;
 class TransportReader;
 class TransportWriter;
@@ -16,17 +15,15 @@ class TransportWriter;
 // The two roads of a pane's bytes between its transport and its view, and the log beside them.
 //
 // Received: controller -> TransportReader -> ReceivePipeline -> sink. Sent: SendPipeline ->
-// TransportWriter -> controller. Bytes of an RFC 2217 connection pass through the remote serial
-// link on their way, next to the controller. Makes the stations, gives them the pane's records and
-// gathers what they have to say. Owned by the pane; controller, link, sink and records outlive it.
+// TransportWriter -> controller. Makes the stations, gives them the pane's records and gathers what
+// they have to say. Owned by the pane; controller, sink and records outlive it.
 class PaneTraffic final : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(PaneTraffic)
 
 public:
-    PaneTraffic(ConnectionController& controller, RemoteSerialLink& remote, DisplaySink& sink,
-        PaneRecords& records);
+    PaneTraffic(ConnectionController& controller, DisplaySink& sink, PaneRecords& records);
     ~PaneTraffic() override;
 
     [[nodiscard]] ReceivePipeline& receive() const { return *m_receive; }

@@ -25,7 +25,7 @@ RunControl::RunControl(ConnectionController& controller, SerialPortCatalog& cata
     });
     connect(&records, &PaneRecords::connectionEdited, this, [this] {
         m_supervisor->setSettings(m_records.settings());
-        m_controller.reconfigureSerial(m_records.settings());
+        m_controller.apply(m_records.settings());
         Q_EMIT stateChanged();
     });
     connect(supervisor, &ConnectionSupervisor::serialPortReconnected, this,

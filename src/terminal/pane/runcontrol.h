@@ -1,6 +1,6 @@
 #pragma once
 
-#include "connections/seriallink.h"
+#include "connections/seriallines.h"
 #include "terminal/port/runstate.h"
 
 #include <QObject>

@@ -21,7 +21,6 @@
 #include "terminal/port/connectionsupervisor.h"
 #include "terminal/port/panelog.h"
 #include "terminal/port/receivepipeline.h"
-#include "terminal/port/remoteseriallink.h"
 #include "terminal/port/sendpipeline.h"
 #include "terminal/view/findbar.h"
 #include "terminal/view/receiveview.h"
@@ -41,17 +40,14 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     , m_records(std::make_unique<PaneRecords>(
           m_view->connectionPanel(), m_view->receivePanel(), m_view->sendPanel()))
     , m_controller(std::make_unique<ConnectionController>())
-    , m_remote(std::make_unique<RemoteSerialLink>(*m_controller, m_records->settings()))
-    , m_traffic(std::make_unique<PaneTraffic>(
-          *m_controller, *m_remote, m_view->receiveView(), *m_records))
+    , m_traffic(std::make_unique<PaneTraffic>(*m_controller, m_view->receiveView(), *m_records))
     , m_run(std::make_unique<RunControl>(*m_controller, catalog, *m_records, *m_traffic))
     , m_sendDesk(std::make_unique<SendDesk>(m_view->sendEditor(), m_traffic->send(),
           m_records->format(), [this] { return isOpen(); }))
     , m_receiveDesk(std::make_unique<ReceiveDesk>(m_view->receiveView(), m_traffic->send()))
     , m_peerDesk(std::make_unique<PeerDesk>(
           m_view->peerPanel(), *m_controller, m_traffic->receive(), m_traffic->writer()))
-    , m_lines(std::make_unique<PaneLines>(
-          m_view->controlLineRow(), *m_controller, *m_remote, *m_records))
+    , m_lines(std::make_unique<PaneLines>(m_view->controlLineRow(), *m_controller, *m_records))
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -158,10 +154,8 @@ void SerialPortWidget::wireLines()
     PaneStatusLine* status = &m_view->statusLine();
     connect(&m_lines->lines(), &ControlLines::reportChanged, status, &PaneStatusLine::setLines);
     connect(status, &PaneStatusLine::refreshing, &m_lines->lines(), &ControlLines::pollIfDue);
-    connect(m_remote.get(), &RemoteSerialLink::statusMessage, this,
-        &SerialPortWidget::showStatusMessage);
-    connect(m_remote.get(), &RemoteSerialLink::summaryChanged, &m_view->connectionPanel(),
-        &ConnectionPanel::setRemoteSummary);
+    connect(m_controller.get(), &ConnectionController::remoteSummaryChanged,
+        &m_view->connectionPanel(), &ConnectionPanel::setRemoteSummary);
 }
 
 void SerialPortWidget::wirePanels()
@@ -345,8 +339,7 @@ void SerialPortWidget::setSettings(const Settings& settings)
 {
     m_records->setSettings(settings);
     m_run->applySettings();
-    m_controller->reconfigureSerial(settings);
-    m_remote->pushSettings(settings);
+    m_controller->apply(settings);
     showState();
 }
 

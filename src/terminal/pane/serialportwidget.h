@@ -15,7 +15,6 @@ class PaneTraffic;
 class PaneView;
 class PeerDesk;
 class ReceiveDesk;
-class RemoteSerialLink;
 class RunControl;
 class SendDesk;
 class SerialPortCatalog;
@@ -134,7 +133,6 @@ private:
     PaneView* m_view;
     std::unique_ptr<PaneRecords> m_records;
     std::unique_ptr<ConnectionController> m_controller;
-    std::unique_ptr<RemoteSerialLink> m_remote;
     std::unique_ptr<PaneTraffic> m_traffic;
     std::unique_ptr<RunControl> m_run;
     std::unique_ptr<SendDesk> m_sendDesk;

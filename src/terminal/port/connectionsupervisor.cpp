@@ -34,7 +34,7 @@ ConnectionSupervisor::ConnectionSupervisor(
         &ConnectionSupervisor::onTcpClientDisconnected);
     connect(&controller, &ConnectionController::peerArrived, this,
         &ConnectionSupervisor::onPeerArrived);
-    connect(controller.serialPort(), &QSerialPort::errorOccurred, this,
+    connect(&controller, &ConnectionController::serialErrorOccurred, this,
         &ConnectionSupervisor::onSerialError);
 }
 
@@ -110,7 +110,7 @@ bool ConnectionSupervisor::startTcp()
 
 void ConnectionSupervisor::connectTcp()
 {
-    m_controller.connectTcpClient(m_active.targetHost, static_cast<quint16>(m_active.targetPort));
+    m_controller.open(m_active, Transport::OpenMode::Asked);
 }
 
 bool ConnectionSupervisor::startServer()
@@ -130,9 +130,7 @@ bool ConnectionSupervisor::startUdp()
 {
     // Binding anew would forget the peers of a socket that a message to send has opened.
     if (!m_controller.isOpen(m_active.connMode))
-        m_controller.bindUdp(m_active.connMode == connectionMode::UdpServer
-                                 ? m_active.udpServerPort
-                                 : m_active.udpLocalPort);
+        m_controller.open(m_active, Transport::OpenMode::Asked);
     m_quiet = false;
     const bool open = m_controller.isOpen(m_active.connMode);
     if (open)
@@ -163,11 +161,6 @@ void ConnectionSupervisor::closeTransport()
 {
     if (!m_controller.isOpen(m_active.connMode) && !isConnecting())
         return;
-    // What a throttled device has already delivered would be discarded by closing it.
-    if (m_controller.isReadThrottled()) {
-        m_controller.setReadThrottled(m_active.connMode, false);
-        m_controller.setReadThrottled(m_active.connMode, true);
-    }
     m_operating = true;
     m_controller.closeAll(m_active.connMode, m_active.portName);
     m_operating = false;

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "connections/seriallink.h"
+#include "connections/seriallines.h"
+#include "settings/settings.h"
 
 #include <QCoreApplication>
 #include <QString>
@@ -20,12 +21,7 @@ public:
         Automatic, // flow control drives it
     };
 
-    // How much of a port's lines can be seen.
-    enum class Sight {
-        None,    // the connection is closed, or the port does not tell
-        Outputs, // what the port has been asked for; nothing is known of its inputs
-        All,
-    };
+    using Sight = SerialLines::Sight;
 
     struct Level
     {

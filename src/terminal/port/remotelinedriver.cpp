@@ -1,7 +1,8 @@
 #include "terminal/port/remotelinedriver.h"
 
+#include "connections/connectioncontroller.h"
+#include "connections/rfc2217transport.h"
 #include "terminal/port/locallinedriver.h"
-#include "terminal/port/remoteseriallink.h"
 
 namespace {
 
@@ -15,25 +16,28 @@ QString nameOf(SerialLine line)
 
 } // namespace
 
-RemoteLineDriver::RemoteLineDriver(RemoteSerialLink& link)
-    : m_link(link)
+RemoteLineDriver::RemoteLineDriver(ConnectionController& controller)
+    : m_controller(controller)
 {}
+
+Rfc2217Transport* RemoteLineDriver::remote() const
+{
+    return qobject_cast<Rfc2217Transport*>(m_controller.transport());
+}
 
 ModemLines RemoteLineDriver::inputs()
 {
-    return m_link.modemLines();
+    return remote() ? remote()->inputs() : ModemLines();
 }
 
 LineDriver::Sight RemoteLineDriver::sight() const
 {
-    if (!m_link.isConnected() || m_link.state() != RemoteSerialLink::State::ComPortActive)
-        return Sight::None;
-    return m_link.knowsModemLines() ? Sight::All : Sight::Outputs;
+    return remote() ? remote()->sight() : Sight::None;
 }
 
 LineDriver::Level RemoteLineDriver::output(SerialLine line, const Settings& settings) const
 {
-    if (const std::optional<bool> confirmed = m_link.confirmed(line))
+    if (const std::optional<bool> confirmed = remote() ? remote()->level(line) : std::nullopt)
         return {*confirmed, Certainty::Sure};
     return {line == SerialLine::Dtr ? settings.dtrOn : settings.rtsOn, Certainty::Requested};
 }
@@ -56,49 +60,56 @@ QString RemoteLineDriver::breakHint() const
 
 LineDriver::Answer RemoteLineDriver::drive(SerialLine line, const Settings& settings)
 {
-    m_link.pushSettings(settings);
     const bool high = line == SerialLine::Dtr ? settings.dtrOn : settings.rtsOn;
-    switch (m_link.state()) {
-    case RemoteSerialLink::State::ComPortActive:
-        return {true,
-            tr("Asked the remote port for %1 %2; the lamp turns green when the server confirms it.")
-                .arg(nameOf(line), levelName(high)),
-            messageMs};
-    case RemoteSerialLink::State::PlainTelnet:
-    case RemoteSerialLink::State::TransparentTcp:
+    using Result = SerialLines::Answer;
+    switch (remote() ? remote()->setLine(line, high) : Result::NotOpen) {
+    case Result::NoComPort:
         return {false,
             tr("The remote peer did not accept RFC 2217 com-port control, so %1 cannot be set from "
                "here.")
                 .arg(nameOf(line)),
             refusedMs};
-    case RemoteSerialLink::State::Negotiating:
-        break;
+    case Result::Later:
+        return {true,
+            tr("The remote port has not answered yet; it is asked for %1 %2 as soon as it does.")
+                .arg(nameOf(line), levelName(high)),
+            messageMs};
+    case Result::NotOpen:
+        // The level goes along with the settings of the opening.
+        return {true,
+            tr("The connection is not open; the remote port is asked for %1 %2 when it is.")
+                .arg(nameOf(line), levelName(high)),
+            messageMs};
+    case Result::RemoteOwn:
+        return {false, inertReason(line, settings), messageMs};
+    default:
+        return {true,
+            tr("Asked the remote port for %1 %2; the lamp turns green when the server confirms it.")
+                .arg(nameOf(line), levelName(high)),
+            messageMs};
     }
-    // Nobody has been asked yet: the level goes along when the remote agrees.
-    return {true,
-        (m_link.isConnected() ? tr("The remote port has not answered yet; it is asked for %1 %2 as "
-                                   "soon as it does.")
-                              : tr("The connection is not open; the remote port is asked for %1 %2 "
-                                   "when it is."))
-            .arg(nameOf(line), levelName(high)),
-        messageMs};
 }
 
 LineDriver::Answer RemoteLineDriver::setBreak(bool on)
 {
-    using State = RemoteSerialLink::State;
-    QString text;
-    const bool done = m_link.sendBreak(on);
+    using Result = SerialLines::Answer;
+    const Result result = remote() ? remote()->setLine(SerialLine::Break, on) : Result::NotOpen;
     if (!on)
-        return {done, {}, 0};
-    if (m_link.isConnected() && m_link.state() == State::Negotiating)
-        text = tr("The remote port has not answered yet; Break cannot be sent before it does.");
-    else if (m_link.isConnected() && m_link.state() != State::ComPortActive)
-        text = tr("The remote peer did not accept RFC 2217 com-port control, so Break cannot be "
-                  "sent.");
-    else if (done)
-        text = tr("Sent Break to the remote port; it is released when you let go.");
-    else
-        text = tr("Could not send Break: the connection is not open.");
-    return {done, text, messageMs};
+        return {result == Result::Asked, {}, 0};
+    switch (result) {
+    case Result::Asked:
+        return {
+            true, tr("Sent Break to the remote port; it is released when you let go."), messageMs};
+    case Result::NotYet:
+        return {false,
+            tr("The remote port has not answered yet; Break cannot be sent before it does."),
+            messageMs};
+    case Result::NoComPort:
+        return {false,
+            tr("The remote peer did not accept RFC 2217 com-port control, so Break cannot be "
+               "sent."),
+            messageMs};
+    default:
+        return {false, tr("Could not send Break: the connection is not open."), messageMs};
+    }
 }

@@ -2,16 +2,17 @@
 
 #include "terminal/port/linedriver.h"
 
-class RemoteSerialLink;
+class ConnectionController;
+class Rfc2217Transport;
 
 // The lines of a serial port behind an RFC 2217 server. What is asked for is true only once the
-// server has said so. Owned by the pane; the link outlives it.
+// server has said so. Owned by the pane; the controller outlives it.
 class RemoteLineDriver final : public LineDriver
 {
     Q_DECLARE_TR_FUNCTIONS(RemoteLineDriver)
 
 public:
-    explicit RemoteLineDriver(RemoteSerialLink& link);
+    explicit RemoteLineDriver(ConnectionController& controller);
 
     [[nodiscard]] ModemLines inputs() override;
     [[nodiscard]] Sight sight() const override;
@@ -22,5 +23,8 @@ public:
     Answer setBreak(bool on) override;
 
 private:
-    RemoteSerialLink& m_link;
+    // The controller's transport; null when that is another.
+    [[nodiscard]] Rfc2217Transport* remote() const;
+
+    ConnectionController& m_controller;
 };

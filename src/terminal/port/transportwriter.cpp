@@ -39,16 +39,8 @@ bool TransportWriter::sendMessage(const QByteArray& bytes)
 bool TransportWriter::sendTcpMessage(const QByteArray& bytes, const Settings& settings)
 {
     if (!m_controller.hasTcpClient())
-        m_controller.connectTcpClient(
-            settings.targetHost, static_cast<quint16>(settings.targetPort));
-    return sendTcp(bytes, settings.connMode);
-}
-
-bool TransportWriter::sendTcp(const QByteArray& bytes, connectionMode mode)
-{
-    return m_sendRemote && mode == connectionMode::RemoteSerialRfc2217
-               ? m_sendRemote(bytes)
-               : m_controller.sendTcpClient(bytes);
+        m_controller.open(settings, Transport::OpenMode::Asked);
+    return m_controller.sendTcpClient(bytes);
 }
 
 bool TransportWriter::sendServerMessage(const QByteArray& bytes)
@@ -64,7 +56,7 @@ bool TransportWriter::sendUdpMessage(const QByteArray& bytes, const Settings& se
 {
     const bool server = settings.connMode == connectionMode::UdpServer;
     if (!m_controller.isOpen(settings.connMode))
-        m_controller.bindUdp(server ? settings.udpServerPort : settings.udpLocalPort);
+        m_controller.open(settings, Transport::OpenMode::Asked);
     if (!m_controller.isOpen(settings.connMode))
         return false;
     return server ? answerUdpPeer(bytes)
@@ -92,7 +84,7 @@ qint64 TransportWriter::writeRaw(
     if (settings.connMode == connectionMode::SerialPort)
         taken = m_controller.sendSerial(bytes, settings, settings.portName);
     else if (connectionModeIsTcpClient(settings.connMode))
-        taken = sendTcp(bytes, settings.connMode);
+        taken = m_controller.sendTcpClient(bytes);
     else if (settings.connMode == connectionMode::TcpServer)
         taken = peerKey.isEmpty() ? m_controller.broadcastTcpServer(bytes) > 0
                                   : m_controller.sendTcpServerTo(peerKey, bytes);

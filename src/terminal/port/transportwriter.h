@@ -3,8 +3,6 @@
 #include "settings/settings.h"
 #include "terminal/port/sendtransport.h"
 
-#include <functional>
-
 class ConnectionController;
 
 // Hands bytes to the transport that the pane's settings name: serial port, TCP client, TCP server
@@ -29,19 +27,11 @@ public:
     void setSendToAllUdpPeers(bool on) { m_toAllUdpPeers = on; }
     [[nodiscard]] QString selectedPeer() const { return m_selectedPeer; }
 
-    // What sends the payload over an RFC 2217 connection, and tells whether it took it. Counts,
-    // here and in what is returned, are of the payload.
-    void setRemoteSender(std::function<bool(const QByteArray&)> send)
-    {
-        m_sendRemote = std::move(send);
-    }
-
     [[nodiscard]] bool isOpen() const override;
     bool sendMessage(const QByteArray& bytes) override;
     qint64 writeRaw(const QByteArray& bytes, UdpTargetMode target, const QString& peerKey) override;
 
 private:
-    bool sendTcp(const QByteArray& bytes, connectionMode mode);
     bool sendTcpMessage(const QByteArray& bytes, const Settings& settings);
     bool sendServerMessage(const QByteArray& bytes);
     bool sendUdpMessage(const QByteArray& bytes, const Settings& settings);
@@ -50,7 +40,6 @@ private:
 
     ConnectionController& m_controller;
     const Settings& m_settings;
-    std::function<bool(const QByteArray&)> m_sendRemote;
     QString m_selectedPeer;
     bool m_toAllUdpPeers = false;
 };

@@ -1,4 +1,4 @@
-#include "connections/tcpclientlink.h"
+#include "connections/tcpclienttransport.h"
 #include "support/numberedbytes.h"
 #include "support/tcppeer.h"
 
@@ -14,28 +14,41 @@ constexpr int lookupMs = 30'000; // what a name server may take to say no
 
 } // namespace
 
-class TestTcpClientLink final : public QObject
+class TestTcpClientTransport final : public QObject
 {
     Q_OBJECT
 
 private:
     std::unique_ptr<TcpPeer> peer;
-    std::unique_ptr<TcpClientLink> link;
-    std::unique_ptr<QSignalSpy> gone;
+    std::unique_ptr<TcpClientTransport> link;
+    QList<CloseReason> gone;
+    ReadHold hold;
     QStringList messages;
     QStringList errors;
     QByteArray received;
 
+    void open(const QString& host = u"127.0.0.1"_s)
+    {
+        Settings settings;
+        settings.targetHost = host;
+        settings.targetPort = peer->port();
+        QVERIFY(link->open(settings, Transport::OpenMode::Asked));
+    }
     void connectLink()
     {
-        link->connectTo(u"127.0.0.1"_s, peer->port());
-        QTRY_VERIFY(link->isConnected() && peer->isOpen());
+        open();
+        QTRY_VERIFY(link->isOpen() && peer->isOpen());
     }
-
+    bool send(const QByteArray& bytes) { return link->write(bytes).taken(); }
+    bool isClosed() const { return link->state() == Transport::State::Closed; }
+    QByteArray taken()
+    {
+        Chunk chunk;
+        return link->takeChunk(chunk) ? chunk.bytes : QByteArray();
+    }
     void readAtOnce()
     {
-        connect(link.get(), &TcpClientLink::readyRead, this,
-            [this] { received += link->readAvailable(); });
+        connect(link.get(), &Transport::readyRead, this, [this] { received += taken(); });
     }
 
 private Q_SLOTS:
@@ -43,64 +56,55 @@ private Q_SLOTS:
     {
         peer = std::make_unique<TcpPeer>();
         QVERIFY(peer->listen());
-        link = std::make_unique<TcpClientLink>();
-        gone = std::make_unique<QSignalSpy>(link.get(), &TcpClientLink::disconnected);
+        link = std::make_unique<TcpClientTransport>();
+        gone.clear();
         messages.clear();
         errors.clear();
         received.clear();
-        connect(link.get(), &TcpClientLink::statusMessage, this,
-            [this](const QString& text, int ms) { messages += u"%1|%2"_s.arg(text).arg(ms); });
-        connect(link.get(), &TcpClientLink::errorOccurred, this,
-            [this](const QString& text) { errors += text; });
+        connect(link.get(), &Transport::noticed, this, [this](const Notice& notice) {
+            if (notice.gravity == Notice::Gravity::Error)
+                errors += notice.text;
+            if (notice.shownMs > 0)
+                messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
+        });
+        connect(link.get(), &Transport::closed, this,
+            [this](const CloseReason& reason) { gone += reason; });
     }
 
     void cleanup()
     {
-        gone.reset();
         link.reset();
         peer.reset();
     }
 
     void whatIsSentBeforeTheConnectionLeavesInOneWrite()
     {
-        QVERIFY(!link->send("no socket"_ba));
-        QSignalSpy written(link.get(), &TcpClientLink::bytesWritten);
-        QSignalSpy arrived(link.get(), &TcpClientLink::connected);
-        link->connectTo(u"127.0.0.1"_s, peer->port());
-        QVERIFY(!link->isConnected() && link->hasSocket());
-        QVERIFY(link->send("ab"_ba) && link->send("cd"_ba));
-        QVERIFY(!link->send({}));
-        QCOMPARE(link->pendingWriteBytes(), 4);
+        QSignalSpy left(link.get(), &Transport::left);
+        open();
+        QCOMPARE(link->state(), Transport::State::Opening);
+        QVERIFY(send("ab"_ba) && send("cd"_ba));
+        QVERIFY(!send({}));
+        QCOMPARE(link->pendingBytes(), 4);
         QTRY_COMPARE(peer->received(), "abcd"_ba);
-        QCOMPARE(arrived.size(), 1);
-        QCOMPARE(written.size(), 1);
-        QCOMPARE(written.at(0).at(0).toLongLong(), 4);
-        QVERIFY(link->send("ef"_ba));
-        QTRY_COMPARE(peer->received(), "abcdef"_ba);
-        QCOMPARE(link->pendingWriteBytes(), 0);
+        QTRY_COMPARE(left.size(), 1);
+        QCOMPARE(left.at(0).at(0).toLongLong(), 4);
     }
 
-    void tearingDownDropsWhatWaited()
+    void closingTheAttemptTellsWhatWaited()
     {
-        link->connectTo(u"127.0.0.1"_s, peer->port());
-        QVERIFY(link->send("dropped"_ba));
-        QVERIFY(link->teardown());
-        QVERIFY(!link->teardown());
-        QCOMPARE(link->pendingWriteBytes(), 0);
-        connectLink();
-        QVERIFY(link->send("kept"_ba));
-        QTRY_COMPARE(peer->received(), "kept"_ba);
-        QVERIFY(gone->isEmpty());
-    }
-
-    void outputThatWaitsForAConnectionIsBounded()
-    {
-        link->connectTo(u"127.0.0.1"_s, peer->port());
-        QVERIFY(link->send(QByteArray(TcpClientLink::maxPendingBytes, 'x')));
-        QVERIFY(!link->send("y"_ba));
-        QVERIFY(!link->send("z"_ba));
+        open();
+        QVERIFY(send(QByteArray(TcpClientTransport::kMaxUnsentBytes, 'x')));
+        QCOMPARE(link->write("y"_ba).refusal, WriteResult::Refusal::Full);
+        QVERIFY(!send("z"_ba));
         QCOMPARE(messages.size(), 1);
-        QTRY_COMPARE(peer->received().size(), TcpClientLink::maxPendingBytes);
+        link->close();
+        QCOMPARE(gone.size(), 1);
+        QCOMPARE(gone.at(0).unsentBytes, TcpClientTransport::kMaxUnsentBytes);
+        QCOMPARE(errors.size(), 1);
+        QVERIFY(isClosed() && link->pendingBytes() == 0);
+        connectLink();
+        QVERIFY(send("kept"_ba));
+        QTRY_COMPARE(peer->received(), "kept"_ba);
     }
 
     void aFailedAttemptIsReportedAndFollowedByAnother_data()
@@ -114,17 +118,19 @@ private Q_SLOTS:
     {
         QFETCH(QString, host);
         peer->stopListening();
-        link->connectTo(host, peer->port());
-        QVERIFY(link->send("lost"_ba));
-        QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, lookupMs);
+        open(host);
+        QVERIFY(send("lost"_ba));
+        QTRY_COMPARE_WITH_TIMEOUT(gone.size(), 1, lookupMs);
+        QCOMPARE(gone.at(0).kind, CloseReason::Kind::Failed);
+        QCOMPARE(gone.at(0).unsentBytes, 4);
         QVERIFY(errors.at(0).startsWith("TCP connect FAILED: "_L1));
         QCOMPARE(messages, QStringList{errors.at(0) + u"|5000"_s});
-        QVERIFY(!link->hasSocket());
-        QCOMPARE(link->pendingWriteBytes(), 0);
+        QVERIFY(errors.value(1).contains(u"4 bytes not sent"_s));
+        QVERIFY(isClosed() && link->pendingBytes() == 0);
 
         QVERIFY(peer->listen(peer->port()));
         connectLink();
-        QVERIFY(gone->isEmpty());
+        QCOMPARE(gone.size(), 1);
     }
 
     void aLostConnectionIsDrainedAndReportedOnce_data()
@@ -149,23 +155,23 @@ private Q_SLOTS:
         connectLink();
         if (readerWaits)
             readAtOnce();
-        link->setReadThrottled(throttled);
+        if (throttled)
+            hold = link->holdReading();
         peer->send(data);
         QTRY_COMPARE(peer->unsent(), 0);
         if (reset)
             peer->reset();
         else
             peer->close();
-        QTRY_COMPARE(gone->size(), 1);
+        QTRY_COMPARE(gone.size(), 1);
         QCOMPARE(errors.size(), 1);
         QVERIFY(errors.at(0).startsWith("TCP connect FAILED: "_L1));
-        QVERIFY(!link->hasSocket() && !link->send("x"_ba));
+        QVERIFY(isClosed() && !send("x"_ba));
         QCOMPARE(received.isEmpty(), throttled || !readerWaits);
-        link->setReadThrottled(false);
-        QCOMPARE(link->hasUnread(), throttled || !readerWaits);
-        received += link->readAvailable();
+        hold.release();
+        received += taken();
         QCOMPARE(received, data);
-        QVERIFY(!link->hasUnread());
+        QVERIFY(taken().isEmpty());
     }
 
     // A full, throttled socket hears nothing of its peer until it writes; by then the system still
@@ -174,15 +180,15 @@ private Q_SLOTS:
     {
         const QByteArray data = numberedBytes(60'000);
         connectLink();
-        link->setReadThrottled(true);
+        hold = link->holdReading();
         peer->send(data);
         QTRY_COMPARE(peer->unsent(), 0);
         peer->reset();
         QTRY_VERIFY(!peer->isOpen());
-        link->send("x"_ba);
-        QTRY_COMPARE(gone->size() + errors.size(), 2);
-        link->setReadThrottled(false);
-        QVERIFY(link->readAvailable() == data);
+        send("x"_ba);
+        QTRY_COMPARE(gone.size(), 1);
+        hold.release();
+        QVERIFY(taken() == data);
     }
 
     void theResidueSaysWhatItCouldNotKeep()
@@ -199,16 +205,16 @@ private Q_SLOTS:
     void throttlingHoldsThePeerBackAndLosesNothing()
     {
         const QByteArray data = numberedBytes(20 * 1024 * 1024);
-        link->setReadThrottled(true);
+        hold = link->holdReading();
         connectLink();
         readAtOnce();
         peer->send(data);
         auto* socket = link->findChild<QTcpSocket*>();
-        QTRY_COMPARE(socket->bytesAvailable(), TcpClientLink::throttledReadBufferBytes);
+        QTRY_COMPARE(socket->bytesAvailable(), Transport::kHeldReadBufferBytes);
         QVERIFY(peer->unsent() > 0);
-        QVERIFY(received.isEmpty() && link->hasUnread());
-        link->setReadThrottled(false);
-        received += link->readAvailable();
+        QVERIFY(received.isEmpty());
+        hold.release();
+        received += taken();
         QTRY_COMPARE(received.size(), data.size());
         QVERIFY(received == data);
     }
@@ -216,28 +222,29 @@ private Q_SLOTS:
     void aStaleSocketDoesNotTouchItsSuccessor()
     {
         connectLink();
-        connect(link.get(), &TcpClientLink::errorOccurred, this, [this] {
-            QVERIFY(gone->isEmpty());
-            link->connectTo(u"127.0.0.1"_s, peer->port());
-            QVERIFY(link->send("second"_ba));
+        connect(link.get(), &Transport::noticed, this, [this] {
+            QVERIFY(gone.isEmpty());
+            open();
+            QVERIFY(send("second"_ba));
         });
         peer->close(0);
-        QTRY_COMPARE(gone->size(), 1);
+        QTRY_COMPARE(gone.size(), 1);
         QTRY_COMPARE(peer->received(1), "second"_ba);
-        QVERIFY(link->isConnected());
-        QCOMPARE(gone->size(), 1);
+        QVERIFY(link->isOpen());
+        QCOMPARE(gone.size(), 1);
     }
 
-    void aReaderMayTearDownTheEndingConnection()
+    void aReaderMayCloseTheEndingConnection()
     {
         connectLink();
         peer->send("x"_ba);
         auto* socket = link->findChild<QTcpSocket*>();
         QTRY_COMPARE(socket->bytesAvailable(), 1);
-        connect(link.get(), &TcpClientLink::readyRead, this, [this] { link->teardown(); });
+        connect(link.get(), &Transport::readyRead, this, [this] { link->close(); });
         peer->close();
-        QTRY_VERIFY(!link->hasSocket());
-        QVERIFY(errors.isEmpty() && gone->isEmpty());
+        QTRY_VERIFY(isClosed());
+        QCOMPARE(gone.size(), 1);
+        QVERIFY(errors.isEmpty() && gone.at(0).kind == CloseReason::Kind::ByWill);
     }
 
     void aBridgeTunesTheConnectedSocket()
@@ -250,5 +257,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestTcpClientLink)
-#include "tst_tcpclientlink.moc"
+QTEST_GUILESS_MAIN(TestTcpClientTransport)
+#include "tst_tcpclienttransport.moc"
