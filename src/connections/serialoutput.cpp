@@ -132,7 +132,8 @@ qint64 SerialOutput::clear()
 {
     std::erase_if(m_later, [](const Later& each) { return !each.change; });
     m_laterBytes = 0;
-    if (m_port.isOpen())
+    // A driver that says it has nothing may still be passing bytes on; those are on their way.
+    if (m_port.isOpen() && ahead() > 0)
         m_port.clear(QSerialPort::Output);
     return std::exchange(m_told, 0);
 }

@@ -299,7 +299,7 @@ void SerialTransport::seeToOutput()
         endLinger();
         return;
     }
-    if (!m_output.needsPoll())
+    if (!m_output.needsPoll() && m_phase != Phase::Lingering)
         m_poll.stop();
     else if (!m_poll.isActive())
         m_poll.start();
