@@ -51,7 +51,8 @@ void LingeringSocket::end()
         return;
     m_poll.stop();
     socket->disconnect();
-    socket->readAll();
+    if (socket->isOpen())
+        socket->readAll();
     const QPointer<LingeringSocket> self(this);
     if (const qint64 gone = m_output.takeLeft(*socket); gone > 0)
         Q_EMIT left(gone, m_peer);

@@ -5,6 +5,7 @@
 #include <QNetworkProxy>
 #include <QPointer>
 #include <QTcpSocket>
+#include <QtDebug>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -35,8 +36,10 @@ TcpClientTransport::~TcpClientTransport()
     socket->disconnect(this);
     socket->flush();
     // A stream with its end missing is not to pass for a whole one.
-    if (socket->bytesToWrite() > 0)
+    if (const qint64 unsent = socket->bytesToWrite() + m_pending.size(); unsent > 0) {
+        qWarning() << "The connection to" << name() << "ended with" << unsent << "bytes not sent";
         resetConnection(*socket);
+    }
     giveUp(socket);
 }
 

@@ -41,13 +41,19 @@ void TcpServerTransport::forward()
     const MultiClientServer* server = m_server;
     connect(server, &MultiClientServer::connectionStateChange, this, &Transport::peersChanged);
     connect(server, &MultiClientServer::clientArrived, this, &Transport::peerArrived);
-    connect(server, &MultiClientServer::clientGone, this, &Transport::peerLost);
+    connect(server, &MultiClientServer::clientGone, this, [this](const QString& peer) {
+        if (m_heardKeys.remove(peer))
+            std::erase(m_heard, peer);
+        Q_EMIT peerLost(peer);
+    });
     connect(server, &MultiClientServer::lingered, this, &Transport::lingered);
     connect(server, &MultiClientServer::bytesWrittenTo, this,
         [this](const QString& peer, qint64 bytes) { Q_EMIT left(bytes, peer); });
     connect(server, &MultiClientServer::newMessage, this, [this](const QString& peer) {
-        if (std::ranges::find(m_heard, peer) == m_heard.end())
+        if (!m_heardKeys.contains(peer)) {
+            m_heardKeys.insert(peer);
             m_heard.push_back(peer);
+        }
         Q_EMIT readyRead();
     });
     connect(server, &MultiClientServer::connectionRefused, this,
@@ -151,7 +157,6 @@ void TcpServerTransport::close()
     if (!self)
         return;
     m_closing = false;
-    m_heard.clear();
     tellRefused();
     if (!self)
         return;
@@ -197,6 +202,7 @@ bool TcpServerTransport::takeChunk(Chunk& chunk)
     while (!m_heard.empty()) {
         const QString peer = m_heard.front();
         m_heard.pop_front();
+        m_heardKeys.remove(peer);
         chunk = {m_server->takeMessage(peer), peer, false};
         if (!chunk.bytes.isEmpty())
             return true;
@@ -210,5 +216,4 @@ void TcpServerTransport::discard(Purge which)
         return;
     for (const QString& peer : peers())
         (void)m_server->takeMessage(peer);
-    m_heard.clear();
 }

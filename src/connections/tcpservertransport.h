@@ -4,6 +4,7 @@
 #include "connections/transport.h"
 
 #include <QPointer>
+#include <QSet>
 #include <deque>
 
 // A TCP server for any number of clients, on every address of the machine or on a chosen one. Its
@@ -53,7 +54,9 @@ private:
 
     MultiClientServer* const m_server; // deleted later: it may be in the middle of a signal
     QHostAddress m_address{QHostAddress::Any};
-    std::deque<QString> m_heard; // who may have something to take; each client once
+    // Connected clients that may have something to take, each once, and the same for looking up.
+    std::deque<QString> m_heard;
+    QSet<QString> m_heardKeys;
     qint64 m_unsentAtClose = 0;
     bool m_closing = false;
 };

@@ -75,6 +75,8 @@ void UdpTransport::close()
     const QPointer<UdpTransport> self(this);
     m_closing = true;
     Q_EMIT closing();
+    if (!self)
+        return;
     // A reader takes its share at each announcement; one that takes nothing wants nothing.
     // Nobody can be kept waiting by one who sends without an end.
     m_datagramsLeft = 0;
