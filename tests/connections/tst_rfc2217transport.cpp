@@ -223,6 +223,7 @@ void TestRfc2217Transport::settingsKeepTheirPlaceAmongTheBytes()
     QSignalSpy changed(&bench.link, &Transport::linesChanged);
     while (server.settings.baudRate != 1200)
         QVERIFY(changed.wait(20'000));
+    QCOMPARE(server.bytesAtLastBaud, data.size());
     QVERIFY(server.line == data);
 }
 

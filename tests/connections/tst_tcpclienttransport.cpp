@@ -219,6 +219,22 @@ private Q_SLOTS:
         QVERIFY(received == data);
     }
 
+    void whatTheSystemHasNotSentHasNotLeft()
+    {
+        constexpr qint64 size = 2'000'000;
+        connectLink();
+        qint64 left = 0;
+        connect(link.get(), &Transport::left, this, [&left](qint64 bytes) { left += bytes; });
+        peer->setReading(false);
+        QVERIFY(send(QByteArray(size, 'x')));
+        QTRY_COMPARE(link->findChild<QTcpSocket*>()->bytesToWrite(), 0);
+        QVERIFY(link->pendingBytes() > size / 2);
+        QVERIFY(left < size / 2);
+        peer->setReading(true);
+        QTRY_COMPARE(left, size);
+        QCOMPARE(link->pendingBytes(), 0);
+    }
+
     void aStaleSocketDoesNotTouchItsSuccessor()
     {
         connectLink();

@@ -13,6 +13,7 @@ struct DeviceServer
     QList<Rfc2217ServerSession::ControlAction> actions;
     bool answers = true;
     int baudOfFirstByte = 0;
+    qsizetype bytesAtLastBaud = 0; ///< on the line when the baud rate was last set
     int purged = 0;
 
     DeviceServer()
@@ -25,6 +26,8 @@ struct DeviceServer
                 baudOfFirstByte = settings.baudRate;
             line += outcome.data;
             actions += outcome.controlActions;
+            if (outcome.settingsChanges.contains(QLatin1String("baud_rate")))
+                bytesAtLastBaud = line.size();
             purged = outcome.purge != 0 ? outcome.purge : purged;
             return answers ? outcome.reply : QByteArray();
         });
