@@ -196,15 +196,6 @@ bool ConnectionController::openSerial(
     return open(named, quiet ? Transport::OpenMode::Quiet : Transport::OpenMode::Asked);
 }
 
-void ConnectionController::reconfigureSerial(const Settings& settings)
-{
-    if (serial()) {
-        Settings own = settings;
-        own.connMode = connectionMode::SerialPort;
-        apply(own);
-    }
-}
-
 bool ConnectionController::sendSerial(
     const QByteArray& data, const Settings& settings, const QString& portName)
 {
@@ -230,30 +221,14 @@ bool ConnectionController::setSerialLine(SerialLine line, bool on)
 
 bool ConnectionController::serialLineRequested(SerialLine line) const
 {
-    switch (line) {
-    case SerialLine::Dtr:
-        return m_dtrRequested;
-    case SerialLine::Rts:
-        return m_rtsRequested;
-    case SerialLine::Break:
-        return serial() && serial()->requested(line);
-    }
-    return false;
+    return line == SerialLine::Dtr   ? m_dtrRequested
+           : line == SerialLine::Rts ? m_rtsRequested
+                                     : serial() && serial()->requested(line);
 }
 
 bool ConnectionController::applySerialLine(SerialLine line, bool on, bool report)
 {
     return serial() && serial()->driveLine(line, on, report);
-}
-
-QSerialPort::PinoutSignals ConnectionController::serialPinoutSignals()
-{
-    return serial() ? serial()->pinoutSignals() : QSerialPort::PinoutSignals();
-}
-
-bool ConnectionController::tellsSerialPinout() const
-{
-    return serial() && serial()->sight() == SerialLines::Sight::All;
 }
 
 const QSerialPort* ConnectionController::serialPort() const
@@ -499,23 +474,12 @@ void ConnectionController::closeAll(connectionMode mode, const QString& displayN
 
 ReadHold ConnectionController::holdReading()
 {
-    hold();
-    return ReadHold([self = QPointer<ConnectionController>(this)] {
-        if (self)
-            self->letGo();
-    });
-}
-
-void ConnectionController::hold()
-{
     if (++m_holds == 1 && m_transport)
         m_transportHold = m_transport->holdReading();
-}
-
-void ConnectionController::letGo()
-{
-    if (--m_holds == 0)
-        m_transportHold.release();
+    return ReadHold([self = QPointer<ConnectionController>(this)] {
+        if (self && --self->m_holds == 0)
+            self->m_transportHold.release();
+    });
 }
 
 void ConnectionController::setReadThrottled(connectionMode mode, bool on)

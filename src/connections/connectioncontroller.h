@@ -60,16 +60,11 @@ public:
     // Serial port; see SerialTransport. `displayName` is how messages call the port.
     bool openSerial(
         const Settings& settings, const QString& portName, const QString& displayName, bool quiet);
-    // Changes the line parameters of an open port in place.
-    void reconfigureSerial(const Settings& settings);
     bool sendSerial(const QByteArray& data, const Settings& settings, const QString& portName);
     // Stores a DTR or RTS level for now and every later open; drives it when the port is open.
     bool setSerialLine(SerialLine line, bool on);
     [[nodiscard]] bool serialLineRequested(SerialLine line) const;
     bool applySerialLine(SerialLine line, bool on, bool report);
-    // The modem lines now, from the driver; none when the port is closed.
-    QSerialPort::PinoutSignals serialPinoutSignals();
-    [[nodiscard]] bool tellsSerialPinout() const;
     // For reading its settings; null when the transport is another.
     [[nodiscard]] const QSerialPort* serialPort() const;
     // Whether a device that vanishes is closed and reported by serialPortLost().
@@ -176,8 +171,6 @@ private:
     void wireCounts(const Transport& transport);
     void wireServer(const TcpServerTransport& server);
     void onClosed(const CloseReason& reason);
-    void hold();
-    void letGo();
     [[nodiscard]] bool matches(connectionMode mode) const;
     [[nodiscard]] SerialTransport* serial() const;
     [[nodiscard]] TcpServerTransport* server() const;

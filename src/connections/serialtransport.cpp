@@ -21,15 +21,9 @@ constexpr qsizetype kReadAheadBytes = qsizetype{64} * 1024;
 
 QString lineName(SerialLine line)
 {
-    switch (line) {
-    case SerialLine::Dtr:
-        return u"DTR"_s;
-    case SerialLine::Rts:
-        return u"RTS"_s;
-    case SerialLine::Break:
-        return SerialTransport::tr("Break");
-    }
-    return {};
+    return line == SerialLine::Dtr   ? u"DTR"_s
+           : line == SerialLine::Rts ? u"RTS"_s
+                                     : SerialTransport::tr("Break");
 }
 
 } // namespace
@@ -87,27 +81,31 @@ bool SerialTransport::open(const Settings& settings, OpenMode how)
     }
     m_phase = Phase::Open;
     setErrorText({});
+    setUp(settings.sanitized());
+    return self && state() == State::Open;
+}
+
+// A device may vanish while it is being set up, and whoever hears of a refusal may close it.
+void SerialTransport::setUp(const Settings& settings)
+{
+    const QPointer<SerialTransport> self(this);
+    const auto open = [&] { return self && m_phase == Phase::Open; };
     m_dtrRequested = settings.dtrOn;
     m_rtsRequested = settings.rtsOn;
     m_breakActive = false;
     m_pinoutRefused = false;
     m_port->setReadBufferSize(isReadingHeld() ? kHeldReadBufferBytes : 0);
-    applyLineParameters(settings.sanitized(), SerialParameters::All);
-    // A device that vanishes while it is being set up has been closed and reported by now, and
-    // whoever heard of a refusal may have closed it.
-    if (!self || m_phase != Phase::Open)
-        return false;
-    driveLine(SerialLine::Break, false, false);
-    if (!self || m_phase != Phase::Open)
-        return false;
-    tell(Notice::info(tr("Serial Port %1 OPEN SUCCESS").arg(name()), Notice::kSuccessMs));
-    if (self && m_phase == Phase::Open)
+    applyLineParameters(settings, SerialParameters::All);
+    if (open())
+        driveLine(SerialLine::Break, false, false);
+    if (open())
+        tell(Notice::info(tr("Serial Port %1 OPEN SUCCESS").arg(name()), Notice::kSuccessMs));
+    if (open())
         driveLine(SerialLine::Dtr, m_dtrRequested, true);
-    if (self && m_phase == Phase::Open && !driverOwnsRts())
+    if (open() && !driverOwnsRts())
         driveLine(SerialLine::Rts, m_rtsRequested, true);
-    if (self && m_phase == Phase::Open)
+    if (open())
         Q_EMIT opened();
-    return self && state() == State::Open;
 }
 
 void SerialTransport::apply(const Settings& settings)
@@ -389,15 +387,9 @@ SerialLines::Answer SerialTransport::setLine(SerialLine line, bool on)
 
 bool SerialTransport::requested(SerialLine line) const
 {
-    switch (line) {
-    case SerialLine::Dtr:
-        return m_dtrRequested;
-    case SerialLine::Rts:
-        return m_rtsRequested;
-    case SerialLine::Break:
-        return m_breakActive;
-    }
-    return false;
+    return line == SerialLine::Dtr   ? m_dtrRequested
+           : line == SerialLine::Rts ? m_rtsRequested
+                                     : m_breakActive;
 }
 
 std::optional<bool> SerialTransport::level(SerialLine line) const
@@ -432,7 +424,19 @@ bool SerialTransport::driverOwnsRts() const
 
 ModemLines SerialTransport::inputs()
 {
-    const QSerialPort::PinoutSignals lines = pinoutSignals();
+    if (sight() != Sight::All)
+        return {};
+    const QPointer<SerialTransport> self(this);
+    m_askingPinout = true;
+    const QSerialPort::PinoutSignals lines = m_port->pinoutSignals();
+    if (!self)
+        return {};
+    m_askingPinout = false;
+    if (m_pinoutRefused) {
+        tell(Notice::warning(tr("Serial Port %1 has no control lines that can be read: %2")
+                                 .arg(m_port->portName(), m_lastErrorText),
+            Notice::kHintMs));
+    }
     return {lines.testFlag(QSerialPort::ClearToSendSignal),
         lines.testFlag(QSerialPort::DataSetReadySignal),
         lines.testFlag(QSerialPort::DataCarrierDetectSignal),
@@ -442,24 +446,6 @@ ModemLines SerialTransport::inputs()
 SerialLines::Sight SerialTransport::sight() const
 {
     return state() == State::Open && !m_pinoutRefused ? Sight::All : Sight::None;
-}
-
-QSerialPort::PinoutSignals SerialTransport::pinoutSignals()
-{
-    if (sight() != Sight::All)
-        return QSerialPort::NoSignal;
-    const QPointer<SerialTransport> self(this);
-    m_askingPinout = true;
-    const QSerialPort::PinoutSignals lines = m_port->pinoutSignals();
-    if (!self)
-        return lines;
-    m_askingPinout = false;
-    if (m_pinoutRefused) {
-        tell(Notice::warning(tr("Serial Port %1 has no control lines that can be read: %2")
-                                 .arg(m_port->portName(), m_lastErrorText),
-            Notice::kHintMs));
-    }
-    return lines;
 }
 
 void SerialTransport::keepUnread()

@@ -60,12 +60,11 @@ public:
     Answer setLine(SerialLine line, bool on) override;
     [[nodiscard]] bool requested(SerialLine line) const override;
     [[nodiscard]] std::optional<bool> level(SerialLine line) const override;
+    // A driver that has none (a pseudo-terminal) is asked once after each opening, and a notice
+    // says so.
     [[nodiscard]] ModemLines inputs() override;
     [[nodiscard]] Sight sight() const override;
     bool driveLine(SerialLine line, bool on, bool report);
-    // The modem lines as the driver reports them now; none when closed. A driver that has none (a
-    // pseudo-terminal) is asked once after each opening, and a notice says so.
-    QSerialPort::PinoutSignals pinoutSignals();
 
 Q_SIGNALS:
     // What the port reports, after the loss of a device was dealt with here.
@@ -79,6 +78,7 @@ private:
     enum class Phase { Closed, Open, Ending, Lingering };
 
     void applyLineParameters(const Settings& settings, SerialParameters which);
+    void setUp(const Settings& settings);
     void carryOut(const Settings& settings);
     void failOpening(OpenMode how);
     [[nodiscard]] bool driverOwnsRts() const;

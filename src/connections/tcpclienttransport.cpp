@@ -228,28 +228,33 @@ void TcpClientTransport::tune(QTcpSocket& socket, bool forBridge, bool held)
     socket.setReadBufferSize(held ? kHeldReadBufferBytes : 0);
 }
 
+// The last moment, for those who write and those who read. False when the connection ended in it.
+bool TcpClientTransport::sayGoodbye()
+{
+    if (state() != State::Open)
+        return true;
+    const QPointer<TcpClientTransport> self(this);
+    const QTcpSocket* const socket = m_socket;
+    m_closing = true;
+    Q_EMIT closing();
+    if (self && m_socket == socket && hasUnread()) {
+        m_lastCall = true;
+        Q_EMIT readyRead();
+        if (self)
+            m_lastCall = false;
+    }
+    if (!self)
+        return false;
+    m_closing = false;
+    return m_socket == socket;
+}
+
 void TcpClientTransport::close()
 {
-    if (!m_socket || m_closing)
-        return;
     const QPointer<TcpClientTransport> self(this);
-    QTcpSocket* const socket = m_socket;
-    const auto over = [&] { return !self || m_socket != socket; };
-    if (state() == State::Open) {
-        m_closing = true;
-        Q_EMIT closing();
-        if (!over() && hasUnread()) {
-            m_lastCall = true;
-            Q_EMIT readyRead();
-            if (self)
-                m_lastCall = false;
-        }
-        if (!self)
-            return;
-        m_closing = false;
-    }
-    if (over())
+    if (!m_socket || m_closing || !sayGoodbye())
         return;
+    QTcpSocket* const socket = m_socket;
     CloseReason reason;
     const qint64 gone = m_pending.isEmpty() && m_stood ? m_output.takeLeft(*socket) : 0;
     m_socket = nullptr;

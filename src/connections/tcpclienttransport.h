@@ -64,6 +64,7 @@ private:
     void retire(CloseReason reason);
     qsizetype keepUnread(QTcpSocket* socket);
     void giveUp(QTcpSocket* socket);
+    bool sayGoodbye();
     void linger(QTcpSocket* socket);
     void onLingered(qint64 unsentBytes);
     void seeToOutput();

@@ -20,18 +20,20 @@ QString LocalLineDriver::automaticRtsReason()
     return tr("RTS is driven by RTS/CTS flow control and cannot be set by hand.");
 }
 
+SerialLines* LocalLineDriver::lines() const
+{
+    Transport* transport = m_controller.transport();
+    return transport ? transport->serialLines() : nullptr;
+}
+
 ModemLines LocalLineDriver::inputs()
 {
-    const QSerialPort::PinoutSignals lines = m_controller.serialPinoutSignals();
-    return {lines.testFlag(QSerialPort::ClearToSendSignal),
-        lines.testFlag(QSerialPort::DataSetReadySignal),
-        lines.testFlag(QSerialPort::DataCarrierDetectSignal),
-        lines.testFlag(QSerialPort::RingIndicatorSignal)};
+    return lines() ? lines()->inputs() : ModemLines();
 }
 
 LineDriver::Sight LocalLineDriver::sight() const
 {
-    return m_controller.tellsSerialPinout() ? Sight::All : Sight::None;
+    return lines() ? lines()->sight() : Sight::None;
 }
 
 LineDriver::Level LocalLineDriver::output(SerialLine line, const Settings& settings) const

@@ -25,5 +25,7 @@ public:
     Answer setBreak(bool on) override;
 
 private:
+    [[nodiscard]] SerialLines* lines() const;
+
     ConnectionController& m_controller;
 };
