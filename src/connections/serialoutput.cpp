@@ -103,7 +103,7 @@ std::optional<Settings> SerialOutput::nextChange(qint64* overdueBytes)
     if (!overdue && !isQuiet())
         return {};
     *overdueBytes = ahead();
-    const std::optional<Settings> change = m_later.front().change;
+    std::optional<Settings> change = std::move(m_later.front().change);
     m_later.pop_front();
     --m_changes;
     m_waiting.start();
