@@ -22,32 +22,12 @@
     </message>
 </context>
 <context>
-    <name>SerialLink</name>
+    <name>SerialTransport</name>
     <message numerus="yes">
         <source>Serial Port %1 was closed with %n byte(s) not sent.</source>
         <translation>
             <numerusform>Serial Port %1 was closed with %n byte not sent.</numerusform>
             <numerusform>Serial Port %1 was closed with %n bytes not sent.</numerusform>
-        </translation>
-    </message>
-</context>
-<context>
-    <name>TcpClientLink</name>
-    <message numerus="yes">
-        <source>The TCP connection ended with %n byte(s) not sent.</source>
-        <translation>
-            <numerusform>The TCP connection ended with %n byte not sent.</numerusform>
-            <numerusform>The TCP connection ended with %n bytes not sent.</numerusform>
-        </translation>
-    </message>
-</context>
-<context>
-    <name>UdpLink</name>
-    <message numerus="yes">
-        <source>%n byte(s) were not sent: no address was found for them</source>
-        <translation>
-            <numerusform>%n byte was not sent: no address was found for it</numerusform>
-            <numerusform>%n bytes were not sent: no address was found for them</numerusform>
         </translation>
     </message>
 </context>

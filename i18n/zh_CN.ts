@@ -211,36 +211,16 @@ Functions: %1</source>
 <context>
     <name>ConnectionController</name>
     <message>
-        <source>TCP listen on port %1 FAILED: %2</source>
-        <translation>TCP 监听端口 %1 失败：%2</translation>
-    </message>
-    <message>
-        <source>Refused %1: %2</source>
-        <translation>已拒绝 %1：%2</translation>
-    </message>
-    <message>
-        <source>Disconnected %1: it does not read, %2 bytes did not reach it</source>
-        <translation>已断开 %1：它不读取数据，有 %2 字节未送达</translation>
-    </message>
-    <message>
-        <source>%1 left: %2 bytes did not reach it</source>
-        <translation>%1 已离开：有 %2 字节未送达</translation>
-    </message>
-    <message>
-        <source>%1 left: %2 bytes that it had sent were dropped, nobody read them</source>
-        <translation>%1 已离开：它发来的 %2 字节因无人读取而被丢弃</translation>
-    </message>
-    <message>
-        <source>TCP port %1 can take no further client for now: %2</source>
-        <translation>TCP 端口 %1 暂时无法接受更多客户端：%2</translation>
-    </message>
-    <message>
         <source>No TCP client is connected: nothing was sent</source>
         <translation>没有已连接的 TCP 客户端：未发送任何数据</translation>
     </message>
     <message>
         <source>The chosen TCP client is gone: nothing was sent. Choose whom to send to</source>
         <translation>所选的 TCP 客户端已离开：未发送任何数据。请重新选择发送对象</translation>
+    </message>
+    <message>
+        <source>Open the serial port before sending Break</source>
+        <translation>发送 Break 前请先打开串口</translation>
     </message>
 </context>
 <context>
@@ -860,6 +840,10 @@ Functions: %1</source>
     <message>
         <source>Several TCP clients are connected: nothing was sent. Choose whom to send to</source>
         <translation>已连接多个 TCP 客户端：未发送任何数据。请选择发送对象</translation>
+    </message>
+    <message>
+        <source>The chosen TCP client is gone: nothing was sent. Choose whom to send to</source>
+        <translation>所选的 TCP 客户端已离开：未发送任何数据。请重新选择发送对象</translation>
     </message>
 </context>
 <context>
@@ -2386,17 +2370,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     </message>
 </context>
 <context>
-    <name>RemoteSerialLink</name>
-    <message>
-        <source>Too much to send before the remote port has answered; the rest is refused</source>
-        <translation>远程端口应答之前待发送的数据过多；其余数据已被拒绝</translation>
-    </message>
-    <message>
-        <source>%1 bytes were not sent: the connection ended before the remote port answered</source>
-        <translation>%1 字节未发送：连接在远程端口应答之前已结束</translation>
-    </message>
-</context>
-<context>
     <name>Rfc2217ClientSession</name>
     <message>
         <source>The remote port accepted serial parameter control.</source>
@@ -2433,6 +2406,29 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Remote flow control</source>
         <translation>远程流控</translation>
+    </message>
+</context>
+<context>
+    <name>Rfc2217Transport</name>
+    <message>
+        <source>The connection to %1 ended with %2 bytes not sent.</source>
+        <translation>与 %1 的连接已结束，有 %2 字节未发送。</translation>
+    </message>
+    <message>
+        <source>%1 bytes were not sent: the connection ended before the remote port answered</source>
+        <translation>%1 字节未发送：连接在远程端口应答之前已结束</translation>
+    </message>
+    <message>
+        <source>There is nothing to send.</source>
+        <translation>没有要发送的内容。</translation>
+    </message>
+    <message>
+        <source>There is no connection to the remote port.</source>
+        <translation>没有到远程端口的连接。</translation>
+    </message>
+    <message>
+        <source>%1: the remote port does not read; it was not asked for the change</source>
+        <translation>%1：远程端口没有读取，未向其请求更改</translation>
     </message>
 </context>
 <context>
@@ -2684,87 +2680,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     </message>
 </context>
 <context>
-    <name>SerialLink</name>
-    <message>
-        <source>Break</source>
-        <translation>Break</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 OPEN SUCCESS</source>
-        <translation>串口 %1 打开成功</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 did not accept %2: %3</source>
-        <translation>串口 %1 不接受%2：%3</translation>
-    </message>
-    <message>
-        <source>the baud rate</source>
-        <translation>波特率</translation>
-    </message>
-    <message>
-        <source>the data bits</source>
-        <translation>数据位</translation>
-    </message>
-    <message>
-        <source>the parity</source>
-        <translation>校验位</translation>
-    </message>
-    <message>
-        <source>the stop bits</source>
-        <translation>停止位</translation>
-    </message>
-    <message>
-        <source>the flow control</source>
-        <translation>流控</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 OPEN FAILED! ERROR: </source>
-        <translation>串口 %1 打开失败！错误： </translation>
-    </message>
-    <message>
-        <source>Serial Port %1 CLOSE FAILED</source>
-        <translation>串口 %1 关闭失败</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 CLOSE SUCCESS</source>
-        <translation>串口 %1 关闭成功</translation>
-    </message>
-    <message>
-        <source>Open the serial port before sending Break</source>
-        <translation>发送 Break 前请先打开串口</translation>
-    </message>
-    <message>
-        <source>RTS is managed automatically by RTS/CTS flow control</source>
-        <translation>RTS 由 RTS/CTS 流控自动管理</translation>
-    </message>
-    <message>
-        <source>Failed to set %1: %2</source>
-        <translation>设置 %1 失败：%2</translation>
-    </message>
-    <message>
-        <source>Serial Port %1: %2 received bytes were dropped because nobody read them</source>
-        <translation>串口 %1：%2 个接收字节因无人读取而被丢弃</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 DISCONNECTED</source>
-        <translation>串口 %1 已断开</translation>
-    </message>
-    <message numerus="yes">
-        <source>Serial Port %1 was closed with %n byte(s) not sent.</source>
-        <translation>
-            <numerusform>串口 %1 已关闭，有 %n 字节未发送。</numerusform>
-        </translation>
-    </message>
-    <message>
-        <source>Serial Port %1 has no control lines that can be read: %2</source>
-        <translation>串口 %1 没有可读取的控制线：%2</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 is too slow: %2 wait to be sent, and the rest is refused</source>
-        <translation>串口 %1 太慢：%2 等待发送，其余被拒绝</translation>
-    </message>
-</context>
-<context>
     <name>SerialOpenAdvice</name>
     <message>
         <source>You are not permitted to use %1. Ask whoever administers this computer for read and write access to it.</source>
@@ -2820,6 +2735,91 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>File saved</source>
         <translation>文件已保存</translation>
+    </message>
+</context>
+<context>
+    <name>SerialTransport</name>
+    <message>
+        <source>the baud rate</source>
+        <translation>波特率</translation>
+    </message>
+    <message>
+        <source>the data bits</source>
+        <translation>数据位</translation>
+    </message>
+    <message>
+        <source>the parity</source>
+        <translation>校验位</translation>
+    </message>
+    <message>
+        <source>the stop bits</source>
+        <translation>停止位</translation>
+    </message>
+    <message>
+        <source>the flow control</source>
+        <translation>流控</translation>
+    </message>
+    <message>
+        <source>Break</source>
+        <translation>Break</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 OPEN SUCCESS</source>
+        <translation>串口 %1 打开成功</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 did not accept %2</source>
+        <translation>串口 %1 不接受%2</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 OPEN FAILED! ERROR: </source>
+        <translation>串口 %1 打开失败！错误： </translation>
+    </message>
+    <message>
+        <source>Serial Port %1 CLOSE SUCCESS</source>
+        <translation>串口 %1 关闭成功</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 CLOSE FAILED</source>
+        <translation>串口 %1 关闭失败</translation>
+    </message>
+    <message numerus="yes">
+        <source>Serial Port %1 was closed with %n byte(s) not sent.</source>
+        <translation>
+            <numerusform>串口 %1 已关闭，有 %n 字节未发送。</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>There is nothing to send.</source>
+        <translation>没有要发送的内容。</translation>
+    </message>
+    <message>
+        <source>The serial port is not open.</source>
+        <translation>串口未打开。</translation>
+    </message>
+    <message>
+        <source>Serial Port %1: the line changed with %2 bytes not sent yet</source>
+        <translation>串口 %1：更改线路参数时仍有 %2 字节未发送</translation>
+    </message>
+    <message>
+        <source>RTS is managed automatically by RTS/CTS flow control</source>
+        <translation>RTS 由 RTS/CTS 流控自动管理</translation>
+    </message>
+    <message>
+        <source>Failed to set %1: %2</source>
+        <translation>设置 %1 失败：%2</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 has no control lines that can be read: %2</source>
+        <translation>串口 %1 没有可读取的控制线：%2</translation>
+    </message>
+    <message>
+        <source>Serial Port %1: %2 received bytes were dropped because nobody read them</source>
+        <translation>串口 %1：%2 个接收字节因无人读取而被丢弃</translation>
+    </message>
+    <message>
+        <source>Serial Port %1 DISCONNECTED</source>
+        <translation>串口 %1 已断开</translation>
     </message>
 </context>
 <context>
@@ -2982,10 +2982,18 @@ Do you want to replace it?</source>
     </message>
 </context>
 <context>
-    <name>TcpClientLink</name>
+    <name>TcpClientTransport</name>
     <message>
-        <source>Too much to send before the TCP connection stands; the rest is refused</source>
-        <translation>TCP 连接建立前待发送的数据过多，其余数据被拒绝</translation>
+        <source>There is nothing to send.</source>
+        <translation>没有要发送的内容。</translation>
+    </message>
+    <message>
+        <source>There is no TCP connection.</source>
+        <translation>没有 TCP 连接。</translation>
+    </message>
+    <message>
+        <source>The connection to %1 ended with %2 bytes not sent.</source>
+        <translation>与 %1 的连接已结束，有 %2 字节未发送。</translation>
     </message>
     <message>
         <source>TCP connect FAILED: %1</source>
@@ -2995,15 +3003,56 @@ Do you want to replace it?</source>
         <source>%1 bytes that the TCP peer had sent were dropped: nobody read them</source>
         <translation>TCP 对端发来的 %1 字节因无人读取而被丢弃</translation>
     </message>
-    <message numerus="yes">
-        <source>The TCP connection ended with %n byte(s) not sent.</source>
-        <translation>
-            <numerusform>TCP 连接结束，有 %n 字节未发送。</numerusform>
-        </translation>
+</context>
+<context>
+    <name>TcpServerTransport</name>
+    <message>
+        <source>Refused %1: %2</source>
+        <translation>已拒绝 %1：%2</translation>
     </message>
     <message>
-        <source>The TCP peer does not read: %1 wait for it, and the rest is refused</source>
-        <translation>TCP 对端没有读取：%1 正在等待，其余被拒绝</translation>
+        <source>Disconnected %1: it does not read, %2 bytes did not reach it</source>
+        <translation>已断开 %1：它不读取数据，有 %2 字节未送达</translation>
+    </message>
+    <message>
+        <source>TCP port %1 can take no further client for now: %2</source>
+        <translation>TCP 端口 %1 暂时无法接受更多客户端：%2</translation>
+    </message>
+    <message>
+        <source>%1 left: %2 bytes did not reach it</source>
+        <translation>%1 已离开：有 %2 字节未送达</translation>
+    </message>
+    <message>
+        <source>%1 left: %2 bytes that it had sent were dropped, nobody read them</source>
+        <translation>%1 已离开：它发来的 %2 字节因无人读取而被丢弃</translation>
+    </message>
+    <message>
+        <source>TCP port %1</source>
+        <translation>TCP 端口 %1</translation>
+    </message>
+    <message>
+        <source>TCP listen on port %1 FAILED: %2</source>
+        <translation>TCP 监听端口 %1 失败：%2</translation>
+    </message>
+    <message>
+        <source>There is nothing to send.</source>
+        <translation>没有要发送的内容。</translation>
+    </message>
+    <message>
+        <source>The TCP server does not listen.</source>
+        <translation>TCP 服务器未在监听。</translation>
+    </message>
+    <message>
+        <source>%1 does not read: nothing was sent</source>
+        <translation>%1 没有读取：未发送任何内容</translation>
+    </message>
+    <message>
+        <source>No TCP client is connected: nothing was sent</source>
+        <translation>没有已连接的 TCP 客户端：未发送任何数据</translation>
+    </message>
+    <message>
+        <source>%1 is not connected: nothing was sent</source>
+        <translation>%1 未连接：未发送任何内容</translation>
     </message>
 </context>
 <context>
@@ -3036,32 +3085,53 @@ Do you want to replace it?</source>
     </message>
 </context>
 <context>
-    <name>UdpLink</name>
+    <name>Transport</name>
+    <message>
+        <source>%1: %2 bytes were not taken for sending, too much waits already</source>
+        <translation>%1：%2 字节未被接受发送，等待发送的数据已过多</translation>
+    </message>
+    <message>
+        <source>%1: %2 bytes in all were not taken for sending</source>
+        <translation>%1：共有 %2 字节未被接受发送</translation>
+    </message>
+</context>
+<context>
+    <name>UdpTransport</name>
+    <message>
+        <source>UDP port %1</source>
+        <translation>UDP 端口 %1</translation>
+    </message>
     <message>
         <source>UDP bind to port %1 FAILED: %2</source>
         <translation>UDP 绑定端口 %1 失败：%2</translation>
+    </message>
+    <message>
+        <source>%1 was closed with %2 bytes not sent: the address of their host was still being looked up.</source>
+        <translation>%1 关闭时有 %2 字节未发送：仍在查找其主机地址。</translation>
+    </message>
+    <message>
+        <source>More than %1 UDP peers: new ones are received but not listed</source>
+        <translation>UDP 对端超过 %1 个：新对端的数据仍会接收，但不再列出</translation>
+    </message>
+    <message>
+        <source>There is nothing to send.</source>
+        <translation>没有要发送的内容。</translation>
+    </message>
+    <message>
+        <source>The UDP port is not open.</source>
+        <translation>UDP 端口未打开。</translation>
     </message>
     <message>
         <source>No UDP peer to reply to yet</source>
         <translation>尚无可回复的 UDP 对端</translation>
     </message>
     <message>
-        <source>More than %1 UDP peers: new ones are received but not listed</source>
-        <translation>UDP 对端超过 %1 个：新对端的数据仍会接收，但不再列出</translation>
-    </message>
-    <message numerus="yes">
-        <source>%n byte(s) were not sent: no address was found for them</source>
-        <translation>
-            <numerusform>%n 字节未发送：未找到其地址</numerusform>
-        </translation>
-    </message>
-    <message>
-        <source>Too much to send while the address of &quot;%1&quot; is looked up</source>
-        <translation>解析“%1”的地址期间待发送的数据过多</translation>
-    </message>
-    <message>
         <source>UDP host &quot;%1&quot; was not found: %2</source>
         <translation>未找到 UDP 主机“%1”：%2</translation>
+    </message>
+    <message>
+        <source>%1 bytes were not sent.</source>
+        <translation>%1 字节未发送。</translation>
     </message>
     <message>
         <source>UDP send to %1 FAILED: %2</source>

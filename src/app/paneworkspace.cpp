@@ -2,8 +2,8 @@
 
 #include "app/paneset.h"
 #include "app/portgrid.h"
-#include "connections/seriallink.h"
 #include "connections/serialportcatalog.h"
+#include "connections/serialtransport.h"
 #include "terminal/pane/serialportwidget.h"
 
 #include <QAction>
@@ -226,7 +226,7 @@ bool PaneWorkspace::open(SerialPortWidget& pane, const QString& portName, bool q
     qWarning().noquote() << text;
     // What is told says already what the full message begins with.
     QString reason = pane.lastError();
-    const QString beginning = SerialLink::openFailureText(pane.settings().portName);
+    const QString beginning = SerialTransport::openFailureText(pane.settings().portName);
     if (reason.startsWith(beginning))
         reason.remove(0, beginning.size());
     if (&pane == &m_panes.first())

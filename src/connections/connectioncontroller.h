@@ -1,17 +1,33 @@
 #pragma once
 
-#include "connections/multiclientserver.h"
-#include "connections/seriallink.h"
-#include "connections/tcpclientlink.h"
-#include "connections/udplink.h"
+#include "connections/fanoutmode.h"
+#include "connections/seriallines.h"
+#include "connections/transport.h"
+#include "connections/udppeertable.h"
 
-// The transport of one pane. Hides from the pane which of them carries its bytes: every operation
-// that several share takes the connection mode of the pane's settings.
+#include <QSerialPort>
+#include <vector>
+
+class QTcpSocket;
+class SerialTransport;
+class TcpServerTransport;
+class UdpTransport;
+
+// A received datagram and the key of its sender.
+struct UdpDatagram
+{
+    QString peerKey;
+    QByteArray payload;
+};
+
+// The transport of one pane, by the names under which the parts of the program know it.
 //
-// A façade: each kind of transport is a link class of its own, and the controller owns one of each
-// and forwards. It never decides when to connect; the pane does, and hears back through signals.
-// A mode that no link carries is closed: it does not open, reads nothing and sends nothing.
-// Bounds are the links' own. Owned by the pane; everything runs on its thread.
+// It holds the one transport of the mode that was opened last and forwards; opening another mode
+// closes the former one first, which may go on sending its last bytes (Transport::isLingering). It
+// keeps what belongs to the pane rather than to one connection: requested levels of DTR and RTS,
+// holds on reading, rules of the TCP server. It never decides when to connect; the pane does, and
+// hears back through signals. A mode that nothing carries is closed: it does not open, reads
+// nothing and sends nothing. Bounds are the transports'. Owned by the pane.
 class ConnectionController final : public QObject
 {
     Q_OBJECT
@@ -22,41 +38,50 @@ public:
     using UdpPeer = UdpPeerTable::Peer;
     using UdpDatagram = ::UdpDatagram;
 
+    // Former transports whose last bytes are leaving; one more ends the first.
+    static constexpr std::size_t kMaxFormer = 4;
+
     explicit ConnectionController(QObject* parent = nullptr);
     ~ConnectionController() override;
 
-    // Whether this program can open a connection of the mode. The bytes of RFC 2217 pass through
-    // the TCP client as they are; the pane speaks the protocol.
-    [[nodiscard]] static bool carries(connectionMode mode);
+    // Whether this program can open a connection of the mode.
+    [[nodiscard]] static bool carries(connectionMode mode) { return isCarried(mode); }
 
-    // Serial port; see SerialLink. `displayName` is how messages call the port.
+    // Opens what the settings name; see Transport::open. The levels of DTR and RTS are those that
+    // were requested here.
+    bool open(const Settings& settings, Transport::OpenMode how);
+    // Of an open connection of the settings' mode: see Transport::apply.
+    void apply(const Settings& settings);
+    // The present one; null before the first was opened. transportChanged() tells of another.
+    [[nodiscard]] Transport* transport() const { return m_transport.get(); }
+    // Also over a change of the transport.
+    [[nodiscard]] ReadHold holdReading();
+
+    // Serial port; see SerialTransport. `displayName` is how messages call the port.
     bool openSerial(
         const Settings& settings, const QString& portName, const QString& displayName, bool quiet);
-    // Changes the line parameters of an open port in place.
-    void reconfigureSerial(const Settings& settings);
     bool sendSerial(const QByteArray& data, const Settings& settings, const QString& portName);
     // Stores a DTR or RTS level for now and every later open; drives it when the port is open.
     bool setSerialLine(SerialLine line, bool on);
     [[nodiscard]] bool serialLineRequested(SerialLine line) const;
     bool applySerialLine(SerialLine line, bool on, bool report);
-    // The modem lines now, from the driver; none when the port is closed.
-    QSerialPort::PinoutSignals serialPinoutSignals();
-    [[nodiscard]] bool tellsSerialPinout() const { return m_serial.tellsPinout(); }
-    // For reading its settings and watching its errors; lives as long as the controller.
-    [[nodiscard]] const QSerialPort* serialPort() const { return &m_serial.port(); }
+    // For reading its settings; null when the transport is another.
+    [[nodiscard]] const QSerialPort* serialPort() const;
+    // Whether a device that vanishes is closed and reported by serialPortLost().
     void setAutoReconnect(bool on);
-    [[nodiscard]] bool autoReconnect() const { return m_serial.autoReconnect(); }
+    [[nodiscard]] bool autoReconnect() const { return m_autoReconnect; }
 
-    // TCP client, also below RFC 2217; see TcpClientLink.
+    // TCP client; see TcpClientTransport. Sending and what follows serve RFC 2217 as well, with
+    // payload.
     void connectTcpClient(const QString& host, quint16 port);
     bool sendTcpClient(const QByteArray& data);
     void onTcpClientConnected();
     // Discards the socket without a signal.
     void teardownTcpClient();
     // Whether an attempt or a connection exists.
-    [[nodiscard]] bool hasTcpClient() const { return m_tcpClient.hasSocket(); }
+    [[nodiscard]] bool hasTcpClient() const;
 
-    // TCP server; see MultiClientServer. Listening anew, also on the same port, closes every
+    // TCP server; see TcpServerTransport. Listening anew, also on the same port, closes every
     // client first. Port 0 lets the system choose; a failure is reported by errorOccurred.
     void listenTcpServer(quint16 port, const QHostAddress& address);
     // To every client: the size of the data when at least one took it, otherwise 0.
@@ -78,7 +103,7 @@ public:
     [[nodiscard]] quint16 tcpServerPort() const;
     [[nodiscard]] QStringList tcpServerClients() const;
 
-    // UDP; see UdpLink.
+    // UDP; see UdpTransport.
     void bindUdp(quint16 port);
     QList<UdpDatagram> readUdpDatagrams();
     bool sendUdp(const QByteArray& data, const QString& host, quint16 port);
@@ -87,11 +112,11 @@ public:
     bool sendUdpToLastSender(const QByteArray& data);
     qint64 broadcastUdp(const QByteArray& data);
     [[nodiscard]] QByteArray udpMessageFor(int row) const;
-    [[nodiscard]] const QList<UdpPeer>& udpPeers() const { return m_udp.peerTable().peers(); }
+    [[nodiscard]] QList<UdpPeer> udpPeers() const;
     void clearUdpPeers();
     [[nodiscard]] static QString udpPeerKey(const QHostAddress& address, quint16 port);
     // The port that the UDP socket is bound to; 0 when it is not.
-    [[nodiscard]] quint16 udpLocalPort() const { return m_udp.localPort(); }
+    [[nodiscard]] quint16 udpLocalPort() const;
 
     // All transports. A TCP client is open once connected; while it is connecting, it is not.
     [[nodiscard]] bool isOpen(connectionMode mode) const;
@@ -99,16 +124,14 @@ public:
     // with readUdpDatagrams(), a server with serverMessageFor(). Also hands out what a lost
     // connection left behind.
     QByteArray readAvailable(connectionMode mode);
-    // Bytes accepted for sending that have not left: what waits here and, of a serial port, in its
-    // driver. Of a server, what waits for that client; without a key, for the one that is ahead of
-    // all: who paces what everybody gets must not wait for one that does not read.
-    [[nodiscard]] qint64 pendingWriteBytes(connectionMode mode, const QString& peerKey = {}) const;
+    // Bytes accepted for sending that have not left; see Transport::pendingBytes.
+    [[nodiscard]] qint64 pendingWriteBytes(connectionMode mode) const;
     void closeAll(connectionMode mode, const QString& displayName);
 
     // Back-pressure: while on, the device or socket buffers 4096 bytes and the rest waits at the
     // sender. Switched off with bytes waiting, readyRead() follows at once.
     void setReadThrottled(connectionMode mode, bool on);
-    [[nodiscard]] bool isReadThrottled() const { return m_readThrottled; }
+    [[nodiscard]] bool isReadThrottled() const { return m_holds > 0; }
     void setBridgeSocketTuning(bool on);
     void tuneTcpSocket(QTcpSocket* socket) const;
 
@@ -117,6 +140,8 @@ Q_SIGNALS:
     void errorOccurred(const QString& text);
     void readyRead();
     void serialPortLost();
+    // What an open serial port reports, after a loss was dealt with.
+    void serialErrorOccurred(QSerialPort::SerialPortError error);
     void tcpClientDisconnected();
     // A client of the TCP server came, or (empty key) the TCP client connected.
     void peerArrived(const QString& peerKey);
@@ -127,28 +152,46 @@ Q_SIGNALS:
     void serverMessage(const QString& peerKey);
     void udpReadyRead();
     void udpPeersChanged();
+    // What is known of the port behind an RFC 2217 server, one value a line; empty when nothing is.
+    void remoteSummaryChanged(const QString& summary);
+    // So many bytes have left this machine.
     void bytesWritten(qint64 bytes);
-    // So many bytes that had been taken for sending did not leave, because the connection ended.
-    void bytesUnsent(qint64 bytes);
-    // What waited for the address of its host: all of it left, or it never will.
-    void udpWaitingLeft();
-    void udpWaitingLost();
-    // The same as bytesWritten(), of TCP server and UDP, with the peer they are for.
+    // The same, of TCP server and UDP, with the peer they are for.
     void bytesWrittenTo(const QString& peerKey, qint64 bytes);
+    // So many bytes were taken for sending and will never leave.
+    void bytesDiscarded(const QString& peerKey, qint64 bytes);
+    // The life of the connection, as its transport tells it; closing() is the last moment in which
+    // it can be written to.
+    void opened();
+    void closing();
+    void closed(const CloseReason& reason);
+    // What statusMessage() and errorOccurred() say, whole.
+    void noticed(const Notice& notice);
+    void transportChanged();
 
 private:
-    void createServer();
-    void tellServerFailures();
-    void fail(const QString& text);
-    template<typename Link>
-    void forwardCommonSignals(Link& link);
+    Transport* prepare(connectionMode mode);
+    void retire(std::unique_ptr<Transport> former);
+    void wire(Transport& transport);
+    void wireCounts(const Transport& transport);
+    void tell(const Notice& notice);
+    void wireServer(const TcpServerTransport& server);
+    void onClosed(const CloseReason& reason);
+    [[nodiscard]] bool matches(connectionMode mode) const;
+    [[nodiscard]] SerialTransport* serial() const;
+    [[nodiscard]] TcpServerTransport* server() const;
+    [[nodiscard]] UdpTransport* udp() const;
 
-    SerialLink m_serial;
-    TcpClientLink m_tcpClient;
-    UdpLink m_udp;
-    std::unique_ptr<MultiClientServer> m_server; // made when it first listens
+    std::unique_ptr<Transport> m_transport;
+    std::vector<std::unique_ptr<Transport>> m_former; // at most kMaxFormer
+    int m_holds = 0;
+    ReadHold m_transportHold; // while m_holds is not 0 and there is a transport
+    ReadHold m_throttle;      // setReadThrottled's
+    QString m_summary;
     FanoutMode m_fanout = FanoutMode::Shared;
     QList<QString> m_allowedPeers;
-    bool m_readThrottled = false;
+    bool m_dtrRequested = true;
+    bool m_rtsRequested = true;
+    bool m_autoReconnect = false;
     bool m_bridgeTuning = false;
 };

@@ -1,5 +1,6 @@
 #include "connections/multiclientserver.h"
 
+#include "connections/lingeringsocket.h"
 #include "connections/peerkey.h"
 #include "connections/serverclient.h"
 #include "connections/tcpkeepalive.h"
@@ -13,6 +14,7 @@
 MultiClientServer::MultiClientServer(QObject* parent)
     : QTcpServer(parent)
     , m_acceptRetry(this)
+    , m_poll(this)
 {
     setListenBacklogSize(listenBacklog);
     // A port of this machine; asking the system for its proxies may also take seconds.
@@ -20,6 +22,8 @@ MultiClientServer::MultiClientServer(QObject* parent)
     m_acceptRetry.setSingleShot(true);
     m_acceptRetry.setInterval(acceptRetryMs);
     connect(&m_acceptRetry, &QTimer::timeout, this, &MultiClientServer::regulateAccepting);
+    m_poll.setInterval(SocketOutput::kPollMs);
+    connect(&m_poll, &QTimer::timeout, this, &MultiClientServer::pollOutput);
     // Queued, so that a turn of the event loop accepts no more than the limit of pending
     // connections, however fast they come.
     connect(this, &QTcpServer::newConnection, this, &MultiClientServer::handleNewConnection,
@@ -35,23 +39,72 @@ MultiClientServer::~MultiClientServer()
 
 bool MultiClientServer::start(quint16 port, const QHostAddress& address)
 {
+    const QPointer<MultiClientServer> self(this);
     stop();
+    for (const auto& socket : std::exchange(m_lingering, {})) {
+        socket->end();
+        if (!self)
+            return false;
+    }
     m_acceptFailureTold = false;
     return listen(address, port);
 }
 
 void MultiClientServer::stop()
 {
+    const QPointer<MultiClientServer> self(this);
     m_acceptRetry.stop();
     close();
     for (const QString& key : clientKeys()) {
-        if (ServerClient* client = find(key); client && client->socket())
+        if (ServerClient* client = find(key); client && client->isConnected())
             client->socket()->flush();
+        seeToOutput(key);
+        if (!self)
+            return;
         // The flush may have met the end of the connection.
-        if (ServerClient* client = find(key))
+        ServerClient* client = find(key);
+        if (client && client->isConnected() && !allAcknowledged(*client->socket()))
+            letLinger(*client);
+        else if (client)
             retire(*client);
         handOver(key);
+        if (!self)
+            return;
     }
+}
+
+void MultiClientServer::letLinger(ServerClient& client)
+{
+    SocketOutput output;
+    QTcpSocket* socket =
+        client.part(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0), output);
+    auto lingering = std::make_unique<LingeringSocket>(socket, output, client.key(), stopLingerMs);
+    LingeringSocket* each = lingering.get();
+    connect(each, &LingeringSocket::left, this, [this](qint64 bytes, const QString& key) {
+        const QPointer<MultiClientServer> self(this);
+        Q_EMIT bytesWritten(bytes);
+        if (self)
+            Q_EMIT bytesWrittenTo(key, bytes);
+    });
+    connect(each, &LingeringSocket::ended, this,
+        [this, each](qint64 unsent, const QString& key) { onLingered(each, key, unsent); });
+    m_lingering.push_back(std::move(lingering));
+}
+
+void MultiClientServer::onLingered(LingeringSocket* socket, const QString& key, qint64 unsentBytes)
+{
+    const auto found = std::find_if(m_lingering.begin(), m_lingering.end(),
+        [socket](const auto& each) { return each.get() == socket; });
+    if (found != m_lingering.end()) {
+        // It is in the middle of its last signal.
+        found->release()->deleteLater();
+        m_lingering.erase(found);
+    }
+    const QPointer<MultiClientServer> self(this);
+    if (unsentBytes > 0)
+        Q_EMIT bytesLost(key, 0, unsentBytes);
+    if (self && m_lingering.empty())
+        Q_EMIT lingered();
 }
 
 void MultiClientServer::setAllowedPeers(const QList<QString>& entries)
@@ -179,12 +232,11 @@ void MultiClientServer::wire(QTcpSocket* socket)
 {
     const QString key = peerKeyFor(socket);
     connect(socket, &QTcpSocket::readyRead, this, [this, key] { drainClient(key); });
-    connect(socket, &QTcpSocket::bytesWritten, this, [this, key](qint64 bytes) {
-        Q_EMIT bytesWritten(bytes);
-        Q_EMIT bytesWrittenTo(key, bytes);
-    });
+    connect(socket, &QTcpSocket::bytesWritten, this, [this, key] { seeToOutput(key); });
     connect(socket, &QTcpSocket::errorOccurred, this, [this, key] {
-        if (ServerClient* client = find(key))
+        const QPointer<MultiClientServer> self(this);
+        seeToOutput(key);
+        if (ServerClient* client = self ? find(key) : nullptr)
             client->salvage();
     });
     connect(socket, &QTcpSocket::disconnected, this, [this, key] { clientDisconnected(key); });
@@ -243,10 +295,13 @@ void MultiClientServer::handOver(const QString& key)
         return;
     const qint64 unread = client->unreadBytes() + client->lostUnreadBytes();
     const qint64 unsent = client->lostUnsentBytes();
+    const qint64 stalled = m_byKey.value(key)->takeStalled();
     m_byKey.remove(key);
     m_clients.erase(std::find_if(m_clients.begin(), m_clients.end(),
         [client](const auto& each) { return each.get() == client; }));
-    if (unread > 0 || unsent > 0)
+    if (stalled > 0)
+        Q_EMIT clientStalled(key, stalled);
+    if (self && (unread > 0 || unsent > 0))
         Q_EMIT bytesLost(key, unread, unsent);
     if (self)
         Q_EMIT clientGone(key);
@@ -274,28 +329,61 @@ bool MultiClientServer::writeTo(const QString& peerKey, const QByteArray& data)
         if (!client || !client->isConnected())
             return false;
         if (!client->hasRoomFor(data.size())) {
-            // Later: who writes must not hear in the middle of it that the client is gone.
-            if (!m_stalled.contains(peerKey))
-                QMetaObject::invokeMethod(
-                    this, [this, peerKey] { dropStalled(peerKey); }, Qt::QueuedConnection);
-            m_stalled.insert(peerKey);
+            dropStalled(*client);
+            return false;
         }
     }
-    return !m_stalled.contains(peerKey) && client->socket()->write(data) == data.size();
+    if (!client->write(data))
+        return false;
+    if (!m_poll.isActive())
+        m_poll.start();
+    return true;
 }
 
 // A stream with a hole would be a lie to the client, so its connection ends instead: it knows then,
-// and a new one begins with the present.
-void MultiClientServer::dropStalled(const QString& key)
+// and a new one begins with the present. Its end is told later, since nobody who writes expects a
+// client to go meanwhile.
+void MultiClientServer::dropStalled(ServerClient& client)
 {
-    m_stalled.remove(key);
+    client.departStalled(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0));
+    QMetaObject::invokeMethod(
+        this,
+        [this, key = client.key()] {
+            ServerClient* stalled = find(key);
+            const qint64 unsent = stalled ? stalled->takeStalled() : 0;
+            if (unsent == 0)
+                return;
+            const QPointer<MultiClientServer> self(this);
+            Q_EMIT clientStalled(key, unsent);
+            if (self && find(key) == stalled)
+                clientDisconnected(key);
+        },
+        Qt::QueuedConnection);
+}
+
+void MultiClientServer::seeToOutput(const QString& key)
+{
     ServerClient* client = find(key);
-    if (!client || !client->isConnected())
+    const qint64 bytes = client ? client->takeLeft() : 0;
+    if (client && client->needsPoll() && !m_poll.isActive())
+        m_poll.start();
+    if (bytes == 0)
         return;
-    const qint64 unsent = client->unsentBytes();
-    client->depart(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0));
-    Q_EMIT clientStalled(key, unsent);
-    clientDisconnected(key);
+    const QPointer<MultiClientServer> self(this);
+    Q_EMIT bytesWritten(bytes);
+    if (self)
+        Q_EMIT bytesWrittenTo(key, bytes);
+}
+
+void MultiClientServer::pollOutput()
+{
+    const QPointer<MultiClientServer> self(this);
+    m_poll.stop();
+    for (const QString& key : clientKeys()) {
+        seeToOutput(key);
+        if (!self)
+            return;
+    }
 }
 
 QByteArray MultiClientServer::takeMessage(const QString& peerKey)
@@ -354,20 +442,31 @@ QString MultiClientServer::rememberedKeyFor(const QTcpSocket* socket) const
     return found == m_clients.end() ? QString() : (*found)->key();
 }
 
-qint64 MultiClientServer::pendingWriteBytes() const
-{
-    qint64 least = -1;
-    for (const auto& client : m_clients) {
-        if (client->isConnected() && (least < 0 || client->unsentBytes() < least))
-            least = client->unsentBytes();
-    }
-    return qMax<qint64>(least, 0);
-}
-
 qint64 MultiClientServer::pendingWriteBytes(const QString& peerKey) const
 {
     const ServerClient* client = find(peerKey);
-    return client ? client->unsentBytes() : 0;
+    qint64 bytes = client ? client->unsentBytes() : 0;
+    for (const auto& each : m_lingering)
+        bytes += each->peer() == peerKey ? each->pendingBytes() : 0;
+    return bytes;
+}
+
+qint64 MultiClientServer::pendingWriteBytes() const
+{
+    qint64 most = 0;
+    for (const auto& client : m_clients) {
+        if (client->isConnected() && !client->isDeaf())
+            most = qMax(most, client->unsentBytes());
+    }
+    for (const auto& each : m_lingering)
+        most = qMax(most, each->pendingBytes());
+    return most;
+}
+
+bool MultiClientServer::hasRoomFor(const QString& peerKey, qint64 bytes) const
+{
+    const ServerClient* client = find(peerKey);
+    return client && client->isConnected() && client->hasRoomFor(bytes);
 }
 
 ServerClient* MultiClientServer::find(const QString& peerKey) const

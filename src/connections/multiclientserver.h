@@ -4,12 +4,12 @@
 #include "connections/peerallowlist.h"
 
 #include <QHash>
-#include <QSet>
 #include <QTcpServer>
 #include <QTimer>
 #include <memory>
 #include <vector>
 
+class LingeringSocket;
 class ServerClient;
 
 // A TCP server for any number of clients on one port.
@@ -35,6 +35,8 @@ public:
     static constexpr int listenBacklog = 256;
     // How long a client that closed may take to receive what is on its way to it.
     static constexpr int lingerMs = 5000;
+    // The same after stop(), of every client.
+    static constexpr int stopLingerMs = 2000;
     // When accepting failed (no descriptors left), the time until it is tried again.
     static constexpr int acceptRetryMs = 1000;
     // What clients that left while reads were throttled may leave to be read, beside their queues,
@@ -47,9 +49,11 @@ public:
 
     // Listens; port 0 lets the system choose. False, with errorString(), when that fails.
     bool start(quint16 port, const QHostAddress& address);
-    // Listens no more and closes every client. What they sent is offered before, what was on its
-    // way to them goes as far as the system takes it at once.
+    // Listens no more and closes every client. What they sent is offered before; what is on its way
+    // to them goes on leaving for stopLingerMs. Listening anew ends that at once.
     void stop();
+    // Clients that stop() has closed are still being sent to.
+    [[nodiscard]] bool isLingering() const { return !m_lingering.empty(); }
 
     // Both are for clients that come from now on; those that are connected stay.
     void setFanoutMode(FanoutMode mode) { m_fanout = mode; }
@@ -77,24 +81,31 @@ public:
     // no client).
     [[nodiscard]] static QString peerKeyFor(const QTcpSocket* socket);
     [[nodiscard]] QString rememberedKeyFor(const QTcpSocket* socket) const;
-    // What waits for the client that is ahead of all: a client that lags slows nobody down.
-    [[nodiscard]] qint64 pendingWriteBytes() const;
-    // What waits for that client; 0 for an unknown one.
+    // What was written to the client and has not left this machine; also of one that lingers.
     [[nodiscard]] qint64 pendingWriteBytes(const QString& peerKey) const;
+    // For a sender to all that paces itself: the most that waits for any client that reads. One
+    // that is deaf (ServerClient::deafMs) slows nobody down; one that is slow does, and is not cut
+    // off for it.
+    [[nodiscard]] qint64 pendingWriteBytes() const;
+    [[nodiscard]] bool hasRoomFor(const QString& peerKey, qint64 bytes) const;
 
 Q_SIGNALS:
     void connectionStateChange();
     void newMessage(const QString& peerKey);
     void clientArrived(const QString& peerKey);
     void clientGone(const QString& peerKey);
+    // So many bytes have left this machine.
     void bytesWritten(qint64 bytes);
-    // The same, with the client that the system took them for.
+    // The same, with the client that they are for.
     void bytesWrittenTo(const QString& peerKey, qint64 bytes);
     void connectionRefused(const QString& peer, const QString& reason);
-    // The client is disconnected because it does not read.
+    // The client was disconnected because it does not read. Never out of a write.
     void clientStalled(const QString& peerKey, qint64 unsentBytes);
-    // The client left: what it sent and nobody took, and what did not reach it.
+    // The client left, or was left: what it sent and nobody took, and what did not reach it. After
+    // clientGone when it lingered.
     void bytesLost(const QString& peerKey, qint64 unreadBytes, qint64 unsentBytes);
+    // The last client that stop() closed has everything, or its time is over.
+    void lingered();
     // Connections cannot be accepted for now; said once until one was.
     void acceptFailed(const QString& reason);
 
@@ -110,16 +121,21 @@ private:
     void offer(const QString& key);
     void clientDisconnected(const QString& key);
     void retire(ServerClient& client);
+    void letLinger(ServerClient& client);
+    void onLingered(LingeringSocket* socket, const QString& key, qint64 unsentBytes);
+    void seeToOutput(const QString& key);
+    void pollOutput();
     void handOver(const QString& key);
-    void dropStalled(const QString& key);
+    void dropStalled(ServerClient& client);
     [[nodiscard]] ServerClient* find(const QString& peerKey) const;
     [[nodiscard]] qsizetype departedBytes() const;
 
     PeerAllowlist m_allowed;
     std::vector<std::unique_ptr<ServerClient>> m_clients; // in the order of arrival
     QHash<QString, ServerClient*> m_byKey;
-    QSet<QString> m_stalled; // clients that are about to be dropped
+    std::vector<std::unique_ptr<LingeringSocket>> m_lingering; // of the last stop()
     QTimer m_acceptRetry;
+    QTimer m_poll;
     FanoutMode m_fanout = FanoutMode::Shared;
     bool m_readThrottled = false;
     bool m_bridgeTuning = false;

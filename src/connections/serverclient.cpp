@@ -63,35 +63,98 @@ QByteArray ServerClient::take()
 
 bool ServerClient::hasRoomFor(qsizetype size) const
 {
-    return unsentBytes() == 0 || unsentBytes() + size <= maxUnsentBytes;
+    const qint64 waiting = m_socket ? m_socket->bytesToWrite() : 0;
+    return waiting == 0 || waiting + size <= maxUnsentBytes;
+}
+
+bool ServerClient::write(const QByteArray& data)
+{
+    if (m_output.pendingBytes(m_socket) == 0)
+        m_progress.start();
+    if (!isConnected() || m_socket->write(data) != data.size())
+        return false;
+    m_output.add(data.size());
+    return true;
 }
 
 qint64 ServerClient::unsentBytes() const
 {
-    return m_socket ? m_socket->bytesToWrite() : 0;
+    if (!m_socket)
+        return m_lostUnsent + m_stalledUnsent;
+    return m_output.pendingBytes(m_failed ? nullptr : m_socket);
+}
+
+qint64 ServerClient::takeLeft()
+{
+    const qint64 bytes = m_socket && !m_failed ? m_output.takeLeft(*m_socket) : 0;
+    if (bytes > 0)
+        m_progress.start();
+    return bytes;
+}
+
+bool ServerClient::needsPoll() const
+{
+    return m_socket && !m_failed && m_output.needsPoll(*m_socket);
+}
+
+bool ServerClient::isDeaf() const
+{
+    return unsentBytes() > 0 && m_progress.elapsed() >= deafMs;
 }
 
 void ServerClient::salvage()
 {
     if (!m_socket)
         return;
-    m_lostUnsent = qMax(m_lostUnsent, unsentBytes());
+    m_failed = m_socket->error() != QAbstractSocket::UnknownSocketError
+               && m_socket->error() != QAbstractSocket::RemoteHostClosedError;
     m_queue.append(readBuffered(*m_socket, m_socket->bytesAvailable()));
+}
+
+QTcpSocket* ServerClient::part(qsizetype maxBytes, SocketOutput& output)
+{
+    QTcpSocket* socket = std::exchange(m_socket, nullptr);
+    if (!socket)
+        return nullptr;
+    collect(*socket, maxBytes);
+    output = std::exchange(m_output, {});
+    return socket;
+}
+
+void ServerClient::departStalled(qsizetype maxBytes)
+{
+    if (!m_socket)
+        return;
+    m_stalledUnsent = unsentBytes();
+    QTcpSocket* socket = m_socket;
+    SocketOutput unsent;
+    (void)part(maxBytes, unsent);
+    // A stream with a hole would be a lie to the client.
+    resetConnection(*socket);
+    socket->deleteLater();
 }
 
 void ServerClient::depart(qsizetype maxBytes)
 {
-    QTcpSocket* socket = std::exchange(m_socket, nullptr);
+    const qint64 unsent = unsentBytes();
+    SocketOutput output;
+    QTcpSocket* socket = part(maxBytes, output);
     if (!socket)
         return;
-    QByteArray rest = readBuffered(*socket, socket->bytesAvailable());
+    m_lostUnsent = unsent;
+    socket->abort();
+    socket->deleteLater();
+}
+
+// What the socket, or the system behind a held one, still has.
+void ServerClient::collect(QTcpSocket& socket, qsizetype maxBytes)
+{
+    socket.disconnect();
+    QByteArray rest = readBuffered(socket, socket.bytesAvailable());
     if (m_held)
         rest.append(m_tail.drain(qMax<qsizetype>(maxBytes - rest.size(), 0)));
     m_tail.close();
     m_lostUnread += qMax<qsizetype>(rest.size() - maxBytes, 0);
     rest.truncate(maxBytes);
     m_queue.append(rest);
-    socket->disconnect();
-    socket->abort();
-    socket->deleteLater();
 }

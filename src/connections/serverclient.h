@@ -1,8 +1,10 @@
 #pragma once
 
+#include "connections/socketoutput.h"
 #include "connections/sockettail.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QString>
 #include <utility>
 
@@ -26,6 +28,8 @@ public:
     // What may wait to leave: a client that lags further behind does not read.
     static constexpr qint64 maxUnsentBytes = qint64{16} * 1024 * 1024;
     static constexpr qint64 heldReadBufferBytes = 4096;
+    // A client to whom nothing has left for so long, with something waiting, does not read.
+    static constexpr int deafMs = 1000;
 
     // `socket` is connected and a child of the server.
     ServerClient(QTcpSocket* socket, QString key);
@@ -51,12 +55,24 @@ public:
     // Whether so many bytes more stay within maxUnsentBytes. One message of any size has room when
     // nothing waits: the client has had no chance to read it yet.
     [[nodiscard]] bool hasRoomFor(qsizetype size) const;
-    // Accepted and not yet taken by the system.
+    // False when the socket does not take all of it.
+    bool write(const QByteArray& data);
+    // Written and not left this machine; of a departed client what did not reach it.
     [[nodiscard]] qint64 unsentBytes() const;
+    // How many bytes have left since the last call.
+    qint64 takeLeft();
+    [[nodiscard]] bool needsPoll() const;
+    [[nodiscard]] bool isDeaf() const;
     // The connection failed and the socket is about to forget what it holds: received bytes move
-    // to the queue, unsent ones count as lost.
+    // to the queue, and nothing more counts as left.
     void salvage();
 
+    // As depart(), but the socket is handed out, for its last bytes to leave with the count of
+    // them.
+    [[nodiscard]] QTcpSocket* part(qsizetype maxBytes, SocketOutput& output);
+    // Departs because too much waits for it; takeStalled() gives once how much that was.
+    void departStalled(qsizetype maxBytes);
+    [[nodiscard]] qint64 takeStalled() { return std::exchange(m_stalledUnsent, 0); }
     // Discards the socket, which is deleted later. What it, or the system behind a held one, still
     // has moves to the queue, at most `maxBytes`; the rest counts as lost.
     void depart(qsizetype maxBytes);
@@ -68,13 +84,19 @@ public:
     [[nodiscard]] qint64 lostUnsentBytes() const { return m_lostUnsent; }
 
 private:
+    void collect(QTcpSocket& socket, qsizetype maxBytes);
+
     QTcpSocket* m_socket;
     QString m_key;
     QByteArray
         m_queue; // at most maxUnreadBytes while connected, and one read of the system when it fails
     SocketTail m_tail; // open while reading is held back
+    SocketOutput m_output;
+    QElapsedTimer m_progress; // since something left, or began to wait
     bool m_held = false;
+    bool m_failed = false;
     bool m_announced = false;
     qint64 m_lostUnread = 0;
     qint64 m_lostUnsent = 0;
+    qint64 m_stalledUnsent = 0;
 };

@@ -32,6 +32,33 @@ private Q_SLOTS:
         }
     }
 
+    void anotherModeClosesTheFormerInGoodOrder()
+    {
+        TcpPeer peer;
+        QVERIFY(peer.listen());
+        ConnectionController controller;
+        QSignalSpy closing(&controller, &ConnectionController::closing);
+        QSignalSpy ended(&controller, &ConnectionController::tcpClientDisconnected);
+        QSignalSpy written(&controller, &ConnectionController::bytesWritten);
+        const ReadHold hold = controller.holdReading();
+        controller.connectTcpClient(u"127.0.0.1"_s, peer.port());
+        QTRY_VERIFY(controller.isOpen(Mode::TcpClient) && peer.isOpen());
+        connect(&controller, &ConnectionController::closing, this,
+            [&] { QVERIFY(controller.sendTcpClient(QByteArray(300'000, 'x'))); });
+        controller.bindUdp(0);
+        QCOMPARE(closing.size() + ended.size(), 2);
+        QVERIFY(controller.isOpen(Mode::UdpClient) && !controller.isOpen(Mode::TcpClient));
+        QVERIFY(controller.transport()->isReadingHeld());
+        QCOMPARE(controller.pendingWriteBytes(Mode::TcpClient), 0);
+        // The last words of the former one still leave, and are counted.
+        QTRY_COMPARE(peer.received().size(), 300'000);
+        QTRY_VERIFY(!peer.isOpen());
+        qint64 sum = 0;
+        for (const auto& each : written)
+            sum += each.value(0).toLongLong();
+        QCOMPARE(sum, 300'000);
+    }
+
     void aServerKeepsItsRulesForTheNextListening()
     {
         ConnectionController controller;
@@ -98,7 +125,7 @@ private Q_SLOTS:
         QCOMPARE(controller.pendingWriteBytes(Mode::TcpClient), 5);
         QTRY_VERIFY(peer.isOpen());
         peer.send(QByteArray(100'000, 'x'));
-        auto* socket = controller.findChild<QTcpSocket*>();
+        auto* socket = controller.transport()->findChild<QTcpSocket*>();
         QTRY_COMPARE(socket->bytesAvailable(), 4096);
         QVERIFY(controller.readAvailable(Mode::TcpClient).isEmpty());
 

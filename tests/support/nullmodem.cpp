@@ -143,6 +143,11 @@ NullModem::BreakRecord NullModem::breakSeenBy(End end) const
         sent.count == 0 ? -1 : static_cast<qint64>(sent.last_ns) / nanosecondsPerMillisecond};
 }
 
+void NullModem::setDriverQueue(End end, int bytes)
+{
+    nullmodem_set_queued(m_cable, static_cast<int>(end), static_cast<uint32_t>(bytes));
+}
+
 void NullModem::setFlowing(bool on)
 {
     m_flowing = on;

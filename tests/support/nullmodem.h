@@ -84,6 +84,9 @@ public:
     /// Off: nothing crosses, in either direction, until it is on again; nothing is lost.
     void setFlowing(bool on);
 
+    /// What the driver of an end says it still has to send, whatever has crossed.
+    void setDriverQueue(End end, int bytes);
+
     /// Bytes that have crossed from `end` to the other end since construction.
     qint64 crossedFrom(End end) const;
 

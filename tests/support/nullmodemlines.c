@@ -18,7 +18,7 @@
 #include <unistd.h>
 
 static const char variable[] = "VELMORA_NULLMODEM_LINES";
-static const uint32_t table_magic = 0x564E4D32; /* layout of this version */
+static const uint32_t table_magic = 0x564E4D33; /* layout of this version */
 
 /* Written by several processes at once: every access is atomic, each field by itself. */
 struct end
@@ -30,6 +30,7 @@ struct end
     uint64_t break_last_ns;
     uint32_t framing; /* CSIZE and PARENB as they were set */
     uint32_t framed;  /* 1 once they were */
+    uint32_t queued;  /* bytes that the driver says it holds */
 };
 
 struct cable
@@ -135,6 +136,7 @@ void nullmodem_plug(int cable, int end, uint64_t device)
     STORE(own->break_since_ns, 0);
     STORE(own->break_last_ns, 0);
     STORE(own->framed, 0);
+    STORE(own->queued, 0);
     STORE(own->device, device);
 }
 
@@ -146,6 +148,11 @@ int nullmodem_outputs(int cable, int end)
 void nullmodem_set_outputs(int cable, int end, int outputs)
 {
     STORE(shared->cables[cable].ends[end].outputs, (uint32_t)outputs & (TIOCM_DTR | TIOCM_RTS));
+}
+
+void nullmodem_set_queued(int cable, int end, uint32_t bytes)
+{
+    STORE(shared->cables[cable].ends[end].queued, bytes);
 }
 
 /* TIOCM_DSR, TIOCM_CAR and TIOCM_CTS as they arrive at the end. */
@@ -187,6 +194,9 @@ static int answer(int cable, int end, unsigned long request, int* argument)
     case TIOCMGET:
         *argument = nullmodem_outputs(cable, end) | inputs(cable, end);
         break;
+    case TIOCOUTQ:
+        *argument = (int)LOAD(own->queued);
+        break;
     case TIOCMSET:
         STORE(own->outputs, lines);
         break;
@@ -206,7 +216,7 @@ static int answer(int cable, int end, unsigned long request, int* argument)
 static int is_line_request(unsigned long request)
 {
     return request == TIOCMGET || request == TIOCMSET || request == TIOCMBIS || request == TIOCMBIC
-           || request == TIOCSBRK || request == TIOCCBRK;
+           || request == TIOCSBRK || request == TIOCCBRK || request == TIOCOUTQ;
 }
 
 /* Cable times two plus end; -1 for everything that is not on a cable. */

@@ -41,6 +41,11 @@ void nullmodem_plug(int cable, int end, uint64_t device);
 int nullmodem_outputs(int cable, int end);
 void nullmodem_set_outputs(int cable, int end, int outputs);
 
+/* What the driver of the end says it still has to send (TIOCOUTQ). Pseudo-terminals never say more
+ * than 0. Unplugging empties it.
+ */
+void nullmodem_set_queued(int cable, int end, uint32_t bytes);
+
 /* Breaks that the end has sent. */
 struct nullmodem_break nullmodem_sent_breaks(int cable, int end);
 

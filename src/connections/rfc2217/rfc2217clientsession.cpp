@@ -185,6 +185,11 @@ QByteArray Rfc2217ClientSession::breakCommand(bool on) const
     return request(Rfc2217::SetControl, Codec::controlLineToWire(Event::Type::Break, on));
 }
 
+QByteArray Rfc2217ClientSession::purgeCommand(quint8 which) const
+{
+    return m_state == State::ComPortActive ? request(Rfc2217::PurgeData, which) : QByteArray();
+}
+
 QByteArray Rfc2217ClientSession::modemStateInquiry() const
 {
     if (m_state != State::ComPortActive)

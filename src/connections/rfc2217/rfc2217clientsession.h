@@ -77,6 +77,9 @@ public:
     // Starts or ends a break; empty unless ComPortActive. It does not know the settings: the owner
     // refuses while the remote keeps its own configuration.
     [[nodiscard]] QByteArray breakCommand(bool on) const;
+    // Asks the remote port to throw away the buffers that `which` names (Rfc2217::Purge); empty
+    // unless ComPortActive.
+    [[nodiscard]] QByteArray purgeCommand(quint8 which) const;
     // Asks for the modem state now; empty unless ComPortActive. Servers differ in what they report
     // unasked: one that takes the mask for the bits that tell of changes never reports one to a
     // client that wants the levels. So an owner that shows the inputs asks every

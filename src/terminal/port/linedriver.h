@@ -1,20 +1,10 @@
 #pragma once
 
-#include "connections/seriallink.h"
+#include "connections/seriallines.h"
+#include "settings/settings.h"
 
 #include <QCoreApplication>
 #include <QString>
-
-// The inputs of a serial port. All off also stands for "not known".
-struct ModemLines
-{
-    bool cts = false;
-    bool dsr = false;
-    bool dcd = false;
-    bool ri = false;
-
-    friend bool operator==(const ModemLines&, const ModemLines&) = default;
-};
 
 // What the lamps of a pane need of a connection that ends in a serial port: the port of this
 // machine, or one behind a network. The settings are those of the pane, where the requested levels
@@ -31,12 +21,7 @@ public:
         Automatic, // flow control drives it
     };
 
-    // How much of a port's lines can be seen.
-    enum class Sight {
-        None,    // the connection is closed, or the port does not tell
-        Outputs, // what the port has been asked for; nothing is known of its inputs
-        All,
-    };
+    using Sight = SerialLines::Sight;
 
     struct Level
     {
@@ -78,4 +63,57 @@ public:
     [[nodiscard]] virtual Answer requested(SerialLine line, const Settings& settings) const = 0;
     // Starts or ends a break; ending one never has anything to tell.
     virtual Answer setBreak(bool on) = 0;
+};
+
+class ConnectionController;
+class Rfc2217Transport;
+
+// The lines of a serial port of this machine. Refusals of the port come as notices of its
+// transport. Owned by the live port, as the other kind; the controller outlives both.
+class LocalLineDriver final : public LineDriver
+{
+    Q_DECLARE_TR_FUNCTIONS(LocalLineDriver)
+
+public:
+    explicit LocalLineDriver(ConnectionController& controller);
+
+    // How a person is told that RTS is not theirs to set, on this machine and elsewhere.
+    [[nodiscard]] static QString automaticRtsReason();
+
+    [[nodiscard]] ModemLines inputs() override;
+    [[nodiscard]] Sight sight() const override;
+    [[nodiscard]] Level output(SerialLine line, const Settings& settings) const override;
+    [[nodiscard]] QString inertReason(SerialLine line, const Settings& settings) const override;
+    [[nodiscard]] QString breakHint() const override;
+    [[nodiscard]] Answer requested(SerialLine line, const Settings& settings) const override;
+    Answer setBreak(bool on) override;
+
+private:
+    [[nodiscard]] SerialLines* lines() const;
+
+    ConnectionController& m_controller;
+};
+
+// The lines of a serial port behind an RFC 2217 server. What is asked for is true only once the
+// server has said so.
+class RemoteLineDriver final : public LineDriver
+{
+    Q_DECLARE_TR_FUNCTIONS(RemoteLineDriver)
+
+public:
+    explicit RemoteLineDriver(ConnectionController& controller);
+
+    [[nodiscard]] ModemLines inputs() override;
+    [[nodiscard]] Sight sight() const override;
+    [[nodiscard]] Level output(SerialLine line, const Settings& settings) const override;
+    [[nodiscard]] QString inertReason(SerialLine line, const Settings& settings) const override;
+    [[nodiscard]] QString breakHint() const override;
+    [[nodiscard]] Answer requested(SerialLine line, const Settings& settings) const override;
+    Answer setBreak(bool on) override;
+
+private:
+    // Null while the transport is another.
+    [[nodiscard]] Rfc2217Transport* remote() const;
+
+    ConnectionController& m_controller;
 };

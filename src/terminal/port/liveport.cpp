@@ -4,13 +4,11 @@
 #include "connections/connectioncontroller.h"
 #include "settings/settingsservice.h"
 #include "terminal/port/connectionsummary.h"
-#include "terminal/port/locallinedriver.h"
+#include "terminal/port/linedriver.h"
 #include "terminal/port/portconnection.h"
 #include "terminal/port/portlines.h"
 #include "terminal/port/portlog.h"
 #include "terminal/port/receivepipeline.h"
-#include "terminal/port/remotelinedriver.h"
-#include "terminal/port/remoteseriallink.h"
 #include "terminal/port/sendpipeline.h"
 
 #include <utility>
@@ -21,9 +19,8 @@ LivePort::LivePort(SerialPortCatalog& catalog, QObject* parent)
     , m_format(SettingsService::defaultFormatSettings())
     , m_controller(std::make_unique<ConnectionController>())
     , m_connection(std::make_unique<PortConnection>(*m_controller, catalog))
-    , m_remote(std::make_unique<RemoteSerialLink>(*m_controller, m_connection->active()))
     , m_localLines(std::make_unique<LocalLineDriver>(*m_controller))
-    , m_remoteLines(std::make_unique<RemoteLineDriver>(*m_remote))
+    , m_remoteLines(std::make_unique<RemoteLineDriver>(*m_controller))
     , m_lines(std::make_unique<PortLines>(m_connection->active(), [this] { return lineDriver(); }))
     , m_log(std::make_unique<PortLog>())
     , m_receive(std::make_unique<ReceivePipeline>())
@@ -42,6 +39,8 @@ LivePort::~LivePort()
 {
     m_controller->disconnect(this);
     m_receive->disconnect(this);
+    m_viewIsFull.release();
+    m_finishingLog.release();
     const qint64 deadline = monotonicMs() + kLastWriteMs;
     bool ok = true;
     while (ok && unloggedBytes() > 0 && monotonicMs() < deadline) {
@@ -59,48 +58,40 @@ void LivePort::wireConnection()
     const PortConnection* connection = m_connection.get();
     connect(connection, &PortConnection::opened, this, &LivePort::onOpened);
     connect(connection, &PortConnection::closed, this, &LivePort::onClosed);
-    connect(connection, &PortConnection::failed, this, [this] { m_send->forgetKept(); });
     connect(connection, &PortConnection::lifeChanged, this, &LivePort::stateChanged);
     connect(connection, &PortConnection::noticesCleared, this,
         [this] { Q_EMIT noticeCleared(std::exchange(m_error, {})); });
     connect(connection, &PortConnection::noticed, this, [this](const Notice& notice) {
-        if (notice.shownMs == Notice::kUntilDismissed)
+        if (notice.text == m_connection->lastError())
             m_error = notice.text;
         Q_EMIT noticed(notice);
     });
-    connect(m_remote.get(), &RemoteSerialLink::statusMessage, this,
-        [this](const QString& text, int ms) {
-            Q_EMIT noticed({text, {}, Notice::Gravity::Info, ms});
+    connect(m_controller.get(), &ConnectionController::remoteSummaryChanged, this,
+        [this](const QString& text) {
+            m_remoteSummary = text;
+            Q_EMIT remoteSummaryChanged(text);
         });
-    connect(m_remote.get(), &RemoteSerialLink::summaryChanged, this, [this](const QString& text) {
-        m_remoteSummary = text;
-        Q_EMIT remoteSummaryChanged(text);
-    });
     connect(m_lines.get(), &PortLines::noticed, this, &LivePort::noticed);
-    connect(m_remote.get(), &RemoteSerialLink::unsent, m_send.get(), &SendPipeline::takeBack);
 }
 
 void LivePort::wireRoads()
 {
     const ConnectionController* controller = m_controller.get();
-    connect(controller, &ConnectionController::readyRead, this, &LivePort::readStream);
-    connect(controller, &ConnectionController::udpReadyRead, this, &LivePort::readDatagrams);
-    connect(controller, &ConnectionController::serverMessage, this, &LivePort::readClient);
+    for (const auto announcement :
+        {&ConnectionController::readyRead, &ConnectionController::udpReadyRead})
+        connect(controller, announcement, this, &LivePort::read);
+    connect(controller, &ConnectionController::serverMessage, this, &LivePort::read);
     connect(
         controller, &ConnectionController::peerLost, m_receive.get(), &ReceivePipeline::forgetPeer);
     connect(m_receive.get(), &ReceivePipeline::throttleRequested, this,
-        [this](bool on) { holdReading(on, m_viewIsFull); });
+        [this](bool on) { m_viewIsFull = on ? m_controller->holdReading() : ReadHold(); });
     connect(m_receive.get(), &ReceivePipeline::pausedFull, this, [this](const QString& text) {
-        Q_EMIT noticed({text, {}, Notice::Gravity::Warning, ReceivePipeline::kPausedFullMessageMs});
+        Q_EMIT noticed(Notice::warning(text, ReceivePipeline::kPausedFullMessageMs));
     });
     connect(m_receive.get(), &ReceivePipeline::countersChanged, this, &LivePort::countersChanged);
     connect(m_send.get(), &SendPipeline::countersChanged, this, &LivePort::countersChanged);
-    connect(controller, &ConnectionController::bytesWritten, this, &LivePort::countersChanged);
-    connect(controller, &ConnectionController::bytesUnsent, m_send.get(), &SendPipeline::takeBack);
-    connect(
-        controller, &ConnectionController::udpWaitingLeft, m_send.get(), &SendPipeline::acceptKept);
-    connect(
-        controller, &ConnectionController::udpWaitingLost, m_send.get(), &SendPipeline::forgetKept);
+    connect(controller, &ConnectionController::bytesWritten, this, &LivePort::onLeft);
+    connect(controller, &ConnectionController::bytesDiscarded, this, &LivePort::onDiscarded);
     connect(m_send.get(), &SendPipeline::noticed, this, &LivePort::noticed);
     connect(m_send.get(), &SendPipeline::historyChanged, this, [this] {
         m_format.sendList = m_send->history().entries();
@@ -157,12 +148,10 @@ void LivePort::applySettings()
         if (m_controller->serialLineRequested(line) != on)
             m_controller->setSerialLine(line, on);
     }
-    if (isOpen()) {
-        m_controller->reconfigureSerial(now);
-        m_remote->pushSettings(now);
-    } else {
+    if (isOpen())
+        m_controller->apply(now);
+    else
         setUpLog();
-    }
     m_lines->refresh();
     Q_EMIT stateChanged();
 }
@@ -214,7 +203,6 @@ void LivePort::onOpened()
 void LivePort::onClosed()
 {
     m_lines->releaseBreak();
-    m_send->forgetKept();
     m_receive->stop();
     Q_EMIT halted();
     m_lines->refresh();
@@ -260,6 +248,11 @@ QString LivePort::summary() const
     return ::connectionSummary(active());
 }
 
+Transport* LivePort::transport() const
+{
+    return m_controller->transport();
+}
+
 QString LivePort::lastError() const
 {
     return m_connection->lastError();
@@ -291,47 +284,14 @@ void LivePort::clear()
     m_send->clearCounter();
 }
 
-void LivePort::readStream()
+// Everything that is there; a view that has enough holds the reading in the middle of it.
+void LivePort::read()
 {
-    QByteArray bytes = m_controller->readAvailable(active().connMode);
-    if (active().connMode == connectionMode::RemoteSerialRfc2217)
-        bytes = m_remote->receive(bytes);
-    ingest(bytes, true, {});
-}
-
-void LivePort::readDatagrams()
-{
-    // What is not read waits in the socket; the end of the hold comes back here.
-    if (m_controller->isReadThrottled())
-        return;
-    for (const ConnectionController::UdpDatagram& datagram : m_controller->readUdpDatagrams())
-        ingest(datagram.payload, false, datagram.peerKey);
-}
-
-// Clients of a server are records of their own, as datagrams are: joined while the view is paused,
-// the bytes of one would continue those of another.
-void LivePort::readClient(const QString& peerKey)
-{
-    ingest(m_controller->serverMessageFor(peerKey), false, peerKey);
-}
-
-void LivePort::ingest(const QByteArray& bytes, bool fromStream, const QString& peer)
-{
-    if (bytes.isEmpty())
-        return;
-    Q_EMIT rxTapped(bytes, peer);
-    m_receive->ingestRx(bytes, fromStream, peer);
-}
-
-void LivePort::holdReading(bool on, bool& reason)
-{
-    reason = on;
-    const bool held = m_viewIsFull || m_finishingLog;
-    if (held == m_controller->isReadThrottled())
-        return;
-    m_controller->setReadThrottled(active().connMode, held);
-    if (!held && connectionModeIsUdp(active().connMode))
-        readDatagrams();
+    Chunk chunk;
+    while (transport() && transport()->takeChunk(chunk)) {
+        Q_EMIT rxTapped(chunk.bytes, chunk.peer);
+        m_receive->ingestRx(chunk.bytes, chunk.fromStream, chunk.peer);
+    }
 }
 
 LineDriver* LivePort::lineDriver() const
@@ -370,9 +330,9 @@ qint64 LivePort::unloggedBytes() const
 
 void LivePort::finishLog()
 {
-    if (std::exchange(m_finishingLog, true))
+    if (m_finishingLog)
         return;
-    holdReading(true, m_finishingLog);
+    m_finishingLog = m_controller->holdReading();
     finishSomeLog();
 }
 
@@ -388,6 +348,6 @@ void LivePort::finishSomeLog()
         QTimer::singleShot(1, this, &LivePort::finishSomeLog);
         return;
     }
-    holdReading(false, m_finishingLog);
+    m_finishingLog.release();
     Q_EMIT logFinished(ok, error);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "base/notice.h"
+#include "connections/readhold.h"
+#include "connections/transporttypes.h"
 #include "settings/formatsetting.h"
 #include "settings/settings.h"
 #include "terminal/port/connectionlife.h"
@@ -17,8 +19,8 @@ class PortConnection;
 class PortLines;
 class PortLog;
 class ReceivePipeline;
-class RemoteSerialLink;
 class SerialPortCatalog;
+class Transport;
 
 // One port that lives, with or without a window: its records, its connection, the received and the
 // sent road, its control lines and its log. Everything the program does it does with live ports; a
@@ -87,6 +89,8 @@ public:
     [[nodiscard]] QString lastError() const;
     void setAutoReconnect(bool on);
     [[nodiscard]] ConnectionController& controller() const { return *m_controller; }
+    // What carries the bytes of the connection, also for a while after it; null before the first.
+    [[nodiscard]] Transport* transport() const;
 
     // --- received
     void setDisplay(DisplaySink* display);
@@ -150,15 +154,11 @@ private:
     void setUpLog();
     void onOpened();
     void onClosed();
-    void readStream();
-    void readDatagrams();
-    void readClient(const QString& peerKey);
-    void ingest(const QByteArray& bytes, bool fromStream, const QString& peer);
-    void holdReading(bool on, bool& reason);
+    void read();
+    void onLeft();
+    void onDiscarded(const QString& peer, qint64 bytes);
     [[nodiscard]] SendPipeline::Written write(const QByteArray& bytes);
-    [[nodiscard]] bool writeMessage(const QByteArray& bytes);
-    [[nodiscard]] bool writeToClients(const QByteArray& bytes);
-    [[nodiscard]] bool writeDatagram(const QByteArray& bytes);
+    [[nodiscard]] WriteResult writeToTarget(Transport& transport, const QByteArray& bytes);
     [[nodiscard]] LineDriver* lineDriver() const;
     void finishSomeLog();
 
@@ -166,7 +166,6 @@ private:
     FormatSetting m_format;
     std::unique_ptr<ConnectionController> m_controller;
     std::unique_ptr<PortConnection> m_connection;
-    std::unique_ptr<RemoteSerialLink> m_remote;
     std::unique_ptr<LineDriver> m_localLines;
     std::unique_ptr<LineDriver> m_remoteLines;
     std::unique_ptr<PortLines> m_lines;
@@ -178,6 +177,6 @@ private:
     QString m_remoteSummary;
     QString m_error; // the last one of the connection, as its notice says it
     // Why the transport is not read at the moment.
-    bool m_viewIsFull = false;
-    bool m_finishingLog = false;
+    ReadHold m_viewIsFull;
+    ReadHold m_finishingLog;
 };

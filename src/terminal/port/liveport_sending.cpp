@@ -1,80 +1,61 @@
 // The last steps of the sent road: from bytes to the transport that is open.
 #include "connections/connectioncontroller.h"
 #include "terminal/port/liveport.h"
-#include "terminal/port/remoteseriallink.h"
 
 // A message to a closed port opens it first. TCP keeps the bytes until the connection stands, UDP
 // while the address of the host is looked up; a server is not started by a message.
 SendPipeline::Written LivePort::write(const QByteArray& bytes)
 {
+    using Written = SendPipeline::Written;
     if (!isActive() && m_settings.connMode != connectionMode::TcpServer && !start(false))
-        return SendPipeline::Written::Refused;
-    if (!writeMessage(bytes))
-        return SendPipeline::Written::Refused;
-    const connectionMode mode = active().connMode;
-    const bool waits = connectionModeIsUdp(mode) && m_controller->pendingWriteBytes(mode, {}) > 0;
-    return isOpen() && !waits ? SendPipeline::Written::Taken : SendPipeline::Written::Kept;
+        return Written::Refused;
+    if (!isActive() || !transport())
+        return Written::Refused;
+    const WriteResult result = writeToTarget(*transport(), bytes);
+    if (!result.taken()) {
+        // What is full or failed has been told.
+        if (result.refusal == WriteResult::Refusal::NoPeer)
+            Q_EMIT noticed(Notice::warning(result.reason, kHintMs));
+        return Written::Refused;
+    }
+    return result.waits ? Written::Kept : Written::Taken;
 }
 
-bool LivePort::writeMessage(const QByteArray& bytes)
+// Without a choice the only client of a server is meant. With several of them a guess could reach a
+// machine that the message is not for.
+WriteResult LivePort::writeToTarget(Transport& transport, const QByteArray& bytes)
 {
-    const Settings& now = active();
-    switch (now.connMode) {
-    case connectionMode::SerialPort:
-        return isOpen() && m_controller->sendSerial(bytes, now, now.portName);
-    case connectionMode::TcpClient:
-        return m_controller->sendTcpClient(bytes);
-    case connectionMode::RemoteSerialRfc2217:
-        return m_remote->sendPayload(bytes);
-    case connectionMode::TcpServer:
-        return writeToClients(bytes);
-    case connectionMode::UdpServer:
-    case connectionMode::UdpClient:
-    case connectionMode::UdpMode6:
-        return writeDatagram(bytes);
-    case connectionMode::NoTransport:
-    case connectionMode::RemoteSerialCloudRelay:
-        break;
+    using Refusal = WriteResult::Refusal;
+    if (m_target == Target::All)
+        return transport.writeToAll(bytes);
+    const bool server = transport.mode() == connectionMode::TcpServer;
+    const bool udpServer = transport.mode() == connectionMode::UdpServer;
+    if (m_target == Target::Own || !(server || udpServer)) {
+        if (server && transport.peers().size() > 1) {
+            return {Refusal::NoPeer,
+                tr("Several TCP clients are connected: nothing was sent. Choose whom to send to")};
+        }
+        return transport.write(bytes);
     }
-    return false;
+    if (!server || transport.peers().isEmpty() || transport.peers().contains(m_targetPeer))
+        return transport.write(bytes, m_targetPeer);
+    return {Refusal::NoPeer,
+        tr("The chosen TCP client is gone: nothing was sent. Choose whom to send to")};
 }
 
-// Without a choice the only client is meant. With several of them a guess could reach a machine
-// that the message is not for.
-bool LivePort::writeToClients(const QByteArray& bytes)
+// A datagram whose host had to be found is on its way once nothing waits any more.
+void LivePort::onLeft()
 {
-    const QStringList clients = m_controller->tcpServerClients();
-    if (m_target == Target::All && !clients.isEmpty())
-        return m_controller->broadcastTcpServer(bytes) > 0;
-    if (m_target == Target::Own && clients.size() > 1) {
-        Q_EMIT noticed({tr("Several TCP clients are connected: nothing was sent. Choose whom to "
-                           "send to"),
-            {}, Notice::Gravity::Warning, kHintMs});
-        return false;
-    }
-    const QString peer = m_target == Target::Own ? clients.value(0) : m_targetPeer;
-    // No index: the controller tells the person that nobody is there to send to.
-    return m_controller->sendTcpServer(bytes, static_cast<int>(clients.indexOf(peer)));
+    if (transport() && transport()->pendingBytes() == 0)
+        m_send->acceptKept();
+    Q_EMIT countersChanged();
 }
 
-bool LivePort::writeDatagram(const QByteArray& bytes)
+// What one client of a server did not get, others may have.
+void LivePort::onDiscarded(const QString& peer, qint64 bytes)
 {
-    const Settings& now = active();
-    if (now.connMode != connectionMode::UdpServer) {
-        return m_controller->sendUdp(bytes, now.targetHost, static_cast<quint16>(now.targetPort));
-    }
-    // No row: the controller tells the person that nobody has been heard yet.
-    if (m_controller->udpPeers().isEmpty())
-        return m_controller->sendUdpToPeer(bytes, -1);
-    switch (m_target) {
-    case Target::Own:
-        return m_controller->sendUdpToLastSender(bytes);
-    case Target::All:
-        return m_controller->broadcastUdp(bytes) > 0;
-    case Target::Peer:
-        break;
-    }
-    return m_controller->sendUdpToPeerKey(m_targetPeer, bytes);
+    if (peer.isEmpty())
+        m_send->takeBack(bytes);
 }
 
 bool LivePort::sendBytes(const QByteArray& bytes)
@@ -96,5 +77,5 @@ qint64 LivePort::sentBytes() const
 qint64 LivePort::pendingBytes() const
 {
     const QString peer = m_target == Target::Peer ? m_targetPeer : QString();
-    return m_controller->pendingWriteBytes(active().connMode, peer) + m_remote->waitingBytes();
+    return transport() ? transport()->pendingBytes(peer) : 0;
 }

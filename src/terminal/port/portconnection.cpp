@@ -4,7 +4,6 @@
 #include "connections/serialhangup.h"
 #include "connections/serialportcatalog.h"
 
-#include <QHostAddress>
 #include <QScopedValueRollback>
 #include <utility>
 
@@ -46,29 +45,11 @@ PortConnection::PortConnection(
 {
     m_timer.setInterval(kReconnectInterval);
     connect(&m_timer, &QTimer::timeout, this, &PortConnection::reconnectTick);
-    connect(&controller, &ConnectionController::statusMessage, this,
-        &PortConnection::onControllerStatus);
-    connect(&controller, &ConnectionController::errorOccurred, this,
-        &PortConnection::onControllerError);
-    connect(&controller, &ConnectionController::serialPortLost, this, [this] {
-        const QString name = m_active.portName;
-        follow(LifeEvent::Gone);
-        if (m_life == ConnectionLife::Lost)
-            tell(tr("Serial Port %1 lost, waiting for it to come back...").arg(name), kNoticeMs);
-    });
-    connect(&controller, &ConnectionController::tcpClientDisconnected, this, [this] {
-        if (m_operating || !connectionModeIsTcpClient(m_active.connMode))
-            return;
-        follow(LifeEvent::Gone);
-        if (m_life == ConnectionLife::Lost)
-            tell(tr("Connection lost, reconnecting..."), kNoticeMs);
-    });
-    connect(&controller, &ConnectionController::peerArrived, this, [this](const QString& peerKey) {
-        if (peerKey.isEmpty() && connectionModeIsTcpClient(m_active.connMode))
-            markOpen();
-    });
-    connect(
-        controller.serialPort(), &QSerialPort::errorOccurred, this, &PortConnection::onSerialError);
+    connect(&controller, &ConnectionController::opened, this, &PortConnection::onOpened);
+    connect(&controller, &ConnectionController::closed, this, &PortConnection::onClosed);
+    connect(&controller, &ConnectionController::noticed, this, &PortConnection::onNotice);
+    connect(&controller, &ConnectionController::serialErrorOccurred, this,
+        &PortConnection::onSerialError);
 }
 
 PortConnection::~PortConnection() = default;
@@ -126,57 +107,37 @@ bool PortConnection::start(bool quiet)
     if (isOpen())
         return true;
     follow(LifeEvent::Start);
-    if (!ConnectionController::carries(m_active.connMode)) {
-        fail(tr("The connection type of this pane is not available in this version. Choose "
-                "another one."));
-        follow(LifeEvent::Failed);
-        return false;
-    }
-    if (connectionModeIsTcpClient(m_active.connMode))
-        return startTcp();
-    const bool open =
-        m_active.connMode == connectionMode::SerialPort ? startSerial() : startListening();
+    if (const QString reason = missing(); !reason.isEmpty())
+        fail(reason);
+    else if (attempt(Transport::OpenMode::Asked))
+        return true;
     m_quiet = false;
-    if (open)
-        markOpen();
-    else
-        follow(LifeEvent::Failed);
-    return open;
+    follow(LifeEvent::Failed);
+    return false;
 }
 
-bool PortConnection::startSerial()
+// What the settings lack for an attempt, in words.
+QString PortConnection::missing() const
 {
-    const QString& name = m_active.portName;
-    if (name.isEmpty()) {
-        fail(tr("No serial port is chosen. Choose one and open it again."));
-        return false;
+    if (!ConnectionController::carries(m_active.connMode)) {
+        return tr("The connection type of this pane is not available in this version. Choose "
+                  "another one.");
     }
-    const QScopedValueRollback operating(m_operating, true);
-    // The controller would keep the reason of a quiet failure to itself; it is kept here instead.
-    return m_controller.openSerial(m_active, name, name, false);
+    if (m_active.connMode == connectionMode::SerialPort && m_active.portName.isEmpty())
+        return tr("No serial port is chosen. Choose one and open it again.");
+    if (connectionModeIsTcpClient(m_active.connMode) && m_active.targetHost.isEmpty())
+        return tr("No host is given. Enter the name or address of one and open it again.");
+    return {};
 }
 
-bool PortConnection::startTcp()
+// The controller opens with the levels that were asked of it last, and those may be another port's.
+bool PortConnection::attempt(Transport::OpenMode how)
 {
-    if (m_active.targetHost.isEmpty()) {
-        fail(tr("No host is given. Enter the name or address of one and open it again."));
-        follow(LifeEvent::Failed);
-        return false;
+    if (m_active.connMode == connectionMode::SerialPort) {
+        m_controller.setSerialLine(SerialLine::Dtr, m_active.dtrOn);
+        m_controller.setSerialLine(SerialLine::Rts, m_active.rtsOn);
     }
-    m_controller.connectTcpClient(m_active.targetHost, static_cast<quint16>(m_active.targetPort));
-    return true;
-}
-
-bool PortConnection::startListening()
-{
-    if (m_active.connMode == connectionMode::TcpServer)
-        m_controller.listenTcpServer(
-            static_cast<quint16>(m_active.targetPort), QHostAddress(QHostAddress::Any));
-    else
-        m_controller.bindUdp(m_active.connMode == connectionMode::UdpServer
-                                 ? m_active.udpServerPort
-                                 : m_active.udpLocalPort);
-    return m_controller.isOpen(m_active.connMode);
+    return m_controller.open(m_active, how);
 }
 
 void PortConnection::fail(const QString& text)
@@ -184,13 +145,13 @@ void PortConnection::fail(const QString& text)
     m_lastError = text;
     if (!std::exchange(m_quiet, false)) {
         tell(text, kFailureMs);
-        Q_EMIT noticed({text, {}, Notice::Gravity::Error, Notice::kUntilDismissed});
+        Q_EMIT noticed(Notice::error(text, {}, Notice::kUntilDismissed));
     }
 }
 
 void PortConnection::tell(const QString& text, int shownMs)
 {
-    Q_EMIT noticed({text, {}, Notice::Gravity::Info, shownMs});
+    Q_EMIT noticed(Notice::info(text, shownMs));
 }
 
 void PortConnection::stop()
@@ -204,20 +165,12 @@ void PortConnection::stop()
 
 void PortConnection::closeTransport()
 {
-    // What a throttled device has already delivered would be discarded by closing it.
-    if (m_controller.isReadThrottled()) {
-        m_controller.setReadThrottled(m_active.connMode, false);
-        m_controller.setReadThrottled(m_active.connMode, true);
-    }
-    const QScopedValueRollback operating(m_operating, true);
-    if (m_controller.isOpen(m_active.connMode)) {
-        m_controller.closeAll(m_active.connMode, m_active.portName);
-    } else if (connectionModeIsTcpClient(m_active.connMode)) {
-        m_controller.teardownTcpClient();
-    }
+    const QScopedValueRollback closing(m_closing, true);
+    if (Transport* transport = m_controller.transport())
+        transport->close();
 }
 
-void PortConnection::markOpen()
+void PortConnection::onOpened()
 {
     m_lastError.clear();
     m_quiet = false;
@@ -227,6 +180,23 @@ void PortConnection::markOpen()
     follow(LifeEvent::Opened);
     if (regained && connectionModeIsTcpClient(m_active.connMode))
         tell(tr("TCP connection RESTORED"), kNoticeMs);
+}
+
+void PortConnection::onClosed(const CloseReason& reason)
+{
+    if (m_closing)
+        return;
+    m_quiet = false;
+    using Kind = CloseReason::Kind;
+    follow(reason.kind == Kind::Failed   ? LifeEvent::Failed
+           : reason.kind == Kind::ByWill ? LifeEvent::Stop
+                                         : LifeEvent::Gone);
+    if (m_life != ConnectionLife::Lost || reason.kind == Kind::Failed)
+        return;
+    tell(m_active.connMode == connectionMode::SerialPort
+             ? tr("Serial Port %1 lost, waiting for it to come back...").arg(m_active.portName)
+             : tr("Connection lost, reconnecting..."),
+        kNoticeMs);
 }
 
 QString PortConnection::lifeText() const
@@ -254,36 +224,33 @@ void PortConnection::setAutoReconnect(bool on)
         follow(LifeEvent::GiveUp);
 }
 
-void PortConnection::onControllerStatus(const QString& text, int timeoutMs)
+void PortConnection::onNotice(const Notice& notice)
 {
-    const bool quietFailure = m_operating && m_quiet && text == m_lastError;
-    if (!m_muted && !quietFailure)
-        tell(text, timeoutMs);
-}
-
-void PortConnection::onControllerError(const QString& text)
-{
-    m_lastError = text;
-    // The end of a connection that is about to be regained is news, not an error to act on.
-    const bool news = isOpen() && mayRegain() && connectionModeIsTcpClient(m_active.connMode);
-    if (!m_quiet && !news)
-        Q_EMIT noticed({text, {}, Notice::Gravity::Error, Notice::kUntilDismissed});
-    // A failed attempt is over. That of a serial port is still to be said in the status line.
-    if (m_operating)
+    // Bytes that never left are told whatever else is going on.
+    if (notice.shownMs == Notice::kUntilDismissed) {
+        Q_EMIT noticed(notice);
         return;
-    m_quiet = false;
-    const bool attempting =
-        m_life == ConnectionLife::Opening || m_life == ConnectionLife::Regaining;
-    if (attempting && connectionModeIsTcpClient(m_active.connMode) && !m_controller.hasTcpClient())
-        follow(LifeEvent::Failed);
+    }
+    if (m_muted)
+        return;
+    if (notice.gravity == Notice::Gravity::Error) {
+        // The end of a connection that is about to be regained is news, not an error to act on.
+        const bool news = isOpen() && mayRegain() && connectionModeIsTcpClient(m_active.connMode);
+        m_lastError = notice.fullText();
+        if (!m_quiet && !news)
+            Q_EMIT noticed(Notice::error(m_lastError, {}, Notice::kUntilDismissed));
+    }
+    Notice brief = notice;
+    brief.advice.clear();
+    Q_EMIT noticed(brief);
 }
 
 void PortConnection::onSerialError(QSerialPort::SerialPortError error)
 {
-    if (!isOpen() || m_operating || m_active.connMode != connectionMode::SerialPort)
+    if (!isOpen() || m_closing || !m_controller.serialPort())
         return;
     if (serialDeviceVanished(*m_controller.serialPort(), error)) {
-        // With auto-reconnect on the controller closes the port and says so by serialPortLost().
+        // With auto-reconnect on the transport closes the port and says so.
         if (!m_autoReconnect)
             onSerialPortVanished();
     } else if (error == QSerialPort::ReadError || error == QSerialPort::WriteError) {
@@ -306,7 +273,7 @@ void PortConnection::onSerialPortVanished()
         tr("Serial Port %1 is gone. Connect the device again and open the port.").arg(name);
     tell(tr("Serial Port %1 DISCONNECTED").arg(name), kFailureMs);
     follow(LifeEvent::Gone);
-    Q_EMIT noticed({m_lastError, {}, Notice::Gravity::Error, Notice::kUntilDismissed});
+    Q_EMIT noticed(Notice::error(m_lastError, {}, Notice::kUntilDismissed));
 }
 
 void PortConnection::reconnectTick()
@@ -326,21 +293,13 @@ void PortConnection::regainTcp()
              .arg(m_active.targetHost, QString::number(m_active.targetPort)),
         kReconnectingMs);
     follow(LifeEvent::Start);
-    m_controller.connectTcpClient(m_active.targetHost, static_cast<quint16>(m_active.targetPort));
+    if (!attempt(Transport::OpenMode::Asked))
+        follow(LifeEvent::Failed);
 }
 
 void PortConnection::regainSerial()
 {
     const QString name = m_active.portName;
-    if (!m_catalog.contains(name))
-        return;
-    bool open = false;
-    {
-        const QScopedValueRollback operating(m_operating, true);
-        open = m_controller.openSerial(m_active, name, name, true);
-    }
-    if (!open)
-        return;
-    markOpen();
-    tell(tr("Serial Port %1 RECONNECTED").arg(name), kNoticeMs);
+    if (m_catalog.contains(name) && attempt(Transport::OpenMode::Quiet))
+        tell(tr("Serial Port %1 RECONNECTED").arg(name), kNoticeMs);
 }

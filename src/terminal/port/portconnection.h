@@ -1,10 +1,8 @@
 #pragma once
 
-#include "base/notice.h"
-#include "settings/settings.h"
+#include "connections/transport.h"
 #include "terminal/port/connectionlife.h"
 
-#include <QObject>
 #include <QSerialPort>
 #include <QTimer>
 #include <chrono>
@@ -25,8 +23,8 @@ class SerialPortCatalog;
 // by connecting anew. A server listens on every address of the machine until it is closed: it has
 // nothing to regain.
 //
-// All messages of the controller come through here, except errors of attempts that nobody asked for
-// (quiet starts and reconnecting), which stay messages of some seconds. Owned by the live port;
+// All notices of the transport come through here. Errors of attempts that nobody asked for (quiet
+// starts and reconnecting) stay messages of some seconds. Owned by the live port;
 // controller and catalogue outlive it.
 class PortConnection final : public QObject
 {
@@ -82,17 +80,16 @@ Q_SIGNALS:
 private:
     [[nodiscard]] bool mayRegain() const;
     void follow(LifeEvent event);
-    bool startSerial();
-    bool startTcp();
-    bool startListening();
+    [[nodiscard]] QString missing() const;
+    bool attempt(Transport::OpenMode how);
     void fail(const QString& text);
     void tell(const QString& text, int shownMs);
-    void markOpen();
     void closeTransport();
     void regainTcp();
     void regainSerial();
-    void onControllerStatus(const QString& text, int timeoutMs);
-    void onControllerError(const QString& text);
+    void onOpened();
+    void onClosed(const CloseReason& reason);
+    void onNotice(const Notice& notice);
     void onSerialError(QSerialPort::SerialPortError error);
     void onSerialPortVanished();
 
@@ -104,10 +101,8 @@ private:
     QString m_lastError;
     QSerialPort::SerialPortError m_reportedError = QSerialPort::NoError;
     ConnectionLife m_life = ConnectionLife::Closed;
-    bool m_quiet = false; // the attempt in progress was not asked for
-    // The port is being opened or closed: errors are its own to report, or (dropping the lines of a
-    // device that is gone) of no interest.
-    bool m_operating = false;
-    bool m_muted = false; // a vanished port is being closed; its messages say nothing new
+    bool m_quiet = false;   // the attempt in progress was not asked for
+    bool m_closing = false; // by will; what follows from it is no loss
+    bool m_muted = false;   // a vanished port is being closed; its messages say nothing new
     bool m_autoReconnect = false;
 };

@@ -65,7 +65,7 @@ bool PortLines::explainInertControlLine(SerialLine line)
                : tr("Control lines belong to a serial port. This connection does not have one.");
     if (reason.isEmpty())
         return false;
-    Q_EMIT noticed({reason, {}, Notice::Gravity::Info, kMessageMs});
+    Q_EMIT noticed(Notice::info(reason, kMessageMs));
     return true;
 }
 
@@ -84,7 +84,7 @@ QString PortLines::breakHint() const
 void PortLines::tell(const LineDriver::Answer& answer)
 {
     if (!answer.text.isEmpty())
-        Q_EMIT noticed({answer.text, {}, Notice::Gravity::Info, answer.timeoutMs});
+        Q_EMIT noticed(Notice::info(answer.text, answer.timeoutMs));
 }
 
 // A press that fails changes nothing, also while the line is still held from the one before.

@@ -168,8 +168,8 @@ void PortLog::noteSuccess()
                  .arg(currentLogFile(), QLocale().formattedDataSize(missing)));
     } else {
         Q_EMIT noticeCleared(std::exchange(m_notice, {}));
-        Q_EMIT noticed({tr("The data log is written again in %1").arg(currentLogFile()), {},
-            Notice::Gravity::Info, kMessageMs});
+        Q_EMIT noticed(Notice::info(
+            tr("The data log is written again in %1").arg(currentLogFile()), kMessageMs));
     }
     Q_EMIT stateChanged();
 }
@@ -177,7 +177,7 @@ void PortLog::noteSuccess()
 void PortLog::tell(const QString& notice)
 {
     m_notice = notice;
-    Q_EMIT noticed({notice, {}, Notice::Gravity::Error, Notice::kUntilDismissed});
+    Q_EMIT noticed(Notice::error(notice, {}, Notice::kUntilDismissed));
 }
 
 qint64 PortLog::unwrittenBytes() const

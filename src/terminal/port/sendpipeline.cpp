@@ -56,7 +56,7 @@ QByteArray SendPipeline::encodeSendData(const QString& text, Editor editor)
     const bool hexadecimal = isHexadecimal(m_format);
     const EncodeSendResult result = MessageCodec::encodeSend(text, hexadecimal, m_format);
     if (!result.ok) {
-        Q_EMIT noticed({result.error, {}, Notice::Gravity::Warning, kEncodingErrorMs});
+        Q_EMIT noticed(Notice::warning(result.error, kEncodingErrorMs));
         return {};
     }
     if (hexadecimal && editor == Editor::Rewrite && result.displayText != text)
@@ -76,12 +76,10 @@ bool SendPipeline::send(const QByteArray& bytes, const QByteArray& echo)
     if (bytes.isEmpty())
         return false;
     const Written written = m_write(bytes);
-    if (written == Written::Kept) {
-        m_keptBytes += bytes.size();
-        m_keptEcho += echo;
-    } else if (written == Written::Taken) {
+    if (written == Written::Kept)
+        keep(bytes.size(), echo);
+    else if (written == Written::Taken)
         account(bytes.size(), echo);
-    }
     return written != Written::Refused;
 }
 
@@ -93,7 +91,7 @@ bool SendPipeline::sendTyped(const QString& text)
     for (const QString& line : typedLines) {
         const auto encoded = WireTextCodecRegistry::encode(line, m_format.sendEncoding);
         if (!encoded.ok) {
-            Q_EMIT noticed({encoded.error, {}, Notice::Gravity::Warning, kEncodingErrorMs});
+            Q_EMIT noticed(Notice::warning(encoded.error, kEncodingErrorMs));
             return false;
         }
         lines.append(encoded.bytes);
@@ -129,20 +127,32 @@ void SendPipeline::account(qsizetype size, const QByteArray& echo)
     m_receive.onRefreshDisplay();
 }
 
-void SendPipeline::acceptKept()
+void SendPipeline::keep(qsizetype size, const QByteArray& echo)
 {
-    if (const qsizetype bytes = std::exchange(m_keptBytes, 0); bytes > 0)
-        account(bytes, std::exchange(m_keptEcho, {}));
+    if (m_kept.size() < kMaxKept)
+        m_kept.push_back({});
+    m_kept.back().bytes += size;
+    m_kept.back().echo += echo;
 }
 
-void SendPipeline::forgetKept()
+void SendPipeline::acceptKept()
 {
-    m_keptBytes = 0;
-    m_keptEcho.clear();
+    qsizetype bytes = 0;
+    QByteArray echo;
+    for (const Kept& message : std::exchange(m_kept, {})) {
+        bytes += message.bytes;
+        echo += message.echo;
+    }
+    if (bytes > 0)
+        account(bytes, echo);
 }
 
 void SendPipeline::takeBack(qint64 bytes)
 {
+    while (!m_kept.empty() && m_kept.front().bytes <= bytes) {
+        bytes -= m_kept.front().bytes;
+        m_kept.pop_front();
+    }
     m_sentBytes = qMax<qint64>(m_sentBytes - bytes, 0);
     Q_EMIT countersChanged();
 }

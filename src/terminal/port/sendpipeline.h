@@ -5,6 +5,7 @@
 #include "terminal/port/sendhistory.h"
 
 #include <QObject>
+#include <deque>
 #include <functional>
 
 class ReceivePipeline;
@@ -36,6 +37,8 @@ public:
     enum class Editor { Rewrite, Keep };
 
     static constexpr int kEncodingErrorMs = 10000;
+    // Messages that wait to be counted one by one; those behind them are one with the last.
+    static constexpr std::size_t kMaxKept = 1000;
 
     SendPipeline(Write write, ReceivePipeline& receive, QObject* parent = nullptr);
     ~SendPipeline() override;
@@ -59,11 +62,10 @@ public:
     // Control characters, and the sequences of function keys, as they are.
     bool sendControl(const QByteArray& bytes);
 
-    // The connection stands: what was kept for it is on its way.
+    // The connection stands, or the host is known: what was kept is on its way.
     void acceptKept();
-    // It failed or is gone: what was kept for it was not sent.
-    void forgetKept();
-    // So many bytes that had been taken did not leave, perhaps of a connection before this one.
+    // So many bytes that had been taken or kept did not leave, perhaps of a connection before this
+    // one.
     void takeBack(qint64 bytes);
 
     [[nodiscard]] const SendHistory& history() const { return m_history; }
@@ -87,14 +89,19 @@ Q_SIGNALS:
 private:
     bool send(const QByteArray& bytes, const QByteArray& echo);
     bool sendTypedBytes(const QByteArray& bytes);
+    void keep(qsizetype size, const QByteArray& echo);
     void account(qsizetype size, const QByteArray& echo);
 
     Write m_write;
     ReceivePipeline& m_receive;
     FormatSetting m_format;
     SendHistory m_history;
-    // For a connection that is still being made: how many bytes, and what of them is to be shown.
-    qsizetype m_keptBytes = 0;
-    QByteArray m_keptEcho;
+    // A message that waits to be counted and shown.
+    struct Kept
+    {
+        qsizetype bytes = 0;
+        QByteArray echo;
+    };
+    std::deque<Kept> m_kept; // at most kMaxKept; their bytes are bounded by the transport
     qint64 m_sentBytes = 0;
 };

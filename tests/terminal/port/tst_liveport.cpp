@@ -91,8 +91,10 @@ private Q_SLOTS:
     void logIsFinishedInSlices();
     void serverSendsToWhomIsMeant();
     void udpCountsWhatLeft();
+    void knownHostsDoNotWaitForOthers();
     void udpServerAnswers();
     void levelsAreDrivenOnce();
+    void levelsAreThoseOfThePortThatOpens();
     void regainsALostDevice();
 };
 
@@ -322,6 +324,30 @@ void TestLivePort::udpCountsWhatLeft()
     QTRY_COMPARE(bench.sink.text, u"again"_s);
 }
 
+// What left at once is counted and shown at once, and a host that is not found takes only what was
+// meant for it.
+void TestLivePort::knownHostsDoNotWaitForOthers()
+{
+    UdpPeer peer;
+    Bench bench;
+    bench.settings.connMode = connectionMode::UdpClient;
+    bench.settings.udpLocalPort = freeUdpPort();
+    bench.settings.targetHost = u"name.invalid"_s;
+    bench.settings.targetPort = 9;
+    bench.format.displaySendMsg = true;
+    bench.apply();
+    QVERIFY(bench.port.sending().sendText(u"lost"_s));
+    bench.settings.targetHost = u"127.0.0.1"_s;
+    bench.settings.targetPort = peer.port();
+    bench.apply();
+    QVERIFY(bench.port.sending().sendText(u"there"_s));
+    QTRY_COMPARE(peer.receivedBytes(), QByteArray("there"));
+    QCOMPARE(bench.port.sentBytes(), 5);
+    QTRY_COMPARE_WITH_TIMEOUT(bench.port.pendingBytes(), 0, 30'000);
+    QCOMPARE(bench.port.sentBytes(), 5);
+    QTRY_COMPARE(bench.sink.text, u"there"_s);
+}
+
 void TestLivePort::udpServerAnswers()
 {
     UdpPeer first;
@@ -365,6 +391,22 @@ void TestLivePort::levelsAreDrivenOnce()
     bench.apply();
     QCOMPARE(changed.size(), 1);
     QCOMPARE(bench.notices, QStringList());
+}
+
+// A board resets when DTR rises: the level is wanted from the first moment, whatever the port that
+// was open before had.
+void TestLivePort::levelsAreThoseOfThePortThatOpens()
+{
+    Device one;
+    Device other;
+    Bench bench;
+    QVERIFY(bench.open(one.cable.portA()));
+    bench.settings.dtrOn = false;
+    bench.settings.portName = other.cable.portA();
+    bench.apply();
+    QVERIFY2(one.cable.dtr(NullModem::End::A), "the open port keeps its own");
+    QVERIFY(bench.port.start(false));
+    QVERIFY(!other.cable.dtr(NullModem::End::A));
 }
 
 void TestLivePort::regainsALostDevice()

@@ -1,4 +1,4 @@
-#include "connections/udplink.h"
+#include "connections/udptransport.h"
 #include "support/udppeer.h"
 
 #include <QHostInfo>
@@ -14,25 +14,42 @@ constexpr int lookupMs = 30'000; // what a name server may take to say no
 } // namespace
 
 // Who gets what is sent is tested with the writer of a pane.
-class TestUdpLink final : public QObject
+class TestUdpTransport final : public QObject
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<UdpLink> link;
+    std::unique_ptr<UdpTransport> link;
     std::unique_ptr<QSignalSpy> ready;
     std::unique_ptr<QSignalSpy> peersChanged;
     QStringList messages;
     QStringList errors;
-    qint64 lost = 0;
 
     static QString keyOf(const UdpPeer& peer) { return u"127.0.0.1:%1"_s.arg(peer.port()); }
 
-    QList<UdpDatagram> readAll(qsizetype count)
+    void bind(quint16 port = 0)
     {
-        QList<UdpDatagram> all;
+        Settings settings;
+        settings.udpLocalPort = port;
+        link->open(settings, Transport::OpenMode::Asked);
+    }
+    bool send(const QByteArray& bytes, const QString& host, quint16 port)
+    {
+        return link->sendTo(bytes, host, port).taken();
+    }
+    QList<Chunk> readDatagrams()
+    {
+        QList<Chunk> all;
+        Chunk chunk;
+        while (link->takeChunk(chunk))
+            all += chunk;
+        return all;
+    }
+    QList<Chunk> readAll(qsizetype count)
+    {
+        QList<Chunk> all;
         (void)QTest::qWaitFor([&] {
-            all += link->readDatagrams();
+            all += readDatagrams();
             return all.size() >= count;
         });
         return all;
@@ -41,38 +58,38 @@ private:
 private Q_SLOTS:
     void init()
     {
-        link = std::make_unique<UdpLink>();
-        ready = std::make_unique<QSignalSpy>(link.get(), &UdpLink::readyRead);
-        peersChanged = std::make_unique<QSignalSpy>(link.get(), &UdpLink::peersChanged);
+        link = std::make_unique<UdpTransport>(connectionMode::UdpClient);
+        ready = std::make_unique<QSignalSpy>(link.get(), &UdpTransport::readyRead);
+        peersChanged = std::make_unique<QSignalSpy>(link.get(), &UdpTransport::peersChanged);
         messages.clear();
         errors.clear();
-        lost = 0;
-        connect(link.get(), &UdpLink::waitingLost, this, [this](qint64 bytes) { lost += bytes; });
-        connect(link.get(), &UdpLink::statusMessage, this,
-            [this](const QString& text, int ms) { messages += u"%1|%2"_s.arg(text).arg(ms); });
-        connect(link.get(), &UdpLink::errorOccurred, this,
-            [this](const QString& text) { errors += text; });
+        connect(link.get(), &Transport::noticed, this, [this](const Notice& notice) {
+            if (notice.gravity == Notice::Gravity::Error)
+                errors += notice.fullText();
+            if (notice.shownMs > 0)
+                messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
+        });
     }
 
     void eachSenderIsOneRow()
     {
         UdpPeer first;
         UdpPeer second;
-        link->bind(0);
-        QVERIFY(link->isBound());
+        bind();
+        QVERIFY(link->isOpen());
         QVERIFY(first.sendTo(link->localPort(), "one"_ba));
         QTRY_COMPARE(ready->size(), 1);
-        const auto datagrams = link->readDatagrams();
+        const auto datagrams = readDatagrams();
         QCOMPARE(datagrams.size(), 1);
-        QCOMPARE(datagrams.at(0).peerKey, keyOf(first));
-        QCOMPARE(datagrams.at(0).payload, "one"_ba);
+        QCOMPARE(datagrams.at(0).peer, keyOf(first));
+        QCOMPARE(datagrams.at(0).bytes, "one"_ba);
         QCOMPARE(peersChanged->size(), 1);
 
         QVERIFY(first.sendTo(link->localPort(), "two"_ba));
         QCOMPARE(readAll(1).size(), 1);
         QCOMPARE(peersChanged->size(), 1);
         QVERIFY(second.sendTo(link->localPort(), {}));
-        QCOMPARE(readAll(1).value(0).peerKey, keyOf(second));
+        QCOMPARE(readAll(1).value(0).peer, keyOf(second));
         QCOMPARE(peersChanged->size(), 2);
 
         const UdpPeerTable& table = link->peerTable();
@@ -89,35 +106,35 @@ private Q_SLOTS:
         QUdpSocket foreign;
         QVERIFY(foreign.bind(
             QHostAddress(QHostAddress::AnyIPv4), 0, QAbstractSocket::DontShareAddress));
-        link->bind(foreign.localPort());
-        QVERIFY(!link->isBound());
+        bind(foreign.localPort());
+        QVERIFY(!link->isOpen());
         QCOMPARE(errors.size(), 1);
         QVERIFY(errors.at(0).startsWith(
             u"UDP bind to port %1 FAILED: "_s.arg(QString::number(foreign.localPort()))));
         QCOMPARE(messages, QStringList{errors.at(0) + u"|5000"_s});
-        QVERIFY(!link->send("x"_ba, u"127.0.0.1"_s, foreign.localPort()));
-        QVERIFY(!link->isBound());
+        QVERIFY(!send("x"_ba, u"127.0.0.1"_s, foreign.localPort()));
+        QVERIFY(!link->isOpen());
     }
 
     void closingAndBindingAnewForgetThePeers()
     {
         UdpPeer peer;
-        link->bind(0);
-        const quint16 before = link->localPort();
-        QVERIFY(peer.sendTo(before, "a"_ba));
+        bind();
+        QVERIFY(peer.sendTo(link->localPort(), "a"_ba));
         QCOMPARE(readAll(1).size(), 1);
-        link->bind(0);
+        link->close();
+        bind();
         QVERIFY(link->peerTable().peers().isEmpty());
         QCOMPARE(peersChanged->size(), 2);
         QVERIFY(peer.sendTo(link->localPort(), "b"_ba));
         QCOMPARE(readAll(1).size(), 1);
         link->close();
-        QVERIFY(!link->isBound());
+        QVERIFY(!link->isOpen());
         QCOMPARE(peersChanged->size(), 4);
         link->close();
         QCOMPARE(peersChanged->size(), 4);
-        QVERIFY(!link->send("x"_ba, u"127.0.0.1"_s, peer.port()));
-        QVERIFY(link->readDatagrams().isEmpty());
+        QVERIFY(!send("x"_ba, u"127.0.0.1"_s, peer.port()));
+        QVERIFY(readDatagrams().isEmpty());
     }
 
     void namesAreLookedUpWithoutLosingTheOrder()
@@ -125,50 +142,49 @@ private Q_SLOTS:
         if (QHostInfo::fromName(u"localhost"_s).error() != QHostInfo::NoError)
             QSKIP("this machine does not know its own name: it has no /etc/hosts");
         UdpPeer peer;
-        link->bind(0);
-        QVERIFY(link->send("1"_ba, u" localhost"_s, peer.port()));
-        QVERIFY(link->send("2"_ba, u"localhost"_s, peer.port()));
-        QCOMPARE(link->pendingWriteBytes(), 2);
+        bind();
+        QVERIFY(send("1"_ba, u" localhost"_s, peer.port()));
+        QVERIFY(send("2"_ba, u"localhost"_s, peer.port()));
+        QCOMPARE(link->pendingBytes(), 2);
         QTRY_COMPARE(peer.receivedBytes(), "12"_ba);
-        QCOMPARE(link->pendingWriteBytes(), 0);
-        QVERIFY(link->send("3"_ba, u"localhost"_s, peer.port()));
-        QCOMPARE(link->pendingWriteBytes(), 0); // the name is known by now
+        QCOMPARE(link->pendingBytes(), 0);
+        QVERIFY(send("3"_ba, u"localhost"_s, peer.port()));
+        QCOMPARE(link->pendingBytes(), 0); // the name is known by now
         QTRY_COMPARE(peer.receivedBytes(), "123"_ba);
     }
 
     void aNameThatDoesNotResolveIsReported()
     {
-        link->bind(0);
-        QVERIFY(link->send("lost"_ba, u"name.invalid"_s, 1));
+        bind();
+        QVERIFY(send("lost"_ba, u"name.invalid"_s, 1));
         QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, lookupMs);
         QVERIFY(errors.at(0).contains(u"\"name.invalid\""_s));
-        QCOMPARE(messages.value(0), errors.at(0) + u"|5000"_s);
-        QCOMPARE(link->pendingWriteBytes(), 0);
-        QCOMPARE(lost, 4);
-        QTRY_VERIFY(messages.value(1).startsWith("4 byte(s) were not sent"_L1));
+        QVERIFY(errors.at(0).endsWith(u"\n4 bytes were not sent."_s));
+        QCOMPARE(link->pendingBytes(), 0);
     }
 
     void whatWaitsForANameIsBoundedAndDroppedByClose()
     {
-        link->bind(0);
-        for (std::size_t i = 0; i < UdpLink::maxWaitingDatagrams; ++i)
-            QVERIFY(link->send("x"_ba, u"name.invalid"_s, 1));
-        QVERIFY(!link->send("x"_ba, u"name.invalid"_s, 1));
-        QVERIFY(!link->send("x"_ba, u"other.invalid"_s, 1));
+        bind();
+        for (std::size_t i = 0; i < UdpTransport::kMaxWaitingDatagrams; ++i)
+            QVERIFY(send("x"_ba, u"name.invalid"_s, 1));
+        QVERIFY(!send("x"_ba, u"name.invalid"_s, 1));
+        QVERIFY(!send("x"_ba, u"other.invalid"_s, 1));
         QCOMPARE(messages.size(), 1);
+        QSignalSpy closed(link.get(), &Transport::closed);
         link->close();
-        QCOMPARE(link->pendingWriteBytes(), 0);
-        QCOMPARE(lost, qint64(UdpLink::maxWaitingDatagrams));
-        QTRY_VERIFY(messages.last().startsWith("256 byte(s) were not sent"_L1));
-        link->bind(0);
-        QVERIFY(!link->send(QByteArray(UdpLink::maxWaitingBytes + 1, 'x'), u"a.invalid"_s, 1));
+        QCOMPARE(closed.value(0).value(0).value<CloseReason>().unsentBytes,
+            qint64(UdpTransport::kMaxWaitingDatagrams));
+        QCOMPARE(link->pendingBytes(), 0);
+        bind();
+        QVERIFY(!send(QByteArray(UdpTransport::kMaxWaitingBytes + 1, 'x'), u"a.invalid"_s, 1));
     }
 
     void anUnsendableDatagramIsReported()
     {
         UdpPeer peer;
-        link->bind(0);
-        QVERIFY(!link->send(QByteArray(70'000, 'x'), u"127.0.0.1"_s, peer.port()));
+        bind();
+        QVERIFY(!send(QByteArray(70'000, 'x'), u"127.0.0.1"_s, peer.port()));
         QVERIFY(messages.value(0).startsWith("UDP send to %1 FAILED: "_L1.arg(keyOf(peer))));
     }
 
@@ -184,14 +200,13 @@ private Q_SLOTS:
         QFETCH(qsizetype, size);
         constexpr int count = 200;
         UdpPeer peer;
-        link->bind(0);
+        bind();
         for (int i = 0; i < count; ++i)
             QVERIFY(peer.sendTo(link->localPort(), QByteArray(size, static_cast<char>(i))));
-        QCOMPARE(link->readDatagrams().size(), UdpLink::maxDatagramsPerRead);
+        QCOMPARE(readDatagrams().size(), UdpTransport::kMaxDatagramsPerTurn);
         // Only announcements lead to the rest.
-        qsizetype all = UdpLink::maxDatagramsPerRead;
-        connect(
-            link.get(), &UdpLink::readyRead, this, [&] { all += link->readDatagrams().size(); });
+        qsizetype all = UdpTransport::kMaxDatagramsPerTurn;
+        connect(link.get(), &UdpTransport::readyRead, this, [&] { all += readDatagrams().size(); });
         QTRY_COMPARE(all, count);
     }
 
@@ -211,5 +226,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestUdpLink)
-#include "tst_udplink.moc"
+QTEST_GUILESS_MAIN(TestUdpTransport)
+#include "tst_udptransport.moc"

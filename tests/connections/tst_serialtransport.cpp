@@ -1,4 +1,4 @@
-#include "connections/seriallink.h"
+#include "connections/serialtransport.h"
 #include "simdevice/pseudoterminal.h"
 #include "support/nullmodem.h"
 #include "support/numberedbytes.h"
@@ -8,6 +8,7 @@
 #include <QTest>
 
 #include <cerrno>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 using End = NullModem::End;
@@ -23,28 +24,58 @@ Settings hardwareFlow()
 
 } // namespace
 
-class TestSerialLink final : public QObject
+class TestSerialTransport final : public QObject
 {
     Q_OBJECT
 
 private:
     std::unique_ptr<NullModem> modem;
-    std::unique_ptr<SerialLink> link;
+    std::unique_ptr<SerialTransport> link;
     std::unique_ptr<QSerialPort> far;
     QStringList messages; // "text|timeout"
     QStringList errors;
     QByteArray received;
+    ReadHold hold;
     int lost = 0;
+    qint64 unsent = 0;
 
-    bool open(const Settings& settings = {}, bool quiet = false)
+    using OpenMode = Transport::OpenMode;
+
+    void listen()
     {
-        return link->open(settings, modem->portA(), u"A"_s, quiet);
+        link->setDisplayName(u"A"_s);
+        connect(link.get(), &Transport::noticed, this, [this](const Notice& notice) {
+            if (notice.gravity == Notice::Gravity::Error)
+                errors += notice.fullText();
+            if (notice.shownMs > 0)
+                messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
+        });
+        connect(link.get(), &Transport::closed, this, [this](const CloseReason& reason) {
+            lost += reason.kind == CloseReason::Kind::Lost ? 1 : 0;
+            unsent += reason.unsentBytes;
+        });
     }
-
+    bool openPort(const QString& name, Settings settings = {}, OpenMode how = OpenMode::Asked)
+    {
+        settings.portName = name;
+        return link->open(settings, how);
+    }
+    bool open(const Settings& settings = {}, OpenMode how = OpenMode::Asked)
+    {
+        return openPort(modem->portA(), settings, how);
+    }
+    QByteArray taken()
+    {
+        Chunk chunk;
+        return link->takeChunk(chunk) ? chunk.bytes : QByteArray();
+    }
+    bool drive(SerialLine line, bool on)
+    {
+        return link->setLine(line, on) == SerialLines::Answer::Driven;
+    }
     void readAtOnce()
     {
-        connect(link.get(), &SerialLink::readyRead, this,
-            [this] { received += link->readAvailable(); });
+        connect(link.get(), &SerialTransport::readyRead, this, [this] { received += taken(); });
     }
 
     // A spinning notifier would keep the dispatcher busy for ever.
@@ -65,16 +96,13 @@ private Q_SLOTS:
         QVERIFY2(modem->isValid(), qPrintable(modem->errorString()));
         far = std::make_unique<QSerialPort>(modem->portB());
         QVERIFY(far->open(QIODevice::ReadWrite));
-        link = std::make_unique<SerialLink>();
+        link = std::make_unique<SerialTransport>();
         messages.clear();
         errors.clear();
         received.clear();
         lost = 0;
-        connect(link.get(), &SerialLink::statusMessage, this,
-            [this](const QString& text, int ms) { messages += u"%1|%2"_s.arg(text).arg(ms); });
-        connect(link.get(), &SerialLink::errorOccurred, this,
-            [this](const QString& text) { errors += text; });
-        connect(link.get(), &SerialLink::lost, this, [this] { ++lost; });
+        unsent = 0;
+        listen();
     }
 
     void cleanup()
@@ -88,7 +116,7 @@ private Q_SLOTS:
     {
         Settings settings;
         settings.baudRate = 115200;
-        QVERIFY(open(settings, true));
+        QVERIFY(open(settings, OpenMode::Quiet));
         QCOMPARE(messages, QStringList{u"Serial Port A OPEN SUCCESS|1000"_s});
         QCOMPARE(link->port().baudRate(), 115200);
         QVERIFY(modem->dtr(End::A) && modem->rts(End::A));
@@ -98,12 +126,12 @@ private Q_SLOTS:
         QCOMPARE(link->port().baudRate(), 115200);
 
         messages.clear();
-        link->close(u"A"_s);
+        link->close();
         QVERIFY(!link->isOpen());
-        QCOMPARE(link->pinoutSignals(), QSerialPort::NoSignal);
+        QCOMPARE(link->inputs(), ModemLines());
         QCOMPARE(messages, QStringList{u"Serial Port A CLOSE SUCCESS|3000"_s});
         QVERIFY(!modem->dtr(End::A) && !modem->rts(End::A));
-        QVERIFY(link->lineRequested(SerialLine::Dtr) && link->lineRequested(SerialLine::Rts));
+        QVERIFY(link->requested(SerialLine::Dtr) && link->requested(SerialLine::Rts));
     }
 
     void portWithoutLinesIsAskedOnce()
@@ -111,26 +139,26 @@ private Q_SLOTS:
         simdevice::PseudoTerminal terminal;
         QString error;
         QVERIFY2(terminal.open(&error), qPrintable(error));
-        QVERIFY(!link->tellsPinout());
+        QCOMPARE(link->sight(), SerialLines::Sight::None);
         for (int opening = 1; opening <= 2; ++opening) {
-            QVERIFY(link->open({}, terminal.slavePath(), u"P"_s, true));
-            QVERIFY(link->tellsPinout());
+            QVERIFY(openPort(terminal.slavePath(), {}, OpenMode::Quiet));
+            QCOMPARE(link->sight(), SerialLines::Sight::All);
             for (int look = 0; look < 3; ++look)
-                QCOMPARE(link->pinoutSignals(), QSerialPort::NoSignal);
-            QVERIFY(link->isOpen() && !link->tellsPinout());
+                QCOMPARE(link->inputs(), ModemLines());
+            QVERIFY(link->isOpen() && link->sight() == SerialLines::Sight::None);
             QCOMPARE(messages.filter(u"has no control lines that can be read"_s).size(), opening);
-            link->close(u"P"_s);
+            link->close();
         }
     }
 
     void aFailedOpenSaysWhyAndWhatToDo()
     {
         const QString absent = modem->portA() + u"x"_s;
-        QVERIFY(!link->open({}, absent, u"X"_s, true));
+        QVERIFY(!openPort(absent, {}, OpenMode::Quiet));
         QVERIFY(errors.isEmpty() && messages.isEmpty());
-        QVERIFY(!link->open({}, absent, u"X"_s, false));
+        QVERIFY(!openPort(absent));
         const QString line = errors.value(0).section(u'\n', 0, 0);
-        QVERIFY(line.startsWith("Serial Port X OPEN FAILED! ERROR: "_L1));
+        QVERIFY(line.startsWith("Serial Port A OPEN FAILED! ERROR: "_L1));
         QVERIFY(errors.value(0).section(u'\n', 1).contains(absent));
         QCOMPARE(messages, QStringList{line + u"|5000"_s});
     }
@@ -138,18 +166,11 @@ private Q_SLOTS:
     void aBusyPortIsToldFromAForbiddenOne()
     {
         QVERIFY(open());
-        SerialLink second;
-        QSignalSpy failed(&second, &SerialLink::errorOccurred);
-        if (second.open({}, modem->portA(), u"A"_s, false))
+        const auto first = std::exchange(link, std::make_unique<SerialTransport>());
+        listen();
+        if (open())
             QSKIP("this user overrides exclusive use");
-        QVERIFY(failed.value(0).value(0).toString().contains("Another program has"_L1));
-    }
-
-    void aRecordNamesThePortWhenNobodyElseDoes()
-    {
-        Settings settings;
-        settings.portName = modem->portA();
-        QVERIFY(link->open(settings, QString(), u"A"_s, false));
+        QVERIFY(errors.value(0).contains("Another program has"_L1));
     }
 
     void unusableSettingsDoNotKeepThePortShut()
@@ -161,13 +182,15 @@ private Q_SLOTS:
         QCOMPARE(link->port().parity(), QSerialPort::NoParity);
     }
 
-    void linesRequestedWhileClosedAreDrivenAtOpen()
+    void linesOfTheSettingsAreDrivenAtOpen()
     {
-        QVERIFY(link->setLine(SerialLine::Dtr, false));
-        QVERIFY(open());
+        QCOMPARE(link->setLine(SerialLine::Dtr, false), SerialLines::Answer::NotOpen);
+        Settings settings;
+        settings.dtrOn = false;
+        QVERIFY(open(settings));
         QVERIFY(!modem->dtr(End::A) && modem->rts(End::A));
-        QVERIFY(link->setLine(SerialLine::Dtr, true));
-        QVERIFY(link->setLine(SerialLine::Rts, false));
+        QVERIFY(drive(SerialLine::Dtr, true));
+        QVERIFY(drive(SerialLine::Rts, false));
         QVERIFY(modem->dtr(End::A) && !modem->rts(End::A));
     }
 
@@ -176,13 +199,13 @@ private Q_SLOTS:
         QVERIFY(open(hardwareFlow()));
         QVERIFY(modem->dtr(End::A) && !modem->rts(End::A));
         messages.clear();
-        QVERIFY(!link->setLine(SerialLine::Rts, true));
+        QVERIFY(!drive(SerialLine::Rts, true));
         QCOMPARE(
             messages, QStringList{u"RTS is managed automatically by RTS/CTS flow control|3000"_s});
-        QVERIFY(!modem->rts(End::A) && link->lineRequested(SerialLine::Rts));
+        QVERIFY(!modem->rts(End::A) && link->requested(SerialLine::Rts));
 
         modem->setOutputs(End::A, true, true);
-        link->close(u"A"_s);
+        link->close();
         QVERIFY(!modem->dtr(End::A) && modem->rts(End::A));
 
         modem->setOutputs(End::A, false, false);
@@ -195,15 +218,14 @@ private Q_SLOTS:
         const QByteArray data = numberedBytes(256 * 1024);
         QVERIFY(open());
         readAtOnce();
-        link->setReadThrottled(true);
+        hold = link->holdReading();
         far->write(data);
         QTRY_COMPARE(link->port().bytesAvailable(), 4096);
         QVERIFY(becomesIdle());
         QVERIFY(far->bytesToWrite() > 0);
-        QVERIFY(link->readAvailable().isEmpty());
-        link->setReadThrottled(false);
-        QVERIFY(link->hasUnread());
-        received += link->readAvailable();
+        QVERIFY(taken().isEmpty());
+        hold.release();
+        received += taken();
         QTRY_COMPARE(received.size(), data.size());
         QCOMPARE(received, data);
     }
@@ -214,13 +236,13 @@ private Q_SLOTS:
         QVERIFY(open());
         far->write(data);
         QTRY_COMPARE(link->port().bytesAvailable(), data.size());
-        link->setReadThrottled(true);
+        hold = link->holdReading();
         far->write(data);
         QTRY_COMPARE(link->port().bytesAvailable(), 4096);
         QVERIFY(becomesIdle());
         readAtOnce();
-        link->setReadThrottled(false);
-        received += link->readAvailable();
+        hold.release();
+        received += taken();
         QTRY_COMPARE(received, data + data);
     }
 
@@ -237,35 +259,34 @@ private Q_SLOTS:
     {
         QFETCH(bool, throttled);
         QFETCH(bool, readerWaits);
-        link->setAutoReconnect(true);
         QVERIFY(open());
-        QVERIFY(link->setLine(SerialLine::Break, true));
+        QVERIFY(drive(SerialLine::Break, true));
         far->write("last words");
         QTRY_COMPARE(link->port().bytesAvailable(), 10);
         if (readerWaits)
             readAtOnce();
-        link->setReadThrottled(throttled);
+        if (throttled)
+            hold = link->holdReading();
         messages.clear();
         modem->unplug(End::A);
         QTRY_COMPARE(lost, 1);
-        QVERIFY(!link->isOpen() && !link->lineRequested(SerialLine::Break));
+        QVERIFY(!link->isOpen() && !link->requested(SerialLine::Break));
         QCOMPARE(messages, QStringList{u"Serial Port %1 DISCONNECTED|5000"_s.arg(modem->portA())});
         QCOMPARE(received.isEmpty(), throttled || !readerWaits);
-        link->setReadThrottled(false);
-        received += link->readAvailable();
+        hold.release();
+        received += taken();
         QCOMPARE(received, "last words"_ba);
 
         QVERIFY(modem->plugBack(End::A));
-        QVERIFY(open({}, true));
+        QVERIFY(open({}, OpenMode::Quiet));
         far->write("back");
-        QTRY_VERIFY((received += link->readAvailable()).endsWith("back"));
+        QTRY_VERIFY((received += taken()).endsWith("back"));
         QCOMPARE(lost, 1);
     }
 
     // The kernel's way of telling it: reads return 0, and errno holds whatever it held.
     void aHangUpIsALossToo()
     {
-        link->setAutoReconnect(true);
         QVERIFY(open());
         modem->unplug(End::A, NullModem::Vanishing::EndOfFile);
         errno = ENOTTY;
@@ -276,76 +297,55 @@ private Q_SLOTS:
     void lineParametersChangeInPlace()
     {
         Settings settings;
-        link->reconfigure(settings); // closed: nothing to change
+        link->apply(settings); // closed: nothing to change
         QVERIFY(open());
         messages.clear();
         settings.baudRate = 57600;
         settings.flowControl = QSerialPort::HardwareControl;
-        link->reconfigure(settings);
+        link->apply(settings);
         QCOMPARE(link->port().baudRate(), 57600);
-        QVERIFY(!link->applyLine(SerialLine::Rts, false, false));
+        QVERIFY(!link->driveLine(SerialLine::Rts, false, false));
         settings.flowControl = QSerialPort::NoFlowControl;
-        link->reconfigure(settings);
+        link->apply(settings);
         QVERIFY(modem->rts(End::A)); // driven again to the level that was asked for
         for (const auto& [parity, letter] :
             {std::pair{QSerialPort::MarkParity, "M"}, {QSerialPort::OddParity, "O"},
                 {QSerialPort::SpaceParity, "S"}, {QSerialPort::EvenParity, "E"}}) {
             settings.parity = parity;
-            link->reconfigure(settings);
+            link->apply(settings);
             QCOMPARE(modem->lineSettings(End::A), "57600 8"_ba + letter + '1');
         }
         QVERIFY(messages.isEmpty());
         far->write("still open");
-        QTRY_VERIFY((received += link->readAvailable()) == "still open"_ba);
-    }
-
-    // At 300 baud a repetition would fill the memory, and go on for hours after it was stopped.
-    void aSlowLineTakesNoMemoryWithoutEnd()
-    {
-        QVERIFY(open());
-        modem->setFlowing(false);
-        const QByteArray block(64 * 1024, 'x');
-        qint64 taken = 0;
-        while (link->send(block, {}, modem->portA())) {
-            taken += block.size();
-            QVERIFY(taken < 100 * block.size());
-        }
-        QVERIFY(!link->send(block, {}, modem->portA()));
-        QVERIFY(taken >= SerialLink::kMinUnsentBytes - block.size());
-        const auto full = messages.filter(u"is too slow"_s);
-        QCOMPARE(full.size(), 1);
-        QSignalSpy unsent(link.get(), &SerialLink::unsent);
-        link->close(modem->portA());
-        QCOMPARE(unsent.size(), 1);
-        QVERIFY(unsent[0][0].toLongLong() > 0);
-        modem->setFlowing(true);
+        QTRY_VERIFY((received += taken()) == "still open"_ba);
     }
 
     void outputForAVanishedDeviceDoesNotReachItsSuccessor()
     {
-        link->setAutoReconnect(true);
         QVERIFY(open());
         modem->setFlowing(false);
-        QVERIFY(link->send(numberedBytes(100'000), {}, modem->portA()));
-        QTRY_VERIFY(modem->crossedFrom(End::A) == 0 && link->pendingWriteBytes() > 0);
+        QVERIFY(link->write(numberedBytes(100'000)).taken());
+        QTRY_VERIFY(modem->crossedFrom(End::A) == 0 && link->pendingBytes() > 0);
         modem->unplug(End::A);
         QTRY_COMPARE(lost, 1);
-        QCOMPARE(link->pendingWriteBytes(), 0);
-        QCOMPARE(errors.size(), 1); // says how much never left
+        QCOMPARE(link->pendingBytes(), 0);
+        QCOMPARE(unsent, 100'000);
+        QCOMPARE(errors,
+            QStringList{
+                u"Serial Port %1 was closed with 100000 byte(s) not sent."_s.arg(modem->portA())});
         QVERIFY(modem->plugBack(End::A));
         modem->setFlowing(true);
         QTRY_VERIFY(becomesIdle());
         far->readAll();
-        QVERIFY(link->send("new"_ba, {}, modem->portA()));
+        QVERIFY(open() && link->write("new"_ba).taken());
         QTRY_COMPARE(far->peek(100), "new"_ba);
     }
 
     void closingADeadDeviceIsNotALoss()
     {
-        link->setAutoReconnect(true);
         QVERIFY(open());
         modem->unplug(End::A);
-        link->close(u"A"_s); // before the event loop has noticed
+        link->close(); // before the event loop has noticed
         QVERIFY(becomesIdle());
         QCOMPARE(lost, 0);
         QCOMPARE(messages.constLast(), u"Serial Port A CLOSE SUCCESS|3000"_s);
@@ -353,16 +353,82 @@ private Q_SLOTS:
 
     void aReaderMayCloseTheVanishingPort()
     {
-        link->setAutoReconnect(true);
         QVERIFY(open());
         far->write("x");
         QTRY_COMPARE(link->port().bytesAvailable(), 1);
-        connect(link.get(), &SerialLink::readyRead, this, [this] { link->close(u"A"_s); });
+        connect(link.get(), &SerialTransport::readyRead, this, [this] { link->close(); });
         modem->unplug(End::A);
         QTRY_VERIFY(!link->isOpen());
         QCOMPARE(lost, 0);
     }
+
+    void outputIsBoundedByTheSpeedOfTheLine()
+    {
+        QVERIFY(open());
+        modem->setFlowing(false);
+        QVERIFY(link->write(QByteArray(1'000'000, 'a')).taken()); // whatever a person pastes
+        messages.clear();
+        QCOMPARE(link->write("more"_ba).refusal, WriteResult::Refusal::Full);
+        QCOMPARE(link->write("still more"_ba).refusal, WriteResult::Refusal::Full);
+        QCOMPARE(messages.size(), 1);
+        QVERIFY(messages.at(0).contains(u"4 bytes"_s));
+        QSignalSpy discarded(link.get(), &Transport::discarded);
+        link->discard(Purge::Output);
+        QVERIFY(discarded.value(0).value(0).toLongLong() > 900'000);
+        QCOMPARE(link->pendingBytes(), 0);
+        messages.clear();
+        QVERIFY(link->write(QByteArray(SerialOutput::kMinBoundBytes, 'b')).taken());
+        QCOMPARE(messages.size(), 1);
+        QVERIFY(messages.at(0).contains(u"14 bytes in all"_s));
+    }
+
+    void whatTheDriverHoldsHasNotLeft()
+    {
+        QVERIFY(open());
+        QSignalSpy left(link.get(), &Transport::left);
+        modem->setDriverQueue(End::A, 3);
+        QVERIFY(link->write("12345"_ba).taken());
+        QTRY_COMPARE(link->pendingBytes(), 3);
+        QTRY_COMPARE(left.value(0).value(0).toLongLong(), 2);
+        modem->setDriverQueue(End::A, 0);
+        QTRY_COMPARE(left.value(1).value(0).toLongLong(), 3);
+        QCOMPARE(link->pendingBytes(), 0);
+    }
+
+    void theLineChangesBetweenTheBytes()
+    {
+        QVERIFY(open());
+        modem->setDriverQueue(End::A, 3);
+        QVERIFY(link->write("old"_ba).taken());
+        Settings settings;
+        settings.baudRate = 57600;
+        link->apply(settings);
+        QVERIFY(link->write("new"_ba).taken());
+        settings.baudRate = 1200;
+        link->apply(settings);
+        QTRY_COMPARE(far->peek(100), "old"_ba);
+        QCOMPARE(modem->lineSettings(End::A), "9600 8N1"_ba);
+        QCOMPARE(link->pendingBytes(), 6);
+        QByteArrayList settingsSeen;
+        QTimer look;
+        connect(&look, &QTimer::timeout, this, [&] {
+            if (const QByteArray now = modem->lineSettings(End::A); !settingsSeen.contains(now))
+                settingsSeen += now;
+        });
+        look.start(0);
+        modem->setDriverQueue(End::A, 0);
+        QTRY_COMPARE(settingsSeen, (QByteArrayList{"9600 8N1", "57600 8N1", "1200 8N1"}));
+        QCOMPARE(far->peek(100), "oldnew"_ba);
+        look.stop();
+        // A line that never becomes quiet changes all the same.
+        modem->setDriverQueue(End::A, 3);
+        messages.clear();
+        QVERIFY(link->write("end"_ba).taken());
+        link->apply({});
+        QTRY_COMPARE(modem->lineSettings(End::A), "9600 8N1"_ba);
+        QVERIFY(messages.value(0).contains(u"3 bytes not sent yet"_s));
+    }
 };
 
-QTEST_GUILESS_MAIN(TestSerialLink)
-#include "tst_seriallink.moc"
+QTEST_GUILESS_MAIN(TestSerialTransport)
+#include "tst_serialtransport.moc"

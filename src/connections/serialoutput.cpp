@@ -1,0 +1,139 @@
+#include "connections/serialoutput.h"
+
+#include <QSerialPort>
+#include <algorithm>
+#include <utility>
+
+#ifdef Q_OS_UNIX
+#include <sys/ioctl.h>
+#include <termios.h>
+#endif
+
+namespace {
+
+constexpr int kBitsOfAByte = 10; // with start and stop bit
+constexpr int kMsPerSecond = 1000;
+
+qint64 driverQueue(const QSerialPort& port)
+{
+    int bytes = 0;
+#ifdef Q_OS_UNIX
+    if (port.isOpen() && ::ioctl(port.handle(), TIOCOUTQ, &bytes) != 0)
+        bytes = 0;
+#else
+    Q_UNUSED(port)
+#endif
+    return bytes;
+}
+
+} // namespace
+
+qint64 SerialOutput::boundBytes(qint32 baudRate)
+{
+    return std::clamp(
+        qint64{baudRate} / kBitsOfAByte * kBoundSeconds, kMinBoundBytes, kMaxBoundBytes);
+}
+
+bool SerialOutput::hasRoomFor(qint64 bytes) const
+{
+    const qint64 pending = pendingBytes();
+    return pending + bytes <= (pending == 0 ? kMaxBoundBytes : boundBytes(m_port.baudRate()));
+}
+
+bool SerialOutput::write(const QByteArray& bytes)
+{
+    if (m_later.empty()) {
+        if (m_port.write(bytes) != bytes.size())
+            return false;
+        m_busy.start();
+    } else if (m_later.back().change) {
+        m_later.push_back({bytes, {}});
+    } else {
+        m_later.back().bytes.append(bytes);
+    }
+    if (!m_later.empty())
+        m_laterBytes += bytes.size();
+    m_told += bytes.size();
+    return true;
+}
+
+void SerialOutput::changeAfter(const Settings& settings)
+{
+    if (!m_later.empty() && m_later.back().change) {
+        m_later.back().change = settings;
+        return;
+    }
+    if (m_later.empty())
+        m_waiting.start();
+    m_later.push_back({{}, settings});
+    ++m_changes;
+}
+
+qint64 SerialOutput::ahead() const
+{
+    return m_port.bytesToWrite() + driverQueue(m_port);
+}
+
+qint64 SerialOutput::pendingBytes() const
+{
+    return qMin(m_told, ahead() + m_laterBytes);
+}
+
+qint64 SerialOutput::takeLeft()
+{
+    if (ahead() > 0)
+        m_busy.start();
+    const qint64 pending = pendingBytes();
+    return std::exchange(m_told, pending) - pending;
+}
+
+bool SerialOutput::isQuiet() const
+{
+    const qint64 transmitterMs =
+        qint64{kTransmitterBytes} * kBitsOfAByte * kMsPerSecond / qMax(m_port.baudRate(), 1);
+    return ahead() == 0 && (!m_busy.isValid() || m_busy.elapsed() >= transmitterMs);
+}
+
+std::optional<Settings> SerialOutput::nextChange(qint64* overdueBytes)
+{
+    letGo();
+    if (m_later.empty())
+        return {};
+    const bool overdue = m_changes > kMaxChanges || m_waiting.elapsed() >= kChangeWaitMs;
+    if (!overdue && !isQuiet())
+        return {};
+    *overdueBytes = ahead();
+    std::optional<Settings> change = std::move(m_later.front().change);
+    m_later.pop_front();
+    --m_changes;
+    m_waiting.start();
+    return change;
+}
+
+// The data that no change stands before any more.
+void SerialOutput::letGo()
+{
+    while (!m_later.empty() && !m_later.front().change) {
+        const QByteArray bytes = std::exchange(m_later.front().bytes, {});
+        m_later.pop_front();
+        m_laterBytes -= bytes.size();
+        m_port.write(bytes);
+        m_busy.start();
+    }
+}
+
+bool SerialOutput::needsPoll() const
+{
+    // QSerialPort tells of what it writes itself.
+    return !m_later.empty() || (m_told > 0 && m_port.bytesToWrite() == 0);
+}
+
+qint64 SerialOutput::clear()
+{
+    std::erase_if(m_later, [](const Later& each) { return !each.change; });
+    m_laterBytes = 0;
+    // A driver that says it has nothing may still be passing bytes on; those are on their way.
+    if (m_port.isOpen() && ahead() > 0)
+        m_port.clear(QSerialPort::Output);
+    return std::exchange(m_told, 0);
+}
