@@ -77,9 +77,8 @@ void LivePort::wireConnection()
 void LivePort::wireRoads()
 {
     const ConnectionController* controller = m_controller.get();
-    for (const auto announcement :
-        {&ConnectionController::readyRead, &ConnectionController::udpReadyRead})
-        connect(controller, announcement, this, &LivePort::read);
+    connect(controller, &ConnectionController::readyRead, this, &LivePort::read);
+    connect(controller, &ConnectionController::udpReadyRead, this, &LivePort::read);
     connect(controller, &ConnectionController::serverMessage, this, &LivePort::read);
     connect(
         controller, &ConnectionController::peerLost, m_receive.get(), &ReceivePipeline::forgetPeer);
