@@ -47,7 +47,7 @@ bool SerialOutput::write(const QByteArray& bytes)
             return false;
         m_busy.start();
     } else if (m_later.back().change) {
-        m_later.push_back({bytes, {}});
+        m_later.push_back({bytes, nullptr});
     } else {
         m_later.back().bytes.append(bytes);
     }
@@ -60,12 +60,12 @@ bool SerialOutput::write(const QByteArray& bytes)
 void SerialOutput::changeAfter(const Settings& settings)
 {
     if (!m_later.empty() && m_later.back().change) {
-        m_later.back().change = settings;
+        *m_later.back().change = settings;
         return;
     }
     if (m_later.empty())
         m_waiting.start();
-    m_later.push_back({{}, settings});
+    m_later.push_back({{}, std::make_unique<Settings>(settings)});
     ++m_changes;
 }
 
@@ -94,7 +94,7 @@ bool SerialOutput::isQuiet() const
     return ahead() == 0 && (!m_busy.isValid() || m_busy.elapsed() >= transmitterMs);
 }
 
-std::optional<Settings> SerialOutput::nextChange(qint64* overdueBytes)
+std::unique_ptr<Settings> SerialOutput::nextChange(qint64* overdueBytes)
 {
     letGo();
     if (m_later.empty())
@@ -103,7 +103,7 @@ std::optional<Settings> SerialOutput::nextChange(qint64* overdueBytes)
     if (!overdue && !isQuiet())
         return {};
     *overdueBytes = ahead();
-    std::optional<Settings> change = std::move(m_later.front().change);
+    std::unique_ptr<Settings> change = std::move(m_later.front().change);
     m_later.pop_front();
     --m_changes;
     m_waiting.start();

@@ -5,7 +5,7 @@
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <deque>
-#include <optional>
+#include <memory>
 
 class QSerialPort;
 
@@ -54,7 +54,8 @@ public:
     // The change whose turn it is. `overdueBytes` is what of the data before it has not left, and
     // may go out changed. What was written behind it goes on with the call after it was carried
     // out.
-    std::optional<Settings> nextChange(qint64* overdueBytes);
+    // Null when there is none.
+    std::unique_ptr<Settings> nextChange(qint64* overdueBytes);
     // Something is to be seen to every kPollMs.
     [[nodiscard]] bool needsPoll() const;
 
@@ -65,7 +66,7 @@ private:
     struct Later
     {
         QByteArray bytes;
-        std::optional<Settings> change;
+        std::unique_ptr<Settings> change;
     };
 
     [[nodiscard]] qint64 ahead() const;

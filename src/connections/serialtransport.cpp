@@ -279,7 +279,7 @@ void SerialTransport::seeToOutput()
         Q_EMIT left(bytes, {});
     qint64 overdue = 0;
     while (self && m_phase != Phase::Closed) {
-        const std::optional<Settings> change = m_output.nextChange(&overdue);
+        const std::unique_ptr<Settings> change = m_output.nextChange(&overdue);
         if (!change)
             break;
         if (overdue > 0) {
