@@ -160,7 +160,8 @@ void ConnectionController::onClosed(const CloseReason& reason)
     Q_EMIT closed(reason);
     if (!self)
         return;
-    if (mode == connectionMode::SerialPort && reason.kind == CloseReason::Kind::Lost)
+    if (mode == connectionMode::SerialPort && reason.kind == CloseReason::Kind::Lost
+        && m_autoReconnect)
         Q_EMIT serialPortLost();
     else if (connectionModeIsTcpClient(mode) && reason.kind != CloseReason::Kind::Failed)
         Q_EMIT tcpClientDisconnected();
@@ -250,6 +251,12 @@ void ConnectionController::setAutoReconnect(bool on)
     m_autoReconnect = on;
     if (SerialTransport* port = serial())
         port->setClosesWhenLost(on);
+}
+
+void ConnectionController::closeLostSerial()
+{
+    if (SerialTransport* port = serial())
+        port->closeLost();
 }
 
 void ConnectionController::connectTcpClient(const QString& host, quint16 port)

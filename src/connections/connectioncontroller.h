@@ -70,6 +70,8 @@ public:
     // Whether a device that vanishes is closed and reported by serialPortLost().
     void setAutoReconnect(bool on);
     [[nodiscard]] bool autoReconnect() const { return m_autoReconnect; }
+    // Otherwise who hears of it by serialErrorOccurred() ends the connection here.
+    void closeLostSerial();
 
     // TCP client; see TcpClientTransport. Sending and what follows serve RFC 2217 as well, with
     // payload.

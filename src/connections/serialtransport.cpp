@@ -470,14 +470,16 @@ void SerialTransport::onErrorOccurred(QSerialPort::SerialPortError error)
         m_pinoutRefused = true;
     if (vanished && m_phase == Phase::Lingering)
         endLinger();
-    else if (vanished && m_closesWhenLost && !m_losing)
-        lose();
+    else if (vanished && m_closesWhenLost)
+        closeLost();
     if (self)
         Q_EMIT portErrorOccurred(error);
 }
 
-void SerialTransport::lose()
+void SerialTransport::closeLost()
 {
+    if (m_losing || state() != State::Open)
+        return;
     const QPointer<SerialTransport> self(this);
     m_losing = true;
     m_breakActive = false;

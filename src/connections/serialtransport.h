@@ -40,6 +40,8 @@ public:
     // Whether a device that vanishes is closed; otherwise it is left as it is and only
     // portErrorOccurred() tells.
     void setClosesWhenLost(bool on) { m_closesWhenLost = on; }
+    // The device of an open port is gone: ends the connection as lost.
+    void closeLost();
     [[nodiscard]] const QSerialPort& port() const { return *m_port; }
 
     [[nodiscard]] State state() const override;
@@ -90,7 +92,6 @@ private:
     qint64 closePort();
     [[nodiscard]] QString unsentText(qint64 bytes) const;
     void onErrorOccurred(QSerialPort::SerialPortError error);
-    void lose();
 
     QSerialPort* const m_port; // deleted later: it may be in the middle of a signal
     SerialOutput m_output;

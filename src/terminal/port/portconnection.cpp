@@ -231,8 +231,6 @@ void PortConnection::onNotice(const Notice& notice)
         Q_EMIT noticed(notice);
         return;
     }
-    if (m_muted)
-        return;
     if (notice.gravity == Notice::Gravity::Error) {
         // The end of a connection that is about to be regained is news, not an error to act on.
         const bool news = isOpen() && mayRegain() && connectionModeIsTcpClient(m_active.connMode);
@@ -265,14 +263,11 @@ void PortConnection::onSerialError(QSerialPort::SerialPortError error)
 void PortConnection::onSerialPortVanished()
 {
     const QString name = m_active.portName;
-    {
-        const QScopedValueRollback muted(m_muted, true);
-        closeTransport();
-    }
+    m_controller.closeLostSerial();
+    if (m_life != ConnectionLife::Closed)
+        return;
     m_lastError =
         tr("Serial Port %1 is gone. Connect the device again and open the port.").arg(name);
-    tell(tr("Serial Port %1 DISCONNECTED").arg(name), kFailureMs);
-    follow(LifeEvent::Gone);
     Q_EMIT noticed(Notice::error(m_lastError, {}, Notice::kUntilDismissed));
 }
 

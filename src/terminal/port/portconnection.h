@@ -103,6 +103,5 @@ private:
     ConnectionLife m_life = ConnectionLife::Closed;
     bool m_quiet = false;   // the attempt in progress was not asked for
     bool m_closing = false; // by will; what follows from it is no loss
-    bool m_muted = false;   // a vanished port is being closed; its messages say nothing new
     bool m_autoReconnect = false;
 };
