@@ -12,6 +12,8 @@ struct rxData
     QDateTime time; // local, taken when the chunk was queued
     RXorTx direction = RXorTx::Received;
     QByteArray bytes;
+    // The bytes are a line about the port (UTF-8) and no traffic.
+    bool status = false;
     // A later slice of a record that was cut for its size: no pause lies in front of it, and it is
     // no record of its own for the rule of the lone line feed.
     bool continuation = false;

@@ -153,6 +153,16 @@ QString MessageCodec::decodeForUi(const rxData& record, const FormatSetting& for
     return text;
 }
 
+QString MessageCodec::decodeStatus(QByteArrayView bytes, DisplayState& state)
+{
+    QString text = sanitizeText(QString::fromUtf8(bytes));
+    text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u'\n');
+    if (!state.endsWithLineFeed)
+        text.prepend(u'\n');
+    state.endsWithLineFeed = text.endsWith(u'\n');
+    return text;
+}
+
 EncodeSendResult MessageCodec::encodeSend(
     const QString& text, bool hexadecimal, const FormatSetting& format)
 {

@@ -56,11 +56,15 @@ public:
     // Appends the text to record, with the log's own stamp. The log is evidence: control characters
     // and line ends stand in it as they came. Line feeds that a pause or a stamp needs are added by
     // the rules of appendForUi().
-    // State and decoder belong to the log alone.
+    // State and decoder belong to the log alone. A line about the port is recorded as shown.
     static void appendForLog(const rxData& record, const FormatSetting& format, LogState& state,
         WireTextDecoder& decoder, QString& text);
     [[nodiscard]] static QString decodeForLog(const rxData& record, const FormatSetting& format,
         LogState& state, WireTextDecoder& decoder);
+
+    // The text to append for a record that is a line about the port (rxData::status): on a line of
+    // its own, every CR LF and every other CR a line feed.
+    [[nodiscard]] static QString decodeStatus(QByteArrayView bytes, DisplayState& state);
 
     // --- typed text as bytes to send
 

@@ -7,6 +7,10 @@
 void MessageCodec::appendForLog(const rxData& record, const FormatSetting& format, LogState& state,
     WireTextDecoder& decoder, QString& text)
 {
+    if (record.status) {
+        text += decodeStatus(record.bytes, state.line);
+        return;
+    }
     RecordStyle style;
     style.messageFormat =
         record.direction == RXorTx::Received ? format.receiveMsgFormat : format.sendMsgFormat;

@@ -41,7 +41,7 @@ bool DisplayQueue::joinsLast(const rxData& record) const
     if (m_entries.size() <= m_hidden || m_entries.back().raw || m_entries.back().mark)
         return false;
     const rxData& last = m_entries.back().record;
-    return last.direction == record.direction
+    return last.direction == record.direction && !last.status && !record.status
            && last.bytes.size() + record.bytes.size() <= kSliceBytes && !isLoneLineFeed(last.bytes)
            && !isLoneLineFeed(record.bytes) && last.peer == record.peer && last.time == record.time;
 }

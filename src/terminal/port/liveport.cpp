@@ -148,11 +148,21 @@ void LivePort::applySettings()
             m_controller->setSerialLine(line, on);
     }
     if (isOpen())
-        m_controller->apply(now);
+        applyLine();
     else
         setUpLog();
     m_lines->refresh();
     Q_EMIT stateChanged();
+}
+
+// Another baud rate in the middle of a block would damage it.
+void LivePort::applyLine()
+{
+    m_lineWaits = isLent();
+    if (m_lineWaits)
+        Q_EMIT noticed(Notice::info(m_borrower->settingsRefusal(), Notice::kFailureMs));
+    else
+        m_controller->apply(active());
 }
 
 void LivePort::applyFormat()
@@ -211,6 +221,10 @@ void LivePort::pause()
 {
     if (runState() != RunState::Running)
         return;
+    if (isLent()) {
+        Q_EMIT noticed(Notice::warning(m_borrower->pauseRefusal()));
+        return;
+    }
     m_receive->pause();
     m_log->flushLog();
     Q_EMIT halted();
@@ -262,6 +276,23 @@ void LivePort::setAutoReconnect(bool on)
     m_connection->setAutoReconnect(on);
 }
 
+void LivePort::lendTo(Borrower* borrower)
+{
+    if (m_borrower == borrower)
+        return;
+    m_borrower = borrower;
+    m_send->setRefusal(borrower ? borrower->sendingRefusal() : QString());
+    m_lines->setRefusal(borrower ? borrower->linesRefusal() : QString());
+    if (!borrower && std::exchange(m_lineWaits, false) && isOpen())
+        m_controller->apply(active());
+    Q_EMIT lentChanged();
+}
+
+void LivePort::appendStatusLine(const QString& text)
+{
+    m_receive->pushStatusLine(text);
+}
+
 void LivePort::setDisplay(DisplaySink* display)
 {
     m_receive->setDisplay(display);
@@ -288,6 +319,10 @@ void LivePort::read()
 {
     Chunk chunk;
     while (transport() && transport()->takeChunk(chunk)) {
+        const bool borrowed = m_borrower && m_borrower->takes(chunk);
+        Q_EMIT arrived(chunk.peer, chunk.bytes.size());
+        if (borrowed)
+            continue;
         Q_EMIT rxTapped(chunk.bytes, chunk.peer);
         m_receive->ingestRx(chunk.bytes, chunk.fromStream, chunk.peer);
     }

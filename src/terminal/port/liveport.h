@@ -52,6 +52,28 @@ public:
     // everybody, or one peer.
     enum class Target { Own, All, Peer };
 
+    // Whoever borrows the port for a while, as a file transfer does. It sees what is received
+    // before everybody else, and takes what is meant for it: that is neither tapped nor shown nor
+    // logged. Nobody else sends, drives the lines, pauses or changes the line meanwhile.
+    class Borrower
+    {
+        Q_DISABLE_COPY_MOVE(Borrower)
+
+    public:
+        virtual ~Borrower() = default;
+        // True when the chunk was its own.
+        virtual bool takes(const Chunk& chunk) = 0;
+        // Why a person may not send now, and not touch the lines.
+        [[nodiscard]] virtual QString sendingRefusal() const = 0;
+        [[nodiscard]] virtual QString linesRefusal() const = 0;
+        [[nodiscard]] virtual QString pauseRefusal() const = 0;
+        // What is said when the settings of the line change: they wait.
+        [[nodiscard]] virtual QString settingsRefusal() const = 0;
+
+    protected:
+        Borrower() = default;
+    };
+
     static constexpr int kHintMs = 3000;
     // What waits for the log when the port goes may take so long to be written; finishLog() is the
     // way that loses nothing.
@@ -110,6 +132,20 @@ public:
     // Accepted for sending and, as far as the system tells, not yet left.
     [[nodiscard]] qint64 pendingBytes() const;
 
+    // Bytes as they are, to that peer or to whom the mode means, counted and, when asked for,
+    // echoed. For who stands beside the person: a transfer, a bridge. Opens nothing.
+    WriteResult writeRaw(const QByteArray& bytes, bool echo, const QString& peerKey = {});
+
+    // --- lent
+    // Null takes it back. What the line was to become meanwhile comes into force then.
+    void lendTo(Borrower* borrower);
+    [[nodiscard]] bool isLent() const { return m_borrower != nullptr; }
+    // A bridge uses the port; it cannot be lent.
+    void setBridged(bool on) { m_bridged = on; }
+    [[nodiscard]] bool isBridged() const { return m_bridged; }
+    // A line of text about the port between its traffic, in the view and in the log.
+    void appendStatusLine(const QString& text);
+
     // --- control lines
     [[nodiscard]] PortLines& lines() const { return *m_lines; }
     // The other level of DTR or RTS, as a person wants it; says why when that is not possible.
@@ -139,7 +175,12 @@ Q_SIGNALS:
     void noticed(const Notice& notice);
     // The cause of this notice has gone; an empty text stands for those of the connection.
     void noticeCleared(const QString& text);
-    // Every received chunk before display, with the peer's key.
+    // Something arrived, whoever it is for; its bytes are not to be shown from here.
+    void arrived(const QString& peer, qint64 bytes);
+    // It was lent, or came back.
+    void lentChanged();
+    // Every received chunk that nobody has borrowed the port for, before display, with the peer's
+    // key.
     void rxTapped(const QByteArray& bytes, const QString& peer);
     void countersChanged();
     void remoteSummaryChanged(const QString& summary);
@@ -160,6 +201,7 @@ private:
     [[nodiscard]] SendPipeline::Written write(const QByteArray& bytes);
     [[nodiscard]] WriteResult writeToTarget(Transport& transport, const QByteArray& bytes);
     [[nodiscard]] LineDriver* lineDriver() const;
+    void applyLine();
     void finishSomeLog();
 
     Settings m_settings;
@@ -172,6 +214,9 @@ private:
     std::unique_ptr<PortLog> m_log;
     std::unique_ptr<ReceivePipeline> m_receive;
     std::unique_ptr<SendPipeline> m_send;
+    Borrower* m_borrower = nullptr;
+    bool m_bridged = false;
+    bool m_lineWaits = false; // for the port to come back
     Target m_target = Target::Own;
     QString m_targetPeer;
     QString m_remoteSummary;

@@ -43,6 +43,16 @@ WriteResult LivePort::writeToTarget(Transport& transport, const QByteArray& byte
         tr("The chosen TCP client is gone: nothing was sent. Choose whom to send to")};
 }
 
+WriteResult LivePort::writeRaw(const QByteArray& bytes, bool echo, const QString& peerKey)
+{
+    if (!isOpen() || !transport())
+        return {WriteResult::Refusal::NotOpen, tr("The connection is not open.")};
+    WriteResult result = transport()->write(bytes, peerKey);
+    if (result.taken())
+        m_send->noteSent(bytes, echo);
+    return result;
+}
+
 // A datagram whose host had to be found is on its way once nothing waits any more.
 void LivePort::onLeft()
 {

@@ -61,8 +61,9 @@ bool PortLines::explainInertControlLine(SerialLine line)
 {
     const LineDriver* driver = m_driver();
     const QString reason =
-        driver ? driver->inertReason(line, m_settings)
-               : tr("Control lines belong to a serial port. This connection does not have one.");
+        !m_refusal.isEmpty() ? m_refusal
+        : driver             ? driver->inertReason(line, m_settings)
+                 : tr("Control lines belong to a serial port. This connection does not have one.");
     if (reason.isEmpty())
         return false;
     Q_EMIT noticed(Notice::info(reason, kMessageMs));

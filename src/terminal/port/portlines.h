@@ -40,6 +40,8 @@ public:
     // Each who watches says so once, and once that it has ended.
     void setWatched(bool on);
 
+    // While the reason is not empty no line is driven by a person: the port is lent.
+    void setRefusal(const QString& reason) { m_refusal = reason; }
     // Tells why the line cannot be driven; false when nothing stands against it.
     bool explainInertControlLine(SerialLine line);
     // What pressing the break key does, and why nothing happens otherwise, for a tool tip.
@@ -70,4 +72,5 @@ private:
     LineDriver* m_breakDriver = nullptr; // whose line is in break
     qint64 m_pressedMs = 0;
     LineReport m_report;
+    QString m_refusal;
 };

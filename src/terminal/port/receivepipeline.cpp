@@ -85,6 +85,17 @@ void ReceivePipeline::pushByteArray(
     queueRecord(bytes, direction, peer, receivesText());
 }
 
+void ReceivePipeline::pushStatusLine(const QString& text)
+{
+    rxData record;
+    record.time = m_clocks.wall();
+    record.direction = RXorTx::Sent;
+    record.bytes = (text + u'\n').toUtf8();
+    record.status = true;
+    m_queue.push(std::move(record), false);
+    armTimer();
+}
+
 void ReceivePipeline::queueRecord(
     const QByteArray& bytes, RXorTx direction, const QString& peer, bool filtered)
 {
@@ -256,6 +267,10 @@ void ReceivePipeline::decodeBufferForUi(const rxData& slice)
     if (ink != m_batch.ink || m_batch.text.size() >= DisplayQueue::kSliceBytes)
         flush();
     m_batch.ink = ink;
+    if (slice.status) {
+        m_batch.text += MessageCodec::decodeStatus(slice.bytes, m_display);
+        return;
+    }
     MessageCodec::appendForUi(slice, m_format, m_display, decoder, m_batch.text);
     if (!showsText(slice.direction))
         m_batch.noteBytes(kHexCharacters * slice.bytes.size());

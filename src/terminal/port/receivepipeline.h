@@ -73,6 +73,8 @@ public:
     // Queues a record for display. Sent bytes are not counted here.
     void pushByteArray(
         const QByteArray& bytes, bool countReceived, RXorTx direction, const QString& peer = {});
+    // A line about the port, in its place between the records.
+    void pushStatusLine(const QString& text);
     // Runs the action once all that waits now was shown and logged; at once when nothing waits.
     void afterWaiting(std::function<void()> action);
     // The peer left: once what it sent has been shown, nothing of it is kept.

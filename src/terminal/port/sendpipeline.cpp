@@ -44,11 +44,22 @@ SendPipeline::~SendPipeline() = default;
 
 bool SendPipeline::sendText(const QString& text, Editor editor)
 {
-    return sendMessage(encodeSendData(text, editor));
+    const QByteArray bytes = encodeSendData(text, editor);
+    return !bytes.isEmpty() && sendMessage(bytes);
+}
+
+bool SendPipeline::refuses()
+{
+    if (m_refusal.isEmpty())
+        return false;
+    Q_EMIT noticed(Notice::warning(m_refusal));
+    return true;
 }
 
 QByteArray SendPipeline::encodeSendData(const QString& text, Editor editor)
 {
+    if (refuses())
+        return {};
     if (text.isEmpty()) {
         Q_EMIT editorFocusRequested();
         return {};
@@ -73,7 +84,7 @@ bool SendPipeline::sendMessage(const QByteArray& bytes)
 
 bool SendPipeline::send(const QByteArray& bytes, const QByteArray& echo)
 {
-    if (bytes.isEmpty())
+    if (bytes.isEmpty() || refuses())
         return false;
     const Written written = m_write(bytes);
     if (written == Written::Kept)
@@ -125,6 +136,11 @@ void SendPipeline::account(qsizetype size, const QByteArray& echo)
         return;
     m_receive.pushByteArray(echo, false, RXorTx::Sent);
     m_receive.onRefreshDisplay();
+}
+
+void SendPipeline::noteSent(const QByteArray& bytes, bool echo)
+{
+    account(bytes.size(), echo ? bytes : QByteArray());
 }
 
 void SendPipeline::keep(qsizetype size, const QByteArray& echo)

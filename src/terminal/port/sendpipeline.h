@@ -62,6 +62,11 @@ public:
     // Control characters, and the sequences of function keys, as they are.
     bool sendControl(const QByteArray& bytes);
 
+    // Bytes that went out beside this pipeline: counted, and echoed when asked for.
+    void noteSent(const QByteArray& bytes, bool echo);
+    // While the reason is not empty nobody sends here, and hears it instead: the port is lent.
+    void setRefusal(const QString& reason) { m_refusal = reason; }
+
     // The connection stands, or the host is known: what was kept is on its way.
     void acceptKept();
     // So many bytes that had been taken or kept did not leave, perhaps of a connection before this
@@ -89,12 +94,14 @@ Q_SIGNALS:
 private:
     bool send(const QByteArray& bytes, const QByteArray& echo);
     bool sendTypedBytes(const QByteArray& bytes);
+    [[nodiscard]] bool refuses();
     void keep(qsizetype size, const QByteArray& echo);
     void account(qsizetype size, const QByteArray& echo);
 
     Write m_write;
     ReceivePipeline& m_receive;
     FormatSetting m_format;
+    QString m_refusal;
     SendHistory m_history;
     // A message that waits to be counted and shown.
     struct Kept
