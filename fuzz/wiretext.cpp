@@ -20,7 +20,7 @@ struct Road
         // A record of a lone LF may be skipped; as a later slice it is not.
         const bool loneLineFeed = bytes == "\n";
         return MessageCodec::decodeForUi(
-            {QDateTime(), RXorTx::Received, bytes, loneLineFeed, false, {}}, format, state,
+            {QDateTime(), RXorTx::Received, bytes, false, loneLineFeed, false, {}}, format, state,
             *decoder);
     }
 

@@ -22,6 +22,16 @@
     </message>
 </context>
 <context>
+    <name>FileTransferBar</name>
+    <message numerus="yes">
+        <source>%n retries</source>
+        <translation>
+            <numerusform>%n retry</numerusform>
+            <numerusform>%n retries</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>SerialTransport</name>
     <message numerus="yes">
         <source>Serial Port %1 was closed with %n byte(s) not sent.</source>

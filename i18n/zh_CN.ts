@@ -656,6 +656,257 @@ Functions: %1</source>
     </message>
 </context>
 <context>
+    <name>FileTransferBar</name>
+    <message>
+        <source>Cancel Transfer</source>
+        <translation>取消传输</translation>
+    </message>
+    <message>
+        <source>Open Folder</source>
+        <translation>打开文件夹</translation>
+    </message>
+    <message>
+        <source>File transfer</source>
+        <translation>文件传输</translation>
+    </message>
+    <message>
+        <source>Progress of the file transfer</source>
+        <translation>文件传输进度</translation>
+    </message>
+    <message>
+        <source>Dismiss</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>Dismiss the end of the file transfer</source>
+        <translation>关闭文件传输结果</translation>
+    </message>
+    <message>
+        <source>Receiving %1 (%2)</source>
+        <translation>正在接收 %1（%2）</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 / %2</translation>
+    </message>
+    <message>
+        <source>stopping</source>
+        <translation>正在停止</translation>
+    </message>
+    <message>
+        <source>waiting for the device, %1</source>
+        <translation>等待设备，%1</translation>
+    </message>
+    <message>
+        <source>%1/s</source>
+        <translation>%1/秒</translation>
+    </message>
+    <message>
+        <source>%1 left</source>
+        <translation>剩余 %1</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n retries</source>
+        <translation>
+            <numerusform>%n 次重试</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Saved as %1</source>
+        <translation>已保存为 %1</translation>
+    </message>
+</context>
+<context>
+    <name>FileTransferDialog</name>
+    <message>
+        <source>&amp;Keep this dialog open</source>
+        <translation>保持对话框打开(&amp;K)</translation>
+    </message>
+    <message>
+        <source>Send File</source>
+        <translation>发送文件</translation>
+    </message>
+    <message>
+        <source>Receive File</source>
+        <translation>接收文件</translation>
+    </message>
+    <message>
+        <source>1024 bytes where the protocol allows it</source>
+        <translation>协议允许时使用 1024 字节</translation>
+    </message>
+    <message>
+        <source>128 bytes</source>
+        <translation>128 字节</translation>
+    </message>
+    <message>
+        <source> KB</source>
+        <translation> KB</translation>
+    </message>
+    <message>
+        <source>No limit</source>
+        <translation>无限制</translation>
+    </message>
+    <message>
+        <source>&amp;Protocol:</source>
+        <translation>协议(&amp;P)：</translation>
+    </message>
+    <message>
+        <source>&amp;Block size:</source>
+        <translation>块大小(&amp;B)：</translation>
+    </message>
+    <message>
+        <source>&amp;Stop after:</source>
+        <translation>上限(&amp;S)：</translation>
+    </message>
+    <message>
+        <source>&amp;Client:</source>
+        <translation>客户端(&amp;C)：</translation>
+    </message>
+    <message>
+        <source>&amp;Send</source>
+        <translation>发送(&amp;S)</translation>
+    </message>
+    <message>
+        <source>&amp;Receive</source>
+        <translation>接收(&amp;R)</translation>
+    </message>
+    <message>
+        <source>Bro&amp;wse...</source>
+        <translation>浏览(&amp;W)...</translation>
+    </message>
+    <message>
+        <source>&amp;File:</source>
+        <translation>文件(&amp;F)：</translation>
+    </message>
+    <message>
+        <source>&amp;Folder:</source>
+        <translation>文件夹(&amp;F)：</translation>
+    </message>
+    <message>
+        <source>File &amp;name:</source>
+        <translation>文件名(&amp;N)：</translation>
+    </message>
+    <message>
+        <source>Receive Into</source>
+        <translation>接收到</translation>
+    </message>
+    <message>
+        <source>YMODEM-G does not resend anything, so it needs hardware flow control (RTS/CTS). This connection has none: a single error would abandon the whole transfer.</source>
+        <translation>YMODEM-G 不会重发任何数据，因此需要硬件流控（RTS/CTS）。此连接没有流控：一个错误就会使整个传输中止。</translation>
+    </message>
+    <message>
+        <source>XMODEM carries no file name or length, so you must supply the name, and the received file is always padded up to a whole number of blocks.</source>
+        <translation>XMODEM 不传送文件名和长度，因此必须由您给出文件名，并且收到的文件总是补齐为整数个块。</translation>
+    </message>
+    <message>
+        <source>XMODEM carries no file name or length. The device will receive the data padded up to a whole number of blocks.</source>
+        <translation>XMODEM 不传送文件名和长度。设备收到的数据会补齐为整数个块。</translation>
+    </message>
+    <message>
+        <source>Choose the file to send.</source>
+        <translation>请选择要发送的文件。</translation>
+    </message>
+    <message>
+        <source>Choose the folder to receive into.</source>
+        <translation>请选择用于接收的文件夹。</translation>
+    </message>
+    <message>
+        <source>There is no such file.</source>
+        <translation>没有这个文件。</translation>
+    </message>
+    <message>
+        <source>This is not a file.</source>
+        <translation>这不是文件。</translation>
+    </message>
+    <message>
+        <source>This is not a folder.</source>
+        <translation>这不是文件夹。</translation>
+    </message>
+    <message>
+        <source>Enter a name for the file.</source>
+        <translation>请输入文件名。</translation>
+    </message>
+    <message>
+        <source>The oldest: blocks of 128 bytes with a simple checksum. Use it when the device offers nothing better.</source>
+        <translation>最古老：128 字节的块和简单校验和。仅当设备没有更好的选择时使用。</translation>
+    </message>
+    <message>
+        <source>Blocks of 128 bytes with a CRC, which finds nearly every error.</source>
+        <translation>128 字节的块和 CRC，几乎能发现所有错误。</translation>
+    </message>
+    <message>
+        <source>Blocks of 1024 bytes with a CRC: faster on a good line.</source>
+        <translation>1024 字节的块和 CRC：在良好线路上更快。</translation>
+    </message>
+    <message>
+        <source>As XMODEM-1K, with name, size and time of the file. The best choice for most devices.</source>
+        <translation>同 XMODEM-1K，并传送文件名、大小和时间。适合大多数设备。</translation>
+    </message>
+    <message>
+        <source>As YMODEM without waiting for each block: the fastest, for lines that cannot lose anything.</source>
+        <translation>同 YMODEM，但不等待每个块的应答：最快，适合不会丢失数据的线路。</translation>
+    </message>
+</context>
+<context>
+    <name>FileTransferSession</name>
+    <message>
+        <source>The device cancelled the transfer.</source>
+        <translation>设备取消了传输。</translation>
+    </message>
+    <message>
+        <source>The connection was closed, so the transfer stopped. If this was a firmware update the device may be left with an incomplete image -- run the update again.</source>
+        <translation>连接已关闭，传输已停止。如果这是固件更新，设备中的映像可能不完整，请重新更新。</translation>
+    </message>
+    <message>
+        <source>The connection was lost, so the transfer stopped. If this was a firmware update the device may be left with an incomplete image -- run the update again.</source>
+        <translation>连接已丢失，传输已停止。如果这是固件更新，设备中的映像可能不完整，请重新更新。</translation>
+    </message>
+    <message>
+        <source>The device asked for the name &quot;%1&quot;; it was saved as &quot;%2&quot;.</source>
+        <translation>设备要求的文件名是“%1”，已保存为“%2”。</translation>
+    </message>
+    <message>
+        <source>A file of that name already existed, so this one was saved as &quot;%1&quot;.</source>
+        <translation>同名文件已存在，因此保存为“%1”。</translation>
+    </message>
+    <message>
+        <source>What arrived was kept as &quot;%1&quot;.</source>
+        <translation>已收到的部分保存为“%1”。</translation>
+    </message>
+    <message>
+        <source>Receiving with %1</source>
+        <translation>正在用 %1 接收</translation>
+    </message>
+    <message>
+        <source>Sending %1 (%2, %3 bytes)</source>
+        <translation>正在发送 %1（%2，%3 字节）</translation>
+    </message>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+    <message>
+        <source>Transfer complete: %1 bytes in %2 s, %3 KB/s, %4 retries</source>
+        <translation>传输完成：%1 字节，用时 %2 秒，%3 KB/秒，%4 次重试</translation>
+    </message>
+    <message>
+        <source>Transfer failed: %1</source>
+        <translation>传输失败：%1</translation>
+    </message>
+    <message>
+        <source> (%1% transferred)</source>
+        <translation>（已传输 %1%）</translation>
+    </message>
+    <message>
+        <source>Cancelled.</source>
+        <translation>已取消。</translation>
+    </message>
+    <message>
+        <source>Cancelled. The device may still have received up to one more block of data -- if this was a firmware update, run the whole update again.</source>
+        <translation>已取消。设备可能还会收到至多一个数据块；如果这是固件更新，请重新执行整个更新。</translation>
+    </message>
+</context>
+<context>
     <name>FindBar</name>
     <message>
         <source>Find in received data</source>
@@ -844,6 +1095,10 @@ Functions: %1</source>
     <message>
         <source>The chosen TCP client is gone: nothing was sent. Choose whom to send to</source>
         <translation>所选的 TCP 客户端已离开：未发送任何数据。请重新选择发送对象</translation>
+    </message>
+    <message>
+        <source>The connection is not open.</source>
+        <translation>连接未打开。</translation>
     </message>
 </context>
 <context>
@@ -1610,12 +1865,24 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
         <source>The data log could not be written. What it still has to write is lost when the port is closed here.</source>
         <translation>数据日志无法写入。如果现在关闭端口，尚未写入的内容将会丢失。</translation>
     </message>
+    <message>
+        <source>A file transfer is running. Closing ends it.</source>
+        <translation>文件传输正在进行，关闭会使其终止。</translation>
+    </message>
+    <message>
+        <source>If it updates the firmware of a device, the device may be left with an incomplete image.</source>
+        <translation>如果正在更新设备固件，设备中的映像可能不完整。</translation>
+    </message>
 </context>
 <context>
     <name>PaneDialogs</name>
     <message>
         <source>Port %1, %2</source>
         <translation>端口 %1，%2</translation>
+    </message>
+    <message>
+        <source>A file transfer is running on this port: cancel it first.</source>
+        <translation>此端口正在传输文件：请先取消。</translation>
     </message>
 </context>
 <context>
@@ -1685,6 +1952,10 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>%1 OPEN FAILED</source>
         <translation>%1 打开失败</translation>
+    </message>
+    <message>
+        <source>A file transfer is running on this port: cancel it first.</source>
+        <translation>此端口正在传输文件：请先取消。</translation>
     </message>
 </context>
 <context>
@@ -1931,10 +2202,6 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
         <translation>串口 %1 已不存在。请重新连接设备并打开串口。</translation>
     </message>
     <message>
-        <source>Serial Port %1 DISCONNECTED</source>
-        <translation>串口 %1 已断开</translation>
-    </message>
-    <message>
         <source>Reconnecting to %1:%2 ...</source>
         <translation>正在重连到 %1:%2 ...</translation>
     </message>
@@ -1999,6 +2266,65 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Choose a port</source>
         <translation>选择串口</translation>
+    </message>
+</context>
+<context>
+    <name>PortTransfer</name>
+    <message>
+        <source>A file transfer is already running on this port.</source>
+        <translation>此端口已有文件传输正在进行。</translation>
+    </message>
+    <message>
+        <source>The connection is not open.</source>
+        <translation>连接未打开。</translation>
+    </message>
+    <message>
+        <source>File transfer needs an ordered, reliable connection. UDP cannot provide one.</source>
+        <translation>文件传输需要有序、可靠的连接，UDP 无法提供。</translation>
+    </message>
+    <message>
+        <source>This port is part of a bridge link. Remove the link before transferring a file.</source>
+        <translation>此端口属于一个桥接。传输文件前请先移除桥接。</translation>
+    </message>
+    <message>
+        <source>This port is in use by something else.</source>
+        <translation>此端口正被其他功能使用。</translation>
+    </message>
+    <message>
+        <source>The view is paused. Resume it before transferring a file.</source>
+        <translation>视图已暂停。传输文件前请先恢复。</translation>
+    </message>
+    <message>
+        <source>No client is connected yet.</source>
+        <translation>尚无客户端连接。</translation>
+    </message>
+    <message>
+        <source>The selected client is no longer connected.</source>
+        <translation>所选客户端已断开。</translation>
+    </message>
+    <message>
+        <source>Several clients are connected. Select the one to transfer with.</source>
+        <translation>已连接多个客户端，请选择与哪一个传输。</translation>
+    </message>
+    <message>
+        <source>YMODEM-G does not retransmit, so it needs hardware flow control (RTS/CTS). This connection has none.</source>
+        <translation>YMODEM-G 不重传，因此需要硬件流控（RTS/CTS）。此连接没有流控。</translation>
+    </message>
+    <message>
+        <source>A file transfer is using this port. Sending data now would corrupt it.</source>
+        <translation>文件传输正在使用此端口。现在发送数据会破坏传输。</translation>
+    </message>
+    <message>
+        <source>A file transfer is using this port. Changing the control lines would interrupt it.</source>
+        <translation>文件传输正在使用此端口。改变控制线会中断传输。</translation>
+    </message>
+    <message>
+        <source>A file transfer is running; the view cannot be paused.</source>
+        <translation>文件传输正在进行，无法暂停视图。</translation>
+    </message>
+    <message>
+        <source>A file transfer is using this port. The change takes effect when it is over.</source>
+        <translation>文件传输正在使用此端口。更改将在传输结束后生效。</translation>
     </message>
 </context>
 <context>
@@ -2736,6 +3062,14 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>File saved</source>
         <translation>文件已保存</translation>
     </message>
+    <message>
+        <source>A file transfer is running on this port. Closing it ends the transfer.</source>
+        <translation>此端口正在传输文件。关闭端口会终止传输。</translation>
+    </message>
+    <message>
+        <source>&amp;Close Port</source>
+        <translation>关闭端口(&amp;C)</translation>
+    </message>
 </context>
 <context>
     <name>SerialTransport</name>
@@ -3147,6 +3481,40 @@ Do you want to replace it?</source>
     <message>
         <source>The character &apos;%1&apos; cannot be encoded as %2. Change the encoding or edit the message.</source>
         <translation>字符“%1”无法用 %2 编码。请更换编码或修改消息。</translation>
+    </message>
+</context>
+<context>
+    <name>XferFileSink</name>
+    <message>
+        <source>The folder %1 does not exist.</source>
+        <translation>文件夹 %1 不存在。</translation>
+    </message>
+    <message>
+        <source>%1 has %2 MB free but the file needs %3 MB. Choose another location.</source>
+        <translation>%1 剩余 %2 MB，而文件需要 %3 MB。请选择其他位置。</translation>
+    </message>
+    <message>
+        <source>Could not create %1: %2</source>
+        <translation>无法创建 %1：%2</translation>
+    </message>
+    <message>
+        <source>The file was not open.</source>
+        <translation>文件未打开。</translation>
+    </message>
+    <message>
+        <source>The file was received but could not be renamed to %1.</source>
+        <translation>文件已收到，但无法重命名为 %1。</translation>
+    </message>
+</context>
+<context>
+    <name>XferFileSource</name>
+    <message>
+        <source>it is not a file</source>
+        <translation>这不是文件</translation>
+    </message>
+    <message>
+        <source>Could not open %1: %2</source>
+        <translation>无法打开 %1：%2</translation>
     </message>
 </context>
 <context>

@@ -118,14 +118,11 @@ void MainActions::addToolsMenu()
             .availability = Later});
     m_menu->addSeparator();
     add("acXferSend", tr("S&end File..."),
-        {.toolTip = tr("Send a file to the device with XMODEM or YMODEM"),
-            .key = "Ctrl+Shift+S",
-            .availability = Later});
+        {.toolTip = tr("Send a file to the device with XMODEM or YMODEM"), .key = "Ctrl+Shift+S"});
     add("acXferReceive", tr("&Receive File..."),
         {.toolTip = tr("Receive a file from the device with XMODEM or YMODEM"),
-            .key = "Ctrl+Shift+R",
-            .availability = Later});
-    add("acXferCancel", tr("&Cancel Transfer"), {.availability = Later});
+            .key = "Ctrl+Shift+R"});
+    add("acXferCancel", tr("&Cancel Transfer"));
 }
 
 void MainActions::addCloudMenu()

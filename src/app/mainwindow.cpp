@@ -14,6 +14,7 @@
 #include "app/recentfilesmodel.h"
 #include "app/sessiondocument.h"
 #include "app/setconfigfilepathdialog.h"
+#include "app/transferactions.h"
 #include "app/windowgeometry.h"
 #include "settings/config.h"
 #include "settings/settingsservice.h"
@@ -70,6 +71,10 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
                                       m_actions->action("acFileViewCurrentDataLog"_L1),
                                       m_actions->action("acFileOpenLogFolder"_L1)},
           {[this] { return livePortWidgets(); }, [this] { return currentPortWidget(); }}, this))
+    , m_transfers(new TransferActions(
+          {m_actions->action("acXferSend"_L1), m_actions->action("acXferReceive"_L1),
+              m_actions->action("acXferCancel"_L1)},
+          [this] { return currentPortWidget(); }, m_store, this))
     , m_closer(new PaneCloser([this] { return livePortWidgets(); }, this))
 {
     setCentralWidget(m_area);
@@ -193,6 +198,10 @@ void MainWindow::connectPanes()
     connect(m_panes.get(), &PaneSet::moved, this, &MainWindow::wake);
     connect(m_panes.get(), &PaneSet::firstPaneMessage, m_statusBar, &MainStatusBar::showNotice);
     connect(m_panes.get(), &PaneSet::currentChanged, m_area, &PortArea::follow);
+    connect(m_panes.get(), &PaneSet::currentChanged, this, &MainWindow::refreshTransferActions);
+    connect(m_panes.get(), &PaneSet::made, m_transfers, &TransferActions::follow);
+    for (SerialPortWidget* pane : m_panes->panes())
+        m_transfers->follow(pane);
 }
 
 template<class Receiver, class Slot>
@@ -348,6 +357,16 @@ void MainWindow::stop()
     m_workspace->stop();
 }
 
+void MainWindow::startFileTransfer(XferDirection direction)
+{
+    m_transfers->start(currentPortWidget(), direction);
+}
+
+void MainWindow::refreshTransferActions()
+{
+    m_transfers->refresh();
+}
+
 void MainWindow::forEachPane(void (SerialPortWidget::*operation)()) const
 {
     for (SerialPortWidget* pane : m_panes->panes())
@@ -414,6 +433,7 @@ void MainWindow::onUpdateDisplay()
     m_actions->setConnectionState(
         pane.runState() == RunState::Running, pane.runState() == RunState::Paused, pane.isActive());
     m_logActions->refresh();
+    refreshTransferActions();
     refreshStatusBar();
     m_panes->showCaptions();
     const Settings& settings = pane.settings();

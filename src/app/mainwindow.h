@@ -3,6 +3,7 @@
 #include "app/portselector.h"
 #include "settings/sessioncontents.h"
 #include "settings/sessionstate.h"
+#include "transfer/engine/xferconfig.h"
 
 #include <QElapsedTimer>
 #include <QFileSystemWatcher>
@@ -27,6 +28,7 @@ class RecentFilesModel;
 class SerialPortCatalog;
 class SerialPortWidget;
 class SessionDocument;
+class TransferActions;
 
 // The window of the program: the port panes in their grid, menus, toolbar and status bar, and the
 // workspace that comes back at the next start. A façade: what an action is stands in MainActions,
@@ -65,6 +67,9 @@ public:
     // of the first pane is told in a box, or in the status bar when quiet; the others go on.
     void start(const QString& portName, bool quiet);
     void stop();
+    // Opens the dialog that starts a transfer on the current pane.
+    void startFileTransfer(XferDirection direction);
+    void refreshTransferActions();
 
     // Makes the next pane, for slot `index`; updateGrid() places it. There must be fewer than
     // maxPanes.
@@ -141,6 +146,7 @@ private:
     ProgramOptions* m_options;
     PaneDialogs* m_dialogs;
     LogActions* m_logActions;
+    TransferActions* m_transfers;
     RecentFilesModel* m_recentFiles = nullptr;
     SessionDocument* m_document = nullptr;
     PaneCloser* m_closer;

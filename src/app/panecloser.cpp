@@ -73,8 +73,29 @@ void PaneCloser::begin(const QList<SerialPortWidget*>& panes, Then then, int lim
                 bool complete, const QString& error) { onLogFinished(pane, complete, error); });
         connect(pane, &QObject::destroyed, this, &PaneCloser::conclude, Qt::QueuedConnection);
     }
+    const bool transferring = std::ranges::any_of(
+        panes, [](const SerialPortWidget* pane) { return pane->transfer().isActive(); });
+    if (transferring && m_asks) {
+        askForTransfers();
+        return;
+    }
     m_moment.start(m_asks ? m_momentMs : limitMs);
     writeLogs();
+}
+
+void PaneCloser::askForTransfers()
+{
+    const auto onAnswer = [this](QMessageBox::StandardButton answer) {
+        m_dialog = nullptr;
+        if (answer != QMessageBox::Discard)
+            return keep();
+        m_moment.start(m_momentMs);
+        writeLogs();
+    };
+    m_dialog = MessageBoxes::ask(m_window, tr("A file transfer is running. Closing ends it."),
+        tr("If it updates the firmware of a device, the device may be left with an incomplete "
+           "image."),
+        QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel, onAnswer);
 }
 
 // A log may end before finishLog() returns, and the last one to end goes on from there.

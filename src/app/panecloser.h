@@ -50,6 +50,7 @@ private:
     };
 
     void begin(const QList<SerialPortWidget*>& panes, Then then, int limitMs);
+    void askForTransfers();
     void writeLogs();
     void onLogFinished(const SerialPortWidget* pane, bool complete, const QString& error);
     void conclude();

@@ -66,6 +66,11 @@ void PaneDialogs::askNewConnection()
 
 void PaneDialogs::connectTo(const Settings& settings, SerialPortWidget* pane)
 {
+    if (pane != nullptr && pane->transfer().isActive()) {
+        pane->showStatusMessage(tr("A file transfer is running on this port: cancel it first."),
+            SerialPortWidget::kFailureMs);
+        return;
+    }
     if (pane != nullptr) {
         pane->stop();
         pane->setSettings(settings);

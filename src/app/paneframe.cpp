@@ -50,7 +50,7 @@ PaneFrame::PaneFrame(SerialPortWidget* pane, QWidget* parent)
     layout->addWidget(m_pane, 1);
     connect(m_run, &QToolButton::clicked, this, [this] {
         if (m_pane->isActive())
-            m_pane->stop();
+            m_pane->requestStop();
         else
             m_pane->start({}, false);
     });

@@ -64,6 +64,7 @@ PaneFrame* PaneSet::makeFrame()
     connect(&port->lines(), &PortLines::reportChanged, this, &PaneSet::moved);
     connect(&port->log(), &PortLog::stateChanged, this, &PaneSet::moved);
     connect(&port->log(), &PortLog::fileNameChanged, this, &PaneSet::moved);
+    Q_EMIT made(pane);
     return frame;
 }
 

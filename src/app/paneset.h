@@ -61,6 +61,8 @@ Q_SIGNALS:
     // A message of the first pane.
     void firstPaneMessage(const QString& text, int timeoutMs);
     void currentChanged(QWidget* frame);
+    // A pane that is about to be among them.
+    void made(SerialPortWidget* pane);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -252,7 +252,7 @@ void PaneWorkspace::stop()
 {
     for (SerialPortWidget* pane : m_panes.panes()) {
         if (pane->isActive())
-            pane->stop();
+            pane->requestStop();
     }
 }
 
@@ -264,6 +264,11 @@ void PaneWorkspace::changePort(const QString& portName)
                       && first.settings().portName == portName;
     if (portName.isEmpty() || same)
         return;
+    if (first.transfer().isActive()) {
+        first.showStatusMessage(tr("A file transfer is running on this port: cancel it first."),
+            SerialPortWidget::kFailureMs);
+        return;
+    }
     first.stop();
     if (open(first, portName, false))
         m_panes.focusPane(0); // what is typed next is for the port, not for the list of ports

@@ -12,6 +12,14 @@ namespace {
 
 constexpr int kLookMs = 250;
 
+// What a received file is called when the protocol has no name for it.
+QString nameIn(const XferConfig& config, const QString& path)
+{
+    const bool named = config.direction == XferReceive && !xferIsYmodem(config.protocol)
+                       && !QFileInfo(path).isDir();
+    return named ? QFileInfo(path).fileName() : QString();
+}
+
 } // namespace
 
 PortTransfer::PortTransfer(LivePort& port)
@@ -110,9 +118,7 @@ bool PortTransfer::start(
     if (!canStart(config, peer, error))
         return false;
     const QStringList clients = peers();
-    const QFileInfo info(path);
-    const bool named = config.direction == XferReceive && !info.isDir();
-    m_session = std::make_unique<FileTransferSession>(config, named ? info.fileName() : QString(),
+    m_session = std::make_unique<FileTransferSession>(config, nameIn(config, path),
         peer.isEmpty() && !clients.isEmpty() ? clients.first() : peer);
     if (!makeEnds(path, error)) {
         m_session.reset();
@@ -132,10 +138,11 @@ bool PortTransfer::start(
 
 bool PortTransfer::makeEnds(const QString& path, QString* error)
 {
-    const QFileInfo info(path);
-    if (m_session->config().direction == XferReceive) {
-        m_session->setSink(std::make_unique<XferFileSink>(
-            info.isDir() ? path : info.path(), info.isDir() ? QString() : info.fileName()));
+    const XferConfig& config = m_session->config();
+    if (config.direction == XferReceive) {
+        const QString name = nameIn(config, path);
+        m_session->setSink(
+            std::make_unique<XferFileSink>(name.isEmpty() ? path : QFileInfo(path).path(), name));
         return true;
     }
     auto source = std::make_unique<XferFileSource>();

@@ -43,8 +43,9 @@ public:
     // The same for these choices.
     [[nodiscard]] bool canStart(
         const XferConfig& config, const QString& peer, QString* error = nullptr) const;
-    // `path` is the file to send; for what is received a folder, or a file in one, whose name is
-    // used when the sender gives none. False with the reason when it cannot start.
+    // `path` is the file to send. To receive by YMODEM it is a folder, which is made when it is
+    // missing; by XMODEM, which carries no name, a file in one. False with the reason when it
+    // cannot start.
     bool start(const XferConfig& config, const QString& path, const QString& peer,
         QString* error = nullptr);
     // By the person at the desk.

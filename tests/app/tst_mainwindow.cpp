@@ -136,7 +136,7 @@ void MainWindowTest::unavailableActionsSayWhy()
     int unavailable = 0;
     for (const QAction* each : m_window->findChildren<QAction*>()) {
         static const QRegularExpression byState(
-            u"^(acMon.*|acFileRecent.*|acEditPause|acEditRemove|acView(Next|Previous)Port)$"_s);
+            u"^(acMon.*|acFileRecent.*|acEditPause|acEditRemove|acView(Next|Previous)Port|acXfer.*)$"_s);
         if (each->isEnabled() || !each->objectName().startsWith("ac"_L1)
             || byState.match(each->objectName()).hasMatch())
             continue;

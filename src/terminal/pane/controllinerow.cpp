@@ -126,7 +126,7 @@ void ControlLineRow::follow(LivePort* port)
     PortLines* lines = &port->lines();
     connect(lines, &PortLines::reportChanged, this, &ControlLineRow::showReport);
     connect(port, &LivePort::stateChanged, this, &ControlLineRow::showToolTips);
-    connect(port, &LivePort::rxTapped, this, &ControlLineRow::flashReceived);
+    connect(port, &LivePort::arrived, this, &ControlLineRow::flashReceived);
     connect(&port->sending(), &SendPipeline::sent, this, &ControlLineRow::flashSent);
     connect(this, &ControlLineRow::toggleRequested, port,
         [port](SerialLine line) { port->toggleLine(line == SerialLine::Dtr); });

@@ -13,6 +13,7 @@
 #include "terminal/pane/settingscolumn.h"
 #include "terminal/view/findbar.h"
 #include "terminal/view/receiveview.h"
+#include "transfer/ui/filetransferbar.h"
 
 #include <QSplitter>
 #include <QVBoxLayout>
@@ -34,6 +35,7 @@ PaneView::PaneView(QWidget* parent)
     , m_send(new SendPanel)
     , m_lines(new ControlLineRow)
     , m_notice(new NoticeBar)
+    , m_transfer(new FileTransferBar)
     , m_view(new ReceiveView)
     , m_find(new FindBar(*m_view))
     , m_peers(new PeerPanel)
@@ -77,6 +79,7 @@ QWidget* PaneView::buildTerminal()
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(margin / 2);
     layout->addWidget(m_notice);
+    layout->addWidget(m_transfer);
     layout->addWidget(m_view, 1);
     layout->addWidget(m_find);
     layout->addWidget(m_peers);

@@ -5,6 +5,7 @@
 
 class ConnectionPanel;
 class ControlLineRow;
+class FileTransferBar;
 class FindBar;
 class NoticeBar;
 class PaneStatusLine;
@@ -38,6 +39,7 @@ public:
     [[nodiscard]] ReceiveView& receiveView() const { return *m_view; }
     [[nodiscard]] FindBar& findBar() const { return *m_find; }
     [[nodiscard]] PeerPanel& peerPanel() const { return *m_peers; }
+    [[nodiscard]] FileTransferBar& transferBar() const { return *m_transfer; }
     [[nodiscard]] NoticeBar& noticeBar() const { return *m_notice; }
     [[nodiscard]] SendEditor& sendEditor() const { return *m_editor; }
     [[nodiscard]] PaneStatusLine& statusLine() const { return *m_status; }
@@ -67,6 +69,7 @@ private:
     SendPanel* m_send;
     ControlLineRow* m_lines;
     NoticeBar* m_notice;
+    FileTransferBar* m_transfer;
     ReceiveView* m_view;
     FindBar* m_find;
     PeerPanel* m_peers;

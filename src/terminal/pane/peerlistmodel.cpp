@@ -130,13 +130,17 @@ void PeerListModel::touch(const QString& key, const std::function<void(Peer&)>& 
         m_refresh.start();
 }
 
-void PeerListModel::noteReceived(const QString& key, const QByteArray& bytes)
+void PeerListModel::noteReceived(const QString& key, qint64 bytes)
 {
-    touch(key, [&, now = m_clock().time()](Peer& peer) {
-        peer.received += bytes.size();
+    touch(key, [bytes, now = m_clock().time()](Peer& peer) {
+        peer.received += bytes;
         peer.lastHeard = now;
-        peer.preview = bytes.left(kPreviewBytes);
     });
+}
+
+void PeerListModel::notePreview(const QString& key, const QByteArray& bytes)
+{
+    touch(key, [&bytes](Peer& peer) { peer.preview = bytes.left(kPreviewBytes); });
 }
 
 void PeerListModel::noteSent(const QString& key, qint64 bytes)

@@ -47,7 +47,9 @@ public:
     // Forgets all peers and the totals.
     void clear();
     // Bytes from, or gone to, a peer; one that is not listed counts in the totals only.
-    void noteReceived(const QString& key, const QByteArray& bytes);
+    void noteReceived(const QString& key, qint64 bytes);
+    // The beginning of what was received last, for who wants to see whose it is.
+    void notePreview(const QString& key, const QByteArray& bytes);
     void noteSent(const QString& key, qint64 bytes);
     // The peer that stays listed when it leaves; empty for none.
     void setChosenPeer(const QString& key);

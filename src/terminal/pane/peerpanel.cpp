@@ -56,10 +56,14 @@ void PeerPanel::follow(LivePort* port)
     connect(controller, &ConnectionController::peerLost, m_model, &PeerListModel::removePeer);
     connect(controller, &ConnectionController::udpPeersChanged, this, &PeerPanel::addUdpPeers);
     connect(controller, &ConnectionController::bytesWrittenTo, m_model, &PeerListModel::noteSent);
+    connect(port, &LivePort::arrived, m_model, [this](const QString& peer, qint64 bytes) {
+        if (!peer.isEmpty())
+            m_model->noteReceived(peer, bytes);
+    });
     connect(
         port, &LivePort::rxTapped, m_model, [this](const QByteArray& bytes, const QString& peer) {
             if (!peer.isEmpty())
-                m_model->noteReceived(peer, bytes);
+                m_model->notePreview(peer, bytes);
         });
     connect(port, &LivePort::stateChanged, this, &PeerPanel::showPort);
     connect(this, &PeerPanel::targetChanged, this, &PeerPanel::tellTarget);

@@ -17,14 +17,22 @@
 #include "terminal/port/portlog.h"
 #include "terminal/view/displayfonts.h"
 #include "terminal/view/findbar.h"
+#include "transfer/ui/filetransferbar.h"
 
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
 #include <QScopedValueRollback>
+#include <QUrl>
 #include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 constexpr int noticeMs = 3000;
-constexpr int failureMs = 5000;
 
 // Everything that the panels show; the history has a place of its own.
 bool sameOptions(FormatSetting one, const FormatSetting& other)
@@ -49,6 +57,7 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
                                                   ? SendPipeline::Editor::Keep
                                                   : SendPipeline::Editor::Rewrite);
           }})
+    , m_transfer(m_port)
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -56,6 +65,7 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     m_port.setDisplay(&m_display);
     wirePort();
     wireSending();
+    wireTransfer();
     wireReceiveView();
     wirePanels();
     updateDisplay();
@@ -69,6 +79,7 @@ SerialPortWidget::~SerialPortWidget()
     // The widgets go first: they show the port and, losing the focus, still report edits.
     m_showing = true;
     m_port.setDisplay(nullptr);
+    m_transfer.disconnect();
     delete m_view;
     m_port.disconnect(this);
 }
@@ -114,6 +125,25 @@ void SerialPortWidget::wireSending()
     });
 }
 
+void SerialPortWidget::wireTransfer()
+{
+    setAcceptDrops(true);
+    FileTransferBar* bar = &m_view->transferBar();
+    bar->follow(m_transfer);
+    connect(bar, &FileTransferBar::cancelRequested, this, &SerialPortWidget::cancelFileTransfer);
+    for (const auto signal : {&PortTransfer::started, &PortTransfer::progressed})
+        connect(&m_transfer, signal, this, &SerialPortWidget::transferProgressed);
+    // Whoever hears of the end finds the port free.
+    connect(&m_transfer, &PortTransfer::finished, this, &SerialPortWidget::transferProgressed,
+        Qt::QueuedConnection);
+    connect(&m_port, &LivePort::lentChanged, this, [this] {
+        if (m_port.isLent())
+            m_repeat.paneHalted(runState());
+        else if (runState() == RunState::Running)
+            m_repeat.paneStarted();
+    });
+}
+
 void SerialPortWidget::wireReceiveView()
 {
     ReceiveView* view = &m_view->receiveView();
@@ -151,7 +181,7 @@ void SerialPortWidget::wirePanels()
     connect(&m_view->sendPanel(), &SendPanel::lineByLineEdited, &m_repeat,
         &RepeatSender::setLineByLine);
     connect(&connection, &ConnectionPanel::openRequested, this, [this] { start({}, false); });
-    connect(&connection, &ConnectionPanel::closeRequested, this, &SerialPortWidget::stop);
+    connect(&connection, &ConnectionPanel::closeRequested, this, &SerialPortWidget::requestStop);
     connect(m_view, &PaneView::splitterMoved, this, [this] {
         changeFormat([this](FormatSetting& format) {
             std::tie(format.splitterLeft, format.splitterRight) = m_view->splitterSizes();
@@ -281,12 +311,57 @@ void SerialPortWidget::onSendClicked()
 void SerialPortWidget::onTyped(bool sent)
 {
     if (!sent && !isOpen())
-        showStatusMessage(tr("The connection is closed: what you typed was not sent"), failureMs);
+        showStatusMessage(tr("The connection is closed: what you typed was not sent"), kFailureMs);
 }
 
 void SerialPortWidget::sendBytes(const QByteArray& bytes)
 {
     onTyped(m_port.sendBytes(bytes));
+}
+
+bool SerialPortWidget::canStartTransfer(QString* error) const
+{
+    // Which of several clients is meant is for the person to say.
+    const QStringList clients = m_transfer.peers();
+    return m_transfer.canStart(error, clients.size() > 1 ? clients.first() : QString());
+}
+
+bool SerialPortWidget::startFileTransfer(
+    const XferConfig& config, const QString& path, const QString& peer, QString* error)
+{
+    return m_transfer.start(config, path, peer, error);
+}
+
+void SerialPortWidget::requestStop()
+{
+    if (!m_transfer.isActive()) {
+        stop();
+        return;
+    }
+    auto* box = new QMessageBox(QMessageBox::Question, window()->windowTitle(),
+        tr("A file transfer is running on this port. Closing it ends the transfer."),
+        QMessageBox::NoButton, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setObjectName(u"transferQuestion"_s);
+    QPushButton* close = box->addButton(tr("&Close Port"), QMessageBox::DestructiveRole);
+    box->setDefaultButton(box->addButton(QMessageBox::Cancel));
+    connect(close, &QPushButton::clicked, this, &SerialPortWidget::stop);
+    connect(&m_transfer, &PortTransfer::finished, box, &QWidget::close);
+    box->open();
+}
+
+void SerialPortWidget::dragEnterEvent(QDragEnterEvent* event)
+{
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (urls.size() == 1 && urls.first().isLocalFile()
+        && QFileInfo(urls.first().toLocalFile()).isFile())
+        event->acceptProposedAction();
+}
+
+void SerialPortWidget::dropEvent(QDropEvent* event)
+{
+    event->acceptProposedAction();
+    Q_EMIT fileDropped(event->mimeData()->urls().constFirst().toLocalFile());
 }
 
 void SerialPortWidget::clearSendList()

@@ -6,6 +6,7 @@
 #include "terminal/pane/panedisplay.h"
 #include "terminal/port/liveport.h"
 #include "terminal/port/repeatsender.h"
+#include "transfer/porttransfer.h"
 
 #include <QWidget>
 
@@ -26,6 +27,8 @@ class SerialPortWidget final : public QWidget
     Q_DISABLE_COPY_MOVE(SerialPortWidget)
 
 public:
+    static constexpr int kFailureMs = 5000;
+
     // The catalogue names the serial ports of the machine and must outlive the pane.
     explicit SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent = nullptr);
     ~SerialPortWidget() override;
@@ -52,6 +55,15 @@ public:
     // Sends bytes as they are over the open connection, to the peer that is chosen where there are
     // several, echoed when sent data is displayed.
     void sendBytes(const QByteArray& bytes);
+
+    // File transfers, see PortTransfer. Its progress stands in a bar of the pane.
+    [[nodiscard]] const PortTransfer& transfer() const { return m_transfer; }
+    [[nodiscard]] bool canStartTransfer(QString* error = nullptr) const;
+    bool startFileTransfer(const XferConfig& config, const QString& path, const QString& peer,
+        QString* error = nullptr);
+    void cancelFileTransfer() { m_transfer.cancel(); }
+    // Closes the connection; while a transfer runs only when the person wants that to end.
+    void requestStop();
 
     // The data log. The name of the file is unresolved ("NULL") before the first text.
     void setLogRecording(bool on);
@@ -101,10 +113,19 @@ Q_SIGNALS:
     void stateChanged();
     void statusMessage(const QString& text, int timeoutMs);
     void logFinished(bool complete, const QString& error);
+    // A transfer began, went on or ended.
+    void transferProgressed();
+    // A file was dropped on the pane.
+    void fileDropped(const QString& path);
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     void wirePort();
     void wireSending();
+    void wireTransfer();
     void wireReceiveView();
     void wirePanels();
     void onNotice(const Notice& notice);
@@ -121,6 +142,7 @@ private:
     LivePort m_port;
     PaneDisplay m_display;
     RepeatSender m_repeat;
+    PortTransfer m_transfer;
     Settings m_shownSettings; // as the panels have them
     FormatSetting m_shownFormat;
     bool m_showing = false; // records are being shown: what the panels report is no edit

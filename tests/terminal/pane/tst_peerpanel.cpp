@@ -20,6 +20,16 @@ QStringList column(const PeerListModel& model, int column)
 
 } // namespace
 
+namespace {
+
+void noteTraffic(PeerListModel& model, const QString& key, const QByteArray& bytes)
+{
+    model.noteReceived(key, bytes.size());
+    model.notePreview(key, bytes);
+}
+
+} // namespace
+
 class TestPeerPanel final : public QObject
 {
     Q_OBJECT
@@ -42,10 +52,10 @@ void TestPeerPanel::trafficIsCounted()
     QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
     model.addPeer(u"10.0.0.1:5000"_s);
     model.addPeer(u"10.0.0.2:5000"_s);
-    model.noteReceived(u"10.0.0.2:5000"_s, "AT+OK\r\n");
+    noteTraffic(model, u"10.0.0.2:5000"_s, "AT+OK\r\n");
     now = now.addSecs(1);
     for (int i = 0; i < 100; ++i)
-        model.noteReceived(u"10.0.0.2:5000"_s, "x");
+        noteTraffic(model, u"10.0.0.2:5000"_s, "x");
     model.noteSent(u"10.0.0.1:5000"_s, 7);
     model.noteSent(u"somebody else"_s, 1);
     QVERIFY2(changed.isEmpty(), "told by the timer, not a hundred times");
@@ -77,10 +87,10 @@ void TestPeerPanel::previewsFitOneLine()
     QFETCH(QByteArray, bytes);
     PeerListModel model;
     model.addPeer(u"p"_s);
-    model.noteReceived(u"p"_s, bytes);
+    noteTraffic(model, u"p"_s, bytes);
     QTEST(model.index(PeerListModel::kTargetRows, PeerListModel::LastMessage).data().toString(),
         "text");
-    model.noteReceived(u"p"_s, "<b>");
+    noteTraffic(model, u"p"_s, "<b>");
     const QString tip = model.index(PeerListModel::kTargetRows, 0).data(Qt::ToolTipRole).toString();
     QVERIFY2(tip.contains("Last message: &lt;b&gt;"_L1), qPrintable(tip));
 }
@@ -95,7 +105,7 @@ void TestPeerPanel::peersComeAndGo()
     model.removePeer(u"never seen"_s);
     QCOMPARE(column(model, PeerListModel::Address),
         (QStringList{u"The only client"_s, u"All clients"_s, u"b"_s, u"c"_s}));
-    model.noteReceived(u"c"_s, "12");
+    noteTraffic(model, u"c"_s, "12");
     QCOMPARE(
         column(model, PeerListModel::Received), (QStringList{QString(), u"2"_s, u"0"_s, u"2"_s}));
     model.setKind(Kind::UdpPeers);
