@@ -39,8 +39,7 @@ int BridgeEgressQueue::enqueue(const BridgeFrame& frame)
             return m_policy.overflowPolicy == OverflowPolicy::StopBridge ? Overflow : Dropped;
         }
         while (!isEmpty() && !fits(size)) {
-            countDropped(m_lengths.front());
-            removeFront(m_lengths.front());
+            dropFront();
             result = QueuedAfterDrop;
         }
     }
@@ -62,6 +61,13 @@ void BridgeEgressQueue::consume(qint64 bytesWritten)
 {
     removeFront(bytesWritten);
     updateThrottle();
+}
+
+qint64 BridgeEgressQueue::dropHead()
+{
+    const qint64 bytes = isEmpty() ? 0 : dropFront();
+    updateThrottle();
+    return bytes;
 }
 
 void BridgeEgressQueue::updateThrottle()
@@ -86,6 +92,14 @@ void BridgeEgressQueue::resetCounters()
     m_droppedBytes = 0;
     m_droppedFrames = 0;
     m_peakQueuedBytes = m_queuedBytes;
+}
+
+qint64 BridgeEgressQueue::dropFront()
+{
+    const qint64 bytes = m_lengths.front();
+    countDropped(bytes);
+    removeFront(bytes);
+    return bytes;
 }
 
 void BridgeEgressQueue::countDropped(qint64 bytes)

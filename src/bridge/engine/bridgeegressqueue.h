@@ -52,6 +52,8 @@ public:
     QByteArrayView head() const;
     // Removes the oldest bytesWritten bytes, at most what is queued.
     void consume(qint64 bytesWritten);
+    // Drops what is left of the oldest frame, counted as dropped; how many bytes that were.
+    qint64 dropHead();
     void updateThrottle();
     // Forgets every queued frame without counting it as dropped; counters stay.
     void clear();
@@ -77,6 +79,7 @@ private:
     };
 
     bool fits(qint64 bytes) const { return m_queuedBytes <= m_policy.capacityBytes - bytes; }
+    qint64 dropFront();
     void countDropped(qint64 bytes);
     void append(const QByteArray& frame);
     QByteArray& packedBlockFor(qsizetype bytes);

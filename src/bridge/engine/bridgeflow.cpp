@@ -24,6 +24,7 @@ void BridgeFlow::ingest(const QByteArray& data, qint64 nowMs, const QString& ori
     if (!m_suspended && !data.isEmpty()) {
         m_lastNowMs = nowMs;
         m_lastOrigin = origin;
+        forwardDue(nowMs);
         noteFlood(data.size(), nowMs);
     }
     if (m_suspended || data.isEmpty()) {
@@ -38,14 +39,15 @@ void BridgeFlow::ingest(const QByteArray& data, qint64 nowMs, const QString& ori
 void BridgeFlow::tick(qint64 nowMs)
 {
     m_lastNowMs = nowMs;
+    if (m_writing)
+        return;
     enqueueAll(m_framer.tick(nowMs), nowMs);
     settle(nowMs);
 }
 
 void BridgeFlow::drain(qint64 nowMs)
 {
-    m_lastNowMs = nowMs;
-    settle(nowMs);
+    tick(nowMs);
 }
 
 void BridgeFlow::finish(qint64 nowMs)
@@ -57,8 +59,8 @@ void BridgeFlow::finish(qint64 nowMs)
 
 void BridgeFlow::setHeld(bool held, qint64 nowMs)
 {
-    m_lastNowMs = nowMs;
     m_held = held;
+    tick(nowMs);
     applyThrottle(nowMs);
 }
 
@@ -96,6 +98,7 @@ void BridgeFlow::resetStats()
     m_flood.bytesOutAtStart -= m_stats.bytesOut;
     m_queue.resetCounters();
     m_stats = {};
+    m_lastRefusal.clear();
     m_throttledMs = 0;
     m_throttleStartMs = m_lastNowMs;
     syncStats();
@@ -160,20 +163,47 @@ void BridgeFlow::enqueueAll(const QList<QByteArray>& frames, qint64 nowMs)
         suspend(tr("Egress queue overflowed"));
 }
 
+// What was due by time and what the sink has room for by now goes ahead of a read that came late,
+// so that neither joins it in a frame nor costs it its place in the queue. The throttle stays as it
+// is: letting the source go could deliver newer bytes than those of the read in hand.
+void BridgeFlow::forwardDue(qint64 nowMs)
+{
+    writeOut();
+    enqueueAll(m_framer.tick(nowMs), nowMs);
+    writeOut();
+}
+
 void BridgeFlow::writeOut()
 {
+    if (m_queue.isEmpty())
+        return;
     const QScopedValueRollback writing(m_writing, true);
-    while (!m_queue.isEmpty()) {
-        if (!m_sink || !m_sink->isWritable()
-            || m_sink->pendingWriteBytes() >= m_policy.sinkCeilingBytes)
-            return;
-        const QByteArrayView head = m_queue.head();
-        const qint64 written = qMin<qint64>(m_sink->write(head), head.size());
-        if (written <= 0)
-            return;
-        m_queue.consume(written);
-        m_stats.bytesOut += written;
+    while (writeHead()) {
     }
+}
+
+// Offers the oldest frame to the sink; false when there is none or the sink takes nothing now.
+bool BridgeFlow::writeHead()
+{
+    if (m_queue.isEmpty() || !m_sink || !m_sink->isWritable()
+        || m_sink->pendingWriteBytes() >= m_policy.sinkCeilingBytes)
+        return false;
+    const QByteArrayView head = m_queue.head();
+    const BridgeWrite result = m_sink->write(head);
+    if (!result.reason.isEmpty())
+        m_lastRefusal = result.reason;
+    if (result.refused) {
+        ++m_stats.refusedFrames;
+        m_queue.dropHead();
+        return true;
+    }
+    const qint64 written = qMin<qint64>(result.taken, head.size());
+    if (written <= 0)
+        return false;
+    m_stats.missedFrames += result.missedPeers > 0 ? 1 : 0;
+    m_stats.bytesOut += written;
+    m_queue.consume(written);
+    return true;
 }
 
 void BridgeFlow::settle(qint64 nowMs)

@@ -18,8 +18,10 @@ struct BridgeFlowStats
     qint64 bytesOut = 0;  // taken by the sink
     qint64 queuedBytes = 0;
     qint64 peakQueuedBytes = 0;
-    qint64 droppedBytes = 0;
+    qint64 droppedBytes = 0; // by the queue, or because the sink refused them
     qint64 droppedFrames = 0;
+    qint64 refusedFrames = 0; // of the dropped ones, those that the sink can never send
+    qint64 missedFrames = 0;  // went out, but not to every peer of the sink
     // Not handled because the flow was suspended, or became so with the read that brought them. Of
     // all bytes handed in, what has not gone out is held, queued, dropped or discarded.
     qint64 discardedBytes = 0;
@@ -70,7 +72,8 @@ public:
     void ingest(const QByteArray& data, qint64 nowMs, const QString& origin);
     // Forwards what is due by time.
     void tick(qint64 nowMs);
-    // Writes as much as the sink takes; to be called when the sink has written.
+    // Does what is due by time and writes as much as the sink takes; to be called when the sink has
+    // written.
     void drain(qint64 nowMs);
     // Forwards the partial frame as well, before the bridge ends.
     void finish(qint64 nowMs);
@@ -99,6 +102,8 @@ public:
     // The last reason for a suspension; stays after resume(), until reset().
     QString lastError() const { return m_lastError; }
     QString lastOrigin() const { return m_lastOrigin; }
+    // Why the sink last refused a frame or kept it from a peer; stays until resetStats().
+    QString lastRefusal() const { return m_lastRefusal; }
     const BridgeFlowStats& stats() const { return m_stats; }
     // Milliseconds for which the source has been throttled since resetStats().
     qint64 throttledMs(qint64 nowMs) const;
@@ -116,7 +121,9 @@ private:
 
     void noteFlood(qint64 bytes, qint64 nowMs);
     void enqueueAll(const QList<QByteArray>& frames, qint64 nowMs);
+    void forwardDue(qint64 nowMs);
     void writeOut();
+    bool writeHead();
     void settle(qint64 nowMs);
     void applyThrottle(qint64 nowMs);
     void setSourceThrottled(bool throttled, qint64 nowMs);
@@ -130,6 +137,7 @@ private:
     FloodWindow m_flood;
     QString m_lastError;
     QString m_lastOrigin;
+    QString m_lastRefusal;
     qint64 m_lastNowMs = 0; // the latest time seen, for the calls that bring none
     qint64 m_throttleStartMs = 0;
     qint64 m_throttledMs = 0; // completed throttle periods

@@ -46,13 +46,14 @@ void BridgeFramer::reset()
 
 QList<QByteArray> BridgeFramer::ingest(const QByteArray& data, qint64 nowMs)
 {
+    QList<QByteArray> frames = tick(nowMs);
     if (data.isEmpty())
-        return {};
+        return frames;
     const bool immediate = m_policy.mode == FramingMode::Immediate;
-    if (immediate && m_buffer.isEmpty() && data.size() <= m_policy.maxFrameBytes)
-        return {data};
-
-    QList<QByteArray> frames;
+    if (immediate && m_buffer.isEmpty() && data.size() <= m_policy.maxFrameBytes) {
+        frames.append(data);
+        return frames;
+    }
     m_lastByteMs = nowMs;
     if (m_buffer.isEmpty()) {
         m_frameStartMs = nowMs;

@@ -12,7 +12,8 @@
 //
 // Theory of operation. The framer is empty or holds one partial frame.
 //  - empty -> partial: ingest() leaves bytes behind that no rule of the mode cuts.
-//  - partial -> empty: ingest() completes the frame; or tick() finds that the line was idle for
+//  - partial -> empty: ingest() completes the frame; or tick(), which ingest() begins with, finds
+//  that the line was idle for
 //    the idle gap (IdleGap only) or that the frame has waited for the flush timeout; or flush().
 // Within one harvest the mode's own rule comes first (delimiter, fixed length), then the forced
 // cut at the largest frame size. A delimited frame that arrives within one read is therefore
@@ -36,7 +37,8 @@ public:
     // Forgets the held bytes.
     void reset();
 
-    // The frames that data completes, oldest first. In Immediate mode these may share data.
+    // The frames that were due by time before data came, then those that data completes, oldest
+    // first. In Immediate mode these may share data.
     QList<QByteArray> ingest(const QByteArray& data, qint64 nowMs);
     // The frames that are due by time.
     QList<QByteArray> tick(qint64 nowMs);

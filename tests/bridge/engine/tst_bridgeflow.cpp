@@ -15,21 +15,24 @@ public:
     bool isWritable() const override { return writable; }
     qint64 pendingWriteBytes() const override { return pending; }
 
-    qint64 write(QByteArrayView bytes) override
+    BridgeWrite write(QByteArrayView bytes) override
     {
+        if (bytes.size() > largest)
+            return BridgeWrite::refusal(u"too long"_s);
         const QByteArrayView part = bytes.first(qMin<qint64>(bytes.size(), room));
         taken.append(part.data(), part.size());
         if (countsPending)
             pending += part.size();
         if (reportsAtOnce)
             reportsAtOnce();
-        return part.size();
+        return BridgeWrite::took(part.size());
     }
 
     QByteArray taken;
     std::function<void()> reportsAtOnce;
     qint64 pending = 0;
     qint64 room = 1'000'000;
+    qint64 largest = 1'000'000;
     bool writable = true;
     bool countsPending = false;
 };
