@@ -3,6 +3,7 @@
 #include "bridge/engine/monotonic.h"
 
 #include <algorithm>
+#include <numeric>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -39,8 +40,15 @@ void BridgeArbiter::setFramingPolicy(const FramingPolicy& policy)
         framer.setPolicy(m_policy);
 }
 
+void BridgeArbiter::setLineQuietMs(int afterAnswerMs, int afterTimeoutMs)
+{
+    m_quietAfterAnswerMs = qBound(0, afterAnswerMs, MaxLineQuietMs);
+    m_quietAfterTimeoutMs = qBound(0, afterTimeoutMs, MaxLineQuietMs);
+}
+
 void BridgeArbiter::submit(const QString& peerKey, const QByteArray& data, qint64 nowMs)
 {
+    tick(nowMs);
     if (data.isEmpty())
         return;
     auto framer = m_framers.find(peerKey);
@@ -48,24 +56,40 @@ void BridgeArbiter::submit(const QString& peerKey, const QByteArray& data, qint6
         framer = m_framers.insert(peerKey, BridgeFramer(m_policy));
     const QList<QByteArray> frames = framer->ingest(data, nowMs);
     for (const QByteArray& bytes : frames)
-        enqueueRequest(peerKey, bytes);
+        enqueueRequest({.peerKey = peerKey, .bytes = bytes});
+    cutFramersToBounds();
+}
+
+void BridgeArbiter::submitRequest(Request request, qint64 nowMs)
+{
+    tick(nowMs);
+    if (!request.bytes.isEmpty())
+        enqueueRequest(std::move(request));
 }
 
 bool BridgeArbiter::takeNext(qint64 nowMs, BridgeArbiter::Request* out)
 {
     tick(nowMs);
-    if (m_window || m_queue.empty())
+    if (m_window || m_quiet || m_queue.empty())
         return false;
     *out = std::move(m_queue.front());
     m_queue.pop_front();
-    m_window = Window{out->peerKey, nowMs, m_responseTimeoutMs, false};
+    m_queuedBytes -= out->bytes.size();
+    const bool answerAwaited = out->holdMs <= 0;
+    m_window = Window{.owner = out->peerKey,
+        .tag = out->tag,
+        .quietSinceMs = nowMs,
+        .timeoutMs = answerAwaited ? m_responseTimeoutMs : clampedTimeoutMs(out->holdMs),
+        .answerAwaited = answerAwaited};
     return true;
 }
 
 QString BridgeArbiter::routeResponse(qint64 nowMs)
 {
-    expireWindow(nowMs);
-    if (!m_window)
+    tick(nowMs);
+    if (m_quiet)
+        m_quiet->lastBlockMs = nowMs;
+    if (!m_window || !m_window->answerAwaited)
         return {};
     m_window->responseSeen = true;
     m_window->quietSinceMs = nowMs;
@@ -77,13 +101,17 @@ void BridgeArbiter::tick(qint64 nowMs)
 {
     tickFramers(nowMs);
     expireWindow(nowMs);
+    if (m_quiet && m_quiet->remainingMs(nowMs) == 0)
+        m_quiet.reset();
 }
 
 int BridgeArbiter::nextTimeoutMs(qint64 nowMs) const
 {
-    if (!m_window && !m_queue.empty())
-        return 0;
-    qint64 next = m_window ? m_window->remainingMs(nowMs) : -1;
+    qint64 next = -1;
+    if (m_window)
+        next = m_window->remainingMs(nowMs);
+    else if (!m_queue.empty())
+        next = m_quiet ? m_quiet->remainingMs(nowMs) : 0;
     for (const BridgeFramer& framer : m_framers) {
         const qint64 due = framer.nextTimeoutMs(nowMs);
         if (due >= 0 && (next < 0 || due < next))
@@ -94,22 +122,44 @@ int BridgeArbiter::nextTimeoutMs(qint64 nowMs) const
 
 void BridgeArbiter::closeWindow()
 {
+    if (m_window && m_window->responseSeen)
+        awaitQuiet(m_window->quietSinceMs, m_quietAfterAnswerMs);
     m_window.reset();
 }
 
 void BridgeArbiter::forgetPeer(const QString& peerKey)
 {
     m_framers.remove(peerKey);
-    std::erase_if(m_queue, [&](const Request& request) { return request.peerKey == peerKey; });
-    if (m_window && m_window->owner == peerKey)
-        closeWindow();
+    std::erase_if(m_queue, [&](const Request& request) {
+        const bool gone = request.peerKey == peerKey;
+        m_queuedBytes -= gone ? request.bytes.size() : 0;
+        return gone;
+    });
+    std::erase_if(m_givenUp, [&](const GivenUp& request) { return request.peerKey == peerKey; });
+    if (!m_window || m_window->owner != peerKey)
+        return;
+    // The device does not know that its client has left.
+    if (m_window->answerAwaited && m_quietAfterTimeoutMs > 0)
+        m_window->owner.clear();
+    else
+        m_window.reset();
+}
+
+QList<BridgeArbiter::GivenUp> BridgeArbiter::takeGivenUp()
+{
+    QList<GivenUp> givenUp(m_givenUp.cbegin(), m_givenUp.cend());
+    m_givenUp.clear();
+    return givenUp;
 }
 
 void BridgeArbiter::reset()
 {
     m_framers.clear();
     m_queue.clear();
-    closeWindow();
+    m_queuedBytes = 0;
+    m_window.reset();
+    m_quiet.reset();
+    m_givenUp.clear();
     m_droppedRequests = 0;
     m_timedOutRequests = 0;
 }
@@ -119,13 +169,64 @@ qint64 BridgeArbiter::Window::remainingMs(qint64 nowMs) const
     return Monotonic::remainingMs(quietSinceMs, timeoutMs, nowMs);
 }
 
-void BridgeArbiter::enqueueRequest(const QString& peerKey, const QByteArray& bytes)
+qint64 BridgeArbiter::Quiet::remainingMs(qint64 nowMs) const
 {
-    while (int(m_queue.size()) >= m_maxQueuedRequests) {
-        m_queue.pop_front();
-        ++m_droppedRequests;
+    return qMin(Monotonic::remainingMs(lastBlockMs, quietMs, nowMs),
+        Monotonic::remainingMs(beganMs, qint64(quietMs) * MaxQuietTimes, nowMs));
+}
+
+void BridgeArbiter::enqueueRequest(Request request)
+{
+    const qint64 size = request.bytes.size();
+    if (size > MaxQueuedBytes) {
+        dropRequest(request);
+        return;
     }
-    m_queue.push_back({peerKey, bytes});
+    while (int(m_queue.size()) >= m_maxQueuedRequests || m_queuedBytes + size > MaxQueuedBytes) {
+        m_queuedBytes -= m_queue.front().bytes.size();
+        dropRequest(m_queue.front());
+        m_queue.pop_front();
+    }
+    m_queuedBytes += size;
+    m_queue.push_back(std::move(request));
+}
+
+void BridgeArbiter::dropRequest(const Request& request)
+{
+    ++m_droppedRequests;
+    giveUp(request.peerKey, request.tag, Fate::Dropped);
+}
+
+void BridgeArbiter::giveUp(const QString& peerKey, quint64 tag, Fate fate)
+{
+    if (int(m_givenUp.size()) >= MaxQueuedRequestsLimit)
+        m_givenUp.pop_front();
+    m_givenUp.push_back({peerKey, tag, fate});
+}
+
+void BridgeArbiter::cutFramersToBounds()
+{
+    const auto heldBytes = [this] {
+        return std::accumulate(m_framers.cbegin(), m_framers.cend(), qint64(0),
+            [](qint64 sum, const BridgeFramer& framer) { return sum + framer.bufferedBytes(); });
+    };
+    while (m_framers.size() > MaxFramedPeers || heldBytes() > MaxQueuedBytes)
+        cutOldestFramer();
+}
+
+// What the client with the oldest partial request has sent becomes a request.
+void BridgeArbiter::cutOldestFramer()
+{
+    auto oldest = m_framers.begin();
+    for (auto it = m_framers.begin(); it != m_framers.end(); ++it) {
+        if (it->isEmpty() || (!oldest->isEmpty() && it->frameStartMs() < oldest->frameStartMs()))
+            oldest = it;
+    }
+    const QString peerKey = oldest.key();
+    const QList<QByteArray> frames = oldest->flush();
+    m_framers.erase(oldest);
+    for (const QByteArray& bytes : frames)
+        enqueueRequest({.peerKey = peerKey, .bytes = bytes});
 }
 
 // Requests that fall due together are queued in the order in which they began, not in that of the
@@ -151,7 +252,7 @@ void BridgeArbiter::tickFramers(qint64 nowMs)
     });
     for (const Due& due : dues) {
         for (const QByteArray& bytes : due.frames)
-            enqueueRequest(due.peerKey, bytes);
+            enqueueRequest({.peerKey = due.peerKey, .bytes = bytes});
     }
 }
 
@@ -159,7 +260,20 @@ void BridgeArbiter::expireWindow(qint64 nowMs)
 {
     if (!m_window || m_window->remainingMs(nowMs) > 0)
         return;
-    if (!m_window->responseSeen)
+    const bool answered = m_window->responseSeen || !m_window->answerAwaited;
+    if (!answered) {
         ++m_timedOutRequests;
-    closeWindow();
+        if (!m_window->owner.isEmpty())
+            giveUp(m_window->owner, m_window->tag, Fate::TimedOut);
+        const qint64 overdueMs =
+            Monotonic::elapsedMs(m_window->quietSinceMs, nowMs) - m_window->timeoutMs;
+        awaitQuiet(nowMs - overdueMs, m_quietAfterTimeoutMs);
+    }
+    m_window.reset();
+}
+
+void BridgeArbiter::awaitQuiet(qint64 sinceMs, int quietMs)
+{
+    if (quietMs > 0)
+        m_quiet = Quiet{.beganMs = sinceMs, .lastBlockMs = sinceMs, .quietMs = quietMs};
 }

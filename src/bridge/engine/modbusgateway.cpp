@@ -20,6 +20,8 @@ constexpr quint16 MaxMbapLength = ModbusGateway::MaxMbapFrameBytes - MbapUncount
 constexpr qsizetype UnitIdBytes = 1;
 constexpr qsizetype CrcBytes = 2;
 constexpr qsizetype MinRtuFrameBytes = UnitIdBytes + 1 + CrcBytes;
+// Set in the function code of an exception response (Modbus Application Protocol V1.1b3, 4.1).
+constexpr quint8 ExceptionFlag = 0x80;
 // What the length field of an MBAP header can count.
 constexpr qsizetype MaxRtuFrameBytes = 0xFFFF + CrcBytes;
 
@@ -54,29 +56,84 @@ void ModbusGateway::reset()
 {
     m_stream.clear();
     m_pending.clear();
+    m_broken = false;
 }
 
 QList<QByteArray> ModbusGateway::tcpToRtu(const QByteArray& tcpBytes, qint64 nowMs)
 {
     QList<QByteArray> frames;
+    for (Request& request : takeRequests(tcpBytes, nowMs)) {
+        frames.append(std::move(request.rtuFrame));
+        if (const auto pending = find(request.id); pending != m_pending.end()) {
+            pending->takesTurns = false;
+            pending->sentMs = nowMs;
+        }
+    }
+    return frames;
+}
+
+QList<ModbusGateway::Request> ModbusGateway::takeRequests(const QByteArray& tcpBytes, qint64 nowMs)
+{
+    tick(nowMs);
+    if (m_broken) {
+        m_counters.bytesAfterMalformed += tcpBytes.size();
+        return {};
+    }
+    QList<Request> requests;
     QByteArray stream = tcpBytes;
     if (!m_stream.isEmpty())
         stream.prepend(m_stream);
-    const qsizetype taken = takeRequests(stream, nowMs, frames);
+    const qsizetype taken = cutRequests(stream, requests);
     m_stream = QByteArrayView(stream).sliced(taken).toByteArray();
-    return frames;
+    if (m_broken) {
+        m_counters.bytesAfterMalformed += m_stream.size();
+        m_stream.clear();
+    }
+    return requests;
+}
+
+bool ModbusGateway::noteSent(quint64 requestId, qint64 nowMs)
+{
+    tick(nowMs);
+    const auto pending = find(requestId);
+    if (pending == m_pending.end())
+        return false;
+    if (pending->unitId == BroadcastUnit)
+        m_pending.erase(pending);
+    else
+        pending->sentMs = nowMs;
+    return true;
+}
+
+void ModbusGateway::forget(quint64 requestId)
+{
+    if (const auto pending = find(requestId); pending != m_pending.end())
+        m_pending.erase(pending);
+}
+
+QByteArray ModbusGateway::fail(quint64 requestId, ExceptionCode code)
+{
+    const auto pending = find(requestId);
+    if (pending == m_pending.end())
+        return {};
+    const Pending failed = *pending;
+    m_pending.erase(pending);
+    if (failed.unitId == BroadcastUnit)
+        return {};
+    const char pdu[] = {char(failed.functionCode | ExceptionFlag), char(code)};
+    return buildMbap(failed.transactionId, failed.unitId, QByteArray(pdu, sizeof pdu));
 }
 
 QByteArray ModbusGateway::rtuToTcp(const QByteArray& rtuFrame, qint64 nowMs)
 {
-    Q_UNUSED(nowMs) // an answer counts for as long as tick() has not given its request up
+    tick(nowMs);
     if (rtuFrame.size() > MaxRtuFrameBytes || !crcValid(rtuFrame)) {
         ++m_counters.badRtuFrames;
         return {};
     }
     const auto unitId = quint8(rtuFrame.front());
     const auto match = std::find_if(m_pending.cbegin(), m_pending.cend(),
-        [&](const Pending& pending) { return pending.unitId == unitId; });
+        [&](const Pending& pending) { return pending.isAnsweredBy(rtuFrame); });
     if (match == m_pending.cend()) {
         ++m_counters.unmatchedAnswers;
         return {};
@@ -89,18 +146,22 @@ QByteArray ModbusGateway::rtuToTcp(const QByteArray& rtuFrame, qint64 nowMs)
 
 void ModbusGateway::tick(qint64 nowMs)
 {
-    while (!m_pending.empty()
-           && Monotonic::elapsedMs(m_pending.front().sentMs, nowMs) > m_transactionTimeoutMs) {
-        m_pending.pop_front();
-        ++m_counters.expiredTransactions;
-    }
+    const auto expired = std::erase_if(m_pending, [&](const Pending& pending) {
+        return pending.sentMs
+               && Monotonic::elapsedMs(*pending.sentMs, nowMs) > m_transactionTimeoutMs;
+    });
+    m_counters.expiredTransactions += qint64(expired);
 }
 
 qint64 ModbusGateway::nextTimeoutMs(qint64 nowMs) const
 {
-    if (m_pending.empty())
+    qint64 elapsedMs = -1; // of the one that has waited longest
+    for (const Pending& pending : m_pending) {
+        if (pending.sentMs)
+            elapsedMs = qMax(elapsedMs, Monotonic::elapsedMs(*pending.sentMs, nowMs));
+    }
+    if (elapsedMs < 0)
         return -1;
-    const qint64 elapsedMs = Monotonic::elapsedMs(m_pending.front().sentMs, nowMs);
     // At the timeout itself the transaction is not older than it yet: without this millisecond an
     // owner that calls exactly when told would be told to call at once, again and again.
     if (elapsedMs == m_transactionTimeoutMs)
@@ -140,9 +201,15 @@ QByteArray ModbusGateway::buildMbap(quint16 transactionId, quint8 unitId, const 
     return frame;
 }
 
-// Cuts whole requests from the front of the stream; how many bytes are done with.
-qsizetype ModbusGateway::takeRequests(
-    QByteArrayView stream, qint64 nowMs, QList<QByteArray>& frames)
+bool ModbusGateway::Pending::isAnsweredBy(QByteArrayView rtuFrame) const
+{
+    if (!sentMs || unitId != quint8(rtuFrame[0]))
+        return false;
+    return !takesTurns || functionCode == (quint8(rtuFrame[1]) & ~ExceptionFlag);
+}
+
+// Cuts whole requests from the front of the stream; how many bytes they took.
+qsizetype ModbusGateway::cutRequests(QByteArrayView stream, QList<Request>& requests)
 {
     qsizetype taken = 0;
     while (stream.size() - taken >= MbapHeaderBytes) {
@@ -151,24 +218,37 @@ qsizetype ModbusGateway::takeRequests(
         if (bigEndian16(rest, 2) != ModbusProtocolId || length < MinMbapLength
             || length > MaxMbapLength) {
             ++m_counters.malformedHeaders;
-            return stream.size();
+            m_broken = true;
+            break;
         }
         if (rest.size() < length + MbapUncountedBytes)
             break;
-        remember(bigEndian16(rest, 0), quint8(rest[6]), nowMs);
         // The unit identifier stands right before the PDU here as in an RTU frame.
         const QByteArrayView unitAndPdu = rest.sliced(MbapUncountedBytes, length);
-        frames.append(appendCrc(QByteArray::fromRawData(unitAndPdu.data(), unitAndPdu.size())));
+        requests.append({.id = remember(bigEndian16(rest, 0), unitAndPdu),
+            .rtuFrame = appendCrc(QByteArray::fromRawData(unitAndPdu.data(), unitAndPdu.size())),
+            .broadcast = quint8(unitAndPdu[0]) == BroadcastUnit});
         taken += length + MbapUncountedBytes;
     }
     return taken;
 }
 
-void ModbusGateway::remember(quint16 transactionId, quint8 unitId, qint64 nowMs)
+quint64 ModbusGateway::remember(quint16 transactionId, QByteArrayView unitAndPdu)
 {
     while (int(m_pending.size()) >= m_maxPendingTransactions) {
         m_pending.pop_front();
         ++m_counters.expiredTransactions;
     }
-    m_pending.push_back({transactionId, unitId, nowMs});
+    m_pending.push_back({.id = ++m_lastId,
+        .transactionId = transactionId,
+        .unitId = quint8(unitAndPdu[0]),
+        .functionCode = quint8(unitAndPdu[1]),
+        .takesTurns = true});
+    return m_lastId;
+}
+
+std::deque<ModbusGateway::Pending>::iterator ModbusGateway::find(quint64 requestId)
+{
+    return std::find_if(m_pending.begin(), m_pending.end(),
+        [&](const Pending& pending) { return pending.id == requestId; });
 }

@@ -90,8 +90,15 @@ private Q_SLOTS:
         QTEST(int(gateway.tcpToRtu(stream, 0).size()), "frames");
         QTEST(int(gateway.counters().malformedHeaders), "malformed");
         QTEST(int(gateway.bufferedBytes()), "buffered");
-        if (gateway.bufferedBytes() == 0) // a new request is understood again
-            QCOMPARE(gateway.tcpToRtu(readRequest(1, 7), 0).size(), 1);
+        // Where the next request starts can only be guessed, and a guess would reach the device.
+        QFETCH(const int, malformed);
+        QCOMPARE(gateway.isBroken(), malformed > 0);
+        if (gateway.isBroken()) {
+            QCOMPARE(gateway.tcpToRtu(readRequest(2, 7), 0).size(), 0);
+            gateway.reset();
+        }
+        if (gateway.bufferedBytes() == 0)
+            QCOMPARE(gateway.tcpToRtu(readRequest(3, 7), 0).size(), 1);
     }
 
     void badAnswersAreCounted()
