@@ -49,7 +49,10 @@ XferStep XmodemCodec::receive(QByteArrayView bytes, qint64 now)
     if (!running()) {
         return {};
     }
-    XferStep step = line_.settle({}, now);
+    XferStep step = catchUp(now);
+    if (line_.ended()) {
+        return step;
+    }
     qsizetype taken = 0;
     // With the gate open a pump leaves less than a frame behind, so there is always room for more.
     do {
@@ -64,9 +67,11 @@ XferStep XmodemCodec::receive(QByteArrayView bytes, qint64 now)
 
 XferStep XmodemCodec::tick(qint64 now)
 {
-    if (!running()) {
-        return {};
-    }
+    return running() ? catchUp(now) : XferStep();
+}
+
+XferStep XmodemCodec::catchUp(qint64 now)
+{
     if (line_.gateClosed() || !line_.takeExpired(now)) {
         return line_.settle({}, now);
     }
@@ -93,7 +98,8 @@ XferStep XmodemCodec::pump(qint64 now)
     if (!running()) {
         return {};
     }
-    return line_.gateClosed() ? line_.settle({}, now) : advance(now);
+    XferStep step = catchUp(now);
+    return line_.ended() || line_.gateClosed() ? step : advance(now);
 }
 
 XferStep XmodemCodec::cancel(qint64 now)

@@ -22,8 +22,8 @@ class XferSource;
 // Use: construct, give it the source or the sink, begin(), then any sequence of receive(), tick(),
 // onEgressDrained() and cancel(). After a step with bytes the owner writes them and calls
 // onEgressDrained() once they have left the port; after a step with waitMs >= 0 it calls tick() no
-// later than that. A step with `done` or `failed` is the last one that says anything; later calls
-// return empty steps.
+// later than that; when it is late, whatever it calls first does what was due. A step with `done`
+// or `failed` is the last one that says anything; later calls return empty steps.
 //
 // The gate: from a step with bytes to onEgressDrained() input is only collected and no timer runs.
 // So one burst at most is in flight, and a reply time-out counts from when the frame has left, not
@@ -74,6 +74,7 @@ private:
 
     bool running() const { return begun_ && !line_.ended(); }
     XferStep advance(qint64 now);
+    XferStep catchUp(qint64 now);
 
     XmodemLine line_;
     AnyRole role_;

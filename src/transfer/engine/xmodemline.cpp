@@ -37,10 +37,19 @@ qsizetype XmodemLine::append(QByteArrayView bytes, qint64 now)
     return taken;
 }
 
+void XmodemLine::consume(qsizetype count)
+{
+    head_ += count;
+    stale_ = std::max<qsizetype>(stale_ - count, 0);
+    early_ = std::max<qsizetype>(early_ - count, 0);
+}
+
 void XmodemLine::discardInput()
 {
     input_.clear();
     head_ = 0;
+    stale_ = 0;
+    early_ = 0;
 }
 
 bool XmodemLine::quiet(qint64 now) const
@@ -83,6 +92,12 @@ XferStep XmodemLine::settle(XferStep step, qint64 now)
 void XmodemLine::openGate(qint64 now)
 {
     awaitingDrain_ = false;
+    // A port may report a little late that a frame has left, so that its answer is here already,
+    // but not for as long as a second.
+    early_ = pending().size();
+    if (quiet(now)) {
+        stale_ = early_;
+    }
     if (deferredWaitMs_) {
         arm(now, *deferredWaitMs_);
     }

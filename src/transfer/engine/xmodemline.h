@@ -59,7 +59,14 @@ public:
     qsizetype append(QByteArrayView bytes, qint64 now);
     // Valid until the next append() or discardInput().
     QByteArrayView pending() const { return QByteArrayView(input_).sliced(head_); }
-    void consume(qsizetype count) { head_ += count; }
+    void consume(qsizetype count);
+    // What is pending came before the frame that is now written was made: it cannot answer it.
+    void markStale() { stale_ = pending().size(); }
+    // Whether the byte at the front of the input is such a one, or came long before that frame had
+    // left the port.
+    bool frontIsStale() const { return stale_ > 0; }
+    // Whether it came before the owner reported that the frame had left.
+    bool frontIsEarly() const { return early_ > 0; }
     void discardInput();
     bool quiet(qint64 now) const;
     // To be told every byte outside a frame: true at the second CAN in a row.
@@ -94,6 +101,8 @@ private:
 
     QByteArray input_; // at most MaxInputBytes
     qsizetype head_ = 0;
+    qsizetype stale_ = 0; // from head_ on
+    qsizetype early_ = 0;
     std::optional<qint64> lastArrivalAt_;
     qint32 cancelRun_ = 0;
 

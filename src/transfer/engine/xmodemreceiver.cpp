@@ -14,6 +14,8 @@
 //
 //   good block       YMODEM's first, number 0: the header; open the sink, ACK and start
 //                    same number as the last: a repetition, ACK
+//                    the header once more, streaming: "G" alone, which is all that a sender by the
+//                    reference (Forsberg 1988, figure 8) waits for
 //                    the next number: write, ACK              streaming sends no ACK
 //                    any other: fail, out of step
 //
@@ -202,6 +204,9 @@ XferStep XmodemReceiver::receiverAcceptBlock(quint8 number, QByteArrayView data,
         return acceptHeader(data, now);
     }
     if (number == lastAccepted_) {
+        if (line_.streaming && number == 0 && bytesReceived_ == 0) {
+            return reply(QByteArray(1, line_.handshakeChar()), now);
+        }
         return acknowledgeRepetition(now);
     }
     if (number == blockNumber_) {

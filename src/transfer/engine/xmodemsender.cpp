@@ -9,6 +9,8 @@
 //                               EOT: XMODEM is done, YMODEM -> AwaitBatchEnd; batch end: done
 //                   NAK, 10000  send the last frame again, ten times; streaming: fail
 //                   "C"/"G"     after EOT: its ACK was lost, send the end of the batch
+//                   "G"         streaming, after the header: first block
+//                   10000       streaming, after the end of the batch: done
 //   AwaitDataStart  "C"/"G"     first block
 //                   10000       wait on, ten times
 //   AwaitBatchEnd   "C"/"G"     send the end of the batch (-> AwaitAck)
@@ -19,6 +21,16 @@
 //
 // Sending a block leads to AwaitAck, or to Streaming; at the end of the source an EOT goes out
 // instead, in AwaitAck.
+//
+// Two dialects of streaming. By the YMODEM reference (Forsberg 1988, figure 8) the receiver answers
+// the header with "G" alone and acknowledges nothing but the EOT; others acknowledge the header and
+// the end of the batch as well. Either is understood; to a receiver of the first kind the end of
+// the batch has arrived when it has been quiet for 1000.
+//
+// Staying in step. Replies carry no number, so one that was here before a frame was made, or long
+// before it left, does not answer it: the second of two ACKs would skip a block. And each
+// repetition after a time-out may bring one ACK more for the same block. Such a surplus ACK comes
+// while the next block is on its way out and is not its answer either.
 
 #include "transfer/engine/xmodemsender.h"
 
@@ -28,6 +40,7 @@
 #include "transfer/engine/xmodemline.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace XmodemFrame;
 
@@ -50,8 +63,14 @@ XferStep XmodemSender::senderPump(qint64 now)
     XferStep step;
     while (step.bytes.isEmpty() && !line_.ended() && !line_.pending().isEmpty()) {
         const char byte = line_.pending().front();
+        const bool idle = answersNothing(byte);
         line_.consume(1);
-        step = line_.isCancel(byte) ? line_.failRemoteCancel() : onByte(byte, now);
+        if (line_.isCancel(byte)) {
+            return line_.failRemoteCancel();
+        }
+        if (!idle) {
+            step = onByte(byte, now);
+        }
     }
     // The pump runs only while nothing waits to be written: the last block has left.
     if (step.bytes.isEmpty() && line_.state == XmodemState::Streaming) {
@@ -79,13 +98,34 @@ XferStep XmodemSender::senderTick(qint64 now)
     default:
         break;
     }
+    if (line_.streaming && lastSentKind_ == Sent::BatchEnd) {
+        return line_.complete();
+    }
     if (line_.streaming) {
         return line_.failWith(XferError::RetriesExhausted,
             XmodemCodec::tr("The device stopped responding. YMODEM-G has no retransmission, so the "
                             "transfer has failed."),
             true);
     }
+    ++timedOutResends_;
     return resend(now);
+}
+
+// Whether the byte at the front of the input came too early to answer the frame that was sent last.
+// An error that a streaming receiver reports concerns any frame.
+bool XmodemSender::answersNothing(char byte)
+{
+    if (line_.streaming && (line_.state == XmodemState::Streaming || byte == Nak)) {
+        return false;
+    }
+    if (line_.frontIsStale()) {
+        return true;
+    }
+    if (byte != Ack || !line_.frontIsEarly() || surplusAcks_ == 0) {
+        return false;
+    }
+    --surplusAcks_;
+    return true;
 }
 
 XferStep XmodemSender::onByte(char byte, qint64 now)
@@ -124,6 +164,11 @@ XferStep XmodemSender::onReply(char byte, qint64 now)
         return line_.streaming ? failStreaming() : resend(now);
     case StartCrc:
     case StartStream:
+        if (byte == StartStream && line_.streaming && lastSentKind_ == Sent::Header) {
+            acksOnlyEots_ = true;
+            blockNumber_ = 1;
+            return senderEmitNextBlock(now);
+        }
         return lastSentKind_ == Sent::Eot ? sendBatchEnd(now) : XferStep();
     default:
         return {};
@@ -133,6 +178,7 @@ XferStep XmodemSender::onReply(char byte, qint64 now)
 XferStep XmodemSender::onAck(qint64 now)
 {
     line_.resetRetries();
+    surplusAcks_ = std::exchange(timedOutResends_, 0);
     switch (lastSentKind_) {
     case Sent::Header:
         line_.state = XmodemState::AwaitDataStart;
@@ -218,7 +264,9 @@ XferStep XmodemSender::transmit(const QByteArray& frame, Sent kind, qint64 now)
     line_.state = unacknowledged ? XmodemState::Streaming : XmodemState::AwaitAck;
     XferStep step;
     step.bytes = frame;
-    line_.armOrDefer(step, now, XmodemLine::ReplyTimeoutMs);
+    line_.markStale();
+    const bool silentEnd = acksOnlyEots_ && kind == Sent::BatchEnd;
+    line_.armOrDefer(step, now, silentEnd ? XmodemLine::QuietMs : XmodemLine::ReplyTimeoutMs);
     return step;
 }
 

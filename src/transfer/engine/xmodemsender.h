@@ -30,6 +30,7 @@ public:
 private:
     enum class Sent { Nothing, Header, Data, Eot, BatchEnd };
 
+    bool answersNothing(char byte);
     XferStep onByte(char byte, qint64 now);
     XferStep onReply(char byte, qint64 now);
     XferStep onAck(qint64 now);
@@ -53,6 +54,9 @@ private:
     qsizetype lastBlockDataLen_ = 0; // file bytes in the last block, without padding
     qint64 bytesSent_ = 0;           // acknowledged file offset
     quint8 blockNumber_ = 0;
+    qint32 timedOutResends_ = 0; // of the last frame
+    qint32 surplusAcks_ = 0;     // that repetitions of the frame before may still bring
+    bool acksOnlyEots_ = false;  // a streaming receiver that answered the header with "G" alone
 
     Q_DISABLE_COPY_MOVE(XmodemSender)
 };

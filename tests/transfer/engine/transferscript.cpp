@@ -93,6 +93,8 @@ QString TransferScript::perform(const QByteArray& word, bool byteByByte)
     } else if (word.startsWith('+')) {
         now_ += word.mid(1).toLongLong();
         take(codec_->tick(now_));
+    } else if (word.startsWith("late:")) {
+        now_ += word.mid(5).toLongLong();
     } else if (word == "drain") {
         take(codec_->onEgressDrained(now_));
     } else if (word == "cancel") {

@@ -11,7 +11,7 @@
 // Plays one conversation with an engine, written as a line of words:
 //
 //   <LIST        these items arrive            >LIST   exactly these items were written since
-//   +MS          time passes, then tick()
+//   +MS          time passes, then tick()    late:MS  time passes, and nobody calls tick()
 //   drain        after "hold": the bytes written last leave the port
 //   sum, crc     items from here on carry the 8-bit checksum, the CRC; cancel  calls cancel()
 //   done, fail:N the transfer has ended so, with this XferError

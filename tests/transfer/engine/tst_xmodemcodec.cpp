@@ -73,6 +73,8 @@ private Q_SLOTS:
     static void senderShortBlocks() { playRow(XmodemCodec::Role::Sender, 128); }
     static void receiver_data();
     static void receiver() { playRow(XmodemCodec::Role::Receiver, 1024); }
+    static void senderLooksBack_data();
+    static void senderLooksBack() { playRow(XmodemCodec::Role::Sender, 1024, Feed::WholeOnly); }
     static void receiverLooksAhead_data();
     static void receiverLooksAhead()
     {
@@ -121,6 +123,12 @@ void TestXmodemCodec::sender_data()
         {"two CAN cancel", Crc, 200, "<C >1 <X <X fail:3 said",
             "The device cancelled the transfer."},
         {"stream", G, 3000, "<G >H <A,G >1,2,3,E <A,G >T <A done"},
+        {"stream: only the EOT is acknowledged", G, 3000,
+            "<G >H wait:10000 <G >1,2,3,E <A,G >T wait:1000 <?,G +999 +1 done"},
+        {"stream: end of the batch not acknowledged", G, 300,
+            "<G >H <A,G >1,E <A,G >T +9999 +1 done"},
+        {"stream: G asked twice is no answer to the header", G, 300,
+            "hold <G >H <G +5000 drain +10000 >K fail:2"},
         {"stream because asked", Y, 3000, "<C >H <A,G >1,2,3,E <A,C >T <A done"},
         {"no stream because not asked", G, 200, "<C >H <A,C >1 <A >E <A,C >T <A done"},
         {"stream: one frame in flight", G, 3000,
@@ -133,7 +141,15 @@ void TestXmodemCodec::sender_data()
             "The device stopped responding. YMODEM-G has no retransmission, so the transfer has "
             "failed."},
         {"time-out counts from the drain", Crc, 300,
-            "hold <C >1 wait:-1 <A +50000 drain >2 drain wait:10000 +9999 +1 >2 cancel >K"},
+            "hold <C >1 wait:-1 +50000 <A +999 drain >2 drain wait:10000 +9999 +1 >2 cancel >K"},
+        {"ACK long before the block had left", Crc, 300,
+            "hold <C >1 <A +1000 drain wait:10000 <A >2 drain cancel >K"},
+        {"ACK of a repetition while the next block is sent", Crc, 400,
+            "hold <C >1 drain +10000 >1 drain <A >2 <A drain wait:10000 <N >2 drain <A >3 <A drain "
+            ">4 "
+            "drain cancel >K"},
+        {"reply after the time-out", Crc, 300, "<C >1 late:10000 <A >1,2 <A >3 <A >E <A done"},
+        {"reply after the last time-out", Y, 10, "<C >H <A,C >1 <A >E <A late:10000 <C done"},
         {"read error", Crc, 300, "read-fails <C >K fail:8 said", unreadable},
         {"file shorter than it was", Crc, 300, "read-short <C >K fail:8 said", unreadable},
         {"no file", Y, 300, "no-source <C >H <A,C >K fail:8 said", unreadable},
@@ -214,6 +230,9 @@ void TestXmodemCodec::receiver_data()
             ">C <H >A,C <1 >A <E >A,C <E >A,C <T >A done saved:100"},
         {"EOT sent twice", Y, 100, ">C <H >A,C <1 >A <E,E >A,C,A,C <T >A done saved:100"},
         {"damaged end of batch", Y, 100, ">C <H >A,C <1 >A <E >A,C <T! >N <T >A done saved:100"},
+        {"stream: repeated header", G, 100, ">G <H >A,G <H >G <1,E >A,G <T >A done saved:100"},
+        {"block that broke off, read late", Crc, 256,
+            ">C <1 >A <2^ late:10000 <2 >N,A <E >A done saved:256"},
         {"repeated header", Y, 100, ">C <H >A,C <H >A +10000 >C <1 >A <E >A,C <T >A done"},
         {"damaged header", Y, 100, ">C <H! >N <H >A,C <1 >A <E >A,C <T >A done saved:100"},
         {"header with a size that is none", Y, 100,
@@ -242,6 +261,17 @@ void TestXmodemCodec::receiver_data()
         {"nothing is read before the drain", Crc, 256,
             "hold >C wait:-1 <1 +90000 drain >A <2 drain >A drain wait:10000 +9999 +1 >N"},
         {"cancelled here", Crc, 256, ">C <1 >A cancel >K fail:4 said", "Cancelled."},
+    });
+}
+
+// What came in one read with the reply before cannot answer the frame that this reply brought.
+void TestXmodemCodec::senderLooksBack_data()
+{
+    addRows({
+        {"doubled ACK", Crc, 300, "<C >1 <A,A >2 <N >2 <A,A,A >3 <A,A >E +10000 >E <A done"},
+        {"doubled start", Crc, 300, "<C,C,N >1 <A >2 <A >3 <A >E <A done"},
+        {"doubled start of a stream", G, 300, "<G,G,G >H <A,G >1,E <A,G >T <A done"},
+        {"cancelled behind an ACK", Crc, 300, "<C >1 <A,X,X >2 fail:3"},
     });
 }
 
