@@ -78,17 +78,30 @@ bool BridgeArbiter::takeNext(qint64 nowMs, BridgeArbiter::Request* out)
     const bool answerAwaited = out->holdMs <= 0;
     m_window = Window{.owner = out->peerKey,
         .tag = out->tag,
+        .beganMs = nowMs,
         .quietSinceMs = nowMs,
         .timeoutMs = answerAwaited ? m_responseTimeoutMs : clampedTimeoutMs(out->holdMs),
         .answerAwaited = answerAwaited};
     return true;
 }
 
-QString BridgeArbiter::routeResponse(qint64 nowMs)
+void BridgeArbiter::noteLeft(qint64 nowMs)
+{
+    tick(nowMs);
+    if (m_window && !m_window->responseSeen)
+        m_window->beganMs = m_window->quietSinceMs = nowMs;
+}
+
+void BridgeArbiter::noteStray(qint64 nowMs)
 {
     tick(nowMs);
     if (m_quiet)
         m_quiet->lastBlockMs = nowMs;
+}
+
+QString BridgeArbiter::routeResponse(qint64 nowMs)
+{
+    noteStray(nowMs);
     if (!m_window || !m_window->answerAwaited)
         return {};
     m_window->responseSeen = true;
@@ -166,7 +179,10 @@ void BridgeArbiter::reset()
 
 qint64 BridgeArbiter::Window::remainingMs(qint64 nowMs) const
 {
-    return Monotonic::remainingMs(quietSinceMs, timeoutMs, nowMs);
+    const qint64 left = Monotonic::remainingMs(quietSinceMs, timeoutMs, nowMs);
+    if (tag == 0)
+        return left;
+    return qMin(left, Monotonic::remainingMs(beganMs, qint64(timeoutMs) * MaxQuietTimes, nowMs));
 }
 
 qint64 BridgeArbiter::Quiet::remainingMs(qint64 nowMs) const
@@ -260,13 +276,14 @@ void BridgeArbiter::expireWindow(qint64 nowMs)
 {
     if (!m_window || m_window->remainingMs(nowMs) > 0)
         return;
-    const bool answered = m_window->responseSeen || !m_window->answerAwaited;
-    if (!answered) {
-        ++m_timedOutRequests;
+    const bool nothingCame = m_window->answerAwaited && !m_window->responseSeen;
+    const bool incomplete = m_window->answerAwaited && m_window->tag != 0;
+    m_timedOutRequests += nothingCame ? 1 : 0;
+    if (nothingCame || incomplete) {
         if (!m_window->owner.isEmpty())
             giveUp(m_window->owner, m_window->tag, Fate::TimedOut);
-        const qint64 overdueMs =
-            Monotonic::elapsedMs(m_window->quietSinceMs, nowMs) - m_window->timeoutMs;
+        const qint64 overdueMs = qMax<qint64>(
+            0, Monotonic::elapsedMs(m_window->quietSinceMs, nowMs) - m_window->timeoutMs);
         awaitQuiet(nowMs - overdueMs, m_quietAfterTimeoutMs);
     }
     m_window.reset();

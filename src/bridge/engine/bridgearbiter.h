@@ -27,7 +27,9 @@
 //    response timeout from now, so that an answer in pieces keeps its window.
 //  - in flight -> idle: the deadline is reached (seen by tick(), takeNext() or routeResponse()),
 //    forgetPeer() of the owner, closeWindow(), reset(). A window in which nothing came back counts
-//    as timed out.
+//    as timed out. A request with a tag is one whose owner knows when its answer is complete and
+//    then says closeWindow(): without that its answer has not come, whatever else did, and its
+//    window ends after MaxQuietTimes response timeouts even on a line that never falls silent.
 //  - With setLineQuietMs() a turn that has ended is followed by silence on the line before the next
 //    request goes out: between frames after an answer; after a time-out for as long as an answer
 //    may still be on its way, so that it is not taken for the answer to a later request. A client
@@ -50,7 +52,7 @@ public:
     static constexpr int DefaultMaxQueuedRequests = 64;
     static constexpr int MaxQueuedRequestsLimit = 4096;
     static constexpr int MaxLineQuietMs = 60'000;
-    // A line that never falls silent is given up waiting for after this many quiet times.
+    // A line that never falls silent is waited for this many times as long, then no more.
     static constexpr int MaxQuietTimes = 20;
     static constexpr qint64 MaxQueuedBytes = 16'777'216;
     static constexpr int MaxFramedPeers = 1024;
@@ -59,7 +61,7 @@ public:
     {
         QString peerKey;
         QByteArray bytes;
-        quint64 tag = 0; // the owner's, handed back as it is
+        quint64 tag = 0; // the owner's, handed back as it is; 0 for none
         // 0: an answer is awaited for the response timeout. Otherwise none is (a broadcast), and
         // the line is left to the devices for this many milliseconds.
         int holdMs = 0;
@@ -67,7 +69,7 @@ public:
 
     enum class Fate {
         Dropped,  // never went out: the queue was full
-        TimedOut, // went out, and nothing came back
+        TimedOut, // went out, and no answer came
     };
 
     struct GivenUp
@@ -97,9 +99,13 @@ public:
     void submitRequest(Request request, qint64 nowMs);
     // Starts the next turn, when there is one: the request to write to the serial side is in out.
     bool takeNext(qint64 nowMs, BridgeArbiter::Request* out);
+    // To be called when the request in flight has left the port: its deadline counts from now.
+    void noteLeft(qint64 nowMs);
     // To be called for every block from the serial side: whose it is; empty when nobody's, as for
     // what comes late.
     QString routeResponse(qint64 nowMs);
+    // Instead, for a block that the owner knows to be no part of the answer awaited.
+    void noteStray(qint64 nowMs);
     // Queues the requests that are due by time and ends an overdue window.
     void tick(qint64 nowMs);
     // Milliseconds until tick() or takeNext() is due, 0 when it already is, -1 when not needed.
@@ -131,6 +137,7 @@ private:
     {
         QString owner;
         quint64 tag = 0;
+        qint64 beganMs = 0;
         qint64 quietSinceMs = 0;
         int timeoutMs = 0;
         bool answerAwaited = true;

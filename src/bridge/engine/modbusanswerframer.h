@@ -54,6 +54,8 @@ public:
     // Milliseconds until tick() is due, 0 when it already is, -1 while nothing is held.
     qint64 nextTimeoutMs(qint64 nowMs) const;
 
+    // When the line had been silent for long enough behind the last byte that came.
+    qint64 silentAtMs() const { return m_lastByteMs + m_silenceMs; }
     bool isExpecting() const { return !m_request.isEmpty(); }
     qsizetype bufferedBytes() const { return m_buffer.size(); }
 
