@@ -105,6 +105,86 @@ private Q_SLOTS:
         QCOMPARE(nextTurn(arbiter, 0), u"b:new"_s);
     }
 
+    // A read that the owner hands over late does not join what was due long before.
+    void lateReadIsARequestOfItsOwn()
+    {
+        BridgeArbiter arbiter({.mode = FramingMode::IdleGap, .idleGapMs = 4}, TimeoutMs);
+        arbiter.submit(u"a"_s, "1"_ba, 0);
+        arbiter.submit(u"b"_s, "2"_ba, 2);
+        arbiter.submit(u"a"_s, "3"_ba, 50);
+        QCOMPARE(arbiter.queuedRequests(), 2);
+        QCOMPARE(nextTurn(arbiter, 50), u"a:1"_s);
+        // Nor does an overdue turn end only when somebody looks.
+        arbiter.submit(u"b"_s, "4"_ba, 150);
+        QCOMPARE(arbiter.timedOutRequests(), 1);
+        QCOMPARE(nextTurn(arbiter, 150), u"b:2"_s);
+    }
+
+    void wholeRequestsAreNotFramedAgain()
+    {
+        BridgeArbiter arbiter({.mode = FramingMode::IdleGap}, TimeoutMs);
+        arbiter.submitRequest({.peerKey = u"a"_s, .bytes = "1"_ba, .tag = 11}, 0);
+        arbiter.submitRequest({.peerKey = u"a"_s, .bytes = "2"_ba, .tag = 12}, 0);
+        QCOMPARE(arbiter.queuedRequests(), 2);
+        QCOMPARE(nextTurn(arbiter, 0), u"a:1"_s);
+        QCOMPARE(arbiter.windowTag(), 11);
+        // A block that is not the answer does not lengthen the turn; without its answer a request
+        // with a tag has timed out, whatever came.
+        arbiter.noteStray(90);
+        QCOMPARE(arbiter.nextTimeoutMs(90), 10);
+        arbiter.routeResponse(95);
+        QCOMPARE(nextTurn(arbiter, 195), u"a:2"_s);
+        const auto givenUp = arbiter.takeGivenUp();
+        QCOMPARE(givenUp.size(), 1);
+        QCOMPARE(givenUp.first().tag, 11);
+        QVERIFY(givenUp.first().fate == BridgeArbiter::Fate::TimedOut);
+        // A line that never falls silent does not keep its turn for ever.
+        qint64 nowMs = 195;
+        while (arbiter.isInFlight() && nowMs < 100'000)
+            arbiter.routeResponse(nowMs += 50);
+        QCOMPARE(nowMs, 195 + TimeoutMs * BridgeArbiter::MaxQuietTimes);
+    }
+
+    void lineFallsSilentBeforeTheNextTurn()
+    {
+        BridgeArbiter arbiter({}, TimeoutMs);
+        arbiter.setLineQuietMs(4, 30);
+        for (const char* text : {"1", "2", "3", "4"})
+            arbiter.submit(u"a"_s, text, 0);
+        QCOMPARE(nextTurn(arbiter, 0), u"a:1"_s);
+        arbiter.routeResponse(10);
+        arbiter.closeWindow();
+        QCOMPARE(arbiter.nextTimeoutMs(11), 3);
+        QCOMPARE(nextTurn(arbiter, 13), QString());
+        QCOMPARE(nextTurn(arbiter, 14), u"a:2"_s);
+        // The silence counts from the deadline, and anew from each late block.
+        QCOMPARE(arbiter.routeResponse(120), QString());
+        QCOMPARE(nextTurn(arbiter, 149), QString());
+        QCOMPARE(nextTurn(arbiter, 150), u"a:3"_s);
+        // An owner that comes later than that finds the line free.
+        QCOMPARE(nextTurn(arbiter, 280), u"a:4"_s);
+        QCOMPARE(arbiter.timedOutRequests(), 2);
+    }
+
+    void memoryIsBounded()
+    {
+        BridgeArbiter arbiter({.mode = FramingMode::Delimiter, .maxFrameBytes = 1'048'576}, 100);
+        for (int i = 0; i < BridgeArbiter::MaxFramedPeers + 3; ++i)
+            arbiter.submit(QString::number(i), "x"_ba, 0);
+        QCOMPARE(arbiter.queuedRequests(), 3); // what the longest waiting had sent
+        arbiter.reset();
+        for (int i = 0; i < 20; ++i)
+            arbiter.submit(QString::number(i), QByteArray(1'000'000, 'x'), i);
+        QCOMPARE(arbiter.queuedRequests(), 4);
+        QCOMPARE(nextTurn(arbiter, 20).left(2), u"0:"_s);
+        arbiter.reset();
+        for (int i = 0; i < 20; ++i)
+            arbiter.submitRequest({.peerKey = u"a"_s, .bytes = QByteArray(1'000'000, 'x')}, 0);
+        QCOMPARE(arbiter.queuedRequests(), 16);
+        QCOMPARE(arbiter.droppedRequests(), 4);
+        QCOMPARE(arbiter.takeGivenUp().size(), 4);
+    }
+
     void leavingClientFreesTheLine()
     {
         BridgeArbiter arbiter({.mode = FramingMode::Delimiter}, TimeoutMs);

@@ -109,6 +109,69 @@ private Q_SLOTS:
         QCOMPARE(rig.flow.stats().bytesOut, 10'000);
     }
 
+    // As a UDP socket does with more than a datagram can hold.
+    void refusedFrameIsDroppedAndCounted()
+    {
+        Rig rig;
+        rig.sink.largest = 1000;
+        rig.ingest(1001, 1);
+        rig.ingest(10, 2);
+        QCOMPARE(rig.sink.taken.size(), 10);
+        QCOMPARE(rig.flow.stats().refusedFrames, 1);
+        QCOMPARE(rig.flow.stats().droppedBytes, 1001);
+        QCOMPARE(rig.flow.stats().bytesOut, 10);
+        QCOMPARE(rig.flow.lastRefusal(), u"too long"_s);
+        QCOMPARE(rig.flow.nextTimeoutMs(2), -1);
+    }
+
+    void broadcastHasOneOutcome_data()
+    {
+        QTest::addColumn<QList<BridgeWrite>>("peers");
+        QTest::addColumn<int>("taken");
+        QTest::addColumn<int>("missed");
+        QTest::addColumn<bool>("refused");
+        QTest::addColumn<QString>("reason");
+        using Peers = QList<BridgeWrite>;
+        const BridgeWrite ok = BridgeWrite::took(8);
+        const BridgeWrite full = BridgeWrite::blocked();
+        const BridgeWrite bad = BridgeWrite::refusal(u"gone"_s);
+        QTest::newRow("all") << Peers{ok, ok} << 8 << 0 << false << QString();
+        QTest::newRow("one is bad") << Peers{ok, bad, ok} << 8 << 1 << false << u"gone"_s;
+        QTest::newRow("one is full") << Peers{full, ok} << 8 << 1 << false << QString();
+        QTest::newRow("none yet") << Peers{full, bad} << 0 << 0 << false << QString();
+        QTest::newRow("none ever") << Peers{bad, bad} << 0 << 0 << true << u"gone"_s;
+        QTest::newRow("nobody there") << Peers{} << 0 << 0 << true << QString();
+    }
+
+    void broadcastHasOneOutcome()
+    {
+        QFETCH(const QList<BridgeWrite>, peers);
+        const BridgeWrite outcome = BridgeWrite::broadcast(peers, 8);
+        QTEST(int(outcome.taken), "taken");
+        QTEST(outcome.missedPeers, "missed");
+        QTEST(outcome.refused, "refused");
+        QTEST(outcome.reason, "reason");
+    }
+
+    // The window was blocked for 5 s: what was due by then is a frame of its own, and what the sink
+    // has room for by now leaves the queue first.
+    void lateReadDoesNotJoinWhatWasDue()
+    {
+        Rig rig({.capacityBytes = 8, .highWaterBytes = 8, .lowWaterBytes = 0}, Fixed6);
+        rig.ingest(4, 0);
+        rig.ingest(6, 5000);
+        QCOMPARE(rig.flow.stats().framesOut, 2);
+        QCOMPARE(rig.sink.taken.size(), 10);
+        rig.sink.writable = false;
+        rig.ingest(6, 5001);
+        rig.sink.writable = true;
+        rig.ingest(6, 5100);
+        QCOMPARE(rig.flow.stats().droppedFrames, 0);
+        rig.ingest(3, 6000);
+        rig.flow.drain(6200);
+        QCOMPARE(rig.sink.taken.size(), 25);
+    }
+
     void queueThrottlesTheSource()
     {
         Rig rig;

@@ -132,6 +132,46 @@ private Q_SLOTS:
         QCOMPARE(gateway.rtuToTcp(readAnswer(7), 1501).left(2), hex("0002"));
     }
 
+    // On a line with turns a request waits for as long as it takes, and only what went out can be
+    // answered.
+    void requestsThatTakeTurns()
+    {
+        ModbusGateway gateway(TimeoutMs);
+        const auto requests = gateway.takeRequests(
+            readRequest(1, 7) + readRequest(2, 7) + readRequest(3, 7) + readRequest(4, 0), 0);
+        QCOMPARE(requests.size(), 4);
+        QCOMPARE(gateway.nextTimeoutMs(0), -1);
+        QCOMPARE(gateway.rtuToTcp(readAnswer(7), 9000), QByteArray());
+        QCOMPARE(gateway.pendingTransactions(), 4);
+
+        QVERIFY(gateway.noteSent(requests[0].id, 10'000));
+        QCOMPARE(gateway.nextTimeoutMs(10'000), TimeoutMs);
+        gateway.forget(requests[0].id);
+        QCOMPARE(gateway.rtuToTcp(readAnswer(7), 10'001), QByteArray()); // late
+        QVERIFY(gateway.noteSent(requests[1].id, 10'100));
+        QCOMPARE(gateway.rtuToTcp(rtu("0704021234"), 10'101), QByteArray()); // another function
+        QCOMPARE(gateway.rtuToTcp(readAnswer(7), 10'102).left(2), hex("0002"));
+        QCOMPARE(gateway.counters().unmatchedAnswers, 3);
+
+        QVERIFY(requests[3].broadcast && !requests[2].broadcast);
+        QVERIFY(gateway.noteSent(requests[3].id, 10'200));
+        QCOMPARE(gateway.pendingTransactions(), 1);
+        QCOMPARE(gateway.fail(requests[2].id, ModbusGateway::ExceptionCode::TargetFailedToRespond),
+            hex("0003 0000 0003 07 830b"));
+        QVERIFY(!gateway.noteSent(requests[2].id, 10'300));
+        QCOMPARE(gateway.pendingTransactions(), 0);
+    }
+
+    // Overdue is overdue, whoever asks first.
+    void lateAnswerFindsNoTransaction()
+    {
+        ModbusGateway gateway(TimeoutMs);
+        gateway.tcpToRtu(readRequest(1, 7), 0);
+        gateway.tcpToRtu(readRequest(2, 7), 500);
+        QCOMPARE(gateway.rtuToTcp(readAnswer(7), 1001).left(2), hex("0002"));
+        QCOMPARE(gateway.counters().expiredTransactions, 1);
+    }
+
     void timeoutIsClamped()
     {
         ModbusGateway gateway(0);
