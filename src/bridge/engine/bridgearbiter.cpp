@@ -174,7 +174,14 @@ void BridgeArbiter::reset()
     m_quiet.reset();
     m_givenUp.clear();
     m_droppedRequests = 0;
+    m_droppedBytes = 0;
     m_timedOutRequests = 0;
+}
+
+qint64 BridgeArbiter::heldBytes() const
+{
+    return std::accumulate(m_framers.cbegin(), m_framers.cend(), qint64(0),
+        [](qint64 sum, const BridgeFramer& framer) { return sum + framer.bufferedBytes(); });
 }
 
 qint64 BridgeArbiter::Window::remainingMs(qint64 nowMs) const
@@ -210,6 +217,7 @@ void BridgeArbiter::enqueueRequest(Request request)
 void BridgeArbiter::dropRequest(const Request& request)
 {
     ++m_droppedRequests;
+    m_droppedBytes += request.bytes.size();
     giveUp(request.peerKey, request.tag, Fate::Dropped);
 }
 
@@ -222,10 +230,6 @@ void BridgeArbiter::giveUp(const QString& peerKey, quint64 tag, Fate fate)
 
 void BridgeArbiter::cutFramersToBounds()
 {
-    const auto heldBytes = [this] {
-        return std::accumulate(m_framers.cbegin(), m_framers.cend(), qint64(0),
-            [](qint64 sum, const BridgeFramer& framer) { return sum + framer.bufferedBytes(); });
-    };
     while (m_framers.size() > MaxFramedPeers || heldBytes() > MaxQueuedBytes)
         cutOldestFramer();
 }

@@ -128,6 +128,11 @@ public:
     int queuedRequests() const { return int(m_queue.size()); }
     // Requests that were dropped because the queue was full.
     qint64 droppedRequests() const { return m_droppedRequests; }
+    // Bytes of those, of the queued ones, and of what clients have sent of requests to come. With
+    // what takeNext() has handed out and what forgetPeer() has forgotten they are all that came in.
+    qint64 droppedBytes() const { return m_droppedBytes; }
+    qint64 queuedBytes() const { return m_queuedBytes; }
+    qint64 heldBytes() const;
     // Requests whose window ended without any response.
     qint64 timedOutRequests() const { return m_timedOutRequests; }
 
@@ -177,5 +182,6 @@ private:
     std::optional<Quiet> m_quiet;           // until the line is free again
     std::deque<GivenUp> m_givenUp;          // oldest first; at most MaxQueuedRequestsLimit
     qint64 m_droppedRequests = 0;
+    qint64 m_droppedBytes = 0;
     qint64 m_timedOutRequests = 0;
 };
