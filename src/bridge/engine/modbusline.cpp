@@ -13,12 +13,24 @@ ModbusLine::ModbusLine(int responseTimeoutMs, int transactionTimeoutMs)
     m_arbiter.setLineQuietMs(0, DefaultDrainMs);
 }
 
+void ModbusLine::setTransactionTimeoutMs(int timeoutMs)
+{
+    m_transactionTimeoutMs = timeoutMs;
+    for (ModbusGateway& gateway : m_gateways)
+        gateway.setTransactionTimeoutMs(timeoutMs);
+}
+
 ModbusLine::Output ModbusLine::fromClient(
     const QString& peerKey, const QByteArray& bytes, qint64 nowMs)
 {
     Output output;
     catchUp(nowMs, output);
     auto gateway = m_gateways.find(peerKey);
+    if (gateway == m_gateways.end() && m_gateways.size() >= MaxClients) {
+        output.closeClients.append(peerKey);
+        startNext(nowMs, output);
+        return output;
+    }
     if (gateway == m_gateways.end())
         gateway = m_gateways.insert(peerKey, ModbusGateway(m_transactionTimeoutMs));
     const bool wasBroken = gateway->isBroken();

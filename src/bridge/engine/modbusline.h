@@ -24,7 +24,7 @@
 //
 // Time: nextTimeoutMs() says when to call tick(). Every call first does what was due.
 // Memory: the bounds of its parts, with one gateway for each client from its first bytes to
-// clientGone(), which the owner's limit of clients bounds.
+// clientGone(); a client beyond MaxClients is handed to the owner to be closed.
 // Owned by a bridge link.
 class ModbusLine final
 {
@@ -62,7 +62,7 @@ public:
     {
         QList<ToClient> toClients;
         QByteArray toLine;        // one request, or nothing
-        QStringList closeClients; // malformed streams
+        QStringList closeClients; // malformed streams, and clients beyond MaxClients
         QList<Transaction> ended;
     };
 
@@ -73,6 +73,7 @@ public:
         qint64 damagedFrames = 0;
     };
 
+    static constexpr int MaxClients = 1024;
     // How long a device that was given up may still begin to answer.
     static constexpr int DefaultDrainMs = 50;
 
@@ -80,6 +81,9 @@ public:
     ModbusLine(int responseTimeoutMs, int transactionTimeoutMs);
     ~ModbusLine() = default;
 
+    // Clamped alike; the first counts from the next turn on, the second at once.
+    void setResponseTimeoutMs(int timeoutMs) { m_arbiter.setResponseTimeoutMs(timeoutMs); }
+    void setTransactionTimeoutMs(int timeoutMs);
     void setMaxQueuedRequests(int count) { m_arbiter.setMaxQueuedRequests(count); }
     // Silence on the line before the next request, as BridgeArbiter::setLineQuietMs(): after an
     // answer by default none, on a serial line 3.5 characters (Modbus over Serial Line V1.02,
@@ -127,7 +131,7 @@ private:
     BridgeArbiter m_arbiter;
     ModbusAnswerFramer m_answers;
     int m_transactionTimeoutMs;
-    QHash<QString, ModbusGateway> m_gateways; // by peer key
+    QHash<QString, ModbusGateway> m_gateways; // by peer key; at most MaxClients
     QHash<quint64, Open> m_open; // by tag; those the arbiter holds, so bounded with its queue
     quint64 m_lastTag = 0;
     Counters m_counters;

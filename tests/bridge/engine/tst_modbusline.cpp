@@ -196,6 +196,21 @@ private Q_SLOTS:
         QVERIFY(!line.fromClient(u"a"_s, ask(4), 5).toLine.isEmpty());
     }
 
+    void clientsAndRequestsAreBounded()
+    {
+        ModbusLine line(ResponseMs, TransactionMs);
+        for (int i = 0; i < ModbusLine::MaxClients; ++i)
+            line.fromClient(QString::number(i), ask(1), 0);
+        QCOMPARE(
+            line.fromClient(u"one more"_s, ask(1), 0).closeClients, QStringList{u"one more"_s});
+        QCOMPARE(line.clients(), ModbusLine::MaxClients);
+        QCOMPARE(line.openTransactions(), 1 + BridgeArbiter::DefaultMaxQueuedRequests);
+        // A read of more requests than anything queues.
+        const auto output = line.fromClient(u"0"_s, ask(1).repeated(10'000), 0);
+        QCOMPARE(output.ended.size(), 10'000);
+        QCOMPARE(line.openTransactions(), 1 + BridgeArbiter::DefaultMaxQueuedRequests);
+    }
+
     // The device does not know that the client has left, and answers; the next one waits for that.
     void answerToAClientThatLeftReachesNobody()
     {

@@ -1,6 +1,5 @@
-#include "bridge/engine/bridgeframer.h"
 #include "bridge/engine/modbuscodec.h"
-#include "bridge/engine/modbusgateway.h"
+#include "bridge/engine/modbusline.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -119,12 +118,12 @@ void runDevice(int line)
     modbus_mapping_free(data);
 }
 
-// Puts a gateway between a TCP client and a line, as a bridge does, in real time.
+// Puts the engine between a TCP client and a line, as a bridge does, in real time.
 struct Bridge
 {
-    ModbusGateway gateway{PatientMs};
-    BridgeFramer framer{{.mode = FramingMode::IdleGap, .idleGapMs = 10}};
+    ModbusLine engine{PatientMs, PatientMs};
     QList<QByteArray> rtuFrames; // what went to the line
+    QList<ModbusLine::Outcome> outcomes;
 
     // Returns when the client has closed its end, or after waiting for 10 s in vain.
     void run(int client, int line)
@@ -133,33 +132,36 @@ struct Bridge
         clock.start();
         pollfd ends[] = {{client, POLLIN, 0}, {line, POLLIN, 0}};
         for (;;) {
-            const qint64 nextMs = sooner(
-                gateway.nextTimeoutMs(clock.elapsed()), framer.nextTimeoutMs(clock.elapsed()));
-            const int ready = ::poll(ends, 2, int(nextMs < 0 ? 10'000 : nextMs));
+            const int nextMs = engine.nextTimeoutMs(clock.elapsed());
+            const int ready = ::poll(ends, 2, nextMs < 0 ? 10'000 : nextMs);
             const qint64 nowMs = clock.elapsed();
             if (ready < 0 || (ready == 0 && nextMs < 0))
                 return;
+            perform(engine.tick(nowMs), client, line);
             if (ends[0].revents != 0) {
                 const QByteArray bytes = readSome(client);
                 if (bytes.isEmpty())
-                    return gateway.tick(nowMs);
-                for (const QByteArray& frame : gateway.tcpToRtu(bytes, nowMs)) {
-                    if (frame.front() == AbsentUnit)
-                        gateway.setTransactionTimeoutMs(ImpatientMs);
-                    rtuFrames.append(frame);
-                    writeAll(line, frame);
-                }
+                    return;
+                if (bytes.size() > 6 && bytes[6] == AbsentUnit)
+                    engine.setResponseTimeoutMs(ImpatientMs);
+                perform(engine.fromClient(u"client"_s, bytes, nowMs), client, line);
             }
-            QList<QByteArray> answers = framer.tick(nowMs);
             if (ends[1].revents != 0)
-                answers += framer.ingest(readSome(line), nowMs);
-            for (const QByteArray& frame : std::as_const(answers))
-                writeAll(client, gateway.rtuToTcp(frame, nowMs));
-            gateway.tick(nowMs);
+                perform(engine.fromLine(readSome(line), nowMs), client, line);
         }
     }
 
-    static qint64 sooner(qint64 a, qint64 b) { return a < 0 || b < 0 ? qMax(a, b) : qMin(a, b); }
+    void perform(const ModbusLine::Output& output, int client, int line)
+    {
+        for (const ModbusLine::ToClient& to : output.toClients)
+            writeAll(client, to.bytes);
+        for (const ModbusLine::Transaction& transaction : output.ended)
+            outcomes.append(transaction.outcome);
+        if (output.toLine.isEmpty())
+            return;
+        rtuFrames.append(output.toLine);
+        writeAll(line, output.toLine);
+    }
 
     static QByteArray readSome(int fd)
     {
@@ -216,9 +218,11 @@ private Q_SLOTS:
         }
         // A device that is not there: no answer, and the transaction is given up.
         QCOMPARE(absent, QByteArray(::strerror(ETIMEDOUT)));
-        const ModbusGateway::Counters counters = bridge.gateway.counters();
-        QCOMPARE(counters.expiredTransactions, 1);
-        QCOMPARE(counters.malformedHeaders + counters.badRtuFrames + counters.unmatchedAnswers, 0);
+        QCOMPARE(bridge.outcomes.size(), wanted.size() + 1);
+        QCOMPARE(bridge.outcomes.count(ModbusLine::Outcome::Answered), wanted.size());
+        QVERIFY(bridge.outcomes.last() == ModbusLine::Outcome::TimedOut);
+        const ModbusLine::Counters& counters = bridge.engine.counters();
+        QCOMPARE(counters.foreignFrames + counters.damagedFrames, 0);
     }
 
 private:
