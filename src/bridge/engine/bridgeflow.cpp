@@ -168,6 +168,8 @@ void BridgeFlow::enqueueAll(const QList<QByteArray>& frames, qint64 nowMs)
 // is: letting the source go could deliver newer bytes than those of the read in hand.
 void BridgeFlow::forwardDue(qint64 nowMs)
 {
+    if (isIdle())
+        return;
     writeOut();
     enqueueAll(m_framer.tick(nowMs), nowMs);
     writeOut();

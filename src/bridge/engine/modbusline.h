@@ -18,9 +18,9 @@
 // Theory of operation. Arbiter, gateways and answer framer keep their own states; this class moves
 // a request through them. An answer ends its turn at once. A turn that runs out, and a request that
 // never gets one, leave the gateway, so that a late answer finds nobody; the client hears nothing,
-// or an exception if that is set. A client whose stream is malformed is
-// handed to the owner in Output::closeClients; what it asked before is abandoned, and what it sends
-// until clientGone() is ignored.
+// or an exception if that is set. A client whose stream is malformed is handed to the owner in
+// Output::closeClients; what it asked before is abandoned, and what it sends until clientGone() is
+// ignored.
 //
 // Time: nextTimeoutMs() says when to call tick(). Every call first does what was due.
 // Memory: the bounds of its parts, with one gateway for each client from its first bytes to
