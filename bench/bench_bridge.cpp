@@ -1,6 +1,6 @@
 #include "bridge/engine/bridgeflow.h"
 #include "bridge/engine/bridgesink.h"
-#include "bridge/engine/modbusgateway.h"
+#include "bridge/engine/modbusline.h"
 
 #include <benchmark/benchmark.h>
 
@@ -101,9 +101,38 @@ void gateway(benchmark::State& state)
     state.SetItemsProcessed(state.iterations());
 }
 
+// Requests of that many clients, each waiting for its turn, and the device's answers.
+void modbusLine(benchmark::State& state)
+{
+    const auto clients = int(state.range(0));
+    const QByteArray request = ModbusGateway::buildMbap(1, 17, QByteArray::fromHex("030000000a"));
+    const QByteArray answer =
+        ModbusGateway::appendCrc(QByteArray::fromHex("110314") + QByteArray(20, '\1'));
+    ModbusLine line(200, 1000);
+    line.setMaxQueuedRequests(clients);
+    QStringList peers;
+    for (int i = 0; i < clients; ++i) {
+        peers.append(QString::number(i));
+        line.fromClient(peers.last(), request, 0);
+    }
+
+    qint64 nowMs = 0;
+    int next = 0;
+    for (auto _ : state) {
+        const ModbusLine::Output output = line.fromLine(answer, ++nowMs);
+        if (output.toClients.size() != 1)
+            state.SkipWithError("a request was not answered");
+        line.fromClient(peers.at(next), request, nowMs);
+        next = (next + 1) % clients;
+        benchmark::DoNotOptimize(line.nextTimeoutMs(nowMs));
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
 } // namespace
 
 BENCHMARK(flow)->ArgNames({"mode", "read"})->ArgsProduct({{0, 1, 2, 3}, {16, 4096}});
 BENCHMARK(backlog)->Range(1 << 20, 64 << 20)->Unit(benchmark::kMillisecond)->Complexity();
 BENCHMARK(gateway)->ArgNames({"registers", "depth"})->ArgsProduct({{1, 125}, {1, 32}});
+BENCHMARK(modbusLine)->ArgName("clients")->Arg(1)->Arg(4)->Arg(64);
 BENCHMARK_MAIN();
