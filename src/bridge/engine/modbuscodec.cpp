@@ -1,46 +1,21 @@
 #include "bridge/engine/modbuscodec.h"
 
-#include "bridge/engine/modbusgateway.h"
+#include "bridge/engine/modbuspdu.h"
 #include "terminal/text/crccatalog.h"
 
 #include <numeric>
 
 namespace {
 
-constexpr int MaxSlave = 247;        // Modbus over Serial Line V1.02, 2.2
-constexpr int AddressSpace = 65'536; // Modbus Application Protocol V1.1b3, 4.4
-constexpr quint16 CoilOn = 0xFF00;   // 6.5 of the same
+constexpr quint16 CoilOn = 0xFF00; // Modbus Application Protocol V1.1b3, 6.5
 constexpr quint16 CoilOff = 0x0000;
 
-enum FunctionCode : int {
-    ReadCoils = 0x01,
-    ReadDiscreteInputs = 0x02,
-    ReadHoldingRegisters = 0x03,
-    ReadInputRegisters = 0x04,
-    WriteSingleCoil = 0x05,
-    WriteSingleRegister = 0x06,
-    WriteMultipleCoils = 0x0F,
-    WriteMultipleRegisters = 0x10,
-};
+using namespace Modbus;
 
-// How many coils or registers one request may name (Modbus Application Protocol V1.1b3, 6.1 to
-// 6.4, 6.11 and 6.12); 0 for a function code without a quantity.
-constexpr int maxQuantity(int functionCode)
+// How many coils or registers one request may name; 0 for a function code that is not built here.
+constexpr int limitOf(int functionCode)
 {
-    switch (functionCode) {
-    case ReadCoils:
-    case ReadDiscreteInputs:
-        return 2000;
-    case ReadHoldingRegisters:
-    case ReadInputRegisters:
-        return 125;
-    case WriteMultipleCoils:
-        return 1968;
-    case WriteMultipleRegisters:
-        return 123;
-    default:
-        return 0;
-    }
+    return functionCode == ReadWriteMultipleRegisters ? 0 : maxQuantity(functionCode);
 }
 
 constexpr bool namesCoils(int functionCode)
@@ -125,8 +100,7 @@ QByteArray ModbusCodec::buildPdu(const Request& request, QString* error)
 QByteArray ModbusCodec::buildRtuFrame(const Request& request, QString* error)
 {
     const QByteArray pdu = buildPdu(request, error);
-    return pdu.isEmpty() ? QByteArray()
-                         : ModbusGateway::appendCrc(QByteArray(1, char(request.slave)) + pdu);
+    return pdu.isEmpty() ? QByteArray() : rtuFrame(quint8(request.slave), pdu);
 }
 
 QByteArray ModbusCodec::buildAsciiFrame(const Request& request, QString* error)
@@ -144,7 +118,7 @@ QByteArray ModbusCodec::buildAsciiFrame(const Request& request, QString* error)
 QString ModbusCodec::invalidity(const Request& request)
 {
     const int code = request.functionCode;
-    if (request.slave < 0 || request.slave > MaxSlave)
+    if (request.slave < 0 || request.slave > kMaxSerialUnit)
         return tr("Slave ID must be between 0 and 247.");
     if (code == WriteSingleCoil && request.values.size() != 1)
         return tr("Write Single Coil needs exactly one value.");
@@ -153,7 +127,7 @@ QString ModbusCodec::invalidity(const Request& request)
     if (code == WriteSingleCoil || code == WriteSingleRegister)
         return {};
 
-    const int limit = maxQuantity(code);
+    const int limit = limitOf(code);
     if (limit == 0)
         return tr("Unsupported function code 0x%1.").arg(code, 2, 16, QLatin1Char('0'));
     if (request.quantity < 1 || request.quantity > limit) {
@@ -165,7 +139,7 @@ QString ModbusCodec::invalidity(const Request& request)
 
 QString ModbusCodec::writeInvalidity(const Request& request)
 {
-    if (request.startAddress + request.quantity > AddressSpace) {
+    if (request.startAddress + request.quantity > kAddressSpace) {
         return tr("Address %1 plus count %2 exceeds the 65536 address space.")
             .arg(request.startAddress)
             .arg(request.quantity);
