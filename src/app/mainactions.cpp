@@ -112,7 +112,7 @@ void MainActions::addToolsMenu()
     m_menu->addSeparator();
     add("acToolCalc", tr("&Toolbox..."));
     add("acToolsAscii", tr("&ASCII Code..."));
-    add("acToolsModbus", tr("&Modbus Request Builder..."), {.availability = Later});
+    add("acToolsModbus", tr("&Modbus Request Builder..."));
     add("acToolsBridge", tr("&Bridges..."),
         {.toolTip = tr("Forward data between two ports (network to serial gateway)"),
             .availability = Later});

@@ -21,6 +21,7 @@
 #include "settings/storewriter.h"
 #include "terminal/pane/serialportwidget.h"
 #include "tools/asciitable.h"
+#include "tools/modbusbuilder.h"
 #include "tools/toolbox.h"
 
 #include <QAction>
@@ -270,6 +271,17 @@ void MainWindow::connectToolActions()
                 [this](const QByteArray& bytes) { currentPortWidget()->sendBytes(bytes); });
         }
         bringUp(*table);
+    });
+    onAction("acToolsModbus"_L1, this, [=, this, builder = QPointer<ModbusBuilder>()]() mutable {
+        if (!builder) {
+            auto* const window = new ModbusBuilder(this);
+            builder = window;
+            window->setPort(&currentPortWidget()->port());
+            connect(window, &ModbusBuilder::insertRequested, this, insert);
+            connect(m_panes.get(), &PaneSet::currentChanged, window,
+                [this, window] { window->setPort(&m_panes->current().port()); });
+        }
+        bringUp(*builder);
     });
 }
 
