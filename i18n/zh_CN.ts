@@ -1710,6 +1710,355 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
 </context>
 <context>
+    <name>Modbus</name>
+    <message>
+        <source>Read Coils</source>
+        <translation>读线圈</translation>
+    </message>
+    <message>
+        <source>Read Discrete Inputs</source>
+        <translation>读离散输入</translation>
+    </message>
+    <message>
+        <source>Read Holding Registers</source>
+        <translation>读保持寄存器</translation>
+    </message>
+    <message>
+        <source>Read Input Registers</source>
+        <translation>读输入寄存器</translation>
+    </message>
+    <message>
+        <source>Write Single Coil</source>
+        <translation>写单个线圈</translation>
+    </message>
+    <message>
+        <source>Write Single Register</source>
+        <translation>写单个寄存器</translation>
+    </message>
+    <message>
+        <source>Read Exception Status</source>
+        <translation>读异常状态</translation>
+    </message>
+    <message>
+        <source>Diagnostics</source>
+        <translation>诊断</translation>
+    </message>
+    <message>
+        <source>Get Comm Event Counter</source>
+        <translation>获取通信事件计数器</translation>
+    </message>
+    <message>
+        <source>Get Comm Event Log</source>
+        <translation>获取通信事件记录</translation>
+    </message>
+    <message>
+        <source>Write Multiple Coils</source>
+        <translation>写多个线圈</translation>
+    </message>
+    <message>
+        <source>Write Multiple Registers</source>
+        <translation>写多个寄存器</translation>
+    </message>
+    <message>
+        <source>Report Server ID</source>
+        <translation>报告服务器 ID</translation>
+    </message>
+    <message>
+        <source>Read File Record</source>
+        <translation>读文件记录</translation>
+    </message>
+    <message>
+        <source>Write File Record</source>
+        <translation>写文件记录</translation>
+    </message>
+    <message>
+        <source>Mask Write Register</source>
+        <translation>屏蔽写寄存器</translation>
+    </message>
+    <message>
+        <source>Read/Write Multiple Registers</source>
+        <translation>读/写多个寄存器</translation>
+    </message>
+    <message>
+        <source>Read FIFO Queue</source>
+        <translation>读 FIFO 队列</translation>
+    </message>
+    <message>
+        <source>Encapsulated Interface Transport</source>
+        <translation>封装接口传输</translation>
+    </message>
+    <message>
+        <source>Illegal Function</source>
+        <translation>非法功能</translation>
+    </message>
+    <message>
+        <source>Illegal Data Address</source>
+        <translation>非法数据地址</translation>
+    </message>
+    <message>
+        <source>Illegal Data Value</source>
+        <translation>非法数据值</translation>
+    </message>
+    <message>
+        <source>Server Device Failure</source>
+        <translation>服务器设备故障</translation>
+    </message>
+    <message>
+        <source>Acknowledge</source>
+        <translation>确认</translation>
+    </message>
+    <message>
+        <source>Server Device Busy</source>
+        <translation>服务器设备忙</translation>
+    </message>
+    <message>
+        <source>Memory Parity Error</source>
+        <translation>存储奇偶校验错误</translation>
+    </message>
+    <message>
+        <source>Gateway Path Unavailable</source>
+        <translation>网关路径不可用</translation>
+    </message>
+    <message>
+        <source>Gateway Target Device Failed to Respond</source>
+        <translation>网关目标设备未响应</translation>
+    </message>
+    <message>
+        <source>Function 0x%1</source>
+        <translation>功能 0x%1</translation>
+    </message>
+    <message>
+        <source>Exception 0x%1</source>
+        <translation>异常 0x%1</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusAnswer</name>
+    <message>
+        <source>Answered in %1 ms</source>
+        <translation>%1 毫秒后收到应答</translation>
+    </message>
+    <message>
+        <source>Exception %1: %2</source>
+        <translation>异常 %1：%2</translation>
+    </message>
+    <message>
+        <source>Wrong checksum in the answer</source>
+        <translation>应答的校验和错误</translation>
+    </message>
+    <message>
+        <source>The answer does not fit what was asked for</source>
+        <translation>应答与请求不符</translation>
+    </message>
+    <message>
+        <source>Unit %1 answered instead</source>
+        <translation>应答来自单元 %1</translation>
+    </message>
+    <message>
+        <source>Answer to another function: %1</source>
+        <translation>应答属于另一功能：%1</translation>
+    </message>
+    <message>
+        <source>No answer among the bytes received</source>
+        <translation>收到的字节中没有应答</translation>
+    </message>
+    <message>
+        <source>No answer within %1 ms</source>
+        <translation>%1 毫秒内没有应答</translation>
+    </message>
+    <message>
+        <source>Sent to all units; none of them answers</source>
+        <translation>已发送给所有单元；广播没有应答</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusBuilder</name>
+    <message>
+        <source>The request was changed: no longer repeated</source>
+        <translation>请求已更改：停止重复</translation>
+    </message>
+    <message>
+        <source>As it stands it cannot be sent: see the marked field</source>
+        <translation>目前无法发送：请看标出的栏</translation>
+    </message>
+    <message>
+        <source>Give the request a name to keep it</source>
+        <translation>要保存请求，请先为它命名</translation>
+    </message>
+    <message>
+        <source>Stop polling first: the list stands still meanwhile</source>
+        <translation>请先停止轮询：轮询时列表不能更改</translation>
+    </message>
+    <message>
+        <source>No more than %1 requests can be kept</source>
+        <translation>最多可保存 %1 个请求</translation>
+    </message>
+    <message>
+        <source>Kept as &quot;%1&quot;, in the poll list</source>
+        <translation>已保存为“%1”，在轮询列表中</translation>
+    </message>
+    <message>
+        <source>Not sent: %1</source>
+        <translation>未发送：%1</translation>
+    </message>
+    <message>
+        <source>Nothing in the list can be sent</source>
+        <translation>列表中没有可发送的请求</translation>
+    </message>
+    <message>
+        <source>Waiting for the answer</source>
+        <translation>等待应答</translation>
+    </message>
+    <message>
+        <source>Stopped</source>
+        <translation>已停止</translation>
+    </message>
+    <message>
+        <source>The port is gone</source>
+        <translation>端口已不存在</translation>
+    </message>
+    <message>
+        <source>Nothing was sent</source>
+        <translation>未发送任何数据</translation>
+    </message>
+    <message>
+        <source>Nothing was sent: %1</source>
+        <translation>未发送任何数据：%1</translation>
+    </message>
+    <message>
+        <source>&amp;Stop</source>
+        <translation>停止(&amp;S)</translation>
+    </message>
+    <message>
+        <source>&amp;Send Repeatedly</source>
+        <translation>重复发送(&amp;S)</translation>
+    </message>
+    <message>
+        <source>&amp;Send</source>
+        <translation>发送(&amp;S)</translation>
+    </message>
+    <message>
+        <source>No port</source>
+        <translation>没有端口</translation>
+    </message>
+    <message>
+        <source>the next request waits for it</source>
+        <translation>下一个请求正在等待端口</translation>
+    </message>
+    <message>
+        <source>goes on there until it is stopped</source>
+        <translation>在该端口上继续，直到停止</translation>
+    </message>
+    <message>
+        <source>sending opens it</source>
+        <translation>发送时打开</translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation> 毫秒</translation>
+    </message>
+    <message>
+        <source>&amp;Open</source>
+        <translation>打开(&amp;O)</translation>
+    </message>
+    <message>
+        <source>&amp;Keep</source>
+        <translation>保存(&amp;K)</translation>
+    </message>
+    <message>
+        <source>&amp;RTU</source>
+        <translation>&amp;RTU</translation>
+    </message>
+    <message>
+        <source>T&amp;CP</source>
+        <translation>T&amp;CP</translation>
+    </message>
+    <message>
+        <source>RTU frame</source>
+        <translation>RTU 帧</translation>
+    </message>
+    <message>
+        <source>TCP frame</source>
+        <translation>TCP 帧</translation>
+    </message>
+    <message>
+        <source>&amp;Insert into Send Editor</source>
+        <translation>插入发送编辑框(&amp;I)</translation>
+    </message>
+    <message>
+        <source>Repeat &amp;every</source>
+        <translation>重复间隔(&amp;E)</translation>
+    </message>
+    <message>
+        <source>Frame of the answer</source>
+        <translation>应答帧</translation>
+    </message>
+    <message>
+        <source>Modbus Request Builder</source>
+        <translation>Modbus 请求生成器</translation>
+    </message>
+    <message>
+        <source>Re&amp;quest</source>
+        <translation>请求(&amp;Q)</translation>
+    </message>
+    <message>
+        <source>Poll &amp;List</source>
+        <translation>轮询列表(&amp;L)</translation>
+    </message>
+    <message>
+        <source>Request</source>
+        <translation>请求</translation>
+    </message>
+    <message>
+        <source>To keep the request</source>
+        <translation>用于保存请求</translation>
+    </message>
+    <message>
+        <source>Keep the request under its name, in the poll list</source>
+        <translation>以此名称把请求保存到轮询列表</translation>
+    </message>
+    <message>
+        <source>Edit a request that was kept</source>
+        <translation>编辑已保存的请求</translation>
+    </message>
+    <message>
+        <source>&amp;Name</source>
+        <translation>名称(&amp;N)</translation>
+    </message>
+    <message>
+        <source>Answer</source>
+        <translation>应答</translation>
+    </message>
+    <message>
+        <source>Values of the answer</source>
+        <translation>应答的值</translation>
+    </message>
+    <message>
+        <source>On the wire</source>
+        <translation>线路上</translation>
+    </message>
+    <message>
+        <source>Sent as Modbus RTU: unit, function, data and CRC-16</source>
+        <translation>按 Modbus RTU 发送：单元、功能、数据和 CRC-16</translation>
+    </message>
+    <message>
+        <source>Sent as Modbus TCP: with a header, and a transaction number that counts up</source>
+        <translation>按 Modbus TCP 发送：带报头，事务号递增</translation>
+    </message>
+    <message>
+        <source>From one request to the next, when the answer has come</source>
+        <translation>收到应答后，从一个请求到下一个请求的时间</translation>
+    </message>
+    <message>
+        <source>Interval</source>
+        <translation>间隔</translation>
+    </message>
+    <message>
+        <source>Answer wit&amp;hin</source>
+        <translation>应答时限(&amp;H)</translation>
+    </message>
+</context>
+<context>
     <name>ModbusCodec</name>
     <message>
         <source>Slave ID must be between 0 and 247.</source>
@@ -1746,6 +2095,285 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>The number of values must be the quantity, %1.</source>
         <translation>值的个数必须等于数量 %1。</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusForm</name>
+    <message>
+        <source>&amp;Function</source>
+        <translation>功能(&amp;F)</translation>
+    </message>
+    <message>
+        <source>&amp;Unit</source>
+        <translation>单元(&amp;U)</translation>
+    </message>
+    <message>
+        <source>&amp;Address</source>
+        <translation>地址(&amp;A)</translation>
+    </message>
+    <message>
+        <source>Quantit&amp;y</source>
+        <translation>数量(&amp;Y)</translation>
+    </message>
+    <message>
+        <source>&amp;Write from</source>
+        <translation>写入起始(&amp;W)</translation>
+    </message>
+    <message>
+        <source>&amp;Type</source>
+        <translation>类型(&amp;T)</translation>
+    </message>
+    <message>
+        <source>&amp;Values</source>
+        <translation>值(&amp;V)</translation>
+    </message>
+    <message>
+        <source>AN&amp;D mask</source>
+        <translation>与屏蔽(&amp;D)</translation>
+    </message>
+    <message>
+        <source>OR &amp;mask</source>
+        <translation>或屏蔽(&amp;M)</translation>
+    </message>
+    <message>
+        <source>&amp;PDU</source>
+        <translation>&amp;PDU</translation>
+    </message>
+    <message>
+        <source>Custom PDU</source>
+        <translation>自定义 PDU</translation>
+    </message>
+    <message>
+        <source>counted from 0</source>
+        <translation>从 0 计数</translation>
+    </message>
+    <message>
+        <source>counted from 1</source>
+        <translation>从 1 计数</translation>
+    </message>
+    <message>
+        <source>First address</source>
+        <translation>首地址</translation>
+    </message>
+    <message>
+        <source>On the wire addresses begin at 0. Manuals that count from 1 call that one 1.</source>
+        <translation>线路上的地址从 0 开始。从 1 计数的手册把它称为 1。</translation>
+    </message>
+    <message>
+        <source>16 bits, unsigned</source>
+        <translation>16 位无符号</translation>
+    </message>
+    <message>
+        <source>16 bits, signed</source>
+        <translation>16 位有符号</translation>
+    </message>
+    <message>
+        <source>16 bits, hexadecimal</source>
+        <translation>16 位十六进制</translation>
+    </message>
+    <message>
+        <source>32 bits, unsigned</source>
+        <translation>32 位无符号</translation>
+    </message>
+    <message>
+        <source>32 bits, signed</source>
+        <translation>32 位有符号</translation>
+    </message>
+    <message>
+        <source>32 bits, floating point</source>
+        <translation>32 位浮点</translation>
+    </message>
+    <message>
+        <source>ABCD (big-endian)</source>
+        <translation>ABCD（大端）</translation>
+    </message>
+    <message>
+        <source>CDAB (words swapped)</source>
+        <translation>CDAB（字交换）</translation>
+    </message>
+    <message>
+        <source>BADC (bytes swapped)</source>
+        <translation>BADC（字节交换）</translation>
+    </message>
+    <message>
+        <source>DCBA (little-endian)</source>
+        <translation>DCBA（小端）</translation>
+    </message>
+    <message>
+        <source>Order of words and bytes</source>
+        <translation>字和字节的顺序</translation>
+    </message>
+    <message>
+        <source>In which order the bytes of a 32-bit value, A the highest, are sent</source>
+        <translation>32 位值的各字节按什么顺序发送，A 为最高字节</translation>
+    </message>
+    <message>
+        <source>1 0 1, or on off on</source>
+        <translation>1 0 1，或 on off on</translation>
+    </message>
+    <message>
+        <source>Numbers, hexadecimal with 0x</source>
+        <translation>数值，十六进制以 0x 开头</translation>
+    </message>
+    <message>
+        <source>Function code and data in hexadecimal</source>
+        <translation>十六进制的功能码和数据</translation>
+    </message>
+    <message>
+        <source>on the wire %1</source>
+        <translation>线路上为 %1</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusPollPage</name>
+    <message>
+        <source>&amp;Edit</source>
+        <translation>编辑(&amp;E)</translation>
+    </message>
+    <message>
+        <source>&amp;Up</source>
+        <translation>上移(&amp;U)</translation>
+    </message>
+    <message>
+        <source>&amp;Down</source>
+        <translation>下移(&amp;D)</translation>
+    </message>
+    <message>
+        <source>Re&amp;move</source>
+        <translation>移除(&amp;M)</translation>
+    </message>
+    <message>
+        <source>Name (checked: polled)</source>
+        <translation>名称（勾选者轮询）</translation>
+    </message>
+    <message>
+        <source>Request</source>
+        <translation>请求</translation>
+    </message>
+    <message>
+        <source>Kept requests</source>
+        <translation>已保存的请求</translation>
+    </message>
+    <message>
+        <source>Those with a mark are polled, from top to bottom</source>
+        <translation>勾选的请求从上到下轮询</translation>
+    </message>
+    <message>
+        <source>Values</source>
+        <translation>值</translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation> 毫秒</translation>
+    </message>
+    <message>
+        <source>A round e&amp;very</source>
+        <translation>每轮间隔(&amp;V)</translation>
+    </message>
+    <message>
+        <source>S&amp;top Polling</source>
+        <translation>停止轮询(&amp;T)</translation>
+    </message>
+    <message>
+        <source>S&amp;tart Polling</source>
+        <translation>开始轮询(&amp;T)</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusRequest</name>
+    <message>
+        <source>Write a number from %1 to %2.</source>
+        <translation>请输入 %1 到 %2 之间的数值。</translation>
+    </message>
+    <message>
+        <source>From here %1 do not fit: the last address on the wire is 65535.</source>
+        <translation>从这里起放不下 %1 个：线路上的最后地址是 65535。</translation>
+    </message>
+    <message>
+        <source>Write at least one value.</source>
+        <translation>请至少输入一个值。</translation>
+    </message>
+    <message>
+        <source>This function writes one coil or one 16-bit register only.</source>
+        <translation>此功能只写一个线圈或一个 16 位寄存器。</translation>
+    </message>
+    <message>
+        <source>%1 are too many, %2 at most.</source>
+        <translation>%1 个太多，最多 %2 个。</translation>
+    </message>
+    <message>
+        <source>Write the function code and what follows it, in hexadecimal.</source>
+        <translation>请以十六进制输入功能码及其后的数据。</translation>
+    </message>
+    <message>
+        <source>%1 bytes are too many, %2 at most.</source>
+        <translation>%1 个字节太多，最多 %2 个。</translation>
+    </message>
+    <message>
+        <source>Custom PDU</source>
+        <translation>自定义 PDU</translation>
+    </message>
+    <message>
+        <source>Unit %1, %2</source>
+        <translation>单元 %1，%2</translation>
+    </message>
+    <message>
+        <source>%1 written</source>
+        <translation>已写入 %1 个</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusValueModel</name>
+    <message>
+        <source>Request</source>
+        <translation>请求</translation>
+    </message>
+    <message>
+        <source>Address (wire)</source>
+        <translation>地址（线路）</translation>
+    </message>
+    <message>
+        <source>Value</source>
+        <translation>值</translation>
+    </message>
+    <message>
+        <source>Raw</source>
+        <translation>原始</translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation>结果</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>时间</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusValues</name>
+    <message>
+        <source>&quot;%1&quot; is not a number.</source>
+        <translation>“%1”不是数值。</translation>
+    </message>
+    <message>
+        <source>%1 has more than %2 bits.</source>
+        <translation>%1 超过 %2 位。</translation>
+    </message>
+    <message>
+        <source>%1 is not between %2 and %3.</source>
+        <translation>%1 不在 %2 到 %3 之间。</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no coil: write 0 or 1, off or on.</source>
+        <translation>“%1”不是线圈：请写 0 或 1，off 或 on。</translation>
+    </message>
+    <message>
+        <source>on</source>
+        <translation>开</translation>
+    </message>
+    <message>
+        <source>off</source>
+        <translation>关</translation>
     </message>
 </context>
 <context>

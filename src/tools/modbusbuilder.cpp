@@ -7,9 +7,10 @@
 #include "tools/modbusvaluemodel.h"
 
 #include <QCheckBox>
-#include <QComboBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
@@ -56,13 +57,8 @@ void ModbusBuilder::wire()
     connect(m_form, &ModbusForm::changed, this, &ModbusBuilder::onEdited);
     connect(m_rtu, &QRadioButton::toggled, this, &ModbusBuilder::onFraming);
     connect(m_keep, &QPushButton::clicked, this, &ModbusBuilder::keepRequest);
-    connect(m_name->lineEdit(), &QLineEdit::textChanged, this, &ModbusBuilder::scheduleSave);
-    connect(m_name, &QComboBox::activated, this, [this](int at) {
-        for (const ModbusState::Kept& kept : m_pollPage->kept()) {
-            if (kept.request.name == m_name->itemText(at))
-                return open(kept.request);
-        }
-    });
+    connect(m_name, &QLineEdit::textChanged, this, &ModbusBuilder::scheduleSave);
+    connect(m_open->menu(), &QMenu::aboutToShow, this, &ModbusBuilder::fillOpenMenu);
     connect(m_insert, &QPushButton::clicked, this, [this] {
         const ModbusRequest::Built built = m_form->request().build(framing());
         if (built.isValid()) {
@@ -84,7 +80,7 @@ void ModbusBuilder::wire()
         connect(box, &QSpinBox::valueChanged, this, &ModbusBuilder::scheduleSave);
     connect(m_pages, &QTabWidget::currentChanged, this, &ModbusBuilder::scheduleSave);
     connect(m_pollPage, &ModbusPollPage::changed, this, [this] {
-        showKeptNames();
+        m_open->setEnabled(!m_pollPage->kept().isEmpty());
         scheduleSave();
     });
     connect(m_pollPage, &ModbusPollPage::openRequested, this, [this](const ModbusRequest& request) {
@@ -109,7 +105,7 @@ void ModbusBuilder::restore()
     m_timeoutMs->setValue(int(state.timeoutMs));
     m_pollPage->setIntervalMs(state.pollMs);
     m_pollPage->setKept(state.kept);
-    showKeptNames();
+    m_open->setEnabled(!state.kept.isEmpty());
     m_form->setFraming(state.framing);
     open(state.draft);
     m_pages->setCurrentIndex(state.page);
@@ -128,7 +124,7 @@ void ModbusBuilder::save()
     m_saveTimer.stop();
     ModbusState state;
     state.draft = m_form->request();
-    state.draft.name = m_name->currentText();
+    state.draft.name = m_name->text();
     state.kept = m_pollPage->kept();
     state.framing = framing();
     state.repeatMs = m_repeatMs->value();
@@ -139,6 +135,23 @@ void ModbusBuilder::save()
     QString reason;
     if (!state.save(m_store, reason))
         tell(reason);
+}
+
+// A window that is closed sends nothing.
+void ModbusBuilder::done(int result)
+{
+    stop();
+    QDialog::done(result);
+}
+
+// Enter sends what is written; in the name it keeps it.
+void ModbusBuilder::keyPressEvent(QKeyEvent* event)
+{
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && m_name->hasFocus())
+        keepRequest();
+    else if (!enter || m_pages->currentIndex() == 0)
+        QDialog::keyPressEvent(event);
 }
 
 void ModbusBuilder::moveEvent(QMoveEvent* event)
@@ -189,6 +202,7 @@ void ModbusBuilder::showFrames()
     const auto show = [](QLineEdit& field, const QByteArray& frame) {
         field.setText(QString::fromLatin1(frame.toHex(' ').toUpper()));
         field.setCursorPosition(0);
+        field.setPlaceholderText(tr("As it stands it cannot be sent: see the marked field"));
     };
     const ModbusRequest::Built rtu = request.build(Framing::Rtu);
     const ModbusRequest::Built tcp = request.build(Framing::Tcp);
@@ -200,7 +214,7 @@ void ModbusBuilder::showFrames()
 void ModbusBuilder::keepRequest()
 {
     ModbusRequest request = m_form->request();
-    request.name = m_name->currentText().trimmed();
+    request.name = m_name->text().trimmed();
     if (request.name.isEmpty()) {
         m_name->setFocus();
         return tell(tr("Give the request a name to keep it"));
@@ -209,23 +223,24 @@ void ModbusBuilder::keepRequest()
         return tell(tr("Stop polling first: the list stands still meanwhile"));
     if (!m_pollPage->keep(request))
         return tell(tr("No more than %1 requests can be kept").arg(ModbusState::kMaxKept));
-    m_name->setCurrentText(request.name);
-    tell(tr("Kept as %1; it stands in the poll list").arg(request.name));
+    m_name->setText(request.name);
+    tell(tr("Kept as \"%1\", in the poll list").arg(request.name));
 }
 
 void ModbusBuilder::open(const ModbusRequest& request)
 {
     m_form->setRequest(request);
-    m_name->setEditText(request.name);
+    m_name->setText(request.name);
 }
 
-void ModbusBuilder::showKeptNames()
+void ModbusBuilder::fillOpenMenu()
 {
-    const QString written = m_name->currentText();
-    m_name->clear();
-    for (const ModbusState::Kept& kept : m_pollPage->kept())
-        m_name->addItem(kept.request.name);
-    m_name->setEditText(written);
+    m_open->menu()->clear();
+    for (const ModbusState::Kept& kept : m_pollPage->kept()) {
+        QString name = kept.request.name;
+        connect(m_open->menu()->addAction(name.replace(u'&', u"&&"_s)), &QAction::triggered, this,
+            [this, request = kept.request] { open(request); });
+    }
 }
 
 void ModbusBuilder::sendOnce()
@@ -274,7 +289,8 @@ void ModbusBuilder::start(Running running, const QList<ModbusPoll::Item>& items,
     if (running != Running::Poll) {
         m_values->setRequests({m_sent});
         m_answerFrame->clear();
-        m_answer->clear();
+        m_asked->setText(m_sent.summary());
+        m_answer->setText(tr("Waiting for the answer"));
     }
     tell({});
     m_poll.start(items, framing(), {intervalMs, m_timeoutMs->value(), gapMs(*m_port)}, m_clock());
@@ -285,6 +301,8 @@ void ModbusBuilder::start(Running running, const QList<ModbusPoll::Item>& items,
 void ModbusBuilder::stop()
 {
     m_timer.stop();
+    if (m_running != Running::Poll && (m_poll.isWaiting() || m_waitsForPort))
+        m_answer->setText(tr("Stopped"));
     m_poll.stop();
     m_running = Running::Nothing;
     m_waitsForPort = false;
@@ -340,6 +358,7 @@ bool ModbusBuilder::sendDue()
     if (!sent) {
         const QString reason = m_port->lastError();
         stop();
+        m_answer->clear();
         tell(reason.isEmpty() ? tr("Nothing was sent") : tr("Nothing was sent: %1").arg(reason));
         return false;
     }
@@ -405,7 +424,7 @@ void ModbusBuilder::follow(LivePort* port)
 void ModbusBuilder::showRunning()
 {
     const bool mine = m_running == Running::Once || m_running == Running::Repeat;
-    m_send->setText(mine                    ? tr("S&top")
+    m_send->setText(mine                    ? tr("&Stop")
                     : m_repeat->isChecked() ? tr("&Send Repeatedly")
                                             : tr("&Send"));
     const bool valid = m_form->request().build(framing()).isValid();

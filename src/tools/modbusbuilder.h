@@ -14,7 +14,6 @@ class ModbusForm;
 class ModbusPollPage;
 class ModbusValueModel;
 class QCheckBox;
-class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -53,6 +52,8 @@ Q_SIGNALS:
     void insertRequested(const QByteArray& bytes);
 
 protected:
+    void done(int result) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
@@ -60,7 +61,7 @@ private:
     enum class Running : quint8 { Nothing, Once, Repeat, Poll };
 
     [[nodiscard]] QWidget* requestPage();
-    [[nodiscard]] QWidget* keptRow();
+    void addNameRow();
     [[nodiscard]] QWidget* answerBox();
     [[nodiscard]] QWidget* wireBox();
     [[nodiscard]] QLayout* bottom();
@@ -74,7 +75,7 @@ private:
     void showFrames();
     void keepRequest();
     void open(const ModbusRequest& request);
-    void showKeptNames();
+    void fillOpenMenu();
 
     [[nodiscard]] Modbus::Framing framing() const;
     void sendOnce();
@@ -111,7 +112,8 @@ private:
     ModbusForm* m_form;
     ModbusPollPage* m_pollPage;
     ModbusValueModel* m_values;
-    QComboBox* m_name;
+    QLineEdit* m_name;
+    QPushButton* m_open;
     QPushButton* m_keep;
     QRadioButton* m_rtu;
     QRadioButton* m_tcp;
@@ -122,6 +124,7 @@ private:
     QCheckBox* m_repeat;
     QSpinBox* m_repeatMs;
     QSpinBox* m_timeoutMs;
+    QLabel* m_asked; // what the answer is an answer to
     QLabel* m_answer;
     QLineEdit* m_answerFrame;
     QTableView* m_valueView;

@@ -6,13 +6,13 @@
 #include "tools/modbusvaluemodel.h"
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QFontDatabase>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
@@ -54,7 +54,8 @@ ModbusBuilder::ModbusBuilder(QWidget* parent)
     , m_form(new ModbusForm(this))
     , m_pollPage(new ModbusPollPage(this))
     , m_values(new ModbusValueModel(this))
-    , m_name(new QComboBox(this))
+    , m_name(new QLineEdit(this))
+    , m_open(new QPushButton(tr("&Open"), this))
     , m_keep(new QPushButton(tr("&Keep"), this))
     , m_rtu(new QRadioButton(tr("&RTU"), this))
     , m_tcp(new QRadioButton(tr("T&CP"), this))
@@ -65,6 +66,7 @@ ModbusBuilder::ModbusBuilder(QWidget* parent)
     , m_repeat(new QCheckBox(tr("Repeat &every"), this))
     , m_repeatMs(milliseconds(this, ModbusPoll::kMinIntervalMs, ModbusPoll::kMaxIntervalMs))
     , m_timeoutMs(milliseconds(this, ModbusPoll::kMinTimeoutMs, ModbusPoll::kMaxTimeoutMs))
+    , m_asked(new QLabel(this))
     , m_answer(new QLabel(this))
     , m_answerFrame(frameField(this, tr("Frame of the answer")))
     , m_valueView(new QTableView(this))
@@ -73,6 +75,7 @@ ModbusBuilder::ModbusBuilder(QWidget* parent)
 {
     setWindowTitle(tr("Modbus Request Builder"));
     resize(kWidth, kHeight);
+    addNameRow();
     m_pages->addTab(requestPage(), tr("Re&quest"));
     m_pages->addTab(m_pollPage, tr("Poll &List"));
     auto* layout = new QVBoxLayout(this);
@@ -88,7 +91,6 @@ QWidget* ModbusBuilder::requestPage()
     auto* page = new QWidget(this);
     auto* request = new QGroupBox(tr("Request"), page);
     auto* requestLayout = new QVBoxLayout(request);
-    requestLayout->addWidget(keptRow());
     requestLayout->addWidget(m_form);
     requestLayout->addStretch();
     auto* halves = new QHBoxLayout;
@@ -100,22 +102,24 @@ QWidget* ModbusBuilder::requestPage()
     return page;
 }
 
-QWidget* ModbusBuilder::keptRow()
+void ModbusBuilder::addNameRow()
 {
+    m_name->setMaxLength(kMaxNameLength);
+    m_name->setPlaceholderText(tr("To keep the request"));
+    m_keep->setToolTip(tr("Keep the request under its name, in the poll list"));
+    m_keep->setAutoDefault(false);
+    m_open->setToolTip(tr("Edit a request that was kept"));
+    m_open->setAutoDefault(false);
+    m_open->setMenu(new QMenu(m_open));
     auto* row = new QWidget(this);
-    m_name->setEditable(true);
-    m_name->setInsertPolicy(QComboBox::NoInsert);
-    m_name->lineEdit()->setMaxLength(kMaxNameLength);
-    m_name->lineEdit()->setPlaceholderText(tr("Choose a kept one, or name this"));
-    auto* label = new QLabel(tr("&Name"), row);
-    label->setBuddy(m_name);
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(label);
     layout->addWidget(m_name, 1);
     layout->addWidget(m_keep);
-    m_keep->setToolTip(tr("Keep this request under its name, in the poll list"));
-    return row;
+    layout->addWidget(m_open);
+    auto* label = new QLabel(tr("&Name"), this);
+    label->setBuddy(m_name);
+    m_form->setHead(label, row);
 }
 
 QWidget* ModbusBuilder::answerBox()
@@ -141,6 +145,9 @@ QWidget* ModbusBuilder::answerBox()
         ModbusValueModel::Value, QHeaderView::Stretch);
     m_valueView->setColumnWidth(ModbusValueModel::Address, kAddressWidth);
     auto* layout = new QVBoxLayout(box);
+    m_asked->setTextFormat(Qt::PlainText);
+    m_asked->setWordWrap(true);
+    layout->addWidget(m_asked);
     layout->addWidget(m_answer);
     layout->addWidget(m_answerFrame);
     layout->addWidget(m_valueView, 1);
@@ -175,7 +182,7 @@ QLayout* ModbusBuilder::bottom()
 {
     m_portState->setTextFormat(Qt::PlainText);
     m_portState->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    auto* label = new QLabel(tr("Answer &within"), this);
+    auto* label = new QLabel(tr("Answer wit&hin"), this);
     label->setBuddy(m_timeoutMs);
     auto* row = new QHBoxLayout;
     row->addWidget(m_portState, 1);

@@ -62,18 +62,18 @@ ModbusForm::ModbusForm(QWidget* parent)
     countingLayout->addWidget(m_base);
     countingLayout->addWidget(m_onWire, 1);
     addLine(Field::Address, tr("&Address"), m_address, counting);
-    addLine(Field::Quantity, tr("&Quantity"), m_quantity);
+    addLine(Field::Quantity, tr("Quantit&y"), m_quantity);
     addLine(Field::WriteAddress, tr("&Write from"), m_writeAddress);
     auto* kindsLayout = new QHBoxLayout(m_kinds);
     kindsLayout->setContentsMargins(0, 0, 0, 0);
     kindsLayout->addWidget(m_type);
     kindsLayout->addWidget(m_order, 1);
-    auto* type = new QLabel(tr("Values a&s"), this);
+    auto* type = new QLabel(tr("&Type"), this);
     type->setBuddy(m_type);
     m_rows->addRow(type, m_kinds);
     addRow(Field::Values, tr("&Values"), m_values);
     addLine(Field::AndMask, tr("AN&D mask"), m_andMask);
-    addLine(Field::OrMask, tr("&OR mask"), m_orMask);
+    addLine(Field::OrMask, tr("OR &mask"), m_orMask);
     addRow(Field::Raw, tr("&PDU"), m_raw);
     for (QPlainTextEdit* text : {m_values, m_raw})
         connect(text, &QPlainTextEdit::textChanged, this, &ModbusForm::edited);
@@ -98,10 +98,10 @@ void ModbusForm::fillChoices()
         {tr("16 bits, unsigned"), tr("16 bits, signed"), tr("16 bits, hexadecimal"),
             tr("32 bits, unsigned"), tr("32 bits, signed"), tr("32 bits, floating point")})
         m_type->addItem(type);
-    m_order->addItem(tr("A B C D: high word first"));
-    m_order->addItem(tr("C D A B: low word first"));
-    m_order->addItem(tr("B A D C: high word first, bytes swapped"));
-    m_order->addItem(tr("D C B A: low word first, bytes swapped"));
+    m_order->addItem(tr("ABCD (big-endian)"));
+    m_order->addItem(tr("CDAB (words swapped)"));
+    m_order->addItem(tr("BADC (bytes swapped)"));
+    m_order->addItem(tr("DCBA (little-endian)"));
     m_order->setAccessibleName(tr("Order of words and bytes"));
     m_order->setToolTip(tr("In which order the bytes of a 32-bit value, A the highest, are sent"));
     // The longest one need not fit: the popup shows it.
@@ -187,6 +187,11 @@ void ModbusForm::setFraming(Modbus::Framing framing)
     edited();
 }
 
+void ModbusForm::setHead(QLabel* label, QWidget* head)
+{
+    m_rows->insertRow(0, label, head);
+}
+
 void ModbusForm::edited()
 {
     if (m_setting)
@@ -223,5 +228,5 @@ void ModbusForm::showFaults()
     }
     m_onWire->setText(built.wireAddress < 0
                           ? QString()
-                          : tr("on the wire 0x%1").arg(built.wireAddress, 4, 16, QLatin1Char('0')));
+                          : tr("on the wire %1").arg(ModbusValues::hexAddress(built.wireAddress)));
 }

@@ -26,6 +26,8 @@ public:
     void setRequest(const ModbusRequest& request);
     // As which frame the request is to be possible.
     void setFraming(Modbus::Framing framing);
+    // A row above the others, in line with them.
+    void setHead(QLabel* label, QWidget* head);
 
 Q_SIGNALS:
     void changed();

@@ -18,7 +18,7 @@ namespace {
 
 enum ListColumn : int { Name, Request, ListColumns };
 
-constexpr int kValueWidth = 140;
+constexpr int kValueWidth = 120;
 constexpr int kRowPadding = 6;
 
 void setUpTable(QTableView& table)
@@ -72,7 +72,8 @@ ModbusPollPage::~ModbusPollPage() = default;
 void ModbusPollPage::build()
 {
     setUpTable(*m_list);
-    m_list->setHorizontalHeaderLabels({tr("Polled"), tr("Request")});
+    m_list->setHorizontalHeaderLabels({tr("Name (checked: polled)"), tr("Request")});
+    m_list->setColumnWidth(Name, 2 * kValueWidth);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_list->setAccessibleName(tr("Kept requests"));

@@ -266,7 +266,7 @@ QString ModbusRequest::summary() const
     QString text = translated(QT_TRANSLATE_NOOP("ModbusRequest", "Unit %1, %2")).arg(unit, what);
     const Built built = build(Framing::Tcp);
     if (built.wireAddress >= 0) {
-        text += u", 0x%1"_s.arg(built.wireAddress, 4, 16, QLatin1Char('0'));
+        text += u", "_s + ModbusValues::hexAddress(built.wireAddress);
         if (built.quantity > 1)
             text += u" × %1"_s.arg(built.quantity);
     }
@@ -276,7 +276,7 @@ QString ModbusRequest::summary() const
 QList<ModbusValues::Shown> ModbusRequest::shownAnswer(const QByteArray& pdu) const
 {
     const Built built = build(Framing::Tcp);
-    if (pdu.size() < 2 || !built.isValid())
+    if (pdu.size() < 2 || !built.isValid() || uchar(pdu[0]) != function)
         return {};
     switch (function) {
     case Modbus::ReadCoils:
@@ -286,6 +286,14 @@ QList<ModbusValues::Shown> ModbusRequest::shownAnswer(const QByteArray& pdu) con
     case Modbus::ReadInputRegisters:
     case Modbus::ReadWriteMultipleRegisters:
         return ModbusValues::showRegisters(wordsIn(pdu.sliced(2)), type, order);
+    case Modbus::WriteSingleCoil:
+        return ModbusValues::showCoils(wordsIn(pdu.mid(3)));
+    case Modbus::WriteSingleRegister:
+        return ModbusValues::showRegisters(wordsIn(pdu.mid(3)), type, order);
+    case Modbus::WriteMultipleCoils:
+    case Modbus::WriteMultipleRegisters:
+        return {{0, built.quantity,
+            translated(QT_TRANSLATE_NOOP("ModbusRequest", "%1 written")).arg(built.quantity), {}}};
     default:
         return {};
     }

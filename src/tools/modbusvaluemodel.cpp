@@ -91,6 +91,8 @@ QVariant ModbusValueModel::data(const QModelIndex& index, int role) const
         return {};
     if (role == Qt::TextAlignmentRole && index.column() == Value)
         return int(Qt::AlignRight | Qt::AlignVCenter);
+    if (role == Qt::TextAlignmentRole && index.column() == Raw)
+        return int(Qt::AlignCenter);
     if (role != Qt::DisplayRole)
         return {};
     const Group& group = groupOf(index.row());
@@ -108,8 +110,8 @@ QString ModbusValueModel::text(const Group& group, int at, int column) const
     const bool hasValue = at < group.shown.size();
     if (column == Address && group.wireAddress >= 0) {
         const int wire = group.wireAddress + (hasValue ? group.shown[at].offset : 0);
-        return u"%1 (0x%2)"_s.arg(group.request.shownAddress(wire))
-            .arg(wire, 4, 16, QLatin1Char('0'));
+        return u"%1 (%2)"_s.arg(
+            QString::number(group.request.shownAddress(wire)), ModbusValues::hexAddress(wire));
     }
     if (!hasValue)
         return {};

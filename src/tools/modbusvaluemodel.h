@@ -15,7 +15,7 @@ class ModbusValueModel final : public QAbstractTableModel
     Q_DISABLE_COPY_MOVE(ModbusValueModel)
 
 public:
-    enum Column : int { Request, Address, Value, Raw, Result, Time, ColumnCount };
+    enum Column : int { Request, Address, Value, Raw, Time, Result, ColumnCount };
 
     explicit ModbusValueModel(QObject* parent = nullptr);
     ~ModbusValueModel() override;

@@ -186,6 +186,11 @@ ModbusValues::Parsed ModbusValues::parseCoils(QStringView text)
     return parsed;
 }
 
+QString ModbusValues::hexAddress(int wireAddress)
+{
+    return "0x"_L1 + hexWord(quint16(wireAddress));
+}
+
 QList<ModbusValues::Shown> ModbusValues::showRegisters(
     const QList<quint16>& words, Type type, Order order)
 {

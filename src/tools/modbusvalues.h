@@ -34,6 +34,9 @@ struct Parsed
 // Digits 0 and 1, also without anything between them, and "on" and "off".
 [[nodiscard]] Parsed parseCoils(QStringView text);
 
+// "0x006B".
+[[nodiscard]] QString hexAddress(int wireAddress);
+
 struct Shown
 {
     int offset = 0; // of the first register or coil of the value

@@ -85,7 +85,7 @@ struct Desk
     void press(const QString& text) { named<QPushButton>(text)->click(); }
     void keepAs(const QString& name)
     {
-        qobject_cast<QComboBox*>(labelled(u"Name"_s))->setEditText(name);
+        type(u"Name"_s, name);
         press(u"Keep"_s);
     }
     [[nodiscard]] bool tells(const QString& text) const
@@ -212,7 +212,7 @@ private Q_SLOTS:
         QVERIFY(desk.tells(u"sending opens it"_s));
 
         desk.type(u"Quantity"_s, u"2"_s);
-        desk.choose(u"Values as"_s, u"32 bits, floating"_s);
+        desk.choose(u"Type"_s, u"32 bits, floating"_s);
         desk.press(u"Send"_s);
         QTRY_VERIFY(desk.tells(u"✓ Answered in"_s));
         desk.named<QComboBox>(u"Order of words and bytes"_s)->setCurrentIndex(1);
@@ -333,7 +333,8 @@ private Q_SLOTS:
             QCOMPARE(other.port.sentBytes(), 0);
         }
         Desk again(nullptr);
-        QCOMPARE(again.column(u"Kept requests"_s, u"Polled"_s), u"level impossible flow"_s);
+        QCOMPARE(again.column(u"Kept requests"_s, u"Name (checked: polled)"_s),
+            u"level impossible flow"_s);
         QCOMPARE(qobject_cast<QLineEdit*>(again.labelled(u"Address"_s))->text(), u"11"_s);
     }
 
