@@ -2160,30 +2160,6 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
         <translation>线路上的地址从 0 开始。从 1 计数的手册把它称为 1。</translation>
     </message>
     <message>
-        <source>16 bits, unsigned</source>
-        <translation>16 位无符号</translation>
-    </message>
-    <message>
-        <source>16 bits, signed</source>
-        <translation>16 位有符号</translation>
-    </message>
-    <message>
-        <source>16 bits, hexadecimal</source>
-        <translation>16 位十六进制</translation>
-    </message>
-    <message>
-        <source>32 bits, unsigned</source>
-        <translation>32 位无符号</translation>
-    </message>
-    <message>
-        <source>32 bits, signed</source>
-        <translation>32 位有符号</translation>
-    </message>
-    <message>
-        <source>32 bits, floating point</source>
-        <translation>32 位浮点</translation>
-    </message>
-    <message>
         <source>ABCD (big-endian)</source>
         <translation>ABCD（大端）</translation>
     </message>
@@ -2222,6 +2198,38 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>on the wire %1</source>
         <translation>线路上为 %1</translation>
+    </message>
+    <message>
+        <source>16-bit unsigned</source>
+        <translation>16 位无符号</translation>
+    </message>
+    <message>
+        <source>16-bit signed</source>
+        <translation>16 位有符号</translation>
+    </message>
+    <message>
+        <source>16-bit hexadecimal</source>
+        <translation>16 位十六进制</translation>
+    </message>
+    <message>
+        <source>32-bit unsigned</source>
+        <translation>32 位无符号</translation>
+    </message>
+    <message>
+        <source>32-bit signed</source>
+        <translation>32 位有符号</translation>
+    </message>
+    <message>
+        <source>32-bit float</source>
+        <translation>32 位浮点</translation>
+    </message>
+    <message>
+        <source>bits, 1 to %1</source>
+        <translation>位，1 到 %1</translation>
+    </message>
+    <message>
+        <source>registers, 1 to %1</source>
+        <translation>寄存器，1 到 %1</translation>
     </message>
 </context>
 <context>

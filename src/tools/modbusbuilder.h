@@ -62,6 +62,7 @@ private:
 
     [[nodiscard]] QWidget* requestPage();
     void addNameRow();
+    void orderTabs();
     [[nodiscard]] QWidget* answerBox();
     [[nodiscard]] QWidget* wireBox();
     [[nodiscard]] QLayout* bottom();

@@ -81,9 +81,22 @@ ModbusBuilder::ModbusBuilder(QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_pages, 1);
     layout->addLayout(bottom());
+    orderTabs();
     wire();
     restore();
     showRunning();
+}
+
+// As the fields stand, from top to bottom.
+void ModbusBuilder::orderTabs()
+{
+    QList<QWidget*> order{m_pages, m_name, m_keep, m_open};
+    order += m_form->fields();
+    order += {m_answerFrame, m_valueView, m_rtu, m_rtuFrame, m_tcp, m_tcpFrame, m_insert, m_repeat,
+        m_repeatMs, m_send};
+    for (qsizetype at = 1; at < order.size(); ++at)
+        setTabOrder(order[at - 1], order[at]);
+    m_form->fields().constFirst()->setFocus();
 }
 
 QWidget* ModbusBuilder::requestPage()

@@ -17,6 +17,7 @@ namespace {
 constexpr int kTextLines = 3;
 constexpr int kSpacing = 4;
 constexpr int kNumberWidth = 12; // characters
+constexpr int kOrderWidth = 20;
 
 QPlainTextEdit* textField(QWidget* parent)
 {
@@ -42,6 +43,7 @@ ModbusForm::ModbusForm(QWidget* parent)
     , m_function(new QComboBox(this))
     , m_base(new QComboBox(this))
     , m_onWire(new QLabel(this))
+    , m_limit(new QLabel(this))
     , m_type(new QComboBox(this))
     , m_order(new QComboBox(this))
     , m_kinds(new QWidget(this))
@@ -62,7 +64,7 @@ ModbusForm::ModbusForm(QWidget* parent)
     countingLayout->addWidget(m_base);
     countingLayout->addWidget(m_onWire, 1);
     addLine(Field::Address, tr("&Address"), m_address, counting);
-    addLine(Field::Quantity, tr("Quantit&y"), m_quantity);
+    addLine(Field::Quantity, tr("Quantit&y"), m_quantity, m_limit);
     addLine(Field::WriteAddress, tr("&Write from"), m_writeAddress);
     auto* kindsLayout = new QHBoxLayout(m_kinds);
     kindsLayout->setContentsMargins(0, 0, 0, 0);
@@ -95,8 +97,8 @@ void ModbusForm::fillChoices()
     m_base->setToolTip(
         tr("On the wire addresses begin at 0. Manuals that count from 1 call that one 1."));
     for (const QString& type :
-        {tr("16 bits, unsigned"), tr("16 bits, signed"), tr("16 bits, hexadecimal"),
-            tr("32 bits, unsigned"), tr("32 bits, signed"), tr("32 bits, floating point")})
+        {tr("16-bit unsigned"), tr("16-bit signed"), tr("16-bit hexadecimal"),
+            tr("32-bit unsigned"), tr("32-bit signed"), tr("32-bit float")})
         m_type->addItem(type);
     m_order->addItem(tr("ABCD (big-endian)"));
     m_order->addItem(tr("CDAB (words swapped)"));
@@ -104,9 +106,8 @@ void ModbusForm::fillChoices()
     m_order->addItem(tr("DCBA (little-endian)"));
     m_order->setAccessibleName(tr("Order of words and bytes"));
     m_order->setToolTip(tr("In which order the bytes of a 32-bit value, A the highest, are sent"));
-    // The longest one need not fit: the popup shows it.
     m_order->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    m_order->setMinimumContentsLength(kNumberWidth);
+    m_order->setMinimumContentsLength(kOrderWidth);
 }
 
 void ModbusForm::addLine(Field field, const QString& label, QLineEdit*& editor, QWidget* beside)
@@ -187,6 +188,12 @@ void ModbusForm::setFraming(Modbus::Framing framing)
     edited();
 }
 
+QList<QWidget*> ModbusForm::fields() const
+{
+    return {m_unit, m_function, m_address, m_base, m_quantity, m_writeAddress, m_type, m_order,
+        m_values, m_andMask, m_orMask, m_raw};
+}
+
 void ModbusForm::setHead(QLabel* label, QWidget* head)
 {
     m_rows->insertRow(0, label, head);
@@ -208,6 +215,9 @@ void ModbusForm::showRows()
         m_rows->setRowVisible(row->whole, now.has(row.key()));
     const bool registers = !now.isOfCoils() && (now.has(Field::Quantity) || now.has(Field::Values));
     m_rows->setRowVisible(m_kinds, registers);
+    const int most = Modbus::maxQuantity(now.function);
+    m_limit->setText(
+        now.isOfCoils() ? tr("bits, 1 to %1").arg(most) : tr("registers, 1 to %1").arg(most));
     m_order->setVisible(ModbusValues::registersOf(now.type) == 2);
     m_values->setPlaceholderText(
         now.isOfCoils() ? tr("1 0 1, or on off on") : tr("Numbers, hexadecimal with 0x"));

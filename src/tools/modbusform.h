@@ -26,6 +26,8 @@ public:
     void setRequest(const ModbusRequest& request);
     // As which frame the request is to be possible.
     void setFraming(Modbus::Framing framing);
+    // In the order of the Tab key.
+    [[nodiscard]] QList<QWidget*> fields() const;
     // A row above the others, in line with them.
     void setHead(QLabel* label, QWidget* head);
 
@@ -54,6 +56,7 @@ private:
     QComboBox* m_function;
     QComboBox* m_base;
     QLabel* m_onWire;
+    QLabel* m_limit;
     QComboBox* m_type;
     QComboBox* m_order;
     QWidget* m_kinds; // type and order

@@ -93,7 +93,8 @@ QVariant ModbusValueModel::data(const QModelIndex& index, int role) const
         return int(Qt::AlignRight | Qt::AlignVCenter);
     if (role == Qt::TextAlignmentRole && index.column() == Raw)
         return int(Qt::AlignCenter);
-    if (role != Qt::DisplayRole)
+    const bool told = role == Qt::ToolTipRole && index.column() == Result;
+    if (role != Qt::DisplayRole && !told)
         return {};
     const Group& group = groupOf(index.row());
     return text(group, index.row() - group.firstRow, index.column());

@@ -6,13 +6,16 @@
 #include "settings/config.h"
 #include "support/nullmodem.h"
 #include "support/smalldisk.h"
+#include "terminal/pane/sendeditor.h"
 #include "terminal/pane/serialportwidget.h"
 #include "terminal/view/receiveview.h"
+#include "tools/modbusbuilder.h"
 
 #include <QAction>
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -44,6 +47,7 @@ private Q_SLOTS:
     void optionsAreWrittenAtOnce();
     void fullDiskLeavesTheStore();
     void theLastPortStays();
+    void modbusBuilderFollowsTheCurrentPane();
     void terminalKeepsTheKeysOfItsDevice();
     void noticesOfThePaneAreShown();
 
@@ -373,6 +377,35 @@ void MainWindowTest::theLastPortStays()
 }
 
 // In the terminal Ctrl and a letter is for the device, whatever the window has a shortcut for.
+void MainWindowTest::modbusBuilderFollowsTheCurrentPane()
+{
+    open();
+    action("acToolsModbus")->trigger();
+    auto* const builder = m_window->findChild<ModbusBuilder*>();
+    QVERIFY(builder && builder->isVisible());
+    const auto names = [builder](const QString& port) {
+        const auto labels = builder->findChildren<QLabel*>();
+        return std::any_of(labels.begin(), labels.end(),
+            [&port](const QLabel* label) { return label->text().startsWith(port); });
+    };
+    Settings settings;
+    settings.portName = u"ttyModbus"_s;
+    SerialPortWidget* const second = m_window->addPort(settings, {});
+    QVERIFY(names(settings.portName));
+    action("acViewNextPort")->trigger();
+    QVERIFY(!names(settings.portName));
+    action("acViewNextPort")->trigger();
+    builder->insertRequested("\x01\x07");
+    QVERIFY(second->findChild<SendEditor*>()->findChild<QPlainTextEdit*>()->toPlainText().contains(
+        u"07"_s));
+    action("acEditRemove")->trigger(); // the pane that the builder speaks to
+    QVERIFY(!names(settings.portName));
+    builder->close();
+    action("acToolsModbus")->trigger();
+    QCOMPARE(m_window->findChildren<ModbusBuilder*>(), QList<ModbusBuilder*>{builder});
+    QVERIFY(builder->isVisible());
+}
+
 void MainWindowTest::terminalKeepsTheKeysOfItsDevice()
 {
     const NullModem line;

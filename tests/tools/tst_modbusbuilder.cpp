@@ -212,7 +212,7 @@ private Q_SLOTS:
         QVERIFY(desk.tells(u"sending opens it"_s));
 
         desk.type(u"Quantity"_s, u"2"_s);
-        desk.choose(u"Type"_s, u"32 bits, floating"_s);
+        desk.choose(u"Type"_s, u"32-bit float"_s);
         desk.press(u"Send"_s);
         QTRY_VERIFY(desk.tells(u"✓ Answered in"_s));
         desk.named<QComboBox>(u"Order of words and bytes"_s)->setCurrentIndex(1);

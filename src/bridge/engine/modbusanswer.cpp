@@ -11,6 +11,7 @@ using namespace Modbus;
 namespace {
 
 constexpr qsizetype kRtuOverhead = 3; // unit and CRC
+constexpr qsizetype kMaxRtuFrameBytes = kMaxPduBytes + kRtuOverhead;
 
 QString translated(const char* text)
 {
@@ -81,13 +82,43 @@ std::optional<ModbusAnswer> ModbusAnswerReader::feed(
     if (!m_waiting || bytes.isEmpty()
         || (!m_streams.contains(peer) && m_streams.size() >= kMaxPeers))
         return {};
-    QByteArray& stream = m_streams[peer];
-    stream += bytes;
-    if (auto answer = find(Fit::Whole, false))
-        return finish(*std::move(answer), nowMs);
-    stream = stream.last(std::min(stream.size(), kMaxStreamBytes));
+    Stream& stream = m_streams[peer];
+    stream.bytes += bytes;
     m_lastByteMs = nowMs;
-    m_settlesWhenQuiet = find(Fit::Damaged, false) || find(Fit::OpenEnded, false);
+    if (auto answer = search(stream)) {
+        answer->peer = peer;
+        return finish(*std::move(answer), nowMs);
+    }
+    const qsizetype excess = std::max<qsizetype>(0, stream.bytes.size() - kMaxStreamBytes);
+    stream.bytes.remove(0, excess);
+    stream.from = std::max<qsizetype>(0, stream.from - excess);
+    m_settlesWhenQuiet = std::any_of(m_streams.cbegin(), m_streams.cend(),
+        [](const Stream& each) { return each.damaged || each.mayHaveEnded; });
+    return {};
+}
+
+// What arrived since the last time, and what could not be judged then: no byte is looked at again
+// when nothing behind it changes what it is.
+std::optional<ModbusAnswer> ModbusAnswerReader::search(Stream& stream) const
+{
+    stream.mayHaveEnded = false;
+    // An adapter that hears itself: the request is no damaged answer.
+    if (m_echo.startsWith(stream.bytes))
+        return {};
+    if (!m_echo.isEmpty() && stream.from == 0 && stream.bytes.startsWith(m_echo))
+        stream.from = m_echo.size();
+    bool judged = true; // all before this place
+    for (qsizetype at = stream.from; at < stream.bytes.size(); ++at) {
+        const Candidate candidate = candidateAt(QByteArrayView(stream.bytes).sliced(at), false);
+        if (candidate.fit == Fit::Whole)
+            return candidate.answer;
+        if (candidate.fit == Fit::Damaged && !stream.damaged)
+            stream.damaged = candidate.answer;
+        stream.mayHaveEnded |= candidate.fit == Fit::OpenEnded;
+        judged = judged && (candidate.fit == Fit::None || candidate.fit == Fit::Damaged);
+        if (judged)
+            stream.from = at + 1;
+    }
     return {};
 }
 
@@ -131,10 +162,8 @@ ModbusAnswer ModbusAnswerReader::finish(ModbusAnswer answer, qint64 nowMs)
 std::optional<ModbusAnswer> ModbusAnswerReader::find(Fit fit, bool anyone) const
 {
     for (auto stream = m_streams.cbegin(); stream != m_streams.cend(); ++stream) {
-        // An adapter that hears itself: the request is no damaged answer.
-        const bool echoed = !m_echo.isEmpty() && stream->startsWith(m_echo);
-        for (qsizetype at = echoed ? m_echo.size() : 0; at < stream->size(); ++at) {
-            Candidate candidate = candidateAt(QByteArrayView(*stream).sliced(at), anyone);
+        for (qsizetype at = 0; at < stream->bytes.size(); ++at) {
+            Candidate candidate = candidateAt(QByteArrayView(stream->bytes).sliced(at), anyone);
             if (candidate.fit != fit)
                 continue;
             candidate.answer.peer = stream.key();
@@ -152,15 +181,20 @@ ModbusAnswer ModbusAnswerReader::judged() const
         return answer;
     }
     // Of a function whose answers tell no length, silence is the end.
-    for (const Fit fit : {Fit::OpenEnded, Fit::Damaged}) {
-        if (auto found = find(fit, false))
-            return *std::move(found);
+    if (auto found = find(Fit::OpenEnded, false))
+        return *std::move(found);
+    for (auto stream = m_streams.cbegin(); stream != m_streams.cend(); ++stream) {
+        if (stream->damaged) {
+            answer = *stream->damaged;
+            answer.peer = stream.key();
+            return answer;
+        }
     }
     if (auto found = find(Fit::Whole, true))
         return *std::move(found);
     if (!m_streams.isEmpty()) {
         answer.kind = ModbusAnswer::Kind::Incomplete;
-        answer.frame = m_streams.cbegin().value();
+        answer.frame = m_streams.cbegin()->bytes;
         answer.peer = m_streams.cbegin().key();
     }
     return answer;
@@ -177,7 +211,7 @@ ModbusAnswerReader::Candidate ModbusAnswerReader::rtuCandidate(
     QByteArrayView stream, bool anyone) const
 {
     if (stream.size() < 2)
-        return {};
+        return {Fit::NeedsMore, {}};
     const int unit = uchar(stream[0]);
     const bool mine = unit == m_question.unit
                       && ((uchar(stream[1]) ^ uchar(m_question.pdu[0])) & ~kExceptionBit) == 0;
@@ -188,13 +222,15 @@ ModbusAnswerReader::Candidate ModbusAnswerReader::rtuCandidate(
         return {Fit::NeedsMore, {}};
     const qsizetype size =
         length == kLengthUnknown ? stream.size() : qsizetype(length) + kRtuOverhead;
+    if (size > kMaxRtuFrameBytes)
+        return {};
     if (size > stream.size())
         return {Fit::NeedsMore, {}};
     const QByteArray frame = stream.first(size).toByteArray();
     const bool intact = ModbusGateway::crcValid(frame);
     Candidate found{intact ? Fit::Whole : Fit::Damaged, {}};
     if (length == kLengthUnknown)
-        found.fit = intact ? Fit::OpenEnded : Fit::None;
+        found.fit = intact ? Fit::OpenEnded : Fit::NeedsMore;
     found.answer.frame = frame;
     found.answer.unit = unit;
     found.answer.kind = ModbusAnswer::Kind::BadChecksum;
@@ -209,7 +245,7 @@ ModbusAnswerReader::Candidate ModbusAnswerReader::tcpCandidate(
     QByteArrayView stream, bool anyone) const
 {
     if (stream.size() < kMbapBytes + 1)
-        return {};
+        return {Fit::NeedsMore, {}};
     const auto word = [stream](
                           qsizetype at) { return qFromBigEndian<quint16>(stream.data() + at); };
     const int length = word(4); // unit and PDU

@@ -85,6 +85,15 @@ private:
         ModbusAnswer answer;
     };
 
+    struct Stream
+    {
+        QByteArray bytes;                    // at most kMaxStreamBytes
+        qsizetype from = 0;                  // where something may begin that is not judged yet
+        std::optional<ModbusAnswer> damaged; // the first one
+        bool mayHaveEnded = false;           // with a whole frame of a function without a length
+    };
+
+    std::optional<ModbusAnswer> search(Stream& stream) const;
     [[nodiscard]] Candidate candidateAt(QByteArrayView stream, bool anyone) const;
     [[nodiscard]] Candidate rtuCandidate(QByteArrayView stream, bool anyone) const;
     [[nodiscard]] Candidate tcpCandidate(QByteArrayView stream, bool anyone) const;
@@ -98,7 +107,7 @@ private:
 
     Question m_question;
     QByteArray m_echo; // the request as it would be heard; empty where it could be the answer
-    QHash<QString, QByteArray> m_streams; // by peer; kMaxPeers of kMaxStreamBytes
+    QHash<QString, Stream> m_streams; // by peer; at most kMaxPeers
     qint64 m_askedMs = 0;
     qint64 m_startMs = 0; // of the time that an answer has
     qint64 m_lastByteMs = 0;
