@@ -95,18 +95,30 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
         m_workspace->restoreConnection(m_catalog);
     firstPane().focusSendEditor();
 
-    connect(&m_displayTimer, &QTimer::timeout, this, &MainWindow::onUpdateDisplay);
-    m_displayTimer.setInterval(displayRefreshMs);
+    connect(&m_displayTimer, &QTimer::timeout, this, &MainWindow::displayTick);
+    m_displayTimer.setSingleShot(true);
     watchPorts();
     wake();
 }
 
-// Something moved: the status bar and the menus are looked at until it has been quiet for a while.
+// Something moved. What follows a silence is shown in the picture that shows what moved; of what
+// follows closely only the last is of interest.
 void MainWindow::wake()
 {
     m_quietTicks = 0;
-    if (!m_displayTimer.isActive())
-        m_displayTimer.start();
+    const qint64 rest = m_displayedMs + displayRefreshMs - m_clock.elapsed();
+    if (rest <= 0)
+        displayTick();
+    else if (!m_displayTimer.isActive() || m_displayTimer.remainingTime() > rest)
+        m_displayTimer.start(int(rest));
+}
+
+void MainWindow::displayTick()
+{
+    m_displayedMs = m_clock.elapsed();
+    onUpdateDisplay();
+    if (++m_quietTicks <= quietTicks)
+        m_displayTimer.start(quietRefreshMs);
 }
 
 // Listing the ports asks every device of the machine, which is far too much for something that
@@ -451,8 +463,6 @@ void MainWindow::onUpdateDisplay()
     const Settings& settings = pane.settings();
     m_portSelector->setCurrentPort(
         settings.connMode == connectionMode::SerialPort ? settings.portName : QString());
-    if (++m_quietTicks > quietTicks)
-        m_displayTimer.stop();
 }
 
 void MainWindow::refreshPortList()

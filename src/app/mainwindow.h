@@ -45,9 +45,11 @@ class MainWindow final : public QMainWindow
 
 public:
     static constexpr int maxPanes = SessionContents::maxPanes;
+    // The display is refreshed at once when something moves, and so often at the most; after that
+    // a few times more, until the rates have fallen to nothing.
     static constexpr int displayRefreshMs = 100;
-    // Ticks without a change until the refresh rests: the rates have fallen to nothing by then.
-    static constexpr int quietTicks = 15;
+    static constexpr int quietRefreshMs = 500;
+    static constexpr int quietTicks = 3;
     // How often the ports are listed when the folder of the devices says nothing, and how long
     // after a change there once more.
     static constexpr int portListMs = 10'000;
@@ -124,6 +126,7 @@ private:
     void refreshStatusBar();
     void refreshPortList();
     void wake();
+    void displayTick();
     void watchPorts();
     void showArrangement();
     void removePort();
@@ -153,7 +156,8 @@ private:
     bool m_inCloseEvent = false;
     bool m_left = false; // the panes are closed and the workspace is stored, or cannot be
     QElapsedTimer m_clock;
-    QTimer m_displayTimer; // runs while something moves
+    QTimer m_displayTimer; // runs until nothing has moved for a while
+    qint64 m_displayedMs = 0;
     int m_quietTicks = 0;
     QFileSystemWatcher m_portFolder;
     QTimer m_portTimer;

@@ -1,10 +1,13 @@
 #include "terminal/pane/hled.h"
 
 #include <QPainter>
+#include <QPixmapCache>
 #include <QRadialGradient>
 
 #include <algorithm>
 #include <utility>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -83,11 +86,29 @@ void HLed::paintEvent(QPaintEvent* /*event*/)
     const int size = diameter();
     if (size == 0)
         return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF disc(
-        (width() - size) / 2.0 + 1, (height() - size) / 2.0 + 1, size - 2.0, size - 2.0);
+    // A lamp blinks with every line, in few pictures that are worth keeping.
+    const QRgb text = palette().color(QPalette::WindowText).rgba();
+    const QString key = u"lamp %1 %2 %3 %4 %5"_s.arg(size)
+                            .arg(devicePixelRatioF())
+                            .arg(m_color.rgba())
+                            .arg(text)
+                            .arg(m_on ? 1 + int(m_tentative) : 0);
+    QPixmap picture;
+    if (!QPixmapCache::find(key, &picture)) {
+        picture = QPixmap(QSize(size, size) * devicePixelRatioF());
+        picture.setDevicePixelRatio(devicePixelRatioF());
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        draw(painter, size);
+        QPixmapCache::insert(key, picture);
+    }
+    QPainter(this).drawPixmap((width() - size) / 2, (height() - size) / 2, picture);
+}
 
+void HLed::draw(QPainter& painter, int size) const
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF disc(1, 1, size - 2.0, size - 2.0);
     const bool full = m_on && !m_tentative;
     QColor rim = palette().color(QPalette::WindowText);
     rim.setAlpha(full ? 150 : 110);

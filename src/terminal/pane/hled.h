@@ -34,6 +34,7 @@ protected:
 private:
     // The smaller side less 2, never negative.
     [[nodiscard]] int diameter() const;
+    void draw(QPainter& painter, int size) const;
     [[nodiscard]] QBrush brush(const QRectF& disc) const;
 
     QColor m_color = Qt::green;

@@ -29,6 +29,7 @@ public:
         else
             m_view.appendHexadecimal(text, color, bytes);
     }
+    void drainEnded() override { m_view.appendComplete(); }
     void trimFront(qint64 characters) override { m_view.trimFront(characters); }
     void clearText() override { m_view.clearText(); }
     [[nodiscard]] qint64 textLength() const override { return m_view.textLength(); }

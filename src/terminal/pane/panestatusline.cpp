@@ -73,11 +73,10 @@ void PaneStatusLine::setCounters(qint64 receivedBytes, qint64 sentBytes, qint64 
     m_left = leftBytes;
     m_received = receivedBytes;
     m_sent = sentBytes;
-    if (m_rateTimer.isActive())
+    if (m_rateTimer.isActive() || !isVisible())
         return;
     showCounters();
-    if (isVisible())
-        m_rateTimer.start();
+    m_rateTimer.start();
 }
 
 void PaneStatusLine::setLog(PortLog::State state, const QString& fileName)

@@ -21,6 +21,8 @@ public:
     // at its bottom. `bytes` are the parts of the text that stand for bytes, ascending; between
     // them are time stamps and line feeds. There are none in text that is no hexadecimal.
     virtual void append(const QString& text, Ink ink, const QList<HexSpan>& bytes) = 0;
+    // Nothing more is appended in this turn of the event loop.
+    virtual void drainEnded() {}
     // Removes the first `characters` of the text (all of it when there are fewer), and one more
     // where that would part a surrogate pair. Shows the end of the text if the reader was there.
     virtual void trimFront(qint64 characters) = 0;

@@ -197,12 +197,31 @@ bool ReceivePipeline::mayDrain() const
 
 void ReceivePipeline::armTimer()
 {
-    if ((mayDrain() || m_counted) && !m_timer.isActive())
+    if (!(mayDrain() || m_counted) || m_timer.isActive() || m_drainPosted)
+        return;
+    const bool rested = !m_drainedMs || m_clocks.monotonicMs() - *m_drainedMs >= kDrainIntervalMs;
+    if (rested)
+        postDrain();
+    else
         m_timer.start(kDrainIntervalMs);
+}
+
+// What breaks a silence is shown at once. An event comes before the window is painted, a timer
+// after that: text, lamp and counters take one picture.
+void ReceivePipeline::postDrain()
+{
+    m_drainPosted = true;
+    const auto drain = [this] {
+        if (std::exchange(m_drainPosted, false))
+            onRefreshDisplay();
+    };
+    QMetaObject::invokeMethod(this, drain, Qt::QueuedConnection);
 }
 
 void ReceivePipeline::onRefreshDisplay()
 {
+    m_drainPosted = false;
+    m_drainedMs = m_clocks.monotonicMs();
     if (mayDrain())
         displayPortBuffer();
     if (m_counted)
@@ -237,6 +256,8 @@ void ReceivePipeline::displayPortBuffer()
             break;
     }
     flush();
+    if (m_sink != nullptr)
+        m_sink->drainEnded();
     Q_EMIT drained();
     updateThrottle();
 }

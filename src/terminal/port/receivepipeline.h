@@ -128,6 +128,7 @@ private:
     bool trimToMaximum();
     void queueHeldBytes(bool counted = true);
     void armTimer();
+    void postDrain();
     void tellCounters();
     void updateThrottle();
     [[nodiscard]] bool showsText(RXorTx direction) const;
@@ -142,6 +143,8 @@ private:
     DisplayState m_display;
     DisplayBatch m_batch; // of the drain at hand
     QTimer m_timer;
+    bool m_drainPosted = false; // a drain comes with the next turn of the event loop
+    std::optional<qint64> m_drainedMs;
     DisplayQueue m_queue; // bounded by the high-water marks
     QByteArray m_hold;    // received while paused; bounded by kHoldHighWater
     RunState m_state = RunState::Stopped;

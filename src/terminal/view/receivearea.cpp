@@ -10,6 +10,7 @@
 #include <QScrollBar>
 #include <QWheelEvent>
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace {
@@ -94,6 +95,21 @@ void ReceiveArea::scheduleFrame()
     refreshTimer_.start(FrameBudget::msUntilFrame(frame_));
 }
 
+// One picture shows what arrived together with the lamp and the counters that tell of it.
+void ReceiveArea::textComplete()
+{
+    if (!refreshTimer_.isActive() || refreshTimer_.interval() > 0)
+        return;
+    refreshTimer_.stop();
+    refresh();
+}
+
+void ReceiveArea::forgetPicture()
+{
+    whole_ = true;
+    scheduleFrame();
+}
+
 void ReceiveArea::refresh()
 {
     frame_.lastUs = FrameBudget::nowUs();
@@ -102,7 +118,7 @@ void ReceiveArea::refresh()
     if (!isVisible())
         return;
     bars_.sync(sight(), wrap_);
-    viewport()->update();
+    updatePicture();
     if (auto spans = visibleSpans(); spans != toldSpans_) {
         toldSpans_ = std::move(spans);
         Q_EMIT visibleRangeChanged();
@@ -110,10 +126,52 @@ void ReceiveArea::refresh()
     layoutUs_ = FrameBudget::nowUs() - frame_.lastUs;
 }
 
+void ReceiveArea::updatePicture()
+{
+    const QRect mark = drawnMarkArea();
+    const VisibleRows::Change change = sight().changeSince(shown_, viewport()->height());
+    const int up = change.up * sight().rowHeight();
+    if (whole_ || input_->isComposing() || !canMovePicture(up)) {
+        viewport()->update();
+    } else {
+        if (up != 0)
+            viewport()->scroll(0, -up, viewport()->rect().adjusted(0, margin, 0, 0));
+        QRegion area = areaOf(change);
+        if (const QRect before = shownMark_.translated(0, -up); before != mark)
+            area += QRegion(before) + mark;
+        viewport()->update(area);
+    }
+    shown_ = sight();
+    shownMark_ = mark;
+    whole_ = false;
+    moved_ = false;
+}
+
+// Where a row does not start with a pixel of the screen, moved rows would not fit those drawn.
+bool ReceiveArea::canMovePicture(int pixels) const
+{
+    const double ratio = viewport()->devicePixelRatioF();
+    return std::abs(pixels) < viewport()->height() && ratio == std::floor(ratio);
+}
+
+QRegion ReceiveArea::areaOf(const VisibleRows::Change& change) const
+{
+    const int height = sight_.rowHeight();
+    const int reach = sight_.allPlain() && shown_.allPlain() ? 0 : height;
+    QRegion area;
+    for (const auto& [first, count] : change.stale) {
+        const QRect rows(0, sight_.topOf(first), viewport()->width(), count * height);
+        area += rows.adjusted(0, -reach, 0, reach);
+    }
+    return area;
+}
+
 const VisibleRows& ReceiveArea::sight()
 {
-    if (stale_)
+    if (stale_) {
         sight_.collect(place_.top(), flow_, viewport()->height());
+        moved_ = true;
+    }
     stale_ = false;
     return sight_;
 }
@@ -300,7 +358,7 @@ void ReceiveArea::setMarks(const QList<ReceivePainter::Mark>& marks)
     if (marks == painter_.marks())
         return;
     painter_.setMarks(marks);
-    scheduleFrame();
+    forgetPicture();
 }
 
 void ReceiveArea::setDisplayFont(const QFont& font)
@@ -330,6 +388,7 @@ void ReceiveArea::updateStyle()
     flow_.setStyle(style);
     bars_.setRowLength(style->rowLength());
     place_.setPageRows((viewport()->height() - margin) / style->rowHeight());
+    whole_ = true;
     changed();
 }
 
@@ -341,22 +400,34 @@ QSize ReceiveArea::minimumSizeHint() const
     return {smallestColumns * metrics.averageCharWidth(), smallestRows * metrics.lineSpacing()};
 }
 
-void ReceiveArea::paintEvent(QPaintEvent* /*event*/)
+QRect ReceiveArea::drawnMarkArea()
+{
+    return hasFocus() && inputMark_ ? caretArea(store_.endPosition()) : QRect();
+}
+
+void ReceiveArea::paintEvent(QPaintEvent* event)
 {
     const qint64 startedUs = FrameBudget::nowUs();
     QPainter painter(viewport());
     const QRect area = viewport()->rect();
     painter.setClipRect(area.adjusted(0, margin, 0, 0));
     painter_.setSelection(selection_.from(), selection_.to());
-    int index = 0;
-    for (const TextRow& row : sight().rows()) {
-        const QPointF corner(leftEdge(), sight_.topOf(index++));
-        painter_.draw(painter, row, flow_.style(), corner, 0, area.width());
+    int top = margin;
+    const int height = sight().rowHeight();
+    const int reach = sight_.allPlain() ? 0 : height;
+    for (const TextRow& row : sight_.rows()) {
+        const QRect reached(0, top - reach, area.width(), height + 2 * reach);
+        if (event->region().intersects(reached))
+            painter_.draw(painter, row, flow_.style(), QPointF(leftEdge(), top), 0, area.width());
+        top += height;
     }
     if (hasFocus() && input_->isComposing())
         input_->draw(painter, inputMarkArea(), area, font(), palette());
-    else if (hasFocus() && inputMark_)
-        painter.fillRect(caretArea(store_.endPosition()), palette().color(QPalette::Highlight));
+    else
+        painter.fillRect(drawnMarkArea(), palette().color(QPalette::Highlight));
+    // Newer than the frame that asked for it, so that what stands around it does not fit.
+    if (moved_)
+        forgetPicture();
     frame_.tookUs = layoutUs_ + FrameBudget::nowUs() - startedUs;
 }
 
@@ -369,6 +440,7 @@ void ReceiveArea::resizeEvent(QResizeEvent* event)
 void ReceiveArea::showEvent(QShowEvent* event)
 {
     QAbstractScrollArea::showEvent(event);
+    whole_ = true;
     changed();
 }
 

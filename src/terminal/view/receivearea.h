@@ -22,7 +22,8 @@ class ReceiveMouse;
 //
 // Told of new text it notes that what it shows is stale; rows, scroll bars and picture are made
 // anew once, at the next frame, however much arrives until then; when that is, framebudget.h
-// decides for all views together. Only the rows in sight are laid out.
+// decides for all views together. Only the rows in sight are laid out, and of them only those are
+// drawn that changed: what is on the screen already is moved.
 class ReceiveArea final : public QAbstractScrollArea
 {
     Q_OBJECT
@@ -35,6 +36,8 @@ public:
     ~ReceiveArea() override;
 
     void textAppended() { changed(); }
+    // No more text follows in this turn of the event loop: a frame that is due need not wait.
+    void textComplete();
     // Before and after the store loses text at its front.
     void textAboutToBeRemoved(qint64 end);
     void textRemoved();
@@ -113,6 +116,11 @@ private:
     void scheduleFrame();
     void refresh();
     void updateStyle();
+    void updatePicture();
+    [[nodiscard]] bool canMovePicture(int pixels) const;
+    [[nodiscard]] QRegion areaOf(const VisibleRows::Change& change) const;
+    [[nodiscard]] QRect drawnMarkArea();
+    void forgetPicture();
     void selectionTouched();
     void revealCaret();
     [[nodiscard]] const VisibleRows& sight();
@@ -130,6 +138,10 @@ private:
     std::unique_ptr<ReceiveInput> input_;
     VisibleRows sight_;
     bool stale_ = true; // sight_ is to be made anew
+    VisibleRows shown_; // the rows of the last frame, which are on the screen
+    QRect shownMark_;   // the input mark of that frame
+    bool whole_ = true; // the next frame draws everything
+    bool moved_ = true; // sight_ was made anew since that frame
     QTimer refreshTimer_{this};
     FrameBudget::View frame_;
     qint64 layoutUs_ = 0; // what the last frame took before it was painted

@@ -1,7 +1,8 @@
 #include "terminal/view/receivebars.h"
 
+#include "terminal/view/steadyscrollbar.h"
+
 #include <QAbstractScrollArea>
-#include <QScrollBar>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -19,7 +20,9 @@ ReceiveBars::ReceiveBars(
     , place_(place)
     , flow_(flow)
     , index_(store)
+    , vertical_(new SteadyScrollBar(Qt::Vertical))
 {
+    area.setVerticalScrollBar(vertical_);
     vertical().setSingleStep(1);
     connect(&vertical(), &QScrollBar::valueChanged, this, &ReceiveBars::barMoved);
     connect(&vertical(), &QScrollBar::actionTriggered, this, &ReceiveBars::barAction);
@@ -29,9 +32,9 @@ ReceiveBars::ReceiveBars(
 
 ReceiveBars::~ReceiveBars() = default;
 
-QScrollBar& ReceiveBars::vertical() const
+SteadyScrollBar& ReceiveBars::vertical() const
 {
-    return *area_.verticalScrollBar();
+    return *vertical_;
 }
 
 QScrollBar& ReceiveBars::horizontal() const
@@ -61,17 +64,15 @@ void ReceiveBars::sync(const VisibleRows& sight, bool wrapped)
 void ReceiveBars::syncVertical(const VisibleRows& sight)
 {
     constexpr qint64 most = std::numeric_limits<int>::max();
-    QScrollBar& bar = vertical();
+    SteadyScrollBar& bar = vertical();
     const bool atBottom = place_.isAtBottom();
     const qint64 value = index_.rowAt(sight.rows().front().from());
     qint64 last = value;
     if (!atBottom)
         last = std::max(index_.rowAt(store_.endPosition()) + 1 - place_.pageRows(), value + 1);
-    bar.setPageStep(place_.pageRows());
-    bar.setRange(0, static_cast<int>(std::min(last, most)));
     // A handle that is held stays under the pointer.
-    if (!bar.isSliderDown() || atBottom)
-        bar.setValue(static_cast<int>(std::min(value, most)));
+    bar.setPlace(static_cast<int>(std::min(value, most)), static_cast<int>(std::min(last, most)),
+        place_.pageRows(), atBottom);
 }
 
 void ReceiveBars::syncHorizontal()

@@ -8,6 +8,7 @@
 
 class QAbstractScrollArea;
 class QScrollBar;
+class SteadyScrollBar;
 
 // The scroll bars of the received text. The vertical one counts rows as rowindex.h does, while its
 // steps and pages are rows as they are seen; the horizontal one goes as far as the widest row seen
@@ -43,7 +44,7 @@ private:
     void syncHorizontal();
     void barMoved(int value);
     void barAction(int action);
-    [[nodiscard]] QScrollBar& vertical() const;
+    [[nodiscard]] SteadyScrollBar& vertical() const;
     [[nodiscard]] QScrollBar& horizontal() const;
     [[nodiscard]] int room() const;
 
@@ -52,6 +53,7 @@ private:
     ReadingPlace& place_;
     TextFlow& flow_;
     RowIndex index_;
+    SteadyScrollBar* vertical_; // the area's
     double widest_ = 0;
     bool syncing_ = false;
 };

@@ -102,6 +102,11 @@ void ReceiveView::showAppended()
     Q_EMIT textAppended();
 }
 
+void ReceiveView::appendComplete()
+{
+    area_->textComplete();
+}
+
 void ReceiveView::trimFront(qint64 characters)
 {
     const qint64 end = firstPosition() + std::clamp<qint64>(characters, 0, textLength());

@@ -55,6 +55,8 @@ public:
     void appendText(const QString& text, const std::optional<QColor>& color = {});
     void appendHexadecimal(
         const QString& text, const std::optional<QColor>& color, const QList<HexSpan>& bytes);
+    // What was appended in this turn of the event loop was all of it.
+    void appendComplete();
     // Removes the first characters, and one more where that would part a surrogate pair.
     void trimFront(qint64 characters);
     // The cleared characters count as removed: positions are never used twice.

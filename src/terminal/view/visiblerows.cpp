@@ -2,6 +2,23 @@
 
 #include <algorithm>
 
+namespace {
+
+bool looksLike(const TextRow& row, const TextRow& other)
+{
+    return row.row == other.row && row.segment == other.segment;
+}
+
+// How many rows further down in `rows` a position starts one; 0 when it starts none.
+int rowsDown(const std::vector<TextRow>& rows, qint64 position)
+{
+    const auto at = std::ranges::lower_bound(rows, position, {}, &TextRow::from);
+    const bool found = at != rows.end() && at->from() == position;
+    return found ? static_cast<int>(at - rows.begin()) : 0;
+}
+
+} // namespace
+
 void VisibleRows::collect(const TextRow& top, TextFlow& flow, int height)
 {
     rowHeight_ = flow.style().rowHeight();
@@ -11,6 +28,40 @@ void VisibleRows::collect(const TextRow& top, TextFlow& flow, int height)
     do
         rows_.push_back(row);
     while (static_cast<int>(rows_.size()) < count && flow.goNext(row));
+}
+
+bool VisibleRows::allPlain() const
+{
+    return std::ranges::all_of(rows_, [](const TextRow& row) { return row.layout->isPlain(); });
+}
+
+VisibleRows::Change VisibleRows::changeSince(const VisibleRows& before, int height) const
+{
+    const int count = static_cast<int>(rows_.size());
+    const int countBefore = static_cast<int>(before.rows_.size());
+    Change change;
+    if (countBefore == 0)
+        return {0, {{0, count}}};
+    change.up = rowsDown(before.rows_, rows_.front().from());
+    if (change.up == 0)
+        change.up = -rowsDown(rows_, before.rows_.front().from());
+    const auto wasShown = [&](int index) {
+        const int old = index + change.up;
+        // Of a row that the bottom cut off there is no more to move than what was seen of it.
+        const bool whole = change.up <= 0 || topOf(old + 1) <= height;
+        return old >= 0 && old < countBefore && index < count && whole
+               && looksLike(rows_[static_cast<std::size_t>(index)],
+                   before.rows_[static_cast<std::size_t>(old)]);
+    };
+    for (int index = 0; index < std::max(count, countBefore - change.up); ++index) {
+        if (wasShown(index))
+            continue;
+        if (!change.stale.empty() && change.stale.back().first + change.stale.back().count == index)
+            ++change.stale.back().count;
+        else
+            change.stale.push_back({index, 1});
+    }
+    return change;
 }
 
 std::pair<qint64, qint64> VisibleRows::range() const

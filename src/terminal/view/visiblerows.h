@@ -32,6 +32,25 @@ public:
     // Null when the position is not in sight.
     [[nodiscard]] QRect caretArea(qint64 position) const;
 
+    // Whether every letter stays within its row; those of other fonts may reach over it.
+    [[nodiscard]] bool allPlain() const;
+
+    // What the picture of rows needs to become that of others: all of it moves up by so many rows,
+    // down when negative, and then these stretches of it are drawn anew.
+    struct Change
+    {
+        struct Rows
+        {
+            int first = 0;
+            int count = 0;
+        };
+        int up = 0;
+        std::vector<Rows> stale; // ascending
+    };
+    // Both in the same style, in a viewport of that height. A text that only grows at its end and
+    // shrinks at its front looks the same wherever it has the same segments.
+    [[nodiscard]] Change changeSince(const VisibleRows& before, int height) const;
+
 private:
     static constexpr int caretWidth = 2;
 

@@ -1,13 +1,15 @@
-#include "terminal/view/receiveview.h"
+#include "viewuse.h"
 
-#include <QAbstractScrollArea>
-#include <QApplication>
 #include <QFontDatabase>
 #include <QInputMethodEvent>
 #include <QPainter>
+#include <QRandomGenerator>
+#include <QScreen>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextLayout>
+#include <QTimer>
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -44,6 +46,7 @@ private Q_SLOTS:
     void controlCodesAreSeen();
     void scrollsSideways();
     void composesInline();
+    void movedRowsLookLikeDrawnOnes();
 
 private:
     struct Piece
@@ -62,6 +65,10 @@ private:
     void use(const QColor& base, const QColor& text);
     // Rows of the viewport as they are and as they should be.
     [[nodiscard]] QImage shown(int row) const;
+    [[nodiscard]] QImage shownArea() const
+    {
+        return viewport()->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    }
     [[nodiscard]] QImage wanted(
         const QString& text, const QList<Piece>& pieces, int left = 4) const;
 
@@ -282,6 +289,55 @@ void TestReceivePicture::composesInline()
     committed.setCommitString(u"abc"_s);
     QApplication::sendEvent(QApplication::focusWidget(), &committed);
     QCOMPARE(shown(0), before); // the device has not echoed it
+}
+
+// What is on the screen was moved and mended in pieces; a picture that is made now is drawn whole.
+void TestReceivePicture::movedRowsLookLikeDrawnOnes()
+{
+    use(Qt::white, Qt::black);
+    view_->resize(700, 207); // the last row is cut off
+    view_->setLineWrap(true);
+    view_->setTypingEnabled(true);
+    QRandomGenerator random(7);
+    const QStringList pieces{u"line\n"_s, u"a longer line of text\n"_s, u"no end "_s, u"\n\n\n"_s,
+        u"\u65E5\u672C\u8A9E \u00C5\u0301\n"_s, u"wrapped "_s.repeated(30), u"tab\tend\n"_s};
+    QScrollBar* bar = view_->findChild<QAbstractScrollArea*>()->verticalScrollBar();
+    for (int step = 0; step < 250; ++step) {
+        switch (random.bounded(12)) {
+        case 0:
+            bar->setValue(random.bounded(bar->maximum() + 1));
+            break;
+        case 1:
+            view_->scrollToEnd();
+            break;
+        case 2:
+            view_->trimFront(view_->textLength() > 3000 ? 1500 : 0);
+            break;
+        case 3:
+            turnWheel(*view_, random.bounded(-3, 4) * 40);
+            break;
+        case 4:
+            view_->setHighlights({{view_->visibleRange().first, 5, step % 2 == 0}});
+            break;
+        case 5:
+            pressKey(Qt::Key_Up, Qt::ShiftModifier);
+            break;
+        default:
+            view_->appendText(pieces.at(random.bounded(pieces.size())),
+                step % 3 == 0 ? QColor(Qt::darkRed) : QColor());
+        }
+        const auto onScreen = [&] {
+            const QRect area(viewport()->mapTo(view_.get(), QPoint()), viewport()->size());
+            const QPixmap screen = view_->screen()->grabWindow(view_->winId());
+            return screen.toImage().copy(area).convertToFormat(QImage::Format_RGB32);
+        };
+        if (random.bounded(3) != 0)
+            continue; // some steps come faster than frames
+        const QList<QTimer*> timers = areaOf(*view_)->findChildren<QTimer*>();
+        QTRY_VERIFY(std::ranges::none_of(timers, &QTimer::isActive));
+        QCoreApplication::processEvents(); // the frame is painted
+        QCOMPARE(onScreen(), shownArea());
+    }
 }
 
 QTEST_MAIN(TestReceivePicture)
