@@ -93,7 +93,7 @@ public:
     // MaxLineQuietMs; counts from the next turn that ends.
     void setLineQuietMs(int afterAnswerMs, int afterTimeoutMs);
 
-    // Bytes that a client sent.
+    // Bytes that a client sent. Its key is not empty, which stands for nobody.
     void submit(const QString& peerKey, const QByteArray& data, qint64 nowMs);
     // A whole request, which is not framed again. Not for clients whose bytes go to submit().
     void submitRequest(Request request, qint64 nowMs);

@@ -95,6 +95,7 @@ public:
     // Tell clients of requests that got no answer by exceptions 0x0A and 0x0B; off by default.
     void setExceptionsForUnanswered(bool on) { m_exceptions = on; }
 
+    // What a client sent; its key is not empty.
     Output fromClient(const QString& peerKey, const QByteArray& bytes, qint64 nowMs);
     Output fromLine(const QByteArray& bytes, qint64 nowMs);
     // What was asked for by toLine has left the port.
