@@ -148,7 +148,7 @@ void MainWindowTest::unavailableActionsSayWhy()
         QVERIFY2(each->toolTip().contains("not in this version"_L1, Qt::CaseInsensitive),
             qPrintable(each->objectName()));
     }
-    QVERIFY(unavailable > 10);
+    QVERIFY(unavailable > 0);
 }
 
 void MainWindowTest::portListFollowsTheMachine()
