@@ -84,7 +84,7 @@ void ModbusBuilder::wire()
         scheduleSave();
     });
     connect(m_pollPage, &ModbusPollPage::openRequested, this, [this](const ModbusRequest& request) {
-        open(request);
+        edit(request);
         m_pages->setCurrentIndex(0);
     });
     connect(m_pollPage, &ModbusPollPage::startRequested, this, &ModbusBuilder::startPoll);
@@ -107,7 +107,7 @@ void ModbusBuilder::restore()
     m_pollPage->setKept(state.kept);
     m_open->setEnabled(!state.kept.isEmpty());
     m_form->setFraming(state.framing);
-    open(state.draft);
+    edit(state.draft);
     m_pages->setCurrentIndex(state.page);
     restoreGeometry(state.geometry);
     m_restoring = false;
@@ -227,7 +227,7 @@ void ModbusBuilder::keepRequest()
     tell(tr("Kept as \"%1\", in the poll list").arg(request.name));
 }
 
-void ModbusBuilder::open(const ModbusRequest& request)
+void ModbusBuilder::edit(const ModbusRequest& request)
 {
     m_form->setRequest(request);
     m_name->setText(request.name);
@@ -239,7 +239,7 @@ void ModbusBuilder::fillOpenMenu()
     for (const ModbusState::Kept& kept : m_pollPage->kept()) {
         QString name = kept.request.name;
         connect(m_open->menu()->addAction(name.replace(u'&', u"&&"_s)), &QAction::triggered, this,
-            [this, request = kept.request] { open(request); });
+            [this, request = kept.request] { edit(request); });
     }
 }
 

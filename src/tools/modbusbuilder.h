@@ -13,6 +13,7 @@ class LivePort;
 class ModbusForm;
 class ModbusPollPage;
 class ModbusValueModel;
+class ModbusValueView;
 class QCheckBox;
 class QLabel;
 class QLineEdit;
@@ -20,7 +21,6 @@ class QPushButton;
 class QRadioButton;
 class QSpinBox;
 class QTabWidget;
-class QTableView;
 
 // The Modbus request builder: a request written field by field, its frames, the answer to it, and a
 // list of kept requests that is polled. A window of its own beside the panes, which blocks nothing.
@@ -75,7 +75,7 @@ private:
     void onFraming();
     void showFrames();
     void keepRequest();
-    void open(const ModbusRequest& request);
+    void edit(const ModbusRequest& request);
     void fillOpenMenu();
 
     [[nodiscard]] Modbus::Framing framing() const;
@@ -128,7 +128,7 @@ private:
     QLabel* m_asked; // what the answer is an answer to
     QLabel* m_answer;
     QLineEdit* m_answerFrame;
-    QTableView* m_valueView;
+    ModbusValueView* m_valueView;
     QLabel* m_portState;
     QLabel* m_message; // seen on every page
 };

@@ -4,6 +4,7 @@
 #include "tools/modbusform.h"
 #include "tools/modbuspollpage.h"
 #include "tools/modbusvaluemodel.h"
+#include "tools/modbusvalueview.h"
 
 #include <QCheckBox>
 #include <QFontDatabase>
@@ -17,14 +18,12 @@
 #include <QRadioButton>
 #include <QSpinBox>
 #include <QTabWidget>
-#include <QTableView>
 #include <QVBoxLayout>
 
 namespace {
 
 constexpr int kWidth = 880;
 constexpr int kHeight = 600;
-constexpr int kRowPadding = 6;
 constexpr int kAddressWidth = 130;
 constexpr int kMaxNameLength = 60;
 
@@ -69,7 +68,7 @@ ModbusBuilder::ModbusBuilder(QWidget* parent)
     , m_asked(new QLabel(this))
     , m_answer(new QLabel(this))
     , m_answerFrame(frameField(this, tr("Frame of the answer")))
-    , m_valueView(new QTableView(this))
+    , m_valueView(new ModbusValueView(this))
     , m_portState(new QLabel(this))
     , m_message(new QLabel(this))
 {
@@ -147,13 +146,6 @@ QWidget* ModbusBuilder::answerBox()
     for (const int column :
         {ModbusValueModel::Request, ModbusValueModel::Result, ModbusValueModel::Time})
         m_valueView->hideColumn(column);
-    m_valueView->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_valueView->setAlternatingRowColors(true);
-    m_valueView->setShowGrid(false);
-    m_valueView->setTabKeyNavigation(false);
-    m_valueView->verticalHeader()->hide();
-    m_valueView->verticalHeader()->setDefaultSectionSize(fontMetrics().lineSpacing() + kRowPadding);
-    m_valueView->horizontalHeader()->setHighlightSections(false);
     m_valueView->horizontalHeader()->setSectionResizeMode(
         ModbusValueModel::Value, QHeaderView::Stretch);
     m_valueView->setColumnWidth(ModbusValueModel::Address, kAddressWidth);

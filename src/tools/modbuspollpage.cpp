@@ -2,14 +2,13 @@
 
 #include "tools/modbuspoll.h"
 #include "tools/modbusvaluemodel.h"
+#include "tools/modbusvalueview.h"
 
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QSplitter>
-#include <QTableView>
 #include <QTableWidget>
 #include <algorithm>
 #include <limits>
@@ -18,21 +17,7 @@ namespace {
 
 enum ListColumn : int { Name, Request, ListColumns };
 
-constexpr int kValueWidth = 120;
-constexpr int kRowPadding = 6;
-
-void setUpTable(QTableView& table)
-{
-    table.setSelectionBehavior(QAbstractItemView::SelectRows);
-    table.setAlternatingRowColors(true);
-    table.setShowGrid(false);
-    table.setTabKeyNavigation(false);
-    table.verticalHeader()->hide();
-    table.verticalHeader()->setDefaultSectionSize(table.fontMetrics().lineSpacing() + kRowPadding);
-    table.horizontalHeader()->setStretchLastSection(true);
-    table.horizontalHeader()->setDefaultSectionSize(kValueWidth);
-    table.horizontalHeader()->setHighlightSections(false);
-}
+constexpr int kNameWidth = 240;
 
 } // namespace
 
@@ -40,7 +25,7 @@ ModbusPollPage::ModbusPollPage(QWidget* parent)
     : QWidget(parent)
     , m_model(new ModbusValueModel(this))
     , m_list(new QTableWidget(0, ListColumns, this))
-    , m_values(new QTableView(this))
+    , m_values(new ModbusValueView(this))
     , m_open(new QPushButton(tr("&Edit"), this))
     , m_up(new QPushButton(tr("&Up"), this))
     , m_down(new QPushButton(tr("&Down"), this))
@@ -71,14 +56,13 @@ ModbusPollPage::~ModbusPollPage() = default;
 
 void ModbusPollPage::build()
 {
-    setUpTable(*m_list);
+    ModbusValueView::setUp(*m_list);
     m_list->setHorizontalHeaderLabels({tr("Name (checked: polled)"), tr("Request")});
-    m_list->setColumnWidth(Name, 2 * kValueWidth);
+    m_list->setColumnWidth(Name, kNameWidth);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_list->setAccessibleName(tr("Kept requests"));
     m_list->setToolTip(tr("Those with a mark are polled, from top to bottom"));
-    setUpTable(*m_values);
     m_values->setModel(m_model);
     m_values->setAccessibleName(tr("Values"));
     m_interval->setRange(int(ModbusPoll::kMinIntervalMs), int(ModbusPoll::kMaxIntervalMs));

@@ -6,9 +6,9 @@
 
 struct ModbusAnswer;
 class ModbusValueModel;
+class ModbusValueView;
 class QPushButton;
 class QSpinBox;
-class QTableView;
 class QTableWidget;
 class QTableWidgetItem;
 class QTime;
@@ -57,7 +57,7 @@ private:
     QList<int> m_group;              // of a kept request in the table of values, or -1
     ModbusValueModel* m_model;
     QTableWidget* m_list;
-    QTableView* m_values;
+    ModbusValueView* m_values;
     QPushButton* m_open;
     QPushButton* m_up;
     QPushButton* m_down;

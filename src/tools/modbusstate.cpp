@@ -31,10 +31,10 @@ ModbusState ModbusState::load(const QSettings& store)
         QJsonDocument::fromJson(store.value(contentKey).toString().toUtf8()).object();
     state.draft = ModbusRequest::fromJson(json.value("draft"_L1).toObject());
     const QJsonArray all = json.value("kept"_L1).toArray();
-    for (const QJsonValue& value : all) {
+    for (const QJsonValue value : all) {
         const ModbusRequest request = ModbusRequest::fromJson(value.toObject());
         const bool named = std::any_of(state.kept.cbegin(), state.kept.cend(),
-            [&request](const Kept& kept) { return kept.request.name == request.name; });
+            [&request](const Kept& other) { return other.request.name == request.name; });
         if (state.kept.size() < kMaxKept && !request.name.isEmpty() && !named)
             state.kept.append({request, value.toObject().value("polled"_L1).toBool(true)});
     }

@@ -10,6 +10,7 @@
 #include "tools/modbuspollpage.h"
 
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -262,6 +263,27 @@ private Q_SLOTS:
         QVERIFY(desk.named<QPushButton>(u"Send"_s)->isEnabled());
     }
 
+    // Tab goes through the fields as they stand, past those that the function does not have.
+    void keyboardOrder()
+    {
+        Desk desk(nullptr);
+        desk.window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&desk.window));
+        QWidget* const unit = desk.labelled(u"Unit"_s);
+        QCOMPARE(desk.window.focusWidget(), unit);
+        for (const auto& label :
+            {u"Function"_s, u"Address"_s, QString(), u"Quantity"_s, u"Type"_s}) {
+            QTest::keyClick(desk.window.focusWidget(), Qt::Key_Tab);
+            if (!label.isEmpty())
+                QCOMPARE(desk.window.focusWidget(), desk.labelled(label));
+        }
+        // Enter in the name keeps the request.
+        desk.labelled(u"Name"_s)->setFocus();
+        desk.type(u"Name"_s, u"pump"_s);
+        QTest::keyClick(desk.labelled(u"Name"_s), Qt::Key_Return);
+        QCOMPARE(desk.column(u"Kept requests"_s, u"Name (checked: polled)"_s), u"pump"_s);
+    }
+
     // Repeated while it stands there as it is; transactions count up, and a late answer is none.
     void repeatedOverTcp()
     {
@@ -324,6 +346,10 @@ private Q_SLOTS:
             QVERIFY(desk.column(u"Values"_s, u"Value"_s).contains(u"42"_s));
             QVERIFY(desk.column(u"Values"_s, u"Result"_s).contains(u"Not sent: "_s));
             QVERIFY(desk.tells(u"goes on there"_s));
+            auto* const table = desk.named<QTableView>(u"Values"_s);
+            table->selectRow(0);
+            QTest::keySequence(table, QKeySequence::Copy);
+            QVERIFY(QGuiApplication::clipboard()->text().startsWith(u"level\t10 (0x000A)\t42"_s));
             behind.port.stop();
             QTRY_COMPARE(behind.server.openCount(), 0);
             asked.clear();
