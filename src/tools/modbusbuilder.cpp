@@ -414,7 +414,11 @@ void ModbusBuilder::follow(LivePort* port)
     m_port = port;
     if (port != nullptr) {
         connect(port, &LivePort::rxTapped, this, &ModbusBuilder::receive);
-        connect(port, &LivePort::stateChanged, this, &ModbusBuilder::showPort);
+        connect(port, &LivePort::stateChanged, this, [this] {
+            showPort();
+            if (m_waitsForPort)
+                m_timer.start(0);
+        });
         connect(port, &LivePort::recordsChanged, this, &ModbusBuilder::showPort);
         connect(port, &QObject::destroyed, this, &ModbusBuilder::advance, Qt::QueuedConnection);
     }

@@ -38,7 +38,7 @@ class ModbusBuilder final : public QDialog
 
 public:
     static constexpr int kSaveDelayMs = 500;
-    static constexpr int kWaitForPortMs = 200;
+    static constexpr int kWaitForPortMs = 1000; // unless it is heard of before
     static constexpr int kStillLeavingMs = 20;
 
     explicit ModbusBuilder(QWidget* parent = nullptr);

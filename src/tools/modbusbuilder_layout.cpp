@@ -146,6 +146,7 @@ QWidget* ModbusBuilder::answerBox()
     for (const int column :
         {ModbusValueModel::Request, ModbusValueModel::Result, ModbusValueModel::Time})
         m_valueView->hideColumn(column);
+    m_valueView->horizontalHeader()->setStretchLastSection(false);
     m_valueView->horizontalHeader()->setSectionResizeMode(
         ModbusValueModel::Value, QHeaderView::Stretch);
     m_valueView->setColumnWidth(ModbusValueModel::Address, kAddressWidth);

@@ -60,6 +60,7 @@ ModbusForm::ModbusForm(QWidget* parent)
     m_rows->addRow(function, m_function);
     auto* counting = new QWidget(this);
     auto* countingLayout = new QHBoxLayout(counting);
+    countingLayout->setSpacing(2 * kSpacing);
     countingLayout->setContentsMargins(0, 0, 0, 0);
     countingLayout->addWidget(m_base);
     countingLayout->addWidget(m_onWire, 1);
@@ -129,6 +130,7 @@ ModbusForm::Row& ModbusForm::addRow(
     row.fault->setWordWrap(true);
     row.fault->hide();
     auto* line = new QHBoxLayout;
+    line->setSpacing(2 * kSpacing);
     line->addWidget(editor, beside == nullptr ? 1 : 0);
     if (beside != nullptr)
         line->addWidget(beside, 1);
