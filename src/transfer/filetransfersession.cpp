@@ -78,6 +78,11 @@ XferStep FileTransferSession::egressDrained(qint64 nowMs)
                                      : XferStep();
 }
 
+QByteArray FileTransferSession::takeRest()
+{
+    return m_state == State::Completed ? m_engine.takeRest() : QByteArray();
+}
+
 XferStep FileTransferSession::beginCancel(CancelCause cause, qint64 nowMs)
 {
     if (isOver())

@@ -56,6 +56,9 @@ public:
     // for it: see cancelBudgetMs(). Ignored when it has ended.
     XferStep beginCancel(CancelCause cause, qint64 nowMs);
 
+    // What arrived behind the end of a completed transfer and is not part of it, once.
+    [[nodiscard]] QByteArray takeRest();
+
     [[nodiscard]] const XferConfig& config() const { return m_config; }
     [[nodiscard]] const QString& peer() const { return m_peer; }
     [[nodiscard]] bool ownsPeer(const QString& peer) const

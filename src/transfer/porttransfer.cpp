@@ -154,11 +154,13 @@ bool PortTransfer::makeEnds(const QString& path, QString* error)
 
 bool PortTransfer::takes(const Chunk& chunk)
 {
-    if (!m_session || !m_session->ownsPeer(chunk.peer))
+    if (!m_session || !m_session->ownsPeer(chunk.peer) || m_session->state() == State::Completed)
         return false;
-    // What comes after the end is the tail of the transfer still.
-    if (m_session->state() == State::Running)
+    // What comes after a failure is the tail of the transfer still.
+    if (m_session->state() == State::Running) {
+        m_fromStream = chunk.fromStream;
         drive(m_session->ingest(chunk.bytes, nowMs()));
+    }
     return true;
 }
 
@@ -174,6 +176,8 @@ void PortTransfer::drive(const XferStep& step)
         return;
     if (m_session->isOver()) {
         m_timer.stop();
+        if (const QByteArray rest = m_session->takeRest(); !rest.isEmpty())
+            m_port.handBack({rest, m_session->peer(), m_fromStream});
         const bool empty = m_out.isEmpty() && pendingBytes() == 0;
         const int budget = m_session->state() == State::Ended ? m_session->cancelBudgetMs()
                                                               : FileTransferSession::kLastAnswerMs;

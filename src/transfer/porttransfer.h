@@ -97,10 +97,11 @@ private:
     QElapsedTimer m_clock;
     QElapsedTimer m_moved; // since something left, or nothing waited
     qint64 m_lastPending = 0;
-    QByteArray m_out; // at most one frame or cancel sequence more than was not taken yet
-    QTimer m_timer;   // the session's
-    QTimer m_budget;  // for the last bytes
-    QTimer m_look;    // at what waits
+    QByteArray m_out;         // at most one frame or cancel sequence more than was not taken yet
+    QTimer m_timer;           // the session's
+    QTimer m_budget;          // for the last bytes
+    QTimer m_look;            // at what waits
+    bool m_fromStream = true; // what arrives; see Chunk
     bool m_drainQueued = false;
     bool m_pumping = false;
 };

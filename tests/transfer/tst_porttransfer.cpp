@@ -4,6 +4,7 @@
 #include "connections/connectioncontroller.h"
 #include "connections/systemportcatalog.h"
 #include "support/nullmodem.h"
+#include "support/simulateddevice.h"
 #include "support/tcppeer.h"
 #include "terminal/port/portlines.h"
 
@@ -117,6 +118,7 @@ private Q_SLOTS:
     void refusals();
     void withOneClientOfSeveral();
     void twoEndsAtOnce();
+    void bootLoaderTakesAndGivesAFile();
 };
 
 void TestPortTransfer::filesArrive_data()
@@ -330,6 +332,41 @@ void TestPortTransfer::twoEndsAtOnce()
         QTRY_COMPARE_WITH_TIMEOUT(rig->b.ended, 1, 30'000);
         QVERIFY(rig->received().startsWith(rig->content));
     }
+}
+
+// A device as people have it: it speaks in between, and is a console before and after.
+void TestPortTransfer::bootLoaderTakesAndGivesAFile()
+{
+    SimulatedDevice device;
+    QVERIFY2(device.isValid(), qPrintable(device.errorString()));
+    Cable rig(20'000);
+    rig.a.port.stop();
+    rig.a.open(device.portName());
+    QTRY_VERIFY(rig.a.tapped.contains("AT+HELP"));
+    for (const auto& [name, protocol] : {std::pair{"xmodem"_ba, XferProtocol::Xmodem1K},
+             std::pair{"ymodem"_ba, XferProtocol::Ymodem}}) {
+        rig.a.tapped.clear();
+        QVERIFY(rig.a.port.sendBytes("AT+BOOT=" + name + "\r"));
+        QTRY_VERIFY(rig.a.tapped.contains("send the file"));
+        QVERIFY2(rig.send(protocol), qPrintable(rig.a.error));
+        rig.a.ended = 0;
+        QTRY_COMPARE(rig.a.ended, 1);
+        QVERIFY2(rig.a.completed, qPrintable(rig.a.summary));
+        // XMODEM pads to whole blocks.
+        const QByteArray expected = protocol == XferProtocol::Ymodem
+                                        ? "+BOOT: 20000 bytes, CRC-32 "_ba
+                                        : "+BOOT: 20480 bytes, CRC-32 "_ba;
+        QTRY_VERIFY2(rig.a.tapped.contains(expected), rig.a.tapped.constData());
+    }
+    rig.a.tapped.clear();
+    QVERIFY(rig.a.port.sendBytes("AT+READ=ymodem\r"));
+    QTRY_VERIFY(rig.a.tapped.contains("receive the file"));
+    QVERIFY(rig.a.transfer.start({XferProtocol::Ymodem, XferReceive}, rig.b.folder.path(), {}));
+    rig.a.ended = 0;
+    QTRY_COMPARE(rig.a.ended, 1);
+    rig.b.path = rig.a.path;
+    QCOMPARE(rig.received(), rig.content);
+    QCOMPARE(QFileInfo(rig.a.path).fileName(), u"image.bin"_s);
 }
 
 QTEST_GUILESS_MAIN(TestPortTransfer)

@@ -26,6 +26,15 @@ std::optional<qint64> number(const QList<QByteArray>& arguments, int index, qint
     return ok && value >= low && value <= high ? std::optional(value) : std::nullopt;
 }
 
+std::optional<XferProtocol> protocolIn(const QList<QByteArray>& arguments)
+{
+    const auto name = arguments.value(0).trimmed().toLower();
+    if (arguments.size() != 1 || (name != "xmodem" && name != "ymodem")) {
+        return std::nullopt;
+    }
+    return name == "xmodem" ? XferProtocol::Xmodem1K : XferProtocol::Ymodem;
+}
+
 Shell::Options sanitized(Shell::Options options)
 {
     options.sensorIntervalMs = std::clamp(
@@ -44,7 +53,7 @@ struct Shell::Command
 };
 
 // clang-format off
-constinit const std::array<Shell::Command, 14> Shell::commands{{
+constinit const std::array<Shell::Command, 16> Shell::commands{{
     {"AT",        &Shell::attention, "",            "are you there?"},
     {"ATI",       &Shell::identify,  "",            "who are you?"},
     {"ATE0",      &Shell::echoOff,   "",            "echo off"},
@@ -59,6 +68,8 @@ constinit const std::array<Shell::Command, 14> Shell::commands{{
     {"AT+GAP",    &Shell::gap,       "=ms",         "pause of 1 to 60000 ms in mid line"},
     {"AT+SINK",   &Shell::sink,      "=n",          "swallow n bytes, report number and CRC-32"},
     {"AT+UTF8",   &Shell::utf8,      "",            "text in many scripts"},
+    {"AT+BOOT",   &Shell::boot,      "=xmodem|ymodem", "take a file, report length and CRC-32"},
+    {"AT+READ",   &Shell::readImage, "=xmodem|ymodem", "give that file back"},
 }};
 // clang-format on
 
@@ -322,6 +333,29 @@ bool Shell::utf8(const Arguments& /*arguments*/, qint64 /*nowMs*/)
 {
     reply(utf8Sample() + "OK");
     return true;
+}
+
+bool Shell::boot(const Arguments& arguments, qint64 nowMs)
+{
+    const auto protocol = protocolIn(arguments);
+    if (protocol) {
+        reply("+BOOT: send the file");
+        m_job = std::make_unique<BootJob>(BootJob::Direction::Receive, *protocol, m_image, nowMs);
+    }
+    return protocol.has_value();
+}
+
+bool Shell::readImage(const Arguments& arguments, qint64 nowMs)
+{
+    const auto protocol = protocolIn(arguments);
+    if (protocol) {
+        if (m_image.size() == 0) {
+            m_image.setBytes(identity().repeated(100));
+        }
+        reply("+READ: receive the file");
+        m_job = std::make_unique<BootJob>(BootJob::Direction::Send, *protocol, m_image, nowMs);
+    }
+    return protocol.has_value();
 }
 
 } // namespace simdevice

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simdevice/job.h"
+#include "simdevice/bootjob.h"
 #include "simdevice/lineeditor.h"
 
 #include <QByteArray>
@@ -67,7 +67,7 @@ public:
 private:
     using Arguments = QList<QByteArray>;
     struct Command;
-    static const std::array<Command, 14> commands;
+    static const std::array<Command, 16> commands;
 
     /// Jobs and sensor leave twice the reserve free: commands are answered even while they wait.
     qsizetype roomForData() const { return outputCapacity - 2 * replyReserve - m_output.size(); }
@@ -94,10 +94,13 @@ private:
     bool gap(const Arguments& arguments, qint64 nowMs);
     bool sink(const Arguments& arguments, qint64 nowMs);
     bool utf8(const Arguments& arguments, qint64 nowMs);
+    bool boot(const Arguments& arguments, qint64 nowMs);
+    bool readImage(const Arguments& arguments, qint64 nowMs);
 
     const Options m_initial; ///< sanitized: the interval is in range
     Options m_options;
     LineEditor m_editor;
+    Image m_image; ///< stays over a restart, as flash memory does
     std::unique_ptr<Job> m_job;
     QByteArray m_output; ///< at most outputCapacity bytes
     qint64 m_bootMs = 0;

@@ -321,11 +321,15 @@ void LivePort::read()
     while (transport() && transport()->takeChunk(chunk)) {
         const bool borrowed = m_borrower && m_borrower->takes(chunk);
         Q_EMIT arrived(chunk.peer, chunk.bytes.size());
-        if (borrowed)
-            continue;
-        Q_EMIT rxTapped(chunk.bytes, chunk.peer);
-        m_receive->ingestRx(chunk.bytes, chunk.fromStream, chunk.peer);
+        if (!borrowed)
+            deliver(chunk);
     }
+}
+
+void LivePort::deliver(const Chunk& chunk)
+{
+    Q_EMIT rxTapped(chunk.bytes, chunk.peer);
+    m_receive->ingestRx(chunk.bytes, chunk.fromStream, chunk.peer);
 }
 
 LineDriver* LivePort::lineDriver() const

@@ -139,6 +139,8 @@ public:
     // --- lent
     // Null takes it back. What the line was to become meanwhile comes into force then.
     void lendTo(Borrower* borrower);
+    // A borrower took more than was meant for it.
+    void handBack(const Chunk& chunk) { deliver(chunk); }
     [[nodiscard]] bool isLent() const { return m_borrower != nullptr; }
     // A bridge uses the port; it cannot be lent.
     void setBridged(bool on) { m_bridged = on; }
@@ -196,6 +198,7 @@ private:
     void onOpened();
     void onClosed();
     void read();
+    void deliver(const Chunk& chunk);
     void onLeft();
     void onDiscarded(const QString& peer, qint64 bytes);
     [[nodiscard]] SendPipeline::Written write(const QByteArray& bytes);

@@ -51,6 +51,7 @@ XferStep XmodemCodec::receive(QByteArrayView bytes, qint64 now)
     }
     XferStep step = catchUp(now);
     if (line_.ended()) {
+        line_.keepRest(bytes);
         return step;
     }
     qsizetype taken = 0;
@@ -62,6 +63,9 @@ XferStep XmodemCodec::receive(QByteArrayView bytes, qint64 now)
             step = advance(now);
         }
     } while (taken > 0 && !bytes.isEmpty() && !line_.ended());
+    if (line_.state == XmodemState::Done) {
+        line_.keepRest(bytes);
+    }
     return step;
 }
 

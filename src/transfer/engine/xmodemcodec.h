@@ -61,6 +61,10 @@ public:
     // Ends the transfer from this side, at any moment.
     XferStep cancel(qint64 now);
 
+    // What the other end sent behind the last byte of a completed transfer, once: a device says in
+    // words what it has got.
+    QByteArray takeRest() { return line_.takeRest(); }
+
     XferProgress progress() const;
     // Until the deadline; 0 if past, -1 if there is none.
     qint32 remainingMs(qint64 now) const { return line_.remainingMs(now); }

@@ -162,6 +162,7 @@ XferStep XmodemLine::complete(const QByteArray& lastBytes)
 {
     state = XmodemState::Done;
     clearTimers();
+    rest_ = pending().toByteArray();
     discardInput();
     XferStep step;
     step.bytes = lastBytes;

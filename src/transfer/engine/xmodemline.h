@@ -7,6 +7,7 @@
 #include <QByteArrayView>
 #include <QtGlobal>
 #include <optional>
+#include <utility>
 
 enum class XmodemState : qint32 {
     AwaitStart = 0, // sender: for the receiver's start character
@@ -92,6 +93,9 @@ public:
     XferStep failRetries();
     XferStep failRemoteCancel();
     XferStep complete(const QByteArray& lastBytes = {});
+    // What came behind the end of a transfer that completed, for whoever reads the port next.
+    void keepRest(QByteArrayView bytes) { rest_.append(bytes); }
+    QByteArray takeRest() { return std::exchange(rest_, {}); }
 
     // Milliseconds from one time to a later one; 0 when the clock ran backwards.
     static quint64 elapsedMs(qint64 from, qint64 to);
@@ -100,6 +104,7 @@ private:
     void clearTimers();
 
     QByteArray input_; // at most MaxInputBytes
+    QByteArray rest_;  // of that, and of the read that completed the transfer
     qsizetype head_ = 0;
     qsizetype stale_ = 0; // from head_ on
     qsizetype early_ = 0;
