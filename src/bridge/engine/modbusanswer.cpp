@@ -55,7 +55,7 @@ void ModbusAnswerReader::ask(const Question& question, qint64 nowMs)
 {
     m_question = question;
     m_echo.clear();
-    if (question.framing == Framing::Rtu && !answersRequest(question.pdu))
+    if (question.framing == Framing::Rtu && !answersRequest(question.pdu, question.pdu))
         m_echo = rtuFrame(question.unit, question.pdu);
     m_streams.clear();
     m_askedMs = m_startMs = m_lastByteMs = nowMs;
@@ -274,39 +274,9 @@ ModbusAnswer::Kind ModbusAnswerReader::kindOf(int unit, QByteArrayView pdu) cons
     if (unit != m_question.unit)
         return Kind::OtherUnit;
     const int code = uchar(pdu[0]);
-    if ((code & ~kExceptionBit) != (uchar(m_question.pdu[0]) & ~kExceptionBit))
+    if (((code ^ uchar(m_question.pdu[0])) & ~kExceptionBit) != 0)
         return Kind::OtherFunction;
-    if ((code & kExceptionBit) != 0)
-        return pdu.size() == 2 ? Kind::Exception : Kind::Mismatch;
-    return answersRequest(pdu) ? Kind::Data : Kind::Mismatch;
-}
-
-// As much of the request as the function has in its answer, and as many data as were asked for.
-bool ModbusAnswerReader::answersRequest(QByteArrayView pdu) const
-{
-    const QByteArrayView request(m_question.pdu);
-    const int code = uchar(request[0]);
-    const int length = answerPduLength(pdu, request);
-    if (length != kLengthUnknown && length != pdu.size())
-        return false;
-    const auto quantity = [request] {
-        return request.size() < 5 ? 0 : qFromBigEndian<quint16>(request.data() + 3);
-    };
-    switch (code) {
-    case ReadCoils:
-    case ReadDiscreteInputs:
-        return pdu.size() == 2 + (quantity() + 7) / 8;
-    case ReadHoldingRegisters:
-    case ReadInputRegisters:
-    case ReadWriteMultipleRegisters:
-        return pdu.size() == 2 + quantity() * 2;
-    case WriteSingleCoil:
-    case WriteSingleRegister:
-    case WriteMultipleCoils:
-    case WriteMultipleRegisters:
-    case MaskWriteRegister:
-        return request.startsWith(pdu);
-    default:
-        return true;
-    }
+    if (!answersRequest(pdu, m_question.pdu))
+        return Kind::Mismatch;
+    return (code & kExceptionBit) != 0 ? Kind::Exception : Kind::Data;
 }

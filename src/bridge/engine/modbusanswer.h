@@ -100,7 +100,6 @@ private:
     [[nodiscard]] std::optional<ModbusAnswer> find(Fit fit, bool anyone) const;
     [[nodiscard]] ModbusAnswer judged() const;
     [[nodiscard]] ModbusAnswer::Kind kindOf(int unit, QByteArrayView pdu) const;
-    [[nodiscard]] bool answersRequest(QByteArrayView pdu) const;
     [[nodiscard]] bool isBroadcast() const;
     [[nodiscard]] qint64 deadlineMs() const;
     ModbusAnswer finish(ModbusAnswer answer, qint64 nowMs);

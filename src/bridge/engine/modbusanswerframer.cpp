@@ -1,9 +1,8 @@
 #include "bridge/engine/modbusanswerframer.h"
 
 #include "bridge/engine/modbusgateway.h"
+#include "bridge/engine/modbuspdu.h"
 #include "bridge/engine/monotonic.h"
-
-#include <QtEndian>
 
 namespace {
 
@@ -11,56 +10,16 @@ namespace {
 constexpr qsizetype HeadBytes = 2;
 constexpr qsizetype CrcBytes = 2;
 constexpr qsizetype ShortestFrameBytes = HeadBytes + CrcBytes;
-constexpr quint8 ExceptionFlag = 0x80;
-constexpr qsizetype ExceptionBytes = HeadBytes + 1 + CrcBytes;
-
-// Modbus Application Protocol V1.1b3, chapter 6.
-enum FunctionCode : quint8 {
-    ReadCoils = 0x01,
-    ReadDiscreteInputs = 0x02,
-    ReadHoldingRegisters = 0x03,
-    ReadInputRegisters = 0x04,
-    WriteSingleCoil = 0x05,
-    WriteSingleRegister = 0x06,
-    ReadExceptionStatus = 0x07,
-    GetCommEventCounter = 0x0B,
-    GetCommEventLog = 0x0C,
-    WriteMultipleCoils = 0x0F,
-    WriteMultipleRegisters = 0x10,
-    ReportServerId = 0x11,
-    ReadFileRecord = 0x14,
-    WriteFileRecord = 0x15,
-    MaskWriteRegister = 0x16,
-    ReadWriteMultipleRegisters = 0x17,
-    ReadFifoQueue = 0x18,
-};
-
-quint8 byteAt(QByteArrayView bytes, qsizetype offset)
-{
-    return quint8(bytes[offset]);
-}
-
-int wordAt(QByteArrayView bytes, qsizetype offset)
-{
-    return qFromBigEndian<quint16>(bytes.data() + offset);
-}
 
 bool checksumHolds(QByteArrayView frame)
 {
     return ModbusGateway::crcValid(QByteArray::fromRawData(frame.data(), frame.size()));
 }
 
-// Whether the answer repeats what the request has behind the function code, so many bytes of it.
-bool repeats(QByteArrayView answer, QByteArrayView request, qsizetype bytes)
+// What stands between unit and checksum.
+QByteArrayView pduOf(QByteArrayView frame)
 {
-    return answer.size() >= HeadBytes + bytes && request.size() >= HeadBytes + bytes
-           && answer.sliced(HeadBytes, bytes) == request.sliced(HeadBytes, bytes);
-}
-
-// Whether the byte count of a reading answer is that of the quantity asked for.
-bool countIs(QByteArrayView answer, int bytes)
-{
-    return byteAt(answer, HeadBytes) == bytes;
+    return frame.sliced(1, frame.size() - 1 - CrcBytes);
 }
 
 } // namespace
@@ -73,7 +32,7 @@ QList<ModbusAnswerFramer::Piece> ModbusAnswerFramer::expect(QByteArrayView rtuRe
 {
     QList<Piece> pieces = expectNothing(nowMs);
     const bool answered = rtuRequest.size() >= ShortestFrameBytes
-                          && byteAt(rtuRequest, 0) != ModbusGateway::BroadcastUnit;
+                          && quint8(rtuRequest[0]) != ModbusGateway::BroadcastUnit;
     if (answered)
         m_request = rtuRequest.toByteArray();
     return pieces;
@@ -120,76 +79,15 @@ qsizetype ModbusAnswerFramer::answerLength(QByteArrayView answerStart)
 {
     if (answerStart.size() < HeadBytes)
         return 0;
-    const quint8 code = byteAt(answerStart, 1);
-    if (code & ExceptionFlag)
-        return ExceptionBytes;
-    switch (code) {
-    case ReadCoils:
-    case ReadDiscreteInputs:
-    case ReadHoldingRegisters:
-    case ReadInputRegisters:
-    case GetCommEventLog:
-    case ReportServerId:
-    case ReadFileRecord:
-    case WriteFileRecord:
-    case ReadWriteMultipleRegisters: // a byte count
-        return answerStart.size() < HeadBytes + 1
-                   ? 0
-                   : HeadBytes + 1 + byteAt(answerStart, HeadBytes) + CrcBytes;
-    case WriteSingleCoil:
-    case WriteSingleRegister:
-    case GetCommEventCounter:
-    case WriteMultipleCoils:
-    case WriteMultipleRegisters: // two words
-        return HeadBytes + 4 + CrcBytes;
-    case ReadExceptionStatus:
-        return HeadBytes + 1 + CrcBytes;
-    case MaskWriteRegister: // three words
-        return HeadBytes + 6 + CrcBytes;
-    case ReadFifoQueue: // a byte count of two bytes
-        return answerStart.size() < HeadBytes + 2
-                   ? 0
-                   : HeadBytes + 2 + wordAt(answerStart, HeadBytes) + CrcBytes;
-    default:
-        return -1;
-    }
+    const int length = Modbus::answerPduLength(answerStart.sliced(1));
+    return length > 0 ? 1 + length + CrcBytes : length;
 }
 
 bool ModbusAnswerFramer::answers(QByteArrayView rtuAnswer, QByteArrayView rtuRequest)
 {
-    if (rtuAnswer.size() < ShortestFrameBytes || rtuRequest.size() < ShortestFrameBytes
-        || rtuAnswer[0] != rtuRequest[0])
-        return false;
-    const quint8 code = byteAt(rtuRequest, 1);
-    if (byteAt(rtuAnswer, 1) == (code | ExceptionFlag))
-        return rtuAnswer.size() == ExceptionBytes;
-    if (byteAt(rtuAnswer, 1) != code)
-        return false;
-    const bool known = rtuRequest.size() >= HeadBytes + 4 + CrcBytes;
-    const qsizetype length = answerLength(rtuAnswer);
-    if (!known || length < 0)
-        return true;
-    if (rtuAnswer.size() != length)
-        return false;
-    const int quantity = wordAt(rtuRequest, HeadBytes + 2);
-    switch (code) {
-    case ReadCoils:
-    case ReadDiscreteInputs:
-        return countIs(rtuAnswer, (quantity + 7) / 8);
-    case ReadHoldingRegisters:
-    case ReadInputRegisters:
-    case ReadWriteMultipleRegisters:
-        return countIs(rtuAnswer, quantity * 2);
-    case WriteSingleCoil:
-    case WriteSingleRegister:
-    case WriteMultipleCoils:
-    case WriteMultipleRegisters:
-        return repeats(rtuAnswer, rtuRequest, 4);
-    case MaskWriteRegister:
-        return repeats(rtuAnswer, rtuRequest, 6);
-    default:
-        return true;
-    }
+    return rtuAnswer.size() >= ShortestFrameBytes && rtuRequest.size() >= ShortestFrameBytes
+           && rtuAnswer[0] == rtuRequest[0]
+           && Modbus::answersRequest(pduOf(rtuAnswer), pduOf(rtuRequest));
 }
 
 // Cuts answers whose length is known from the front of what is held.

@@ -9,6 +9,9 @@
 
 namespace {
 
+// The shortest request with an address: function code, address and a quantity or value.
+constexpr qsizetype kAddressedPduBytes = 5;
+
 struct NamedCode
 {
     int code;
@@ -105,7 +108,7 @@ int Modbus::answerPduLength(QByteArrayView answer, QByteArrayView request)
     case 0x07: // exception status
         return 2;
     case 0x08: // diagnostics: sub-function 0 returns the data that came
-        return int(request.size());
+        return request.isEmpty() ? kLengthUnknown : int(request.size());
     case WriteSingleCoil:
     case WriteSingleRegister:
     case WriteMultipleCoils:
@@ -119,5 +122,39 @@ int Modbus::answerPduLength(QByteArrayView answer, QByteArrayView request)
                                  : 3 + qFromBigEndian<quint16>(answer.data() + 1);
     default:
         return kLengthUnknown;
+    }
+}
+
+bool Modbus::answersRequest(QByteArrayView answer, QByteArrayView request)
+{
+    if (answer.isEmpty() || request.isEmpty())
+        return false;
+    const int code = uchar(request.front());
+    if (uchar(answer.front()) == (code | kExceptionBit))
+        return answer.size() == 2;
+    if (uchar(answer.front()) != code)
+        return false;
+    const int length = answerPduLength(answer, request);
+    if (length == kLengthUnknown || request.size() < kAddressedPduBytes)
+        return true;
+    if (length != answer.size())
+        return false;
+    const int quantity = qFromBigEndian<quint16>(request.data() + 3);
+    switch (code) {
+    case ReadCoils:
+    case ReadDiscreteInputs:
+        return uchar(answer[1]) == (quantity + 7) / 8;
+    case ReadHoldingRegisters:
+    case ReadInputRegisters:
+    case ReadWriteMultipleRegisters:
+        return uchar(answer[1]) == quantity * 2;
+    case WriteSingleCoil:
+    case WriteSingleRegister:
+    case WriteMultipleCoils:
+    case WriteMultipleRegisters:
+    case MaskWriteRegister:
+        return request.startsWith(answer);
+    default:
+        return true;
     }
 }

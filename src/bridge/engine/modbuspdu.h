@@ -64,8 +64,13 @@ inline constexpr int kMaxWriteOfReadWrite = 121; // registers that function 0x17
 
 inline constexpr int kLengthNeedsMore = 0;
 inline constexpr int kLengthUnknown = -1;
-// The length in bytes of the PDU that begins with these bytes and answers `request`;
-// kLengthNeedsMore when the length stands further on, kLengthUnknown when nothing in it tells.
-[[nodiscard]] int answerPduLength(QByteArrayView answer, QByteArrayView request);
+// The length in bytes of the PDU that begins with these bytes; kLengthNeedsMore when it stands
+// further on, kLengthUnknown when nothing in it tells. Diagnostics repeat the length of `request`;
+// without one theirs is not known.
+[[nodiscard]] int answerPduLength(QByteArrayView answer, QByteArrayView request = {});
+// Whether a whole PDU answers a request: with an exception to its function, or with as many data as
+// were asked for or what it repeats of the request. Of a function that is not known here the code
+// is all that is compared.
+[[nodiscard]] bool answersRequest(QByteArrayView answer, QByteArrayView request);
 
 } // namespace Modbus
