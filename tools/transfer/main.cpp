@@ -148,10 +148,10 @@ public:
             if (notice.gravity != Notice::Gravity::Info)
                 say(notice.fullText());
         });
-        connect(&m_port, &LivePort::stateChanged, this, &Run::onStateChanged);
         connect(&m_transfer, &PortTransfer::progressed, this, [this] { showProgress(m_transfer); });
         connect(&m_transfer, &PortTransfer::finished, this, &Run::onFinished);
         m_port.setSettings(m_task.settings, LivePort::Origin::Program);
+        connect(&m_port, &LivePort::stateChanged, this, &Run::onStateChanged);
         if (!m_port.start(false))
             leave(NoPort);
         else
