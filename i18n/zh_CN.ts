@@ -425,20 +425,8 @@ Functions: %1</source>
 <context>
     <name>CrcPanel</name>
     <message>
-        <source>ASCII</source>
-        <translation>ASCII</translation>
-    </message>
-    <message>
-        <source>Hex</source>
-        <translation>十六进制</translation>
-    </message>
-    <message>
         <source>Custom parameters</source>
         <translation>自定义参数</translation>
-    </message>
-    <message>
-        <source>Insert into Send Editor</source>
-        <translation>插入到发送区</translation>
     </message>
     <message>
         <source>Input</source>
@@ -447,34 +435,6 @@ Functions: %1</source>
     <message>
         <source>Read as</source>
         <translation>输入格式</translation>
-    </message>
-    <message>
-        <source>Algorithm</source>
-        <translation>算法</translation>
-    </message>
-    <message>
-        <source>Reflect input</source>
-        <translation>输入反转</translation>
-    </message>
-    <message>
-        <source>Reflect output</source>
-        <translation>输出反转</translation>
-    </message>
-    <message>
-        <source>Width</source>
-        <translation>位宽</translation>
-    </message>
-    <message>
-        <source>Polynomial</source>
-        <translation>多项式</translation>
-    </message>
-    <message>
-        <source>Initial value</source>
-        <translation>初始值</translation>
-    </message>
-    <message>
-        <source>Final XOR</source>
-        <translation>结果异或值</translation>
     </message>
     <message>
         <source>Binary</source>
@@ -496,27 +456,71 @@ Functions: %1</source>
         <source>Least significant byte first</source>
         <translation>低字节在前</translation>
     </message>
-    <message>
-        <source>Base</source>
-        <translation>进制</translation>
-    </message>
-    <message>
-        <source>Result</source>
-        <translation>结果</translation>
-    </message>
-    <message>
-        <source>Byte order</source>
-        <translation>字节序</translation>
-    </message>
-    <message>
-        <source>Wire bytes</source>
-        <translation>线上字节</translation>
-    </message>
     <message numerus="yes">
         <source>%n input byte(s)</source>
         <translation>
             <numerusform>输入 %n 字节</numerusform>
         </translation>
+    </message>
+    <message>
+        <source>AS&amp;CII</source>
+        <translation>AS&amp;CII</translation>
+    </message>
+    <message>
+        <source>&amp;Hex</source>
+        <translation>十六进制(&amp;H)</translation>
+    </message>
+    <message>
+        <source>Insert into &amp;Send Editor</source>
+        <translation>插入到发送区(&amp;S)</translation>
+    </message>
+    <message>
+        <source>&amp;Input</source>
+        <translation>输入(&amp;I)</translation>
+    </message>
+    <message>
+        <source>Al&amp;gorithm</source>
+        <translation>算法(&amp;G)</translation>
+    </message>
+    <message>
+        <source>R&amp;eflect input</source>
+        <translation>输入反转(&amp;E)</translation>
+    </message>
+    <message>
+        <source>Reflect &amp;output</source>
+        <translation>输出反转(&amp;O)</translation>
+    </message>
+    <message>
+        <source>Wi&amp;dth</source>
+        <translation>位宽(&amp;D)</translation>
+    </message>
+    <message>
+        <source>&amp;Polynomial</source>
+        <translation>多项式(&amp;P)</translation>
+    </message>
+    <message>
+        <source>I&amp;nitial value</source>
+        <translation>初始值(&amp;N)</translation>
+    </message>
+    <message>
+        <source>&amp;Final XOR</source>
+        <translation>结果异或值(&amp;F)</translation>
+    </message>
+    <message>
+        <source>&amp;Base</source>
+        <translation>进制(&amp;B)</translation>
+    </message>
+    <message>
+        <source>Resul&amp;t</source>
+        <translation>结果(&amp;T)</translation>
+    </message>
+    <message>
+        <source>B&amp;yte order</source>
+        <translation>字节序(&amp;Y)</translation>
+    </message>
+    <message>
+        <source>&amp;Wire bytes</source>
+        <translation>线上字节(&amp;W)</translation>
     </message>
 </context>
 <context>
@@ -1983,7 +1987,7 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
     <message>
         <source>&amp;Insert into Send Editor</source>
-        <translation>插入发送编辑框(&amp;I)</translation>
+        <translation>插入到发送区(&amp;I)</translation>
     </message>
     <message>
         <source>Repeat &amp;every</source>

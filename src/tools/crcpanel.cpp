@@ -44,8 +44,8 @@ QString hexText(quint64 value)
 CrcPanel::CrcPanel(QWidget* parent)
     : QWidget(parent)
     , m_input(new QPlainTextEdit(QStringLiteral("123456789"), this))
-    , m_ascii(new QRadioButton(tr("ASCII"), this))
-    , m_hex(new QRadioButton(tr("Hex"), this))
+    , m_ascii(new QRadioButton(tr("AS&CII"), this))
+    , m_hex(new QRadioButton(tr("&Hex"), this))
     , m_algorithm(new QComboBox(this))
     , m_custom(new QGroupBox(tr("Custom parameters"), this))
     , m_base(new QComboBox(this))
@@ -53,7 +53,7 @@ CrcPanel::CrcPanel(QWidget* parent)
     , m_result(resultField(this))
     , m_wire(resultField(this))
     , m_status(new QLabel(this))
-    , m_insert(new QPushButton(tr("Insert into Send Editor"), this))
+    , m_insert(new QPushButton(tr("Insert into &Send Editor"), this))
 {
     auto* form = new QFormLayout(this);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
@@ -79,9 +79,9 @@ void CrcPanel::buildInput()
     for (const CrcCatalog::Definition& entry : CrcCatalog::definitions())
         m_algorithm->addItem(entry.name, int(entry.algorithm));
     m_algorithm->setCurrentIndex(m_algorithm->findData(int(CrcCatalog::Algorithm::Crc16Modbus)));
-    form->addRow(tr("Input"), m_input);
+    form->addRow(tr("&Input"), m_input);
     form->addRow(tr("Read as"), kinds);
-    form->addRow(tr("Algorithm"), m_algorithm);
+    form->addRow(tr("Al&gorithm"), m_algorithm);
 }
 
 void CrcPanel::buildCustomFields()
@@ -92,14 +92,14 @@ void CrcPanel::buildCustomFields()
     m_polynomial = hexField(hexText(defaults.polynomial), m_custom);
     m_initial = hexField(hexText(defaults.initialValue), m_custom);
     m_finalXor = hexField(hexText(defaults.finalXor), m_custom);
-    m_reflectInput = new QCheckBox(tr("Reflect input"), m_custom);
-    m_reflectOutput = new QCheckBox(tr("Reflect output"), m_custom);
+    m_reflectInput = new QCheckBox(tr("R&eflect input"), m_custom);
+    m_reflectOutput = new QCheckBox(tr("Reflect &output"), m_custom);
 
     auto* fields = new QFormLayout(m_custom);
-    fields->addRow(tr("Width"), m_width);
-    fields->addRow(tr("Polynomial"), m_polynomial);
-    fields->addRow(tr("Initial value"), m_initial);
-    fields->addRow(tr("Final XOR"), m_finalXor);
+    fields->addRow(tr("Wi&dth"), m_width);
+    fields->addRow(tr("&Polynomial"), m_polynomial);
+    fields->addRow(tr("I&nitial value"), m_initial);
+    fields->addRow(tr("&Final XOR"), m_finalXor);
     auto* reflections = new QHBoxLayout;
     reflections->addWidget(m_reflectInput);
     reflections->addWidget(m_reflectOutput);
@@ -123,10 +123,10 @@ void CrcPanel::buildResult()
     m_status->setTextFormat(Qt::PlainText);
     // What the window has to spare goes to the input.
     m_status->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    form->addRow(tr("Base"), m_base);
-    form->addRow(tr("Result"), m_result);
-    form->addRow(tr("Byte order"), m_byteOrder);
-    form->addRow(tr("Wire bytes"), m_wire);
+    form->addRow(tr("&Base"), m_base);
+    form->addRow(tr("Resul&t"), m_result);
+    form->addRow(tr("B&yte order"), m_byteOrder);
+    form->addRow(tr("&Wire bytes"), m_wire);
     form->addRow(m_status);
     form->addRow(m_insert);
 }

@@ -15,8 +15,10 @@
 
 namespace {
 
-enum ListColumn : int { Name, Request, ListColumns };
-
+// The columns of the list.
+constexpr int kName = 0;
+constexpr int kRequest = 1;
+constexpr int kColumns = 2;
 constexpr int kNameWidth = 240;
 
 } // namespace
@@ -24,7 +26,7 @@ constexpr int kNameWidth = 240;
 ModbusPollPage::ModbusPollPage(QWidget* parent)
     : QWidget(parent)
     , m_model(new ModbusValueModel(this))
-    , m_list(new QTableWidget(0, ListColumns, this))
+    , m_list(new QTableWidget(0, kColumns, this))
     , m_values(new ModbusValueView(this))
     , m_open(new QPushButton(tr("&Edit"), this))
     , m_up(new QPushButton(tr("&Up"), this))
@@ -58,7 +60,7 @@ void ModbusPollPage::build()
 {
     ModbusValueView::setUp(*m_list);
     m_list->setHorizontalHeaderLabels({tr("Name (checked: polled)"), tr("Request")});
-    m_list->setColumnWidth(Name, kNameWidth);
+    m_list->setColumnWidth(kName, kNameWidth);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_list->setAccessibleName(tr("Kept requests"));
@@ -166,12 +168,12 @@ void ModbusPollPage::showList(int current)
         auto* name = new QTableWidgetItem(m_kept[row].request.name);
         name->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
         name->setCheckState(m_kept[row].polled ? Qt::Checked : Qt::Unchecked);
-        m_list->setItem(row, Name, name);
-        m_list->setItem(row, Request, new QTableWidgetItem(m_kept[row].request.summary()));
+        m_list->setItem(row, kName, name);
+        m_list->setItem(row, kRequest, new QTableWidgetItem(m_kept[row].request.summary()));
     }
     m_showing = false;
     if (!m_kept.isEmpty())
-        m_list->setCurrentCell(std::clamp(current, 0, int(m_kept.size()) - 1), Name);
+        m_list->setCurrentCell(std::clamp(current, 0, int(m_kept.size()) - 1), kName);
     showButtons();
 }
 
@@ -212,7 +214,7 @@ void ModbusPollPage::remove()
 
 void ModbusPollPage::onItemChanged(const QTableWidgetItem* item)
 {
-    if (m_showing || item->column() != Name)
+    if (m_showing || item->column() != kName)
         return;
     m_kept[item->row()].polled = item->checkState() == Qt::Checked;
     showButtons();

@@ -22,8 +22,9 @@ struct ModbusRequest
         Raw
     };
 
-    static constexpr int kCustom = 0;             // the PDU as bytes
-    static constexpr qsizetype kMaxText = 16'384; // characters of a field that are kept
+    static constexpr int kCustom = 0; // the PDU as bytes
+    static constexpr qsizetype kMaxText =
+        qsizetype(16) * 1024; // characters of a field that are kept
 
     struct Built
     {

@@ -35,7 +35,7 @@ Widget* byName(QWidget& window, const QString& accessibleName)
 {
     for (Widget* widget : window.findChildren<Widget*>()) {
         if (widget->accessibleName() == accessibleName
-            || widget->property("text") == accessibleName)
+            || widget->property("text").toString().remove(u'&') == accessibleName)
             return widget;
     }
     return nullptr;
