@@ -244,7 +244,7 @@ void BridgeArbiter::cutOldestFramer()
     }
     const QString peerKey = oldest.key();
     const QList<QByteArray> frames = oldest->flush();
-    m_framers.erase(oldest);
+    m_framers.remove(peerKey);
     for (const QByteArray& bytes : frames)
         enqueueRequest({.peerKey = peerKey, .bytes = bytes});
 }

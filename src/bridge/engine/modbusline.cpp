@@ -212,7 +212,7 @@ void ModbusLine::end(quint64 tag, Outcome outcome, qint64 nowMs, Output& output)
     if (open == m_open.end())
         return;
     Transaction transaction = std::move(open->transaction);
-    m_open.erase(open);
+    m_open.remove(tag);
     transaction.outcome = outcome;
     transaction.endedMs = nowMs;
     output.ended.append(std::move(transaction));

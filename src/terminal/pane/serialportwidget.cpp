@@ -131,8 +131,8 @@ void SerialPortWidget::wireTransfer()
     FileTransferBar* bar = &m_view->transferBar();
     bar->follow(m_transfer);
     connect(bar, &FileTransferBar::cancelRequested, this, &SerialPortWidget::cancelFileTransfer);
-    for (const auto signal : {&PortTransfer::started, &PortTransfer::progressed})
-        connect(&m_transfer, signal, this, &SerialPortWidget::transferProgressed);
+    connect(&m_transfer, &PortTransfer::started, this, &SerialPortWidget::transferProgressed);
+    connect(&m_transfer, &PortTransfer::progressed, this, &SerialPortWidget::transferProgressed);
     // Whoever hears of the end finds the port free.
     connect(&m_transfer, &PortTransfer::finished, this, &SerialPortWidget::transferProgressed,
         Qt::QueuedConnection);
