@@ -6,10 +6,7 @@
 #include "terminal/view/terminalkeymap.h"
 
 #include <QApplication>
-#include <QClipboard>
-#include <QContextMenuEvent>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QPainter>
 #include <QScrollBar>
 #include <QWheelEvent>

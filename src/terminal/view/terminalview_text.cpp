@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QMenu>
 #include <QMouseEvent>
 #include <algorithm>
@@ -191,7 +192,7 @@ void TerminalView::mouseDoubleClickEvent(QMouseEvent* event)
     selectWordAt(placeAt(event->pos()));
 }
 
-void TerminalView::contextMenuEvent(QContextMenuEvent* /*event*/)
+void TerminalView::contextMenuEvent(QContextMenuEvent* event)
 {
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
@@ -223,5 +224,5 @@ void TerminalView::contextMenuEvent(QContextMenuEvent* /*event*/)
     });
     fixed->setCheckable(true);
     fixed->setChecked(m_fixed);
-    menu->popup(QCursor::pos());
+    menu->popup(event->globalPos());
 }
