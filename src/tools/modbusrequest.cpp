@@ -29,7 +29,7 @@ std::optional<int> number(const QString& text)
     const QString trimmed = text.trimmed();
     bool ok = false;
     const int value = trimmed.startsWith("0x"_L1, Qt::CaseInsensitive)
-                          ? trimmed.mid(2).toInt(&ok, 16)
+                          ? QStringView(trimmed).sliced(2).toInt(&ok, 16)
                           : trimmed.toInt(&ok, 10);
     return ok && value >= 0 ? std::optional(value) : std::nullopt;
 }

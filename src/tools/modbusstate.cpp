@@ -31,7 +31,7 @@ ModbusState ModbusState::load(const QSettings& store)
         QJsonDocument::fromJson(store.value(contentKey).toString().toUtf8()).object();
     state.draft = ModbusRequest::fromJson(json.value("draft"_L1).toObject());
     const QJsonArray all = json.value("kept"_L1).toArray();
-    for (const QJsonValue value : all) {
+    for (const auto& value : all) {
         const ModbusRequest request = ModbusRequest::fromJson(value.toObject());
         const bool named = std::any_of(state.kept.cbegin(), state.kept.cend(),
             [&request](const Kept& other) { return other.request.name == request.name; });

@@ -89,7 +89,7 @@ Bits parseNumber(const QString& token, Type type)
 {
     bool ok = false;
     if (token.startsWith("0x"_L1, Qt::CaseInsensitive)) {
-        const qulonglong bits = token.mid(2).toULongLong(&ok, 16);
+        const qulonglong bits = QStringView(token).sliced(2).toULongLong(&ok, 16);
         const quint32 most = ModbusValues::registersOf(type) == 2 ? 0xFFFF'FFFFU : 0xFFFFU;
         if (ok && bits <= most)
             return {quint32(bits), {}};

@@ -58,7 +58,7 @@ Settings settingsFor(const QString& port, const QString& baudRate, bool hardware
     Settings settings;
     const qsizetype colon = port.lastIndexOf(u':');
     bool isNumber = false;
-    const int number = port.mid(colon + 1).toInt(&isNumber);
+    const int number = QStringView(port).sliced(colon + 1).toInt(&isNumber);
     if (colon > 0 && isNumber && !port.startsWith(u'/')) {
         settings.connMode = connectionMode::TcpClient;
         settings.targetHost = port.left(colon);

@@ -10,6 +10,7 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QTimer>
+#include <tuple>
 
 class SteadyScrollBar;
 
@@ -100,7 +101,11 @@ private:
         qint64 line = 0;
         int column = 0;
 
-        auto operator<=>(const Place&) const = default;
+        friend bool operator==(const Place&, const Place&) = default;
+        friend bool operator<(const Place& one, const Place& other)
+        {
+            return std::tie(one.line, one.column) < std::tie(other.line, other.column);
+        }
     };
 
     void scheduleFrame();
