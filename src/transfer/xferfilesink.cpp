@@ -9,6 +9,7 @@
 #include <utility>
 
 #ifdef Q_OS_UNIX
+#include <cerrno>
 #include <sys/file.h>
 #endif
 
@@ -33,11 +34,12 @@ bool exists(const QString& path)
     return info.exists() || info.isSymLink();
 }
 
-// The lock ends with the file; a crash cannot leave one behind.
+// The lock ends with the file; a crash cannot leave one behind. A file system without locks lets
+// everybody in.
 bool lockNow([[maybe_unused]] const QFile& file)
 {
 #ifdef Q_OS_UNIX
-    return ::flock(file.handle(), LOCK_EX | LOCK_NB) == 0;
+    return ::flock(file.handle(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 #else
     return true;
 #endif
