@@ -144,8 +144,9 @@ public:
     explicit Run(Task task)
         : m_task(std::move(task))
     {
-        connect(&m_port, &LivePort::noticed, this, [](const Notice& notice) {
-            if (notice.gravity != Notice::Gravity::Info)
+        connect(&m_port, &LivePort::noticed, this, [this](const Notice& notice) {
+            // How the connection ends behind a transfer is of no interest.
+            if (!m_over && notice.gravity != Notice::Gravity::Info)
                 say(notice.fullText());
         });
         connect(&m_transfer, &PortTransfer::progressed, this, [this] { showProgress(m_transfer); });
@@ -177,6 +178,7 @@ private:
     void onFinished(bool complete)
     {
         const FileTransferSession& session = *m_transfer.session();
+        m_over = true;
         say(session.summaryText(m_transfer.nowMs()));
         if (!session.receivedPath().isEmpty())
             std::printf("%s\n", qPrintable(session.receivedPath()));
@@ -194,6 +196,7 @@ private:
     LivePort m_port{m_catalog};
     PortTransfer m_transfer{m_port};
     bool m_begun = false;
+    bool m_over = false;
 };
 
 } // namespace
