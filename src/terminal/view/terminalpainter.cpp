@@ -16,7 +16,7 @@ constexpr qsizetype mostInks = 4096;
 constexpr double towardsText = 0.6;
 
 // The 16 colours of ECMA-48 (SGR 30 to 37 and their bright forms) as xterm has them.
-constexpr std::array<QRgb, TerminalCell::kPalette> colors{0xFF000000, 0xFFCD0000, 0xFF00CD00,
+constexpr std::array<QRgb, TerminalCell::kPalette> kXtermColors{0xFF000000, 0xFFCD0000, 0xFF00CD00,
     0xFFCDCD00, 0xFF0000EE, 0xFFCD00CD, 0xFF00CDCD, 0xFFE5E5E5, 0xFF7F7F7F, 0xFFFF0000, 0xFF00FF00,
     0xFFFFFF00, 0xFF5C5CFF, 0xFFFF00FF, 0xFF00FFFF, 0xFFFFFFFF};
 constexpr int firstBright = 8;
@@ -68,9 +68,9 @@ QRgb TerminalPainter::colorOf(quint32 color, bool bright, QRgb otherwise) const
     if (color == TerminalCell::kDefault)
         return otherwise;
     const quint32 index = color - TerminalCell::kFirstOfPalette;
-    if (index >= colors.size())
+    if (index >= kXtermColors.size())
         return color;
-    return colors[bright && index < firstBright ? index + firstBright : index];
+    return kXtermColors[bright && index < firstBright ? index + firstBright : index];
 }
 
 // Devices choose colours for a dark background; on a light one the pale ones move towards the
