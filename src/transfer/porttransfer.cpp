@@ -125,6 +125,7 @@ bool PortTransfer::start(
         return false;
     }
     m_out.clear();
+    m_drainOwed = false;
     m_clock.start();
     m_moved.start();
     m_lastPending = 0;
@@ -219,8 +220,8 @@ void PortTransfer::pump()
     m_lastPending = pending;
     if (pending > 0)
         return;
-    // Later: the step that wrote them is not over.
-    if (!std::exchange(m_drainQueued, true))
+    // Once for what was written, and later: the step that wrote it is not over.
+    if (std::exchange(m_drainOwed, m_session->isOver()) && !std::exchange(m_drainQueued, true))
         QMetaObject::invokeMethod(this, &PortTransfer::noteDrained, Qt::QueuedConnection);
 }
 
@@ -229,6 +230,7 @@ void PortTransfer::writeSome()
     if (m_out.isEmpty() || pendingBytes() > maxPendingBytes())
         return;
     const QByteArray bytes = std::exchange(m_out, {});
+    m_drainOwed = true;
     if (m_port.writeRaw(bytes, false, m_session->peer()).taken() || !m_session)
         return;
     // Nothing can be sent any more, not even that it is over.

@@ -102,6 +102,7 @@ private:
     QTimer m_budget;          // for the last bytes
     QTimer m_look;            // at what waits
     bool m_fromStream = true; // what arrives; see Chunk
+    bool m_drainOwed = false; // the session has not heard that what was written has left
     bool m_drainQueued = false;
     bool m_pumping = false;
 };

@@ -329,7 +329,9 @@ QByteArray TerminalScreen::pasteEnd()
 
 TerminalScreen::Cursor TerminalScreen::cursor() const
 {
-    return {topLine() + m_cursorRow, std::min(m_cursorColumn, m_columns - 1), m_cursorVisible};
+    // The machine may name a place outside of a screen that has become smaller.
+    return {topLine() + std::clamp(m_cursorRow, 0, m_rows - 1),
+        std::clamp(m_cursorColumn, 0, m_columns - 1), m_cursorVisible};
 }
 
 TerminalLine TerminalScreen::screenLine(int row) const
