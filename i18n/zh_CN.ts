@@ -983,10 +983,6 @@ Functions: %1</source>
         <source>Hex</source>
         <translation>十六进制</translation>
     </message>
-    <message>
-        <source>Terminal</source>
-        <translation>终端</translation>
-    </message>
 </context>
 <context>
     <name>GeneralPage</name>
@@ -3245,10 +3241,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>   Minimal Interval:</source>
         <translation>   最小间隔：</translation>
     </message>
-    <message>
-        <source>Show the screen of a terminal, as the shell of a device expects it</source>
-        <translation>显示终端屏幕，适合设备的命令行</translation>
-    </message>
 </context>
 <context>
     <name>ReceivePipeline</name>
@@ -4035,45 +4027,6 @@ Do you want to replace it?</source>
     <message>
         <source>%1 is not connected: nothing was sent</source>
         <translation>%1 未连接：未发送任何内容</translation>
-    </message>
-</context>
-<context>
-    <name>TerminalView</name>
-    <message>
-        <source>Terminal</source>
-        <translation>终端</translation>
-    </message>
-    <message>
-        <source>Keys typed here are sent to the device. Ctrl+Tab moves on to the next control.</source>
-        <translation>在此输入的按键会发送到设备。按 Ctrl+Tab 移到下一个控件。</translation>
-    </message>
-    <message>
-        <source>&amp;Copy</source>
-        <translation>复制(&amp;C)</translation>
-    </message>
-    <message>
-        <source>&amp;Paste</source>
-        <translation>粘贴(&amp;P)</translation>
-    </message>
-    <message>
-        <source>Select &amp;All</source>
-        <translation>全选(&amp;A)</translation>
-    </message>
-    <message>
-        <source>&amp;Find...</source>
-        <translation>查找(&amp;F)...</translation>
-    </message>
-    <message>
-        <source>C&amp;lear</source>
-        <translation>清空(&amp;L)</translation>
-    </message>
-    <message>
-        <source>&amp;Backspace Sends DEL</source>
-        <translation>退格键发送 DEL(&amp;B)</translation>
-    </message>
-    <message>
-        <source>24 &amp;Rows of 80 Columns</source>
-        <translation>24 行 80 列(&amp;R)</translation>
     </message>
 </context>
 <context>

@@ -54,11 +54,6 @@ struct FormatSetting
     QString sendTextColor = QStringLiteral("#000000");
     QString receiveTextColor = QStringLiteral("#000000");
     bool showControlLineLeds = true;
-    // Received data as the screen of a terminal. Stored beside the format of received data, which
-    // is text then: who does not know the screen shows text.
-    bool terminalView = false;
-    bool terminalBackspaceDel = false; // Backspace sends DEL there instead of BS
-    bool terminalFixedSize = false;    // 24 rows of 80 columns, however large the pane is
 
     // The pause that ends a received line, in milliseconds.
     static constexpr qint32 minAutoFeedInterval = 10;

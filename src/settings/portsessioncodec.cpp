@@ -64,9 +64,6 @@ constexpr std::array formatFields{
     FormatField{"LogRotateTime"_L1, &F::logRotateTime, StoredRule::ReadOnly},
     FormatField{"NeedHourTimeStamp"_L1, &F::needHourTimeStamp, StoredRule::ReadOnly},
     FormatField{"DisplayBufferSize"_L1, &F::displayBufferSize},
-    FormatField{"TerminalView"_L1, &F::terminalView, StoredRule::WhenSet},
-    FormatField{"TerminalBackspaceDel"_L1, &F::terminalBackspaceDel, StoredRule::WhenSet},
-    FormatField{"TerminalFixedSize"_L1, &F::terminalFixedSize, StoredRule::WhenSet},
 };
 
 constexpr std::array colorFields{

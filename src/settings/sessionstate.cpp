@@ -61,9 +61,6 @@ void forEachFormatField(State& state, Record& record, Copy copy)
     copy(state.sendTextColor, record.sendTextColor);
     copy(state.receiveTextColor, record.receiveTextColor);
     copy(state.showControlLineLeds, record.showControlLineLeds);
-    copy(state.terminalView, record.terminalView);
-    copy(state.terminalBackspaceDel, record.terminalBackspaceDel);
-    copy(state.terminalFixedSize, record.terminalFixedSize);
     copy(state.sendList, record.sendList);
 }
 

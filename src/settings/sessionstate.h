@@ -71,9 +71,6 @@ struct SessionState
     QString sendTextColor = QStringLiteral("#000000");
     QString receiveTextColor = QStringLiteral("#000000");
     bool showControlLineLeds = true;
-    bool terminalView = false;
-    bool terminalBackspaceDel = false;
-    bool terminalFixedSize = false;
 
     QStringList recentFiles;
     QString lastFile;

@@ -69,9 +69,6 @@ constexpr std::array displayAndLogFields{
     Field{"LastLogRotateTime"_L1, &S::logRotateTime},
     Field{"LastNeedHourTimeStamp"_L1, &S::needHourTimeStamp},
     Field{"LastDisplayBufferSize"_L1, &S::displayBufferSize},
-    Field{"LastTerminalView"_L1, &S::terminalView, StoredRule::WhenSet},
-    Field{"LastTerminalBackspaceDel"_L1, &S::terminalBackspaceDel, StoredRule::WhenSet},
-    Field{"LastTerminalFixedSize"_L1, &S::terminalFixedSize, StoredRule::WhenSet},
 };
 
 constexpr std::array colorAndListFields{

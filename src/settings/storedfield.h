@@ -14,7 +14,6 @@ enum class StoredRule : quint8 {
     Encoding, // a text encoding: read as the registry's name of it
     NotEmpty, // a text: an empty value counts as missing
     ReadOnly, // read, never written
-    WhenSet,  // written while it is not empty, 0 or false; a file without it is as before
 };
 
 // One row of a table that ties a persisted key to a field of `Record`. The tables stand in the
@@ -71,14 +70,7 @@ void write(
 {
     if (field.rule == StoredRule::ReadOnly)
         return;
-    const auto put = [&](auto member) {
-        using Value = std::remove_cvref_t<decltype(record.*member)>;
-        if (field.rule == StoredRule::WhenSet && record.*member == Value())
-            store.remove(key);
-        else
-            store.setValue(key, encode(record.*member));
-    };
-    std::visit(put, field.member);
+    std::visit([&](auto member) { store.setValue(key, encode(record.*member)); }, field.member);
 }
 
 } // namespace StoredValue

@@ -77,15 +77,14 @@ public:
                  &FormatSetting::terminalEnterMode, &FormatSetting::logRotateSize,
                  &FormatSetting::displayBufferSize})
             f.*field = number();
-        for (auto field : {&FormatSetting::rxAutoFeedLine, &FormatSetting::displaySendMsg,
-                 &FormatSetting::localEcho, &FormatSetting::displayMsgTime,
-                 &FormatSetting::autoSend, &FormatSetting::supportComment,
-                 &FormatSetting::formatSend, &FormatSetting::txAutoFeedLine,
-                 &FormatSetting::logSaveFlag, &FormatSetting::logTimestampEnabled,
-                 &FormatSetting::logRotateAtSize, &FormatSetting::logRotateAtTime,
-                 &FormatSetting::needHourTimeStamp, &FormatSetting::formatDisplayColor,
-                 &FormatSetting::showControlLineLeds, &FormatSetting::terminalView,
-                 &FormatSetting::terminalBackspaceDel, &FormatSetting::terminalFixedSize})
+        for (auto field :
+            {&FormatSetting::rxAutoFeedLine, &FormatSetting::displaySendMsg,
+                &FormatSetting::localEcho, &FormatSetting::displayMsgTime, &FormatSetting::autoSend,
+                &FormatSetting::supportComment, &FormatSetting::formatSend,
+                &FormatSetting::txAutoFeedLine, &FormatSetting::logSaveFlag,
+                &FormatSetting::logTimestampEnabled, &FormatSetting::logRotateAtSize,
+                &FormatSetting::logRotateAtTime, &FormatSetting::needHourTimeStamp,
+                &FormatSetting::formatDisplayColor, &FormatSetting::showControlLineLeds})
             f.*field = flag();
         for (auto field : {&FormatSetting::rxTimeFormat, &FormatSetting::txTimeFormat,
                  &FormatSetting::logFilePath, &FormatSetting::logTimestampFormat})

@@ -27,30 +27,6 @@ FormatRow::FormatRow(const QString& textToolTip, const QString& hexToolTip, QWid
 
 FormatRow::~FormatRow() = default;
 
-void FormatRow::addTerminal(const QString& toolTip)
-{
-    m_terminal = new QRadioButton(tr("Terminal"), this);
-    m_terminal->setToolTip(toolTip);
-    m_terminal->setAccessibleDescription(toolTip);
-    auto* row = static_cast<QHBoxLayout*>(layout());
-    row->insertWidget(row->indexOf(m_hex) + 1, m_terminal);
-    setTabOrder(m_hex, m_terminal);
-    connect(m_terminal, &QRadioButton::clicked, this, &FormatRow::edited);
-}
-
-bool FormatRow::isTerminal() const
-{
-    return m_terminal != nullptr && m_terminal->isChecked();
-}
-
-void FormatRow::setTerminal(bool on)
-{
-    if (!on || m_terminal == nullptr)
-        return;
-    m_terminal->setChecked(true);
-    setFocusProxy(m_terminal);
-}
-
 bool FormatRow::isHex() const
 {
     return m_hex->isChecked();

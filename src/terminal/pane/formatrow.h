@@ -4,8 +4,7 @@
 
 class QRadioButton;
 
-// The choice between text and hexadecimal, as it stands in the receive and in the send group, and
-// the screen of a terminal in the receive group.
+// The choice between text and hexadecimal, as it stands in the receive and in the send group.
 class FormatRow final : public QWidget
 {
     Q_OBJECT
@@ -16,21 +15,16 @@ public:
     ~FormatRow() override;
 
     [[nodiscard]] bool isHex() const;
-    // Offers the third choice.
-    void addTerminal(const QString& toolTip);
-    [[nodiscard]] bool isTerminal() const;
-    void setTerminal(bool on);
     // MessageFormat; a code that is neither is text.
     void setFormat(int code);
     // The code to store; a stored code that means what is shown stays.
     [[nodiscard]] int format(int stored) const;
 
 Q_SIGNALS:
-    // Another one was chosen by a person.
+    // The other one was chosen by a person.
     void edited();
 
 private:
     QRadioButton* m_text;
     QRadioButton* m_hex;
-    QRadioButton* m_terminal = nullptr;
 };

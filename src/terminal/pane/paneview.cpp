@@ -13,7 +13,6 @@
 #include "terminal/pane/settingscolumn.h"
 #include "terminal/view/findbar.h"
 #include "terminal/view/receiveview.h"
-#include "terminal/view/terminalview.h"
 #include "transfer/ui/filetransferbar.h"
 
 #include <QSplitter>
@@ -39,8 +38,6 @@ PaneView::PaneView(QWidget* parent)
     , m_transfer(new FileTransferBar)
     , m_view(new ReceiveView)
     , m_find(new FindBar(*m_view))
-    , m_terminal(new TerminalView)
-    , m_terminalFind(new FindBar(*m_terminal))
     , m_peers(new PeerPanel)
     , m_editor(new SendEditor)
     , m_status(new PaneStatusLine(this))
@@ -84,10 +81,7 @@ QWidget* PaneView::buildTerminal()
     layout->addWidget(m_notice);
     layout->addWidget(m_transfer);
     layout->addWidget(m_view, 1);
-    layout->addWidget(m_terminal, 1);
-    m_terminal->hide();
     layout->addWidget(m_find);
-    layout->addWidget(m_terminalFind);
     layout->addWidget(m_peers);
 
     auto* terminal = new QSplitter(Qt::Vertical);
@@ -98,22 +92,6 @@ QWidget* PaneView::buildTerminal()
     terminal->setStretchFactor(0, viewShare);
     terminal->setStretchFactor(1, 1);
     return terminal;
-}
-
-void PaneView::showTerminal(bool on)
-{
-    if (m_terminalShown == on)
-        return;
-    if (findBar().isOpen())
-        findBar().dismiss();
-    m_terminalShown = on;
-    QWidget* shown = on ? static_cast<QWidget*>(m_terminal) : m_view;
-    QWidget* hidden = on ? static_cast<QWidget*>(m_view) : m_terminal;
-    const QWidget* focus = hidden->focusWidget();
-    shown->show();
-    if (focus != nullptr && focus->hasFocus())
-        shown->setFocus(Qt::OtherFocusReason);
-    hidden->hide();
 }
 
 void PaneView::setQuickSettingsVisible(bool visible)

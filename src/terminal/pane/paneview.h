@@ -17,7 +17,6 @@ class ReceiveView;
 class SendEditor;
 class SendPanel;
 class SettingsColumn;
-class TerminalView;
 struct QuickSettingsGroups;
 
 // What a pane looks like: the quick settings column on the left, the receive view above the send
@@ -38,10 +37,7 @@ public:
     [[nodiscard]] ControlLineRow& controlLineRow() const { return *m_lines; }
     [[nodiscard]] QuickSettingsLayout& quickSettings() const { return *m_quickSettings; }
     [[nodiscard]] ReceiveView& receiveView() const { return *m_view; }
-    [[nodiscard]] TerminalView& terminalView() const { return *m_terminal; }
-    // Of the view that is shown.
-    [[nodiscard]] FindBar& findBar() const { return m_terminalShown ? *m_terminalFind : *m_find; }
-    void showTerminal(bool on);
+    [[nodiscard]] FindBar& findBar() const { return *m_find; }
     [[nodiscard]] PeerPanel& peerPanel() const { return *m_peers; }
     [[nodiscard]] FileTransferBar& transferBar() const { return *m_transfer; }
     [[nodiscard]] NoticeBar& noticeBar() const { return *m_notice; }
@@ -76,9 +72,6 @@ private:
     FileTransferBar* m_transfer;
     ReceiveView* m_view;
     FindBar* m_find;
-    TerminalView* m_terminal;
-    FindBar* m_terminalFind;
-    bool m_terminalShown = false;
     PeerPanel* m_peers;
     SendEditor* m_editor;
     PaneStatusLine* m_status;

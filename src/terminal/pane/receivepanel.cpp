@@ -21,7 +21,6 @@ ReceivePanel::ReceivePanel(QWidget* parent)
     , m_displayTime(new QCheckBox(tr("Display Time"), this))
 {
     m_format->setObjectName("receiveFormat"_L1);
-    m_format->addTerminal(tr("Show the screen of a terminal, as the shell of a device expects it"));
     m_encoding->setObjectName("receiveEncoding"_L1);
     m_autoFeed->setObjectName("rxAutoFeedLine"_L1);
     m_interval->setObjectName("autoFeedInterval"_L1);
@@ -77,7 +76,6 @@ void ReceivePanel::load(const FormatSetting& format)
 {
     const QScopedValueRollback loading(m_loading, true);
     m_format->setFormat(format.receiveMsgFormat);
-    m_format->setTerminal(format.terminalView);
     PanelChoices::chooseEncoding(*m_encoding, format.receiveEncoding);
     m_autoFeed->setChecked(format.rxAutoFeedLine);
     m_interval->setValue(format.autoFeedInterval);
@@ -89,7 +87,6 @@ void ReceivePanel::store(FormatSetting& format) const
 {
     m_interval->interpretText();
     format.receiveMsgFormat = m_format->format(format.receiveMsgFormat);
-    format.terminalView = m_format->isTerminal();
     format.receiveEncoding = PanelChoices::editedEncoding(*m_encoding, format.receiveEncoding);
     format.rxAutoFeedLine = m_autoFeed->isChecked();
     format.autoFeedInterval = PanelChoices::edited(*m_interval, format.autoFeedInterval);

@@ -15,10 +15,8 @@
 #include "terminal/pane/sendpanel.h"
 #include "terminal/port/portlines.h"
 #include "terminal/port/portlog.h"
-#include "terminal/text/wiretextcodecregistry.h"
 #include "terminal/view/displayfonts.h"
 #include "terminal/view/findbar.h"
-#include "terminal/view/terminalview.h"
 #include "transfer/ui/filetransferbar.h"
 
 #include <QDropEvent>
@@ -29,7 +27,6 @@
 #include <QScopedValueRollback>
 #include <QUrl>
 #include <QVBoxLayout>
-#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -70,7 +67,6 @@ SerialPortWidget::SerialPortWidget(SerialPortCatalog& catalog, QWidget* parent)
     wireSending();
     wireTransfer();
     wireReceiveView();
-    wireTerminal();
     wirePanels();
     updateDisplay();
     showState();
@@ -175,75 +171,6 @@ void SerialPortWidget::wireReceiveView()
     });
 }
 
-void SerialPortWidget::wireTerminal()
-{
-    TerminalView* view = &m_view->terminalView();
-    connect(&m_port, &LivePort::rxTapped, this, &SerialPortWidget::feedTerminal);
-    connect(view, &TerminalView::answered, this, &SerialPortWidget::answerDevice);
-    const auto echo = [this, view](const QByteArray& text) {
-        if (formatSetting().localEcho)
-            view->feed(text);
-    };
-    connect(view, &TerminalView::textTyped, this, [this, echo](const QString& text) {
-        const bool sent = isOpen() && m_port.sending().sendTyped(text);
-        onTyped(sent);
-        if (sent)
-            echo(QString(text).replace(u'\n', "\r\n"_L1).toUtf8());
-    });
-    connect(view, &TerminalView::enterTyped, this, [this, echo] {
-        const bool sent = isOpen() && m_port.sending().sendEnter();
-        onTyped(sent);
-        if (sent)
-            echo("\r\n");
-    });
-    connect(view, &TerminalView::controlTyped, this, [this](const QByteArray& bytes) {
-        onTyped(isOpen() && m_port.sending().sendControl(bytes));
-    });
-    connect(view, &TerminalView::findRequested, this, &SerialPortWidget::openFind);
-    connect(view, &TerminalView::clearRequested, this, &SerialPortWidget::clear);
-    connect(view, &TerminalView::displayFontZoomed, this, [this](const QFont& font) {
-        changeFormat([&font](FormatSetting& format) { format.displayFont = displayFontOf(font); });
-    });
-    connect(view, &TerminalView::backspaceDelChosen, this, [this](bool on) {
-        changeFormat([on](FormatSetting& format) { format.terminalBackspaceDel = on; });
-    });
-    connect(view, &TerminalView::fixedSizeChosen, this, [this](bool on) {
-        changeFormat([on](FormatSetting& format) { format.terminalFixedSize = on; });
-    });
-}
-
-// A stream that is paused waits, as it does for the text; datagrams do not.
-void SerialPortWidget::feedTerminal(const QByteArray& bytes)
-{
-    if (!formatSetting().terminalView)
-        return;
-    if (runState() == RunState::Paused && !connectionModeIsUdp(m_port.active().connMode))
-        m_terminalHeld += bytes;
-    else
-        showOnTerminal(bytes);
-}
-
-void SerialPortWidget::showOnTerminal(const QByteArray& bytes)
-{
-    TerminalView& view = m_view->terminalView();
-    view.feed(m_terminalDecoder ? m_terminalDecoder->decode(bytes).text.toUtf8() : bytes);
-}
-
-// With more than one far end nobody knows whose question it was: then none is answered.
-void SerialPortWidget::answerDevice(const QByteArray& bytes)
-{
-    const connectionMode mode = m_port.active().connMode;
-    if (isOpen() && mode != connectionMode::TcpServer && !connectionModeIsUdp(mode))
-        m_port.sendBytes(bytes);
-}
-
-void SerialPortWidget::clear()
-{
-    m_port.clear();
-    m_terminalHeld.clear();
-    m_view->terminalView().clear();
-}
-
 void SerialPortWidget::wirePanels()
 {
     ConnectionPanel& connection = m_view->connectionPanel();
@@ -339,17 +266,6 @@ void SerialPortWidget::applyFormat()
     m_view->receiveView().setWrapAtBlanks(
         format.receiveMsgFormat == int(MessageFormat::Hexadecimal));
     m_view->sendEditor().setDisplayFont(font);
-    TerminalView& terminal = m_view->terminalView();
-    terminal.setDisplayFont(font);
-    terminal.setBackspaceDel(format.terminalBackspaceDel);
-    terminal.setFixedSize24x80(format.terminalFixedSize);
-    if (!format.terminalView)
-        m_terminalHeld.clear();
-    const QString encoding = WireTextCodecRegistry::normalizeName(format.receiveEncoding);
-    if (std::exchange(m_terminalEncoding, encoding) != encoding)
-        m_terminalDecoder =
-            encoding == u"UTF-8"_s ? nullptr : WireTextCodecRegistry::createDecoder(encoding);
-    m_view->showTerminal(format.terminalView);
     m_view->controlLineRow().setVisible(format.showControlLineLeds);
     m_repeat.setInterval(format.sendInterval, format.sendTimeUnit);
     m_repeat.setEnabled(format.autoSend);
@@ -482,8 +398,6 @@ void SerialPortWidget::showState()
 {
     m_view->connectionPanel().setConnectionActive(isActive());
     m_view->statusLine().setState(connectionSummary(), stateText(), isOpen());
-    if (runState() != RunState::Paused && !m_terminalHeld.isEmpty())
-        showOnTerminal(std::exchange(m_terminalHeld, {}));
     Q_EMIT stateChanged();
 }
 

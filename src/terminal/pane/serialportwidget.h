@@ -6,7 +6,6 @@
 #include "terminal/pane/panedisplay.h"
 #include "terminal/port/liveport.h"
 #include "terminal/port/repeatsender.h"
-#include "terminal/text/wiretextdecoder.h"
 #include "transfer/porttransfer.h"
 
 #include <QWidget>
@@ -48,7 +47,7 @@ public:
     void setAutoReconnect(bool on) { m_port.setAutoReconnect(on); }
     [[nodiscard]] QString lastError() const { return m_port.lastError(); }
 
-    void clear();
+    void clear() { m_port.clear(); }
     // Empties the editor and the history.
     void clearSendList();
     // Puts bytes into the send editor, see SendInsertion.
@@ -128,10 +127,6 @@ private:
     void wireSending();
     void wireTransfer();
     void wireReceiveView();
-    void wireTerminal();
-    void feedTerminal(const QByteArray& bytes);
-    void showOnTerminal(const QByteArray& bytes);
-    void answerDevice(const QByteArray& bytes);
     void wirePanels();
     void onNotice(const Notice& notice);
     void onSendClicked();
@@ -148,10 +143,7 @@ private:
     PaneDisplay m_display;
     RepeatSender m_repeat;
     PortTransfer m_transfer;
-    std::unique_ptr<WireTextDecoder> m_terminalDecoder; // null for UTF-8
-    QString m_terminalEncoding = QStringLiteral("UTF-8");
-    QByteArray m_terminalHeld; // of a paused terminal; the pipeline stops the reading
-    Settings m_shownSettings;  // as the panels have them
+    Settings m_shownSettings; // as the panels have them
     FormatSetting m_shownFormat;
     bool m_showing = false; // records are being shown: what the panels report is no edit
 };

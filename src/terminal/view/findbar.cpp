@@ -1,7 +1,6 @@
 #include "terminal/view/findbar.h"
 
 #include "terminal/view/receiveview.h"
-#include "terminal/view/terminalview.h"
 #include "terminal/view/textcontrast.h"
 
 #include <QHBoxLayout>
@@ -20,7 +19,6 @@ namespace {
 constexpr int margin = 4;
 constexpr int textColumns = 24;
 constexpr int resultIntervalMs = 50;
-constexpr int againIntervalMs = 250;
 constexpr double failureTint = 0.3;
 // Marks drawn at once: every second character of a large screen of small letters.
 constexpr int maximumMarks = 20'000;
@@ -42,27 +40,6 @@ QToolButton* makeButton(
 } // namespace
 
 FindBar::FindBar(ReceiveView& view, QWidget* parent)
-    : FindBar(static_cast<SearchedView&>(view), parent)
-{
-    connect(&view, &ReceiveView::textAppended, &find_, &TextFind::sourceChanged);
-    connect(&view, &ReceiveView::frontRemoved, &find_, &TextFind::sourceChanged);
-    connect(&view, &ReceiveView::visibleRangeChanged, this, &FindBar::scheduleMarks);
-}
-
-FindBar::FindBar(TerminalView& view, QWidget* parent)
-    : FindBar(static_cast<SearchedView&>(view), parent)
-{
-    againTimer_.setSingleShot(true);
-    againTimer_.setInterval(againIntervalMs);
-    connect(&againTimer_, &QTimer::timeout, this, &FindBar::searchAgain);
-    connect(&view, &TerminalView::contentChanged, this, [this] {
-        if (isOpen() && !text_->text().isEmpty() && !againTimer_.isActive())
-            againTimer_.start();
-    });
-    connect(&view, &TerminalView::visibleRangeChanged, this, &FindBar::scheduleMarks);
-}
-
-FindBar::FindBar(SearchedView& view, QWidget* parent)
     : QWidget(parent)
     , view_(view)
     , find_(view)
@@ -74,6 +51,9 @@ FindBar::FindBar(SearchedView& view, QWidget* parent)
     resultTimer_.setSingleShot(true);
     resultTimer_.setInterval(resultIntervalMs);
     connect(&resultTimer_, &QTimer::timeout, this, &FindBar::showResult);
+    connect(&view, &ReceiveView::textAppended, &find_, &TextFind::sourceChanged);
+    connect(&view, &ReceiveView::frontRemoved, &find_, &TextFind::sourceChanged);
+    connect(&view, &ReceiveView::visibleRangeChanged, this, &FindBar::scheduleMarks);
     connect(&find_, &TextFind::changed, this, [this] {
         if (!resultTimer_.isActive())
             resultTimer_.start();
@@ -144,29 +124,17 @@ void FindBar::dismiss()
     find_.setPattern({}, 0);
     view_.setHighlights({});
     if (hadFocus)
-        view_.widget().setFocus(Qt::OtherFocusReason);
+        view_.setFocus(Qt::OtherFocusReason);
     Q_EMIT closed();
-}
-
-void FindBar::searchAgain()
-{
-    if (!isOpen())
-        return;
-    const int current = find_.currentIndex();
-    const qint64 from = current >= 0 ? find_.matchAt(current).position : view_.visibleRange().first;
-    again_ = true;
-    find_.setPattern(find_.pattern(), from);
 }
 
 void FindBar::findNext()
 {
-    again_ = false;
     find_.next();
 }
 
 void FindBar::findPrevious()
 {
-    again_ = false;
     find_.previous();
 }
 
@@ -174,7 +142,6 @@ void FindBar::restartSearch()
 {
     if (!isOpen())
         return;
-    again_ = false;
     // Typing on keeps the match that is being looked at, as long as it matches.
     const int current = find_.currentIndex();
     const qint64 from = current >= 0 ? find_.matchAt(current).position : view_.visibleRange().first;
@@ -185,8 +152,7 @@ void FindBar::restartSearch()
 void FindBar::showCurrent()
 {
     const TextMatch match = find_.matchAt(find_.currentIndex());
-    if (!again_)
-        view_.showPosition(match.position, match.length);
+    view_.showPosition(match.position, match.length);
     showResult();
 }
 
@@ -245,7 +211,7 @@ void FindBar::markVisibleMatches()
 {
     if (!isOpen())
         return;
-    QList<SearchedView::Highlight> marks;
+    QList<ReceiveView::Highlight> marks;
     const int current = find_.currentIndex();
     int index = 0;
     for (const auto& [from, to] : view_.visibleSpans()) {

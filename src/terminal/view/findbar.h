@@ -9,8 +9,6 @@ class QLabel;
 class QLineEdit;
 class QToolButton;
 class ReceiveView;
-class SearchedView;
-class TerminalView;
 
 // The find bar above a receive view: pattern, "3 of 17", next and previous, case and regular
 // expression. Owns the search (TextFind) while it is open, marks the matches that can be seen and
@@ -24,8 +22,6 @@ class FindBar final : public QWidget
 public:
     // The view must outlive the bar; make the bar a sibling or child of it.
     explicit FindBar(ReceiveView& view, QWidget* parent = nullptr);
-    // Of a terminal, where what has been searched may change, the search is made anew now and then.
-    explicit FindBar(TerminalView& view, QWidget* parent = nullptr);
     ~FindBar() override = default;
 
     // Shows the bar with the focus in it. A selection within one line becomes the search text.
@@ -44,9 +40,7 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    FindBar(SearchedView& view, QWidget* parent);
     void build();
-    void searchAgain();
     void restartSearch();
     void showResult();
     void showCurrent();
@@ -55,12 +49,10 @@ private:
     void markVisibleMatches();
     [[nodiscard]] QString resultText() const;
 
-    SearchedView& view_;
+    ReceiveView& view_;
     TextFind find_;
     QTimer markTimer_;   // marks once however many changes one turn of the event loop brings
     QTimer resultTimer_; // counts that change with every piece of text are shown now and then
-    QTimer againTimer_;  // runs while a terminal says more than was searched
-    bool again_ = false; // a search that nobody asked for moves nothing
     bool failed_ = false;
     QLineEdit* text_ = nullptr;
     QLabel* result_ = nullptr;

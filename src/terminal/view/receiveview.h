@@ -1,7 +1,6 @@
 #pragma once
 
 #include "terminal/format/hexspan.h"
-#include "terminal/view/searchedview.h"
 #include "terminal/view/textstore.h"
 
 #include <QColor>
@@ -30,12 +29,19 @@ class TextSaver;
 //
 // Keys: everything a device may want is typed, Tab too (receivekeyboard.h). Ctrl+Tab and
 // Ctrl+Shift+Tab leave the view, so the keyboard is never trapped.
-class ReceiveView final : public QWidget, public SearchedView
+class ReceiveView final : public QWidget, public TextSource
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(ReceiveView)
 
 public:
+    struct Highlight
+    {
+        qint64 position = 0;
+        qint64 length = 0;
+        bool current = false;
+    };
+
     static constexpr int smallestPointSize = 6;
     static constexpr int largestPointSize = 72;
 
@@ -69,9 +75,8 @@ public:
     void scrollToEnd();
 
     [[nodiscard]] bool hasSelection() const;
-    [[nodiscard]] QWidget& widget() override { return *this; }
-    [[nodiscard]] qint64 selectionLength() const override;
-    [[nodiscard]] QString selectedText() const override;
+    [[nodiscard]] qint64 selectionLength() const;
+    [[nodiscard]] QString selectedText() const;
     void selectAll();
     void clearSelection();
     void copy();
@@ -98,10 +103,14 @@ public:
     void setTypingEnabled(bool enabled);
     [[nodiscard]] bool isTypingEnabled() const;
 
-    [[nodiscard]] std::pair<qint64, qint64> visibleRange() const override;
-    [[nodiscard]] std::vector<std::pair<qint64, qint64>> visibleSpans() const override;
-    void setHighlights(const QList<Highlight>& highlights) override;
-    void showPosition(qint64 position, qint64 length) override;
+    // Positions of the first and after the last character that can be seen (whole lines).
+    [[nodiscard]] std::pair<qint64, qint64> visibleRange() const;
+    // The characters that can be seen, row by row, ascending.
+    [[nodiscard]] std::vector<std::pair<qint64, qint64>> visibleSpans() const;
+    // Marks text until the next call; meant for visible text only.
+    void setHighlights(const QList<Highlight>& highlights);
+    // Scrolls only when the text is not in sight, then to the middle.
+    void showPosition(qint64 position, qint64 length);
 
     // Writes the text held now to a file as UTF-8, in slices (textsaver.h). False when a save is
     // still running; otherwise saveFinished() tells the outcome.

@@ -12,7 +12,6 @@
 #include "terminal/pane/sendeditor.h"
 #include "terminal/pane/settingscolumn.h"
 #include "terminal/view/receiveview.h"
-#include "terminal/view/terminalview.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -98,8 +97,6 @@ private Q_SLOTS:
     void typedHostSurvives();
     void columnWithoutGroups();
     void openingLeadsToTheMessage();
-    void terminalTalksToAShell();
-    void terminalWaitsWhilePaused();
 };
 
 void TestSerialPortWidget::talksToADevice()
@@ -475,66 +472,6 @@ void TestSerialPortWidget::newSettingsReachAnOpenLine()
     bench.pane.setSettings(settings);
     QCOMPARE(modem.lineSettings(NullModem::End::A), QByteArray("115200 8E1"));
     QVERIFY(bench.pane.isOpen());
-}
-
-void TestSerialPortWidget::terminalTalksToAShell()
-{
-    QTcpServer shell;
-    QVERIFY(shell.listen(QHostAddress::LocalHost));
-    Bench bench;
-    auto* terminal = bench.pane.findChild<TerminalView*>();
-    QVERIFY(!terminal->isVisible());
-    QVERIFY(bench.openTcp(shell.serverPort()));
-    QTRY_VERIFY(shell.hasPendingConnections());
-    QTcpSocket& device = *shell.nextPendingConnection();
-    const auto screenText = [terminal] { return terminal->textAt(0, 1000); };
-
-    device.write("text\x1B[6n\r\n");
-    QTRY_VERIFY(bench.shows(u"text"_s));
-    bench.setFormat([](FormatSetting& format) { format.terminalView = true; });
-    QVERIFY(terminal->isVisible() && !bench.view.isVisible());
-    device.write("ab\bc\x1B[6n");
-    QTRY_VERIFY(screenText().startsWith("ac\n"_L1));
-    // Only what was asked in this view is answered.
-    QTRY_COMPARE(device.bytesAvailable(), 6);
-    QCOMPARE(device.readAll(), QByteArray("\x1B[1;3R"));
-    terminal->setFocus();
-    QTest::keyClicks(terminal, u"ls"_s);
-    QTest::keyClick(terminal, Qt::Key_Return);
-    QTest::keyClick(terminal, Qt::Key_Up);
-    QTRY_COMPARE(device.bytesAvailable(), 6);
-    QCOMPARE(device.readAll(), QByteArray("ls\r\x1B[A"));
-    QTRY_VERIFY(bench.shows(u"c"_s)); // the text goes on behind it
-    bench.setFormat([](FormatSetting& format) { format.receiveEncoding = u"GBK"_s; });
-    device.write("\r\n\xD6\xD0");
-    QTRY_VERIFY(screenText().contains(u"\n\u4E2D\n"_s));
-    bench.setFormat([](FormatSetting& format) { format.terminalView = false; });
-    QVERIFY(!terminal->isVisible() && bench.view.isVisible());
-    device.write("\x1B[6nlast");
-    QTRY_VERIFY(bench.shows(u"last"_s));
-    QCOMPARE(device.bytesAvailable(), 0);
-}
-
-void TestSerialPortWidget::terminalWaitsWhilePaused()
-{
-    QTcpServer shell;
-    QVERIFY(shell.listen(QHostAddress::LocalHost));
-    Bench bench;
-    bench.setFormat([](FormatSetting& format) { format.terminalView = true; });
-    QVERIFY(bench.openTcp(shell.serverPort()));
-    QTRY_VERIFY(shell.hasPendingConnections());
-    QTcpSocket& device = *shell.nextPendingConnection();
-    const auto* terminal = bench.pane.findChild<TerminalView*>();
-    device.write("before");
-    QTRY_VERIFY(terminal->textAt(0, 100).startsWith("before\n"_L1));
-    bench.pane.pause();
-    device.write(" and after");
-    QTRY_COMPARE(bench.pane.waitingBytes(), 10);
-    QVERIFY(terminal->textAt(0, 100).startsWith("before\n"_L1));
-    QVERIFY(bench.pane.start({}, true));
-    QVERIFY(terminal->textAt(0, 100).startsWith("before and after\n"_L1));
-    bench.pane.clear();
-    QCOMPARE(terminal->textAt(terminal->firstPosition(), 100).trimmed(), QString());
 }
 
 QTEST_MAIN(TestSerialPortWidget)
