@@ -65,7 +65,7 @@ void backlog(benchmark::State& state)
         BridgeFlow flow;
         flow.setSink(&sink);
         flow.setFlowControlPolicy(
-            {.capacityBytes = FlowControlPolicy::MaxCapacityBytes, .floodGuardEnabled = false});
+            {.capacityBytes = FlowControlPolicy::kMaxCapacityBytes, .floodGuardEnabled = false});
         for (qint64 queued = 0; queued < state.range(0); queued += read.size())
             flow.ingest(read, 0, {});
         sink.writable = true;

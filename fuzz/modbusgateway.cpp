@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             require((nextMs >= 0) == (pending > 0));
             require(nextMs < 0 || stepMs <= nextMs || gateway.pendingTransactions() < pending);
         }
-        require(gateway.bufferedBytes() < ModbusGateway::MaxMbapFrameBytes);
+        require(gateway.bufferedBytes() < ModbusGateway::kMaxMbapFrameBytes);
         require(gateway.pendingTransactions() <= maxPending);
     }
     return 0;

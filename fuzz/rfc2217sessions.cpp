@@ -8,7 +8,7 @@ namespace {
 
 // Each round brings an answer: the options that are accepted may change, the others are refused
 // once.
-constexpr int maxRounds = 2 * 2 * (3 * Rfc2217Codec::maxOptionChanges + 253);
+constexpr int kMaxRounds = 2 * 2 * (3 * Rfc2217Codec::kMaxOptionChanges + 253);
 
 Settings settingsFrom(FuzzInput& input)
 {
@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             port = Rfc2217ServerSession::changed(port, atServer.settingsChanges);
             toServer = client.receive(toClient).reply;
             toClient = atServer.reply;
-            if (round > maxRounds || port != port.sanitized() || atServer.purge > 3)
+            if (round > kMaxRounds || port != port.sanitized() || atServer.purge > 3)
                 std::abort();
         }
     }

@@ -12,7 +12,7 @@
 // no deadline in the past.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    constexpr qint64 forever = std::numeric_limits<qint64>::max();
+    constexpr qint64 kForever = std::numeric_limits<qint64>::max();
     FuzzInput input(data, size);
     const int setup = input.byte();
     MemorySource source(QByteArray(input.byte() * 16, 'f'));
@@ -35,9 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             step = codec.receive(
                 XmodemFrame::frameBlock(quint8(input.byte()), block, call % 4 > 1), now);
         } else if (call < 216) {
-            now = call == 192 ? forever : now > forever / 2 ? now : now + input.byte() * 100;
+            now = call == 192 ? kForever : now > kForever / 2 ? now : now + input.byte() * 100;
             step = codec.tick(now);
-            if (codec.remainingMs(now) == 0 && now < forever)
+            if (codec.remainingMs(now) == 0 && now < kForever)
                 std::abort();
         } else if (call < 254) {
             owed = false;

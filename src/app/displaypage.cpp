@@ -16,10 +16,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int bytesPerMb = 1 << 20;
+constexpr int kBytesPerMb = 1 << 20;
 // Points: from what is just legible to a wall display. A record may hold any size.
-constexpr int minFontSize = 4;
-constexpr int maxFontSize = 144;
+constexpr int kMinFontSize = 4;
+constexpr int kMaxFontSize = 144;
 
 void showFamily(QFontComboBox& box, const QFont& font)
 {
@@ -74,13 +74,13 @@ void DisplayPage::describeFields()
     m_family->setFontFilters(QFontComboBox::MonospacedFonts);
     m_family->setEditable(false);
     m_size->setObjectName("displayFontSize"_L1);
-    m_size->setRange(minFontSize, maxFontSize);
+    m_size->setRange(kMinFontSize, kMaxFontSize);
     m_size->setSuffix(tr(" pt"));
     m_bold->setObjectName("displayFontBold"_L1);
     m_colored->setObjectName("formatDisplayColor"_L1);
     m_bufferMb->setObjectName("displayBufferSize"_L1);
-    m_bufferMb->setRange(FormatSetting::minDisplayBufferSize / bytesPerMb,
-        FormatSetting::maxDisplayBufferSize / bytesPerMb);
+    m_bufferMb->setRange(FormatSetting::kMinDisplayBufferSize / kBytesPerMb,
+        FormatSetting::kMaxDisplayBufferSize / kBytesPerMb);
     m_bufferMb->setSuffix(tr(" MB"));
     m_bufferMb->setToolTip(tr("How much text the view keeps; older text leaves at the top"));
     m_lamps->setObjectName("showControlLineLeds"_L1);

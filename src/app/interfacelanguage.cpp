@@ -12,11 +12,11 @@ namespace InterfaceLanguage {
 
 namespace {
 
-constexpr auto languageKey = "ValueL"_L1;
+constexpr auto kLanguageKey = "ValueL"_L1;
 
 bool storeWantsChinese(const QSettings& store)
 {
-    const int choice = store.value(languageKey, static_cast<int>(Choice::System)).toInt();
+    const int choice = store.value(kLanguageKey, static_cast<int>(Choice::System)).toInt();
     return wantsChinese(choice, QLocale::system().name());
 }
 
@@ -44,13 +44,13 @@ void loadLibraryTexts(QTranslator& translator, const QSettings& store)
 
 Choice stored(const QSettings& store)
 {
-    const int choice = store.value(languageKey, static_cast<int>(Choice::System)).toInt();
+    const int choice = store.value(kLanguageKey, static_cast<int>(Choice::System)).toInt();
     return choice == 0 || choice == 1 ? static_cast<Choice>(choice) : Choice::English;
 }
 
 void choose(QSettings& store, Choice choice)
 {
-    store.setValue(languageKey, static_cast<int>(choice));
+    store.setValue(kLanguageKey, static_cast<int>(choice));
 }
 
 } // namespace InterfaceLanguage

@@ -20,8 +20,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // Binary megabytes; the limit is stored as bytes in 32 bits.
-constexpr int minRotateMb = 1;
-constexpr int maxRotateMb = 2047;
+constexpr int kMinRotateMb = 1;
+constexpr int kMaxRotateMb = 2047;
 
 QHBoxLayout* makeRow(std::initializer_list<QWidget*> widgets)
 {
@@ -78,7 +78,7 @@ void LogPage::describeFields()
     m_rotateTime->setObjectName("logRotateTime"_L1);
     m_hourly->setObjectName("needHourTimeStamp"_L1);
     m_record->setToolTip(tr("Record all messages of this port in a log file"));
-    m_rotateMb->setRange(minRotateMb, maxRotateMb);
+    m_rotateMb->setRange(kMinRotateMb, kMaxRotateMb);
     m_rotateMb->setSuffix(tr(" MB"));
     m_rotateMb->setAccessibleName(tr("Largest size of a log file in megabytes"));
     m_rotateTime->setDisplayFormat(u"HH:mm:ss"_s);

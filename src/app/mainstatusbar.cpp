@@ -15,9 +15,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int side = 16;
-constexpr QColor openColor(0x2e, 0x9e, 0x4f);
-constexpr QColor pausedColor(0xd0, 0x82, 0x10);
+constexpr int kSide = 16;
+constexpr QColor kOpenColor(0x2e, 0x9e, 0x4f);
+constexpr QColor kPausedColor(0xd0, 0x82, 0x10);
 
 } // namespace
 
@@ -37,14 +37,14 @@ void StateLamp::setState(PortState state)
 
 QSize StateLamp::sizeHint() const
 {
-    return {side, side};
+    return {kSide, kSide};
 }
 
 void StateLamp::paintEvent(QPaintEvent* /*event*/)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF disc(3, 3, side - 6, side - 6);
+    const QRectF disc(3, 3, kSide - 6, kSide - 6);
     const QColor text = palette().color(QPalette::WindowText);
     switch (m_state) {
     case PortState::Closed:
@@ -57,12 +57,12 @@ void StateLamp::paintEvent(QPaintEvent* /*event*/)
         break;
     case PortState::Open:
         painter.setPen(Qt::NoPen);
-        painter.setBrush(openColor);
+        painter.setBrush(kOpenColor);
         painter.drawEllipse(disc);
         break;
     case PortState::Paused:
-        painter.fillRect(QRectF(4, 3, 3, 10), pausedColor);
-        painter.fillRect(QRectF(9, 3, 3, 10), pausedColor);
+        painter.fillRect(QRectF(4, 3, 3, 10), kPausedColor);
+        painter.fillRect(QRectF(9, 3, 3, 10), kPausedColor);
         break;
     }
 }
@@ -86,10 +86,10 @@ PortStatus PortStatus::of(const SerialPortWidget& pane)
 
 namespace {
 
-constexpr int spacing = 8;
-constexpr int savingWidth = 160;
-constexpr int linesShare = 4;   // the control lines get one part in so many
-constexpr int summaryShare = 3; // the port and its settings get at most one
+constexpr int kSpacing = 8;
+constexpr int kSavingWidth = 160;
+constexpr int kLinesShare = 4;   // the control lines get one part in so many
+constexpr int kSummaryShare = 3; // the port and its settings get at most one
 
 template<class Label>
 Label* makeLabel(const QString& name, const QString& accessibleName, QWidget* parent)
@@ -138,8 +138,8 @@ MainStatusBar::MainStatusBar(QWidget* parent)
 
     auto* left = new QWidget(this);
     auto* layout = new QHBoxLayout(left);
-    layout->setContentsMargins(spacing, 0, 0, 0);
-    layout->setSpacing(spacing);
+    layout->setContentsMargins(kSpacing, 0, 0, 0);
+    layout->setSpacing(kSpacing);
     for (QWidget* widget : {static_cast<QWidget*>(m_lamp), static_cast<QWidget*>(m_state),
              static_cast<QWidget*>(m_summary)})
         layout->addWidget(widget);
@@ -149,7 +149,7 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     m_saving->setObjectName("statusSaving"_L1);
     m_saving->setAccessibleName(tr("Progress of saving"));
     m_saving->setRange(0, 100);
-    m_saving->setMaximumWidth(savingWidth);
+    m_saving->setMaximumWidth(kSavingWidth);
     m_saving->hide();
     addPermanentWidget(m_saving);
     m_lines->setObjectName("statusLines"_L1);
@@ -157,7 +157,7 @@ MainStatusBar::MainStatusBar(QWidget* parent)
     m_log->hide();
     addPermanentWidget(m_log);
     for (QLabel* label : {m_received, m_sent}) {
-        label->setContentsMargins(spacing, 0, spacing, 0);
+        label->setContentsMargins(kSpacing, 0, kSpacing, 0);
         addPermanentWidget(label);
     }
 
@@ -201,7 +201,7 @@ void MainStatusBar::showError(const QString& text, const QString& reason)
     m_error->setText(text);
     m_error->setToolTip(reason);
     m_error->show();
-    m_errorTimer.start(errorMs);
+    m_errorTimer.start(kErrorMs);
 }
 
 void MainStatusBar::showNotice(const QString& text, int timeoutMs)
@@ -229,8 +229,8 @@ void MainStatusBar::showSaving(int percent)
 void MainStatusBar::resizeEvent(QResizeEvent* event)
 {
     QStatusBar::resizeEvent(event);
-    m_lines->setRoom(width() / linesShare);
-    m_summary->setMaximumWidth(width() / summaryShare);
+    m_lines->setRoom(width() / kLinesShare);
+    m_summary->setMaximumWidth(width() / kSummaryShare);
 }
 
 void MainStatusBar::clearError()

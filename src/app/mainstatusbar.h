@@ -56,7 +56,7 @@ struct PortStatus
 };
 
 // The main window's status bar ("statusBar"): state and line of the one pane, its message of the
-// moment, an error that stays for errorMs, control lines, data log, counters with rates. Fed ten
+// moment, an error that stays for kErrorMs, control lines, data log, counters with rates. Fed ten
 // times a second with values; touches a label only when its text changes.
 class MainStatusBar final : public QStatusBar
 {
@@ -64,14 +64,14 @@ class MainStatusBar final : public QStatusBar
     Q_DISABLE_COPY_MOVE(MainStatusBar)
 
 public:
-    static constexpr int errorMs = 15000;
+    static constexpr int kErrorMs = 15000;
 
     explicit MainStatusBar(QWidget* parent = nullptr);
     ~MainStatusBar() override = default;
 
     // `nowMs` is monotonic and only used for the rates.
     void showPort(const PortStatus& status, qint64 nowMs);
-    // Shows the error with its reason as tool tip until errorMs have passed.
+    // Shows the error with its reason as tool tip until kErrorMs have passed.
     void showError(const QString& text, const QString& reason);
     // Shows a text for a time in milliseconds; 0 keeps it until the next one.
     void showNotice(const QString& text, int timeoutMs);

@@ -106,7 +106,7 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
 void MainWindow::wake()
 {
     m_quietTicks = 0;
-    const qint64 rest = m_displayedMs + displayRefreshMs - m_clock.elapsed();
+    const qint64 rest = m_displayedMs + kDisplayRefreshMs - m_clock.elapsed();
     if (rest <= 0)
         displayTick();
     else if (!m_displayTimer.isActive() || m_displayTimer.remainingTime() > rest)
@@ -117,8 +117,8 @@ void MainWindow::displayTick()
 {
     m_displayedMs = m_clock.elapsed();
     onUpdateDisplay();
-    if (++m_quietTicks <= quietTicks)
-        m_displayTimer.start(quietRefreshMs);
+    if (++m_quietTicks <= kQuietTicks)
+        m_displayTimer.start(kQuietRefreshMs);
 }
 
 // Listing the ports asks every device of the machine, which is far too much for something that
@@ -128,18 +128,18 @@ void MainWindow::watchPorts()
     connect(&m_portTimer, &QTimer::timeout, this, &MainWindow::refreshPortList);
     const QString folder = m_catalog.watchedFolder();
     if (folder.isEmpty() || !m_portFolder.addPath(folder)) {
-        m_portTimer.start(displayRefreshMs);
+        m_portTimer.start(kDisplayRefreshMs);
         return;
     }
     // A device that has just come gets its name first and its permissions after that.
     m_settleTimer.setSingleShot(true);
-    m_settleTimer.setInterval(portSettleMs);
+    m_settleTimer.setInterval(kPortSettleMs);
     connect(&m_settleTimer, &QTimer::timeout, this, &MainWindow::refreshPortList);
     connect(&m_portFolder, &QFileSystemWatcher::directoryChanged, this, [this] {
         refreshPortList();
         m_settleTimer.start();
     });
-    m_portTimer.start(portListMs);
+    m_portTimer.start(kPortListMs);
 }
 
 MainWindow::~MainWindow()
@@ -170,8 +170,8 @@ void MainWindow::buildBars()
 void MainWindow::buildDocument()
 {
     const MainActions::RecentFiles places =
-        m_actions->addRecentFiles(RecentFilesModel::defaultCount);
-    m_recentFiles = new RecentFilesModel(RecentFilesModel::defaultCount, places.files, this);
+        m_actions->addRecentFiles(RecentFilesModel::kDefaultCount);
+    m_recentFiles = new RecentFilesModel(RecentFilesModel::kDefaultCount, places.files, this);
     m_recentFiles->setFrame(places.separator, places.forgetMenu);
     m_recentFiles->setFiles(m_state.recentFiles);
     m_recentFiles->updateActions(false);
@@ -327,7 +327,7 @@ void MainWindow::showArrangement()
 {
     m_statusBar->setVisible(m_panes->count() == 1);
     m_actions->setQuickSettingsShown(m_workspace->areQuickSettingsShown());
-    m_actions->setPaneCount(m_panes->count(), maxPanes);
+    m_actions->setPaneCount(m_panes->count(), kMaxPanes);
     refreshStatusBar();
 }
 
@@ -360,7 +360,7 @@ void MainWindow::removePort()
 {
     if (m_panes->count() < 2) {
         firstPane().showStatusMessage(
-            tr("Port Number = %1").arg(m_panes->count()), SessionDocument::messageMs);
+            tr("Port Number = %1").arg(m_panes->count()), SessionDocument::kMessageMs);
         return;
     }
     SerialPortWidget* last = m_panes->panes().constLast();
@@ -453,7 +453,7 @@ bool MainWindow::writeSettings(QString& reason)
 void MainWindow::onUpdateDisplay()
 {
     const SerialPortWidget& pane = firstPane();
-    m_actions->setPaneCount(m_panes->count(), maxPanes);
+    m_actions->setPaneCount(m_panes->count(), kMaxPanes);
     m_actions->setConnectionState(
         pane.runState() == RunState::Running, pane.runState() == RunState::Paused, pane.isActive());
     m_logActions->refresh();

@@ -44,16 +44,16 @@ class MainWindow final : public QMainWindow
     Q_DISABLE_COPY_MOVE(MainWindow)
 
 public:
-    static constexpr int maxPanes = SessionContents::maxPanes;
+    static constexpr int kMaxPanes = SessionContents::kMaxPanes;
     // The display is refreshed at once when something moves, and so often at the most; after that
     // a few times more, until the rates have fallen to nothing.
-    static constexpr int displayRefreshMs = 100;
-    static constexpr int quietRefreshMs = 500;
-    static constexpr int quietTicks = 3;
+    static constexpr int kDisplayRefreshMs = 100;
+    static constexpr int kQuietRefreshMs = 500;
+    static constexpr int kQuietTicks = 3;
     // How often the ports are listed when the folder of the devices says nothing, and how long
     // after a change there once more.
-    static constexpr int portListMs = 10'000;
-    static constexpr int portSettleMs = 500;
+    static constexpr int kPortListMs = 10'000;
+    static constexpr int kPortSettleMs = 500;
     static constexpr int kLeaveMs = 5000;
 
     // What the window opens by itself. Nothing is for a window that is about to load a session: a
@@ -74,7 +74,7 @@ public:
     void refreshTransferActions();
 
     // Makes the next pane, for slot `index`; updateGrid() places it. There must be fewer than
-    // maxPanes.
+    // kMaxPanes.
     [[nodiscard]] SerialPortWidget* createPortWidget(int index);
     void rebuildPortLayout();
     void updateGrid();
@@ -85,7 +85,7 @@ public:
     // The pane that had it last.
     [[nodiscard]] SerialPortWidget* currentPortWidget() const;
 
-    // Adds a pane with these records and puts all panes side by side. Null when there are maxPanes
+    // Adds a pane with these records and puts all panes side by side. Null when there are kMaxPanes
     // already.
     SerialPortWidget* addPort(const Settings& settings, const FormatSetting& format);
 

@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int rowPadding = 8;
+constexpr int kRowPadding = 8;
 
 } // namespace
 
@@ -29,7 +29,7 @@ PageStack::PageStack(QWidget* parent)
     m_list->setIconSize({icon, icon});
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_note->setObjectName("settingsProblem"_L1);
-    m_note->setContentsMargins(rowPadding, 0, 0, 0);
+    m_note->setContentsMargins(kRowPadding, 0, 0, 0);
 
     auto* right = new QVBoxLayout;
     right->setSpacing(8);
@@ -64,9 +64,9 @@ void PageStack::addPage(SettingsPage* page, const QString& title)
     const QFontMetrics metrics(m_list->font());
     // With room for the mark of a page that cannot be accepted, so that a mark moves nothing.
     const int icon = m_list->iconSize().width();
-    item->setSizeHint({metrics.horizontalAdvance(title) + icon + 3 * rowPadding,
-        std::max(metrics.height(), icon) + rowPadding});
-    m_list->setFixedWidth(m_list->sizeHintForColumn(0) + 2 * m_list->frameWidth() + rowPadding);
+    item->setSizeHint({metrics.horizontalAdvance(title) + icon + 3 * kRowPadding,
+        std::max(metrics.height(), icon) + kRowPadding});
+    m_list->setFixedWidth(m_list->sizeHintForColumn(0) + 2 * m_list->frameWidth() + kRowPadding);
     if (m_list->currentRow() < 0)
         m_list->setCurrentRow(0);
     refresh();

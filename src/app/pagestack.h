@@ -18,7 +18,7 @@ class PageStack final : public QWidget
 public:
     // What is wrong on a page is told between its rows: a dialog that is so many lines of text
     // higher than its pages need not scroll for it.
-    static constexpr int spareRows = 6;
+    static constexpr int kSpareRows = 6;
 
     explicit PageStack(QWidget* parent = nullptr);
     ~PageStack() override;

@@ -19,7 +19,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qint64 barUnit = 1024;
+constexpr qint64 kBarUnit = 1024;
 
 QString sizeText(qint64 bytes)
 {
@@ -205,7 +205,7 @@ void PaneCloser::showProgress()
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     m_left = new QLabel(dialog);
     m_bar = new QProgressBar(dialog);
-    m_bar->setRange(0, std::max(1, int(unloggedBytes() / barUnit)));
+    m_bar->setRange(0, std::max(1, int(unloggedBytes() / kBarUnit)));
     m_bar->setTextVisible(false);
     m_bar->setAccessibleName(tr("Writing the data log"));
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, dialog);
@@ -234,7 +234,7 @@ void PaneCloser::updateProgress()
         return;
     const qint64 bytes = unloggedBytes();
     m_left->setText(tr("%1 are left. Closing anyway leaves them out.").arg(sizeText(bytes)));
-    m_bar->setValue(std::max(0, m_bar->maximum() - int(bytes / barUnit)));
+    m_bar->setValue(std::max(0, m_bar->maximum() - int(bytes / kBarUnit)));
 }
 
 qint64 PaneCloser::unloggedBytes() const

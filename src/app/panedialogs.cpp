@@ -52,7 +52,7 @@ void PaneDialogs::askNewConnection()
     SerialPortWidget& current = m_panes.current();
     current.updateSettings();
     auto* dialog = new NewConnectionDialog(
-        m_catalog, current.settings(), m_panes.count() < PaneSet::maxPanes, m_parent);
+        m_catalog, current.settings(), m_panes.count() < PaneSet::kMaxPanes, m_parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(this, &PaneDialogs::portsChanged, dialog, &NewConnectionDialog::refreshPorts);
     connect(dialog, &QDialog::accepted, this, [this, dialog, pane = QPointer(&current)] {

@@ -14,13 +14,13 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int border = 2;
-constexpr int margin = 8;
+constexpr int kBorder = 2;
+constexpr int kMargin = 8;
 // The least size of a pane with neighbours, in characters and lines.
-constexpr int leastColumns = 40;
-constexpr int leastLines = 15;
+constexpr int kLeastColumns = 40;
+constexpr int kLeastLines = 15;
 // What the terminal gets at least before the settings give way.
-constexpr int leastTerminalColumns = 60;
+constexpr int kLeastTerminalColumns = 60;
 
 } // namespace
 
@@ -37,8 +37,8 @@ PaneFrame::PaneFrame(SerialPortWidget* pane, QWidget* parent)
     m_run->setObjectName("paneRunButton"_L1);
     m_run->setAutoRaise(true);
     auto* row = new QHBoxLayout(m_header);
-    row->setContentsMargins(margin, margin / 2, margin / 2, 0);
-    row->setSpacing(margin);
+    row->setContentsMargins(kMargin, kMargin / 2, kMargin / 2, 0);
+    row->setSpacing(kMargin);
     row->addWidget(m_caption, 1);
     row->addWidget(m_run);
     m_header->hide();
@@ -64,7 +64,7 @@ void PaneFrame::setShared(bool shared)
         return;
     m_shared = shared;
     m_header->setVisible(shared);
-    const int width = shared ? border : 0;
+    const int width = shared ? kBorder : 0;
     layout()->setContentsMargins(width, width, width, width);
     updateLimits();
     updateQuickSettings();
@@ -123,7 +123,7 @@ void PaneFrame::updateQuickSettings()
 {
     bool shown = m_settingsWanted;
     if (shown && m_shared && isVisible()) {
-        const int terminal = leastTerminalColumns * fontMetrics().averageCharWidth();
+        const int terminal = kLeastTerminalColumns * fontMetrics().averageCharWidth();
         shown = width() >= m_column->minimumSizeHint().width() + terminal;
     }
     if (shown != m_settingsShown)
@@ -136,8 +136,8 @@ void PaneFrame::updateQuickSettings()
 void PaneFrame::updateLimits()
 {
     const QFontMetrics metrics = fontMetrics();
-    setMinimumSize(m_shared ? QSize(leastColumns * metrics.averageCharWidth(),
-                       leastLines * metrics.lineSpacing())
+    setMinimumSize(m_shared ? QSize(kLeastColumns * metrics.averageCharWidth(),
+                       kLeastLines * metrics.lineSpacing())
                             : QSize(0, 0));
 }
 
@@ -146,7 +146,7 @@ void PaneFrame::paintEvent(QPaintEvent* /*event*/)
     if (!m_shared)
         return;
     QPainter painter(this);
-    const int lineWidth = m_current ? border : 1;
+    const int lineWidth = m_current ? kBorder : 1;
     QPen pen(palette().color(m_current ? QPalette::Highlight : QPalette::Mid), lineWidth);
     pen.setJoinStyle(Qt::MiterJoin);
     painter.setPen(pen);

@@ -110,7 +110,7 @@ void PaneSet::watchLinesOfFirst()
 
 SerialPortWidget* PaneSet::append()
 {
-    Q_ASSERT(count() < maxPanes);
+    Q_ASSERT(count() < kMaxPanes);
     adopt(m_frames + QList{makeFrame()});
     return m_panes.constLast();
 }
@@ -134,7 +134,7 @@ void PaneSet::renew(int count)
         frame->pane()->stop();
     }
     QList<PaneFrame*> frames;
-    for (int i = 0; i < std::clamp(count, 1, maxPanes); ++i)
+    for (int i = 0; i < std::clamp(count, 1, kMaxPanes); ++i)
         frames.append(makeFrame());
     m_current.clear();
     adopt(std::move(frames));

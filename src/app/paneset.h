@@ -12,7 +12,7 @@ class PortLines;
 class SerialPortCatalog;
 class SerialPortWidget;
 
-// The panes of the window, one to maxPanes, in slot order: makes and removes them, and knows which
+// The panes of the window, one to kMaxPanes, in slot order: makes and removes them, and knows which
 // one is current, which is the one that had the keyboard focus last. Clicking anywhere in a pane
 // makes it current. Where the panes stand is not known here. Owned by the main window.
 class PaneSet final : public QObject
@@ -21,7 +21,7 @@ class PaneSet final : public QObject
     Q_DISABLE_COPY_MOVE(PaneSet)
 
 public:
-    static constexpr int maxPanes = SessionContents::maxPanes;
+    static constexpr int kMaxPanes = SessionContents::kMaxPanes;
 
     // The frames become children of `place`. The catalog must outlive the set, which starts with
     // one pane.
@@ -38,11 +38,11 @@ public:
     [[nodiscard]] SerialPortWidget& current() const;
     [[nodiscard]] int currentIndex() const;
 
-    // Adds a pane behind the others; there must be fewer than maxPanes.
+    // Adds a pane behind the others; there must be fewer than kMaxPanes.
     SerialPortWidget* append();
     // Closes and deletes the last pane; there must be more than one.
     void removeLast();
-    // Closes and deletes all panes and makes `count` new ones (1 to maxPanes).
+    // Closes and deletes all panes and makes `count` new ones (1 to kMaxPanes).
     void renew(int count);
 
     // Moves the keyboard focus to the pane so many places further, round and round.

@@ -47,7 +47,7 @@ SerialPortWidget* PaneWorkspace::append()
 
 SerialPortWidget* PaneWorkspace::addPort(const Settings& settings, const FormatSetting& format)
 {
-    if (m_panes.count() >= PaneSet::maxPanes)
+    if (m_panes.count() >= PaneSet::kMaxPanes)
         return nullptr;
     SerialPortWidget* pane = append();
     pane->setSettings(settings);
@@ -174,7 +174,7 @@ int PaneWorkspace::columnCount() const
 // As a session says: the action that gives this number is checked.
 void PaneWorkspace::setColumnCount(int columns)
 {
-    m_columnCount = std::clamp(columns, 1, SessionContents::maxColumns);
+    m_columnCount = std::clamp(columns, 1, SessionContents::kMaxColumns);
     if (m_columnCount == m_panes.count())
         m_mode = m_actions.horizontal;
     else if (m_columnCount == 1)
@@ -208,7 +208,7 @@ void PaneWorkspace::askColumnCount()
     dialog->setInputMode(QInputDialog::IntInput);
     dialog->setWindowTitle(tr("Set Port Number Per Column"));
     dialog->setLabelText(tr("Port Number Per Column:"));
-    dialog->setIntRange(1, SessionContents::maxColumns);
+    dialog->setIntRange(1, SessionContents::kMaxColumns);
     dialog->setIntStep(1);
     dialog->setIntValue(columnCount());
     connect(dialog, &QInputDialog::intValueSelected, this,

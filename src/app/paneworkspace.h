@@ -40,7 +40,7 @@ public:
     ~PaneWorkspace() override;
 
     // Makes the next pane with what panes share; update() places it. There must be fewer than
-    // PaneSet::maxPanes.
+    // PaneSet::kMaxPanes.
     SerialPortWidget* append();
     // A pane with these records beside all others, with the keyboard; null when there are as many
     // as there may be.

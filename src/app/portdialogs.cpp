@@ -57,7 +57,7 @@ void NewConnectionDialog::buildLayout()
     layout->addWidget(new SettingsColumn(m_connection, this), 1);
     layout->addWidget(where);
     layout->addWidget(m_buttons);
-    resize(sizeHint() + QSize(0, PageStack::spareRows * fontMetrics().height()));
+    resize(sizeHint() + QSize(0, PageStack::kSpareRows * fontMetrics().height()));
 }
 
 void NewConnectionDialog::onChanged()
@@ -114,7 +114,7 @@ MultiPortSettingDlg::MultiPortSettingDlg(const SerialPortCatalog& catalog, const
     layout->setSpacing(8);
     layout->addWidget(m_pages, 1);
     layout->addWidget(m_buttons);
-    resize(sizeHint() + QSize(0, PageStack::spareRows * fontMetrics().height()));
+    resize(sizeHint() + QSize(0, PageStack::kSpareRows * fontMetrics().height()));
 
     QPushButton* ok = m_buttons->button(QDialogButtonBox::Ok);
     ok->setEnabled(m_pages->problem().isEmpty());

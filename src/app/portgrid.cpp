@@ -9,7 +9,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QSize largestMinimum(640, 400);
+constexpr QSize kLargestMinimum(640, 400);
 
 } // namespace
 
@@ -37,7 +37,7 @@ void PortArea::showFollowed()
 
 QSize PortArea::minimumSizeHint() const
 {
-    return widget()->minimumSizeHint().boundedTo(largestMinimum);
+    return widget()->minimumSizeHint().boundedTo(kLargestMinimum);
 }
 
 bool PortArea::eventFilter(QObject* watched, QEvent* event)
@@ -109,7 +109,7 @@ QSplitter* PortGrid::makeSplitter(Qt::Orientation orientation, const QString& na
     auto* splitter = new QSplitter(orientation, this);
     splitter->setObjectName(name);
     splitter->setChildrenCollapsible(false);
-    splitter->setHandleWidth(handleWidth);
+    splitter->setHandleWidth(kHandleWidth);
     connect(splitter, &QSplitter::splitterMoved, this, &PortGrid::captureSizes);
     return splitter;
 }

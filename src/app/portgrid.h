@@ -62,7 +62,7 @@ private:
     void captureSizes();
     void restoreSizes();
 
-    static constexpr int handleWidth = 8;
+    static constexpr int kHandleWidth = 8;
 
     QSplitter* m_outer;
     QList<QSplitter*> m_rows; // kept when not needed, at most one per pane slot

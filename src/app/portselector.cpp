@@ -23,7 +23,7 @@ bool PortListMonitor::list()
 
 namespace {
 
-constexpr int minimumCharacters = 24;
+constexpr int kMinimumCharacters = 24;
 
 QString portText(const SerialPortDescription& port)
 {
@@ -49,7 +49,7 @@ PortSelector::PortSelector(QWidget* parent)
     setObjectName("quickPortCombo"_L1);
     setAccessibleName(tr("Serial port of the first pane"));
     setToolTip(tr("Open another serial port in the first pane"));
-    setMinimumContentsLength(minimumCharacters);
+    setMinimumContentsLength(kMinimumCharacters);
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     repopulate();
     connect(this, &QComboBox::activated, this,

@@ -8,11 +8,11 @@
 // Watches which serial ports the machine has. The owner asks on every tick of its refresh timer;
 // the machine is asked as often as that as long as it answers quickly. Listing opens and asks
 // devices, which takes milliseconds to tens of them, so a slow answer is paid for with a pause:
-// listing never takes more than one part in `pauseFactor` of the time. The clock is the owner's.
+// listing never takes more than one part in `kPauseFactor` of the time. The clock is the owner's.
 class PortListMonitor final
 {
 public:
-    static constexpr qint64 pauseFactor = 50;
+    static constexpr qint64 kPauseFactor = 50;
 
     // The catalog must outlive the monitor.
     explicit PortListMonitor(const SerialPortCatalog& catalog);
@@ -26,7 +26,7 @@ public:
         if (start < m_nextMs)
             return false;
         const bool changed = list();
-        m_nextMs = start + (now() - start) * pauseFactor;
+        m_nextMs = start + (now() - start) * kPauseFactor;
         return changed;
     }
 

@@ -13,11 +13,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int keyRole = Qt::UserRole;
+constexpr int kKeyRole = Qt::UserRole;
 
 QString keyOf(const QTreeWidgetItem* item)
 {
-    return item->data(0, keyRole).toString();
+    return item->data(0, kKeyRole).toString();
 }
 
 bool isChecked(const QTreeWidgetItem* item)
@@ -29,7 +29,7 @@ QTreeWidgetItem* makeItem(const QuickSettingsEntry& entry, bool checked)
 {
     auto* item = new QTreeWidgetItem({QuickSettingsGroups::labelText(entry)});
     item->setToolTip(0, QuickSettingsGroups::toolTipText(entry));
-    item->setData(0, keyRole, QString::fromLatin1(entry.key));
+    item->setData(0, kKeyRole, QString::fromLatin1(entry.key));
     item->setCheckState(0, checked ? Qt::Checked : Qt::Unchecked);
     return item;
 }

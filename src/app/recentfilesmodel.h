@@ -16,7 +16,7 @@ class RecentFilesModel final : public QObject
     Q_DISABLE_COPY_MOVE(RecentFilesModel)
 
 public:
-    static constexpr int defaultCount = 9; // one digit as mnemonic
+    static constexpr int kDefaultCount = 9; // one digit as mnemonic
 
     // The first `count` of the actions are used.
     RecentFilesModel(int count, const QList<QAction*>& actions, QObject* parent = nullptr);

@@ -15,7 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto suffix = ".vmr"_L1;
+constexpr auto kSuffix = ".vmr"_L1;
 
 QString fileFilter()
 {
@@ -162,9 +162,9 @@ void SessionDocument::saveUnder(QString fileName, Then then)
 {
     useFolderOf(fileName);
     qDebug() << "saveAs: lastDirectory =" << m_lastDirectory;
-    const bool complete = fileName.endsWith(suffix, Qt::CaseInsensitive);
+    const bool complete = fileName.endsWith(kSuffix, Qt::CaseInsensitive);
     if (!complete)
-        fileName += suffix;
+        fileName += kSuffix;
     if (complete || !QFileInfo::exists(fileName))
         return then(saveFile(fileName, true));
     MessageBoxes::ask(m_window,
@@ -182,10 +182,10 @@ bool SessionDocument::saveFile(const QString& fileName, bool showProgress)
     if (saved) {
         qDebug().noquote() << "Write OK " << QTime::currentTime().toString(Qt::ISODate);
         setCurrentFile(fileName);
-        Q_EMIT message(tr("File saved"), messageMs);
+        Q_EMIT message(tr("File saved"), kMessageMs);
     } else {
         const QString failed = tr("Saving FAILED");
-        Q_EMIT message(failed, messageMs);
+        Q_EMIT message(failed, kMessageMs);
         tellFailure(failed + u"\n%1"_s, fileName, reason);
     }
     return saved;

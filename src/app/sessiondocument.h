@@ -22,7 +22,7 @@ class SessionDocument final : public QObject
 
 public:
     // How long messages stand in the first pane's message area.
-    static constexpr int messageMs = 2000;
+    static constexpr int kMessageMs = 2000;
 
     using Then = std::function<void(bool)>;
 

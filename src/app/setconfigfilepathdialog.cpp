@@ -17,8 +17,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto pathKey = "CONFIG_FILE_PATH"_L1;
-constexpr int minimumPathWidth = 420;
+constexpr auto kPathKey = "CONFIG_FILE_PATH"_L1;
+constexpr int kMinimumPathWidth = 420;
 
 } // namespace
 
@@ -32,7 +32,7 @@ SetConfigFilePathDialog::SetConfigFilePathDialog(QSettings& store, QWidget* pare
     auto* label = new QLabel(tr("&Folder for configuration files:"), this);
     label->setBuddy(m_path);
     m_path->setObjectName("config_file_path_le"_L1);
-    m_path->setMinimumWidth(minimumPathWidth);
+    m_path->setMinimumWidth(kMinimumPathWidth);
     auto* browseButton = new QToolButton(this);
     browseButton->setObjectName("config_file_path_tb"_L1);
     browseButton->setText(tr("&Browse..."));
@@ -64,7 +64,7 @@ SetConfigFilePathDialog::SetConfigFilePathDialog(QSettings& store, QWidget* pare
 
 QString SetConfigFilePathDialog::storedPath(const QSettings& store)
 {
-    return store.value(pathKey).toString();
+    return store.value(kPathKey).toString();
 }
 
 QString SetConfigFilePathDialog::proposedPath(const QSettings& store)
@@ -87,7 +87,7 @@ void SetConfigFilePathDialog::accept()
     }
     QString reason; // is in the debug log; the program can be used, and asks again next time
     StoreWriter::write(
-        m_store, [&] { m_store.setValue(pathKey, path); }, reason);
+        m_store, [&] { m_store.setValue(kPathKey, path); }, reason);
     QDialog::accept();
 }
 

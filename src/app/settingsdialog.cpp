@@ -40,7 +40,7 @@ SettingsDialog::SettingsDialog(const QString& portTitle, const SettingsDialogVal
     layout->addWidget(m_pages, 1);
     layout->addWidget(m_buttons);
     load();
-    resize(sizeHint() + QSize(0, PageStack::spareRows * fontMetrics().height()));
+    resize(sizeHint() + QSize(0, PageStack::kSpareRows * fontMetrics().height()));
 
     connect(m_pages, &PageStack::changed, this, &SettingsDialog::onChanged);
     connect(m_buttons, &QDialogButtonBox::accepted, this, &SettingsDialog::accept);

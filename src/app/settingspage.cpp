@@ -54,7 +54,7 @@ WrappedLabel::~WrappedLabel() = default;
 
 QSize WrappedLabel::sizeHint() const
 {
-    return {leastWidth, heightForWidth(m_width)};
+    return {kLeastWidth, heightForWidth(m_width)};
 }
 
 void WrappedLabel::resizeEvent(QResizeEvent* event)
@@ -100,7 +100,7 @@ void collectTabStops(const QLayout& layout, QWidgetList& stops)
         collectTabStops(layout.itemAt(i), stops);
 }
 
-constexpr int leastCharacters = 56; // so that hints are sentences, not columns of words
+constexpr int kLeastCharacters = 56; // so that hints are sentences, not columns of words
 
 } // namespace
 
@@ -112,7 +112,7 @@ SettingsPage::~SettingsPage() = default;
 
 QSize SettingsPage::minimumSizeHint() const
 {
-    const int width = leastCharacters * fontMetrics().averageCharWidth();
+    const int width = kLeastCharacters * fontMetrics().averageCharWidth();
     return QWidget::minimumSizeHint().expandedTo({width, 0});
 }
 

@@ -29,10 +29,10 @@ protected:
 
 private:
     // Pixels: below that a text would become a column of words, and what a page gives it at first.
-    static constexpr int leastWidth = 160;
-    static constexpr int usualWidth = 400;
+    static constexpr int kLeastWidth = 160;
+    static constexpr int kUsualWidth = 400;
 
-    int m_width = usualWidth;
+    int m_width = kUsualWidth;
 };
 
 // What is wrong with a field, in a line right below it: an icon and a text, so that it is told by

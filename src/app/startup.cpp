@@ -29,9 +29,9 @@ using namespace std::chrono_literals;
 namespace {
 
 // Long enough for the first layout and for fonts to be there.
-constexpr auto screenshotDelay = 1500ms;
-constexpr QRect screenshotGeometry(80, 80, 1280, 800);
-constexpr int faultExitCode = 2;
+constexpr auto kScreenshotDelay = 1500ms;
+constexpr QRect kScreenshotGeometry(80, 80, 1280, 800);
+constexpr int kFaultExitCode = 2;
 
 void setIdentity()
 {
@@ -116,11 +116,11 @@ private:
         if (!m_commandLine.sessionFile.isEmpty())
             m_window->loadFile(m_commandLine.sessionFile);
         if (!m_commandLine.screenshotPath.isEmpty()) {
-            m_window->resize(screenshotGeometry.size());
-            m_window->move(screenshotGeometry.topLeft());
+            m_window->resize(kScreenshotGeometry.size());
+            m_window->move(kScreenshotGeometry.topLeft());
             m_window->raise();
             m_window->activateWindow();
-            QTimer::singleShot(screenshotDelay, m_window.get(),
+            QTimer::singleShot(kScreenshotDelay, m_window.get(),
                 [this] { saveScreenshot(*m_window, m_commandLine.screenshotPath); });
         } else if (!m_commandLine.portName.isEmpty()) {
             m_window->start(m_commandLine.portName, false);
@@ -143,7 +143,7 @@ std::optional<int> answered(const CommandLine& commandLine)
     const bool fault = !commandLine.fault.isEmpty();
     std::fputs(qPrintable(fault ? commandLine.fault + u'\n' : commandLine.answer),
         fault ? stderr : stdout);
-    return fault ? faultExitCode : 0;
+    return fault ? kFaultExitCode : 0;
 }
 
 // A text can be had where there is no screen.

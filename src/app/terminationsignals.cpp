@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::array signalNumbers{SIGTERM, SIGHUP, SIGINT};
+constexpr std::array kSignalNumbers{SIGTERM, SIGHUP, SIGINT};
 
 // A handler may do next to nothing; what it writes here wakes the event loop at the other end.
 std::array<int, 2> sockets{-1, -1};
@@ -28,7 +28,7 @@ void setHandlers(void (*handler)(int))
     struct sigaction action = {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART | SA_RESETHAND;
-    for (const int number : signalNumbers)
+    for (const int number : kSignalNumbers)
         sigaction(number, &action, nullptr);
 }
 

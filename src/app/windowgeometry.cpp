@@ -11,18 +11,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto sizeKey = "LAST_WINDOW_SIZE"_L1;
-constexpr auto positionKey = "LAST_WINDOW_POSITION"_L1;
+constexpr auto kSizeKey = "LAST_WINDOW_SIZE"_L1;
+constexpr auto kPositionKey = "LAST_WINDOW_POSITION"_L1;
 
 } // namespace
 
 WindowGeometry WindowGeometry::load(const QSettings& store)
 {
     WindowGeometry geometry;
-    const QSize size = store.value(sizeKey, geometry.size).toSize();
+    const QSize size = store.value(kSizeKey, geometry.size).toSize();
     if (!size.isEmpty()) // a damaged store
         geometry.size = size;
-    geometry.position = store.value(positionKey, geometry.position).toPoint();
+    geometry.position = store.value(kPositionKey, geometry.position).toPoint();
     return geometry;
 }
 
@@ -32,8 +32,8 @@ void WindowGeometry::save(QSettings& store) const
     StoreWriter::write(
         store,
         [&] {
-            store.setValue(sizeKey, size);
-            store.setValue(positionKey, position);
+            store.setValue(kSizeKey, size);
+            store.setValue(kPositionKey, position);
         },
         reason);
     qDebug() << "### position:" << position;

@@ -44,7 +44,7 @@ void HostResolver::finish(const QHostInfo& info)
             host, addresses.isEmpty() ? info.errorString() : tr("it has no IPv4 address"));
         return;
     }
-    if (m_known.size() >= maxNames)
+    if (m_known.size() >= kMaxNames)
         m_known.clear();
     m_known.insert(host, *found);
     Q_EMIT resolved(host, *found);

@@ -16,7 +16,7 @@ class HostResolver final : public QObject
 
 public:
     // Names that are remembered; one more forgets the others.
-    static constexpr qsizetype maxNames = 64;
+    static constexpr qsizetype kMaxNames = 64;
 
     explicit HostResolver(QObject* parent = nullptr);
     ~HostResolver() override;

@@ -16,11 +16,11 @@ MultiClientServer::MultiClientServer(QObject* parent)
     , m_acceptRetry(this)
     , m_poll(this)
 {
-    setListenBacklogSize(listenBacklog);
+    setListenBacklogSize(kListenBacklog);
     // A port of this machine; asking the system for its proxies may also take seconds.
     setProxy(QNetworkProxy::NoProxy);
     m_acceptRetry.setSingleShot(true);
-    m_acceptRetry.setInterval(acceptRetryMs);
+    m_acceptRetry.setInterval(kAcceptRetryMs);
     connect(&m_acceptRetry, &QTimer::timeout, this, &MultiClientServer::regulateAccepting);
     m_poll.setInterval(SocketOutput::kPollMs);
     connect(&m_poll, &QTimer::timeout, this, &MultiClientServer::pollOutput);
@@ -77,8 +77,8 @@ void MultiClientServer::letLinger(ServerClient& client)
 {
     SocketOutput output;
     QTcpSocket* socket =
-        client.part(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0), output);
-    auto lingering = std::make_unique<LingeringSocket>(socket, output, client.key(), stopLingerMs);
+        client.part(qMax<qsizetype>(kMaxDepartedBytes - departedBytes(), 0), output);
+    auto lingering = std::make_unique<LingeringSocket>(socket, output, client.key(), kStopLingerMs);
     LingeringSocket* each = lingering.get();
     connect(each, &LingeringSocket::left, this, [this](qint64 bytes, const QString& key) {
         const QPointer<MultiClientServer> self(this);
@@ -118,7 +118,7 @@ void MultiClientServer::setReadThrottled(bool on)
         return;
     m_readThrottled = on;
     for (const auto& client : m_clients)
-        client->setHeld(on || client->unreadBytes() >= ServerClient::maxUnreadBytes);
+        client->setHeld(on || client->unreadBytes() >= ServerClient::kMaxUnreadBytes);
     if (on)
         return;
     for (const QString& key : clientKeys()) {
@@ -142,7 +142,7 @@ void MultiClientServer::regulateAccepting()
         return;
     const auto departed = std::count_if(m_clients.begin(), m_clients.end(),
         [](const auto& client) { return client->socket() == nullptr; });
-    if (departed >= maxDepartedClients)
+    if (departed >= kMaxDepartedClients)
         pauseAccepting();
     else if (!m_acceptRetry.isActive())
         resumeAccepting();
@@ -280,7 +280,7 @@ void MultiClientServer::clientDisconnected(const QString& key)
 void MultiClientServer::retire(ServerClient& client)
 {
     client.salvage();
-    client.depart(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0));
+    client.depart(qMax<qsizetype>(kMaxDepartedBytes - departedBytes(), 0));
 }
 
 void MultiClientServer::handOver(const QString& key)
@@ -345,7 +345,7 @@ bool MultiClientServer::writeTo(const QString& peerKey, const QByteArray& data)
 // client to go meanwhile.
 void MultiClientServer::dropStalled(ServerClient& client)
 {
-    client.departStalled(qMax<qsizetype>(maxDepartedBytes - departedBytes(), 0));
+    client.departStalled(qMax<qsizetype>(kMaxDepartedBytes - departedBytes(), 0));
     QMetaObject::invokeMethod(
         this,
         [this, key = client.key()] {
@@ -407,7 +407,7 @@ void MultiClientServer::disconnectClient(const QString& peerKey)
     if (!client || !client->isConnected())
         return;
     QTcpSocket* socket = client->socket();
-    QTimer::singleShot(lingerMs, socket, [this, peerKey, socket] {
+    QTimer::singleShot(kLingerMs, socket, [this, peerKey, socket] {
         if (ServerClient* late = find(peerKey); late && late->socket() == socket)
             clientDisconnected(peerKey);
     });

@@ -32,17 +32,17 @@ class MultiClientServer final : public QTcpServer
 
 public:
     // Clients that reconnect all at once wait in the system's queue, not for its next SYN.
-    static constexpr int listenBacklog = 256;
+    static constexpr int kListenBacklog = 256;
     // How long a client that closed may take to receive what is on its way to it.
-    static constexpr int lingerMs = 5000;
+    static constexpr int kLingerMs = 5000;
     // The same after stop(), of every client.
-    static constexpr int stopLingerMs = 2000;
+    static constexpr int kStopLingerMs = 2000;
     // When accepting failed (no descriptors left), the time until it is tried again.
-    static constexpr int acceptRetryMs = 1000;
+    static constexpr int kAcceptRetryMs = 1000;
     // What clients that left while reads were throttled may leave to be read, beside their queues,
     // and how many there may be before no further ones are accepted.
-    static constexpr qsizetype maxDepartedBytes = qsizetype{64} * 1024 * 1024;
-    static constexpr int maxDepartedClients = 256;
+    static constexpr qsizetype kMaxDepartedBytes = qsizetype{64} * 1024 * 1024;
+    static constexpr int kMaxDepartedClients = 256;
 
     explicit MultiClientServer(QObject* parent = nullptr);
     ~MultiClientServer() override;
@@ -50,7 +50,7 @@ public:
     // Listens; port 0 lets the system choose. False, with errorString(), when that fails.
     bool start(quint16 port, const QHostAddress& address);
     // Listens no more and closes every client. What they sent is offered before; what is on its way
-    // to them goes on leaving for stopLingerMs. Listening anew ends that at once.
+    // to them goes on leaving for kStopLingerMs. Listening anew ends that at once.
     void stop();
     // Clients that stop() has closed are still being sent to.
     [[nodiscard]] bool isLingering() const { return !m_lingering.empty(); }

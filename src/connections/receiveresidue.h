@@ -10,12 +10,12 @@ class ReceiveResidue final
 {
 public:
     // Covers what a system keeps for one TCP socket that nobody reads (Linux: 6 to 32 MiB).
-    static constexpr qsizetype maxBytes = qsizetype{64} * 1024 * 1024;
+    static constexpr qsizetype kMaxBytes = qsizetype{64} * 1024 * 1024;
 
     // Appends, up to the bound. Returns how many bytes had no room.
     qsizetype keep(const QByteArray& bytes)
     {
-        const qsizetype room = qMin(bytes.size(), maxBytes - m_bytes.size());
+        const qsizetype room = qMin(bytes.size(), kMaxBytes - m_bytes.size());
         m_bytes.append(bytes.constData(), room);
         return bytes.size() - room;
     }

@@ -20,10 +20,10 @@ Rfc2217Transport::Rfc2217Transport(connectionMode mode, std::unique_ptr<Transpor
 {
     m_below->setBelowFilter();
     m_negotiation.setSingleShot(true);
-    m_negotiation.setInterval(Rfc2217ClientSession::negotiationTimeoutMs);
+    m_negotiation.setInterval(Rfc2217ClientSession::kNegotiationTimeoutMs);
     connect(&m_negotiation, &QTimer::timeout, this,
         [this] { apply(m_session.onNegotiationTimeout()); });
-    m_inquiry.setInterval(Rfc2217ClientSession::modemStateInquiryMs);
+    m_inquiry.setInterval(Rfc2217ClientSession::kModemStateInquiryMs);
     connect(&m_inquiry, &QTimer::timeout, this, [this] {
         if (m_waiting.empty())
             command(m_session.modemStateInquiry());
@@ -197,7 +197,7 @@ void Rfc2217Transport::apply(const Rfc2217ClientSession::Outcome& outcome)
         pump();
     }
     if (!outcome.message.isEmpty())
-        tell(Notice::info(outcome.message, Rfc2217ClientSession::messageTimeoutMs));
+        tell(Notice::info(outcome.message, Rfc2217ClientSession::kMessageTimeoutMs));
     if (self && outcome.negotiationFinished)
         regulateReading();
     if (self)

@@ -74,8 +74,8 @@ SerialDeviceFacts serialDeviceFacts(const QString& path)
     facts.isCharacterDevice = S_ISCHR(info.st_mode);
     facts.accessible = ::faccessat(AT_FDCWD, name.constData(), R_OK | W_OK, AT_EACCESS) == 0;
     facts.group = groupName(info.st_gid);
-    constexpr mode_t groupReadWrite = S_IRGRP | S_IWGRP;
-    facts.groupMayReadWrite = (info.st_mode & groupReadWrite) == groupReadWrite;
+    constexpr mode_t kGroupReadWrite = S_IRGRP | S_IWGRP;
+    facts.groupMayReadWrite = (info.st_mode & kGroupReadWrite) == kGroupReadWrite;
 #endif
     return facts;
 }

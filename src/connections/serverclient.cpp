@@ -33,7 +33,7 @@ void ServerClient::setHeld(bool held)
     if (!m_socket || m_held == held)
         return;
     m_held = held;
-    m_socket->setReadBufferSize(held ? heldReadBufferBytes : 0);
+    m_socket->setReadBufferSize(held ? kHeldReadBufferBytes : 0);
     if (held)
         m_tail.open(m_socket->socketDescriptor());
     else
@@ -44,9 +44,9 @@ bool ServerClient::fill()
 {
     if (!m_socket)
         return false;
-    const QByteArray bytes = readBuffered(*m_socket, maxUnreadBytes - m_queue.size());
+    const QByteArray bytes = readBuffered(*m_socket, kMaxUnreadBytes - m_queue.size());
     m_queue.append(bytes);
-    if (m_queue.size() >= maxUnreadBytes)
+    if (m_queue.size() >= kMaxUnreadBytes)
         setHeld(true);
     return !bytes.isEmpty();
 }
@@ -64,7 +64,7 @@ QByteArray ServerClient::take()
 bool ServerClient::hasRoomFor(qsizetype size) const
 {
     const qint64 waiting = m_socket ? m_socket->bytesToWrite() : 0;
-    return waiting == 0 || waiting + size <= maxUnsentBytes;
+    return waiting == 0 || waiting + size <= kMaxUnsentBytes;
 }
 
 bool ServerClient::write(const QByteArray& data)
@@ -99,7 +99,7 @@ bool ServerClient::needsPoll() const
 
 bool ServerClient::isDeaf() const
 {
-    return unsentBytes() > 0 && m_progress.elapsed() >= deafMs;
+    return unsentBytes() > 0 && m_progress.elapsed() >= kDeafMs;
 }
 
 void ServerClient::salvage()

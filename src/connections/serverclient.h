@@ -15,7 +15,7 @@ class QTcpSocket;
 //
 // Owned by the server. The socket is discarded when the connection ends; the client then lives on,
 // departed, until its last bytes were handed over. Reading is held back while the server says so
-// or the queue is full: the socket takes `heldReadBufferBytes` more and the rest waits at the
+// or the queue is full: the socket takes `kHeldReadBufferBytes` more and the rest waits at the
 // client. No function emits a signal of the socket.
 class ServerClient final
 {
@@ -24,12 +24,12 @@ class ServerClient final
 public:
     // What may wait to be taken while the client is connected. One read of the system (at most the
     // receive buffer of a socket) may stand behind it.
-    static constexpr qsizetype maxUnreadBytes = qsizetype{1} * 1024 * 1024;
+    static constexpr qsizetype kMaxUnreadBytes = qsizetype{1} * 1024 * 1024;
     // What may wait to leave: a client that lags further behind does not read.
-    static constexpr qint64 maxUnsentBytes = qint64{16} * 1024 * 1024;
-    static constexpr qint64 heldReadBufferBytes = 4096;
+    static constexpr qint64 kMaxUnsentBytes = qint64{16} * 1024 * 1024;
+    static constexpr qint64 kHeldReadBufferBytes = 4096;
     // A client to whom nothing has left for so long, with something waiting, does not read.
-    static constexpr int deafMs = 1000;
+    static constexpr int kDeafMs = 1000;
 
     // `socket` is connected and a child of the server.
     ServerClient(QTcpSocket* socket, QString key);
@@ -52,7 +52,7 @@ public:
     // The queue, which is empty then.
     [[nodiscard]] QByteArray take();
 
-    // Whether so many bytes more stay within maxUnsentBytes. One message of any size has room when
+    // Whether so many bytes more stay within kMaxUnsentBytes. One message of any size has room when
     // nothing waits: the client has had no chance to read it yet.
     [[nodiscard]] bool hasRoomFor(qsizetype size) const;
     // False when the socket does not take all of it.
@@ -88,9 +88,9 @@ private:
 
     QTcpSocket* m_socket;
     QString m_key;
-    QByteArray
-        m_queue; // at most maxUnreadBytes while connected, and one read of the system when it fails
-    SocketTail m_tail; // open while reading is held back
+    QByteArray m_queue; // at most kMaxUnreadBytes while connected, and one read of the system when
+                        // it fails
+    SocketTail m_tail;  // open while reading is held back
     SocketOutput m_output;
     QElapsedTimer m_progress; // since something left, or began to wait
     bool m_held = false;

@@ -29,10 +29,10 @@ QByteArray SocketTail::drain(qsizetype maxBytes)
 {
     QByteArray all;
 #ifdef Q_OS_UNIX
-    constexpr qsizetype blockBytes = qsizetype{64} * 1024;
+    constexpr qsizetype kBlockBytes = qsizetype{64} * 1024;
     while (m_descriptor >= 0 && all.size() < maxBytes) {
         const qsizetype before = all.size();
-        all.resize(before + qMin(blockBytes, maxBytes - before));
+        all.resize(before + qMin(kBlockBytes, maxBytes - before));
         const ssize_t size = ::recv(m_descriptor, all.data() + before,
             static_cast<size_t>(all.size() - before), MSG_DONTWAIT);
         all.resize(before + qMax<ssize_t>(size, 0));

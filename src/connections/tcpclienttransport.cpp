@@ -196,7 +196,7 @@ void TcpClientTransport::discard(Purge which)
         m_residue.clear();
         (void)readBuffered(m_socket);
         // Behind a held socket stands the system's buffer.
-        while (!m_tail.drain(ReceiveResidue::maxBytes).isEmpty()) {
+        while (!m_tail.drain(ReceiveResidue::kMaxBytes).isEmpty()) {
         }
     }
     if (!purgesOutput(which) || m_pending.isEmpty())
@@ -396,6 +396,6 @@ void TcpClientTransport::retire(CloseReason reason)
 qsizetype TcpClientTransport::keepUnread(QTcpSocket* socket)
 {
     qsizetype dropped = m_residue.keep(readBuffered(socket));
-    dropped += m_residue.keep(m_tail.drain(ReceiveResidue::maxBytes));
+    dropped += m_residue.keep(m_tail.drain(ReceiveResidue::kMaxBytes));
     return dropped;
 }

@@ -15,8 +15,8 @@ void enableTcpKeepAlive(QTcpSocket& socket)
     const auto set = [descriptor = int(socket.socketDescriptor())](int option, int value) {
         ::setsockopt(descriptor, IPPROTO_TCP, option, &value, sizeof value);
     };
-    set(TCP_KEEPIDLE, tcpKeepAliveIdleSeconds);
-    set(TCP_KEEPINTVL, tcpKeepAliveIntervalSeconds);
-    set(TCP_KEEPCNT, tcpKeepAliveProbes);
+    set(TCP_KEEPIDLE, kTcpKeepAliveIdleSeconds);
+    set(TCP_KEEPINTVL, kTcpKeepAliveIntervalSeconds);
+    set(TCP_KEEPCNT, kTcpKeepAliveProbes);
 #endif
 }

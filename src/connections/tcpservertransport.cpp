@@ -13,9 +13,9 @@ namespace {
 
 bool isAnyAddress(const QHostAddress& address)
 {
-    constexpr std::array specials{QHostAddress::Any, QHostAddress::AnyIPv4, QHostAddress::AnyIPv6};
+    constexpr std::array kSpecials{QHostAddress::Any, QHostAddress::AnyIPv4, QHostAddress::AnyIPv6};
     return std::ranges::any_of(
-        specials, [&](QHostAddress::SpecialAddress special) { return address == special; });
+        kSpecials, [&](QHostAddress::SpecialAddress special) { return address == special; });
 }
 
 } // namespace

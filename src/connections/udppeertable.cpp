@@ -18,7 +18,7 @@ UdpPeerTable::Heard UdpPeerTable::record(
         peer.lastHeard = now;
         return Heard::KnownPeer;
     }
-    if (m_peers.size() >= maxPeers)
+    if (m_peers.size() >= kMaxPeers)
         return Heard::TableFull;
     m_lastSenderRow = static_cast<int>(m_peers.size());
     m_peers.append({address, port, payload, now});

@@ -21,7 +21,7 @@ public:
     };
 
     // With datagrams of 64 KiB at most this bounds what the table holds to 64 MiB.
-    static constexpr qsizetype maxPeers = 1024;
+    static constexpr qsizetype kMaxPeers = 1024;
 
     enum class Heard { KnownPeer, NewPeer, TableFull };
 

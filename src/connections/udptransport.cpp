@@ -158,7 +158,7 @@ void UdpTransport::recordSender(
     } else if (heard == UdpPeerTable::Heard::TableFull
                && !std::exchange(m_tableFullReported, true)) {
         tell(Notice::warning(tr("More than %1 UDP peers: new ones are received but not listed")
-                                 .arg(UdpPeerTable::maxPeers)));
+                                 .arg(UdpPeerTable::kMaxPeers)));
     }
 }
 

@@ -56,13 +56,13 @@ struct FormatSetting
     bool showControlLineLeds = true;
 
     // The pause that ends a received line, in milliseconds.
-    static constexpr qint32 minAutoFeedInterval = 10;
-    static constexpr qint32 maxAutoFeedInterval = 1000000;
+    static constexpr qint32 kMinAutoFeedInterval = 10;
+    static constexpr qint32 kMaxAutoFeedInterval = 1000000;
     // How much received text a view keeps, in bytes: 1 MB to 1 GB.
-    static constexpr qint32 minDisplayBufferSize = 1 << 20;
-    static constexpr qint32 maxDisplayBufferSize = 1 << 30;
+    static constexpr qint32 kMinDisplayBufferSize = 1 << 20;
+    static constexpr qint32 kMaxDisplayBufferSize = 1 << 30;
     // The longest send history.
-    static constexpr qsizetype maxSendList = 1000;
+    static constexpr qsizetype kMaxSendList = 1000;
 
     // A copy to work with: intervals, buffer size, repeat period (at least 1 unit), time unit (at
     // least 1 ms) and history length within their bounds, negative splitter and rotation sizes 0.

@@ -18,7 +18,7 @@ using LineField = StoredField<Settings>;
 using FormatField = StoredField<FormatSetting>;
 
 // A pane's keys in the order of the file format, cut where the font and the host history stand.
-constexpr std::array lineFields{
+constexpr std::array kLineFields{
     LineField{"PortName"_L1, &S::portName},
     LineField{"BaudRate"_L1, &S::baudRate},
     LineField{"DataBits"_L1, &S::dataBits},
@@ -29,7 +29,7 @@ constexpr std::array lineFields{
     LineField{"RtsOn"_L1, &S::rtsOn},
 };
 
-constexpr std::array formatFields{
+constexpr std::array kFormatFields{
     FormatField{"ReceiveMsgForamt"_L1, &F::receiveMsgFormat},
     FormatField{"ReceiveEncoding"_L1, &F::receiveEncoding, StoredRule::Encoding},
     FormatField{"RxAutoFeedLine"_L1, &F::rxAutoFeedLine},
@@ -66,14 +66,14 @@ constexpr std::array formatFields{
     FormatField{"DisplayBufferSize"_L1, &F::displayBufferSize},
 };
 
-constexpr std::array colorFields{
+constexpr std::array kColorFields{
     FormatField{"FormatDisplayColor"_L1, &F::formatDisplayColor},
     FormatField{"ShowControlLineLeds"_L1, &F::showControlLineLeds},
     FormatField{"SendTextColor"_L1, &F::sendTextColor},
     FormatField{"ReceiveTextColor"_L1, &F::receiveTextColor},
 };
 
-constexpr std::array networkFields{
+constexpr std::array kNetworkFields{
     LineField{"LastTargetPort"_L1, &S::targetPort},
     LineField{"UdpLocalPort"_L1, &S::udpLocalPort},
     LineField{"ConnMode"_L1, &S::connMode},
@@ -83,11 +83,11 @@ constexpr std::array networkFields{
     LineField{"RelayPortKey"_L1, &S::relayPortKey},
 };
 
-constexpr auto fontFamilyName = "LogFontFamily"_L1;
-constexpr auto fontSizeName = "LogFontSize"_L1;
-constexpr auto fontWeightName = "LogFontWeight"_L1;
-constexpr auto hostsName = "LastTargetHost"_L1;
-constexpr auto hostSeparator = "-||-"_L1;
+constexpr auto kFontFamilyName = "LogFontFamily"_L1;
+constexpr auto kFontSizeName = "LogFontSize"_L1;
+constexpr auto kFontWeightName = "LogFontWeight"_L1;
+constexpr auto kHostsName = "LastTargetHost"_L1;
+constexpr auto kHostSeparator = "-||-"_L1;
 
 template<class Record>
 void zero(Record& record, std::span<const StoredField<Record>> fields)
@@ -104,8 +104,8 @@ Settings missingSettings()
 {
     const Settings defaults;
     Settings missing;
-    zero<Settings>(missing, lineFields);
-    zero<Settings>(missing, networkFields);
+    zero<Settings>(missing, kLineFields);
+    zero<Settings>(missing, kNetworkFields);
     missing.dtrOn = defaults.dtrOn;
     missing.rtsOn = defaults.rtsOn;
     missing.useRemoteSerialConfig = defaults.useRemoteSerialConfig;
@@ -117,8 +117,8 @@ FormatSetting missingFormat()
 {
     const FormatSetting defaults = SettingsService::defaultFormatSettings();
     FormatSetting missing;
-    zero<FormatSetting>(missing, formatFields);
-    zero<FormatSetting>(missing, colorFields);
+    zero<FormatSetting>(missing, kFormatFields);
+    zero<FormatSetting>(missing, kColorFields);
     missing.showControlLineLeds = defaults.showControlLineLeds;
     missing.terminalEnterMode = defaults.terminalEnterMode;
     missing.rxTimeFormat = defaults.rxTimeFormat;
@@ -171,10 +171,10 @@ private:
 DisplayFont readFont(const PaneKeys<const QSettings>& keys)
 {
     DisplayFont font;
-    font.family = keys.value(fontFamilyName).toString();
-    if (const int size = keys.value(fontSizeName).toInt(); size >= 1)
+    font.family = keys.value(kFontFamilyName).toString();
+    if (const int size = keys.value(kFontSizeName).toInt(); size >= 1)
         font.pointSize = size;
-    if (const int weight = keys.value(fontWeightName).toInt(); weight >= 1 && weight <= 1000)
+    if (const int weight = keys.value(kFontWeightName).toInt(); weight >= 1 && weight <= 1000)
         font.weight = weight;
     return font;
 }
@@ -182,7 +182,7 @@ DisplayFont readFont(const PaneKeys<const QSettings>& keys)
 void readHosts(const PaneKeys<const QSettings>& keys, Settings& settings)
 {
     settings.targetHosts =
-        keys.value(hostsName).toString().split(hostSeparator, Qt::SkipEmptyParts);
+        keys.value(kHostsName).toString().split(kHostSeparator, Qt::SkipEmptyParts);
     if (!settings.targetHosts.isEmpty())
         settings.targetHost = settings.targetHosts.constFirst();
 }
@@ -202,10 +202,10 @@ bool isKey(const QString& name)
 {
     const auto names = [&name](const auto& field) { return name == field.key; };
     const auto isOther = [&name](QLatin1StringView other) { return name == other; };
-    return std::ranges::any_of(lineFields, names) || std::ranges::any_of(formatFields, names)
-           || std::ranges::any_of(colorFields, names) || std::ranges::any_of(networkFields, names)
+    return std::ranges::any_of(kLineFields, names) || std::ranges::any_of(kFormatFields, names)
+           || std::ranges::any_of(kColorFields, names) || std::ranges::any_of(kNetworkFields, names)
            || std::ranges::any_of(
-               std::array{fontFamilyName, fontSizeName, fontWeightName, hostsName}, isOther);
+               std::array{kFontFamilyName, kFontSizeName, kFontWeightName, kHostsName}, isOther);
 }
 
 bool isSameInFile(const SessionPane& one, const SessionPane& other)
@@ -216,10 +216,10 @@ bool isSameInFile(const SessionPane& one, const SessionPane& other)
                    || std::visit([&](auto member) { return a.*member == b.*member; }, field.member);
         });
     };
-    return isSame(one.settings, other.settings, lineFields)
-           && isSame(one.settings, other.settings, networkFields)
-           && isSame(one.format, other.format, formatFields)
-           && isSame(one.format, other.format, colorFields)
+    return isSame(one.settings, other.settings, kLineFields)
+           && isSame(one.settings, other.settings, kNetworkFields)
+           && isSame(one.format, other.format, kFormatFields)
+           && isSame(one.format, other.format, kColorFields)
            && one.format.displayFont == other.format.displayFont
            && hostsToWrite(one.settings) == hostsToWrite(other.settings);
 }
@@ -227,14 +227,14 @@ bool isSameInFile(const SessionPane& one, const SessionPane& other)
 void write(QSettings& file, int pane, const Settings& settings, const FormatSetting& format)
 {
     PaneKeys<QSettings> keys(file, pane);
-    keys.write<Settings>(lineFields, settings);
-    keys.write<FormatSetting>(formatFields, format);
-    keys.setValue(fontFamilyName, format.displayFont.family);
-    keys.setValue(fontSizeName, format.displayFont.pointSize);
-    keys.setValue(fontWeightName, format.displayFont.weight);
-    keys.write<FormatSetting>(colorFields, format);
-    keys.setValue(hostsName, hostsToWrite(settings).join(hostSeparator));
-    keys.write<Settings>(networkFields, settings);
+    keys.write<Settings>(kLineFields, settings);
+    keys.write<FormatSetting>(kFormatFields, format);
+    keys.setValue(kFontFamilyName, format.displayFont.family);
+    keys.setValue(kFontSizeName, format.displayFont.pointSize);
+    keys.setValue(kFontWeightName, format.displayFont.weight);
+    keys.write<FormatSetting>(kColorFields, format);
+    keys.setValue(kHostsName, hostsToWrite(settings).join(kHostSeparator));
+    keys.write<Settings>(kNetworkFields, settings);
 }
 
 void read(const QSettings& file, int pane, Settings& settings, FormatSetting& format)
@@ -242,12 +242,12 @@ void read(const QSettings& file, int pane, Settings& settings, FormatSetting& fo
     PaneKeys<const QSettings> keys(file, pane);
     const Settings noSettings = missingSettings();
     const FormatSetting noFormat = missingFormat();
-    keys.read<Settings>(lineFields, settings, noSettings);
-    keys.read<FormatSetting>(formatFields, format, noFormat);
+    keys.read<Settings>(kLineFields, settings, noSettings);
+    keys.read<FormatSetting>(kFormatFields, format, noFormat);
     format.displayFont = readFont(keys);
-    keys.read<FormatSetting>(colorFields, format, noFormat);
+    keys.read<FormatSetting>(kColorFields, format, noFormat);
     readHosts(keys, settings);
-    keys.read<Settings>(networkFields, settings, noSettings);
+    keys.read<Settings>(kNetworkFields, settings, noSettings);
     settings.refreshTexts();
 }
 

@@ -8,9 +8,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto context = "QuickSettingsGroups";
+constexpr auto kContext = "QuickSettingsGroups";
 
-constexpr std::array groupTable{
+constexpr std::array kGroupTable{
     QuickSettingsEntry{"connection",
         QT_TRANSLATE_NOOP("QuickSettingsGroups", "Connection Settings"),
         QT_TRANSLATE_NOOP("QuickSettingsGroups", "Port and connection parameters")},
@@ -20,7 +20,7 @@ constexpr std::array groupTable{
         QT_TRANSLATE_NOOP("QuickSettingsGroups", "How data is sent")},
 };
 
-constexpr std::array connectionTable{
+constexpr std::array kConnectionTable{
     QuickSettingsEntry{"baudRate", QT_TRANSLATE_NOOP("QuickSettingsGroups", "Baudrate"),
         QT_TRANSLATE_NOOP("QuickSettingsGroups", "Serial transfer speed")},
     QuickSettingsEntry{"dataBits", QT_TRANSLATE_NOOP("QuickSettingsGroups", "Data Bits"),
@@ -36,7 +36,7 @@ constexpr std::array connectionTable{
         QT_TRANSLATE_NOOP("QuickSettingsGroups", "Show all TX/RX and control line indicators")},
 };
 
-constexpr std::array receiveTable{
+constexpr std::array kReceiveTable{
     QuickSettingsEntry{"rxFormat", QT_TRANSLATE_NOOP("QuickSettingsGroups", "Format"),
         QT_TRANSLATE_NOOP("QuickSettingsGroups",
             "Show received data as text or hex, and the encoding to read it with")},
@@ -46,7 +46,7 @@ constexpr std::array receiveTable{
         QT_TRANSLATE_NOOP("QuickSettingsGroups", "Prefix received data with a timestamp")},
 };
 
-constexpr std::array sendTable{
+constexpr std::array kSendTable{
     QuickSettingsEntry{"txFormat", QT_TRANSLATE_NOOP("QuickSettingsGroups", "Format"),
         QT_TRANSLATE_NOOP("QuickSettingsGroups",
             "Send the input as text or hex, and the encoding to send it with")},
@@ -79,33 +79,33 @@ QStringList keysOf(std::span<const QuickSettingsEntry> entries)
 
 std::span<const QuickSettingsEntry> QuickSettingsGroups::groupEntries()
 {
-    return groupTable;
+    return kGroupTable;
 }
 
 std::span<const QuickSettingsEntry> QuickSettingsGroups::fieldEntries(const QString& group)
 {
     if (group == "connection"_L1)
-        return connectionTable;
+        return kConnectionTable;
     if (group == "receive"_L1)
-        return receiveTable;
+        return kReceiveTable;
     if (group == "send"_L1)
-        return sendTable;
+        return kSendTable;
     return {};
 }
 
 QString QuickSettingsGroups::labelText(const QuickSettingsEntry& entry)
 {
-    return QCoreApplication::translate(context, entry.label);
+    return QCoreApplication::translate(kContext, entry.label);
 }
 
 QString QuickSettingsGroups::toolTipText(const QuickSettingsEntry& entry)
 {
-    return QCoreApplication::translate(context, entry.toolTip);
+    return QCoreApplication::translate(kContext, entry.toolTip);
 }
 
 QStringList QuickSettingsGroups::defaultGroupOrder()
 {
-    return keysOf(groupTable);
+    return keysOf(kGroupTable);
 }
 
 QStringList QuickSettingsGroups::defaultFieldOrder(const QString& group)

@@ -15,13 +15,13 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto paneCountKey = "PortNumber"_L1;
-constexpr auto columnCountKey = "ColumnNumber"_L1;
-constexpr auto quickViewKey = "QuickView"_L1;
-constexpr auto connectionShownKey = "QuickSettings/Connection"_L1;
-constexpr auto receiveShownKey = "QuickSettings/Receive"_L1;
-constexpr auto sendShownKey = "QuickSettings/Send"_L1;
-constexpr auto groupOrderKey = "QuickSettings/GroupOrder"_L1;
+constexpr auto kPaneCountKey = "PortNumber"_L1;
+constexpr auto kColumnCountKey = "ColumnNumber"_L1;
+constexpr auto kQuickViewKey = "QuickView"_L1;
+constexpr auto kConnectionShownKey = "QuickSettings/Connection"_L1;
+constexpr auto kReceiveShownKey = "QuickSettings/Receive"_L1;
+constexpr auto kSendShownKey = "QuickSettings/Send"_L1;
+constexpr auto kGroupOrderKey = "QuickSettings/GroupOrder"_L1;
 
 // A number of any size, so that one that is far too large is the largest and not the default.
 int readCount(const QSettings& file, QLatin1StringView key, int largest)
@@ -33,10 +33,10 @@ int readCount(const QSettings& file, QLatin1StringView key, int largest)
 QuickSettingsGroups readQuickSettings(const QSettings& file)
 {
     QuickSettingsGroups groups;
-    groups.showConnectionGroup = file.value(connectionShownKey, true).toBool();
-    groups.showReceiveGroup = file.value(receiveShownKey, true).toBool();
-    groups.showSendGroup = file.value(sendShownKey, true).toBool();
-    groups.groupOrder = file.value(groupOrderKey).toStringList();
+    groups.showConnectionGroup = file.value(kConnectionShownKey, true).toBool();
+    groups.showReceiveGroup = file.value(kReceiveShownKey, true).toBool();
+    groups.showSendGroup = file.value(kSendShownKey, true).toBool();
+    groups.groupOrder = file.value(kGroupOrderKey).toStringList();
     groups.groupOrder = groups.normalisedGroupOrder();
     for (const QString& group : QuickSettingsGroups::storedGroups()) {
         if (const QString key = SettingsKey::quickFieldOrder(group); file.contains(key))
@@ -49,10 +49,10 @@ QuickSettingsGroups readQuickSettings(const QSettings& file)
 
 void writeQuickSettings(QSettings& file, const QuickSettingsGroups& groups)
 {
-    file.setValue(connectionShownKey, groups.showConnectionGroup);
-    file.setValue(receiveShownKey, groups.showReceiveGroup);
-    file.setValue(sendShownKey, groups.showSendGroup);
-    file.setValue(groupOrderKey, groups.normalisedGroupOrder());
+    file.setValue(kConnectionShownKey, groups.showConnectionGroup);
+    file.setValue(kReceiveShownKey, groups.showReceiveGroup);
+    file.setValue(kSendShownKey, groups.showSendGroup);
+    file.setValue(kGroupOrderKey, groups.normalisedGroupOrder());
     // A group without lists is written with empty ones: what the file had before must not stay.
     for (const QString& group : QuickSettingsGroups::storedGroups()) {
         file.setValue(SettingsKey::quickFieldOrder(group), groups.fieldOrder.value(group));
@@ -61,7 +61,7 @@ void writeQuickSettings(QSettings& file, const QuickSettingsGroups& groups)
 }
 
 // Nobody names a port or a host like this, and a label of a million characters stops the window.
-constexpr qsizetype maxTextLength = 4096;
+constexpr qsizetype kMaxTextLength = 4096;
 
 void bound(SessionPane& pane)
 {
@@ -70,13 +70,13 @@ void bound(SessionPane& pane)
     for (QString* text : {&settings.portName, &settings.targetHost, &settings.relayCid,
              &settings.relayPortName, &settings.relayPortKey, &format.rxTimeFormat,
              &format.txTimeFormat, &format.logFilePath, &format.logTimestampFormat})
-        text->truncate(maxTextLength);
-    if (settings.targetHosts.size() > Settings::maxTargetHosts)
-        settings.targetHosts.resize(Settings::maxTargetHosts);
+        text->truncate(kMaxTextLength);
+    if (settings.targetHosts.size() > Settings::kMaxTargetHosts)
+        settings.targetHosts.resize(Settings::kMaxTargetHosts);
     for (QString& host : settings.targetHosts)
-        host.truncate(maxTextLength);
-    if (format.sendList.size() > FormatSetting::maxSendList)
-        format.sendList.resize(FormatSetting::maxSendList);
+        host.truncate(kMaxTextLength);
+    if (format.sendList.size() > FormatSetting::kMaxSendList)
+        format.sendList.resize(FormatSetting::kMaxSendList);
 }
 
 SessionPane readPane(const QSettings& file, int pane)
@@ -103,12 +103,12 @@ bool isOwnKey(const QString& key)
     bool isIndex = false;
     const int index = QStringView(key).first(std::max(slash, qsizetype(0))).toInt(&isIndex);
     if (isIndex) {
-        return index >= 0 && index < SessionContents::maxPanes
+        return index >= 0 && index < SessionContents::kMaxPanes
                && PortSessionCodec::isKey(key.sliced(slash + 1));
     }
     return std::ranges::any_of(
-               std::array{paneCountKey, columnCountKey, quickViewKey, connectionShownKey,
-                   receiveShownKey, sendShownKey, groupOrderKey},
+               std::array{kPaneCountKey, kColumnCountKey, kQuickViewKey, kConnectionShownKey,
+                   kReceiveShownKey, kSendShownKey, kGroupOrderKey},
                [&key](QLatin1StringView own) { return key == own; })
            || std::ranges::any_of(
                QuickSettingsGroups::storedGroups(), [&key](const QString& group) {
@@ -127,9 +127,9 @@ SessionContents read(const QSettings& file)
 {
     SessionContents contents;
     contents.quickSettings = readQuickSettings(file);
-    const int panes = readCount(file, paneCountKey, SessionContents::maxPanes);
-    contents.columnCount = readCount(file, columnCountKey, SessionContents::maxColumns);
-    contents.quickView = file.value(quickViewKey, panes < 2).toBool();
+    const int panes = readCount(file, kPaneCountKey, SessionContents::kMaxPanes);
+    contents.columnCount = readCount(file, kColumnCountKey, SessionContents::kMaxColumns);
+    contents.quickView = file.value(kQuickViewKey, panes < 2).toBool();
     for (int i = 0; i < panes; ++i)
         contents.panes.append(readPane(file, i));
     return contents;
@@ -138,9 +138,9 @@ SessionContents read(const QSettings& file)
 void write(QSettings& file, const SessionContents& contents, const Progress& progress)
 {
     const int panes = static_cast<int>(contents.panes.size());
-    file.setValue(paneCountKey, panes);
-    file.setValue(columnCountKey, contents.columnCount);
-    file.setValue(quickViewKey, contents.quickView);
+    file.setValue(kPaneCountKey, panes);
+    file.setValue(kColumnCountKey, contents.columnCount);
+    file.setValue(kQuickViewKey, contents.quickView);
     writeQuickSettings(file, contents.quickSettings);
     for (int i = 0; i < panes; ++i) {
         progress(100 * (i + 1) / (panes + 2));

@@ -19,13 +19,13 @@ struct SessionPane
 // SessionCodec and SessionFile bring it to disk and back.
 struct SessionContents
 {
-    static constexpr int maxPanes = 16;
-    static constexpr int maxColumns = 16;
+    static constexpr int kMaxPanes = 16;
+    static constexpr int kMaxColumns = 16;
 
-    int columnCount = 1; // panes per row, 1 to maxColumns
+    int columnCount = 1; // panes per row, 1 to kMaxColumns
     bool quickView = true;
     QuickSettingsGroups quickSettings;
-    QList<SessionPane> panes; // 1 to maxPanes
+    QList<SessionPane> panes; // 1 to kMaxPanes
 
     friend bool operator==(const SessionContents&, const SessionContents&) = default;
 };

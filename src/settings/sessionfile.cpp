@@ -19,14 +19,14 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
+constexpr QByteArrayView kByteOrderMark("\xEF\xBB\xBF");
 
 QString tooLargeText(qint64 bytes)
 {
     const QLocale locale;
     return SessionFile::tr("It would take %1, and a session has at most %2. Long texts in the send "
                            "histories are the usual reason; clear them and try again.")
-        .arg(locale.formattedDataSize(bytes), locale.formattedDataSize(SessionFile::maxBytes));
+        .arg(locale.formattedDataSize(bytes), locale.formattedDataSize(SessionFile::kMaxBytes));
 }
 
 // What can be in a session. Only a regular file: opening a pipe or a device can wait for ever. Not
@@ -38,15 +38,15 @@ bool load(const QString& path, QByteArray& bytes, QString& message)
         message = SessionFile::tr("It is a folder or a device, not a file.");
     else if (!file.open(QIODevice::ReadOnly))
         message = SessionFile::tr("It cannot be read: %1.").arg(file.errorString());
-    else if (bytes = file.read(SessionFile::maxBytes + 1);
-             bytes.size() > SessionFile::maxBytes
-             || bytes.count('\n') + bytes.count('\r') > SessionFile::maxLines)
+    else if (bytes = file.read(SessionFile::kMaxBytes + 1);
+             bytes.size() > SessionFile::kMaxBytes
+             || bytes.count('\n') + bytes.count('\r') > SessionFile::kMaxLines)
         message = SessionFile::tr("It is larger than any session: %1.")
                       .arg(QLocale().formattedDataSize(file.size()));
     else {
         // Editors of some systems put a mark in front, which an INI store takes for a broken line.
-        if (bytes.startsWith(byteOrderMark))
-            bytes.remove(0, byteOrderMark.size());
+        if (bytes.startsWith(kByteOrderMark))
+            bytes.remove(0, kByteOrderMark.size());
         return true;
     }
     return false;
@@ -194,7 +194,7 @@ QByteArray compose(const QByteArray& old, const QByteArray& origin, const Sessio
 {
     const bool isUtf8 = old.isValidUtf8() && origin.isValidUtf8();
     const QByteArray sound = isUtf8 ? old : shielded(old);
-    if (sound.size() > SessionFile::maxBytes) {
+    if (sound.size() > SessionFile::kMaxBytes) {
         message = tooLargeText(sound.size());
         return {};
     }
@@ -288,7 +288,7 @@ bool SessionFile::write(const QString& path, const SessionContents& contents, QS
     const QByteArray bytes = compose(old, origin, contents, progress, message);
     if (bytes.isEmpty())
         return false;
-    if (bytes.size() > maxBytes) {
+    if (bytes.size() > kMaxBytes) {
         message = tooLargeText(bytes.size());
         return false;
     }
@@ -297,7 +297,7 @@ bool SessionFile::write(const QString& path, const SessionContents& contents, QS
 
 QString SessionFile::strippedName(const QString& path)
 {
-    constexpr auto prefix = "Session_"_L1;
+    constexpr auto kPrefix = "Session_"_L1;
     const QString name = QFileInfo(path).fileName();
-    return name.startsWith(prefix) ? name.sliced(prefix.size()) : name;
+    return name.startsWith(kPrefix) ? name.sliced(kPrefix.size()) : name;
 }

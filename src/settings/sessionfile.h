@@ -20,8 +20,8 @@ public:
     // A session of sixteen panes has some 17 kB in 900 lines, plus what was typed to be sent. Files
     // beyond this are neither read nor written: parsing takes memory and time in proportion, and
     // the window would stand still for seconds.
-    static constexpr qint64 maxBytes = qint64{8} * 1024 * 1024;
-    static constexpr qsizetype maxLines = 50000;
+    static constexpr qint64 kMaxBytes = qint64{8} * 1024 * 1024;
+    static constexpr qsizetype kMaxLines = 50000;
 
     // Reads a file as far as it can be read. False with the reason in `message` (a sentence for
     // people that does not name the file), and `contents` untouched, when it is no session file or

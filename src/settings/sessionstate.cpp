@@ -64,26 +64,26 @@ void forEachFormatField(State& state, Record& record, Copy copy)
     copy(state.sendList, record.sendList);
 }
 
-constexpr auto stateToRecord = [](const auto& state, auto& record) { record = state; };
-constexpr auto recordToState = [](auto& state, const auto& record) { state = record; };
+constexpr auto kStateToRecord = [](const auto& state, auto& record) { record = state; };
+constexpr auto kRecordToState = [](auto& state, const auto& record) { state = record; };
 
 } // namespace
 
 void SessionState::applyTo(Settings& settings) const
 {
-    forEachConnectionField(*this, settings, stateToRecord);
+    forEachConnectionField(*this, settings, kStateToRecord);
     settings.refreshTexts();
 }
 
 void SessionState::applyTo(FormatSetting& format) const
 {
-    forEachFormatField(*this, format, stateToRecord);
+    forEachFormatField(*this, format, kStateToRecord);
 }
 
 void SessionState::takeFrom(const Settings& settings, const FormatSetting& format)
 {
-    forEachConnectionField(*this, settings, recordToState);
-    forEachFormatField(*this, format, recordToState);
+    forEachConnectionField(*this, settings, kRecordToState);
+    forEachFormatField(*this, format, kRecordToState);
 }
 
 QuickSettingsGroups SessionState::quickSettingsGroups() const

@@ -36,7 +36,7 @@ struct Settings
     QString relayPortKey;
 
     // The longest host history that useTargetHost() keeps.
-    static constexpr qsizetype maxTargetHosts = 32;
+    static constexpr qsizetype kMaxTargetHosts = 32;
 
     // Makes `host` the target and puts it at the front of the history, once. A session file keeps
     // only the history, so this order is what brings the same host back. An empty host is ignored.

@@ -11,7 +11,7 @@ namespace SettingsCodec {
 
 namespace {
 
-constexpr qint32 bytesPerMb = 1 << 20;
+constexpr qint32 kBytesPerMb = 1 << 20;
 
 qint32 mbToBytes(qint32 mb)
 {
@@ -44,7 +44,7 @@ qint32 rotateSizeMbToBytes(qint32 mb)
 
 qint32 rotateSizeBytesToMb(qint32 bytes)
 {
-    return bytes / bytesPerMb;
+    return bytes / kBytesPerMb;
 }
 
 qint32 displayBufferToStored(qint32 mb)
@@ -54,7 +54,7 @@ qint32 displayBufferToStored(qint32 mb)
 
 qint32 storedToDisplayBuffer(qint32 bytes)
 {
-    return bytes / bytesPerMb;
+    return bytes / kBytesPerMb;
 }
 
 QString defaultRxTimeFormat()

@@ -15,7 +15,7 @@ using Field = StoredField<S>;
 
 // The keys of the application store in the order of the file, cut where the quick settings and
 // the font stand.
-constexpr std::array connectionAndFormatFields{
+constexpr std::array kConnectionAndFormatFields{
     Field{"LastConnMode"_L1, &S::connMode},
     Field{"LastPortName"_L1, &S::portName},
     Field{"LastBaudrate"_L1, &S::baudRate},
@@ -45,14 +45,14 @@ constexpr std::array connectionAndFormatFields{
     Field{"LastSplitterRight"_L1, &S::splitterRight},
 };
 
-constexpr std::array groupVisibilityFields{
+constexpr std::array kGroupVisibilityFields{
     Field{"QuickSettings/Connection"_L1, &S::showConnectionGroup},
     Field{"QuickSettings/Receive"_L1, &S::showReceiveGroup},
     Field{"QuickSettings/Send"_L1, &S::showSendGroup},
     Field{"QuickSettings/GroupOrder"_L1, &S::groupOrder},
 };
 
-constexpr std::array displayAndLogFields{
+constexpr std::array kDisplayAndLogFields{
     Field{"LastDisplaySendMsg"_L1, &S::displaySendMsg},
     Field{"LastLocalEcho"_L1, &S::localEcho},
     Field{"LastDisplaySendTime"_L1, &S::displayMsgTime},
@@ -71,7 +71,7 @@ constexpr std::array displayAndLogFields{
     Field{"LastDisplayBufferSize"_L1, &S::displayBufferSize},
 };
 
-constexpr std::array colorAndListFields{
+constexpr std::array kColorAndListFields{
     Field{"LastFormatDisplayColor"_L1, &S::formatDisplayColor},
     Field{"LastSendTextColor"_L1, &S::sendTextColor},
     Field{"LastReceiveTextColor"_L1, &S::receiveTextColor},
@@ -86,8 +86,8 @@ constexpr std::array colorAndListFields{
     Field{"AutoReconnect"_L1, &S::autoReconnect, StoredRule::ReadOnly},
 };
 
-constexpr auto fontFamilyKey = "LastDisplayFontFamily"_L1;
-constexpr auto fontSizeKey = "LastDisplayFontSize"_L1;
+constexpr auto kFontFamilyKey = "LastDisplayFontFamily"_L1;
+constexpr auto kFontSizeKey = "LastDisplayFontSize"_L1;
 
 void readFields(const QSettings& store, SessionState& state, std::span<const Field> fields)
 {
@@ -154,26 +154,26 @@ FormatSetting SettingsService::defaultFormatSettings()
 SessionState SettingsService::load(const QSettings& store)
 {
     SessionState state = defaults();
-    readFields(store, state, connectionAndFormatFields);
-    readFields(store, state, groupVisibilityFields);
+    readFields(store, state, kConnectionAndFormatFields);
+    readFields(store, state, kGroupVisibilityFields);
     state.groupOrder = state.quickSettingsGroups().normalisedGroupOrder();
     readFieldMaps(store, state);
-    readFields(store, state, displayAndLogFields);
+    readFields(store, state, kDisplayAndLogFields);
     state.displayFont = {
-        store.value(fontFamilyKey).toString(), store.value(fontSizeKey, 12).toInt()};
+        store.value(kFontFamilyKey).toString(), store.value(kFontSizeKey, 12).toInt()};
     if (state.displayFont.pointSize < 1)
         state.displayFont.pointSize = DisplayFont{}.pointSize;
-    readFields(store, state, colorAndListFields);
+    readFields(store, state, kColorAndListFields);
     return state;
 }
 
 void SettingsService::save(QSettings& store, const SessionState& state)
 {
-    writeFields(store, state, connectionAndFormatFields);
-    writeFields(store, state, groupVisibilityFields);
+    writeFields(store, state, kConnectionAndFormatFields);
+    writeFields(store, state, kGroupVisibilityFields);
     writeFieldMaps(store, state);
-    writeFields(store, state, displayAndLogFields);
-    store.setValue(fontFamilyKey, state.displayFont.family);
-    store.setValue(fontSizeKey, state.displayFont.pointSize);
-    writeFields(store, state, colorAndListFields);
+    writeFields(store, state, kDisplayAndLogFields);
+    store.setValue(kFontFamilyKey, state.displayFont.family);
+    store.setValue(kFontSizeKey, state.displayFont.pointSize);
+    writeFields(store, state, kColorAndListFields);
 }

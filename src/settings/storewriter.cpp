@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // Beyond twice what the store takes now: a history of messages and a file that locks the store.
-constexpr qint64 spareBytes = qint64{64} * 1024;
+constexpr qint64 kSpareBytes = qint64{64} * 1024;
 
 // Whether the store could be written once more beside itself; else `reason` says why not.
 bool hasRoom(const QSettings& store, QString& reason)
@@ -23,7 +23,7 @@ bool hasRoom(const QSettings& store, QString& reason)
     if (!file.dir().exists())
         return true;
     QTemporaryFile probe(file.absolutePath() + "/probe-XXXXXX"_L1);
-    const QByteArray bytes(2 * file.size() + spareBytes, 'x');
+    const QByteArray bytes(2 * file.size() + kSpareBytes, 'x');
     if (probe.open() && writeWhole(probe, bytes))
         return true;
     reason = probe.errorString();

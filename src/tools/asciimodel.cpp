@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int codeCount = 256;
+constexpr int kCodeCount = 256;
 
 QString character(int code)
 {
@@ -15,11 +15,11 @@ QString character(int code)
 // The key that types the code together with Ctrl; terminals agree on the columns 4 and 5.
 QString controlKey(int code)
 {
-    constexpr int firstPrintable = 0x20;
-    constexpr int deleteCode = 0x7F;
-    if (code == deleteCode)
+    constexpr int kFirstPrintable = 0x20;
+    constexpr int kDeleteCode = 0x7F;
+    if (code == kDeleteCode)
         return QStringLiteral("^?");
-    return code < firstPrintable ? QStringLiteral("^%1").arg(QChar(code + 0x40)) : QString();
+    return code < kFirstPrintable ? QStringLiteral("^%1").arg(QChar(code + 0x40)) : QString();
 }
 
 } // namespace
@@ -32,7 +32,7 @@ AsciiModel::~AsciiModel() = default;
 
 int AsciiModel::rowCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : codeCount;
+    return parent.isValid() ? 0 : kCodeCount;
 }
 
 int AsciiModel::columnCount(const QModelIndex& parent) const
@@ -70,7 +70,7 @@ QVariant AsciiModel::data(const QModelIndex& index, int role) const
         return text(index.row(), index.column());
     if (role == Qt::TextAlignmentRole && index.column() != Name)
         return int(Qt::AlignCenter);
-    if (role == SearchRole) {
+    if (role == kSearchRole) {
         QStringList all;
         for (int column = 0; column < ColumnCount; ++column)
             all.append(text(index.row(), column));

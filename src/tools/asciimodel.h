@@ -11,7 +11,7 @@ class AsciiModel final : public QAbstractTableModel
 public:
     enum Column { Decimal, Hexadecimal, Octal, Binary, Character, ControlKey, Name, ColumnCount };
     // All columns of a row in one text.
-    static constexpr int SearchRole = Qt::UserRole;
+    static constexpr int kSearchRole = Qt::UserRole;
 
     explicit AsciiModel(QObject* parent = nullptr);
     ~AsciiModel() override;

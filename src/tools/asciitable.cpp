@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr int initialWidth = 640;
-constexpr int initialHeight = 560;
-constexpr int columnPadding = 12;
+constexpr int kInitialWidth = 640;
+constexpr int kInitialHeight = 560;
+constexpr int kColumnPadding = 12;
 
 } // namespace
 
@@ -27,7 +27,7 @@ AsciiTable::AsciiTable(QWidget* parent)
 {
     setWindowTitle(tr("ASCII Code"));
     m_proxy->setSourceModel(new AsciiModel(this));
-    m_proxy->setFilterRole(AsciiModel::SearchRole);
+    m_proxy->setFilterRole(AsciiModel::kSearchRole);
     m_proxy->setFilterCaseSensitivity(Qt::CaseInsensitive);
     m_table->setModel(m_proxy);
     m_table->setAccessibleName(tr("Codes"));
@@ -39,16 +39,16 @@ AsciiTable::AsciiTable(QWidget* parent)
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->resizeColumnsToContents();
     for (int column = 0; column < AsciiModel::Name; ++column)
-        m_table->setColumnWidth(column, m_table->columnWidth(column) + columnPadding);
+        m_table->setColumnWidth(column, m_table->columnWidth(column) + kColumnPadding);
     m_table->verticalHeader()->setDefaultSectionSize(
-        fontMetrics().lineSpacing() + columnPadding / 2);
+        fontMetrics().lineSpacing() + kColumnPadding / 2);
     m_filter->setPlaceholderText(tr("Filter: a name, a code in any base, a character"));
     m_filter->setAccessibleName(tr("Filter"));
     m_filter->setClearButtonEnabled(true);
     m_action->addItem(tr("Insert into the send editor"));
     m_action->addItem(tr("Send at once"));
     buildLayout();
-    resize(initialWidth, initialHeight);
+    resize(kInitialWidth, kInitialHeight);
 
     connect(
         m_filter, &QLineEdit::textChanged, m_proxy, &QSortFilterProxyModel::setFilterFixedString);

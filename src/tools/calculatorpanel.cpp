@@ -23,8 +23,8 @@ QLineEdit* resultField(const QString& name, QWidget* parent)
     return field;
 }
 
-constexpr int floatDigits = 8;
-constexpr int doubleDigits = 16;
+constexpr int kFloatDigits = 8;
+constexpr int kDoubleDigits = 16;
 
 QString hexOf(quint64 bits, int digits)
 {
@@ -66,7 +66,7 @@ CalculatorPanel::~CalculatorPanel() = default;
 void CalculatorPanel::buildInput(QFormLayout* form)
 {
     m_expression->setPlaceholderText(tr("For example (0x3F << 4) | 0b101"));
-    m_expression->setMaxLength(int(Expression::longestText));
+    m_expression->setMaxLength(int(Expression::kLongestText));
     m_expression->setToolTip(
         tr("Operators: | ^ & << >> + - * / % ** ~\nNumbers: 42, 0x2A, 0b101010, 0o52, 1.5e3, "
            "'*'\nFunctions: %1")
@@ -150,8 +150,8 @@ void CalculatorPanel::showValue(const CalcValue& value)
 {
     const IntegerKind integers = kind();
     const double number = value.isReal ? value.real : integers.toReal(value.bits);
-    m_floatBits->setText(hexOf(Ieee754::bitsOfFloat(float(number)), floatDigits));
-    m_doubleBits->setText(hexOf(Ieee754::bitsOfDouble(number), doubleDigits));
+    m_floatBits->setText(hexOf(Ieee754::bitsOfFloat(float(number)), kFloatDigits));
+    m_doubleBits->setText(hexOf(Ieee754::bitsOfDouble(number), kDoubleDigits));
     if (value.isReal) {
         m_decimal->setText(realText(value.real));
         for (QLineEdit* field : {m_otherDecimal, m_hexadecimal, m_octal, m_binary, m_swapped})
@@ -175,9 +175,9 @@ void CalculatorPanel::showIeee()
     QString digits = m_ieeeHex->text();
     digits.remove(u' ');
     const quint64 bits = digits.toULongLong(nullptr, 16);
-    if (digits.size() == floatDigits)
+    if (digits.size() == kFloatDigits)
         m_ieeeValue->setText(tr("float %1").arg(realText(Ieee754::floatOfBits(quint32(bits)))));
-    else if (digits.size() == doubleDigits)
+    else if (digits.size() == kDoubleDigits)
         m_ieeeValue->setText(tr("double %1").arg(realText(Ieee754::doubleOfBits(bits))));
     else
         m_ieeeValue->clear();

@@ -19,7 +19,7 @@ namespace IntegerText {
 
 namespace {
 
-constexpr int binaryGroup = 4;
+constexpr int kBinaryGroup = 4;
 
 QString padded(quint64 bits, IntegerKind kind, int base, int digits)
 {
@@ -36,7 +36,7 @@ QString hexadecimal(quint64 bits, IntegerKind kind)
 QString binary(quint64 bits, IntegerKind kind)
 {
     QString digits = padded(bits, kind, 2, kind.width);
-    for (qsizetype at = digits.size() - binaryGroup; at > 0; at -= binaryGroup)
+    for (qsizetype at = digits.size() - kBinaryGroup; at > 0; at -= kBinaryGroup)
         digits.insert(at, u' ');
     return digits;
 }
@@ -98,11 +98,11 @@ QString realText(double value)
 QString realText(float value)
 {
     // The shortest text that a float reads back from has at most nine digits.
-    constexpr int longest = 9;
-    for (int digits = 1; digits < longest; ++digits) {
+    constexpr int kLongest = 9;
+    for (int digits = 1; digits < kLongest; ++digits) {
         QString text = QString::number(double(value), 'g', digits);
         if (text.toFloat() == value)
             return text;
     }
-    return QString::number(double(value), 'g', longest);
+    return QString::number(double(value), 'g', kLongest);
 }

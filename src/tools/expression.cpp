@@ -19,7 +19,7 @@ struct RealFunction
     double (*call)(double);
 };
 
-constexpr std::array realFunctions{
+constexpr std::array kRealFunctions{
     RealFunction{"acos", [](double x) { return std::acos(x); }},
     RealFunction{"asin", [](double x) { return std::asin(x); }},
     RealFunction{"atan", [](double x) { return std::atan(x); }},
@@ -37,7 +37,7 @@ constexpr std::array realFunctions{
 };
 
 // Functions that look at bits or keep the kind of their argument.
-constexpr std::array otherFunctions{"abs", "double", "doublebits", "float", "floatbits", "int",
+constexpr std::array kOtherFunctions{"abs", "double", "doublebits", "float", "floatbits", "int",
     "max", "min", "popcount", "real", "swap"};
 
 // One evaluation: a recursive descent over the words, with the first fault kept and everything
@@ -287,7 +287,7 @@ CalcValue Evaluation::unary()
 {
     if (failed())
         return {};
-    if (++m_depth > Expression::deepestNesting)
+    if (++m_depth > Expression::kDeepestNesting)
         failHere(tr("The expression is nested too deeply."));
     const qsizetype at = m_token.position;
     CalcValue value;
@@ -382,7 +382,7 @@ CalcValue Evaluation::call(const ExpressionLexer::Token& name)
     if (failed())
         return {};
     const QString text = name.text.toString();
-    const auto function = std::find_if(realFunctions.begin(), realFunctions.end(),
+    const auto function = std::find_if(kRealFunctions.begin(), kRealFunctions.end(),
         [&text](const RealFunction& each) { return text == QLatin1StringView(each.name); });
     const bool twoArguments = text == QLatin1StringView("min") || text == QLatin1StringView("max");
     if (arguments.size() != (twoArguments ? 2 : 1)) {
@@ -390,9 +390,9 @@ CalcValue Evaluation::call(const ExpressionLexer::Token& name)
             name.position);
         return {};
     }
-    if (function != realFunctions.end())
+    if (function != kRealFunctions.end())
         return ofReal(function->call(real(arguments.first())));
-    const bool known = std::any_of(otherFunctions.begin(), otherFunctions.end(),
+    const bool known = std::any_of(kOtherFunctions.begin(), kOtherFunctions.end(),
         [&text](const char* each) { return text == QLatin1StringView(each); });
     if (!known) {
         fail(tr("\"%1\" is not a known function.").arg(text), name.position);
@@ -446,10 +446,10 @@ CalcValue Evaluation::callOther(const QString& name, const QList<CalcValue>& arg
 
 Expression::Result Expression::evaluate(QStringView text, IntegerKind kind)
 {
-    if (text.size() > longestText) {
+    if (text.size() > kLongestText) {
         return {.value = {},
-            .error = tr("The expression is longer than %1 characters.").arg(longestText),
-            .errorPosition = longestText};
+            .error = tr("The expression is longer than %1 characters.").arg(kLongestText),
+            .errorPosition = kLongestText};
     }
     return Evaluation(text, kind).run();
 }
@@ -457,9 +457,9 @@ Expression::Result Expression::evaluate(QStringView text, IntegerKind kind)
 QStringList Expression::functionNames()
 {
     QStringList names;
-    for (const RealFunction& function : realFunctions)
+    for (const RealFunction& function : kRealFunctions)
         names.append(QLatin1StringView(function.name));
-    for (const char* name : otherFunctions)
+    for (const char* name : kOtherFunctions)
         names.append(QLatin1StringView(name));
     names.sort();
     return names;

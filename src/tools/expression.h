@@ -13,14 +13,14 @@
 // worked out in `kind`; an operator with a real on either side works on reals, and the bit
 // operators refuse reals. Division of integers cuts towards zero.
 //
-// Bounds: longestText characters and deepestNesting open brackets and signs; more is an error.
+// Bounds: kLongestText characters and kDeepestNesting open brackets and signs; more is an error.
 class Expression final
 {
     Q_DECLARE_TR_FUNCTIONS(Expression)
 
 public:
-    static constexpr qsizetype longestText = 4096;
-    static constexpr int deepestNesting = 200;
+    static constexpr qsizetype kLongestText = 4096;
+    static constexpr int kDeepestNesting = 200;
 
     struct Result
     {

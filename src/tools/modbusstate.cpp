@@ -13,8 +13,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // One value: all of it is written, or nothing.
-const auto contentKey = u"ModbusRequestBuilder/Content"_s;
-const auto geometryKey = u"ModbusRequestBuilder/Geometry"_s;
+const auto kContentKey = u"ModbusRequestBuilder/Content"_s;
+const auto kGeometryKey = u"ModbusRequestBuilder/Geometry"_s;
 
 qint64 intervalIn(const QJsonValue& value, qint64 otherwise)
 {
@@ -28,7 +28,7 @@ ModbusState ModbusState::load(const QSettings& store)
 {
     ModbusState state;
     const QJsonObject json =
-        QJsonDocument::fromJson(store.value(contentKey).toString().toUtf8()).object();
+        QJsonDocument::fromJson(store.value(kContentKey).toString().toUtf8()).object();
     state.draft = ModbusRequest::fromJson(json.value("draft"_L1).toObject());
     const QJsonArray all = json.value("kept"_L1).toArray();
     for (const auto& value : all) {
@@ -44,7 +44,7 @@ ModbusState ModbusState::load(const QSettings& store)
     state.timeoutMs = std::clamp(json.value("timeoutMs"_L1).toInteger(kDefaultTimeoutMs),
         ModbusPoll::kMinTimeoutMs, ModbusPoll::kMaxTimeoutMs);
     state.page = json.value("page"_L1).toInt() == 1 ? 1 : 0;
-    state.geometry = store.value(geometryKey).toByteArray();
+    state.geometry = store.value(kGeometryKey).toByteArray();
     return state;
 }
 
@@ -63,8 +63,8 @@ bool ModbusState::save(QSettings& store, QString& reason) const
         store,
         [&] {
             store.setValue(
-                contentKey, QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
-            store.setValue(geometryKey, geometry);
+                kContentKey, QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
+            store.setValue(kGeometryKey, geometry);
         },
         reason);
 }

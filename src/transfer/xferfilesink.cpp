@@ -172,8 +172,8 @@ bool XferFileSink::commit(qint64 expectedSize)
 // replaced: who took the name meanwhile keeps it.
 bool XferFileSink::putInPlace()
 {
-    constexpr int attempts = 100;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
+    constexpr int kAttempts = 100;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
         QFile place(m_finalPath);
         if (place.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
             place.close();

@@ -22,8 +22,8 @@ bool isReserved(QChar character)
 bool namesDevice(const QString& name)
 {
     const QString stem = name.section(u'.', 0, 0).toUpper();
-    constexpr std::array devices{"CON"_L1, "PRN"_L1, "AUX"_L1, "NUL"_L1};
-    if (std::ranges::any_of(devices, [&](QLatin1StringView device) { return stem == device; }))
+    constexpr std::array kDevices{"CON"_L1, "PRN"_L1, "AUX"_L1, "NUL"_L1};
+    if (std::ranges::any_of(kDevices, [&](QLatin1StringView device) { return stem == device; }))
         return true;
     return stem.size() == 4 && (stem.startsWith("COM"_L1) || stem.startsWith("LPT"_L1))
            && stem.back() >= u'1' && stem.back() <= u'9';

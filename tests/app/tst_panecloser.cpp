@@ -90,8 +90,8 @@ void PaneCloserTest::init()
 // More than the log keeps in memory, and the event loop has its turns meanwhile.
 void PaneCloserTest::heldBytesReachTheLog()
 {
-    constexpr qsizetype bytes = qsizetype{20} * 1024 * 1024;
-    hold(bytes);
+    constexpr qsizetype kBytes = qsizetype{20} * 1024 * 1024;
+    hold(kBytes);
     int turns = 0;
     QTimer ticks;
     connect(&ticks, &QTimer::timeout, this, [&turns] { ++turns; });
@@ -101,7 +101,7 @@ void PaneCloserTest::heldBytesReachTheLog()
     QTRY_COMPARE_WITH_TIMEOUT(m_closed, 1, 60000);
     QVERIFY(turns >= 5);
     QVERIFY(!m_pane->isActive());
-    QCOMPARE(log().count('~'), bytes);
+    QCOMPARE(log().count('~'), kBytes);
     QCOMPARE(m_pane->unloggedBytes(), 0);
 }
 

@@ -18,7 +18,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const auto noProgress = [](int) {};
+const auto kNoProgress = [](int) {};
 
 SessionContents sessionOf(const QString& port)
 {
@@ -73,7 +73,7 @@ private:
     void put(const QString& name, const QString& port)
     {
         QString message;
-        QVERIFY2(SessionFile::write(path(name), sessionOf(port), message, noProgress),
+        QVERIFY2(SessionFile::write(path(name), sessionOf(port), message, kNoProgress),
             qPrintable(message));
     }
     // The port in a session on disk.
@@ -105,9 +105,9 @@ void SessionDocumentTest::init()
     m_window = std::make_unique<QWidget>();
     m_workspace = sessionOf(u"running"_s);
     m_actions.clear();
-    for (int i = 0; i < RecentFilesModel::defaultCount; ++i)
+    for (int i = 0; i < RecentFilesModel::kDefaultCount; ++i)
         m_actions.append(new QAction(m_window.get()));
-    m_recent = new RecentFilesModel(RecentFilesModel::defaultCount, m_actions, m_window.get());
+    m_recent = new RecentFilesModel(RecentFilesModel::kDefaultCount, m_actions, m_window.get());
     m_document = new SessionDocument(
         {[this] { return m_workspace; }, [this](const SessionContents& s) { m_workspace = s; },
             [this] { m_workspace = sessionOf(QString()); }},

@@ -81,9 +81,9 @@ void checkTabStops(QDialog& dialog)
         if (!page)
             continue;
         const QPoint at = stop->mapTo(&dialog, QPoint());
-        constexpr int sameRow = 12;
-        QVERIFY2(at.y() > last.y() + sameRow
-                     || (std::abs(at.y() - last.y()) <= sameRow && at.x() > last.x()),
+        constexpr int kSameRow = 12;
+        QVERIFY2(at.y() > last.y() + kSameRow
+                     || (std::abs(at.y() - last.y()) <= kSameRow && at.x() > last.x()),
             qPrintable(what));
         last = at;
     }

@@ -119,7 +119,7 @@ void ShellPartsTest::portListPausesAfterASlowAnswer()
     costMs = 30;
     nowMs = 0;
     QVERIFY(!slow.refresh(clock));
-    nowMs = 30 * PortListMonitor::pauseFactor - 31; // with the 30 ms of the answer: t - 1
+    nowMs = 30 * PortListMonitor::kPauseFactor - 31; // with the 30 ms of the answer: t - 1
     QVERIFY(!slow.refresh(clock));
     QCOMPARE(catalog.asked, 1);
     ++nowMs;

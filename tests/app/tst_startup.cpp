@@ -25,7 +25,7 @@ using namespace Qt::Literals::StringLiterals;
 // a home folder of its own. The role plays the person in front of the window.
 namespace {
 
-constexpr auto roleVariable = "VELMORA_TEST_ROLE";
+constexpr auto kRoleVariable = "VELMORA_TEST_ROLE";
 
 // Plays the person: answers the dialogs, reports what it sees, closes the window.
 class Person final : public QObject
@@ -33,7 +33,7 @@ class Person final : public QObject
 public:
     explicit Person(QObject* parent)
         : QObject(parent)
-        , m_role(qEnvironmentVariable(roleVariable))
+        , m_role(qEnvironmentVariable(kRoleVariable))
     {
         connect(&m_timer, &QTimer::timeout, this, &Person::look);
         m_timer.start(10);
@@ -170,7 +170,7 @@ void StartupTest::init()
 
 int StartupTest::run(const QString& role, const QStringList& arguments)
 {
-    m_environment.insert(QLatin1StringView(roleVariable), role);
+    m_environment.insert(QLatin1StringView(kRoleVariable), role);
     QProcess process;
     process.setProcessEnvironment(m_environment);
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -341,7 +341,7 @@ void StartupTest::textsNeedNoWindow()
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsSet(roleVariable)) {
+    if (qEnvironmentVariableIsSet(kRoleVariable)) {
         qAddPreRoutine(admitPerson);
         return qMain(argc, argv);
     }

@@ -267,20 +267,20 @@ void TestMultiClientServer::thoseWhoLeaveUnreadAreBounded()
 {
     Bench bench;
     bench.server.setReadThrottled(true);
-    constexpr int kept = MultiClientServer::maxDepartedClients;
-    constexpr int all = kept + 100;
+    constexpr int kKept = MultiClientServer::kMaxDepartedClients;
+    constexpr int kAll = kKept + 100;
     TcpPeer peer;
     peer.setGreeting("hello");
-    for (int i = 0; i < all; ++i) {
+    for (int i = 0; i < kAll; ++i) {
         peer.connectTo(bench.server.serverPort());
         QTRY_VERIFY(peer.isOpen());
         peer.close();
         QTRY_VERIFY(!peer.isOpen());
     }
-    QTRY_VERIFY(bench.server.clientCount() >= kept);
-    QVERIFY(bench.server.clientCount() <= kept + bench.server.maxPendingConnections());
+    QTRY_VERIFY(bench.server.clientCount() >= kKept);
+    QVERIFY(bench.server.clientCount() <= kKept + bench.server.maxPendingConnections());
     bench.server.setReadThrottled(false);
-    QTRY_COMPARE(bench.log.filter(u":hello"_s).size(), all);
+    QTRY_COMPARE(bench.log.filter(u":hello"_s).size(), kAll);
     QTRY_COMPARE(bench.server.clientCount(), 0);
 }
 
@@ -303,12 +303,12 @@ void TestMultiClientServer::aFloodingClientIsHeldBackAlone()
     }
     QVERIFY(flooder.unsent() > 0);
     QByteArray taken = bench.server.takeMessage(bench.keys[0]);
-    QCOMPARE(taken.size(), ServerClient::maxUnreadBytes);
+    QCOMPARE(taken.size(), ServerClient::kMaxUnreadBytes);
 
     QObject::connect(
         &bench.server, &MultiClientServer::newMessage, &bench.context, [&](const QString& key) {
             const QByteArray bytes = bench.server.takeMessage(key);
-            QVERIFY(bytes.size() <= ServerClient::maxUnreadBytes);
+            QVERIFY(bytes.size() <= ServerClient::kMaxUnreadBytes);
             taken += bytes;
         });
     QTRY_COMPARE(taken.size(), flood.size());
@@ -343,7 +343,7 @@ void TestMultiClientServer::aClientThatDoesNotReadIsDropped()
     QCOMPARE(stalled[0][0].toString(), bench.keys[0]);
     const qint64 unsent = stalled[0][1].toLongLong();
     // Beside the bound stands what the system has not sent.
-    QVERIFY2(unsent > ServerClient::maxUnsentBytes - 2 * block.size(),
+    QVERIFY2(unsent > ServerClient::kMaxUnsentBytes - 2 * block.size(),
         qPrintable(QString::number(unsent)));
     QVERIFY(lost.isEmpty());
     QCOMPARE(bench.log, (QStringList{u"+0"_s, u"+1"_s, u"-0"_s}));
@@ -476,18 +476,18 @@ void TestMultiClientServer::oneClientIsDisconnected()
 void TestMultiClientServer::aThousandConnectionsLeaveNothing()
 {
     Bench bench;
-    constexpr int waves = 20;
-    constexpr int perWave = 50;
+    constexpr int kWaves = 20;
+    constexpr int kPerWave = 50;
     const qsizetype children = bench.server.children().size();
     qsizetype descriptors = 0;
-    for (int wave = 0; wave <= waves; ++wave) {
+    for (int wave = 0; wave <= kWaves; ++wave) {
         {
             TcpPeer peer;
             peer.setGreeting("hello");
-            for (int i = 0; i < perWave; ++i)
+            for (int i = 0; i < kPerWave; ++i)
                 peer.connectTo(bench.server.serverPort());
-            QTRY_COMPARE(bench.keys.size(), (wave + 1) * perWave);
-            for (int i = 0; i < perWave; ++i)
+            QTRY_COMPARE(bench.keys.size(), (wave + 1) * kPerWave);
+            for (int i = 0; i < kPerWave; ++i)
                 i % 2 ? peer.close(i) : peer.reset(i);
             QTRY_COMPARE(bench.server.clientCount(), 0);
             QTRY_COMPARE(peer.openCount(), 0);
@@ -535,8 +535,8 @@ void TestMultiClientServer::silentClientsAreProbed()
         return value;
     };
     QCOMPARE(option(SOL_SOCKET, SO_KEEPALIVE), 1);
-    QCOMPARE(option(IPPROTO_TCP, TCP_KEEPIDLE), tcpKeepAliveIdleSeconds);
-    QCOMPARE(option(IPPROTO_TCP, TCP_KEEPCNT), tcpKeepAliveProbes);
+    QCOMPARE(option(IPPROTO_TCP, TCP_KEEPIDLE), kTcpKeepAliveIdleSeconds);
+    QCOMPARE(option(IPPROTO_TCP, TCP_KEEPCNT), kTcpKeepAliveProbes);
     QCOMPARE(option(IPPROTO_TCP, TCP_NODELAY), 0);
     bench.server.setBridgeSocketTuning(true);
     QCOMPARE(option(IPPROTO_TCP, TCP_NODELAY), 1);

@@ -29,53 +29,53 @@ class TestSerialTransport final : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<NullModem> modem;
-    std::unique_ptr<SerialTransport> link;
-    std::unique_ptr<QSerialPort> far;
-    QStringList messages; // "text|timeout"
-    QStringList errors;
-    QByteArray received;
-    ReadHold hold;
-    int lost = 0;
-    qint64 unsent = 0;
+    std::unique_ptr<NullModem> m_modem;
+    std::unique_ptr<SerialTransport> m_link;
+    std::unique_ptr<QSerialPort> m_far;
+    QStringList m_messages; // "text|timeout"
+    QStringList m_errors;
+    QByteArray m_received;
+    ReadHold m_hold;
+    int m_lost = 0;
+    qint64 m_unsent = 0;
 
     using OpenMode = Transport::OpenMode;
 
     void listen()
     {
-        link->setDisplayName(u"A"_s);
-        connect(link.get(), &Transport::noticed, this, [this](const Notice& notice) {
+        m_link->setDisplayName(u"A"_s);
+        connect(m_link.get(), &Transport::noticed, this, [this](const Notice& notice) {
             if (notice.gravity == Notice::Gravity::Error)
-                errors += notice.fullText();
+                m_errors += notice.fullText();
             if (notice.shownMs > 0)
-                messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
+                m_messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
         });
-        connect(link.get(), &Transport::closed, this, [this](const CloseReason& reason) {
-            lost += reason.kind == CloseReason::Kind::Lost ? 1 : 0;
-            unsent += reason.unsentBytes;
+        connect(m_link.get(), &Transport::closed, this, [this](const CloseReason& reason) {
+            m_lost += reason.kind == CloseReason::Kind::Lost ? 1 : 0;
+            m_unsent += reason.unsentBytes;
         });
     }
     bool openPort(const QString& name, Settings settings = {}, OpenMode how = OpenMode::Asked)
     {
         settings.portName = name;
-        return link->open(settings, how);
+        return m_link->open(settings, how);
     }
     bool open(const Settings& settings = {}, OpenMode how = OpenMode::Asked)
     {
-        return openPort(modem->portA(), settings, how);
+        return openPort(m_modem->portA(), settings, how);
     }
     QByteArray taken()
     {
         Chunk chunk;
-        return link->takeChunk(chunk) ? chunk.bytes : QByteArray();
+        return m_link->takeChunk(chunk) ? chunk.bytes : QByteArray();
     }
     bool drive(SerialLine line, bool on)
     {
-        return link->setLine(line, on) == SerialLines::Answer::Driven;
+        return m_link->setLine(line, on) == SerialLines::Answer::Driven;
     }
     void readAtOnce()
     {
-        connect(link.get(), &SerialTransport::readyRead, this, [this] { received += taken(); });
+        connect(m_link.get(), &SerialTransport::readyRead, this, [this] { m_received += taken(); });
     }
 
     // A spinning notifier would keep the dispatcher busy for ever.
@@ -92,24 +92,24 @@ private:
 private Q_SLOTS:
     void init()
     {
-        modem = std::make_unique<NullModem>();
-        QVERIFY2(modem->isValid(), qPrintable(modem->errorString()));
-        far = std::make_unique<QSerialPort>(modem->portB());
-        QVERIFY(far->open(QIODevice::ReadWrite));
-        link = std::make_unique<SerialTransport>();
-        messages.clear();
-        errors.clear();
-        received.clear();
-        lost = 0;
-        unsent = 0;
+        m_modem = std::make_unique<NullModem>();
+        QVERIFY2(m_modem->isValid(), qPrintable(m_modem->errorString()));
+        m_far = std::make_unique<QSerialPort>(m_modem->portB());
+        QVERIFY(m_far->open(QIODevice::ReadWrite));
+        m_link = std::make_unique<SerialTransport>();
+        m_messages.clear();
+        m_errors.clear();
+        m_received.clear();
+        m_lost = 0;
+        m_unsent = 0;
         listen();
     }
 
     void cleanup()
     {
-        link.reset();
-        far.reset();
-        modem.reset();
+        m_link.reset();
+        m_far.reset();
+        m_modem.reset();
     }
 
     void opensOnceAndCloses()
@@ -117,21 +117,21 @@ private Q_SLOTS:
         Settings settings;
         settings.baudRate = 115200;
         QVERIFY(open(settings, OpenMode::Quiet));
-        QCOMPARE(messages, QStringList{u"Serial Port A OPEN SUCCESS|1000"_s});
-        QCOMPARE(link->port().baudRate(), 115200);
-        QVERIFY(modem->dtr(End::A) && modem->rts(End::A));
+        QCOMPARE(m_messages, QStringList{u"Serial Port A OPEN SUCCESS|1000"_s});
+        QCOMPARE(m_link->port().baudRate(), 115200);
+        QVERIFY(m_modem->dtr(End::A) && m_modem->rts(End::A));
 
         settings.baudRate = 300;
         QVERIFY(open(settings));
-        QCOMPARE(link->port().baudRate(), 115200);
+        QCOMPARE(m_link->port().baudRate(), 115200);
 
-        messages.clear();
-        link->close();
-        QVERIFY(!link->isOpen());
-        QCOMPARE(link->inputs(), ModemLines());
-        QCOMPARE(messages, QStringList{u"Serial Port A CLOSE SUCCESS|3000"_s});
-        QVERIFY(!modem->dtr(End::A) && !modem->rts(End::A));
-        QVERIFY(link->requested(SerialLine::Dtr) && link->requested(SerialLine::Rts));
+        m_messages.clear();
+        m_link->close();
+        QVERIFY(!m_link->isOpen());
+        QCOMPARE(m_link->inputs(), ModemLines());
+        QCOMPARE(m_messages, QStringList{u"Serial Port A CLOSE SUCCESS|3000"_s});
+        QVERIFY(!m_modem->dtr(End::A) && !m_modem->rts(End::A));
+        QVERIFY(m_link->requested(SerialLine::Dtr) && m_link->requested(SerialLine::Rts));
     }
 
     void portWithoutLinesIsAskedOnce()
@@ -139,38 +139,38 @@ private Q_SLOTS:
         simdevice::PseudoTerminal terminal;
         QString error;
         QVERIFY2(terminal.open(&error), qPrintable(error));
-        QCOMPARE(link->sight(), SerialLines::Sight::None);
+        QCOMPARE(m_link->sight(), SerialLines::Sight::None);
         for (int opening = 1; opening <= 2; ++opening) {
             QVERIFY(openPort(terminal.slavePath(), {}, OpenMode::Quiet));
-            QCOMPARE(link->sight(), SerialLines::Sight::All);
+            QCOMPARE(m_link->sight(), SerialLines::Sight::All);
             for (int look = 0; look < 3; ++look)
-                QCOMPARE(link->inputs(), ModemLines());
-            QVERIFY(link->isOpen() && link->sight() == SerialLines::Sight::None);
-            QCOMPARE(messages.filter(u"has no control lines that can be read"_s).size(), opening);
-            link->close();
+                QCOMPARE(m_link->inputs(), ModemLines());
+            QVERIFY(m_link->isOpen() && m_link->sight() == SerialLines::Sight::None);
+            QCOMPARE(m_messages.filter(u"has no control lines that can be read"_s).size(), opening);
+            m_link->close();
         }
     }
 
     void aFailedOpenSaysWhyAndWhatToDo()
     {
-        const QString absent = modem->portA() + u"x"_s;
+        const QString absent = m_modem->portA() + u"x"_s;
         QVERIFY(!openPort(absent, {}, OpenMode::Quiet));
-        QVERIFY(errors.isEmpty() && messages.isEmpty());
+        QVERIFY(m_errors.isEmpty() && m_messages.isEmpty());
         QVERIFY(!openPort(absent));
-        const QString line = errors.value(0).section(u'\n', 0, 0);
+        const QString line = m_errors.value(0).section(u'\n', 0, 0);
         QVERIFY(line.startsWith("Serial Port A OPEN FAILED! ERROR: "_L1));
-        QVERIFY(errors.value(0).section(u'\n', 1).contains(absent));
-        QCOMPARE(messages, QStringList{line + u"|5000"_s});
+        QVERIFY(m_errors.value(0).section(u'\n', 1).contains(absent));
+        QCOMPARE(m_messages, QStringList{line + u"|5000"_s});
     }
 
     void aBusyPortIsToldFromAForbiddenOne()
     {
         QVERIFY(open());
-        const auto first = std::exchange(link, std::make_unique<SerialTransport>());
+        const auto first = std::exchange(m_link, std::make_unique<SerialTransport>());
         listen();
         if (open())
             QSKIP("this user overrides exclusive use");
-        QVERIFY(errors.value(0).contains("Another program has"_L1));
+        QVERIFY(m_errors.value(0).contains("Another program has"_L1));
     }
 
     void unusableSettingsDoNotKeepThePortShut()
@@ -179,38 +179,38 @@ private Q_SLOTS:
         settings.baudRate = -1;
         settings.parity = 77;
         QVERIFY(open(settings));
-        QCOMPARE(link->port().parity(), QSerialPort::NoParity);
+        QCOMPARE(m_link->port().parity(), QSerialPort::NoParity);
     }
 
     void linesOfTheSettingsAreDrivenAtOpen()
     {
-        QCOMPARE(link->setLine(SerialLine::Dtr, false), SerialLines::Answer::NotOpen);
+        QCOMPARE(m_link->setLine(SerialLine::Dtr, false), SerialLines::Answer::NotOpen);
         Settings settings;
         settings.dtrOn = false;
         QVERIFY(open(settings));
-        QVERIFY(!modem->dtr(End::A) && modem->rts(End::A));
+        QVERIFY(!m_modem->dtr(End::A) && m_modem->rts(End::A));
         QVERIFY(drive(SerialLine::Dtr, true));
         QVERIFY(drive(SerialLine::Rts, false));
-        QVERIFY(modem->dtr(End::A) && !modem->rts(End::A));
+        QVERIFY(m_modem->dtr(End::A) && !m_modem->rts(End::A));
     }
 
     void rtsBelongsToTheDriverUnderRtsCts()
     {
         QVERIFY(open(hardwareFlow()));
-        QVERIFY(modem->dtr(End::A) && !modem->rts(End::A));
-        messages.clear();
+        QVERIFY(m_modem->dtr(End::A) && !m_modem->rts(End::A));
+        m_messages.clear();
         QVERIFY(!drive(SerialLine::Rts, true));
-        QCOMPARE(
-            messages, QStringList{u"RTS is managed automatically by RTS/CTS flow control|3000"_s});
-        QVERIFY(!modem->rts(End::A) && link->requested(SerialLine::Rts));
+        QCOMPARE(m_messages,
+            QStringList{u"RTS is managed automatically by RTS/CTS flow control|3000"_s});
+        QVERIFY(!m_modem->rts(End::A) && m_link->requested(SerialLine::Rts));
 
-        modem->setOutputs(End::A, true, true);
-        link->close();
-        QVERIFY(!modem->dtr(End::A) && modem->rts(End::A));
+        m_modem->setOutputs(End::A, true, true);
+        m_link->close();
+        QVERIFY(!m_modem->dtr(End::A) && m_modem->rts(End::A));
 
-        modem->setOutputs(End::A, false, false);
+        m_modem->setOutputs(End::A, false, false);
         QVERIFY(open());
-        QVERIFY(modem->rts(End::A));
+        QVERIFY(m_modem->rts(End::A));
     }
 
     void throttlingHoldsTheSenderBackAndLosesNothing()
@@ -218,32 +218,32 @@ private Q_SLOTS:
         const QByteArray data = numberedBytes(256 * 1024);
         QVERIFY(open());
         readAtOnce();
-        hold = link->holdReading();
-        far->write(data);
-        QTRY_COMPARE(link->port().bytesAvailable(), 4096);
+        m_hold = m_link->holdReading();
+        m_far->write(data);
+        QTRY_COMPARE(m_link->port().bytesAvailable(), 4096);
         QVERIFY(becomesIdle());
-        QVERIFY(far->bytesToWrite() > 0);
+        QVERIFY(m_far->bytesToWrite() > 0);
         QVERIFY(taken().isEmpty());
-        hold.release();
-        received += taken();
-        QTRY_COMPARE(received.size(), data.size());
-        QCOMPARE(received, data);
+        m_hold.release();
+        m_received += taken();
+        QTRY_COMPARE(m_received.size(), data.size());
+        QCOMPARE(m_received, data);
     }
 
     void throttlingAPortThatHoldsMoreThanItsLimitDoesNotSpin()
     {
         const QByteArray data = numberedBytes(10'000);
         QVERIFY(open());
-        far->write(data);
-        QTRY_COMPARE(link->port().bytesAvailable(), data.size());
-        hold = link->holdReading();
-        far->write(data);
-        QTRY_COMPARE(link->port().bytesAvailable(), 4096);
+        m_far->write(data);
+        QTRY_COMPARE(m_link->port().bytesAvailable(), data.size());
+        m_hold = m_link->holdReading();
+        m_far->write(data);
+        QTRY_COMPARE(m_link->port().bytesAvailable(), 4096);
         QVERIFY(becomesIdle());
         readAtOnce();
-        hold.release();
-        received += taken();
-        QTRY_COMPARE(received, data + data);
+        m_hold.release();
+        m_received += taken();
+        QTRY_COMPARE(m_received, data + data);
     }
 
     void aVanishedDeviceLeavesItsBytes_data()
@@ -261,172 +261,173 @@ private Q_SLOTS:
         QFETCH(bool, readerWaits);
         QVERIFY(open());
         QVERIFY(drive(SerialLine::Break, true));
-        far->write("last words");
-        QTRY_COMPARE(link->port().bytesAvailable(), 10);
+        m_far->write("last words");
+        QTRY_COMPARE(m_link->port().bytesAvailable(), 10);
         if (readerWaits)
             readAtOnce();
         if (throttled)
-            hold = link->holdReading();
-        messages.clear();
-        modem->unplug(End::A);
-        QTRY_COMPARE(lost, 1);
-        QVERIFY(!link->isOpen() && !link->requested(SerialLine::Break));
-        QCOMPARE(messages, QStringList{u"Serial Port %1 DISCONNECTED|5000"_s.arg(modem->portA())});
-        QCOMPARE(received.isEmpty(), throttled || !readerWaits);
-        hold.release();
-        received += taken();
-        QCOMPARE(received, "last words"_ba);
+            m_hold = m_link->holdReading();
+        m_messages.clear();
+        m_modem->unplug(End::A);
+        QTRY_COMPARE(m_lost, 1);
+        QVERIFY(!m_link->isOpen() && !m_link->requested(SerialLine::Break));
+        QCOMPARE(
+            m_messages, QStringList{u"Serial Port %1 DISCONNECTED|5000"_s.arg(m_modem->portA())});
+        QCOMPARE(m_received.isEmpty(), throttled || !readerWaits);
+        m_hold.release();
+        m_received += taken();
+        QCOMPARE(m_received, "last words"_ba);
 
-        QVERIFY(modem->plugBack(End::A));
+        QVERIFY(m_modem->plugBack(End::A));
         QVERIFY(open({}, OpenMode::Quiet));
-        far->write("back");
-        QTRY_VERIFY((received += taken()).endsWith("back"));
-        QCOMPARE(lost, 1);
+        m_far->write("back");
+        QTRY_VERIFY((m_received += taken()).endsWith("back"));
+        QCOMPARE(m_lost, 1);
     }
 
     // The kernel's way of telling it: reads return 0, and errno holds whatever it held.
     void aHangUpIsALossToo()
     {
         QVERIFY(open());
-        modem->unplug(End::A, NullModem::Vanishing::EndOfFile);
+        m_modem->unplug(End::A, NullModem::Vanishing::EndOfFile);
         errno = ENOTTY;
-        QTRY_COMPARE(lost, 1);
-        QVERIFY(!link->isOpen());
+        QTRY_COMPARE(m_lost, 1);
+        QVERIFY(!m_link->isOpen());
     }
 
     void lineParametersChangeInPlace()
     {
         Settings settings;
-        link->apply(settings); // closed: nothing to change
+        m_link->apply(settings); // closed: nothing to change
         QVERIFY(open());
-        messages.clear();
+        m_messages.clear();
         settings.baudRate = 57600;
         settings.flowControl = QSerialPort::HardwareControl;
-        link->apply(settings);
-        QCOMPARE(link->port().baudRate(), 57600);
-        QVERIFY(!link->driveLine(SerialLine::Rts, false, false));
+        m_link->apply(settings);
+        QCOMPARE(m_link->port().baudRate(), 57600);
+        QVERIFY(!m_link->driveLine(SerialLine::Rts, false, false));
         settings.flowControl = QSerialPort::NoFlowControl;
-        link->apply(settings);
-        QVERIFY(modem->rts(End::A)); // driven again to the level that was asked for
+        m_link->apply(settings);
+        QVERIFY(m_modem->rts(End::A)); // driven again to the level that was asked for
         for (const auto& [parity, letter] :
             {std::pair{QSerialPort::MarkParity, "M"}, {QSerialPort::OddParity, "O"},
                 {QSerialPort::SpaceParity, "S"}, {QSerialPort::EvenParity, "E"}}) {
             settings.parity = parity;
-            link->apply(settings);
-            QCOMPARE(modem->lineSettings(End::A), "57600 8"_ba + letter + '1');
+            m_link->apply(settings);
+            QCOMPARE(m_modem->lineSettings(End::A), "57600 8"_ba + letter + '1');
         }
-        QVERIFY(messages.isEmpty());
-        far->write("still open");
-        QTRY_VERIFY((received += taken()) == "still open"_ba);
+        QVERIFY(m_messages.isEmpty());
+        m_far->write("still open");
+        QTRY_VERIFY((m_received += taken()) == "still open"_ba);
     }
 
     void outputForAVanishedDeviceDoesNotReachItsSuccessor()
     {
         QVERIFY(open());
-        modem->setFlowing(false);
-        QVERIFY(link->write(numberedBytes(100'000)).taken());
-        QTRY_VERIFY(modem->crossedFrom(End::A) == 0 && link->pendingBytes() > 0);
-        modem->unplug(End::A);
-        QTRY_COMPARE(lost, 1);
-        QCOMPARE(link->pendingBytes(), 0);
-        QCOMPARE(unsent, 100'000);
-        QCOMPARE(errors,
-            QStringList{
-                u"Serial Port %1 was closed with 100000 byte(s) not sent."_s.arg(modem->portA())});
-        QVERIFY(modem->plugBack(End::A));
-        modem->setFlowing(true);
+        m_modem->setFlowing(false);
+        QVERIFY(m_link->write(numberedBytes(100'000)).taken());
+        QTRY_VERIFY(m_modem->crossedFrom(End::A) == 0 && m_link->pendingBytes() > 0);
+        m_modem->unplug(End::A);
+        QTRY_COMPARE(m_lost, 1);
+        QCOMPARE(m_link->pendingBytes(), 0);
+        QCOMPARE(m_unsent, 100'000);
+        QCOMPARE(
+            m_errors, QStringList{u"Serial Port %1 was closed with 100000 byte(s) not sent."_s.arg(
+                          m_modem->portA())});
+        QVERIFY(m_modem->plugBack(End::A));
+        m_modem->setFlowing(true);
         QTRY_VERIFY(becomesIdle());
-        far->readAll();
-        QVERIFY(open() && link->write("new"_ba).taken());
-        QTRY_COMPARE(far->peek(100), "new"_ba);
+        m_far->readAll();
+        QVERIFY(open() && m_link->write("new"_ba).taken());
+        QTRY_COMPARE(m_far->peek(100), "new"_ba);
     }
 
     void closingADeadDeviceIsNotALoss()
     {
         QVERIFY(open());
-        modem->unplug(End::A);
-        link->close(); // before the event loop has noticed
+        m_modem->unplug(End::A);
+        m_link->close(); // before the event loop has noticed
         QVERIFY(becomesIdle());
-        QCOMPARE(lost, 0);
-        QCOMPARE(messages.constLast(), u"Serial Port A CLOSE SUCCESS|3000"_s);
+        QCOMPARE(m_lost, 0);
+        QCOMPARE(m_messages.constLast(), u"Serial Port A CLOSE SUCCESS|3000"_s);
     }
 
     void aReaderMayCloseTheVanishingPort()
     {
         QVERIFY(open());
-        far->write("x");
-        QTRY_COMPARE(link->port().bytesAvailable(), 1);
-        connect(link.get(), &SerialTransport::readyRead, this, [this] { link->close(); });
-        modem->unplug(End::A);
-        QTRY_VERIFY(!link->isOpen());
-        QCOMPARE(lost, 0);
+        m_far->write("x");
+        QTRY_COMPARE(m_link->port().bytesAvailable(), 1);
+        connect(m_link.get(), &SerialTransport::readyRead, this, [this] { m_link->close(); });
+        m_modem->unplug(End::A);
+        QTRY_VERIFY(!m_link->isOpen());
+        QCOMPARE(m_lost, 0);
     }
 
     void outputIsBoundedByTheSpeedOfTheLine()
     {
         QVERIFY(open());
-        modem->setFlowing(false);
-        QVERIFY(link->write(QByteArray(1'000'000, 'a')).taken()); // whatever a person pastes
-        messages.clear();
-        QCOMPARE(link->write("more"_ba).refusal, WriteResult::Refusal::Full);
-        QCOMPARE(link->write("still more"_ba).refusal, WriteResult::Refusal::Full);
-        QCOMPARE(messages.size(), 1);
-        QVERIFY(messages.at(0).contains(u"4 bytes"_s));
-        QSignalSpy discarded(link.get(), &Transport::discarded);
-        link->discard(Purge::Output);
+        m_modem->setFlowing(false);
+        QVERIFY(m_link->write(QByteArray(1'000'000, 'a')).taken()); // whatever a person pastes
+        m_messages.clear();
+        QCOMPARE(m_link->write("more"_ba).refusal, WriteResult::Refusal::Full);
+        QCOMPARE(m_link->write("still more"_ba).refusal, WriteResult::Refusal::Full);
+        QCOMPARE(m_messages.size(), 1);
+        QVERIFY(m_messages.at(0).contains(u"4 bytes"_s));
+        QSignalSpy discarded(m_link.get(), &Transport::discarded);
+        m_link->discard(Purge::Output);
         QVERIFY(discarded.value(0).value(0).toLongLong() > 900'000);
-        QCOMPARE(link->pendingBytes(), 0);
-        messages.clear();
-        QVERIFY(link->write(QByteArray(SerialOutput::kMinBoundBytes, 'b')).taken());
-        QCOMPARE(messages.size(), 1);
-        QVERIFY(messages.at(0).contains(u"14 bytes in all"_s));
+        QCOMPARE(m_link->pendingBytes(), 0);
+        m_messages.clear();
+        QVERIFY(m_link->write(QByteArray(SerialOutput::kMinBoundBytes, 'b')).taken());
+        QCOMPARE(m_messages.size(), 1);
+        QVERIFY(m_messages.at(0).contains(u"14 bytes in all"_s));
     }
 
     void whatTheDriverHoldsHasNotLeft()
     {
         QVERIFY(open());
-        QSignalSpy left(link.get(), &Transport::left);
-        modem->setDriverQueue(End::A, 3);
-        QVERIFY(link->write("12345"_ba).taken());
-        QTRY_COMPARE(link->pendingBytes(), 3);
+        QSignalSpy left(m_link.get(), &Transport::left);
+        m_modem->setDriverQueue(End::A, 3);
+        QVERIFY(m_link->write("12345"_ba).taken());
+        QTRY_COMPARE(m_link->pendingBytes(), 3);
         QTRY_COMPARE(left.value(0).value(0).toLongLong(), 2);
-        modem->setDriverQueue(End::A, 0);
+        m_modem->setDriverQueue(End::A, 0);
         QTRY_COMPARE(left.value(1).value(0).toLongLong(), 3);
-        QCOMPARE(link->pendingBytes(), 0);
+        QCOMPARE(m_link->pendingBytes(), 0);
     }
 
     void theLineChangesBetweenTheBytes()
     {
         QVERIFY(open());
-        modem->setDriverQueue(End::A, 3);
-        QVERIFY(link->write("old"_ba).taken());
+        m_modem->setDriverQueue(End::A, 3);
+        QVERIFY(m_link->write("old"_ba).taken());
         Settings settings;
         settings.baudRate = 57600;
-        link->apply(settings);
-        QVERIFY(link->write("new"_ba).taken());
+        m_link->apply(settings);
+        QVERIFY(m_link->write("new"_ba).taken());
         settings.baudRate = 1200;
-        link->apply(settings);
-        QTRY_COMPARE(far->peek(100), "old"_ba);
-        QCOMPARE(modem->lineSettings(End::A), "9600 8N1"_ba);
-        QCOMPARE(link->pendingBytes(), 6);
+        m_link->apply(settings);
+        QTRY_COMPARE(m_far->peek(100), "old"_ba);
+        QCOMPARE(m_modem->lineSettings(End::A), "9600 8N1"_ba);
+        QCOMPARE(m_link->pendingBytes(), 6);
         QByteArrayList settingsSeen;
         QTimer look;
         connect(&look, &QTimer::timeout, this, [&] {
-            if (const QByteArray now = modem->lineSettings(End::A); !settingsSeen.contains(now))
+            if (const QByteArray now = m_modem->lineSettings(End::A); !settingsSeen.contains(now))
                 settingsSeen += now;
         });
         look.start(0);
-        modem->setDriverQueue(End::A, 0);
+        m_modem->setDriverQueue(End::A, 0);
         QTRY_COMPARE(settingsSeen, (QByteArrayList{"9600 8N1", "57600 8N1", "1200 8N1"}));
-        QCOMPARE(far->peek(100), "oldnew"_ba);
+        QCOMPARE(m_far->peek(100), "oldnew"_ba);
         look.stop();
         // A line that never becomes quiet changes all the same.
-        modem->setDriverQueue(End::A, 3);
-        messages.clear();
-        QVERIFY(link->write("end"_ba).taken());
-        link->apply({});
-        QTRY_COMPARE(modem->lineSettings(End::A), "9600 8N1"_ba);
-        QVERIFY(messages.value(0).contains(u"3 bytes not sent yet"_s));
+        m_modem->setDriverQueue(End::A, 3);
+        m_messages.clear();
+        QVERIFY(m_link->write("end"_ba).taken());
+        m_link->apply({});
+        QTRY_COMPARE(m_modem->lineSettings(End::A), "9600 8N1"_ba);
+        QVERIFY(m_messages.value(0).contains(u"3 bytes not sent yet"_s));
     }
 };
 

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int lookupMs = 30'000; // what a name server may take to say no
+constexpr int kLookupMs = 30'000; // what a name server may take to say no
 
 } // namespace
 
@@ -19,73 +19,73 @@ class TestTcpClientTransport final : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<TcpPeer> peer;
-    std::unique_ptr<TcpClientTransport> link;
-    QList<CloseReason> gone;
-    ReadHold hold;
-    QStringList messages;
-    QStringList errors;
-    QByteArray received;
+    std::unique_ptr<TcpPeer> m_peer;
+    std::unique_ptr<TcpClientTransport> m_link;
+    QList<CloseReason> m_gone;
+    ReadHold m_hold;
+    QStringList m_messages;
+    QStringList m_errors;
+    QByteArray m_received;
 
     void open(const QString& host = u"127.0.0.1"_s)
     {
         Settings settings;
         settings.targetHost = host;
-        settings.targetPort = peer->port();
-        QVERIFY(link->open(settings, Transport::OpenMode::Asked));
+        settings.targetPort = m_peer->port();
+        QVERIFY(m_link->open(settings, Transport::OpenMode::Asked));
     }
     void connectLink()
     {
         open();
-        QTRY_VERIFY(link->isOpen() && peer->isOpen());
+        QTRY_VERIFY(m_link->isOpen() && m_peer->isOpen());
     }
-    bool send(const QByteArray& bytes) { return link->write(bytes).taken(); }
-    bool isClosed() const { return link->state() == Transport::State::Closed; }
+    bool send(const QByteArray& bytes) { return m_link->write(bytes).taken(); }
+    bool isClosed() const { return m_link->state() == Transport::State::Closed; }
     QByteArray taken()
     {
         Chunk chunk;
-        return link->takeChunk(chunk) ? chunk.bytes : QByteArray();
+        return m_link->takeChunk(chunk) ? chunk.bytes : QByteArray();
     }
     void readAtOnce()
     {
-        connect(link.get(), &Transport::readyRead, this, [this] { received += taken(); });
+        connect(m_link.get(), &Transport::readyRead, this, [this] { m_received += taken(); });
     }
 
 private Q_SLOTS:
     void init()
     {
-        peer = std::make_unique<TcpPeer>();
-        QVERIFY(peer->listen());
-        link = std::make_unique<TcpClientTransport>();
-        gone.clear();
-        messages.clear();
-        errors.clear();
-        received.clear();
-        connect(link.get(), &Transport::noticed, this, [this](const Notice& notice) {
+        m_peer = std::make_unique<TcpPeer>();
+        QVERIFY(m_peer->listen());
+        m_link = std::make_unique<TcpClientTransport>();
+        m_gone.clear();
+        m_messages.clear();
+        m_errors.clear();
+        m_received.clear();
+        connect(m_link.get(), &Transport::noticed, this, [this](const Notice& notice) {
             if (notice.gravity == Notice::Gravity::Error)
-                errors += notice.text;
+                m_errors += notice.text;
             if (notice.shownMs > 0)
-                messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
+                m_messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
         });
-        connect(link.get(), &Transport::closed, this,
-            [this](const CloseReason& reason) { gone += reason; });
+        connect(m_link.get(), &Transport::closed, this,
+            [this](const CloseReason& reason) { m_gone += reason; });
     }
 
     void cleanup()
     {
-        link.reset();
-        peer.reset();
+        m_link.reset();
+        m_peer.reset();
     }
 
     void whatIsSentBeforeTheConnectionLeavesInOneWrite()
     {
-        QSignalSpy left(link.get(), &Transport::left);
+        QSignalSpy left(m_link.get(), &Transport::left);
         open();
-        QCOMPARE(link->state(), Transport::State::Opening);
+        QCOMPARE(m_link->state(), Transport::State::Opening);
         QVERIFY(send("ab"_ba) && send("cd"_ba));
         QVERIFY(!send({}));
-        QCOMPARE(link->pendingBytes(), 4);
-        QTRY_COMPARE(peer->received(), "abcd"_ba);
+        QCOMPARE(m_link->pendingBytes(), 4);
+        QTRY_COMPARE(m_peer->received(), "abcd"_ba);
         QTRY_COMPARE(left.size(), 1);
         QCOMPARE(left.at(0).at(0).toLongLong(), 4);
     }
@@ -94,17 +94,17 @@ private Q_SLOTS:
     {
         open();
         QVERIFY(send(QByteArray(TcpClientTransport::kMaxUnsentBytes, 'x')));
-        QCOMPARE(link->write("y"_ba).refusal, WriteResult::Refusal::Full);
+        QCOMPARE(m_link->write("y"_ba).refusal, WriteResult::Refusal::Full);
         QVERIFY(!send("z"_ba));
-        QCOMPARE(messages.size(), 1);
-        link->close();
-        QCOMPARE(gone.size(), 1);
-        QCOMPARE(gone.at(0).unsentBytes, TcpClientTransport::kMaxUnsentBytes);
-        QCOMPARE(errors.size(), 1);
-        QVERIFY(isClosed() && link->pendingBytes() == 0);
+        QCOMPARE(m_messages.size(), 1);
+        m_link->close();
+        QCOMPARE(m_gone.size(), 1);
+        QCOMPARE(m_gone.at(0).unsentBytes, TcpClientTransport::kMaxUnsentBytes);
+        QCOMPARE(m_errors.size(), 1);
+        QVERIFY(isClosed() && m_link->pendingBytes() == 0);
         connectLink();
         QVERIFY(send("kept"_ba));
-        QTRY_COMPARE(peer->received(), "kept"_ba);
+        QTRY_COMPARE(m_peer->received(), "kept"_ba);
     }
 
     void aFailedAttemptIsReportedAndFollowedByAnother_data()
@@ -117,21 +117,21 @@ private Q_SLOTS:
     void aFailedAttemptIsReportedAndFollowedByAnother()
     {
         QFETCH(QString, host);
-        peer->stopListening();
+        m_peer->stopListening();
         open(host);
         QVERIFY(send("lost"_ba));
-        QTRY_COMPARE_WITH_TIMEOUT(gone.size(), 1, lookupMs);
-        QCOMPARE(gone.at(0).kind, CloseReason::Kind::Failed);
-        QCOMPARE(gone.at(0).unsentBytes, 4);
-        QVERIFY(errors.at(0).startsWith("TCP connect FAILED: "_L1));
-        QCOMPARE(messages.value(0), errors.at(0) + u"|5000"_s);
-        QTRY_VERIFY(messages.value(1).contains(u"4 bytes not sent"_s));
-        QCOMPARE(errors.size(), 1);
-        QVERIFY(isClosed() && link->pendingBytes() == 0);
+        QTRY_COMPARE_WITH_TIMEOUT(m_gone.size(), 1, kLookupMs);
+        QCOMPARE(m_gone.at(0).kind, CloseReason::Kind::Failed);
+        QCOMPARE(m_gone.at(0).unsentBytes, 4);
+        QVERIFY(m_errors.at(0).startsWith("TCP connect FAILED: "_L1));
+        QCOMPARE(m_messages.value(0), m_errors.at(0) + u"|5000"_s);
+        QTRY_VERIFY(m_messages.value(1).contains(u"4 bytes not sent"_s));
+        QCOMPARE(m_errors.size(), 1);
+        QVERIFY(isClosed() && m_link->pendingBytes() == 0);
 
-        QVERIFY(peer->listen(peer->port()));
+        QVERIFY(m_peer->listen(m_peer->port()));
         connectLink();
-        QCOMPARE(gone.size(), 1);
+        QCOMPARE(m_gone.size(), 1);
     }
 
     void aLostConnectionIsDrainedAndReportedOnce_data()
@@ -157,21 +157,21 @@ private Q_SLOTS:
         if (readerWaits)
             readAtOnce();
         if (throttled)
-            hold = link->holdReading();
-        peer->send(data);
-        QTRY_COMPARE(peer->unsent(), 0);
+            m_hold = m_link->holdReading();
+        m_peer->send(data);
+        QTRY_COMPARE(m_peer->unsent(), 0);
         if (reset)
-            peer->reset();
+            m_peer->reset();
         else
-            peer->close();
-        QTRY_COMPARE(gone.size(), 1);
-        QCOMPARE(errors.size(), 1);
-        QVERIFY(errors.at(0).startsWith("TCP connect FAILED: "_L1));
+            m_peer->close();
+        QTRY_COMPARE(m_gone.size(), 1);
+        QCOMPARE(m_errors.size(), 1);
+        QVERIFY(m_errors.at(0).startsWith("TCP connect FAILED: "_L1));
         QVERIFY(isClosed() && !send("x"_ba));
-        QCOMPARE(received.isEmpty(), throttled || !readerWaits);
-        hold.release();
-        received += taken();
-        QCOMPARE(received, data);
+        QCOMPARE(m_received.isEmpty(), throttled || !readerWaits);
+        m_hold.release();
+        m_received += taken();
+        QCOMPARE(m_received, data);
         QVERIFY(taken().isEmpty());
     }
 
@@ -181,94 +181,94 @@ private Q_SLOTS:
     {
         const QByteArray data = numberedBytes(60'000);
         connectLink();
-        hold = link->holdReading();
-        peer->send(data);
-        QTRY_COMPARE(peer->unsent(), 0);
-        peer->reset();
-        QTRY_VERIFY(!peer->isOpen());
+        m_hold = m_link->holdReading();
+        m_peer->send(data);
+        QTRY_COMPARE(m_peer->unsent(), 0);
+        m_peer->reset();
+        QTRY_VERIFY(!m_peer->isOpen());
         send("x"_ba);
-        QTRY_COMPARE(gone.size(), 1);
-        hold.release();
+        QTRY_COMPARE(m_gone.size(), 1);
+        m_hold.release();
         QVERIFY(taken() == data);
     }
 
     void theResidueSaysWhatItCouldNotKeep()
     {
         ReceiveResidue residue;
-        QCOMPARE(residue.keep(QByteArray(ReceiveResidue::maxBytes - 1, 'a')), 0);
+        QCOMPARE(residue.keep(QByteArray(ReceiveResidue::kMaxBytes - 1, 'a')), 0);
         QCOMPARE(residue.keep("bc"_ba), 1);
         QCOMPARE(residue.keep("d"_ba), 1);
         const QByteArray kept = residue.take();
-        QVERIFY(kept.size() == ReceiveResidue::maxBytes && kept.endsWith("ab"));
+        QVERIFY(kept.size() == ReceiveResidue::kMaxBytes && kept.endsWith("ab"));
         QVERIFY(residue.isEmpty());
     }
 
     void throttlingHoldsThePeerBackAndLosesNothing()
     {
         const QByteArray data = numberedBytes(20 * 1024 * 1024);
-        hold = link->holdReading();
+        m_hold = m_link->holdReading();
         connectLink();
         readAtOnce();
-        peer->send(data);
-        auto* socket = link->findChild<QTcpSocket*>();
+        m_peer->send(data);
+        auto* socket = m_link->findChild<QTcpSocket*>();
         QTRY_COMPARE(socket->bytesAvailable(), Transport::kHeldReadBufferBytes);
-        QVERIFY(peer->unsent() > 0);
-        QVERIFY(received.isEmpty());
-        hold.release();
-        received += taken();
-        QTRY_COMPARE(received.size(), data.size());
-        QVERIFY(received == data);
+        QVERIFY(m_peer->unsent() > 0);
+        QVERIFY(m_received.isEmpty());
+        m_hold.release();
+        m_received += taken();
+        QTRY_COMPARE(m_received.size(), data.size());
+        QVERIFY(m_received == data);
     }
 
     void whatTheSystemHasNotSentHasNotLeft()
     {
-        constexpr qint64 size = 2'000'000;
+        constexpr qint64 kSize = 2'000'000;
         connectLink();
         qint64 left = 0;
-        connect(link.get(), &Transport::left, this, [&left](qint64 bytes) { left += bytes; });
-        peer->setReading(false);
-        QVERIFY(send(QByteArray(size, 'x')));
-        QTRY_COMPARE(link->findChild<QTcpSocket*>()->bytesToWrite(), 0);
-        QVERIFY(link->pendingBytes() > size / 2);
-        QVERIFY(left < size / 2);
-        peer->setReading(true);
-        QTRY_COMPARE(left, size);
-        QCOMPARE(link->pendingBytes(), 0);
+        connect(m_link.get(), &Transport::left, this, [&left](qint64 bytes) { left += bytes; });
+        m_peer->setReading(false);
+        QVERIFY(send(QByteArray(kSize, 'x')));
+        QTRY_COMPARE(m_link->findChild<QTcpSocket*>()->bytesToWrite(), 0);
+        QVERIFY(m_link->pendingBytes() > kSize / 2);
+        QVERIFY(left < kSize / 2);
+        m_peer->setReading(true);
+        QTRY_COMPARE(left, kSize);
+        QCOMPARE(m_link->pendingBytes(), 0);
     }
 
     void aStaleSocketDoesNotTouchItsSuccessor()
     {
         connectLink();
-        connect(link.get(), &Transport::noticed, this, [this] {
-            QVERIFY(gone.isEmpty());
+        connect(m_link.get(), &Transport::noticed, this, [this] {
+            QVERIFY(m_gone.isEmpty());
             open();
             QVERIFY(send("second"_ba));
         });
-        peer->close(0);
-        QTRY_COMPARE(gone.size(), 1);
-        QTRY_COMPARE(peer->received(1), "second"_ba);
-        QVERIFY(link->isOpen());
-        QCOMPARE(gone.size(), 1);
+        m_peer->close(0);
+        QTRY_COMPARE(m_gone.size(), 1);
+        QTRY_COMPARE(m_peer->received(1), "second"_ba);
+        QVERIFY(m_link->isOpen());
+        QCOMPARE(m_gone.size(), 1);
     }
 
     void aReaderMayCloseTheEndingConnection()
     {
         connectLink();
-        peer->send("x"_ba);
-        auto* socket = link->findChild<QTcpSocket*>();
+        m_peer->send("x"_ba);
+        auto* socket = m_link->findChild<QTcpSocket*>();
         QTRY_COMPARE(socket->bytesAvailable(), 1);
-        connect(link.get(), &Transport::readyRead, this, [this] { link->close(); });
-        peer->close();
+        connect(m_link.get(), &Transport::readyRead, this, [this] { m_link->close(); });
+        m_peer->close();
         QTRY_VERIFY(isClosed());
-        QCOMPARE(gone.size(), 1);
-        QVERIFY(errors.isEmpty() && gone.at(0).kind == CloseReason::Kind::ByWill);
+        QCOMPARE(m_gone.size(), 1);
+        QVERIFY(m_errors.isEmpty() && m_gone.at(0).kind == CloseReason::Kind::ByWill);
     }
 
     void aBridgeTunesTheConnectedSocket()
     {
-        link->setBridgeTuning(true);
+        m_link->setBridgeTuning(true);
         connectLink();
-        auto* socket = link->findChild<QTcpSocket*>();
+        auto* socket = m_link->findChild<QTcpSocket*>();
         QCOMPARE(socket->socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
         QCOMPARE(socket->socketOption(QAbstractSocket::KeepAliveOption).toInt(), 1);
     }

@@ -9,7 +9,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int lookupMs = 30'000; // what a name server may take to say no
+constexpr int kLookupMs = 30'000; // what a name server may take to say no
 
 } // namespace
 
@@ -19,11 +19,11 @@ class TestUdpTransport final : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<UdpTransport> link;
-    std::unique_ptr<QSignalSpy> ready;
-    std::unique_ptr<QSignalSpy> peersChanged;
-    QStringList messages;
-    QStringList errors;
+    std::unique_ptr<UdpTransport> m_link;
+    std::unique_ptr<QSignalSpy> m_ready;
+    std::unique_ptr<QSignalSpy> m_peersChanged;
+    QStringList m_messages;
+    QStringList m_errors;
 
     static QString keyOf(const UdpPeer& peer) { return u"127.0.0.1:%1"_s.arg(peer.port()); }
 
@@ -31,17 +31,17 @@ private:
     {
         Settings settings;
         settings.udpLocalPort = port;
-        link->open(settings, Transport::OpenMode::Asked);
+        m_link->open(settings, Transport::OpenMode::Asked);
     }
     bool send(const QByteArray& bytes, const QString& host, quint16 port)
     {
-        return link->sendTo(bytes, host, port).taken();
+        return m_link->sendTo(bytes, host, port).taken();
     }
     QList<Chunk> readDatagrams()
     {
         QList<Chunk> all;
         Chunk chunk;
-        while (link->takeChunk(chunk))
+        while (m_link->takeChunk(chunk))
             all += chunk;
         return all;
     }
@@ -58,16 +58,16 @@ private:
 private Q_SLOTS:
     void init()
     {
-        link = std::make_unique<UdpTransport>(connectionMode::UdpClient);
-        ready = std::make_unique<QSignalSpy>(link.get(), &UdpTransport::readyRead);
-        peersChanged = std::make_unique<QSignalSpy>(link.get(), &UdpTransport::peersChanged);
-        messages.clear();
-        errors.clear();
-        connect(link.get(), &Transport::noticed, this, [this](const Notice& notice) {
+        m_link = std::make_unique<UdpTransport>(connectionMode::UdpClient);
+        m_ready = std::make_unique<QSignalSpy>(m_link.get(), &UdpTransport::readyRead);
+        m_peersChanged = std::make_unique<QSignalSpy>(m_link.get(), &UdpTransport::peersChanged);
+        m_messages.clear();
+        m_errors.clear();
+        connect(m_link.get(), &Transport::noticed, this, [this](const Notice& notice) {
             if (notice.gravity == Notice::Gravity::Error)
-                errors += notice.fullText();
+                m_errors += notice.fullText();
             if (notice.shownMs > 0)
-                messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
+                m_messages += u"%1|%2"_s.arg(notice.text).arg(notice.shownMs);
         });
     }
 
@@ -76,23 +76,23 @@ private Q_SLOTS:
         UdpPeer first;
         UdpPeer second;
         bind();
-        QVERIFY(link->isOpen());
-        QVERIFY(first.sendTo(link->localPort(), "one"_ba));
-        QTRY_COMPARE(ready->size(), 1);
+        QVERIFY(m_link->isOpen());
+        QVERIFY(first.sendTo(m_link->localPort(), "one"_ba));
+        QTRY_COMPARE(m_ready->size(), 1);
         const auto datagrams = readDatagrams();
         QCOMPARE(datagrams.size(), 1);
         QCOMPARE(datagrams.at(0).peer, keyOf(first));
         QCOMPARE(datagrams.at(0).bytes, "one"_ba);
-        QCOMPARE(peersChanged->size(), 1);
+        QCOMPARE(m_peersChanged->size(), 1);
 
-        QVERIFY(first.sendTo(link->localPort(), "two"_ba));
+        QVERIFY(first.sendTo(m_link->localPort(), "two"_ba));
         QCOMPARE(readAll(1).size(), 1);
-        QCOMPARE(peersChanged->size(), 1);
-        QVERIFY(second.sendTo(link->localPort(), {}));
+        QCOMPARE(m_peersChanged->size(), 1);
+        QVERIFY(second.sendTo(m_link->localPort(), {}));
         QCOMPARE(readAll(1).value(0).peer, keyOf(second));
-        QCOMPARE(peersChanged->size(), 2);
+        QCOMPARE(m_peersChanged->size(), 2);
 
-        const UdpPeerTable& table = link->peerTable();
+        const UdpPeerTable& table = m_link->peerTable();
         QCOMPARE(table.peers().size(), 2);
         QCOMPARE(table.at(0)->lastDatagram, "two"_ba);
         QVERIFY(table.at(0)->lastHeard.isValid());
@@ -107,32 +107,32 @@ private Q_SLOTS:
         QVERIFY(foreign.bind(
             QHostAddress(QHostAddress::AnyIPv4), 0, QAbstractSocket::DontShareAddress));
         bind(foreign.localPort());
-        QVERIFY(!link->isOpen());
-        QCOMPARE(errors.size(), 1);
-        QVERIFY(errors.at(0).startsWith(
+        QVERIFY(!m_link->isOpen());
+        QCOMPARE(m_errors.size(), 1);
+        QVERIFY(m_errors.at(0).startsWith(
             u"UDP bind to port %1 FAILED: "_s.arg(QString::number(foreign.localPort()))));
-        QCOMPARE(messages, QStringList{errors.at(0) + u"|5000"_s});
+        QCOMPARE(m_messages, QStringList{m_errors.at(0) + u"|5000"_s});
         QVERIFY(!send("x"_ba, u"127.0.0.1"_s, foreign.localPort()));
-        QVERIFY(!link->isOpen());
+        QVERIFY(!m_link->isOpen());
     }
 
     void closingAndBindingAnewForgetThePeers()
     {
         UdpPeer peer;
         bind();
-        QVERIFY(peer.sendTo(link->localPort(), "a"_ba));
+        QVERIFY(peer.sendTo(m_link->localPort(), "a"_ba));
         QCOMPARE(readAll(1).size(), 1);
-        link->close();
+        m_link->close();
         bind();
-        QVERIFY(link->peerTable().peers().isEmpty());
-        QCOMPARE(peersChanged->size(), 2);
-        QVERIFY(peer.sendTo(link->localPort(), "b"_ba));
+        QVERIFY(m_link->peerTable().peers().isEmpty());
+        QCOMPARE(m_peersChanged->size(), 2);
+        QVERIFY(peer.sendTo(m_link->localPort(), "b"_ba));
         QCOMPARE(readAll(1).size(), 1);
-        link->close();
-        QVERIFY(!link->isOpen());
-        QCOMPARE(peersChanged->size(), 4);
-        link->close();
-        QCOMPARE(peersChanged->size(), 4);
+        m_link->close();
+        QVERIFY(!m_link->isOpen());
+        QCOMPARE(m_peersChanged->size(), 4);
+        m_link->close();
+        QCOMPARE(m_peersChanged->size(), 4);
         QVERIFY(!send("x"_ba, u"127.0.0.1"_s, peer.port()));
         QVERIFY(readDatagrams().isEmpty());
     }
@@ -145,11 +145,11 @@ private Q_SLOTS:
         bind();
         QVERIFY(send("1"_ba, u" localhost"_s, peer.port()));
         QVERIFY(send("2"_ba, u"localhost"_s, peer.port()));
-        QCOMPARE(link->pendingBytes(), 2);
+        QCOMPARE(m_link->pendingBytes(), 2);
         QTRY_COMPARE(peer.receivedBytes(), "12"_ba);
-        QCOMPARE(link->pendingBytes(), 0);
+        QCOMPARE(m_link->pendingBytes(), 0);
         QVERIFY(send("3"_ba, u"localhost"_s, peer.port()));
-        QCOMPARE(link->pendingBytes(), 0); // the name is known by now
+        QCOMPARE(m_link->pendingBytes(), 0); // the name is known by now
         QTRY_COMPARE(peer.receivedBytes(), "123"_ba);
     }
 
@@ -157,10 +157,10 @@ private Q_SLOTS:
     {
         bind();
         QVERIFY(send("lost"_ba, u"name.invalid"_s, 1));
-        QTRY_COMPARE_WITH_TIMEOUT(errors.size(), 1, lookupMs);
-        QVERIFY(errors.at(0).contains(u"\"name.invalid\""_s));
-        QVERIFY(errors.at(0).endsWith(u"\n4 bytes were not sent."_s));
-        QCOMPARE(link->pendingBytes(), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(m_errors.size(), 1, kLookupMs);
+        QVERIFY(m_errors.at(0).contains(u"\"name.invalid\""_s));
+        QVERIFY(m_errors.at(0).endsWith(u"\n4 bytes were not sent."_s));
+        QCOMPARE(m_link->pendingBytes(), 0);
     }
 
     void whatWaitsForANameIsBoundedAndDroppedByClose()
@@ -170,12 +170,12 @@ private Q_SLOTS:
             QVERIFY(send("x"_ba, u"name.invalid"_s, 1));
         QVERIFY(!send("x"_ba, u"name.invalid"_s, 1));
         QVERIFY(!send("x"_ba, u"other.invalid"_s, 1));
-        QCOMPARE(messages.size(), 1);
-        QSignalSpy closed(link.get(), &Transport::closed);
-        link->close();
+        QCOMPARE(m_messages.size(), 1);
+        QSignalSpy closed(m_link.get(), &Transport::closed);
+        m_link->close();
         QCOMPARE(closed.value(0).value(0).value<CloseReason>().unsentBytes,
             qint64(UdpTransport::kMaxWaitingDatagrams));
-        QCOMPARE(link->pendingBytes(), 0);
+        QCOMPARE(m_link->pendingBytes(), 0);
         bind();
         QVERIFY(!send(QByteArray(UdpTransport::kMaxWaitingBytes + 1, 'x'), u"a.invalid"_s, 1));
     }
@@ -185,7 +185,7 @@ private Q_SLOTS:
         UdpPeer peer;
         bind();
         QVERIFY(!send(QByteArray(70'000, 'x'), u"127.0.0.1"_s, peer.port()));
-        QVERIFY(messages.value(0).startsWith("UDP send to %1 FAILED: "_L1.arg(keyOf(peer))));
+        QVERIFY(m_messages.value(0).startsWith("UDP send to %1 FAILED: "_L1.arg(keyOf(peer))));
     }
 
     void oneReadIsBoundedAndTheRestIsAnnounced_data()
@@ -198,16 +198,17 @@ private Q_SLOTS:
     void oneReadIsBoundedAndTheRestIsAnnounced()
     {
         QFETCH(qsizetype, size);
-        constexpr int count = 200;
+        constexpr int kCount = 200;
         UdpPeer peer;
         bind();
-        for (int i = 0; i < count; ++i)
-            QVERIFY(peer.sendTo(link->localPort(), QByteArray(size, static_cast<char>(i))));
+        for (int i = 0; i < kCount; ++i)
+            QVERIFY(peer.sendTo(m_link->localPort(), QByteArray(size, static_cast<char>(i))));
         QCOMPARE(readDatagrams().size(), UdpTransport::kMaxDatagramsPerTurn);
         // Only announcements lead to the rest.
         qsizetype all = UdpTransport::kMaxDatagramsPerTurn;
-        connect(link.get(), &UdpTransport::readyRead, this, [&] { all += readDatagrams().size(); });
-        QTRY_COMPARE(all, count);
+        connect(
+            m_link.get(), &UdpTransport::readyRead, this, [&] { all += readDatagrams().size(); });
+        QTRY_COMPARE(all, kCount);
     }
 
     void aFullTableListsNobodyNewAndRepliesToNobodyElse()
@@ -216,13 +217,13 @@ private Q_SLOTS:
         const QHostAddress address(QHostAddress::LocalHost);
         const QDateTime now;
         UdpPeerTable table;
-        for (int i = 0; i < UdpPeerTable::maxPeers; ++i)
+        for (int i = 0; i < UdpPeerTable::kMaxPeers; ++i)
             QCOMPARE(table.record(address, static_cast<quint16>(i + 1), {}, now), Heard::NewPeer);
         QCOMPARE(table.record(address, 60'000, {}, now), Heard::TableFull);
         QCOMPARE(table.lastSenderRow(), -1);
         QCOMPARE(table.record(address, 7, {}, now), Heard::KnownPeer);
         QCOMPARE(table.lastSenderRow(), 6);
-        QCOMPARE(table.peers().size(), UdpPeerTable::maxPeers);
+        QCOMPARE(table.peers().size(), UdpPeerTable::kMaxPeers);
     }
 };
 

@@ -25,11 +25,11 @@ public:
 
     [[nodiscard]] QString text()
     {
-        static constexpr QStringView pieces[] = {
+        static constexpr QStringView kPieces[] = {
             u",", u"\"", u";", u"=", u"@Invalid()", u"\\x41", u"\n", u"ü漢", u"a b", u"%1/"};
         QString result = QString::number(m_random.generate(), 36);
         for (int i = 0; i < 4; ++i)
-            result += pieces[m_random.bounded(static_cast<int>(std::size(pieces)))];
+            result += kPieces[m_random.bounded(static_cast<int>(std::size(kPieces)))];
         return result;
     }
 

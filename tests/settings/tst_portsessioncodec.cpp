@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // The file format, misspelling included.
-const QStringList keyNames = [] {
+const QStringList kKeyNames = [] {
     QStringList names =
         u"PortName BaudRate DataBits StopBits Parity FlowControl DtrOn RtsOn ReceiveMsgForamt "
         "ReceiveEncoding RxAutoFeedLine RxLineEndingMode SplitterLeft SplitterRight "
@@ -61,7 +61,7 @@ void PortSessionCodecTest::keys()
     PortSessionCodec::write(file, 1, SettingsService::defaultPortSettings({}), FormatSetting{});
     QCOMPARE(file.childGroups(), QStringList{u"1"_s});
     file.beginGroup(u"1"_s);
-    QCOMPARE(file.childKeys(), keyNames);
+    QCOMPARE(file.childKeys(), kKeyNames);
 }
 
 void PortSessionCodecTest::storedValues()

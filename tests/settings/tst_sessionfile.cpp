@@ -18,7 +18,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const auto noProgress = [](int) {};
+const auto kNoProgress = [](int) {};
 
 SessionContents sessionOf(int panes)
 {
@@ -73,7 +73,7 @@ private:
     bool write(const SessionContents& contents, const QString& path)
     {
         m_message.clear();
-        return SessionFile::write(path, contents, m_message, noProgress);
+        return SessionFile::write(path, contents, m_message, kNoProgress);
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -151,7 +151,7 @@ void SessionFileTest::quickViewDefault()
 
 void SessionFileTest::roundTrip()
 {
-    constexpr int panes = 16;
+    constexpr int kPanes = 16;
     RandomRecords random(16);
     SessionContents contents;
     contents.columnCount = 16;
@@ -160,7 +160,7 @@ void SessionFileTest::roundTrip()
         contents.quickSettings.fieldOrder[group] = random.texts();
         contents.quickSettings.hiddenFields[group] = random.texts();
     }
-    for (int i = 0; i < panes; ++i) {
+    for (int i = 0; i < kPanes; ++i) {
         SessionPane pane{random.settings(), random.format()};
         pane.format.logRotateAtSize = pane.format.logRotateAtTime = false;
         pane.format.needHourTimeStamp = false;
@@ -224,8 +224,8 @@ void SessionFileTest::endlessTexts()
     SessionContents contents;
     QVERIFY(SessionFile::read(m_path, contents, m_message));
     QCOMPARE(contents.panes.at(0).settings.portName.size(), 4096);
-    QCOMPARE(contents.panes.at(0).settings.targetHosts.size(), Settings::maxTargetHosts);
-    QCOMPARE(contents.panes.at(0).format.sendList.size(), FormatSetting::maxSendList);
+    QCOMPARE(contents.panes.at(0).settings.targetHosts.size(), Settings::kMaxTargetHosts);
+    QCOMPARE(contents.panes.at(0).format.sendList.size(), FormatSetting::kMaxSendList);
 }
 
 void SessionFileTest::unreadable_data()
@@ -286,7 +286,7 @@ void SessionFileTest::garbageNeverHurts()
 {
     QVERIFY(write(sessionOf(3), m_path));
     const QByteArray good = get(m_path);
-    static constexpr std::array<QByteArrayView, 8> bits{"@Variant(\0\0\0\x7f\xff\xff\xff\xff)",
+    static constexpr std::array<QByteArrayView, 8> kBits{"@Variant(\0\0\0\x7f\xff\xff\xff\xff)",
         "@ByteArray(", "\\x", "\n[", "=", ", \"", "@Rect(1 2 3)", "\n99999999/PortName=x\n"};
     QRandomGenerator random(7);
     int opened = 0;
@@ -299,7 +299,7 @@ void SessionFileTest::garbageNeverHurts()
                 bytes[at] = static_cast<char>(random.generate());
                 break;
             case 1:
-                bytes.insert(at, bits.at(random.generate() % bits.size()));
+                bytes.insert(at, kBits.at(random.generate() % kBits.size()));
                 break;
             case 2:
                 bytes.remove(at, random.bounded(200));
@@ -345,7 +345,7 @@ void SessionFileTest::failedSaveKeepsTheOldFile()
     const QByteArray old = get(m_path);
     contents.panes[0].settings.portName = u"changed"_s;
     if (path == "lab.vmr"_L1)
-        contents.panes[0].format.sendList = {QString(SessionFile::maxBytes, u'x')};
+        contents.panes[0].format.sendList = {QString(SessionFile::kMaxBytes, u'x')};
     QVERIFY(!write(contents, QDir(m_dir->path()).absoluteFilePath(path)));
     QVERIFY(!m_message.isEmpty());
     QCOMPARE(get(m_path), old);

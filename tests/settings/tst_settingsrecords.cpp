@@ -29,14 +29,14 @@ private Q_SLOTS:
 void SettingsRecordsTest::unitsOfStoredNumbers()
 {
     namespace C = SettingsCodec;
-    constexpr int max = std::numeric_limits<int>::max();
+    constexpr int kMax = std::numeric_limits<int>::max();
     QCOMPARE(C::sendIntervalToMs(3, 1000), 3000);
     QCOMPARE(C::sendIntervalToMs(7, 0), 7);
     QCOMPARE(C::sendIntervalToMs(7, -60), 7);
-    QCOMPARE(C::sendIntervalToMs(max, max), qint64{max} * max);
+    QCOMPARE(C::sendIntervalToMs(kMax, kMax), qint64{kMax} * kMax);
     QCOMPARE(C::msToSpinValue(2500, 1000), 2);
     QCOMPARE(C::msToSpinValue(2500, 0), 2500);
-    QCOMPARE(C::msToSpinValue(qint64{1} << 40, 1), max);
+    QCOMPARE(C::msToSpinValue(qint64{1} << 40, 1), kMax);
     QCOMPARE(C::rotateSizeMbToBytes(2048), std::numeric_limits<qint32>::min());
     QCOMPARE(C::rotateSizeBytesToMb(1048575), 0);
     QCOMPARE(C::rotateSizeBytesToMb(1048576), 1);
@@ -89,7 +89,7 @@ void SettingsRecordsTest::formatIsSanitized()
     wild.displayBufferSize = 0;
     wild.logRotateSize = 0;
     wild.splitterLeft = -5;
-    wild.sendList = QStringList(FormatSetting::maxSendList + 1, u"x"_s);
+    wild.sendList = QStringList(FormatSetting::kMaxSendList + 1, u"x"_s);
     const FormatSetting sane = wild.sanitized();
     QCOMPARE(sane.autoFeedInterval, 10);
     QCOMPARE(sane.sendInterval, 1);
@@ -97,7 +97,7 @@ void SettingsRecordsTest::formatIsSanitized()
     QCOMPARE(sane.displayBufferSize, 1048576);
     QCOMPARE(sane.logRotateSize, 0);
     QCOMPARE(sane.splitterLeft, 0);
-    QCOMPARE(sane.sendList.size(), FormatSetting::maxSendList);
+    QCOMPARE(sane.sendList.size(), FormatSetting::kMaxSendList);
     wild.autoFeedInterval = 1000001;
     QCOMPARE(wild.sanitized().autoFeedInterval, 1000000);
     QVERIFY(FormatSetting{}.sanitized() == FormatSetting{});
@@ -114,7 +114,7 @@ void SettingsRecordsTest::hostHistory()
     QCOMPARE(settings.targetHosts, (QStringList{u"a.example"_s, u"b.example"_s, u"127.0.0.1"_s}));
     for (int i = 0; i < 100; ++i)
         settings.useTargetHost(QString::number(i));
-    QCOMPARE(settings.targetHosts.size(), Settings::maxTargetHosts);
+    QCOMPARE(settings.targetHosts.size(), Settings::kMaxTargetHosts);
 }
 
 void SettingsRecordsTest::orders()

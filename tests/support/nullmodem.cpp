@@ -13,21 +13,21 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qint64 nanosecondsPerMillisecond = 1'000'000;
+constexpr qint64 kNanosecondsPerMillisecond = 1'000'000;
 
 struct Baud
 {
     speed_t code;
     int rate;
 };
-constexpr std::array bauds{Baud{B300, 300}, Baud{B1200, 1200}, Baud{B2400, 2400}, Baud{B4800, 4800},
-    Baud{B9600, 9600}, Baud{B19200, 19'200}, Baud{B38400, 38'400}, Baud{B57600, 57'600},
-    Baud{B115200, 115'200}, Baud{B230400, 230'400}};
+constexpr std::array kBauds{Baud{B300, 300}, Baud{B1200, 1200}, Baud{B2400, 2400},
+    Baud{B4800, 4800}, Baud{B9600, 9600}, Baud{B19200, 19'200}, Baud{B38400, 38'400},
+    Baud{B57600, 57'600}, Baud{B115200, 115'200}, Baud{B230400, 230'400}};
 
 int baudRate(speed_t code)
 {
-    const auto* const found = std::ranges::find(bauds, code, &Baud::code);
-    return found == bauds.end() ? -1 : found->rate;
+    const auto* const found = std::ranges::find(kBauds, code, &Baud::code);
+    return found == kBauds.end() ? -1 : found->rate;
 }
 
 char parityLetter(tcflag_t control)
@@ -140,7 +140,7 @@ NullModem::BreakRecord NullModem::breakSeenBy(End end) const
 {
     const auto sent = nullmodem_sent_breaks(m_cable, static_cast<int>(other(end)));
     return {static_cast<int>(sent.count), sent.active != 0,
-        sent.count == 0 ? -1 : static_cast<qint64>(sent.last_ns) / nanosecondsPerMillisecond};
+        sent.count == 0 ? -1 : static_cast<qint64>(sent.last_ns) / kNanosecondsPerMillisecond};
 }
 
 void NullModem::setDriverQueue(End end, int bytes)
@@ -170,7 +170,7 @@ void NullModem::pump(End from)
         return;
     }
     if (source.toOther.isEmpty()) {
-        source.toOther = source.terminal.read(pumpCapacity);
+        source.toOther = source.terminal.read(kPumpCapacity);
     }
     if (!sink.isOpen()) {
         source.toOther.clear();

@@ -15,7 +15,7 @@
 ///
 /// portA() and portB() are names for QSerialPort or any other program. Bytes cross both ways
 /// through the event loop of the thread that made the object; each direction holds at most
-/// `pumpCapacity` bytes, so a receiver that does not read holds the sender back as real flow
+/// `kPumpCapacity` bytes, so a receiver that does not read holds the sender back as real flow
 /// control does. Bytes sent to a plugged end that nobody has opened wait there.
 ///
 /// Modem lines cross as on the cable: DTR to the other end's DSR and DCD, RTS to its CTS; RI never
@@ -44,7 +44,7 @@ public:
                     ///< ResourceError, depending on the value that errno happens to have
     };
 
-    static constexpr qsizetype pumpCapacity = 4096;
+    static constexpr qsizetype kPumpCapacity = 4096;
 
     /// Both ends plugged in. When the system has no pseudo-terminals, isValid() is false.
     explicit NullModem(QObject* parent = nullptr);
@@ -100,7 +100,7 @@ private:
     {
         simdevice::PseudoTerminal terminal;
         simdevice::StableLink link;
-        QByteArray toOther; ///< read here, not yet written there; at most pumpCapacity bytes
+        QByteArray toOther; ///< read here, not yet written there; at most kPumpCapacity bytes
         qint64 crossed = 0;
     };
 

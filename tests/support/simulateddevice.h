@@ -12,9 +12,9 @@ class SimulatedDevice final
     Q_DISABLE_COPY_MOVE(SimulatedDevice)
 
 public:
-    static constexpr simdevice::Shell::Options quiet{false, 200};
+    static constexpr simdevice::Shell::Options kQuiet{false, 200};
 
-    explicit SimulatedDevice(simdevice::Shell::Options options = quiet)
+    explicit SimulatedDevice(simdevice::Shell::Options options = kQuiet)
         : m_options(options)
     {
         plugBack();

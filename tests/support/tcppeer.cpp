@@ -56,7 +56,7 @@ int TcpPeer::adopt(QTcpSocket* socket)
 {
     const int connection = connectionCount();
     socket->setParent(this);
-    socket->setReadBufferSize(socketBuffer);
+    socket->setReadBufferSize(kSocketBuffer);
     m_connections.push_back({socket, {}});
     connect(socket, &QTcpSocket::readyRead, this, [this, connection] { drain(connection); });
     const auto over = [this, connection] {
@@ -75,7 +75,7 @@ int TcpPeer::adopt(QTcpSocket* socket)
 void TcpPeer::drain(int connection)
 {
     Connection& own = m_connections[static_cast<size_t>(connection)];
-    const auto room = receiveCapacity - own.received.size();
+    const auto room = kReceiveCapacity - own.received.size();
     if (!m_reading || own.socket == nullptr || !own.socket->isOpen() || room <= 0) {
         return;
     }
@@ -92,7 +92,7 @@ void TcpPeer::drain(int connection)
 
 const TcpPeer::Connection* TcpPeer::find(int connection) const
 {
-    const int index = connection == latest ? connectionCount() - 1 : connection;
+    const int index = connection == kLatest ? connectionCount() - 1 : connection;
     return index >= 0 && index < connectionCount() ? &m_connections[static_cast<size_t>(index)]
                                                    : nullptr;
 }

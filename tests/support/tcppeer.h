@@ -14,18 +14,18 @@ class QTcpSocket;
 /// The other side of a TCP connection in a test: a server or a client on 127.0.0.1, or both.
 ///
 /// Connections are numbered from 0 in the order in which they came about and keep their number when
-/// they end. Everything a connection sends is kept, up to `receiveCapacity` bytes each; beyond that
-/// it is left in the kernel, so that the sender is held back. A `connection` argument of `latest`
-/// means the newest one; a number that does not exist is a harmless no-op.
+/// they end. Everything a connection sends is kept, up to `kReceiveCapacity` bytes each; beyond
+/// that it is left in the kernel, so that the sender is held back. A `connection` argument of
+/// `latest` means the newest one; a number that does not exist is a harmless no-op.
 class TcpPeer final : public QObject
 {
     Q_OBJECT
     Q_DISABLE_COPY_MOVE(TcpPeer)
 
 public:
-    static constexpr int latest = -1;
-    static constexpr qsizetype receiveCapacity = 64 * 1024 * 1024;
-    static constexpr qint64 socketBuffer = 64 * 1024;
+    static constexpr int kLatest = -1;
+    static constexpr qsizetype kReceiveCapacity = 64 * 1024 * 1024;
+    static constexpr qint64 kSocketBuffer = 64 * 1024;
 
     using Answer = std::function<QByteArray(const QByteArray& request)>;
 
@@ -49,25 +49,25 @@ public:
 
     int connectionCount() const { return int(m_connections.size()); }
     int openCount() const;
-    bool isOpen(int connection = latest) const;
+    bool isOpen(int connection = kLatest) const;
 
-    void send(const QByteArray& bytes, int connection = latest);
+    void send(const QByteArray& bytes, int connection = kLatest);
     /// Bytes handed to send() that have not reached the system yet.
-    qint64 unsent(int connection = latest) const;
+    qint64 unsent(int connection = kLatest) const;
 
     /// Ends the connection with RST (SO_LINGER 0), as a crashed or power-cycled peer does.
-    void reset(int connection = latest);
+    void reset(int connection = kLatest);
     /// Sends FIN behind what the system has taken, and goes on receiving.
-    void halfClose(int connection = latest);
+    void halfClose(int connection = kLatest);
     /// Orderly end after everything was sent.
-    void close(int connection = latest);
+    void close(int connection = kLatest);
 
     /// Off: bytes stay in the system's buffers until the sender stalls.
     void setReading(bool on);
 
     /// Everything received so far; clear with takeReceived().
-    QByteArray received(int connection = latest) const;
-    QByteArray takeReceived(int connection = latest);
+    QByteArray received(int connection = kLatest) const;
+    QByteArray takeReceived(int connection = kLatest);
 
 Q_SIGNALS:
     void connected(int connection);

@@ -18,7 +18,7 @@ using simdevice::Shell;
 
 namespace {
 
-constexpr Shell::Options silent{false, 200};
+constexpr Shell::Options kSilent{false, 200};
 
 QByteArray take(Shell& shell)
 {
@@ -94,7 +94,7 @@ void TestSimDevice::answers()
     QFETCH(const QByteArray, input);
     QFETCH(const QByteArray, output);
     for (const qsizetype step : {input.size(), qsizetype(1), qsizetype(3)}) {
-        Shell shell(silent);
+        Shell shell(kSilent);
         QCOMPARE(converse(shell, input, step), output);
     }
 }
@@ -102,28 +102,28 @@ void TestSimDevice::answers()
 // A reader that stalls for a second: nothing is lost, and it never comes faster than asked for.
 void TestSimDevice::floodKeepsItsRateAndTotal()
 {
-    constexpr qint64 rate = 1'000'000;
-    constexpr qint64 stallMs = 1000;
-    const auto burst = FloodJob::lineLength + rate * FloodJob::burstMs / 1000 + 100;
-    Shell shell(silent);
+    constexpr qint64 kRate = 1'000'000;
+    constexpr qint64 kStallMs = 1000;
+    const auto burst = FloodJob::kLineLength + kRate * FloodJob::kBurstMs / 1000 + 100;
+    Shell shell(kSilent);
     QCOMPARE(converse(shell, "ATE0\r", 5), "ATE0\r\nOK\r\n");
     shell.feed("AT+FLOOD=1000000,2\r", 0);
     QByteArray all;
     qint64 now = 0;
     for (; now < 5000 && !all.endsWith("OK\r\n"); now += 5) {
         shell.advance(now, 0);
-        QVERIFY(shell.output().size() <= Shell::outputCapacity);
-        if (now < 300 || now >= 300 + stallMs)
+        QVERIFY(shell.output().size() <= Shell::kOutputCapacity);
+        if (now < 300 || now >= 300 + kStallMs)
             all += take(shell);
-        QVERIFY(all.size() <= rate * now / 1000 + burst);
+        QVERIFY(all.size() <= kRate * now / 1000 + burst);
     }
     const QByteArray head = "+FLOOD: 2000000\r\n";
     const QByteArray tail = "+FLOOD: 2000000 bytes sent\r\nOK\r\n";
     QVERIFY(all.startsWith(head) && all.endsWith(tail));
-    QCOMPARE(all.size(), head.size() + 2 * rate + tail.size());
-    for (qint64 at = 0; at + FloodJob::lineLength <= 2 * rate; at += FloodJob::lineLength)
+    QCOMPARE(all.size(), head.size() + 2 * kRate + tail.size());
+    for (qint64 at = 0; at + FloodJob::kLineLength <= 2 * kRate; at += FloodJob::kLineLength)
         QCOMPARE(all.mid(head.size() + at, 10).toLongLong(), at);
-    QVERIFY(now <= 2200 + stallMs);
+    QVERIFY(now <= 2200 + kStallMs);
 }
 
 void TestSimDevice::conversationOverThePort()

@@ -6,7 +6,7 @@
 #include <QUdpSocket>
 
 /// The other side of a UDP exchange in a test: one socket on 127.0.0.1, on a port that the system
-/// chooses, that keeps every datagram up to `maxDatagrams`.
+/// chooses, that keeps every datagram up to `kMaxDatagrams`.
 class UdpPeer final
 {
     Q_DISABLE_COPY_MOVE(UdpPeer)
@@ -18,7 +18,7 @@ public:
         QByteArray payload;
     };
 
-    static constexpr qsizetype maxDatagrams = 10'000;
+    static constexpr qsizetype kMaxDatagrams = 10'000;
 
     UdpPeer()
     {
@@ -53,7 +53,7 @@ private:
     {
         while (m_socket.hasPendingDatagrams()) {
             const auto datagram = m_socket.receiveDatagram();
-            if (m_received.size() < maxDatagrams) {
+            if (m_received.size() < kMaxDatagrams) {
                 m_received.append({static_cast<quint16>(datagram.senderPort()), datagram.data()});
             }
         }

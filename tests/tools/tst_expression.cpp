@@ -9,12 +9,12 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr IntegerKind s64{64, true};
-constexpr IntegerKind u64{64, false};
-constexpr IntegerKind s8{8, true};
-constexpr IntegerKind u8{8, false};
-constexpr IntegerKind u16{16, false};
-constexpr IntegerKind u32{32, false};
+constexpr IntegerKind kS64{64, true};
+constexpr IntegerKind kU64{64, false};
+constexpr IntegerKind kS8{8, true};
+constexpr IntegerKind kU8{8, false};
+constexpr IntegerKind kU16{16, false};
+constexpr IntegerKind kU32{32, false};
 
 } // namespace
 
@@ -37,38 +37,38 @@ private Q_SLOTS:
             QTest::addRow("%s in %s%d", text, kind.isSigned ? "s" : "u", kind.width)
                 << QString::fromLatin1(text) << kind << bits << wrapped;
         };
-        row("1 + 2 * 3", s64, 7);
-        row("(1 + 2) * 3", s64, 9);
-        row("2 ** 3 ** 2", s64, 512);
-        row("-2 ** 2", s64, quint64(-4));
-        row("1 << 4 + 1", s64, 32);
-        row("0xF0 | 0x0F & 0x3C ^ 1", s64, 0xF0 | ((0x0F & 0x3C) ^ 1));
-        row("0b1010_1010", u8, 0xAA);
-        row("0o17 + 0X1f", s64, 15 + 31);
-        row("'A' + 1", s64, 66);
-        row("7 / -2", s64, quint64(-3));
-        row("7 % -2", s64, 1);
-        row("-7 % 2", s64, quint64(-1));
-        row("~0", u16, 0xFFFF);
-        row("200 + 100", u8, 44, true);
-        row("100 + 100", s8, 200, true);
-        row("-128", s8, 0x80);
-        row("-128 / -1", s8, 0x80, true);
-        row("-128 % -1", s8, 0);
-        row("0x1FF", u8, 0xFF, true);
-        row("-1 >> 4", s8, 0xFF);
-        row("-1 >> 100", s8, 0xFF);
-        row("0x80 >> 7", u8, 1);
-        row("1 << 8", u8, 0);
-        row("1 << 63", u64, quint64(1) << 63);
-        row("0xFFFFFFFFFFFFFFFF + 1", u64, 0, true);
-        row("swap(0x12345678)", u32, 0x78563412);
-        row("popcount(0xFF00)", u16, 8);
-        row("abs(-5) + min(3, -4) + max(-1, 2)", s64, 3);
-        row("min(-1, 1)", u8, 1, true);
-        row("int(-2.9)", s64, quint64(-2));
-        row("floatbits(1)", u32, 0x3F800000);
-        row("doublebits(-2.0)", u64, 0xC000000000000000);
+        row("1 + 2 * 3", kS64, 7);
+        row("(1 + 2) * 3", kS64, 9);
+        row("2 ** 3 ** 2", kS64, 512);
+        row("-2 ** 2", kS64, quint64(-4));
+        row("1 << 4 + 1", kS64, 32);
+        row("0xF0 | 0x0F & 0x3C ^ 1", kS64, 0xF0 | ((0x0F & 0x3C) ^ 1));
+        row("0b1010_1010", kU8, 0xAA);
+        row("0o17 + 0X1f", kS64, 15 + 31);
+        row("'A' + 1", kS64, 66);
+        row("7 / -2", kS64, quint64(-3));
+        row("7 % -2", kS64, 1);
+        row("-7 % 2", kS64, quint64(-1));
+        row("~0", kU16, 0xFFFF);
+        row("200 + 100", kU8, 44, true);
+        row("100 + 100", kS8, 200, true);
+        row("-128", kS8, 0x80);
+        row("-128 / -1", kS8, 0x80, true);
+        row("-128 % -1", kS8, 0);
+        row("0x1FF", kU8, 0xFF, true);
+        row("-1 >> 4", kS8, 0xFF);
+        row("-1 >> 100", kS8, 0xFF);
+        row("0x80 >> 7", kU8, 1);
+        row("1 << 8", kU8, 0);
+        row("1 << 63", kU64, quint64(1) << 63);
+        row("0xFFFFFFFFFFFFFFFF + 1", kU64, 0, true);
+        row("swap(0x12345678)", kU32, 0x78563412);
+        row("popcount(0xFF00)", kU16, 8);
+        row("abs(-5) + min(3, -4) + max(-1, 2)", kS64, 3);
+        row("min(-1, 1)", kU8, 1, true);
+        row("int(-2.9)", kS64, quint64(-2));
+        row("floatbits(1)", kU32, 0x3F800000);
+        row("doublebits(-2.0)", kU64, 0xC000000000000000);
     }
 
     void integers()
@@ -103,7 +103,7 @@ private Q_SLOTS:
     {
         QFETCH(double, expected);
         const QString text = QString::fromLatin1(QTest::currentDataTag());
-        const Expression::Result result = Expression::evaluate(text, s64);
+        const Expression::Result result = Expression::evaluate(text, kS64);
         QVERIFY2(result.ok, qPrintable(result.error));
         QVERIFY(result.value.isReal);
         QCOMPARE(result.value.real, expected);
@@ -148,7 +148,7 @@ private Q_SLOTS:
         QFETCH(QString, error);
         QFETCH(qsizetype, position);
         const QString text = QString::fromLatin1(QTest::currentDataTag());
-        const Expression::Result result = Expression::evaluate(text, s64);
+        const Expression::Result result = Expression::evaluate(text, kS64);
         QVERIFY(!result.ok);
         QCOMPARE(result.error, error);
         QCOMPARE(result.errorPosition, position);
@@ -157,10 +157,10 @@ private Q_SLOTS:
     // Nesting and length are bounded, and every text ends in a value or an error.
     void randomTextNeverCrashes()
     {
-        QVERIFY(!Expression::evaluate(QString(4000, u'('), s64).ok);
-        QVERIFY(!Expression::evaluate(QString(4000, u'-'), s64).ok);
-        QVERIFY(!Expression::evaluate(QString(5000, u'1'), s64).ok);
-        static constexpr QStringView words[]{u"1", u"0x7f", u"2.5", u"+", u"-", u"*", u"**", u"/",
+        QVERIFY(!Expression::evaluate(QString(4000, u'('), kS64).ok);
+        QVERIFY(!Expression::evaluate(QString(4000, u'-'), kS64).ok);
+        QVERIFY(!Expression::evaluate(QString(5000, u'1'), kS64).ok);
+        static constexpr QStringView kWords[]{u"1", u"0x7f", u"2.5", u"+", u"-", u"*", u"**", u"/",
             u"%", u"<<", u">>", u"~", u"^", u"&", u"|", u"(", u")", u",", u"swap", u"min", u"pi",
             u"'", u"\u00e9"};
         QRandomGenerator random(7);
@@ -168,8 +168,8 @@ private Q_SLOTS:
         for (int round = 0; round < 20000; ++round) {
             QString text;
             for (int word = random.bounded(1, 12); word > 0; --word)
-                text += words[random.bounded(int(std::size(words)))];
-            const Expression::Result result = Expression::evaluate(text, s8);
+                text += kWords[random.bounded(int(std::size(kWords)))];
+            const Expression::Result result = Expression::evaluate(text, kS8);
             QCOMPARE(result.ok, result.error.isEmpty());
             QVERIFY(
                 result.ok || (result.errorPosition >= 0 && result.errorPosition <= text.size()));
@@ -180,12 +180,12 @@ private Q_SLOTS:
 
     void writesEveryBase()
     {
-        QCOMPARE(IntegerText::hexadecimal(0x0A, u16), u"000A"_s);
-        QCOMPARE(IntegerText::binary(0x0A, u8), u"0000 1010"_s);
-        QCOMPARE(IntegerText::octal(8, u8), u"10"_s);
+        QCOMPARE(IntegerText::hexadecimal(0x0A, kU16), u"000A"_s);
+        QCOMPARE(IntegerText::binary(0x0A, kU8), u"0000 1010"_s);
+        QCOMPARE(IntegerText::octal(8, kU8), u"10"_s);
         QCOMPARE(IntegerText::signedDecimal(0xFFFE, {16, true}), u"-2"_s);
         QCOMPARE(IntegerText::unsignedDecimal(0xFFFE, {16, true}), u"65534"_s);
-        QCOMPARE(IntegerText::swapBytes(0x0102030405060708, u64), quint64(0x0807060504030201));
+        QCOMPARE(IntegerText::swapBytes(0x0102030405060708, kU64), quint64(0x0807060504030201));
         QCOMPARE(realText(0.1F), u"0.1"_s);
         QCOMPARE(realText(0.1), u"0.1"_s);
         QCOMPARE(realText(16777216.0F), u"16777216"_s);

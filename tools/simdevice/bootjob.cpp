@@ -31,11 +31,11 @@ BootJob::BootJob(Direction direction, XferProtocol protocol, Image& image, qint6
     , m_image(image)
     , m_codec(
           direction == Direction::Receive ? XmodemCodec::Role::Receiver : XmodemCodec::Role::Sender,
-          protocol, XferConfig::LongBlock)
+          protocol, XferConfig::kLongBlock)
 {
     m_codec.setSink(&image);
     m_codec.setSource(&image);
-    m_codec.setReceiveLimit(Image::maxBytes);
+    m_codec.setReceiveLimit(Image::kMaxBytes);
     take(m_codec.begin({QStringLiteral("image.bin"), image.size(), 0}, nowMs));
 }
 

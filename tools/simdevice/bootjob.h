@@ -12,7 +12,7 @@ class Image final : public XferSink, public XferSource
 {
 public:
     /// What the device has room for.
-    static constexpr qint64 maxBytes = 16'777'216;
+    static constexpr qint64 kMaxBytes = 16'777'216;
 
     bool open(const XferFileMeta& meta) override;
     bool write(QByteArrayView bytes) override;

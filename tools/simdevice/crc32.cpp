@@ -19,7 +19,7 @@ constexpr std::array<quint32, 256> makeTable()
     return table;
 }
 
-constexpr std::array<quint32, 256> table = makeTable();
+constexpr std::array<quint32, 256> kTable = makeTable();
 
 } // namespace
 
@@ -27,7 +27,7 @@ quint32 crc32(quint32 crc, QByteArrayView bytes)
 {
     crc = ~crc;
     for (const char byte : bytes) {
-        crc = (crc >> 8) ^ table[(crc ^ static_cast<quint8>(byte)) & 0xFFU];
+        crc = (crc >> 8) ^ kTable[(crc ^ static_cast<quint8>(byte)) & 0xFFU];
     }
     return ~crc;
 }

@@ -43,7 +43,7 @@ void Device::stop()
 void Device::pump()
 {
     const auto now = m_clock.elapsed();
-    m_input.append(m_terminal.read(inputCapacity - m_input.size()));
+    m_input.append(m_terminal.read(kInputCapacity - m_input.size()));
     bool moved = true;
     while (moved) {
         m_shell.advance(now, m_terminal.unread());
@@ -53,10 +53,10 @@ void Device::pump()
         m_shell.consume(sent);
         moved = taken > 0 || sent > 0;
     }
-    m_terminal.setReading(m_input.size() < inputCapacity);
+    m_terminal.setReading(m_input.size() < kInputCapacity);
     const auto wait = m_shell.nextTimeoutMs(now);
     if (wait >= 0) {
-        m_timer.start(static_cast<int>(std::min<qint64>(wait, Shell::maxSensorIntervalMs)));
+        m_timer.start(static_cast<int>(std::min<qint64>(wait, Shell::kMaxSensorIntervalMs)));
     } else {
         m_timer.stop();
     }

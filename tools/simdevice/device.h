@@ -23,7 +23,7 @@ class Device final : public QObject
 
 public:
     /// Most bytes that wait for the shell; further ones stay in the kernel.
-    static constexpr qsizetype inputCapacity = 4096;
+    static constexpr qsizetype kInputCapacity = 4096;
 
     explicit Device(Shell::Options options = {}, QObject* parent = nullptr);
     ~Device() override;

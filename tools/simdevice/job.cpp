@@ -49,7 +49,7 @@ FloodJob::FloodJob(qint64 rate, qint64 seconds, qint64 nowMs)
 
 qint64 FloodJob::burst() const
 {
-    return lineLength + m_rate * burstMs / 1000;
+    return kLineLength + m_rate * kBurstMs / 1000;
 }
 
 void FloodJob::produce(QByteArray* output, qsizetype room, qint64 nowMs)
@@ -59,8 +59,8 @@ void FloodJob::produce(QByteArray* output, qsizetype room, qint64 nowMs)
     while (!done() && nextLength() * 1000 <= m_creditMilliBytes && nextLength() <= room) {
         const auto length = nextLength();
         QByteArray line = QByteArray::number(m_sent).rightJustified(10, '0') + ' ';
-        const auto first = m_sent / lineLength;
-        while (line.size() < lineLength) {
+        const auto first = m_sent / kLineLength;
+        while (line.size() < kLineLength) {
             line.append(static_cast<char>('A' + (first + line.size()) % 26));
         }
         line.truncate(qMax<qint64>(0, length - 2));
@@ -75,7 +75,7 @@ qint64 FloodJob::nextTimeoutMs(qint64 nowMs) const
 {
     const auto missing = nextLength() * 1000 - m_creditMilliBytes;
     const auto due = m_lastMs + (std::max<qint64>(missing, 0) + m_rate - 1) / m_rate;
-    return std::max(tickMs, due - nowMs);
+    return std::max(kTickMs, due - nowMs);
 }
 
 QByteArray FloodJob::summary() const
@@ -111,12 +111,12 @@ SinkJob::SinkJob(qint64 count, qint64 nowMs)
 
 void SinkJob::produce(QByteArray* /*output*/, qsizetype /*room*/, qint64 nowMs)
 {
-    m_silent = nowMs - m_lastMs >= silenceMs;
+    m_silent = nowMs - m_lastMs >= kSilenceMs;
 }
 
 qint64 SinkJob::nextTimeoutMs(qint64 nowMs) const
 {
-    return std::max<qint64>(0, m_lastMs + silenceMs - nowMs);
+    return std::max<qint64>(0, m_lastMs + kSilenceMs - nowMs);
 }
 
 qsizetype SinkJob::swallow(QByteArrayView bytes, qint64 nowMs)

@@ -53,15 +53,15 @@ private:
 /// "AT+FLOOD": numbered text lines at a steady rate, rate times seconds bytes in all.
 ///
 /// Credit grows with time and is spent by whole lines (the last one is cut so that the total is
-/// exact). Credit is capped at `burstMs` worth of bytes plus a line: after a pause in which the
+/// exact). Credit is capped at `kBurstMs` worth of bytes plus a line: after a pause in which the
 /// reader was slow, the flood goes on at its rate instead of making up for lost time. So no span of
 /// t milliseconds carries more than rate * t / 1000 bytes plus that cap.
 class FloodJob final : public Job
 {
 public:
-    static constexpr qint64 lineLength = 64; ///< with CR LF
-    static constexpr qint64 burstMs = 50;
-    static constexpr qint64 tickMs = 5;
+    static constexpr qint64 kLineLength = 64; ///< with CR LF
+    static constexpr qint64 kBurstMs = 50;
+    static constexpr qint64 kTickMs = 5;
 
     /// `rate` in bytes per second and `seconds`, both above 0.
     FloodJob(qint64 rate, qint64 seconds, qint64 nowMs);
@@ -76,7 +76,7 @@ public:
     qint64 burst() const;
 
 private:
-    qint64 nextLength() const { return qMin(lineLength, m_total - m_sent); }
+    qint64 nextLength() const { return qMin(kLineLength, m_total - m_sent); }
 
     const qint64 m_rate;
     const qint64 m_total;
@@ -106,7 +106,7 @@ private:
 class SinkJob final : public Job
 {
 public:
-    static constexpr qint64 silenceMs = 30'000;
+    static constexpr qint64 kSilenceMs = 30'000;
 
     SinkJob(qint64 count, qint64 nowMs);
 

@@ -6,8 +6,8 @@ namespace simdevice {
 
 namespace {
 
-constexpr char backspace = '\b';
-constexpr char del = '\x7F';
+constexpr char kBackspace = '\b';
+constexpr char kDel = '\x7F';
 
 } // namespace
 
@@ -23,14 +23,14 @@ LineEditor::Result LineEditor::feed(char byte, QByteArray* output)
         }
         return std::exchange(m_tooLong, false) ? Result::TooLong : Result::Line;
     }
-    if (byte == backspace || byte == del) {
+    if (byte == kBackspace || byte == kDel) {
         if (!m_line.isEmpty()) {
             m_line.chop(1);
             output->append(m_echo ? "\b \b" : "");
         }
         return Result::None;
     }
-    if (m_line.size() == maxLength) {
+    if (m_line.size() == kMaxLength) {
         m_tooLong = true;
         return Result::None;
     }

@@ -8,7 +8,7 @@ namespace simdevice {
 class LineEditor final
 {
 public:
-    static constexpr qsizetype maxLength = 256; ///< bytes; a longer line is reported as too long
+    static constexpr qsizetype kMaxLength = 256; ///< bytes; a longer line is reported as too long
 
     enum class Result { None, Line, TooLong };
 
@@ -30,7 +30,7 @@ public:
     void clear();
 
 private:
-    QByteArray m_line; ///< at most maxLength bytes
+    QByteArray m_line; ///< at most kMaxLength bytes
     bool m_echo = true;
     bool m_tooLong = false;
     bool m_afterReturn = false;

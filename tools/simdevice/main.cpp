@@ -51,8 +51,8 @@ Invocation readArguments(const QCoreApplication& application)
         u"quiet"_s, QCoreApplication::translate("main", "Send no sensor lines until AT+SENSOR=1."));
     const QCommandLineOption interval(u"interval"_s,
         QCoreApplication::translate("main", "Time between sensor lines, %1 to %2 (default 200).")
-            .arg(simdevice::Shell::minSensorIntervalMs)
-            .arg(simdevice::Shell::maxSensorIntervalMs),
+            .arg(simdevice::Shell::kMinSensorIntervalMs)
+            .arg(simdevice::Shell::kMaxSensorIntervalMs),
         u"ms"_s, u"200"_s);
     const QCommandLineOption link(u"link"_s,
         QCoreApplication::translate("main", "Also make a link to the port, removed at the end."),
@@ -61,8 +61,8 @@ Invocation readArguments(const QCoreApplication& application)
     parser.process(application);
     bool ok = false;
     const int intervalMs = parser.value(interval).toInt(&ok);
-    if (!ok || intervalMs < simdevice::Shell::minSensorIntervalMs
-        || intervalMs > simdevice::Shell::maxSensorIntervalMs
+    if (!ok || intervalMs < simdevice::Shell::kMinSensorIntervalMs
+        || intervalMs > simdevice::Shell::kMaxSensorIntervalMs
         || !parser.positionalArguments().isEmpty()) {
         std::fputs(qPrintable(parser.helpText()), stderr);
         std::exit(2);

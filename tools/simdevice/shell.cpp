@@ -11,12 +11,12 @@ namespace simdevice {
 
 namespace {
 
-constexpr qint64 maxDump = 1'048'576;
-constexpr qint64 maxFloodRate = 10'000'000;
-constexpr qint64 maxFloodSeconds = 3600;
-constexpr qint64 minGapMs = 1;
-constexpr qint64 maxGapMs = 60'000;
-constexpr qint64 maxSink = 1'073'741'824;
+constexpr qint64 kMaxDump = 1'048'576;
+constexpr qint64 kMaxFloodRate = 10'000'000;
+constexpr qint64 kMaxFloodSeconds = 3600;
+constexpr qint64 kMinGapMs = 1;
+constexpr qint64 kMaxGapMs = 60'000;
+constexpr qint64 kMaxSink = 1'073'741'824;
 
 /// The decimal number at `index`, when it is there and in range.
 std::optional<qint64> number(const QList<QByteArray>& arguments, int index, qint64 low, qint64 high)
@@ -38,7 +38,7 @@ std::optional<XferProtocol> protocolIn(const QList<QByteArray>& arguments)
 Shell::Options sanitized(Shell::Options options)
 {
     options.sensorIntervalMs = std::clamp(
-        options.sensorIntervalMs, Shell::minSensorIntervalMs, Shell::maxSensorIntervalMs);
+        options.sensorIntervalMs, Shell::kMinSensorIntervalMs, Shell::kMaxSensorIntervalMs);
     return options;
 }
 
@@ -53,7 +53,7 @@ struct Shell::Command
 };
 
 // clang-format off
-constinit const std::array<Shell::Command, 16> Shell::commands{{
+constinit const std::array<Shell::Command, 16> Shell::kCommands{{
     {"AT",        &Shell::attention, "",            "are you there?"},
     {"ATI",       &Shell::identify,  "",            "who are you?"},
     {"ATE0",      &Shell::echoOff,   "",            "echo off"},
@@ -124,8 +124,8 @@ void Shell::feedLine(char byte, qint64 nowMs)
         break;
     case LineEditor::Result::TooLong:
         m_editor.clear();
-        reply(
-            "+CME ERROR: line longer than " + QByteArray::number(LineEditor::maxLength) + " bytes");
+        reply("+CME ERROR: line longer than " + QByteArray::number(LineEditor::kMaxLength)
+              + " bytes");
         break;
     }
 }
@@ -137,9 +137,9 @@ void Shell::execute(const QByteArray& line, qint64 nowMs)
     }
     const auto equals = line.indexOf('=');
     const auto name = (equals < 0 ? line : line.left(equals)).trimmed().toUpper();
-    const auto command = std::find_if(commands.begin(), commands.end(),
+    const auto command = std::find_if(kCommands.begin(), kCommands.end(),
         [&name](const Command& candidate) { return name == candidate.name; });
-    if (command == commands.end()) {
+    if (command == kCommands.end()) {
         reply("ERROR");
         return;
     }
@@ -191,9 +191,9 @@ void Shell::advanceSensor(qint64 nowMs, qsizetype unread)
     if (m_nextSensorMs <= nowMs) {
         m_nextSensorMs = nowMs + m_options.sensorIntervalMs;
     }
-    const bool typing = !m_editor.isEmpty() && nowMs - m_lastInputMs < typingPauseMs;
+    const bool typing = !m_editor.isEmpty() && nowMs - m_lastInputMs < kTypingPauseMs;
     // The sample is taken later rather than dropped: a hole in "count" means a lost line.
-    if (typing || unread + m_output.size() > sensorBacklog) {
+    if (typing || unread + m_output.size() > kSensorBacklog) {
         return;
     }
     if (!m_editor.isEmpty() && m_editor.echo()) {
@@ -245,7 +245,7 @@ bool Shell::restart(const Arguments& /*arguments*/, qint64 nowMs)
 
 bool Shell::help(const Arguments& /*arguments*/, qint64 /*nowMs*/)
 {
-    for (const Command& command : commands) {
+    for (const Command& command : kCommands) {
         const QByteArray usage = QByteArray(command.name) + command.usage;
         reply("  \x1b[1m" + usage.leftJustified(21) + "\x1b[0m" + command.meaning);
     }
@@ -265,7 +265,7 @@ bool Shell::sensor(const Arguments& arguments, qint64 nowMs)
     const auto on = number(arguments, 0, 0, 1);
     const auto interval = arguments.size() == 1
                               ? std::optional<qint64>(m_options.sensorIntervalMs)
-                              : number(arguments, 1, minSensorIntervalMs, maxSensorIntervalMs);
+                              : number(arguments, 1, kMinSensorIntervalMs, kMaxSensorIntervalMs);
     if (!on || !interval || arguments.size() > 2) {
         return false;
     }
@@ -277,7 +277,7 @@ bool Shell::sensor(const Arguments& arguments, qint64 nowMs)
 
 bool Shell::dump(const Arguments& arguments, qint64 /*nowMs*/)
 {
-    const auto count = number(arguments, 0, 1, maxDump);
+    const auto count = number(arguments, 0, 1, kMaxDump);
     if (!count || arguments.size() != 1) {
         return false;
     }
@@ -288,8 +288,8 @@ bool Shell::dump(const Arguments& arguments, qint64 /*nowMs*/)
 
 bool Shell::flood(const Arguments& arguments, qint64 nowMs)
 {
-    const auto rate = number(arguments, 0, 1, maxFloodRate);
-    const auto seconds = number(arguments, 1, 1, maxFloodSeconds);
+    const auto rate = number(arguments, 0, 1, kMaxFloodRate);
+    const auto seconds = number(arguments, 1, 1, kMaxFloodSeconds);
     if (!rate || !seconds || arguments.size() != 2) {
         return false;
     }
@@ -310,7 +310,7 @@ bool Shell::stop(const Arguments& /*arguments*/, qint64 /*nowMs*/)
 
 bool Shell::gap(const Arguments& arguments, qint64 nowMs)
 {
-    const auto pause = number(arguments, 0, minGapMs, maxGapMs);
+    const auto pause = number(arguments, 0, kMinGapMs, kMaxGapMs);
     if (!pause || arguments.size() != 1) {
         return false;
     }
@@ -320,7 +320,7 @@ bool Shell::gap(const Arguments& arguments, qint64 nowMs)
 
 bool Shell::sink(const Arguments& arguments, qint64 nowMs)
 {
-    const auto count = number(arguments, 0, 1, maxSink);
+    const auto count = number(arguments, 0, 1, kMaxSink);
     if (!count || arguments.size() != 1) {
         return false;
     }

@@ -29,20 +29,20 @@ public:
     struct Options
     {
         bool sensor = true;
-        int sensorIntervalMs = 200; ///< minSensorIntervalMs to maxSensorIntervalMs
+        int sensorIntervalMs = 200; ///< kMinSensorIntervalMs to kMaxSensorIntervalMs
     };
 
-    /// Most bytes that output() holds. Below replyReserve bytes of room no command is read.
-    static constexpr qsizetype outputCapacity = 32'768;
-    static constexpr qsizetype replyReserve = 8'192;
-    static constexpr int minSensorIntervalMs = 10;
-    static constexpr int maxSensorIntervalMs = 60'000;
+    /// Most bytes that output() holds. Below kReplyReserve bytes of room no command is read.
+    static constexpr qsizetype kOutputCapacity = 32'768;
+    static constexpr qsizetype kReplyReserve = 8'192;
+    static constexpr int kMinSensorIntervalMs = 10;
+    static constexpr int kMaxSensorIntervalMs = 60'000;
     /// With more bytes than this not yet read by anybody, sensor lines wait: who opens the port
     /// after an hour wants to see the device now, not an hour of history.
-    static constexpr qsizetype sensorBacklog = 1024;
+    static constexpr qsizetype kSensorBacklog = 1024;
     /// A sensor line does not break into a command being typed until the keys have rested this
     /// long.
-    static constexpr qint64 typingPauseMs = 3000;
+    static constexpr qint64 kTypingPauseMs = 3000;
 
     explicit Shell(Options options);
     ~Shell();
@@ -67,12 +67,12 @@ public:
 private:
     using Arguments = QList<QByteArray>;
     struct Command;
-    static const std::array<Command, 16> commands;
+    static const std::array<Command, 16> kCommands;
 
     /// Jobs and sensor leave twice the reserve free: commands are answered even while they wait.
-    qsizetype roomForData() const { return outputCapacity - 2 * replyReserve - m_output.size(); }
-    bool hasRoomForReply() const { return outputCapacity - m_output.size() >= replyReserve; }
-    bool hasRoomForJob() const { return roomForData() >= FloodJob::lineLength; }
+    qsizetype roomForData() const { return kOutputCapacity - 2 * kReplyReserve - m_output.size(); }
+    bool hasRoomForReply() const { return kOutputCapacity - m_output.size() >= kReplyReserve; }
+    bool hasRoomForJob() const { return roomForData() >= FloodJob::kLineLength; }
     void feedLine(char byte, qint64 nowMs);
     void execute(const QByteArray& line, qint64 nowMs);
     void reply(const QByteArray& text);
@@ -102,7 +102,7 @@ private:
     LineEditor m_editor;
     Image m_image; ///< stays over a restart, as flash memory does
     std::unique_ptr<Job> m_job;
-    QByteArray m_output; ///< at most outputCapacity bytes
+    QByteArray m_output; ///< at most kOutputCapacity bytes
     qint64 m_bootMs = 0;
     qint64 m_nextSensorMs = 0;
     qint64 m_lastInputMs = 0;

@@ -107,7 +107,7 @@ Task readCommandLine(const QCoreApplication& application)
     task.config.protocol = protocolNamed(parser.value(protocol));
     task.config.direction = parser.isSet(send) ? XferSend : XferReceive;
     if (parser.isSet(blocks))
-        task.config.blockSizeOption = XferConfig::ShortBlock;
+        task.config.blockSizeOption = XferConfig::kShortBlock;
     task.path = parser.value(parser.isSet(send) ? send : receive);
     task.settings = settingsFor(
         parser.positionalArguments().constFirst(), parser.value(baud), parser.isSet(rtscts));
@@ -118,9 +118,9 @@ Task readCommandLine(const QCoreApplication& application)
 void showProgress(const PortTransfer& transfer)
 {
     static qint64 shownMs = 0;
-    constexpr qint64 refreshMs = 200;
+    constexpr qint64 kRefreshMs = 200;
     const FileTransferSession* session = transfer.session();
-    if (!session || ::isatty(STDERR_FILENO) == 0 || transfer.nowMs() - shownMs < refreshMs)
+    if (!session || ::isatty(STDERR_FILENO) == 0 || transfer.nowMs() - shownMs < kRefreshMs)
         return;
     shownMs = transfer.nowMs();
     const XferProgress progress = session->progress();

@@ -13,7 +13,7 @@ namespace {
 int clampedTimeoutMs(int timeoutMs)
 {
     return qBound(
-        BridgeArbiter::MinResponseTimeoutMs, timeoutMs, BridgeArbiter::MaxResponseTimeoutMs);
+        BridgeArbiter::kMinResponseTimeoutMs, timeoutMs, BridgeArbiter::kMaxResponseTimeoutMs);
 }
 
 } // namespace
@@ -30,7 +30,7 @@ void BridgeArbiter::setResponseTimeoutMs(int timeoutMs)
 
 void BridgeArbiter::setMaxQueuedRequests(int count)
 {
-    m_maxQueuedRequests = qBound(1, count, MaxQueuedRequestsLimit);
+    m_maxQueuedRequests = qBound(1, count, kMaxQueuedRequestsLimit);
 }
 
 void BridgeArbiter::setFramingPolicy(const FramingPolicy& policy)
@@ -42,8 +42,8 @@ void BridgeArbiter::setFramingPolicy(const FramingPolicy& policy)
 
 void BridgeArbiter::setLineQuietMs(int afterAnswerMs, int afterTimeoutMs)
 {
-    m_quietAfterAnswerMs = qBound(0, afterAnswerMs, MaxLineQuietMs);
-    m_quietAfterTimeoutMs = qBound(0, afterTimeoutMs, MaxLineQuietMs);
+    m_quietAfterAnswerMs = qBound(0, afterAnswerMs, kMaxLineQuietMs);
+    m_quietAfterTimeoutMs = qBound(0, afterTimeoutMs, kMaxLineQuietMs);
 }
 
 void BridgeArbiter::submit(const QString& peerKey, const QByteArray& data, qint64 nowMs)
@@ -189,23 +189,23 @@ qint64 BridgeArbiter::Window::remainingMs(qint64 nowMs) const
     const qint64 left = Monotonic::remainingMs(quietSinceMs, timeoutMs, nowMs);
     if (tag == 0)
         return left;
-    return qMin(left, Monotonic::remainingMs(beganMs, qint64(timeoutMs) * MaxQuietTimes, nowMs));
+    return qMin(left, Monotonic::remainingMs(beganMs, qint64(timeoutMs) * kMaxQuietTimes, nowMs));
 }
 
 qint64 BridgeArbiter::Quiet::remainingMs(qint64 nowMs) const
 {
     return qMin(Monotonic::remainingMs(lastBlockMs, quietMs, nowMs),
-        Monotonic::remainingMs(beganMs, qint64(quietMs) * MaxQuietTimes, nowMs));
+        Monotonic::remainingMs(beganMs, qint64(quietMs) * kMaxQuietTimes, nowMs));
 }
 
 void BridgeArbiter::enqueueRequest(Request request)
 {
     const qint64 size = request.bytes.size();
-    if (size > MaxQueuedBytes) {
+    if (size > kMaxQueuedBytes) {
         dropRequest(request);
         return;
     }
-    while (int(m_queue.size()) >= m_maxQueuedRequests || m_queuedBytes + size > MaxQueuedBytes) {
+    while (int(m_queue.size()) >= m_maxQueuedRequests || m_queuedBytes + size > kMaxQueuedBytes) {
         m_queuedBytes -= m_queue.front().bytes.size();
         dropRequest(m_queue.front());
         m_queue.pop_front();
@@ -223,14 +223,14 @@ void BridgeArbiter::dropRequest(const Request& request)
 
 void BridgeArbiter::giveUp(const QString& peerKey, quint64 tag, Fate fate)
 {
-    if (int(m_givenUp.size()) >= MaxQueuedRequestsLimit)
+    if (int(m_givenUp.size()) >= kMaxQueuedRequestsLimit)
         m_givenUp.pop_front();
     m_givenUp.push_back({peerKey, tag, fate});
 }
 
 void BridgeArbiter::cutFramersToBounds()
 {
-    while (m_framers.size() > MaxFramedPeers || heldBytes() > MaxQueuedBytes)
+    while (m_framers.size() > kMaxFramedPeers || heldBytes() > kMaxQueuedBytes)
         cutOldestFramer();
 }
 

@@ -29,7 +29,7 @@
 //    forgetPeer() of the owner, closeWindow(), reset(). A window in which nothing came back counts
 //    as timed out. A request with a tag is one whose owner knows when its answer is complete and
 //    then says closeWindow(): without that its answer has not come, whatever else did, and its
-//    window ends after MaxQuietTimes response timeouts even on a line that never falls silent.
+//    window ends after kMaxQuietTimes response timeouts even on a line that never falls silent.
 //  - With setLineQuietMs() a turn that has ended is followed by silence on the line before the next
 //    request goes out: between frames after an answer; after a time-out for as long as an answer
 //    may still be on its way, so that it is not taken for the answer to a later request. A client
@@ -37,25 +37,25 @@
 //    until the answer is complete (closeWindow()) or its deadline is reached.
 //
 // Time: nextTimeoutMs() says when to call tick() and takeNext().
-// Memory: at most maxQueuedRequests requests of together MaxQueuedBytes, the oldest is dropped for
-// a new one; at most MaxFramedPeers framers with at most MaxQueuedBytes, for the clients that have
-// sent part of a request: the one that waited longest is cut for a new one. At most
-// MaxQueuedRequestsLimit requests that were given up are remembered, the latest ones.
+// Memory: at most maxQueuedRequests requests of together kMaxQueuedBytes, the oldest is dropped for
+// a new one; at most kMaxFramedPeers framers with at most kMaxQueuedBytes, for the clients that
+// have sent part of a request: the one that waited longest is cut for a new one. At most
+// kMaxQueuedRequestsLimit requests that were given up are remembered, the latest ones.
 // Owned by a bridge link.
 class BridgeArbiter final
 {
     Q_DISABLE_COPY_MOVE(BridgeArbiter)
 
 public:
-    static constexpr int MinResponseTimeoutMs = 1;
-    static constexpr int MaxResponseTimeoutMs = 600'000;
-    static constexpr int DefaultMaxQueuedRequests = 64;
-    static constexpr int MaxQueuedRequestsLimit = 4096;
-    static constexpr int MaxLineQuietMs = 60'000;
+    static constexpr int kMinResponseTimeoutMs = 1;
+    static constexpr int kMaxResponseTimeoutMs = 600'000;
+    static constexpr int kDefaultMaxQueuedRequests = 64;
+    static constexpr int kMaxQueuedRequestsLimit = 4096;
+    static constexpr int kMaxLineQuietMs = 60'000;
     // A line that never falls silent is waited for this many times as long, then no more.
-    static constexpr int MaxQuietTimes = 20;
-    static constexpr qint64 MaxQueuedBytes = 16'777'216;
-    static constexpr int MaxFramedPeers = 1024;
+    static constexpr int kMaxQuietTimes = 20;
+    static constexpr qint64 kMaxQueuedBytes = 16'777'216;
+    static constexpr int kMaxFramedPeers = 1024;
 
     struct Request
     {
@@ -82,15 +82,15 @@ public:
     BridgeArbiter(const FramingPolicy& policy, int responseTimeoutMs);
     ~BridgeArbiter() = default;
 
-    // Clamped to MinResponseTimeoutMs to MaxResponseTimeoutMs; counts from the next deadline on.
+    // Clamped to kMinResponseTimeoutMs to kMaxResponseTimeoutMs; counts from the next deadline on.
     void setResponseTimeoutMs(int timeoutMs);
-    // Clamped to 1 to MaxQueuedRequestsLimit; counts from the next request on.
+    // Clamped to 1 to kMaxQueuedRequestsLimit; counts from the next request on.
     void setMaxQueuedRequests(int count);
     // For every client, those with a partial request included.
     void setFramingPolicy(const FramingPolicy& policy);
     // How long the line must be silent after the last block of an answer, and after a time-out,
     // before the next request goes out; 0, the default, for not at all. Clamped to 0 to
-    // MaxLineQuietMs; counts from the next turn that ends.
+    // kMaxLineQuietMs; counts from the next turn that ends.
     void setLineQuietMs(int afterAnswerMs, int afterTimeoutMs);
 
     // Bytes that a client sent. Its key is not empty, which stands for nobody.
@@ -151,7 +151,7 @@ private:
         qint64 remainingMs(qint64 nowMs) const;
     };
 
-    // The line is left alone until it has been silent for quietMs, at most MaxQuietTimes of it.
+    // The line is left alone until it has been silent for quietMs, at most kMaxQuietTimes of it.
     struct Quiet
     {
         qint64 beganMs = 0;
@@ -172,15 +172,15 @@ private:
 
     FramingPolicy m_policy;
     int m_responseTimeoutMs;
-    int m_maxQueuedRequests = DefaultMaxQueuedRequests;
+    int m_maxQueuedRequests = kDefaultMaxQueuedRequests;
     int m_quietAfterAnswerMs = 0;
     int m_quietAfterTimeoutMs = 0;
-    QHash<QString, BridgeFramer> m_framers; // by peer key; at most MaxFramedPeers between calls
+    QHash<QString, BridgeFramer> m_framers; // by peer key; at most kMaxFramedPeers between calls
     std::deque<Request> m_queue;            // oldest first; at most m_maxQueuedRequests
-    qint64 m_queuedBytes = 0;               // at most MaxQueuedBytes
+    qint64 m_queuedBytes = 0;               // at most kMaxQueuedBytes
     std::optional<Window> m_window;         // the request in flight
     std::optional<Quiet> m_quiet;           // until the line is free again
-    std::deque<GivenUp> m_givenUp;          // oldest first; at most MaxQueuedRequestsLimit
+    std::deque<GivenUp> m_givenUp;          // oldest first; at most kMaxQueuedRequestsLimit
     qint64 m_droppedRequests = 0;
     qint64 m_droppedBytes = 0;
     qint64 m_timedOutRequests = 0;

@@ -110,7 +110,7 @@ void BridgeEgressQueue::countDropped(qint64 bytes)
 
 void BridgeEgressQueue::append(const QByteArray& frame)
 {
-    if (frame.size() > LargestPackedFrame)
+    if (frame.size() > kLargestPackedFrame)
         m_blocks.push_back({thrifty(frame), false});
     else
         packedBlockFor(frame.size()).append(frame.constData(), frame.size());
@@ -121,10 +121,10 @@ void BridgeEgressQueue::append(const QByteArray& frame)
 QByteArray& BridgeEgressQueue::packedBlockFor(qsizetype bytes)
 {
     const bool room = !m_blocks.empty() && m_blocks.back().packed
-                      && m_blocks.back().bytes.size() + bytes <= PackedBlockBytes;
+                      && m_blocks.back().bytes.size() + bytes <= kPackedBlockBytes;
     if (!room) {
         m_blocks.push_back({std::exchange(m_spareBlock, {}), true});
-        m_blocks.back().bytes.reserve(PackedBlockBytes);
+        m_blocks.back().bytes.reserve(kPackedBlockBytes);
     }
     return m_blocks.back().bytes;
 }

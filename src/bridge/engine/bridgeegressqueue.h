@@ -69,13 +69,13 @@ public:
     bool isThrottling() const { return m_throttling; }
 
 private:
-    static constexpr qsizetype PackedBlockBytes = 16'384;
-    static constexpr qsizetype LargestPackedFrame = 2'048; // bounds a block's unused end
+    static constexpr qsizetype kPackedBlockBytes = 16'384;
+    static constexpr qsizetype kLargestPackedFrame = 2'048; // bounds a block's unused end
 
     struct Block
     {
         QByteArray bytes;
-        bool packed = false; // takes further frames up to PackedBlockBytes
+        bool packed = false; // takes further frames up to kPackedBlockBytes
     };
 
     bool fits(qint64 bytes) const { return m_queuedBytes <= m_policy.capacityBytes - bytes; }

@@ -119,7 +119,7 @@ int BridgeFlow::nextTimeoutMs(qint64 nowMs) const
     const int framerIn = int(m_framer.nextTimeoutMs(nowMs)); // at most FramingPolicy::MaxMs
     if (m_queue.isEmpty())
         return framerIn;
-    return framerIn < 0 ? BlockedSinkRetryMs : qMin(framerIn, BlockedSinkRetryMs);
+    return framerIn < 0 ? kBlockedSinkRetryMs : qMin(framerIn, kBlockedSinkRetryMs);
 }
 
 qint64 BridgeFlow::throttledMs(qint64 nowMs) const
@@ -138,7 +138,7 @@ void BridgeFlow::noteFlood(qint64 bytes, qint64 nowMs)
     m_flood.bytes += bytes;
 
     const qint64 elapsedMs = Monotonic::elapsedMs(m_flood.startMs, nowMs);
-    if (elapsedMs < qMax(FlowControlPolicy::MinFloodWindowMs, m_policy.floodWindowMs))
+    if (elapsedMs < qMax(FlowControlPolicy::kMinFloodWindowMs, m_policy.floodWindowMs))
         return;
     const qint64 bytesPerSecond = m_flood.bytes * 1000 / elapsedMs;
     const bool tooFast = bytesPerSecond > m_policy.floodBytesPerSecond;

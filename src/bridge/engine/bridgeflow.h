@@ -56,7 +56,7 @@ public:
     using ThrottleCallback = std::function<void(bool)>;
 
     // How soon a sink that took nothing is tried again.
-    static constexpr int BlockedSinkRetryMs = 20;
+    static constexpr int kBlockedSinkRetryMs = 20;
 
     BridgeFlow() = default;
     ~BridgeFlow() = default;

@@ -7,7 +7,7 @@
 namespace {
 
 // Room that the buffer keeps for the next read once a frame has left it.
-constexpr qsizetype KeptCapacityBytes = 65'536;
+constexpr qsizetype kKeptCapacityBytes = 65'536;
 
 std::string_view asString(QByteArrayView bytes)
 {
@@ -133,6 +133,6 @@ qsizetype BridgeFramer::takeDelimited(QByteArrayView bytes, QList<QByteArray>& f
 void BridgeFramer::dropFront(qsizetype count)
 {
     m_buffer.remove(0, count);
-    if (m_buffer.capacity() > m_policy.maxFrameBytes + KeptCapacityBytes)
+    if (m_buffer.capacity() > m_policy.maxFrameBytes + kKeptCapacityBytes)
         m_buffer.squeeze();
 }

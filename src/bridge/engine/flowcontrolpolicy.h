@@ -20,20 +20,20 @@ constexpr OverflowPolicy overflowPolicyFromInt(qint32 value)
 // configured; sanitized() is the one place that brings them into range.
 struct FlowControlPolicy
 {
-    static constexpr qint64 MaxCapacityBytes = 1'073'741'824;
-    static constexpr qint64 MaxSinkCeilingBytes = 268'435'456;
-    static constexpr qint64 MinFloodBytesPerSecond = 1024;
-    static constexpr qint32 MinFloodWindowMs = 100;
-    static constexpr qint32 MaxFloodWindowMs = 600'000;
+    static constexpr qint64 kMaxCapacityBytes = 1'073'741'824;
+    static constexpr qint64 kMaxSinkCeilingBytes = 268'435'456;
+    static constexpr qint64 kMinFloodBytesPerSecond = 1024;
+    static constexpr qint32 kMinFloodWindowMs = 100;
+    static constexpr qint32 kMaxFloodWindowMs = 600'000;
 
     qint64 capacityBytes = 262'144;   // 1 to MaxCapacityBytes
     qint64 highWaterBytes = 196'608;  // 1 to capacityBytes; throttles the source
     qint64 lowWaterBytes = 65'536;    // 0 to highWaterBytes - 1; releases the source
-    qint64 sinkCeilingBytes = 65'536; // 1 to MaxSinkCeilingBytes; unwritten bytes in the sink
+    qint64 sinkCeilingBytes = 65'536; // 1 to kMaxSinkCeilingBytes; unwritten bytes in the sink
     OverflowPolicy overflowPolicy = OverflowPolicy::SlowSender;
     bool floodGuardEnabled = true;
-    qint64 floodBytesPerSecond = 8'388'608; // at least MinFloodBytesPerSecond
-    qint32 floodWindowMs = 3000;            // MinFloodWindowMs to MaxFloodWindowMs
+    qint64 floodBytesPerSecond = 8'388'608; // at least kMinFloodBytesPerSecond
+    qint32 floodWindowMs = 3000;            // kMinFloodWindowMs to kMaxFloodWindowMs
 
     // The policy with every number in its range.
     FlowControlPolicy sanitized() const;

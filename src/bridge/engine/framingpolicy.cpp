@@ -6,10 +6,10 @@ FramingPolicy FramingPolicy::sanitized() const
 {
     FramingPolicy policy = *this;
     policy.mode = framingModeFromInt(qint32(mode));
-    policy.idleGapMs = qBound(MinMs, idleGapMs, MaxMs);
-    policy.frameLength = qBound(1, frameLength, MaxFrameLimitBytes);
-    policy.maxFrameBytes = qBound(1, maxFrameBytes, MaxFrameLimitBytes);
-    policy.flushTimeoutMs = qBound(MinMs, flushTimeoutMs, MaxMs);
+    policy.idleGapMs = qBound(kMinMs, idleGapMs, kMaxMs);
+    policy.frameLength = qBound(1, frameLength, kMaxFrameLimitBytes);
+    policy.maxFrameBytes = qBound(1, maxFrameBytes, kMaxFrameLimitBytes);
+    policy.flushTimeoutMs = qBound(kMinMs, flushTimeoutMs, kMaxMs);
 
     if (policy.mode == FramingMode::Delimiter) {
         const qsizetype longest = std::numeric_limits<qint32>::max();

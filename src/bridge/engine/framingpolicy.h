@@ -20,15 +20,15 @@ constexpr FramingMode framingModeFromInt(qint32 value)
 // place that brings them into range, and every engine that takes a policy calls it.
 struct FramingPolicy
 {
-    static constexpr qint32 MinMs = 1;
-    static constexpr qint32 MaxMs = 60'000;
-    static constexpr qint32 MaxFrameLimitBytes = 1'048'576;
+    static constexpr qint32 kMinMs = 1;
+    static constexpr qint32 kMaxMs = 60'000;
+    static constexpr qint32 kMaxFrameLimitBytes = 1'048'576;
 
     FramingMode mode = FramingMode::Immediate;
     qint32 idleGapMs = 4;        // MinMs to MaxMs; used by IdleGap
     QByteArray delimiter{"\n"};  // used by Delimiter
-    qint32 frameLength = 256;    // bytes, 1 to MaxFrameLimitBytes; used by FixedLength
-    qint32 maxFrameBytes = 4096; // 1 to MaxFrameLimitBytes; more than this is cut by force
+    qint32 frameLength = 256;    // bytes, 1 to kMaxFrameLimitBytes; used by FixedLength
+    qint32 maxFrameBytes = 4096; // 1 to kMaxFrameLimitBytes; more than this is cut by force
     qint32 flushTimeoutMs = 200; // MinMs to MaxMs; the longest that a partial frame waits
 
     // The policy with every number in its range. An empty delimiter means Immediate, and the

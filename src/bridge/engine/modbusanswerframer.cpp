@@ -7,9 +7,9 @@
 namespace {
 
 // Modbus over Serial Line V1.02, 2.5.1: unit, function code, data, checksum.
-constexpr qsizetype HeadBytes = 2;
-constexpr qsizetype CrcBytes = 2;
-constexpr qsizetype ShortestFrameBytes = HeadBytes + CrcBytes;
+constexpr qsizetype kHeadBytes = 2;
+constexpr qsizetype kCrcBytes = 2;
+constexpr qsizetype kShortestFrameBytes = kHeadBytes + kCrcBytes;
 
 bool checksumHolds(QByteArrayView frame)
 {
@@ -19,20 +19,20 @@ bool checksumHolds(QByteArrayView frame)
 // What stands between unit and checksum.
 QByteArrayView pduOf(QByteArrayView frame)
 {
-    return frame.sliced(1, frame.size() - 1 - CrcBytes);
+    return frame.sliced(1, frame.size() - 1 - kCrcBytes);
 }
 
 } // namespace
 
 ModbusAnswerFramer::ModbusAnswerFramer(int silenceMs)
-    : m_silenceMs(qBound(MinSilenceMs, silenceMs, MaxSilenceMs))
+    : m_silenceMs(qBound(kMinSilenceMs, silenceMs, kMaxSilenceMs))
 {}
 
 QList<ModbusAnswerFramer::Piece> ModbusAnswerFramer::expect(QByteArrayView rtuRequest, qint64 nowMs)
 {
     QList<Piece> pieces = expectNothing(nowMs);
-    const bool answered = rtuRequest.size() >= ShortestFrameBytes
-                          && quint8(rtuRequest[0]) != ModbusGateway::BroadcastUnit;
+    const bool answered = rtuRequest.size() >= kShortestFrameBytes
+                          && quint8(rtuRequest[0]) != ModbusGateway::kBroadcastUnit;
     if (answered)
         m_request = rtuRequest.toByteArray();
     return pieces;
@@ -51,12 +51,12 @@ QList<ModbusAnswerFramer::Piece> ModbusAnswerFramer::ingest(QByteArrayView bytes
     QList<Piece> pieces = tick(nowMs);
     while (!bytes.isEmpty()) {
         // No more than a frame at a time, so that a flood is never held whole.
-        const qsizetype room = qMin(MaxFrameBytes - m_buffer.size(), bytes.size());
+        const qsizetype room = qMin(kMaxFrameBytes - m_buffer.size(), bytes.size());
         m_buffer.append(bytes.data(), room);
         bytes = bytes.sliced(room);
         m_lastByteMs = nowMs;
         cutAnswers(pieces);
-        if (!isExpecting() || m_buffer.size() >= MaxFrameBytes)
+        if (!isExpecting() || m_buffer.size() >= kMaxFrameBytes)
             cutAll(pieces);
     }
     return pieces;
@@ -77,15 +77,15 @@ qint64 ModbusAnswerFramer::nextTimeoutMs(qint64 nowMs) const
 
 qsizetype ModbusAnswerFramer::answerLength(QByteArrayView answerStart)
 {
-    if (answerStart.size() < HeadBytes)
+    if (answerStart.size() < kHeadBytes)
         return 0;
     const int length = Modbus::answerPduLength(answerStart.sliced(1));
-    return length > 0 ? 1 + length + CrcBytes : length;
+    return length > 0 ? 1 + length + kCrcBytes : length;
 }
 
 bool ModbusAnswerFramer::answers(QByteArrayView rtuAnswer, QByteArrayView rtuRequest)
 {
-    return rtuAnswer.size() >= ShortestFrameBytes && rtuRequest.size() >= ShortestFrameBytes
+    return rtuAnswer.size() >= kShortestFrameBytes && rtuRequest.size() >= kShortestFrameBytes
            && rtuAnswer[0] == rtuRequest[0]
            && Modbus::answersRequest(pduOf(rtuAnswer), pduOf(rtuRequest));
 }
@@ -95,7 +95,7 @@ void ModbusAnswerFramer::cutAnswers(QList<Piece>& pieces)
 {
     while (isExpecting()) {
         const qsizetype length = answerLength(m_buffer);
-        if (length < ShortestFrameBytes || m_buffer.size() < length
+        if (length < kShortestFrameBytes || m_buffer.size() < length
             || !checksumHolds(QByteArrayView(m_buffer).first(length)))
             return;
         const QByteArray frame = m_buffer.first(length);

@@ -19,17 +19,17 @@
 // No byte is lost: the pieces joined are the bytes that went in.
 //
 // Time: nextTimeoutMs() says when to call tick(); ingest() and expect() first do what was due.
-// Memory: at most MaxFrameBytes are held; a line that brings more without a silence is Damaged.
+// Memory: at most kMaxFrameBytes are held; a line that brings more without a silence is Damaged.
 // Value class, one for each line of a bridge link.
 class ModbusAnswerFramer final
 {
 public:
-    static constexpr qsizetype MaxFrameBytes = 256; // Modbus over Serial Line V1.02, 2.5.1
-    static constexpr int MinSilenceMs = 1;
-    static constexpr int MaxSilenceMs = 60'000;
+    static constexpr qsizetype kMaxFrameBytes = 256; // Modbus over Serial Line V1.02, 2.5.1
+    static constexpr int kMinSilenceMs = 1;
+    static constexpr int kMaxSilenceMs = 60'000;
     // Far longer than the 3.5 characters of the standard, as adapters on a USB or a network hand
     // an answer over in pieces; it delays none whose length is known.
-    static constexpr int DefaultSilenceMs = 50;
+    static constexpr int kDefaultSilenceMs = 50;
 
     enum class Kind { Answer, Foreign, Damaged };
 
@@ -39,8 +39,8 @@ public:
         QByteArray bytes; // an answer or foreign frame with its checksum
     };
 
-    // Clamped to MinSilenceMs to MaxSilenceMs.
-    explicit ModbusAnswerFramer(int silenceMs = DefaultSilenceMs);
+    // Clamped to kMinSilenceMs to kMaxSilenceMs.
+    explicit ModbusAnswerFramer(int silenceMs = kDefaultSilenceMs);
 
     // An RTU frame has gone out; a broadcast has no answer, so nothing is expected then. What was
     // held from before comes out.
@@ -71,6 +71,6 @@ private:
 
     int m_silenceMs;
     QByteArray m_request; // what was asked; empty when nothing is expected
-    QByteArray m_buffer;  // at most MaxFrameBytes between calls
+    QByteArray m_buffer;  // at most kMaxFrameBytes between calls
     qint64 m_lastByteMs = 0;
 };

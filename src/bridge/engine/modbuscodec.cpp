@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr quint16 CoilOn = 0xFF00; // Modbus Application Protocol V1.1b3, 6.5
-constexpr quint16 CoilOff = 0x0000;
+constexpr quint16 kCoilOn = 0xFF00; // Modbus Application Protocol V1.1b3, 6.5
+constexpr quint16 kCoilOff = 0x0000;
 
 using namespace Modbus;
 
@@ -82,7 +82,7 @@ QByteArray ModbusCodec::buildPdu(const Request& request, QString* error)
     QByteArray pdu(1, char(code));
     appendBigEndian16(pdu, request.startAddress);
     if (code == WriteSingleCoil) {
-        appendBigEndian16(pdu, request.values.first() != 0 ? CoilOn : CoilOff);
+        appendBigEndian16(pdu, request.values.first() != 0 ? kCoilOn : kCoilOff);
     } else if (code == WriteSingleRegister) {
         appendBigEndian16(pdu, request.values.first());
     } else {

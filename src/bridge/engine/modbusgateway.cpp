@@ -10,20 +10,20 @@ namespace {
 
 // Modbus Messaging on TCP/IP Implementation Guide V1.0b, 3.1.3: transaction identifier, protocol
 // identifier, length and unit identifier. The length counts the unit identifier and the PDU.
-constexpr qsizetype MbapHeaderBytes = 7;
-constexpr qsizetype MbapUncountedBytes = 6;
-constexpr quint16 ModbusProtocolId = 0;
-constexpr quint16 MinMbapLength = 2;
-constexpr quint16 MaxMbapLength = ModbusGateway::MaxMbapFrameBytes - MbapUncountedBytes;
+constexpr qsizetype kMbapHeaderBytes = 7;
+constexpr qsizetype kMbapUncountedBytes = 6;
+constexpr quint16 kModbusProtocolId = 0;
+constexpr quint16 kMinMbapLength = 2;
+constexpr quint16 kMaxMbapLength = ModbusGateway::kMaxMbapFrameBytes - kMbapUncountedBytes;
 
 // Modbus over Serial Line V1.02, 2.5.1: unit identifier, PDU, CRC.
-constexpr qsizetype UnitIdBytes = 1;
-constexpr qsizetype CrcBytes = 2;
-constexpr qsizetype MinRtuFrameBytes = UnitIdBytes + 1 + CrcBytes;
+constexpr qsizetype kUnitIdBytes = 1;
+constexpr qsizetype kCrcBytes = 2;
+constexpr qsizetype kMinRtuFrameBytes = kUnitIdBytes + 1 + kCrcBytes;
 // Set in the function code of an exception response (Modbus Application Protocol V1.1b3, 4.1).
-constexpr quint8 ExceptionFlag = 0x80;
+constexpr quint8 kExceptionFlag = 0x80;
 // What the length field of an MBAP header can count.
-constexpr qsizetype MaxRtuFrameBytes = 0xFFFF + CrcBytes;
+constexpr qsizetype kMaxRtuFrameBytes = 0xFFFF + kCrcBytes;
 
 quint16 bigEndian16(QByteArrayView bytes, qsizetype offset)
 {
@@ -32,8 +32,8 @@ quint16 bigEndian16(QByteArrayView bytes, qsizetype offset)
 
 int clampedTimeoutMs(int timeoutMs)
 {
-    return qBound(
-        ModbusGateway::MinTransactionTimeoutMs, timeoutMs, ModbusGateway::MaxTransactionTimeoutMs);
+    return qBound(ModbusGateway::kMinTransactionTimeoutMs, timeoutMs,
+        ModbusGateway::kMaxTransactionTimeoutMs);
 }
 
 } // namespace
@@ -49,7 +49,7 @@ void ModbusGateway::setTransactionTimeoutMs(int timeoutMs)
 
 void ModbusGateway::setMaxPendingTransactions(int count)
 {
-    m_maxPendingTransactions = qBound(1, count, MaxPendingTransactionsLimit);
+    m_maxPendingTransactions = qBound(1, count, kMaxPendingTransactionsLimit);
 }
 
 void ModbusGateway::reset()
@@ -98,7 +98,7 @@ bool ModbusGateway::noteSent(quint64 requestId, qint64 nowMs)
     const auto pending = find(requestId);
     if (pending == m_pending.end())
         return false;
-    if (pending->unitId == BroadcastUnit)
+    if (pending->unitId == kBroadcastUnit)
         m_pending.erase(pending);
     else
         pending->sentMs = nowMs;
@@ -118,16 +118,16 @@ QByteArray ModbusGateway::fail(quint64 requestId, ExceptionCode code)
         return {};
     const Pending failed = *pending;
     m_pending.erase(pending);
-    if (failed.unitId == BroadcastUnit)
+    if (failed.unitId == kBroadcastUnit)
         return {};
-    const char pdu[] = {char(failed.functionCode | ExceptionFlag), char(code)};
+    const char pdu[] = {char(failed.functionCode | kExceptionFlag), char(code)};
     return buildMbap(failed.transactionId, failed.unitId, QByteArray(pdu, sizeof pdu));
 }
 
 QByteArray ModbusGateway::rtuToTcp(const QByteArray& rtuFrame, qint64 nowMs)
 {
     tick(nowMs);
-    if (rtuFrame.size() > MaxRtuFrameBytes || !crcValid(rtuFrame)) {
+    if (rtuFrame.size() > kMaxRtuFrameBytes || !crcValid(rtuFrame)) {
         ++m_counters.badRtuFrames;
         return {};
     }
@@ -141,7 +141,7 @@ QByteArray ModbusGateway::rtuToTcp(const QByteArray& rtuFrame, qint64 nowMs)
     const quint16 transactionId = match->transactionId;
     m_pending.erase(match);
     return buildMbap(transactionId, unitId,
-        rtuFrame.sliced(UnitIdBytes, rtuFrame.size() - UnitIdBytes - CrcBytes));
+        rtuFrame.sliced(kUnitIdBytes, rtuFrame.size() - kUnitIdBytes - kCrcBytes));
 }
 
 void ModbusGateway::tick(qint64 nowMs)
@@ -173,7 +173,7 @@ QByteArray ModbusGateway::appendCrc(const QByteArray& bytes)
 {
     const quint16 crc = ModbusCodec::crc16(bytes);
     QByteArray frame;
-    frame.reserve(bytes.size() + CrcBytes);
+    frame.reserve(bytes.size() + kCrcBytes);
     frame.append(bytes);
     frame.append(char(crc & 0xFF));
     frame.append(char(crc >> 8));
@@ -182,22 +182,22 @@ QByteArray ModbusGateway::appendCrc(const QByteArray& bytes)
 
 bool ModbusGateway::crcValid(const QByteArray& frame)
 {
-    if (frame.size() < MinRtuFrameBytes)
+    if (frame.size() < kMinRtuFrameBytes)
         return false;
     const QByteArrayView bytes(frame);
-    const auto carried = qFromLittleEndian<quint16>(bytes.last(CrcBytes).data());
-    return ModbusCodec::crc16(bytes.chopped(CrcBytes)) == carried;
+    const auto carried = qFromLittleEndian<quint16>(bytes.last(kCrcBytes).data());
+    return ModbusCodec::crc16(bytes.chopped(kCrcBytes)) == carried;
 }
 
 QByteArray ModbusGateway::buildMbap(quint16 transactionId, quint8 unitId, const QByteArray& pdu)
 {
-    QByteArray frame(MbapHeaderBytes + pdu.size(), Qt::Uninitialized);
+    QByteArray frame(kMbapHeaderBytes + pdu.size(), Qt::Uninitialized);
     char* out = frame.data();
     qToBigEndian(transactionId, out);
-    qToBigEndian(ModbusProtocolId, out + 2);
-    qToBigEndian(quint16(pdu.size() + UnitIdBytes), out + 4);
+    qToBigEndian(kModbusProtocolId, out + 2);
+    qToBigEndian(quint16(pdu.size() + kUnitIdBytes), out + 4);
     out[6] = char(unitId);
-    std::copy(pdu.cbegin(), pdu.cend(), out + MbapHeaderBytes);
+    std::copy(pdu.cbegin(), pdu.cend(), out + kMbapHeaderBytes);
     return frame;
 }
 
@@ -205,30 +205,30 @@ bool ModbusGateway::Pending::isAnsweredBy(QByteArrayView rtuFrame) const
 {
     if (!sentMs || unitId != quint8(rtuFrame[0]))
         return false;
-    return !takesTurns || functionCode == (quint8(rtuFrame[1]) & ~ExceptionFlag);
+    return !takesTurns || functionCode == (quint8(rtuFrame[1]) & ~kExceptionFlag);
 }
 
 // Cuts whole requests from the front of the stream; how many bytes they took.
 qsizetype ModbusGateway::cutRequests(QByteArrayView stream, QList<Request>& requests)
 {
     qsizetype taken = 0;
-    while (stream.size() - taken >= MbapHeaderBytes) {
+    while (stream.size() - taken >= kMbapHeaderBytes) {
         const QByteArrayView rest = stream.sliced(taken);
         const quint16 length = bigEndian16(rest, 4);
-        if (bigEndian16(rest, 2) != ModbusProtocolId || length < MinMbapLength
-            || length > MaxMbapLength) {
+        if (bigEndian16(rest, 2) != kModbusProtocolId || length < kMinMbapLength
+            || length > kMaxMbapLength) {
             ++m_counters.malformedHeaders;
             m_broken = true;
             break;
         }
-        if (rest.size() < length + MbapUncountedBytes)
+        if (rest.size() < length + kMbapUncountedBytes)
             break;
         // The unit identifier stands right before the PDU here as in an RTU frame.
-        const QByteArrayView unitAndPdu = rest.sliced(MbapUncountedBytes, length);
+        const QByteArrayView unitAndPdu = rest.sliced(kMbapUncountedBytes, length);
         requests.append({.id = remember(bigEndian16(rest, 0), unitAndPdu),
             .rtuFrame = appendCrc(QByteArray::fromRawData(unitAndPdu.data(), unitAndPdu.size())),
-            .broadcast = quint8(unitAndPdu[0]) == BroadcastUnit});
-        taken += length + MbapUncountedBytes;
+            .broadcast = quint8(unitAndPdu[0]) == kBroadcastUnit});
+        taken += length + kMbapUncountedBytes;
     }
     return taken;
 }

@@ -31,23 +31,23 @@
 //
 // Time: nextTimeoutMs() says when to call tick(). Every call that is given the time first gives up
 // what was due by then.
-// Memory: between calls less than one MBAP frame (MaxMbapFrameBytes), and at most the set number
+// Memory: between calls less than one MBAP frame (kMaxMbapFrameBytes), and at most the set number
 // of pending transactions. Value class, one for each TCP client of a bridge link.
 class ModbusGateway final
 {
 public:
-    static constexpr int MinTransactionTimeoutMs = 1;
-    static constexpr int MaxTransactionTimeoutMs = 600'000;
-    static constexpr int DefaultMaxPendingTransactions = 32;
-    static constexpr int MaxPendingTransactionsLimit = 4096;
+    static constexpr int kMinTransactionTimeoutMs = 1;
+    static constexpr int kMaxTransactionTimeoutMs = 600'000;
+    static constexpr int kDefaultMaxPendingTransactions = 32;
+    static constexpr int kMaxPendingTransactionsLimit = 4096;
     // Six bytes of header in front of what the length field counts: unit identifier and PDU, which
     // has at most 253 bytes (Modbus Application Protocol V1.1b3, 4.1).
-    static constexpr int MaxMbapFrameBytes = 6 + 1 + 253;
+    static constexpr int kMaxMbapFrameBytes = 6 + 1 + 253;
 
-    static constexpr quint8 BroadcastUnit = 0;
+    static constexpr quint8 kBroadcastUnit = 0;
     // How long the devices are given to act on a broadcast before the next request (Modbus over
     // Serial Line V1.02, 2.4.1: 100 to 200 ms).
-    static constexpr int BroadcastTurnaroundMs = 100;
+    static constexpr int kBroadcastTurnaroundMs = 100;
 
     // Exception codes of a gateway, Modbus Application Protocol V1.1b3, chapter 7.
     enum class ExceptionCode : quint8 {
@@ -75,9 +75,9 @@ public:
 
     explicit ModbusGateway(int transactionTimeoutMs);
 
-    // Clamped to MinTransactionTimeoutMs to MaxTransactionTimeoutMs.
+    // Clamped to kMinTransactionTimeoutMs to kMaxTransactionTimeoutMs.
     void setTransactionTimeoutMs(int timeoutMs);
-    // Clamped to 1 to MaxPendingTransactionsLimit; counts from the next request on.
+    // Clamped to 1 to kMaxPendingTransactionsLimit; counts from the next request on.
     void setMaxPendingTransactions(int count);
     // Forgets the buffered stream, the pending transactions and that the stream was broken.
     void reset();
@@ -135,8 +135,8 @@ private:
     std::deque<Pending>::iterator find(quint64 requestId);
 
     int m_transactionTimeoutMs;
-    int m_maxPendingTransactions = DefaultMaxPendingTransactions;
-    QByteArray m_stream;           // an incomplete request; less than MaxMbapFrameBytes
+    int m_maxPendingTransactions = kDefaultMaxPendingTransactions;
+    QByteArray m_stream;           // an incomplete request; less than kMaxMbapFrameBytes
     std::deque<Pending> m_pending; // oldest first; at most m_maxPendingTransactions
     quint64 m_lastId = 0;
     bool m_broken = false;

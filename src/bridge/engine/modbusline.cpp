@@ -10,7 +10,7 @@ ModbusLine::ModbusLine(int responseTimeoutMs, int transactionTimeoutMs)
     : m_arbiter({}, responseTimeoutMs)
     , m_transactionTimeoutMs(transactionTimeoutMs)
 {
-    m_arbiter.setLineQuietMs(0, DefaultDrainMs);
+    m_arbiter.setLineQuietMs(0, kDefaultDrainMs);
 }
 
 void ModbusLine::setTransactionTimeoutMs(int timeoutMs)
@@ -26,7 +26,7 @@ ModbusLine::Output ModbusLine::fromClient(
     Output output;
     catchUp(nowMs, output);
     auto gateway = m_gateways.find(peerKey);
-    if (gateway == m_gateways.end() && m_gateways.size() >= MaxClients) {
+    if (gateway == m_gateways.end() && m_gateways.size() >= kMaxClients) {
         output.closeClients.append(peerKey);
         startNext(nowMs, output);
         return output;
@@ -93,7 +93,7 @@ ModbusLine::Output ModbusLine::tick(qint64 nowMs)
 int ModbusLine::nextTimeoutMs(qint64 nowMs) const
 {
     const int turnIn = m_arbiter.nextTimeoutMs(nowMs);
-    const int silenceIn = int(m_answers.nextTimeoutMs(nowMs)); // at most MaxSilenceMs
+    const int silenceIn = int(m_answers.nextTimeoutMs(nowMs)); // at most kMaxSilenceMs
     return turnIn < 0 || silenceIn < 0 ? qMax(turnIn, silenceIn) : qMin(turnIn, silenceIn);
 }
 
@@ -118,7 +118,7 @@ void ModbusLine::submit(const QString& peerKey, const ModbusGateway::Request& re
         {.peerKey = peerKey,
             .bytes = request.rtuFrame,
             .tag = tag,
-            .holdMs = request.broadcast ? ModbusGateway::BroadcastTurnaroundMs : 0},
+            .holdMs = request.broadcast ? ModbusGateway::kBroadcastTurnaroundMs : 0},
         nowMs);
 }
 

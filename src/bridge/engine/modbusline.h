@@ -24,7 +24,7 @@
 //
 // Time: nextTimeoutMs() says when to call tick(). Every call first does what was due.
 // Memory: the bounds of its parts, with one gateway for each client from its first bytes to
-// clientGone(); a client beyond MaxClients is handed to the owner to be closed.
+// clientGone(); a client beyond kMaxClients is handed to the owner to be closed.
 // Owned by a bridge link.
 class ModbusLine final
 {
@@ -62,7 +62,7 @@ public:
     {
         QList<ToClient> toClients;
         QByteArray toLine;        // one request, or nothing
-        QStringList closeClients; // malformed streams, and clients beyond MaxClients
+        QStringList closeClients; // malformed streams, and clients beyond kMaxClients
         QList<Transaction> ended;
     };
 
@@ -73,9 +73,9 @@ public:
         qint64 damagedFrames = 0;
     };
 
-    static constexpr int MaxClients = 1024;
+    static constexpr int kMaxClients = 1024;
     // How long a device that was given up may still begin to answer.
-    static constexpr int DefaultDrainMs = 50;
+    static constexpr int kDefaultDrainMs = 50;
 
     // Both clamped as in BridgeArbiter and ModbusGateway.
     ModbusLine(int responseTimeoutMs, int transactionTimeoutMs);
@@ -87,7 +87,7 @@ public:
     void setMaxQueuedRequests(int count) { m_arbiter.setMaxQueuedRequests(count); }
     // Silence on the line before the next request, as BridgeArbiter::setLineQuietMs(): after an
     // answer by default none, on a serial line 3.5 characters (Modbus over Serial Line V1.02,
-    // 2.5.1.1: 4 ms at 9600 baud); after a time-out DefaultDrainMs.
+    // 2.5.1.1: 4 ms at 9600 baud); after a time-out kDefaultDrainMs.
     void setLineQuietMs(int afterAnswerMs, int afterTimeoutMs)
     {
         m_arbiter.setLineQuietMs(afterAnswerMs, afterTimeoutMs);
@@ -132,7 +132,7 @@ private:
     BridgeArbiter m_arbiter;
     ModbusAnswerFramer m_answers;
     int m_transactionTimeoutMs;
-    QHash<QString, ModbusGateway> m_gateways; // by peer key; at most MaxClients
+    QHash<QString, ModbusGateway> m_gateways; // by peer key; at most kMaxClients
     QHash<quint64, Open> m_open; // by tag; those the arbiter holds, so bounded with its queue
     quint64 m_lastTag = 0;
     Counters m_counters;

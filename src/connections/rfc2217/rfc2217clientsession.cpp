@@ -12,11 +12,11 @@ using Codec = Rfc2217Codec;
 using Event = Codec::Event;
 
 // Where the output lines stand in a push.
-constexpr std::size_t dtrRequest = 5;
-constexpr std::size_t rtsRequest = 6;
+constexpr std::size_t kDtrRequest = 5;
+constexpr std::size_t kRtsRequest = 6;
 
 // The modem states that are asked for: the levels, and not the changes, which follow from them.
-constexpr quint8 modemStateMask = 0xF0;
+constexpr quint8 kModemStateMask = 0xF0;
 
 QByteArray request(quint8 command, quint8 value)
 {
@@ -26,7 +26,7 @@ QByteArray request(quint8 command, quint8 value)
 QByteArray introduction()
 {
     return Codec::clientRequest(Rfc2217::Signature, "Velmora"_ba)
-           + request(Rfc2217::SetModemStateMask, modemStateMask);
+           + request(Rfc2217::SetModemStateMask, kModemStateMask);
 }
 
 QByteArray inquiries()
@@ -169,9 +169,9 @@ QByteArray Rfc2217ClientSession::push(const Settings& settings)
         if (m_pushed && m_pushed->at(i) == wanted[i])
             continue;
         bytes += wanted[i];
-        if (i == dtrRequest)
+        if (i == kDtrRequest)
             m_confirmedDtr.reset();
-        else if (i == rtsRequest)
+        else if (i == kRtsRequest)
             m_confirmedRts.reset();
     }
     m_pushed = wanted;
@@ -196,7 +196,7 @@ QByteArray Rfc2217ClientSession::modemStateInquiry() const
         return {};
     // Some servers answer a request for the state, others tell it when they are given the mask.
     return Codec::clientRequest(Rfc2217::NotifyModemState, {})
-           + request(Rfc2217::SetModemStateMask, modemStateMask);
+           + request(Rfc2217::SetModemStateMask, kModemStateMask);
 }
 
 QByteArray Rfc2217ClientSession::encodePayload(const QByteArray& data) const

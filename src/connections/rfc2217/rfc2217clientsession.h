@@ -14,7 +14,7 @@
 // the pane's line parameters and keeps what the remote reports.
 //
 // Theory of operation. The owner sends what begin() returns as soon as the TCP connection is up and
-// starts a timer of negotiationTimeoutMs; every block that arrives goes through receive().
+// starts a timer of kNegotiationTimeoutMs; every block that arrives goes through receive().
 //  - Negotiating -> ComPortActive: the remote agrees to the com-port option. The owner stops the
 //    timer and sends settingsUpdate().
 //  - Negotiating -> PlainTelnet: the timer fires and the remote has sent Telnet commands.
@@ -40,7 +40,7 @@ public:
     {
         QByteArray reply; // to the remote, at once
         QByteArray data;  // to the terminal
-        QString message;  // for the status bar, for messageTimeoutMs; often empty
+        QString message;  // for the status bar, for kMessageTimeoutMs; often empty
         bool negotiationFinished = false;
     };
 
@@ -56,9 +56,9 @@ public:
         friend bool operator==(const RemoteValues&, const RemoteValues&) = default;
     };
 
-    static constexpr int negotiationTimeoutMs = 3000;
-    static constexpr int messageTimeoutMs = 5000;
-    static constexpr int modemStateInquiryMs = 1000;
+    static constexpr int kNegotiationTimeoutMs = 3000;
+    static constexpr int kMessageTimeoutMs = 5000;
+    static constexpr int kModemStateInquiryMs = 1000;
 
     Rfc2217ClientSession();
 
@@ -83,7 +83,7 @@ public:
     // Asks for the modem state now; empty unless ComPortActive. Servers differ in what they report
     // unasked: one that takes the mask for the bits that tell of changes never reports one to a
     // client that wants the levels. So an owner that shows the inputs asks every
-    // modemStateInquiryMs.
+    // kModemStateInquiryMs.
     [[nodiscard]] QByteArray modemStateInquiry() const;
     // Terminal data for the wire.
     [[nodiscard]] QByteArray encodePayload(const QByteArray& data) const;

@@ -22,10 +22,10 @@ struct ValuePair
 };
 
 // The first row stands for what is not defined.
-constexpr std::array parities{
+constexpr std::array kParities{
     ValuePair{0, 1}, ValuePair{3, 2}, ValuePair{2, 3}, ValuePair{5, 4}, ValuePair{4, 5}};
-constexpr std::array stopSizes{ValuePair{1, 1}, ValuePair{2, 2}, ValuePair{3, 3}};
-constexpr std::array flowControls{ValuePair{0, Rfc2217::FlowNone},
+constexpr std::array kStopSizes{ValuePair{1, 1}, ValuePair{2, 2}, ValuePair{3, 3}};
+constexpr std::array kFlowControls{ValuePair{0, Rfc2217::FlowNone},
     ValuePair{2, Rfc2217::FlowXonXoff}, ValuePair{1, Rfc2217::FlowRtsCts}};
 
 template<std::size_t N>
@@ -49,7 +49,7 @@ struct ControlLine
     quint8 inquiry;
 };
 
-constexpr std::array controlLines{ControlLine{Type::Break, Rfc2217::BreakInquiry},
+constexpr std::array kControlLines{ControlLine{Type::Break, Rfc2217::BreakInquiry},
     ControlLine{Type::Dtr, Rfc2217::DtrInquiry}, ControlLine{Type::Rts, Rfc2217::RtsInquiry}};
 
 bool fillControl(Event& event, quint8 value)
@@ -62,7 +62,7 @@ bool fillControl(Event& event, quint8 value)
         event.value = quint32(Rfc2217Codec::flowControlFromWire(value));
         return true;
     }
-    const ControlLine& line = controlLines[(value - Rfc2217::BreakInquiry) / 3U];
+    const ControlLine& line = kControlLines[(value - Rfc2217::BreakInquiry) / 3U];
     event.type = line.type;
     event.inquiry = value == line.inquiry;
     event.on = value == line.inquiry + 1;
@@ -140,7 +140,7 @@ QByteArray subnegotiation(quint8 command, const QByteArray& payload)
     const QByteArray escaped = Rfc2217Codec::encodePayload(payload);
     QByteArray bytes;
     bytes.reserve(escaped.size() + 6);
-    for (const quint8 byte : {IAC, SB, ComPort, command})
+    for (const quint8 byte : {IAC, SB, kComPort, command})
         bytes.append(char(byte));
     bytes.append(escaped);
     bytes.append(char(IAC)).append(char(SE));
@@ -170,10 +170,10 @@ QByteArray Rfc2217Codec::greeting()
     using namespace Rfc2217;
     QByteArray bytes;
     Sink sink{.reply = &bytes};
-    for (const quint8 option : {ComPort, Binary, SuppressGoAhead}) {
+    for (const quint8 option : {kComPort, kBinary, kSuppressGoAhead}) {
         announce(m_ownOptions, WILL, option, sink);
         // A server offers the com port and leaves it to the client to ask for its use.
-        if (option != ComPort || m_role == Role::Client)
+        if (option != kComPort || m_role == Role::Client)
             announce(m_remoteOptions, DO, option, sink);
     }
     return bytes;
@@ -254,8 +254,8 @@ void Rfc2217Codec::handleIac(quint8 byte, Sink& sink)
 void Rfc2217Codec::handleOption(quint8 option, Sink& sink)
 {
     using namespace Rfc2217;
-    const bool comPort = option == ComPort;
-    const bool accepted = comPort || option == Binary || option == SuppressGoAhead;
+    const bool comPort = option == kComPort;
+    const bool accepted = comPort || option == kBinary || option == kSuppressGoAhead;
     switch (m_verb) {
     case WILL:
         m_remoteSupportsComPort = m_remoteSupportsComPort || comPort;
@@ -288,7 +288,7 @@ void Rfc2217Codec::announce(OptionTable& table, quint8 verb, quint8 option, Sink
 {
     const bool on = verb == Rfc2217::DO || verb == Rfc2217::WILL;
     Announced& last = table[option];
-    if ((last.changes > 0 && last.on == on) || last.changes == maxOptionChanges)
+    if ((last.changes > 0 && last.on == on) || last.changes == kMaxOptionChanges)
         return;
     last = {on, last.changes + 1};
     if (sink.reply)
@@ -297,7 +297,7 @@ void Rfc2217Codec::announce(OptionTable& table, quint8 verb, quint8 option, Sink
 
 void Rfc2217Codec::appendToSub(const char* bytes, qsizetype count)
 {
-    m_sub.append(bytes, std::min(count, maxSubnegotiationBytes + 1 - m_sub.size()));
+    m_sub.append(bytes, std::min(count, kMaxSubnegotiationBytes + 1 - m_sub.size()));
 }
 
 void Rfc2217Codec::handleSubIac(quint8 byte, Sink& sink)
@@ -309,20 +309,20 @@ void Rfc2217Codec::handleSubIac(quint8 byte, Sink& sink)
         return;
     }
     m_state = State::Data;
-    if (byte == Rfc2217::SE && m_sub.size() <= maxSubnegotiationBytes)
+    if (byte == Rfc2217::SE && m_sub.size() <= kMaxSubnegotiationBytes)
         handleSubnegotiation(sink);
     m_sub.clear();
 }
 
 void Rfc2217Codec::handleSubnegotiation(Sink& sink)
 {
-    if (m_sub.size() < 2 || quint8(m_sub[0]) != Rfc2217::ComPort)
+    if (m_sub.size() < 2 || quint8(m_sub[0]) != Rfc2217::kComPort)
         return;
     const auto code = quint8(m_sub[1]);
-    const bool fromServer = code >= Rfc2217::ServerOffset;
+    const bool fromServer = code >= Rfc2217::kServerOffset;
     if (fromServer != (m_role == Role::Client))
         return;
-    const auto command = quint8(fromServer ? code - Rfc2217::ServerOffset : code);
+    const auto command = quint8(fromServer ? code - Rfc2217::kServerOffset : code);
     const QByteArray payload = m_sub.mid(2);
     if (command == Rfc2217::SetModemStateMask) {
         if (!payload.isEmpty())
@@ -360,7 +360,7 @@ QByteArray Rfc2217Codec::clientRequest(quint8 command, const QByteArray& payload
 
 QByteArray Rfc2217Codec::serverResponse(quint8 command, const QByteArray& payload)
 {
-    return subnegotiation(quint8(command + Rfc2217::ServerOffset), payload);
+    return subnegotiation(quint8(command + Rfc2217::kServerOffset), payload);
 }
 
 QByteArray Rfc2217Codec::modemStateNotification(quint8 state) const
@@ -372,39 +372,39 @@ QByteArray Rfc2217Codec::modemStateNotification(quint8 state) const
 
 quint8 Rfc2217Codec::parityToWire(int parity)
 {
-    return wireOf(parities, parity);
+    return wireOf(kParities, parity);
 }
 
 int Rfc2217Codec::parityFromWire(quint8 value)
 {
-    return codeOf(parities, value);
+    return codeOf(kParities, value);
 }
 
 quint8 Rfc2217Codec::stopSizeToWire(int stopBits)
 {
-    return wireOf(stopSizes, stopBits);
+    return wireOf(kStopSizes, stopBits);
 }
 
 int Rfc2217Codec::stopSizeFromWire(quint8 value)
 {
-    return codeOf(stopSizes, value);
+    return codeOf(kStopSizes, value);
 }
 
 quint8 Rfc2217Codec::flowControlToWire(int flowControl)
 {
-    return wireOf(flowControls, flowControl);
+    return wireOf(kFlowControls, flowControl);
 }
 
 int Rfc2217Codec::flowControlFromWire(quint8 value)
 {
-    return codeOf(flowControls, value);
+    return codeOf(kFlowControls, value);
 }
 
 quint8 Rfc2217Codec::controlLineToWire(Event::Type type, bool on)
 {
-    const auto line = std::ranges::find(controlLines, type, &ControlLine::type);
-    return line == controlLines.end() ? quint8(Rfc2217::FlowInquiry)
-                                      : quint8(line->inquiry + (on ? 1 : 2));
+    const auto line = std::ranges::find(kControlLines, type, &ControlLine::type);
+    return line == kControlLines.end() ? quint8(Rfc2217::FlowInquiry)
+                                       : quint8(line->inquiry + (on ? 1 : 2));
 }
 
 QByteArray Rfc2217Codec::baudRatePayload(quint32 baudRate)

@@ -20,13 +20,13 @@
 // other is refused. What was last announced is kept for each option and direction, and nothing is
 // announced twice in a row, so that an acknowledgement is not acknowledged. Two ends that change
 // their mind while the other's answer is on its way can still chase each other round and round;
-// after maxOptionChanges announcements an option is not answered any more. Data does not depend on
+// after kMaxOptionChanges announcements an option is not answered any more. Data does not depend on
 // any option.
 //
 // Malformed input never raises an error: short or unknown commands and commands of the wrong
 // direction are dropped, undefined values become inquiries.
 //
-// Memory: a sub-negotiation longer than maxSubnegotiationBytes is dropped up to its end and not
+// Memory: a sub-negotiation longer than kMaxSubnegotiationBytes is dropped up to its end and not
 // kept; each option table has at most 256 entries. Events and answers are bounded by the input of
 // the call.
 class Rfc2217Codec final
@@ -67,12 +67,12 @@ public:
     };
 
     // More than any command of RFC 2217 needs; the signature is the only one of free length.
-    static constexpr qsizetype maxSubnegotiationBytes = 1024;
+    static constexpr qsizetype kMaxSubnegotiationBytes = 1024;
 
     // Announcements for one option in one direction in a conversation. An honest remote needs one
     // or two, and one that turns BINARY on and off for each of its files still has its way for
     // long.
-    static constexpr int maxOptionChanges = 64;
+    static constexpr int kMaxOptionChanges = 64;
 
     explicit Rfc2217Codec(Role role);
 
@@ -123,7 +123,7 @@ private:
     struct Announced
     {
         bool on = false;
-        int changes = 0; // at most maxOptionChanges
+        int changes = 0; // at most kMaxOptionChanges
     };
     using OptionTable = QHash<quint8, Announced>;
     // Where the results of one decode() go.
@@ -140,7 +140,7 @@ private:
     Role m_role;
     State m_state = State::Data;
     quint8 m_verb = 0; // while in Option
-    QByteArray m_sub;  // at most maxSubnegotiationBytes and one more, which marks it too long
+    QByteArray m_sub;  // at most kMaxSubnegotiationBytes and one more, which marks it too long
     bool m_remoteSupportsComPort = false;
     bool m_remoteSentIac = false;
     quint8 m_modemStateMask = 0;

@@ -15,11 +15,11 @@ using Event = Codec::Event;
 using Line = Rfc2217ServerSession::Line;
 using Outcome = Rfc2217ServerSession::Outcome;
 
-constexpr auto baudRateKey = "baud_rate"_L1;
-constexpr auto dataBitsKey = "data_bits"_L1;
-constexpr auto parityKey = "parity"_L1;
-constexpr auto stopBitsKey = "stop_bits"_L1;
-constexpr auto flowControlKey = "flow_control"_L1;
+constexpr auto kBaudRateKey = "baud_rate"_L1;
+constexpr auto kDataBitsKey = "data_bits"_L1;
+constexpr auto kParityKey = "parity"_L1;
+constexpr auto kStopBitsKey = "stop_bits"_L1;
+constexpr auto kFlowControlKey = "flow_control"_L1;
 
 // A code of the Settings record and its value in the outcome's changes.
 struct Named
@@ -28,9 +28,9 @@ struct Named
     QLatin1StringView name;
 };
 
-constexpr std::array parityNames{Named{0, "none"_L1}, Named{3, "odd"_L1}, Named{2, "even"_L1},
+constexpr std::array kParityNames{Named{0, "none"_L1}, Named{3, "odd"_L1}, Named{2, "even"_L1},
     Named{5, "mark"_L1}, Named{4, "space"_L1}};
-constexpr std::array flowControlNames{
+constexpr std::array kFlowControlNames{
     Named{0, "none"_L1}, Named{1, "rtscts"_L1}, Named{2, "xonxoff"_L1}};
 
 template<std::size_t N>
@@ -48,11 +48,11 @@ int codeOf(const std::array<Named, N>& rows, const QString& name, int otherwise)
 }
 
 // 1.5 stop bits have the code 3.
-constexpr int oneAndAHalfStop = 3;
+constexpr int kOneAndAHalfStop = 3;
 
 double stopBitsNumber(int code)
 {
-    return code == oneAndAHalfStop ? 1.5 : code;
+    return code == kOneAndAHalfStop ? 1.5 : code;
 }
 
 QByteArray answer(const Event& event, quint8 value)
@@ -64,7 +64,7 @@ void applyBaudRate(const Event& event, const Settings& settings, Outcome& outcom
 {
     const quint32 rate = event.inquiry ? quint32(settings.baudRate) : event.value;
     if (!event.inquiry)
-        outcome.settingsChanges.insert(baudRateKey, qint64(rate));
+        outcome.settingsChanges.insert(kBaudRateKey, qint64(rate));
     outcome.reply = Codec::serverResponse(event.command, Codec::baudRatePayload(rate));
 }
 
@@ -152,23 +152,23 @@ Outcome Rfc2217ServerSession::apply(const Event& event, const Settings& settings
         break;
     case Event::Type::DataSize:
         applyCode(
-            event, settings.dataBits, [](int bits) { return quint8(bits); }, dataBitsKey,
+            event, settings.dataBits, [](int bits) { return quint8(bits); }, kDataBitsKey,
             [](int bits) { return QJsonValue(bits); }, outcome);
         break;
     case Event::Type::Parity:
         applyCode(
-            event, settings.parity, &Codec::parityToWire, parityKey,
-            [](int code) { return QJsonValue(nameOf(parityNames, code)); }, outcome);
+            event, settings.parity, &Codec::parityToWire, kParityKey,
+            [](int code) { return QJsonValue(nameOf(kParityNames, code)); }, outcome);
         break;
     case Event::Type::StopSize:
         applyCode(
-            event, settings.stopBits, &Codec::stopSizeToWire, stopBitsKey,
+            event, settings.stopBits, &Codec::stopSizeToWire, kStopBitsKey,
             [](int code) { return QJsonValue(stopBitsNumber(code)); }, outcome);
         break;
     case Event::Type::FlowControl:
         applyCode(
-            event, settings.flowControl, &Codec::flowControlToWire, flowControlKey,
-            [](int code) { return QJsonValue(nameOf(flowControlNames, code)); }, outcome);
+            event, settings.flowControl, &Codec::flowControlToWire, kFlowControlKey,
+            [](int code) { return QJsonValue(nameOf(kFlowControlNames, code)); }, outcome);
         break;
     case Event::Type::Break:
         applyLine(event, Line::Break, false, outcome);
@@ -200,16 +200,16 @@ QByteArray Rfc2217ServerSession::modemStateNotification(quint8 state) const
 
 Settings Rfc2217ServerSession::changed(const Settings& settings, const QJsonObject& changes)
 {
-    constexpr double maxBaudRate = std::numeric_limits<qint32>::max();
+    constexpr double kMaxBaudRate = std::numeric_limits<qint32>::max();
     Settings next = settings;
-    const double rate = changes.value(baudRateKey).toDouble(next.baudRate);
-    next.baudRate = qint32(std::clamp(rate, 1.0, maxBaudRate));
-    next.dataBits = changes.value(dataBitsKey).toInt(next.dataBits);
-    next.parity = codeOf(parityNames, changes.value(parityKey).toString(), next.parity);
-    const double stop =
-        changes.value(stopBitsKey).toDouble(next.stopBits == oneAndAHalfStop ? 1.5 : next.stopBits);
-    next.stopBits = stop > 1 && stop < 2 ? oneAndAHalfStop : stop < 2 ? 1 : 2;
+    const double rate = changes.value(kBaudRateKey).toDouble(next.baudRate);
+    next.baudRate = qint32(std::clamp(rate, 1.0, kMaxBaudRate));
+    next.dataBits = changes.value(kDataBitsKey).toInt(next.dataBits);
+    next.parity = codeOf(kParityNames, changes.value(kParityKey).toString(), next.parity);
+    const double stop = changes.value(kStopBitsKey)
+                            .toDouble(next.stopBits == kOneAndAHalfStop ? 1.5 : next.stopBits);
+    next.stopBits = stop > 1 && stop < 2 ? kOneAndAHalfStop : stop < 2 ? 1 : 2;
     next.flowControl =
-        codeOf(flowControlNames, changes.value(flowControlKey).toString(), next.flowControl);
+        codeOf(kFlowControlNames, changes.value(kFlowControlKey).toString(), next.flowControl);
     return next.sanitized();
 }

@@ -15,11 +15,11 @@ constexpr quint8 DONT = 254;
 constexpr quint8 IAC = 255;
 
 // Telnet options: RFC 856, RFC 858, RFC 2217.
-constexpr quint8 Binary = 0;
-constexpr quint8 SuppressGoAhead = 3;
-constexpr quint8 ComPort = 44;
+constexpr quint8 kBinary = 0;
+constexpr quint8 kSuppressGoAhead = 3;
+constexpr quint8 kComPort = 44;
 
-// RFC 2217, 3: client to server; the server answers with the code plus ServerOffset.
+// RFC 2217, 3: client to server; the server answers with the code plus kServerOffset.
 enum Command : quint8 {
     Signature = 0,
     SetBaudRate = 1,
@@ -35,7 +35,7 @@ enum Command : quint8 {
     SetModemStateMask = 11,
     PurgeData = 12,
 };
-constexpr quint8 ServerOffset = 100;
+constexpr quint8 kServerOffset = 100;
 
 // RFC 2217, SET-CONTROL.
 enum Control : quint8 {

@@ -43,10 +43,10 @@ Text withLineEnding(Text text, int mode, Char lf, Char cr)
 
 // What a byte is shown as, a blank behind it.
 constexpr auto kHexGroups = [] {
-    constexpr std::u16string_view digits = u"0123456789ABCDEF";
+    constexpr std::u16string_view kDigits = u"0123456789ABCDEF";
     std::array<std::array<char16_t, 3>, 256> groups{};
     for (std::size_t byte = 0; byte < groups.size(); ++byte)
-        groups[byte] = {digits[byte >> 4], digits[byte & 0xF], u' '};
+        groups[byte] = {kDigits[byte >> 4], kDigits[byte & 0xF], u' '};
     return groups;
 }();
 

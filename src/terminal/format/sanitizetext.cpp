@@ -32,11 +32,11 @@ constexpr char16_t visibleForm(char16_t c)
 // The index of a block that holds the first character to replace, or `size`.
 qsizetype findBlock(const char16_t* text, qsizetype size)
 {
-    constexpr qsizetype block = 32;
+    constexpr qsizetype kBlock = 32;
     qsizetype from = 0;
-    for (; from + block <= size; from += block) {
+    for (; from + kBlock <= size; from += kBlock) {
         char16_t hits = 0;
-        for (qsizetype i = 0; i < block; ++i)
+        for (qsizetype i = 0; i < kBlock; ++i)
             hits = char16_t(hits | char16_t(mustBeReplaced(text[from + i])));
         if (hits != 0)
             return from;

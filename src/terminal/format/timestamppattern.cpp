@@ -12,7 +12,7 @@ struct PlaceHolder
     QLatin1StringView dateTimePattern;
 };
 
-constexpr std::array placeHolders{
+constexpr std::array kPlaceHolders{
     PlaceHolder{"%Y"_L1, "yyyy"_L1},
     PlaceHolder{"%y"_L1, "yy"_L1},
     PlaceHolder{"%M"_L1, "MM"_L1},
@@ -30,7 +30,7 @@ QString decode_timestamp(const QDateTime& dateTime, const QString& pattern)
 {
     const QDateTime time = dateTime.isValid() ? dateTime : QDateTime::currentDateTime();
     QString text = pattern;
-    for (const PlaceHolder& holder : placeHolders) {
+    for (const PlaceHolder& holder : kPlaceHolders) {
         if (text.contains(holder.text))
             text.replace(holder.text, time.toString(QString(holder.dateTimePattern)));
     }

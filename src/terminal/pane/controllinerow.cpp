@@ -13,9 +13,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QColor green(0, 255, 0);
-constexpr QColor amber(240, 160, 32);
-constexpr QColor grey(144, 144, 144);
+constexpr QColor kGreen(0, 255, 0);
+constexpr QColor kAmber(240, 160, 32);
+constexpr QColor kGrey(144, 144, 144);
 
 // Names of lines are the same in every language.
 struct LampNames
@@ -25,7 +25,7 @@ struct LampNames
     QLatin1StringView cell;
 };
 
-constexpr std::array lampNames{
+constexpr std::array kLampNames{
     LampNames{"TX"_L1, "txActivityLed"_L1, "txLedCell"_L1},
     LampNames{"RX"_L1, "rxActivityLed"_L1, "rxLedCell"_L1},
     LampNames{"RTS"_L1, "rtsLed"_L1, "rtsLedCell"_L1},
@@ -35,7 +35,7 @@ constexpr std::array lampNames{
     LampNames{"DCD"_L1, "dcdLed"_L1, "dcdLedCell"_L1},
     LampNames{"RI"_L1, "riLed"_L1, "riLedCell"_L1},
 };
-constexpr auto breakCaption = "BRK"_L1;
+constexpr auto kBreakCaption = "BRK"_L1;
 
 } // namespace
 
@@ -50,7 +50,7 @@ ControlLineRow::ControlLineRow(MonotonicClock clock, QWidget* parent)
     setObjectName(u"controlLineLedsRow"_s);
     setToolTip(tr("Live control-line levels while the port is open. Some USB serial adapters do "
                   "not report the input lines."));
-    static_assert(lampNames.size() == LampCount);
+    static_assert(kLampNames.size() == LampCount);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
@@ -70,7 +70,7 @@ ControlLineRow::~ControlLineRow() = default;
 
 void ControlLineRow::addCell(Lamp lamp, QHBoxLayout* row)
 {
-    const LampNames& names = lampNames.at(lamp);
+    const LampNames& names = kLampNames.at(lamp);
     Cell& cell = m_cells.at(lamp);
     cell.widget = isButton(lamp) ? new LampButton(this) : new QWidget(this);
     cell.widget->setObjectName(names.cell);
@@ -80,7 +80,7 @@ void ControlLineRow::addCell(Lamp lamp, QHBoxLayout* row)
     cell.caption->setAlignment(Qt::AlignHCenter);
     // The caption of a break must not push the other lamps aside.
     if (lamp == Tx)
-        cell.caption->setMinimumWidth(cell.caption->fontMetrics().horizontalAdvance(breakCaption));
+        cell.caption->setMinimumWidth(cell.caption->fontMetrics().horizontalAdvance(kBreakCaption));
     auto* layout = new QVBoxLayout(cell.widget);
     layout->setContentsMargins(2, 4, 2, 4);
     layout->setSpacing(4);
@@ -98,11 +98,13 @@ void ControlLineRow::nameForAssistance()
 {
     m_cells[Tx].widget->setAccessibleName(tr("Send break"));
     for (const Lamp lamp : {Tx, Rx})
-        m_cells.at(lamp).lamp->setAccessibleName(tr("%1 activity").arg(lampNames.at(lamp).caption));
+        m_cells.at(lamp).lamp->setAccessibleName(
+            tr("%1 activity").arg(kLampNames.at(lamp).caption));
     for (const Lamp lamp : {Rts, Dtr})
-        m_cells.at(lamp).widget->setAccessibleName(tr("%1 output").arg(lampNames.at(lamp).caption));
+        m_cells.at(lamp).widget->setAccessibleName(
+            tr("%1 output").arg(kLampNames.at(lamp).caption));
     for (const Lamp lamp : {Cts, Dsr, Dcd, Ri})
-        m_cells.at(lamp).lamp->setAccessibleName(tr("%1 input").arg(lampNames.at(lamp).caption));
+        m_cells.at(lamp).lamp->setAccessibleName(tr("%1 input").arg(kLampNames.at(lamp).caption));
     m_cells[Rts].widget->setToolTip(tr("Click to toggle the RTS output"));
     m_cells[Dtr].widget->setToolTip(tr("Click to toggle the DTR output"));
 }
@@ -185,7 +187,7 @@ void ControlLineRow::setBreak(bool on)
         return;
     m_sent.timer.stop();
     m_sent.again = false;
-    m_cells[Tx].lamp->setColor(on ? amber : green);
+    m_cells[Tx].lamp->setColor(on ? kAmber : kGreen);
     m_cells[Tx].lamp->turnOn(on);
     m_captionTimer.stop();
     const qint64 now = m_clock();
@@ -202,15 +204,15 @@ void ControlLineRow::setBreak(bool on)
 void ControlLineRow::setBreakCaption(bool on)
 {
     QLabel* caption = m_cells[Tx].caption;
-    caption->setText(on ? breakCaption : lampNames[Tx].caption);
-    caption->setStyleSheet(on ? u"color:%1"_s.arg(amber.name()) : QString());
+    caption->setText(on ? kBreakCaption : kLampNames[Tx].caption);
+    caption->setStyleSheet(on ? u"color:%1"_s.arg(kAmber.name()) : QString());
 }
 
 void ControlLineRow::showReport(const LineReport& report)
 {
     setBreak(report.inBreak);
     // Requested levels are of interest before the port is open, too.
-    const Light dark{false, false, green, {}};
+    const Light dark{false, false, kGreen, {}};
     if (report.hasLines) {
         setOutput(Rts, report.rts);
         setOutput(Dtr, report.dtr);
@@ -222,7 +224,7 @@ void ControlLineRow::showReport(const LineReport& report)
     for (const auto& [lamp, high] : {std::pair{Cts, inputs.cts}, std::pair{Dsr, inputs.dsr},
              std::pair{Dcd, inputs.dcd}, std::pair{Ri, inputs.ri}}) {
         const bool known = report.sight == LineDriver::Sight::All;
-        light(lamp, known ? Light{high, false, green, LineDriver::levelName(high)} : dark);
+        light(lamp, known ? Light{high, false, kGreen, LineDriver::levelName(high)} : dark);
     }
 }
 
@@ -230,8 +232,8 @@ void ControlLineRow::setOutput(Lamp lamp, LineDriver::Level level)
 {
     const bool sure = level.certainty == LineDriver::Certainty::Sure;
     const bool low = level.certainty == LineDriver::Certainty::Requested && !level.high;
-    const QColor unsure = low ? grey : amber;
-    light(lamp, {level.high, !sure, sure ? green : unsure, LineDriver::stateText(level)});
+    const QColor unsure = low ? kGrey : kAmber;
+    light(lamp, {level.high, !sure, sure ? kGreen : unsure, LineDriver::stateText(level)});
 }
 
 void ControlLineRow::light(Lamp lamp, const Light& light)

@@ -11,7 +11,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qreal coreGap = 0.2; // between rim and core, of the lamp's diameter
+constexpr qreal kCoreGap = 0.2; // between rim and core, of the lamp's diameter
 
 } // namespace
 
@@ -117,7 +117,7 @@ void HLed::draw(QPainter& painter, int size) const
     painter.drawEllipse(disc);
     if (!m_on || !m_tentative)
         return;
-    const qreal gap = disc.width() * coreGap;
+    const qreal gap = disc.width() * kCoreGap;
     const QRectF core = disc.adjusted(gap, gap, -gap, -gap);
     painter.setPen(Qt::NoPen);
     painter.setBrush(brush(core));

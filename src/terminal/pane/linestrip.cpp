@@ -10,8 +10,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int gap = 4; // between names, in pixels
-constexpr QColor amber(240, 160, 32);
+constexpr int kGap = 4; // between names, in pixels
+constexpr QColor kAmber(240, 160, 32);
 
 QFont fontOf(const LineMark& mark, QFont font)
 {
@@ -75,7 +75,7 @@ QList<LineMark> LineStrip::marksThatFit(int room) const
 
 int LineStrip::widthOf(const QList<LineMark>& marks) const
 {
-    int width = gap * std::max(int(marks.size()) - 1, 0);
+    int width = kGap * std::max(int(marks.size()) - 1, 0);
     for (const LineMark& mark : marks)
         width += QFontMetrics(fontOf(mark, font())).horizontalAdvance(mark.name);
     return width;
@@ -103,12 +103,12 @@ void LineStrip::paintEvent(QPaintEvent* /*event*/)
         const int height = painter.fontMetrics().height();
         const QRect area(x, (this->height() - height) / 2, advance, height);
         if (mark.alert)
-            painter.fillRect(area, amber);
+            painter.fillRect(area, kAmber);
         painter.setPen(mark.alert ? QColor(Qt::black)
                                   : palette().color(mark.high ? QPalette::WindowText
                                                               : QPalette::PlaceholderText));
         painter.drawText(area, Qt::AlignCenter, mark.name);
-        x += advance + gap;
+        x += advance + kGap;
     }
 }
 

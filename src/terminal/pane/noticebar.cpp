@@ -8,18 +8,18 @@
 
 namespace {
 
-constexpr int amberPercent = 20;
+constexpr int kAmberPercent = 20;
 
 // Amber laid thinly over what the views stand on, so that the text of the palette can be read on it
 // in the light and in the dark.
 QColor amberOn(const QColor& ground)
 {
-    static constexpr QColor amber(255, 193, 7);
+    static constexpr QColor kAmber(255, 193, 7);
     const auto mixed = [](int below, int above) {
-        return (below * (100 - amberPercent) + above * amberPercent) / 100;
+        return (below * (100 - kAmberPercent) + above * kAmberPercent) / 100;
     };
-    return {mixed(ground.red(), amber.red()), mixed(ground.green(), amber.green()),
-        mixed(ground.blue(), amber.blue())};
+    return {mixed(ground.red(), kAmber.red()), mixed(ground.green(), kAmber.green()),
+        mixed(ground.blue(), kAmber.blue())};
 }
 
 } // namespace

@@ -27,7 +27,7 @@ struct ModeChoice
     const char* text;
 };
 
-constexpr std::array modeChoices{
+constexpr std::array kModeChoices{
     ModeChoice{connectionMode::SerialPort, QT_TRANSLATE_NOOP("PanelChoices", "Serial Port")},
     ModeChoice{connectionMode::TcpServer, QT_TRANSLATE_NOOP("PanelChoices", "TCP Server")},
     ModeChoice{connectionMode::TcpClient, QT_TRANSLATE_NOOP("PanelChoices", "TCP Client")},
@@ -39,7 +39,7 @@ constexpr std::array modeChoices{
         QT_TRANSLATE_NOOP("PanelChoices", "Remote Serial (Cloud Relay)")},
 };
 
-constexpr std::array parityChoices{
+constexpr std::array kParityChoices{
     Choice{QSerialPort::NoParity, QT_TRANSLATE_NOOP("PanelChoices", "None")},
     Choice{QSerialPort::EvenParity, QT_TRANSLATE_NOOP("PanelChoices", "Even")},
     Choice{QSerialPort::OddParity, QT_TRANSLATE_NOOP("PanelChoices", "Odd")},
@@ -47,36 +47,36 @@ constexpr std::array parityChoices{
     Choice{QSerialPort::SpaceParity, QT_TRANSLATE_NOOP("PanelChoices", "Space")},
 };
 
-constexpr std::array flowControlChoices{
+constexpr std::array kFlowControlChoices{
     Choice{QSerialPort::NoFlowControl, QT_TRANSLATE_NOOP("PanelChoices", "None")},
     Choice{QSerialPort::HardwareControl, QT_TRANSLATE_NOOP("PanelChoices", "RTS/CTS")},
     Choice{QSerialPort::SoftwareControl, QT_TRANSLATE_NOOP("PanelChoices", "XON/XOFF")},
 };
 
-constexpr std::array stopBitsChoices{
+constexpr std::array kStopBitsChoices{
     Choice{QSerialPort::OneStop, "1"},
     Choice{QSerialPort::OneAndHalfStop, "1.5"},
     Choice{QSerialPort::TwoStop, "2"},
 };
 
-constexpr std::array dataBitsChoices{
+constexpr std::array kDataBitsChoices{
     Choice{QSerialPort::Data8, "8"},
     Choice{QSerialPort::Data7, "7"},
     Choice{QSerialPort::Data6, "6"},
     Choice{QSerialPort::Data5, "5"},
 };
 
-constexpr std::array timeUnitChoices{
+constexpr std::array kTimeUnitChoices{
     Choice{1, QT_TRANSLATE_NOOP("PanelChoices", "ms")},
     Choice{1000, QT_TRANSLATE_NOOP("PanelChoices", "s")},
     Choice{60000, QT_TRANSLATE_NOOP("PanelChoices", "min")},
 };
 
 // The rates that UARTs and USB adapters commonly offer.
-constexpr std::array baudRates{300, 600, 1200, 2400, 4800, 9600, 14400, 19200, 38400, 57600, 74880,
+constexpr std::array kBaudRates{300, 600, 1200, 2400, 4800, 9600, 14400, 19200, 38400, 57600, 74880,
     115200, 230400, 250000, 460800, 500000, 576000, 921600, 1000000, 1500000, 2000000, 3000000,
     4000000};
-constexpr int maxBaudRate = 100'000'000;
+constexpr int kMaxBaudRate = 100'000'000;
 
 QString translated(const char* text)
 {
@@ -101,7 +101,7 @@ void fillSendModes(QComboBox& box, const Texts& texts)
 
 void PanelChoices::fillModes(QComboBox& box)
 {
-    for (const ModeChoice& choice : modeChoices) {
+    for (const ModeChoice& choice : kModeChoices) {
         if (ConnectionController::carries(choice.mode))
             box.addItem(translated(choice.text), int(choice.mode));
     }
@@ -109,8 +109,8 @@ void PanelChoices::fillModes(QComboBox& box)
 
 QString PanelChoices::modeText(connectionMode mode)
 {
-    const auto* choice = std::ranges::find(modeChoices, mode, &ModeChoice::mode);
-    if (choice != modeChoices.end())
+    const auto* choice = std::ranges::find(kModeChoices, mode, &ModeChoice::mode);
+    if (choice != kModeChoices.end())
         return translated(choice->text);
     return connectionModeIsUdp(mode)
                ? translated(QT_TRANSLATE_NOOP("PanelChoices", "UDP Client (Type 6)"))
@@ -133,29 +133,29 @@ void PanelChoices::fillBaudRates(QComboBox& box)
 {
     box.setEditable(true);
     box.setInsertPolicy(QComboBox::NoInsert);
-    box.setValidator(new QIntValidator(1, maxBaudRate, &box));
-    for (const int rate : baudRates)
+    box.setValidator(new QIntValidator(1, kMaxBaudRate, &box));
+    for (const int rate : kBaudRates)
         box.addItem(QString::number(rate), rate);
 }
 
 void PanelChoices::fillDataBits(QComboBox& box)
 {
-    fill(box, dataBitsChoices);
+    fill(box, kDataBitsChoices);
 }
 
 void PanelChoices::fillParities(QComboBox& box)
 {
-    fill(box, parityChoices);
+    fill(box, kParityChoices);
 }
 
 void PanelChoices::fillStopBits(QComboBox& box)
 {
-    fill(box, stopBitsChoices);
+    fill(box, kStopBitsChoices);
 }
 
 void PanelChoices::fillFlowControls(QComboBox& box)
 {
-    fill(box, flowControlChoices);
+    fill(box, kFlowControlChoices);
 }
 
 void PanelChoices::fillEncodings(QComboBox& box)
@@ -180,7 +180,7 @@ void PanelChoices::fillChecksums(QComboBox& box)
 
 void PanelChoices::fillTimeUnits(QComboBox& box)
 {
-    fill(box, timeUnitChoices);
+    fill(box, kTimeUnitChoices);
 }
 
 void PanelChoices::choose(QComboBox& box, int code)

@@ -9,8 +9,8 @@
 
 namespace {
 
-constexpr int labelGap = 8;
-constexpr int rowGap = 4;
+constexpr int kLabelGap = 8;
+constexpr int kRowGap = 4;
 
 } // namespace
 
@@ -20,9 +20,9 @@ PanelForm::PanelForm(QWidget* panel)
 {
     m_form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     m_form->setRowWrapPolicy(QFormLayout::WrapLongRows);
-    m_form->setContentsMargins(labelGap, labelGap, labelGap, labelGap);
-    m_form->setHorizontalSpacing(labelGap);
-    m_form->setVerticalSpacing(rowGap);
+    m_form->setContentsMargins(kLabelGap, kLabelGap, kLabelGap, kLabelGap);
+    m_form->setHorizontalSpacing(kLabelGap);
+    m_form->setVerticalSpacing(kRowGap);
 }
 
 void PanelForm::addRow(const QString& key, const QString& label, QWidget* field)

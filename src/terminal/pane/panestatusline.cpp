@@ -16,8 +16,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int margin = 8;
-constexpr int stateShare = 4; // the state may keep one part in so many of a narrow line
+constexpr int kMargin = 8;
+constexpr int kStateShare = 4; // the state may keep one part in so many of a narrow line
 
 QString withRate(const QString& count, qint64 bytesPerSecond)
 {
@@ -43,13 +43,13 @@ PaneStatusLine::PaneStatusLine(QWidget* parent)
     m_counters->setTextFormat(Qt::PlainText);
     m_messageTimer.setSingleShot(true);
     connect(&m_messageTimer, &QTimer::timeout, this, [this] { showMessage({}, 0); });
-    m_rateTimer.setInterval(rateRefreshMs);
+    m_rateTimer.setInterval(kRateRefreshMs);
     connect(&m_rateTimer, &QTimer::timeout, this, &PaneStatusLine::showCounters);
     m_clock.start();
 
     auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(margin / 2, 0, margin / 2, 0);
-    layout->setSpacing(margin);
+    layout->setContentsMargins(kMargin / 2, 0, kMargin / 2, 0);
+    layout->setSpacing(kMargin);
     layout->addWidget(m_lamp);
     layout->addWidget(m_text, 1);
     layout->addWidget(m_lines);
@@ -106,14 +106,14 @@ void PaneStatusLine::setLines(const LineReport& report)
 // What lamp, log and counters leave is shared by the state and the control lines.
 void PaneStatusLine::shareRoom()
 {
-    int room = width() - margin;
+    int room = width() - kMargin;
     for (const QWidget* widget : {static_cast<QWidget*>(m_lamp), static_cast<QWidget*>(m_log),
              static_cast<QWidget*>(m_counters)}) {
         if (!widget->isHidden())
-            room -= widget->sizeHint().width() + margin;
+            room -= widget->sizeHint().width() + kMargin;
     }
-    const int state = std::min(m_text->sizeHint().width(), std::max(room, 0) / stateShare);
-    m_lines->setRoom(room - state - margin);
+    const int state = std::min(m_text->sizeHint().width(), std::max(room, 0) / kStateShare);
+    m_lines->setRoom(room - state - kMargin);
 }
 
 void PaneStatusLine::showMessage(const QString& text, int timeoutMs)

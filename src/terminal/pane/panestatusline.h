@@ -53,7 +53,7 @@ private:
     void shareRoom();
 
     // Rates fall back to nothing some time after the last byte, so they are looked at in between.
-    static constexpr int rateRefreshMs = 250;
+    static constexpr int kRateRefreshMs = 250;
 
     HLed* m_lamp;
     ElidedLabel* m_text;

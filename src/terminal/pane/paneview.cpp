@@ -22,8 +22,8 @@
 
 namespace {
 
-constexpr int margin = 8;
-constexpr int viewShare = 4; // the receive view gets four fifths of the terminal's height
+constexpr int kMargin = 8;
+constexpr int kViewShare = 4; // the receive view gets four fifths of the terminal's height
 
 } // namespace
 
@@ -44,7 +44,7 @@ PaneView::PaneView(QWidget* parent)
     , m_column(buildSettingsColumn())
 {
     m_splitter->setChildrenCollapsible(false);
-    m_splitter->setHandleWidth(margin);
+    m_splitter->setHandleWidth(kMargin);
     m_splitter->addWidget(m_column);
     m_splitter->addWidget(buildTerminal());
     m_splitter->setStretchFactor(0, 0);
@@ -52,8 +52,8 @@ PaneView::PaneView(QWidget* parent)
     connect(m_splitter, &QSplitter::splitterMoved, this, &PaneView::splitterMoved);
 
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(margin, margin, margin, margin / 2);
-    layout->setSpacing(margin / 2);
+    layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin / 2);
+    layout->setSpacing(kMargin / 2);
     layout->addWidget(m_splitter, 1);
     layout->addWidget(m_status);
 }
@@ -64,8 +64,8 @@ SettingsColumn* PaneView::buildSettingsColumn()
 {
     auto* content = new QWidget;
     auto* layout = new QVBoxLayout(content);
-    layout->setContentsMargins(0, 0, margin / 2, 0);
-    layout->setSpacing(margin);
+    layout->setContentsMargins(0, 0, kMargin / 2, 0);
+    layout->setSpacing(kMargin);
     m_connection->addRow(m_lines);
     m_quickSettings =
         std::make_unique<QuickSettingsLayout>(*layout, *m_connection, *m_receive, *m_send);
@@ -77,7 +77,7 @@ QWidget* PaneView::buildTerminal()
     auto* upper = new QWidget;
     auto* layout = new QVBoxLayout(upper);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(margin / 2);
+    layout->setSpacing(kMargin / 2);
     layout->addWidget(m_notice);
     layout->addWidget(m_transfer);
     layout->addWidget(m_view, 1);
@@ -86,10 +86,10 @@ QWidget* PaneView::buildTerminal()
 
     auto* terminal = new QSplitter(Qt::Vertical);
     terminal->setChildrenCollapsible(false);
-    terminal->setHandleWidth(margin);
+    terminal->setHandleWidth(kMargin);
     terminal->addWidget(upper);
     terminal->addWidget(m_editor);
-    terminal->setStretchFactor(0, viewShare);
+    terminal->setStretchFactor(0, kViewShare);
     terminal->setStretchFactor(1, 1);
     return terminal;
 }

@@ -32,7 +32,7 @@ ReceivePanel::ReceivePanel(QWidget* parent)
     m_encoding->setAccessibleName(tr("Encoding of received data"));
     m_encoding->setToolTip(tr("The encoding that received bytes are read with"));
     m_autoFeed->setToolTip(tr("Start a new line after an idle interval"));
-    m_interval->setRange(FormatSetting::minAutoFeedInterval, FormatSetting::maxAutoFeedInterval);
+    m_interval->setRange(FormatSetting::kMinAutoFeedInterval, FormatSetting::kMaxAutoFeedInterval);
     m_interval->setSuffix(tr(" ms"));
     m_interval->setKeyboardTracking(false);
     m_interval->setAccessibleName(tr("Minimal interval that starts a new line, in milliseconds"));

@@ -15,17 +15,17 @@
 
 namespace {
 
-constexpr int barSpacing = 8;
-constexpr int leastHistory = 8; // characters
+constexpr int kBarSpacing = 8;
+constexpr int kLeastHistory = 8; // characters
 // Two lines of the message are seen at least; of one that is magnified for a room to read no more
 // than these lines of the interface, or one.
-constexpr int leastLines = 6;
+constexpr int kLeastLines = 6;
 
 // A style makes buttons wider than their text needs, which a narrow pane has no room for.
 void letShrink(QPushButton& button)
 {
     const int text = button.fontMetrics().size(Qt::TextShowMnemonic, button.text()).width();
-    button.setMinimumWidth(text + 2 * barSpacing);
+    button.setMinimumWidth(text + 2 * kBarSpacing);
 }
 
 } // namespace
@@ -47,7 +47,7 @@ SendEditor::SendEditor(QWidget* parent)
     m_history->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_history->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_history->setPlaceholderText(tr("Nothing sent yet"));
-    m_history->setMinimumContentsLength(leastHistory);
+    m_history->setMinimumContentsLength(kLeastHistory);
     m_clearHistory->setToolTip(tr("Empty the message and the list of messages sent before"));
     m_send->setToolTip(tr("Send the message (Ctrl+Enter)"));
     buildLayout();
@@ -65,7 +65,7 @@ SendEditor::~SendEditor() = default;
 void SendEditor::buildLayout()
 {
     auto* bar = new QHBoxLayout;
-    bar->setSpacing(barSpacing);
+    bar->setSpacing(kBarSpacing);
     m_historyLabel->setBuddy(m_history);
     bar->addWidget(m_historyLabel);
     bar->addWidget(m_history, 1);
@@ -87,7 +87,7 @@ void SendEditor::buildLayout()
 void SendEditor::fitBar()
 {
     // Its placeholder would ask for all of its length.
-    m_history->setMinimumWidth(leastHistory * fontMetrics().horizontalAdvance(u'0'));
+    m_history->setMinimumWidth(kLeastHistory * fontMetrics().horizontalAdvance(u'0'));
     letShrink(*m_clearHistory);
     letShrink(*m_send);
 }
@@ -101,7 +101,7 @@ void SendEditor::changeEvent(QEvent* event)
 
 int SendEditor::labelWidth() const
 {
-    return m_historyLabel->sizeHint().width() + barSpacing;
+    return m_historyLabel->sizeHint().width() + kBarSpacing;
 }
 
 QSize SendEditor::minimumSizeHint() const
@@ -163,7 +163,7 @@ void SendEditor::setDisplayFont(const QFont& font)
 void SendEditor::keepLines()
 {
     const int line = m_editor->fontMetrics().lineSpacing();
-    const int lines = std::max(line, std::min(2 * line, leastLines * fontMetrics().lineSpacing()));
+    const int lines = std::max(line, std::min(2 * line, kLeastLines * fontMetrics().lineSpacing()));
     const int edges = m_editor->frameWidth() + qCeil(m_editor->document()->documentMargin());
     m_editor->setMinimumHeight(lines + 2 * edges);
 }

@@ -17,9 +17,9 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // The repeat period, in milliseconds: a device at the slowest line speed still gets room.
-constexpr int minRepeatMs = 10;
-constexpr int maxRepeatMs = 1'000'000'000;
-constexpr int repeatStepMs = 100;
+constexpr int kMinRepeatMs = 10;
+constexpr int kMaxRepeatMs = 1'000'000'000;
+constexpr int kRepeatStepMs = 100;
 
 } // namespace
 
@@ -166,8 +166,8 @@ void SendPanel::showUnit(int unit)
         m_unit->addItem(tr("x %1 ms").arg(unit), unit);
     PanelChoices::choose(*m_unit, unit);
     m_shownUnit = unit;
-    m_interval->setRange(std::max(minRepeatMs / unit, 1), std::max(maxRepeatMs / unit, 1));
-    m_interval->setSingleStep(std::max(repeatStepMs / unit, 1));
+    m_interval->setRange(std::max(kMinRepeatMs / unit, 1), std::max(kMaxRepeatMs / unit, 1));
+    m_interval->setSingleStep(std::max(kRepeatStepMs / unit, 1));
 }
 
 // Another unit is another way of saying the same time.

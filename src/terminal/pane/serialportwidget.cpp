@@ -32,7 +32,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int noticeMs = 3000;
+constexpr int kNoticeMs = 3000;
 
 // Everything that the panels show; the history has a place of its own.
 bool sameOptions(FormatSetting one, const FormatSetting& other)
@@ -121,7 +121,7 @@ void SerialPortWidget::wireSending()
     connect(&m_port, &LivePort::halted, &m_repeat, [this] { m_repeat.paneHalted(runState()); });
     connect(&m_repeat, &RepeatSender::skipped, this, [this] {
         showStatusMessage(
-            tr("The last message has not left yet: repetitions wait for it"), noticeMs);
+            tr("The last message has not left yet: repetitions wait for it"), kNoticeMs);
     });
 }
 
@@ -161,11 +161,11 @@ void SerialPortWidget::wireReceiveView()
     });
     connect(view, &ReceiveView::saveRequested, this, [this, view] {
         openSaveTextDialog(
-            view, *view, [this] { showStatusMessage(tr("A save is still running"), noticeMs); });
+            view, *view, [this] { showStatusMessage(tr("A save is still running"), kNoticeMs); });
     });
     connect(view, &ReceiveView::saveFinished, this, [this](bool ok, const QString& errorText) {
         if (ok)
-            showStatusMessage(tr("File saved"), noticeMs);
+            showStatusMessage(tr("File saved"), kNoticeMs);
         else
             m_view->noticeBar().showError(errorText);
     });

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int lowestHeight = 120;
+constexpr int kLowestHeight = 120;
 
 } // namespace
 
@@ -40,7 +40,7 @@ bool SettingsColumn::turnsWithTheWheel(const QWidget* field)
 QSize SettingsColumn::minimumSizeHint() const
 {
     const int scrollBar = verticalScrollBar()->sizeHint().width();
-    return {widget()->minimumSizeHint().width() + scrollBar, lowestHeight};
+    return {widget()->minimumSizeHint().width() + scrollBar, kLowestHeight};
 }
 
 QSize SettingsColumn::sizeHint() const

@@ -12,7 +12,7 @@ struct Row
 };
 
 // clang-format off
-constexpr std::array table{
+constexpr std::array kTable{
     //    Start     Opened Failed  Gone    Stop    GiveUp
     Row{{Opening,   Open,  Closed, Closed, Closed, Closed}},  // Closed
     Row{{Opening,   Open,  Closed, Closed, Closed, Opening}}, // Opening
@@ -26,6 +26,6 @@ constexpr std::array table{
 
 ConnectionLife nextLife(ConnectionLife life, LifeEvent event, bool regain)
 {
-    const ConnectionLife next = table.at(std::size_t(life)).next.at(std::size_t(event));
+    const ConnectionLife next = kTable.at(std::size_t(life)).next.at(std::size_t(event));
     return next == Lost && !regain ? Closed : next;
 }

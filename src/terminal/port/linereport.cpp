@@ -13,10 +13,10 @@ struct Input
 };
 
 // Names of lines are the same in every language.
-constexpr std::array inputNames{Input{"CTS"_L1, &ModemLines::cts},
+constexpr std::array kInputNames{Input{"CTS"_L1, &ModemLines::cts},
     Input{"DSR"_L1, &ModemLines::dsr}, Input{"DCD"_L1, &ModemLines::dcd},
     Input{"RI"_L1, &ModemLines::ri}};
-constexpr auto breakName = "BRK"_L1;
+constexpr auto kBreakName = "BRK"_L1;
 
 LineMark outputMark(const QString& name, LineDriver::Level level)
 {
@@ -30,14 +30,14 @@ QList<LineMark> lineMarks(const LineReport& report)
 {
     QList<LineMark> marks;
     if (report.inBreak)
-        marks.append({breakName, true, true});
+        marks.append({kBreakName, true, true});
     if (report.sight == LineDriver::Sight::None)
         return marks;
     marks.append(outputMark(u"RTS"_s, report.rts));
     marks.append(outputMark(u"DTR"_s, report.dtr));
     if (report.sight != LineDriver::Sight::All)
         return marks;
-    for (const auto& [name, level] : inputNames)
+    for (const auto& [name, level] : kInputNames)
         marks.append({name, report.inputs.*level, false});
     return marks;
 }
@@ -56,7 +56,7 @@ QStringList lineWords(const LineReport& report)
     add(u"DTR"_s, LineDriver::stateText(report.dtr));
     if (report.sight != LineDriver::Sight::All)
         return words;
-    for (const auto& [name, level] : inputNames)
+    for (const auto& [name, level] : kInputNames)
         add(name, LineDriver::levelName(report.inputs.*level));
     return words;
 }

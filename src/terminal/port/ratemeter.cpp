@@ -9,11 +9,11 @@ qint64 RateMeter::sample(qint64 total, qint64 nowMs)
 {
     if (m_count > 0 && total < m_samples.at(m_count - 1).total)
         m_count = 0;
-    if (m_count == maxSamples)
+    if (m_count == kMaxSamples)
         dropFront();
     m_samples.at(m_count++) = {total, nowMs};
     // One sample at or before the window's edge stays, so that the window is covered.
-    while (m_count > 2 && m_samples.at(1).ms <= nowMs - windowMs)
+    while (m_count > 2 && m_samples.at(1).ms <= nowMs - kWindowMs)
         dropFront();
     const Sample& oldest = m_samples.front();
     const qint64 elapsedMs = nowMs - oldest.ms;

@@ -4,12 +4,12 @@
 #include <array>
 
 // Bytes per second of a growing counter over about the last second. Fed with the counter's value
-// and monotonic milliseconds on every refresh; keeps at most `maxSamples` of them.
+// and monotonic milliseconds on every refresh; keeps at most `kMaxSamples` of them.
 class RateMeter final
 {
 public:
-    static constexpr qint64 windowMs = 1000;
-    static constexpr int maxSamples = 16;
+    static constexpr qint64 kWindowMs = 1000;
+    static constexpr int kMaxSamples = 16;
 
     // The rate after this sample. A counter that went back (cleared) starts the measurement anew.
     [[nodiscard]] qint64 sample(qint64 total, qint64 nowMs);
@@ -23,7 +23,7 @@ private:
 
     void dropFront();
 
-    std::array<Sample, maxSamples> m_samples; // oldest first
+    std::array<Sample, kMaxSamples> m_samples; // oldest first
     int m_count = 0;
 };
 

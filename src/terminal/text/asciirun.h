@@ -13,11 +13,11 @@
 // Most of what devices say is ASCII in every encoding, and much of it comes a few bytes at a time.
 inline void copyAsciiRun(const uchar*& in, const uchar* end, char16_t*& out)
 {
-    constexpr quint64 highBits = 0x8080808080808080U;
+    constexpr quint64 kHighBits = 0x8080808080808080U;
     while (end - in >= 32) {
         std::array<quint64, 4> words{};
         std::memcpy(words.data(), in, sizeof words);
-        if (((words[0] | words[1] | words[2] | words[3]) & highBits) != 0)
+        if (((words[0] | words[1] | words[2] | words[3]) & kHighBits) != 0)
             break;
         // From the copy: `in` might alias `out`, and the loop would not become vector code.
         const auto bytes = std::bit_cast<std::array<uchar, 32>>(words);
@@ -26,7 +26,7 @@ inline void copyAsciiRun(const uchar*& in, const uchar* end, char16_t*& out)
         out += 32;
     }
     while (end - in >= 8) {
-        const int ascii = std::countr_zero(qFromLittleEndian<quint64>(in) & highBits) / 8;
+        const int ascii = std::countr_zero(qFromLittleEndian<quint64>(in) & kHighBits) / 8;
         for (int i = 0; i < 8; ++i)
             out[i] = in[i];
         in += ascii;

@@ -74,7 +74,7 @@ struct ConverterDecoder::Cursor
     // where text seems to go on and before the last nine bytes.
     void takeNoise()
     {
-        constexpr quint64 highBits = 0x8080808080808080U;
+        constexpr quint64 kHighBits = 0x8080808080808080U;
         while (end - in >= 10) {
             const auto first = qFromLittleEndian<quint64>(in);
             const auto second = qFromLittleEndian<quint64>(in + 1);
@@ -84,14 +84,14 @@ struct ConverterDecoder::Cursor
             const quint64 opensTwo = ~(first << 2);
             const quint64 continued =
                 second & ~(second << 1) & (opensTwo | (third & ~(third << 1)));
-            const int bytes = std::countr_zero(opens & continued & highBits) / 8;
+            const int bytes = std::countr_zero(opens & continued & kHighBits) / 8;
             for (int i = 0; i < 8; ++i)
                 out[i] = in[i] < 0x80 ? char16_t(in[i]) : char16_t(QChar::ReplacementCharacter);
-            const quint64 taken = bytes == 8 ? highBits : highBits & ~(~quint64{0} << 8 * bytes);
+            const quint64 taken = bytes == 8 ? kHighBits : kHighBits & ~(~quint64{0} << 8 * bytes);
             invalid += qsizetype(((first & taken) >> 7) * 0x0101010101010101U >> 56);
             in += bytes;
             out += bytes;
-            const bool text = bytes == 0 || (first & highBits) == 0;
+            const bool text = bytes == 0 || (first & kHighBits) == 0;
             if (text || (bytes < 8 && !takeCharacter()))
                 return;
         }

@@ -66,13 +66,13 @@ constexpr Slices<Register> reflectedSlices(Register reversedPolynomial)
 template<typename Register>
 constexpr Table<Register> forwardTable(Register polynomial)
 {
-    constexpr int bits = int(sizeof(Register)) * 8;
+    constexpr int kBits = int(sizeof(Register)) * 8;
     Table<Register> table{};
     for (std::size_t byte = 0; byte < table.size(); ++byte) {
-        auto value = Register(Register(byte) << (bits - 8));
+        auto value = Register(Register(byte) << (kBits - 8));
         for (int bit = 0; bit < 8; ++bit)
             value =
-                Register((value << 1) ^ ((value >> (bits - 1)) != 0 ? polynomial : Register(0)));
+                Register((value << 1) ^ ((value >> (kBits - 1)) != 0 ? polynomial : Register(0)));
         table[byte] = value;
     }
     return table;
@@ -116,9 +116,9 @@ Register slicedCrc(const Slices<Register>& slices, Register value, QByteArrayVie
 template<typename Register>
 Register forwardCrc(const Table<Register>& table, Register value, QByteArrayView bytes)
 {
-    constexpr int topByte = int(sizeof(Register)) * 8 - 8;
+    constexpr int kTopByte = int(sizeof(Register)) * 8 - 8;
     for (const char byte : bytes)
-        value = Register((value << 8) ^ table[((value >> topByte) ^ uchar(byte)) & 0xFF]);
+        value = Register((value << 8) ^ table[((value >> kTopByte) ^ uchar(byte)) & 0xFF]);
     return value;
 }
 

@@ -7,7 +7,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int defaultPointSize = 12;
+constexpr int kDefaultPointSize = 12;
 
 QString findMonospaceFamily()
 {
@@ -41,7 +41,7 @@ QString defaultMonospaceFamily()
 QFont resolveDisplayFont(const QString& family, int pointSize)
 {
     QFont font(fontFamilyAvailable(family) ? family : defaultMonospaceFamily(),
-        pointSize < 1 ? defaultPointSize : pointSize);
+        pointSize < 1 ? kDefaultPointSize : pointSize);
     font.setItalic(false);
     font.setStyleHint(QFont::TypeWriter);
     font.setFixedPitch(true);

@@ -16,14 +16,14 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int margin = 4;
-constexpr int textColumns = 24;
-constexpr int resultIntervalMs = 50;
-constexpr double failureTint = 0.3;
+constexpr int kMargin = 4;
+constexpr int kTextColumns = 24;
+constexpr int kResultIntervalMs = 50;
+constexpr double kFailureTint = 0.3;
 // Marks drawn at once: every second character of a large screen of small letters.
-constexpr int maximumMarks = 20'000;
+constexpr int kMaximumMarks = 20'000;
 // A longer selection is no search text.
-constexpr qint64 longestSelection = 1024;
+constexpr qint64 kLongestSelection = 1024;
 
 QToolButton* makeButton(
     QWidget* parent, const QString& text, const QString& toolTip, const QString& accessibleName)
@@ -41,79 +41,79 @@ QToolButton* makeButton(
 
 FindBar::FindBar(ReceiveView& view, QWidget* parent)
     : QWidget(parent)
-    , view_(view)
-    , find_(view)
+    , m_view(view)
+    , m_find(view)
 {
     build();
-    markTimer_.setSingleShot(true);
-    markTimer_.setInterval(0);
-    connect(&markTimer_, &QTimer::timeout, this, &FindBar::markVisibleMatches);
-    resultTimer_.setSingleShot(true);
-    resultTimer_.setInterval(resultIntervalMs);
-    connect(&resultTimer_, &QTimer::timeout, this, &FindBar::showResult);
-    connect(&view, &ReceiveView::textAppended, &find_, &TextFind::sourceChanged);
-    connect(&view, &ReceiveView::frontRemoved, &find_, &TextFind::sourceChanged);
+    m_markTimer.setSingleShot(true);
+    m_markTimer.setInterval(0);
+    connect(&m_markTimer, &QTimer::timeout, this, &FindBar::markVisibleMatches);
+    m_resultTimer.setSingleShot(true);
+    m_resultTimer.setInterval(kResultIntervalMs);
+    connect(&m_resultTimer, &QTimer::timeout, this, &FindBar::showResult);
+    connect(&view, &ReceiveView::textAppended, &m_find, &TextFind::sourceChanged);
+    connect(&view, &ReceiveView::frontRemoved, &m_find, &TextFind::sourceChanged);
     connect(&view, &ReceiveView::visibleRangeChanged, this, &FindBar::scheduleMarks);
-    connect(&find_, &TextFind::changed, this, [this] {
-        if (!resultTimer_.isActive())
-            resultTimer_.start();
+    connect(&m_find, &TextFind::changed, this, [this] {
+        if (!m_resultTimer.isActive())
+            m_resultTimer.start();
     });
-    connect(&find_, &TextFind::currentMoved, this, &FindBar::showCurrent);
-    connect(text_, &QLineEdit::textChanged, this, &FindBar::restartSearch);
-    connect(matchCase_, &QToolButton::toggled, this, &FindBar::restartSearch);
-    connect(expression_, &QToolButton::toggled, this, &FindBar::restartSearch);
-    connect(next_, &QToolButton::clicked, this, &FindBar::findNext);
-    connect(previous_, &QToolButton::clicked, this, &FindBar::findPrevious);
-    connect(close_, &QToolButton::clicked, this, &FindBar::dismiss);
+    connect(&m_find, &TextFind::currentMoved, this, &FindBar::showCurrent);
+    connect(m_text, &QLineEdit::textChanged, this, &FindBar::restartSearch);
+    connect(m_matchCase, &QToolButton::toggled, this, &FindBar::restartSearch);
+    connect(m_expression, &QToolButton::toggled, this, &FindBar::restartSearch);
+    connect(m_next, &QToolButton::clicked, this, &FindBar::findNext);
+    connect(m_previous, &QToolButton::clicked, this, &FindBar::findPrevious);
+    connect(m_close, &QToolButton::clicked, this, &FindBar::dismiss);
     hide();
 }
 
 void FindBar::build()
 {
-    text_ = new QLineEdit(this);
-    text_->setPlaceholderText(tr("Find in received data"));
-    text_->setAccessibleName(tr("Find in received data"));
-    text_->setClearButtonEnabled(true);
-    text_->setMinimumWidth(fontMetrics().averageCharWidth() * textColumns);
-    result_ = new QLabel(this);
-    result_->setMinimumWidth(fontMetrics().horizontalAdvance(tr("%1 of %2").arg(0).arg(100'000)));
-    previous_ = makeButton(this, {}, tr("Previous match (Shift+Enter)"), tr("Previous match"));
-    previous_->setArrowType(Qt::UpArrow);
-    next_ = makeButton(this, {}, tr("Next match (Enter)"), tr("Next match"));
-    next_->setArrowType(Qt::DownArrow);
-    matchCase_ = makeButton(this, u"Aa"_s, tr("Match case"), tr("Match case"));
-    matchCase_->setObjectName(u"matchCase"_s);
-    matchCase_->setCheckable(true);
-    expression_ = makeButton(this, u".*"_s, tr("Regular expression"), tr("Regular expression"));
-    expression_->setObjectName(u"expression"_s);
-    expression_->setCheckable(true);
-    close_ = makeButton(this, {}, tr("Close (Esc)"), tr("Close find bar"));
-    close_->setIcon(style()->standardIcon(QStyle::SP_TitleBarCloseButton));
+    m_text = new QLineEdit(this);
+    m_text->setPlaceholderText(tr("Find in received data"));
+    m_text->setAccessibleName(tr("Find in received data"));
+    m_text->setClearButtonEnabled(true);
+    m_text->setMinimumWidth(fontMetrics().averageCharWidth() * kTextColumns);
+    m_result = new QLabel(this);
+    m_result->setMinimumWidth(fontMetrics().horizontalAdvance(tr("%1 of %2").arg(0).arg(100'000)));
+    m_previous = makeButton(this, {}, tr("Previous match (Shift+Enter)"), tr("Previous match"));
+    m_previous->setArrowType(Qt::UpArrow);
+    m_next = makeButton(this, {}, tr("Next match (Enter)"), tr("Next match"));
+    m_next->setArrowType(Qt::DownArrow);
+    m_matchCase = makeButton(this, u"Aa"_s, tr("Match case"), tr("Match case"));
+    m_matchCase->setObjectName(u"matchCase"_s);
+    m_matchCase->setCheckable(true);
+    m_expression = makeButton(this, u".*"_s, tr("Regular expression"), tr("Regular expression"));
+    m_expression->setObjectName(u"expression"_s);
+    m_expression->setCheckable(true);
+    m_close = makeButton(this, {}, tr("Close (Esc)"), tr("Close find bar"));
+    m_close->setIcon(style()->standardIcon(QStyle::SP_TitleBarCloseButton));
 
     auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(margin, margin, margin, margin);
-    layout->setSpacing(margin);
-    layout->addWidget(text_, 1);
-    layout->addWidget(matchCase_);
-    layout->addWidget(expression_);
-    layout->addWidget(previous_);
-    layout->addWidget(next_);
-    layout->addWidget(result_, 1);
-    layout->addWidget(close_);
+    layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    layout->setSpacing(kMargin);
+    layout->addWidget(m_text, 1);
+    layout->addWidget(m_matchCase);
+    layout->addWidget(m_expression);
+    layout->addWidget(m_previous);
+    layout->addWidget(m_next);
+    layout->addWidget(m_result, 1);
+    layout->addWidget(m_close);
 }
 
 void FindBar::open()
 {
-    const bool fits = view_.selectionLength() <= longestSelection;
-    const QString selection = fits ? view_.selectedText() : QString();
+    const bool fits = m_view.selectionLength() <= kLongestSelection;
+    const QString selection = fits ? m_view.selectedText() : QString();
     show();
     if (!selection.isEmpty() && !selection.contains(u'\n')) {
-        const QSignalBlocker quiet(text_);
-        text_->setText(selection);
-        expression_->setChecked(false);
+        const QSignalBlocker quiet(m_text);
+        m_text->setText(selection);
+        m_expression->setChecked(false);
     }
-    text_->setFocus(Qt::ShortcutFocusReason);
-    text_->selectAll();
+    m_text->setFocus(Qt::ShortcutFocusReason);
+    m_text->selectAll();
     restartSearch();
 }
 
@@ -121,21 +121,21 @@ void FindBar::dismiss()
 {
     const bool hadFocus = isAncestorOf(focusWidget()) || hasFocus();
     hide();
-    find_.setPattern({}, 0);
-    view_.setHighlights({});
+    m_find.setPattern({}, 0);
+    m_view.setHighlights({});
     if (hadFocus)
-        view_.setFocus(Qt::OtherFocusReason);
+        m_view.setFocus(Qt::OtherFocusReason);
     Q_EMIT closed();
 }
 
 void FindBar::findNext()
 {
-    find_.next();
+    m_find.next();
 }
 
 void FindBar::findPrevious()
 {
-    find_.previous();
+    m_find.previous();
 }
 
 void FindBar::restartSearch()
@@ -143,29 +143,30 @@ void FindBar::restartSearch()
     if (!isOpen())
         return;
     // Typing on keeps the match that is being looked at, as long as it matches.
-    const int current = find_.currentIndex();
-    const qint64 from = current >= 0 ? find_.matchAt(current).position : view_.visibleRange().first;
-    find_.setPattern({text_->text(), matchCase_->isChecked(), expression_->isChecked()}, from);
+    const int current = m_find.currentIndex();
+    const qint64 from =
+        current >= 0 ? m_find.matchAt(current).position : m_view.visibleRange().first;
+    m_find.setPattern({m_text->text(), m_matchCase->isChecked(), m_expression->isChecked()}, from);
     showResult();
 }
 
 void FindBar::showCurrent()
 {
-    const TextMatch match = find_.matchAt(find_.currentIndex());
-    view_.showPosition(match.position, match.length);
+    const TextMatch match = m_find.matchAt(m_find.currentIndex());
+    m_view.showPosition(match.position, match.length);
     showResult();
 }
 
 void FindBar::showResult()
 {
-    result_->setText(resultText());
-    result_->setToolTip(find_.errorText());
-    const bool found = find_.matchCount() > 0;
-    next_->setEnabled(found);
-    previous_->setEnabled(found);
-    const bool failed = !text_->text().isEmpty() && !found && !find_.isSearching();
-    if (failed != failed_) {
-        failed_ = failed;
+    m_result->setText(resultText());
+    m_result->setToolTip(m_find.errorText());
+    const bool found = m_find.matchCount() > 0;
+    m_next->setEnabled(found);
+    m_previous->setEnabled(found);
+    const bool failed = !m_text->text().isEmpty() && !found && !m_find.isSearching();
+    if (failed != m_failed) {
+        m_failed = failed;
         tint();
     }
     scheduleMarks();
@@ -174,28 +175,28 @@ void FindBar::showResult()
 void FindBar::tint()
 {
     QPalette palette; // the window's again
-    if (failed_) {
+    if (m_failed) {
         const QColor base = this->palette().color(QPalette::Base);
-        palette.setColor(QPalette::Base, blended(base, Qt::red, failureTint));
+        palette.setColor(QPalette::Base, blended(base, Qt::red, kFailureTint));
     }
-    text_->setPalette(palette);
+    m_text->setPalette(palette);
 }
 
 QString FindBar::resultText() const
 {
-    if (text_->text().isEmpty())
+    if (m_text->text().isEmpty())
         return {};
-    if (!find_.errorText().isEmpty())
-        return find_.errorText();
-    const int count = find_.matchCount();
+    if (!m_find.errorText().isEmpty())
+        return m_find.errorText();
+    const int count = m_find.matchCount();
     if (count == 0)
-        return find_.isSearching() ? tr("Searching...") : tr("No matches");
+        return m_find.isSearching() ? tr("Searching...") : tr("No matches");
     QString total = locale().toString(count);
-    if (find_.isLimited())
+    if (m_find.isLimited())
         total = tr("more than %1").arg(total);
-    else if (find_.isSearching())
+    else if (m_find.isSearching())
         total += u'\u2026';
-    const int current = find_.currentIndex();
+    const int current = m_find.currentIndex();
     if (current >= 0)
         return tr("%1 of %2").arg(locale().toString(current + 1), total);
     return count == 1 ? tr("1 match") : tr("%1 matches").arg(total);
@@ -203,8 +204,8 @@ QString FindBar::resultText() const
 
 void FindBar::scheduleMarks()
 {
-    if (isOpen() && !markTimer_.isActive())
-        markTimer_.start();
+    if (isOpen() && !m_markTimer.isActive())
+        m_markTimer.start();
 }
 
 void FindBar::markVisibleMatches()
@@ -212,19 +213,19 @@ void FindBar::markVisibleMatches()
     if (!isOpen())
         return;
     QList<ReceiveView::Highlight> marks;
-    const int current = find_.currentIndex();
+    const int current = m_find.currentIndex();
     int index = 0;
-    for (const auto& [from, to] : view_.visibleSpans()) {
+    for (const auto& [from, to] : m_view.visibleSpans()) {
         // A match that began in the row before is marked already.
-        for (index = std::max(index, find_.firstMatchAfter(from));
-             index < find_.matchCount() && marks.size() < maximumMarks; ++index) {
-            const TextMatch match = find_.matchAt(index);
+        for (index = std::max(index, m_find.firstMatchAfter(from));
+             index < m_find.matchCount() && marks.size() < kMaximumMarks; ++index) {
+            const TextMatch match = m_find.matchAt(index);
             if (match.position >= to)
                 break;
             marks.append({match.position, match.length, index == current});
         }
     }
-    view_.setHighlights(marks);
+    m_view.setHighlights(marks);
 }
 
 void FindBar::keyPressEvent(QKeyEvent* event)
@@ -247,6 +248,6 @@ void FindBar::keyPressEvent(QKeyEvent* event)
 void FindBar::changeEvent(QEvent* event)
 {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && failed_)
+    if (event->type() == QEvent::PaletteChange && m_failed)
         tint();
 }

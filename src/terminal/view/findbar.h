@@ -30,7 +30,7 @@ public:
     [[nodiscard]] bool isOpen() const { return isVisibleTo(parentWidget()); }
     void findNext();
     void findPrevious();
-    [[nodiscard]] const TextFind& search() const { return find_; }
+    [[nodiscard]] const TextFind& search() const { return m_find; }
 
 Q_SIGNALS:
     void closed();
@@ -49,16 +49,16 @@ private:
     void markVisibleMatches();
     [[nodiscard]] QString resultText() const;
 
-    ReceiveView& view_;
-    TextFind find_;
-    QTimer markTimer_;   // marks once however many changes one turn of the event loop brings
-    QTimer resultTimer_; // counts that change with every piece of text are shown now and then
-    bool failed_ = false;
-    QLineEdit* text_ = nullptr;
-    QLabel* result_ = nullptr;
-    QToolButton* previous_ = nullptr;
-    QToolButton* next_ = nullptr;
-    QToolButton* matchCase_ = nullptr;
-    QToolButton* expression_ = nullptr;
-    QToolButton* close_ = nullptr;
+    ReceiveView& m_view;
+    TextFind m_find;
+    QTimer m_markTimer;   // marks once however many changes one turn of the event loop brings
+    QTimer m_resultTimer; // counts that change with every piece of text are shown now and then
+    bool m_failed = false;
+    QLineEdit* m_text = nullptr;
+    QLabel* m_result = nullptr;
+    QToolButton* m_previous = nullptr;
+    QToolButton* m_next = nullptr;
+    QToolButton* m_matchCase = nullptr;
+    QToolButton* m_expression = nullptr;
+    QToolButton* m_close = nullptr;
 };

@@ -7,18 +7,18 @@
 //
 // A view that has something new books its next frame; it may book one at a time. Frames of views
 // that are busy together are booked one after the other, each with a distance that keeps drawing
-// at `sharedPart` of the time. A view that is busy alone, and the one in which the person types,
+// at `kSharedPart` of the time. A view that is busy alone, and the one in which the person types,
 // do not wait for others. A view knows only what its own rows take; its scroll bar and the window
 // around it take more than that again, which the shared part allows for. Times are microseconds of
 // any one steady clock.
 class FrameBudget final
 {
 public:
-    static constexpr qint64 frameUs = 16'000;        // no view draws more often
-    static constexpr qint64 typedFrameUs = 32'000;   // the same while others are busy, too
-    static constexpr qint64 longestWaitUs = 400'000; // no view waits longer
-    static constexpr int alonePart = 2;              // one of so many parts of the time
-    static constexpr int sharedPart = 12;
+    static constexpr qint64 kFrameUs = 16'000;        // no view draws more often
+    static constexpr qint64 kTypedFrameUs = 32'000;   // the same while others are busy, too
+    static constexpr qint64 kLongestWaitUs = 400'000; // no view waits longer
+    static constexpr int kAlonePart = 2;              // one of so many parts of the time
+    static constexpr int kSharedPart = 12;
 
     struct View
     {
@@ -36,6 +36,6 @@ public:
     static qint64 nowUs();
 
 private:
-    qint64 freeUs_ = 0; // everything until then is booked
-    const void* lastId_ = nullptr;
+    qint64 m_freeUs = 0; // everything until then is booked
+    const void* m_lastId = nullptr;
 };

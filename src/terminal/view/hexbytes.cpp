@@ -12,13 +12,13 @@ int digitOf(QChar c)
 // Digits and blanks only; the first and the last group may be cut.
 void appendBytes(QByteArray& bytes, QStringView digits)
 {
-    constexpr int base = 16;
+    constexpr int kBase = 16;
     while (!digits.isEmpty()) {
         qsizetype length = digits.indexOf(u' ');
         if (length < 0)
             length = digits.size();
         if (length == 2)
-            bytes.append(static_cast<char>(digitOf(digits[0]) * base + digitOf(digits[1])));
+            bytes.append(static_cast<char>(digitOf(digits[0]) * kBase + digitOf(digits[1])));
         digits = digits.sliced(qMin(length + 1, digits.size()));
     }
 }

@@ -23,14 +23,14 @@ struct TextSegment
 class LineCuts final
 {
 public:
-    static constexpr qint64 longestSegment = 2048;
+    static constexpr qint64 kLongestSegment = 2048;
 
     // The store must outlive this object.
     explicit LineCuts(const TextStore& store)
-        : store_(store)
+        : m_store(store)
     {}
 
-    // Length of a segment, 1 to longestSegment: a multiple of the columns of a row leaves no row
+    // Length of a segment, 1 to kLongestSegment: a multiple of the columns of a row leaves no row
     // half empty. `atBlanks` moves a cut behind the nearest blank in front of it.
     void setLength(qint64 length, bool atBlanks);
 
@@ -45,7 +45,7 @@ private:
     [[nodiscard]] qint64 behindBlank(qint64 position) const;
     [[nodiscard]] qint64 behindCluster(qint64 position) const;
 
-    const TextStore& store_;
-    qint64 length_ = longestSegment;
-    bool atBlanks_ = false;
+    const TextStore& m_store;
+    qint64 m_length = kLongestSegment;
+    bool m_atBlanks = false;
 };

@@ -4,49 +4,49 @@
 
 bool ReadingPlace::isAtBottom() const
 {
-    return follows_ && (!held_ || top().from() >= lastTop().from());
+    return m_follows && (!m_held || top().from() >= lastTop().from());
 }
 
 TextRow ReadingPlace::top() const
 {
-    if (follows_ && !held_)
+    if (m_follows && !m_held)
         return lastTop();
     // Down by a page as far as there are rows, and back.
-    return flow_.moved(flow_.moved(flow_.rowAt(top_), pageRows_ - 1), 1 - pageRows_);
+    return m_flow.moved(m_flow.moved(m_flow.rowAt(m_top), m_pageRows - 1), 1 - m_pageRows);
 }
 
 TextRow ReadingPlace::lastTop() const
 {
-    return flow_.moved(flow_.rowAt(store_.endPosition()), 1 - pageRows_);
+    return m_flow.moved(m_flow.rowAt(m_store.endPosition()), 1 - m_pageRows);
 }
 
 void ReadingPlace::scrollTo(qint64 position)
 {
-    top_ = std::clamp(position, store_.firstPosition(), store_.endPosition());
-    follows_ = flow_.rowAt(top_).from() >= lastTop().from();
+    m_top = std::clamp(position, m_store.firstPosition(), m_store.endPosition());
+    m_follows = m_flow.rowAt(m_top).from() >= lastTop().from();
 }
 
 void ReadingPlace::scrollBy(qint64 rows)
 {
-    scrollTo(flow_.moved(top(), rows).from());
+    scrollTo(m_flow.moved(top(), rows).from());
 }
 
 void ReadingPlace::stay()
 {
-    top_ = top().from();
-    follows_ = false;
+    m_top = top().from();
+    m_follows = false;
 }
 
 void ReadingPlace::hold(qint64 top)
 {
-    top_ = std::max(top, store_.firstPosition());
-    held_ = true;
+    m_top = std::max(top, m_store.firstPosition());
+    m_held = true;
 }
 
 void ReadingPlace::settle()
 {
-    top_ = std::max(top_, store_.firstPosition());
+    m_top = std::max(m_top, m_store.firstPosition());
     // Nothing is left that the reader could have been at.
-    if (store_.firstPosition() == store_.endPosition())
-        follows_ = true;
+    if (m_store.firstPosition() == m_store.endPosition())
+        m_follows = true;
 }

@@ -11,19 +11,19 @@ class ReadingPlace final
 public:
     // Both must outlive this object.
     ReadingPlace(const TextStore& store, TextFlow& flow)
-        : store_(store)
-        , flow_(flow)
+        : m_store(store)
+        , m_flow(flow)
     {}
 
     // Rows that are seen whole, at least 1.
-    void setPageRows(int rows) { pageRows_ = qMax(rows, 1); }
-    [[nodiscard]] int pageRows() const { return pageRows_; }
+    void setPageRows(int rows) { m_pageRows = qMax(rows, 1); }
+    [[nodiscard]] int pageRows() const { return m_pageRows; }
 
     [[nodiscard]] bool isAtBottom() const;
     [[nodiscard]] TextRow top() const;
 
     // While the rows are held, that is when the hold ends.
-    void scrollToEnd() { follows_ = true; }
+    void scrollToEnd() { m_follows = true; }
     // The row of a position becomes the top one, or the last page is shown.
     void scrollTo(qint64 position);
     void scrollBy(qint64 rows);
@@ -32,17 +32,17 @@ public:
     // Between hold() and release() only scrolling moves the rows, so that what a person points at
     // stays under the pointer while text arrives. `top` is where the rows are held.
     void hold(qint64 top);
-    void release() { held_ = false; }
+    void release() { m_held = false; }
     // To be called when text was removed.
     void settle();
 
 private:
     [[nodiscard]] TextRow lastTop() const;
 
-    const TextStore& store_;
-    TextFlow& flow_;
-    int pageRows_ = 1;
-    bool follows_ = true;
-    bool held_ = false;
-    qint64 top_ = 0;
+    const TextStore& m_store;
+    TextFlow& m_flow;
+    int m_pageRows = 1;
+    bool m_follows = true;
+    bool m_held = false;
+    qint64 m_top = 0;
 };

@@ -11,7 +11,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qint64 mostToldCharacters = 2048;
+constexpr qint64 kMostToldCharacters = 2048;
 
 QAccessibleInterface* makeInterface(const QString& /*className*/, QObject* object)
 {
@@ -21,8 +21,8 @@ QAccessibleInterface* makeInterface(const QString& /*className*/, QObject* objec
 
 int offsetIn(const ReceiveArea& area, qint64 position)
 {
-    constexpr qint64 most = std::numeric_limits<int>::max();
-    return static_cast<int>(std::clamp<qint64>(position - area.store().firstPosition(), 0, most));
+    constexpr qint64 kMost = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp<qint64>(position - area.store().firstPosition(), 0, kMost));
 }
 
 } // namespace
@@ -38,7 +38,7 @@ void ReceiveAccessible::tellAppended(ReceiveArea& area, qint64 from)
         return;
     const TextStore& store = area.store();
     const qint64 end = store.endPosition();
-    from = std::max({from, end - mostToldCharacters, store.firstPosition()});
+    from = std::max({from, end - kMostToldCharacters, store.firstPosition()});
     if (from >= end)
         return;
     QAccessibleTextInsertEvent event(&area, offsetIn(area, from), store.textAt(from, end - from));
@@ -50,7 +50,7 @@ QString ReceiveAccessible::toldText(const ReceiveArea& area, qint64 end)
     if (!QAccessible::isActive())
         return {};
     const qint64 first = area.store().firstPosition();
-    return area.store().textAt(first, std::clamp<qint64>(end - first, 0, mostToldCharacters));
+    return area.store().textAt(first, std::clamp<qint64>(end - first, 0, kMostToldCharacters));
 }
 
 void ReceiveAccessible::tellRemoved(ReceiveArea& area, const QString& text)
@@ -171,9 +171,9 @@ std::pair<qint64, qint64> ReceiveAccessible::unitAt(
     const qint64 first = std::max(store.lineStart(segment.line), store.firstPosition());
     const qint64 last = store.lineEnd(segment.line) + (segment.line < store.lastLine() ? 1 : 0);
     // Of a very long line only what is near.
-    constexpr qint64 near = 2048;
-    const qint64 from = std::max(first, position - near);
-    const QString around = store.textAt(from, std::min(last, position + near) - from);
+    constexpr qint64 kNear = 2048;
+    const qint64 from = std::max(first, position - kNear);
+    const QString around = store.textAt(from, std::min(last, position + kNear) - from);
     QTextBoundaryFinder finder(boundary == QAccessible::WordBoundary
                                    ? QTextBoundaryFinder::Word
                                    : QTextBoundaryFinder::Grapheme,
@@ -251,10 +251,10 @@ QString ReceiveAccessible::attributes(int offset, int* start, int* end) const
         *start = offsetOf(run.from);
         *end = offsetOf(run.to);
         const QColor color = QColor::fromRgb(run.color);
-        return run.color == TextChunk::noColor ? QString()
-                                               : u"color:rgb(%1,%2,%3);"_s.arg(color.red())
-                                                     .arg(color.green())
-                                                     .arg(color.blue());
+        return run.color == TextChunk::kNoColor ? QString()
+                                                : u"color:rgb(%1,%2,%3);"_s.arg(color.red())
+                                                      .arg(color.green())
+                                                      .arg(color.blue());
     }
     *start = *end = offsetOf(position);
     return {};

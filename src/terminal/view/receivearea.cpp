@@ -15,35 +15,35 @@
 
 namespace {
 
-constexpr int margin = VisibleRows::margin;
-constexpr int inputMarkWidth = 2;
-constexpr int smallestColumns = 20;
-constexpr int smallestRows = 4;
+constexpr int kMargin = VisibleRows::kMargin;
+constexpr int kInputMarkWidth = 2;
+constexpr int kSmallestColumns = 20;
+constexpr int kSmallestRows = 4;
 
 } // namespace
 
 ReceiveArea::ReceiveArea(
     const TextStore& store, std::function<QString()> copySelection, QWidget* parent)
     : QAbstractScrollArea(parent)
-    , store_(store)
-    , copySelection_(std::move(copySelection))
-    , flow_(store)
-    , place_(store, flow_)
-    , bars_(*this, store, place_, flow_)
-    , painter_(store)
-    , selection_(store)
-    , mouse_(new ReceiveMouse(*this))
-    , input_(std::make_unique<ReceiveInput>())
+    , m_store(store)
+    , m_copySelection(std::move(copySelection))
+    , m_flow(store)
+    , m_place(store, m_flow)
+    , m_bars(*this, store, m_place, m_flow)
+    , m_painter(store)
+    , m_selection(store)
+    , m_mouse(new ReceiveMouse(*this))
+    , m_input(std::make_unique<ReceiveInput>())
 {
-    frame_.id = this;
+    m_frame.id = this;
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setBackgroundRole(QPalette::Base);
     viewport()->setCursor(Qt::IBeamCursor);
-    painter_.setPalette(palette());
-    refreshTimer_.setSingleShot(true);
-    refreshTimer_.setTimerType(Qt::PreciseTimer);
-    connect(&refreshTimer_, &QTimer::timeout, this, &ReceiveArea::refresh);
+    m_painter.setPalette(palette());
+    m_refreshTimer.setSingleShot(true);
+    m_refreshTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &ReceiveArea::refresh);
     connectBars();
     updateStyle();
 }
@@ -52,14 +52,14 @@ ReceiveArea::~ReceiveArea() = default;
 
 void ReceiveArea::connectBars()
 {
-    connect(&bars_, &ReceiveBars::moved, this, &ReceiveArea::changed);
+    connect(&m_bars, &ReceiveBars::moved, this, &ReceiveArea::changed);
     // What is in sight of the rows changes with it.
     connect(horizontalScrollBar(), &QScrollBar::valueChanged, this, &ReceiveArea::scheduleFrame);
-    connect(&bars_, &ReceiveBars::rowsWanted, this, [this](int rows) {
+    connect(&m_bars, &ReceiveBars::rowsWanted, this, [this](int rows) {
         scrollRows(rows);
         refresh();
     });
-    connect(&bars_, &ReceiveBars::pagesWanted, this, [this](int pages) {
+    connect(&m_bars, &ReceiveBars::pagesWanted, this, [this](int pages) {
         scrollPages(pages);
         refresh();
     });
@@ -67,15 +67,15 @@ void ReceiveArea::connectBars()
 
 void ReceiveArea::textAboutToBeRemoved(qint64 end)
 {
-    leaving_ = ReceiveAccessible::toldText(*this, std::min(end, told_));
+    m_leaving = ReceiveAccessible::toldText(*this, std::min(end, m_told));
 }
 
 void ReceiveArea::textRemoved()
 {
-    ReceiveAccessible::tellRemoved(*this, std::exchange(leaving_, {}));
-    if (store_.firstPosition() == store_.endPosition())
-        bars_.forgetWidth();
-    place_.settle();
+    ReceiveAccessible::tellRemoved(*this, std::exchange(m_leaving, {}));
+    if (m_store.firstPosition() == m_store.endPosition())
+        m_bars.forgetWidth();
+    m_place.settle();
     selectionTouched();
     changed();
 }
@@ -83,68 +83,68 @@ void ReceiveArea::textRemoved()
 // What is shown is made anew at the next frame, or when somebody asks for it before.
 void ReceiveArea::changed()
 {
-    stale_ = true;
+    m_stale = true;
     scheduleFrame();
 }
 
 void ReceiveArea::scheduleFrame()
 {
-    if (refreshTimer_.isActive())
+    if (m_refreshTimer.isActive())
         return;
-    frame_.typedIn = hasFocus();
-    refreshTimer_.start(FrameBudget::msUntilFrame(frame_));
+    m_frame.typedIn = hasFocus();
+    m_refreshTimer.start(FrameBudget::msUntilFrame(m_frame));
 }
 
 // One picture shows what arrived together with the lamp and the counters that tell of it.
 void ReceiveArea::textComplete()
 {
-    if (!refreshTimer_.isActive() || refreshTimer_.interval() > 0)
+    if (!m_refreshTimer.isActive() || m_refreshTimer.interval() > 0)
         return;
-    refreshTimer_.stop();
+    m_refreshTimer.stop();
     refresh();
 }
 
 void ReceiveArea::forgetPicture()
 {
-    whole_ = true;
+    m_whole = true;
     scheduleFrame();
 }
 
 void ReceiveArea::refresh()
 {
-    frame_.lastUs = FrameBudget::nowUs();
-    mouse_->endWhenReleased();
-    ReceiveAccessible::tellAppended(*this, std::exchange(told_, store_.endPosition()));
+    m_frame.lastUs = FrameBudget::nowUs();
+    m_mouse->endWhenReleased();
+    ReceiveAccessible::tellAppended(*this, std::exchange(m_told, m_store.endPosition()));
     if (!isVisible())
         return;
-    bars_.sync(sight(), wrap_);
+    m_bars.sync(sight(), m_wrap);
     updatePicture();
-    if (auto spans = visibleSpans(); spans != toldSpans_) {
-        toldSpans_ = std::move(spans);
+    if (auto spans = visibleSpans(); spans != m_toldSpans) {
+        m_toldSpans = std::move(spans);
         Q_EMIT visibleRangeChanged();
     }
-    layoutUs_ = FrameBudget::nowUs() - frame_.lastUs;
+    m_layoutUs = FrameBudget::nowUs() - m_frame.lastUs;
 }
 
 void ReceiveArea::updatePicture()
 {
     const QRect mark = drawnMarkArea();
-    const VisibleRows::Change change = sight().changeSince(shown_, viewport()->height());
+    const VisibleRows::Change change = sight().changeSince(m_shown, viewport()->height());
     const int up = change.up * sight().rowHeight();
-    if (whole_ || input_->isComposing() || !canMovePicture(up)) {
+    if (m_whole || m_input->isComposing() || !canMovePicture(up)) {
         viewport()->update();
     } else {
         if (up != 0)
-            viewport()->scroll(0, -up, viewport()->rect().adjusted(0, margin, 0, 0));
+            viewport()->scroll(0, -up, viewport()->rect().adjusted(0, kMargin, 0, 0));
         QRegion area = areaOf(change);
-        if (const QRect before = shownMark_.translated(0, -up); before != mark)
+        if (const QRect before = m_shownMark.translated(0, -up); before != mark)
             area += QRegion(before) + mark;
         viewport()->update(area);
     }
-    shown_ = sight();
-    shownMark_ = mark;
-    whole_ = false;
-    moved_ = false;
+    m_shown = sight();
+    m_shownMark = mark;
+    m_whole = false;
+    m_moved = false;
 }
 
 // Where a row does not start with a pixel of the screen, moved rows would not fit those drawn.
@@ -156,11 +156,11 @@ bool ReceiveArea::canMovePicture(int pixels) const
 
 QRegion ReceiveArea::areaOf(const VisibleRows::Change& change) const
 {
-    const int height = sight_.rowHeight();
-    const int reach = sight_.allPlain() && shown_.allPlain() ? 0 : height;
+    const int height = m_sight.rowHeight();
+    const int reach = m_sight.allPlain() && m_shown.allPlain() ? 0 : height;
     QRegion area;
     for (const auto& [first, count] : change.stale) {
-        const QRect rows(0, sight_.topOf(first), viewport()->width(), count * height);
+        const QRect rows(0, m_sight.topOf(first), viewport()->width(), count * height);
         area += rows.adjusted(0, -reach, 0, reach);
     }
     return area;
@@ -168,17 +168,17 @@ QRegion ReceiveArea::areaOf(const VisibleRows::Change& change) const
 
 const VisibleRows& ReceiveArea::sight()
 {
-    if (stale_) {
-        sight_.collect(place_.top(), flow_, viewport()->height());
-        moved_ = true;
+    if (m_stale) {
+        m_sight.collect(m_place.top(), m_flow, viewport()->height());
+        m_moved = true;
     }
-    stale_ = false;
-    return sight_;
+    m_stale = false;
+    return m_sight;
 }
 
 void ReceiveArea::scrollToEnd()
 {
-    place_.scrollToEnd();
+    m_place.scrollToEnd();
     changed();
 }
 
@@ -186,39 +186,39 @@ void ReceiveArea::holdRows(bool on)
 {
     // Rows that have come since the last frame are not what the person saw.
     if (on)
-        place_.hold(sight_.rows().empty() ? place_.top().from() : sight_.rows().front().from());
+        m_place.hold(m_sight.rows().empty() ? m_place.top().from() : m_sight.rows().front().from());
     else
-        place_.release();
+        m_place.release();
     changed();
 }
 
 void ReceiveArea::scrollToTop()
 {
-    place_.scrollTo(store_.firstPosition());
+    m_place.scrollTo(m_store.firstPosition());
     changed();
 }
 
 void ReceiveArea::scrollRows(int rows)
 {
-    place_.scrollBy(rows);
+    m_place.scrollBy(rows);
     changed();
 }
 
 void ReceiveArea::scrollPages(int pages)
 {
-    scrollRows(pages * std::max(1, place_.pageRows() - 1));
+    scrollRows(pages * std::max(1, m_place.pageRows() - 1));
 }
 
 void ReceiveArea::showRange(qint64 from, qint64 to)
 {
     if (!isWholeInSight(from) || !isWholeInSight(to)) {
-        place_.scrollTo(flow_.moved(flow_.rowAt(from), -(place_.pageRows() / 2)).from());
+        m_place.scrollTo(m_flow.moved(m_flow.rowAt(from), -(m_place.pageRows() / 2)).from());
         changed();
     }
     // Text that somebody asked for must not be carried off by what arrives next.
-    place_.stay();
-    if (!wrap_)
-        bars_.reveal(flow_.rowAt(from), from, to);
+    m_place.stay();
+    if (!m_wrap)
+        m_bars.reveal(m_flow.rowAt(from), from, to);
 }
 
 std::pair<qint64, qint64> ReceiveArea::visibleRange()
@@ -234,14 +234,14 @@ std::vector<std::pair<qint64, qint64>> ReceiveArea::visibleSpans()
 bool ReceiveArea::isWholeInSight(qint64 position)
 {
     const int index = sight().indexOf(position);
-    return index >= 0 && index < place_.pageRows();
+    return index >= 0 && index < m_place.pageRows();
 }
 
 // After every change, and after a removal that may have taken some of it.
 void ReceiveArea::selectionTouched()
 {
-    const std::pair now{selection_.from(), selection_.to()};
-    const auto before = std::exchange(toldSelection_, now);
+    const std::pair now{m_selection.from(), m_selection.to()};
+    const auto before = std::exchange(m_toldSelection, now);
     if (now == before)
         return;
     ReceiveAccessible::tellCursor(*this);
@@ -254,38 +254,38 @@ void ReceiveArea::selectionTouched()
 
 void ReceiveArea::select(qint64 anchor, qint64 cursor)
 {
-    goalX_ = -1;
-    selection_.select(anchor, cursor);
+    m_goalX = -1;
+    m_selection.select(anchor, cursor);
     selectionTouched();
 }
 
 void ReceiveArea::clearSelection()
 {
-    selection_.clear();
+    m_selection.clear();
     selectionTouched();
 }
 
 void ReceiveArea::beginSelection(qint64 position, TextSelection::Unit unit)
 {
-    goalX_ = -1;
-    selection_.begin(position, unit);
+    m_goalX = -1;
+    m_selection.begin(position, unit);
     selectionTouched();
 }
 
 void ReceiveArea::extendSelectionTo(qint64 position)
 {
-    selection_.extendTo(position);
+    m_selection.extendTo(position);
     selectionTouched();
 }
 
 void ReceiveArea::extendSelection(CaretStep step)
 {
-    qint64 cursor = selection_.cursor();
-    qint64 anchor = cursor == selection_.from() ? selection_.to() : selection_.from();
-    if (selection_.isEmpty() && sight().indexOf(cursor) < 0)
-        anchor = cursor = isAtBottom() ? store_.endPosition() : place_.top().from();
-    cursor = caretAfter(step, cursor, flow_, goalX_);
-    selection_.select(anchor, cursor);
+    qint64 cursor = m_selection.cursor();
+    qint64 anchor = cursor == m_selection.from() ? m_selection.to() : m_selection.from();
+    if (m_selection.isEmpty() && sight().indexOf(cursor) < 0)
+        anchor = cursor = isAtBottom() ? m_store.endPosition() : m_place.top().from();
+    cursor = caretAfter(step, cursor, m_flow, m_goalX);
+    m_selection.select(anchor, cursor);
     selectionTouched();
     revealCaret();
 }
@@ -293,20 +293,20 @@ void ReceiveArea::extendSelection(CaretStep step)
 // Scrolls by as little as shows the moving end of the selection.
 void ReceiveArea::revealCaret()
 {
-    const qint64 cursor = selection_.cursor();
+    const qint64 cursor = m_selection.cursor();
     if (!isWholeInSight(cursor)) {
         const bool above = cursor < sight().rows().front().from();
-        const TextRow there = flow_.rowAt(cursor);
-        place_.scrollTo((above ? there : flow_.moved(there, 1 - place_.pageRows())).from());
+        const TextRow there = m_flow.rowAt(cursor);
+        m_place.scrollTo((above ? there : m_flow.moved(there, 1 - m_place.pageRows())).from());
         changed();
     }
-    if (!wrap_)
-        bars_.reveal(flow_.rowAt(cursor), cursor, cursor);
+    if (!m_wrap)
+        m_bars.reveal(m_flow.rowAt(cursor), cursor, cursor);
 }
 
 int ReceiveArea::leftEdge() const
 {
-    return margin - horizontalScrollBar()->value();
+    return kMargin - horizontalScrollBar()->value();
 }
 
 qint64 ReceiveArea::caretAt(QPoint point)
@@ -327,68 +327,68 @@ QRect ReceiveArea::caretArea(qint64 position)
 
 QRect ReceiveArea::inputMarkArea()
 {
-    const QRect mark = caretArea(store_.endPosition());
+    const QRect mark = caretArea(m_store.endPosition());
     if (!mark.isNull())
         return mark;
     // The end is out of sight: what is composed shows in the last row.
-    return {
-        margin, sight().topOf(place_.pageRows() - 1), inputMarkWidth, flow_.style().rowHeight()};
+    return {kMargin, sight().topOf(m_place.pageRows() - 1), kInputMarkWidth,
+        m_flow.style().rowHeight()};
 }
 
 void ReceiveArea::setInputMark(bool visible)
 {
-    inputMark_ = visible;
+    m_inputMark = visible;
     viewport()->update();
 }
 
 void ReceiveArea::compose(const QInputMethodEvent& event)
 {
-    input_->compose(event);
+    m_input->compose(event);
     viewport()->update();
     updateMicroFocus();
 }
 
 QRect ReceiveArea::compositionArea()
 {
-    return input_->caretArea(inputMarkArea(), viewport()->rect(), font());
+    return m_input->caretArea(inputMarkArea(), viewport()->rect(), font());
 }
 
 void ReceiveArea::setMarks(const QList<ReceivePainter::Mark>& marks)
 {
-    if (marks == painter_.marks())
+    if (marks == m_painter.marks())
         return;
-    painter_.setMarks(marks);
+    m_painter.setMarks(marks);
     forgetPicture();
 }
 
 void ReceiveArea::setDisplayFont(const QFont& font)
 {
     setFont(font);
-    bars_.forgetWidth();
+    m_bars.forgetWidth();
     updateStyle();
 }
 
 void ReceiveArea::setLineWrap(bool wrap)
 {
-    wrap_ = wrap;
-    bars_.forgetWidth();
+    m_wrap = wrap;
+    m_bars.forgetWidth();
     updateStyle();
 }
 
 void ReceiveArea::setWrapAtBlanks(bool on)
 {
-    wrapAtBlanks_ = on;
+    m_wrapAtBlanks = on;
     updateStyle();
 }
 
 void ReceiveArea::updateStyle()
 {
-    const double room = std::max(1, viewport()->width() - 2 * margin);
-    const auto style = std::make_shared<const RowStyle>(font(), wrap_ ? room : 0, wrapAtBlanks_);
-    flow_.setStyle(style);
-    bars_.setRowLength(style->rowLength());
-    place_.setPageRows((viewport()->height() - margin) / style->rowHeight());
-    whole_ = true;
+    const double room = std::max(1, viewport()->width() - 2 * kMargin);
+    const auto style = std::make_shared<const RowStyle>(font(), m_wrap ? room : 0, m_wrapAtBlanks);
+    m_flow.setStyle(style);
+    m_bars.setRowLength(style->rowLength());
+    m_place.setPageRows((viewport()->height() - kMargin) / style->rowHeight());
+    m_whole = true;
     changed();
 }
 
@@ -397,12 +397,12 @@ void ReceiveArea::updateStyle()
 QSize ReceiveArea::minimumSizeHint() const
 {
     const QFontMetrics metrics(QApplication::font());
-    return {smallestColumns * metrics.averageCharWidth(), smallestRows * metrics.lineSpacing()};
+    return {kSmallestColumns * metrics.averageCharWidth(), kSmallestRows * metrics.lineSpacing()};
 }
 
 QRect ReceiveArea::drawnMarkArea()
 {
-    return hasFocus() && inputMark_ ? caretArea(store_.endPosition()) : QRect();
+    return hasFocus() && m_inputMark ? caretArea(m_store.endPosition()) : QRect();
 }
 
 void ReceiveArea::paintEvent(QPaintEvent* event)
@@ -410,25 +410,25 @@ void ReceiveArea::paintEvent(QPaintEvent* event)
     const qint64 startedUs = FrameBudget::nowUs();
     QPainter painter(viewport());
     const QRect area = viewport()->rect();
-    painter.setClipRect(area.adjusted(0, margin, 0, 0));
-    painter_.setSelection(selection_.from(), selection_.to());
-    int top = margin;
+    painter.setClipRect(area.adjusted(0, kMargin, 0, 0));
+    m_painter.setSelection(m_selection.from(), m_selection.to());
+    int top = kMargin;
     const int height = sight().rowHeight();
-    const int reach = sight_.allPlain() ? 0 : height;
-    for (const TextRow& row : sight_.rows()) {
+    const int reach = m_sight.allPlain() ? 0 : height;
+    for (const TextRow& row : m_sight.rows()) {
         const QRect reached(0, top - reach, area.width(), height + 2 * reach);
         if (event->region().intersects(reached))
-            painter_.draw(painter, row, flow_.style(), QPointF(leftEdge(), top), 0, area.width());
+            m_painter.draw(painter, row, m_flow.style(), QPointF(leftEdge(), top), 0, area.width());
         top += height;
     }
-    if (hasFocus() && input_->isComposing())
-        input_->draw(painter, inputMarkArea(), area, font(), palette());
+    if (hasFocus() && m_input->isComposing())
+        m_input->draw(painter, inputMarkArea(), area, font(), palette());
     else
         painter.fillRect(drawnMarkArea(), palette().color(QPalette::Highlight));
     // Newer than the frame that asked for it, so that what stands around it does not fit.
-    if (moved_)
+    if (m_moved)
         forgetPicture();
-    frame_.tookUs = layoutUs_ + FrameBudget::nowUs() - startedUs;
+    m_frame.tookUs = m_layoutUs + FrameBudget::nowUs() - startedUs;
 }
 
 void ReceiveArea::resizeEvent(QResizeEvent* event)
@@ -440,7 +440,7 @@ void ReceiveArea::resizeEvent(QResizeEvent* event)
 void ReceiveArea::showEvent(QShowEvent* event)
 {
     QAbstractScrollArea::showEvent(event);
-    whole_ = true;
+    m_whole = true;
     changed();
 }
 
@@ -452,7 +452,7 @@ void ReceiveArea::changeEvent(QEvent* event)
                         || event->type() == QEvent::EnabledChange;
     if (!colors)
         return;
-    painter_.setPalette(palette());
+    m_painter.setPalette(palette());
     viewport()->update();
 }
 
@@ -465,7 +465,7 @@ void ReceiveArea::focusInEvent(QFocusEvent* event)
 void ReceiveArea::focusOutEvent(QFocusEvent* event)
 {
     QAbstractScrollArea::focusOutEvent(event);
-    input_->cancel();
+    m_input->cancel();
     viewport()->update();
 }
 
@@ -474,12 +474,12 @@ void ReceiveArea::wheelEvent(QWheelEvent* event)
     event->accept();
     const QPoint angle = event->angleDelta();
     if (event->modifiers().testFlag(Qt::ControlModifier)) {
-        if (const int steps = wheel_.notches(*event); steps != 0)
+        if (const int steps = m_wheel.notches(*event); steps != 0)
             Q_EMIT zoomRequested(steps);
     } else if (std::abs(angle.x()) > std::abs(angle.y())
                || event->modifiers().testAnyFlags(Qt::ShiftModifier | Qt::AltModifier)) {
         QApplication::sendEvent(horizontalScrollBar(), event);
-    } else if (const int rows = wheel_.rows(*event, flow_.style().rowHeight()); rows != 0) {
+    } else if (const int rows = m_wheel.rows(*event, m_flow.style().rowHeight()); rows != 0) {
         scrollRows(rows);
     }
 }
@@ -491,22 +491,22 @@ void ReceiveArea::contextMenuEvent(QContextMenuEvent* event)
 
 void ReceiveArea::mousePressEvent(QMouseEvent* event)
 {
-    mouse_->press(*event);
+    m_mouse->press(*event);
 }
 
 void ReceiveArea::mouseMoveEvent(QMouseEvent* event)
 {
-    mouse_->move(*event);
+    m_mouse->move(*event);
 }
 
 void ReceiveArea::mouseReleaseEvent(QMouseEvent* event)
 {
-    mouse_->release(*event);
+    m_mouse->release(*event);
     if (event->button() == Qt::MiddleButton)
         Q_EMIT middleClicked();
 }
 
 void ReceiveArea::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    mouse_->doubleClick(*event);
+    m_mouse->doubleClick(*event);
 }

@@ -41,7 +41,7 @@ public:
     // Before and after the store loses text at its front.
     void textAboutToBeRemoved(qint64 end);
     void textRemoved();
-    [[nodiscard]] bool isAtBottom() const { return place_.isAtBottom(); }
+    [[nodiscard]] bool isAtBottom() const { return m_place.isAtBottom(); }
     void scrollToEnd();
     void scrollToTop();
     void scrollRows(int rows);
@@ -55,15 +55,15 @@ public:
     // Of each row what is in sight, from left to right edge; ascending.
     [[nodiscard]] std::vector<std::pair<qint64, qint64>> visibleSpans();
 
-    [[nodiscard]] const TextStore& store() const { return store_; }
-    [[nodiscard]] const TextSelection& selection() const { return selection_; }
+    [[nodiscard]] const TextStore& store() const { return m_store; }
+    [[nodiscard]] const TextSelection& selection() const { return m_selection; }
     void select(qint64 anchor, qint64 cursor);
     void clearSelection();
     void beginSelection(qint64 position, TextSelection::Unit unit);
     void extendSelectionTo(qint64 position);
     // Moves the end of the selection as Shift with a cursor key does, and shows it.
     void extendSelection(CaretStep step);
-    [[nodiscard]] QString selectedText() const { return copySelection_(); }
+    [[nodiscard]] QString selectedText() const { return m_copySelection(); }
 
     // Place between characters next to a point of the viewport, or the character under it.
     [[nodiscard]] qint64 caretAt(QPoint point);
@@ -73,9 +73,9 @@ public:
 
     void setDisplayFont(const QFont& font);
     void setLineWrap(bool wrap);
-    [[nodiscard]] bool lineWrap() const { return wrap_; }
+    [[nodiscard]] bool lineWrap() const { return m_wrap; }
     void setWrapAtBlanks(bool on);
-    [[nodiscard]] bool wrapsAtBlanks() const { return wrapAtBlanks_; }
+    [[nodiscard]] bool wrapsAtBlanks() const { return m_wrapAtBlanks; }
     void setMarks(const QList<ReceivePainter::Mark>& marks);
 
     // A mark at the end of the text says that keys go to the device.
@@ -127,31 +127,31 @@ private:
     [[nodiscard]] bool isWholeInSight(qint64 position);
     [[nodiscard]] int leftEdge() const;
 
-    const TextStore& store_;
-    std::function<QString()> copySelection_;
-    TextFlow flow_;
-    ReadingPlace place_;
-    ReceiveBars bars_;
-    ReceivePainter painter_;
-    TextSelection selection_;
-    ReceiveMouse* mouse_;
-    std::unique_ptr<ReceiveInput> input_;
-    VisibleRows sight_;
-    bool stale_ = true; // sight_ is to be made anew
-    VisibleRows shown_; // the rows of the last frame, which are on the screen
-    QRect shownMark_;   // the input mark of that frame
-    bool whole_ = true; // the next frame draws everything
-    bool moved_ = true; // sight_ was made anew since that frame
-    QTimer refreshTimer_{this};
-    FrameBudget::View frame_;
-    qint64 layoutUs_ = 0; // what the last frame took before it was painted
-    qint64 told_ = 0;     // text up to here has been told to screen readers
-    QString leaving_;     // of it, what they are told of when it is gone
-    std::vector<std::pair<qint64, qint64>> toldSpans_;
-    std::pair<qint64, qint64> toldSelection_;
-    double goalX_ = -1; // of a selection that is extended up and down
-    WheelSteps wheel_;
-    bool wrap_ = true;
-    bool wrapAtBlanks_ = false;
-    bool inputMark_ = true;
+    const TextStore& m_store;
+    std::function<QString()> m_copySelection;
+    TextFlow m_flow;
+    ReadingPlace m_place;
+    ReceiveBars m_bars;
+    ReceivePainter m_painter;
+    TextSelection m_selection;
+    ReceiveMouse* m_mouse;
+    std::unique_ptr<ReceiveInput> m_input;
+    VisibleRows m_sight;
+    bool m_stale = true; // m_sight is to be made anew
+    VisibleRows m_shown; // the rows of the last frame, which are on the screen
+    QRect m_shownMark;   // the input mark of that frame
+    bool m_whole = true; // the next frame draws everything
+    bool m_moved = true; // m_sight was made anew since that frame
+    QTimer m_refreshTimer{this};
+    FrameBudget::View m_frame;
+    qint64 m_layoutUs = 0; // what the last frame took before it was painted
+    qint64 m_told = 0;     // text up to here has been told to screen readers
+    QString m_leaving;     // of it, what they are told of when it is gone
+    std::vector<std::pair<qint64, qint64>> m_toldSpans;
+    std::pair<qint64, qint64> m_toldSelection;
+    double m_goalX = -1; // of a selection that is extended up and down
+    WheelSteps m_wheel;
+    bool m_wrap = true;
+    bool m_wrapAtBlanks = false;
+    bool m_inputMark = true;
 };

@@ -9,20 +9,20 @@
 
 namespace {
 
-constexpr int inputMarkWidth = 2; // stands behind the last character
+constexpr int kInputMarkWidth = 2; // stands behind the last character
 
 } // namespace
 
 ReceiveBars::ReceiveBars(
     QAbstractScrollArea& area, const TextStore& store, ReadingPlace& place, TextFlow& flow)
-    : area_(area)
-    , store_(store)
-    , place_(place)
-    , flow_(flow)
-    , index_(store)
-    , vertical_(new SteadyScrollBar(Qt::Vertical))
+    : m_area(area)
+    , m_store(store)
+    , m_place(place)
+    , m_flow(flow)
+    , m_index(store)
+    , m_vertical(new SteadyScrollBar(Qt::Vertical))
 {
-    area.setVerticalScrollBar(vertical_);
+    area.setVerticalScrollBar(m_vertical);
     vertical().setSingleStep(1);
     connect(&vertical(), &QScrollBar::valueChanged, this, &ReceiveBars::barMoved);
     connect(&vertical(), &QScrollBar::actionTriggered, this, &ReceiveBars::barAction);
@@ -34,64 +34,64 @@ ReceiveBars::~ReceiveBars() = default;
 
 SteadyScrollBar& ReceiveBars::vertical() const
 {
-    return *vertical_;
+    return *m_vertical;
 }
 
 QScrollBar& ReceiveBars::horizontal() const
 {
-    return *area_.horizontalScrollBar();
+    return *m_area.horizontalScrollBar();
 }
 
 int ReceiveBars::room() const
 {
-    return area_.viewport()->width() - 2 * VisibleRows::margin;
+    return m_area.viewport()->width() - 2 * VisibleRows::kMargin;
 }
 
 void ReceiveBars::sync(const VisibleRows& sight, bool wrapped)
 {
-    syncing_ = true;
+    m_syncing = true;
     syncVertical(sight);
     if (wrapped) {
         horizontal().setRange(0, 0);
     } else {
         for (const TextRow& row : sight.rows())
-            widest_ = std::max(widest_, row.layout->rowWidth(row.row));
+            m_widest = std::max(m_widest, row.layout->rowWidth(row.row));
         syncHorizontal();
     }
-    syncing_ = false;
+    m_syncing = false;
 }
 
 void ReceiveBars::syncVertical(const VisibleRows& sight)
 {
-    constexpr qint64 most = std::numeric_limits<int>::max();
+    constexpr qint64 kMost = std::numeric_limits<int>::max();
     SteadyScrollBar& bar = vertical();
-    const bool atBottom = place_.isAtBottom();
-    const qint64 value = index_.rowAt(sight.rows().front().from());
+    const bool atBottom = m_place.isAtBottom();
+    const qint64 value = m_index.rowAt(sight.rows().front().from());
     qint64 last = value;
     if (!atBottom)
-        last = std::max(index_.rowAt(store_.endPosition()) + 1 - place_.pageRows(), value + 1);
+        last = std::max(m_index.rowAt(m_store.endPosition()) + 1 - m_place.pageRows(), value + 1);
     // A handle that is held stays under the pointer.
-    bar.setPlace(static_cast<int>(std::min(value, most)), static_cast<int>(std::min(last, most)),
-        place_.pageRows(), atBottom);
+    bar.setPlace(static_cast<int>(std::min(value, kMost)), static_cast<int>(std::min(last, kMost)),
+        m_place.pageRows(), atBottom);
 }
 
 void ReceiveBars::syncHorizontal()
 {
     QScrollBar& bar = horizontal();
-    const double hidden = std::ceil(std::max(0.0, widest_ + inputMarkWidth - room()));
+    const double hidden = std::ceil(std::max(0.0, m_widest + kInputMarkWidth - room()));
     bar.setRange(0, static_cast<int>(hidden));
-    bar.setPageStep(area_.viewport()->width());
-    bar.setSingleStep(qRound(flow_.style().columnWidth()) * RowStyle::tabColumns);
+    bar.setPageStep(m_area.viewport()->width());
+    bar.setSingleStep(qRound(m_flow.style().columnWidth()) * RowStyle::kTabColumns);
 }
 
 void ReceiveBars::barMoved(int value)
 {
-    if (syncing_)
+    if (m_syncing)
         return;
     if (value >= vertical().maximum())
-        place_.scrollToEnd();
+        m_place.scrollToEnd();
     else
-        place_.scrollTo(index_.positionAt(value));
+        m_place.scrollTo(m_index.positionAt(value));
     Q_EMIT moved();
 }
 
@@ -121,7 +121,7 @@ void ReceiveBars::reveal(const TextRow& row, qint64 from, qint64 to)
 {
     const double left = row.layout->xOf(row.offsetOf(from), row.row);
     const double right = row.layout->xOf(row.offsetOf(std::min(to, row.to())), row.row);
-    widest_ = std::max(widest_, row.layout->rowWidth(row.row));
+    m_widest = std::max(m_widest, row.layout->rowWidth(row.row));
     syncHorizontal();
     QScrollBar& bar = horizontal();
     const int width = room();

@@ -25,8 +25,8 @@ public:
     ~ReceiveBars() override;
 
     // Characters in a row that is as wide as the view.
-    void setRowLength(qint64 characters) { index_.setRowLength(characters); }
-    void forgetWidth() { widest_ = 0; }
+    void setRowLength(qint64 characters) { m_index.setRowLength(characters); }
+    void forgetWidth() { m_widest = 0; }
     // Shows where the rows in sight stand; wrapped rows need no horizontal bar.
     void sync(const VisibleRows& sight, bool wrapped);
     // Scrolls sideways when a part of a row is not in sight. Rows must not be wrapped.
@@ -48,12 +48,12 @@ private:
     [[nodiscard]] QScrollBar& horizontal() const;
     [[nodiscard]] int room() const;
 
-    QAbstractScrollArea& area_;
-    const TextStore& store_;
-    ReadingPlace& place_;
-    TextFlow& flow_;
-    RowIndex index_;
-    SteadyScrollBar* vertical_; // the area's
-    double widest_ = 0;
-    bool syncing_ = false;
+    QAbstractScrollArea& m_area;
+    const TextStore& m_store;
+    ReadingPlace& m_place;
+    TextFlow& m_flow;
+    RowIndex m_index;
+    SteadyScrollBar* m_vertical; // the area's
+    double m_widest = 0;
+    bool m_syncing = false;
 };

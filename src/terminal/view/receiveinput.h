@@ -21,8 +21,8 @@ public:
     // Takes over the preedit of an event; an empty one ends the composition.
     void compose(const QInputMethodEvent& event);
     void cancel();
-    [[nodiscard]] bool isComposing() const { return !text_.isEmpty(); }
-    [[nodiscard]] const QString& text() const { return text_; }
+    [[nodiscard]] bool isComposing() const { return !m_text.isEmpty(); }
+    [[nodiscard]] const QString& text() const { return m_text; }
 
     // Draws with the left end at the mark of the input, moved so that it stays in the area.
     void draw(QPainter& painter, const QRect& mark, const QRect& area, const QFont& font,
@@ -33,8 +33,8 @@ public:
 private:
     [[nodiscard]] QPoint lay(const QRect& mark, const QRect& area, const QFont& font);
 
-    QString text_;
-    QList<QTextLayout::FormatRange> formats_;
-    int caret_ = 0; // -1: hidden
-    QTextLayout layout_;
+    QString m_text;
+    QList<QTextLayout::FormatRange> m_formats;
+    int m_caret = 0; // -1: hidden
+    QTextLayout m_layout;
 };

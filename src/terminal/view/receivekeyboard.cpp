@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr Qt::KeyboardModifiers noModifier = Qt::NoModifier;
-constexpr Qt::KeyboardModifiers ctrlShift = Qt::ControlModifier | Qt::ShiftModifier;
+constexpr Qt::KeyboardModifiers kNoModifier = Qt::NoModifier;
+constexpr Qt::KeyboardModifiers kCtrlShift = Qt::ControlModifier | Qt::ShiftModifier;
 
 Qt::KeyboardModifiers modifiersOf(const QKeyEvent& event)
 {
@@ -29,14 +29,14 @@ struct Clip
     Command command = Command::Copy;
 };
 
-constexpr std::array clipKeys{
-    Clip{Qt::Key_C, ctrlShift, Clip::Command::Copy},
+constexpr std::array kClipKeys{
+    Clip{Qt::Key_C, kCtrlShift, Clip::Command::Copy},
     Clip{Qt::Key_Insert, Qt::ControlModifier, Clip::Command::Copy},
-    Clip{Qt::Key_V, ctrlShift, Clip::Command::Paste},
+    Clip{Qt::Key_V, kCtrlShift, Clip::Command::Paste},
     Clip{Qt::Key_Insert, Qt::ShiftModifier, Clip::Command::Paste},
-    Clip{Qt::Key_A, ctrlShift, Clip::Command::SelectAll},
-    Clip{Qt::Key_F, ctrlShift, Clip::Command::Find},
-    Clip{Qt::Key_L, ctrlShift, Clip::Command::Clear},
+    Clip{Qt::Key_A, kCtrlShift, Clip::Command::SelectAll},
+    Clip{Qt::Key_F, kCtrlShift, Clip::Command::Find},
+    Clip{Qt::Key_L, kCtrlShift, Clip::Command::Clear},
 };
 
 struct Extension
@@ -45,7 +45,7 @@ struct Extension
     CaretStep step;
 };
 
-constexpr std::array extensions{
+constexpr std::array kExtensions{
     Extension{Qt::Key_Left, CaretStep::Left},
     Extension{Qt::Key_Right, CaretStep::Right},
     Extension{Qt::Key_Up, CaretStep::Up},
@@ -56,7 +56,7 @@ constexpr std::array extensions{
 
 const Clip* clipOf(const QKeyEvent& event)
 {
-    for (const Clip& clip : clipKeys) {
+    for (const Clip& clip : kClipKeys) {
         if (event.key() == clip.key && modifiersOf(event) == clip.modifiers)
             return &clip;
     }
@@ -67,8 +67,8 @@ const Clip* clipOf(const QKeyEvent& event)
 
 ReceiveKeyboard::ReceiveKeyboard(ReceiveView& view, ReceiveArea& area)
     : QObject(&view)
-    , view_(view)
-    , area_(area)
+    , m_view(view)
+    , m_area(area)
 {
     area.installEventFilter(this);
     setTypingEnabled(true);
@@ -76,9 +76,9 @@ ReceiveKeyboard::ReceiveKeyboard(ReceiveView& view, ReceiveArea& area)
 
 void ReceiveKeyboard::setTypingEnabled(bool enabled)
 {
-    typing_ = enabled;
-    area_.setAttribute(Qt::WA_InputMethodEnabled, enabled);
-    area_.setInputMark(enabled);
+    m_typing = enabled;
+    m_area.setAttribute(Qt::WA_InputMethodEnabled, enabled);
+    m_area.setInputMark(enabled);
 }
 
 bool ReceiveKeyboard::eventFilter(QObject* watched, QEvent* event)
@@ -92,7 +92,7 @@ bool ReceiveKeyboard::eventFilter(QObject* watched, QEvent* event)
     case QEvent::KeyPress: {
         const auto& key = static_cast<const QKeyEvent&>(*event);
         const bool movesFocus =
-            !typing_ && (key.key() == Qt::Key_Tab || key.key() == Qt::Key_Backtab);
+            !m_typing && (key.key() == Qt::Key_Tab || key.key() == Qt::Key_Backtab);
         if (movesFocus)
             return false;
         event->setAccepted(press(key));
@@ -112,31 +112,31 @@ bool ReceiveKeyboard::isOwnKey(const QKeyEvent& event) const
 {
     if (clipOf(event) != nullptr)
         return true;
-    const bool plain = (modifiersOf(event) & ~Qt::ShiftModifier) == noModifier;
+    const bool plain = (modifiersOf(event) & ~Qt::ShiftModifier) == kNoModifier;
     const bool functionKey = event.key() >= Qt::Key_F1 && event.key() <= Qt::Key_F35;
-    if (typing_ && plain && !functionKey)
+    if (m_typing && plain && !functionKey)
         return true;
     if (modifiersOf(event) != Qt::ControlModifier)
         return false;
     // A control character belongs to the device, whatever the window has a shortcut for: Ctrl+Q is
     // XON, Ctrl+S XOFF, Ctrl+L the redraw of a shell.
-    if (typing_)
+    if (m_typing)
         return TerminalKeyMap::map(event.key(), modifiersOf(event), event.text()).kind
                == TypedKey::Kind::Control;
-    return event.key() == Qt::Key_C && view_.hasSelection();
+    return event.key() == Qt::Key_C && m_view.hasSelection();
 }
 
 bool ReceiveKeyboard::press(const QKeyEvent& event)
 {
     if (clipboardKey(event) || selectionKey(event) || scrollKey(event))
         return true;
-    return typing_ ? typeKey(event) : readerKey(event);
+    return m_typing ? typeKey(event) : readerKey(event);
 }
 
 bool ReceiveKeyboard::clipboardKey(const QKeyEvent& event)
 {
-    if (!typing_ && event.key() == Qt::Key_C && modifiersOf(event) == Qt::ControlModifier) {
-        view_.copy();
+    if (!m_typing && event.key() == Qt::Key_C && modifiersOf(event) == Qt::ControlModifier) {
+        m_view.copy();
         return true;
     }
     const Clip* clip = clipOf(event);
@@ -144,19 +144,19 @@ bool ReceiveKeyboard::clipboardKey(const QKeyEvent& event)
         return false;
     switch (clip->command) {
     case Clip::Command::Copy:
-        view_.copy();
+        m_view.copy();
         break;
     case Clip::Command::Paste:
-        view_.paste();
+        m_view.paste();
         break;
     case Clip::Command::SelectAll:
-        view_.selectAll();
+        m_view.selectAll();
         break;
     case Clip::Command::Find:
-        Q_EMIT view_.findRequested();
+        Q_EMIT m_view.findRequested();
         break;
     case Clip::Command::Clear:
-        Q_EMIT view_.clearRequested();
+        Q_EMIT m_view.clearRequested();
         break;
     }
     return true;
@@ -166,9 +166,9 @@ bool ReceiveKeyboard::selectionKey(const QKeyEvent& event)
 {
     if (modifiersOf(event) != Qt::ShiftModifier)
         return false;
-    for (const Extension& extension : extensions) {
+    for (const Extension& extension : kExtensions) {
         if (event.key() == extension.key) {
-            area_.extendSelection(extension.step);
+            m_area.extendSelection(extension.step);
             return true;
         }
     }
@@ -180,19 +180,19 @@ bool ReceiveKeyboard::scrollKey(const QKeyEvent& event)
     const int key = event.key();
     const Qt::KeyboardModifiers modifiers = modifiersOf(event);
     if (modifiers == Qt::ShiftModifier && (key == Qt::Key_PageUp || key == Qt::Key_PageDown)) {
-        area_.scrollPages(key == Qt::Key_PageUp ? -1 : 1);
-    } else if (modifiers == ctrlShift && key == Qt::Key_Home) {
-        area_.scrollToTop();
-    } else if (modifiers == ctrlShift && key == Qt::Key_End) {
-        view_.scrollToEnd();
+        m_area.scrollPages(key == Qt::Key_PageUp ? -1 : 1);
+    } else if (modifiers == kCtrlShift && key == Qt::Key_Home) {
+        m_area.scrollToTop();
+    } else if (modifiers == kCtrlShift && key == Qt::Key_End) {
+        m_view.scrollToEnd();
     } else if (modifiers.testFlag(Qt::ControlModifier)
                && (key == Qt::Key_Plus || key == Qt::Key_Equal)) {
-        view_.zoomBy(1);
+        m_view.zoomBy(1);
     } else if (modifiers == Qt::ControlModifier && key == Qt::Key_Minus) {
-        view_.zoomBy(-1);
+        m_view.zoomBy(-1);
     } else if (modifiers.testFlag(Qt::ControlModifier)
                && (key == Qt::Key_Tab || key == Qt::Key_Backtab)) {
-        area_.moveFocus(key == Qt::Key_Tab && modifiers == Qt::ControlModifier);
+        m_area.moveFocus(key == Qt::Key_Tab && modifiers == Qt::ControlModifier);
     } else {
         return false;
     }
@@ -202,25 +202,25 @@ bool ReceiveKeyboard::scrollKey(const QKeyEvent& event)
 bool ReceiveKeyboard::readerKey(const QKeyEvent& event)
 {
     if (event.key() == Qt::Key_A && modifiersOf(event) == Qt::ControlModifier) {
-        view_.selectAll();
+        m_view.selectAll();
         return true;
     }
-    if (modifiersOf(event) != noModifier)
+    if (modifiersOf(event) != kNoModifier)
         return false;
     switch (event.key()) {
     case Qt::Key_Up:
     case Qt::Key_Down:
-        area_.scrollRows(event.key() == Qt::Key_Up ? -1 : 1);
+        m_area.scrollRows(event.key() == Qt::Key_Up ? -1 : 1);
         return true;
     case Qt::Key_PageUp:
     case Qt::Key_PageDown:
-        area_.scrollPages(event.key() == Qt::Key_PageUp ? -1 : 1);
+        m_area.scrollPages(event.key() == Qt::Key_PageUp ? -1 : 1);
         return true;
     case Qt::Key_Home:
-        area_.scrollToTop();
+        m_area.scrollToTop();
         return true;
     case Qt::Key_End:
-        view_.scrollToEnd();
+        m_view.scrollToEnd();
         return true;
     default:
         return false;
@@ -248,16 +248,16 @@ bool ReceiveKeyboard::typeKey(const QKeyEvent& event)
 
 void ReceiveKeyboard::compose(const QInputMethodEvent& event)
 {
-    if (!typing_)
+    if (!m_typing)
         return;
-    area_.compose(event);
+    m_area.compose(event);
     if (!event.commitString().isEmpty())
         Q_EMIT textTyped(event.commitString());
 }
 
 bool ReceiveKeyboard::answer(QInputMethodQueryEvent& query) const
 {
-    if (!typing_)
+    if (!m_typing)
         return false;
     const auto set = [&query](Qt::InputMethodQuery wanted, const QVariant& value) {
         if (query.queries() & wanted)
@@ -265,10 +265,10 @@ bool ReceiveKeyboard::answer(QInputMethodQueryEvent& query) const
     };
     set(Qt::ImEnabled, true);
     set(Qt::ImHints, int(Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase));
-    set(Qt::ImFont, area_.font());
+    set(Qt::ImFont, m_area.font());
     // Candidates are shown where the mark of the input stands, not where the reader selects. What
     // stands around it came from the device and is nothing to compose with.
-    set(Qt::ImCursorRectangle, area_.compositionArea());
+    set(Qt::ImCursorRectangle, m_area.compositionArea());
     set(Qt::ImSurroundingText, QString());
     set(Qt::ImCursorPosition, 0);
     set(Qt::ImAnchorPosition, 0);

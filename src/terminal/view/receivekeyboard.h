@@ -31,7 +31,7 @@ public:
 
     // Off: keys scroll, Ctrl+C copies, Ctrl+A selects all, Tab moves the focus; nothing is typed.
     void setTypingEnabled(bool enabled);
-    [[nodiscard]] bool isTypingEnabled() const { return typing_; }
+    [[nodiscard]] bool isTypingEnabled() const { return m_typing; }
     // False when the key is none of the view's; then its parents may have it.
     bool press(const QKeyEvent& event);
 
@@ -53,7 +53,7 @@ private:
     void compose(const QInputMethodEvent& event);
     bool answer(QInputMethodQueryEvent& query) const;
 
-    ReceiveView& view_;
-    ReceiveArea& area_;
-    bool typing_ = true;
+    ReceiveView& m_view;
+    ReceiveArea& m_area;
+    bool m_typing = true;
 };

@@ -12,8 +12,8 @@
 
 namespace {
 
-constexpr int scrollIntervalMs = 50;
-constexpr int mostRowsAtOnce = 20;
+constexpr int kScrollIntervalMs = 50;
+constexpr int kMostRowsAtOnce = 20;
 
 bool isFar(QPoint point, QPoint other)
 {
@@ -24,11 +24,11 @@ bool isFar(QPoint point, QPoint other)
 
 ReceiveMouse::ReceiveMouse(ReceiveArea& area)
     : QObject(&area)
-    , area_(area)
+    , m_area(area)
 {
-    scrollTimer_.setInterval(scrollIntervalMs);
-    tripleClickTimer_.setSingleShot(true);
-    connect(&scrollTimer_, &QTimer::timeout, this, &ReceiveMouse::scrollOn);
+    m_scrollTimer.setInterval(kScrollIntervalMs);
+    m_tripleClickTimer.setSingleShot(true);
+    connect(&m_scrollTimer, &QTimer::timeout, this, &ReceiveMouse::scrollOn);
     area.installEventFilter(this);
 }
 
@@ -39,19 +39,19 @@ void ReceiveMouse::press(const QMouseEvent& event)
     if (event.button() != Qt::LeftButton)
         return;
     const QPoint point = event.position().toPoint();
-    const bool third = tripleClickTimer_.isActive() && !isFar(point, pressed_);
-    tripleClickTimer_.stop();
-    pressed_ = last_ = point;
+    const bool third = m_tripleClickTimer.isActive() && !isFar(point, m_pressed);
+    m_tripleClickTimer.stop();
+    m_pressed = m_last = point;
     begin(Gesture::Selecting);
-    const qint64 caret = area_.caretAt(pressed_);
+    const qint64 caret = m_area.caretAt(m_pressed);
     if (third)
-        area_.beginSelection(caret, TextSelection::Unit::Line);
+        m_area.beginSelection(caret, TextSelection::Unit::Line);
     else if (event.modifiers().testFlag(Qt::ShiftModifier))
-        area_.extendSelectionTo(caret);
-    else if (area_.selection().contains(area_.characterAt(pressed_)))
-        gesture_ = Gesture::MayDragOut;
+        m_area.extendSelectionTo(caret);
+    else if (m_area.selection().contains(m_area.characterAt(m_pressed)))
+        m_gesture = Gesture::MayDragOut;
     else
-        area_.beginSelection(caret, TextSelection::Unit::Character);
+        m_area.beginSelection(caret, TextSelection::Unit::Character);
 }
 
 void ReceiveMouse::doubleClick(const QMouseEvent& event)
@@ -59,9 +59,9 @@ void ReceiveMouse::doubleClick(const QMouseEvent& event)
     if (event.button() != Qt::LeftButton)
         return;
     begin(Gesture::Selecting);
-    pressed_ = last_ = event.position().toPoint();
-    area_.beginSelection(area_.characterAt(pressed_), TextSelection::Unit::Word);
-    tripleClickTimer_.start(QApplication::doubleClickInterval());
+    m_pressed = m_last = event.position().toPoint();
+    m_area.beginSelection(m_area.characterAt(m_pressed), TextSelection::Unit::Word);
+    m_tripleClickTimer.start(QApplication::doubleClickInterval());
 }
 
 void ReceiveMouse::move(const QMouseEvent& event)
@@ -69,9 +69,9 @@ void ReceiveMouse::move(const QMouseEvent& event)
     if (!event.buttons().testFlag(Qt::LeftButton))
         end();
     const QPoint point = event.position().toPoint();
-    if (gesture_ == Gesture::MayDragOut && isFar(point, pressed_))
+    if (m_gesture == Gesture::MayDragOut && isFar(point, m_pressed))
         dragOut();
-    else if (gesture_ == Gesture::Selecting)
+    else if (m_gesture == Gesture::Selecting)
         extend(point);
 }
 
@@ -84,17 +84,17 @@ bool ReceiveMouse::eventFilter(QObject* /*watched*/, QEvent* event)
 
 void ReceiveMouse::begin(Gesture gesture)
 {
-    gesture_ = gesture;
-    area_.holdRows(true);
+    m_gesture = gesture;
+    m_area.holdRows(true);
 }
 
 void ReceiveMouse::end()
 {
-    if (gesture_ == Gesture::None)
+    if (m_gesture == Gesture::None)
         return;
-    gesture_ = Gesture::None;
-    scrollTimer_.stop();
-    area_.holdRows(false);
+    m_gesture = Gesture::None;
+    m_scrollTimer.stop();
+    m_area.holdRows(false);
 }
 
 void ReceiveMouse::endWhenReleased()
@@ -105,44 +105,44 @@ void ReceiveMouse::endWhenReleased()
 
 void ReceiveMouse::extend(QPoint point)
 {
-    last_ = point;
-    area_.extendSelectionTo(area_.caretAt(point));
-    const QRect inside = area_.viewport()->rect();
+    m_last = point;
+    m_area.extendSelectionTo(m_area.caretAt(point));
+    const QRect inside = m_area.viewport()->rect();
     if (inside.contains(point))
-        scrollTimer_.stop();
-    else if (!scrollTimer_.isActive())
-        scrollTimer_.start();
+        m_scrollTimer.stop();
+    else if (!m_scrollTimer.isActive())
+        m_scrollTimer.start();
 }
 
 void ReceiveMouse::scrollOn()
 {
     endWhenReleased();
-    if (gesture_ != Gesture::Selecting)
+    if (m_gesture != Gesture::Selecting)
         return;
-    const QRect inside = area_.viewport()->rect();
-    const int height = std::max(1, area_.inputMarkArea().height());
+    const QRect inside = m_area.viewport()->rect();
+    const int height = std::max(1, m_area.inputMarkArea().height());
     const auto rowsFor = [height](int distance) {
-        return std::min(mostRowsAtOnce, 1 + distance / height);
+        return std::min(kMostRowsAtOnce, 1 + distance / height);
     };
-    if (last_.y() < inside.top())
-        area_.scrollRows(-rowsFor(inside.top() - last_.y()));
-    else if (last_.y() > inside.bottom())
-        area_.scrollRows(rowsFor(last_.y() - inside.bottom()));
-    QScrollBar* bar = area_.horizontalScrollBar();
-    if (last_.x() < inside.left())
-        bar->setValue(bar->value() + last_.x() - inside.left());
-    else if (last_.x() > inside.right())
-        bar->setValue(bar->value() + last_.x() - inside.right());
-    extend(last_);
+    if (m_last.y() < inside.top())
+        m_area.scrollRows(-rowsFor(inside.top() - m_last.y()));
+    else if (m_last.y() > inside.bottom())
+        m_area.scrollRows(rowsFor(m_last.y() - inside.bottom()));
+    QScrollBar* bar = m_area.horizontalScrollBar();
+    if (m_last.x() < inside.left())
+        bar->setValue(bar->value() + m_last.x() - inside.left());
+    else if (m_last.x() > inside.right())
+        bar->setValue(bar->value() + m_last.x() - inside.right());
+    extend(m_last);
 }
 
 void ReceiveMouse::release(const QMouseEvent& event)
 {
     if (event.button() != Qt::LeftButton)
         return;
-    if (gesture_ == Gesture::MayDragOut)
-        area_.beginSelection(area_.caretAt(pressed_), TextSelection::Unit::Character);
-    else if (gesture_ == Gesture::Selecting)
+    if (m_gesture == Gesture::MayDragOut)
+        m_area.beginSelection(m_area.caretAt(m_pressed), TextSelection::Unit::Character);
+    else if (m_gesture == Gesture::Selecting)
         publish();
     end();
 }
@@ -151,8 +151,8 @@ void ReceiveMouse::dragOut()
 {
     end();
     auto content = std::make_unique<QMimeData>();
-    content->setText(area_.selectedText());
-    auto* drag = new QDrag(&area_); // deletes itself
+    content->setText(m_area.selectedText());
+    auto* drag = new QDrag(&m_area); // deletes itself
     drag->setMimeData(content.release());
     drag->exec(Qt::CopyAction);
 }
@@ -160,6 +160,6 @@ void ReceiveMouse::dragOut()
 void ReceiveMouse::publish() const
 {
     QClipboard* clipboard = QGuiApplication::clipboard();
-    if (clipboard->supportsSelection() && !area_.selection().isEmpty())
-        clipboard->setText(area_.selectedText(), QClipboard::Selection);
+    if (clipboard->supportsSelection() && !m_area.selection().isEmpty())
+        clipboard->setText(m_area.selectedText(), QClipboard::Selection);
 }

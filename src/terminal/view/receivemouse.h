@@ -42,10 +42,10 @@ private:
     void dragOut();
     void publish() const;
 
-    ReceiveArea& area_;
-    QTimer scrollTimer_{this};
-    QTimer tripleClickTimer_{this}; // runs while a third click makes the word a line
-    QPoint pressed_;
-    QPoint last_;
-    Gesture gesture_ = Gesture::None;
+    ReceiveArea& m_area;
+    QTimer m_scrollTimer{this};
+    QTimer m_tripleClickTimer{this}; // runs while a third click makes the word a line
+    QPoint m_pressed;
+    QPoint m_last;
+    Gesture m_gesture = Gesture::None;
 };

@@ -8,39 +8,39 @@
 namespace {
 
 // Marker pens on paper: dark text on a light mark is read on light and dark backgrounds alike.
-constexpr QRgb markPale = 0xFFFFE27A;
-constexpr QRgb markStrong = 0xFFFF9A3C;
-constexpr QRgb markInk = 0xFF000000;
-constexpr qsizetype mostInks = 1024;
+constexpr QRgb kMarkPale = 0xFFFFE27A;
+constexpr QRgb kMarkStrong = 0xFFFF9A3C;
+constexpr QRgb kMarkInk = 0xFF000000;
+constexpr qsizetype kMostInks = 1024;
 
 } // namespace
 
 void ReceivePainter::setPalette(const QPalette& palette)
 {
-    base_ = palette.color(QPalette::Base);
-    text_ = palette.color(QPalette::Text).rgb();
-    selectedText_ = palette.color(QPalette::HighlightedText).rgb();
-    selectedPaper_ = palette.color(QPalette::Highlight).rgb();
-    inks_.clear();
+    m_base = palette.color(QPalette::Base);
+    m_text = palette.color(QPalette::Text).rgb();
+    m_selectedText = palette.color(QPalette::HighlightedText).rgb();
+    m_selectedPaper = palette.color(QPalette::Highlight).rgb();
+    m_inks.clear();
 }
 
 void ReceivePainter::setSelection(qint64 from, qint64 to)
 {
-    selectedFrom_ = from;
-    selectedTo_ = to;
+    m_selectedFrom = from;
+    m_selectedTo = to;
 }
 
 QRgb ReceivePainter::inkFor(QRgb color)
 {
-    if (color == TextChunk::noColor)
-        return text_;
-    const auto known = inks_.constFind(color);
-    if (known != inks_.cend())
+    if (color == TextChunk::kNoColor)
+        return m_text;
+    const auto known = m_inks.constFind(color);
+    if (known != m_inks.cend())
         return *known;
-    if (inks_.size() >= mostInks)
-        inks_.clear();
-    const QRgb ink = isReadable(QColor::fromRgb(color), base_) ? color : text_;
-    inks_.insert(color, ink);
+    if (m_inks.size() >= kMostInks)
+        m_inks.clear();
+    const QRgb ink = isReadable(QColor::fromRgb(color), m_base) ? color : m_text;
+    m_inks.insert(color, ink);
     return ink;
 }
 
@@ -49,26 +49,26 @@ std::vector<RowSpan> ReceivePainter::spansOf(const TextRow& row)
 {
     std::vector<RowSpan> spans;
     const auto after = [](qint64 position, const Mark& mark) { return position < mark.to; };
-    auto mark = std::upper_bound(marks_.cbegin(), marks_.cend(), row.from(), after);
-    for (const ColorRun& run : store_.colorsIn(row.from(), row.to())) {
+    auto mark = std::upper_bound(m_marks.cbegin(), m_marks.cend(), row.from(), after);
+    for (const ColorRun& run : m_store.colorsIn(row.from(), row.to())) {
         const QRgb ink = inkFor(run.color);
         for (qint64 at = run.from; at < run.to;) {
-            while (mark != marks_.cend() && mark->to <= at)
+            while (mark != m_marks.cend() && mark->to <= at)
                 ++mark;
-            const bool selected = selectedFrom_ <= at && at < selectedTo_;
-            const bool marked = mark != marks_.cend() && mark->from <= at;
-            qint64 end = selected ? std::min(run.to, selectedTo_) : run.to;
-            if (!selected && selectedFrom_ > at && selectedFrom_ < selectedTo_)
-                end = std::min(end, selectedFrom_);
-            if (!selected && mark != marks_.cend())
+            const bool selected = m_selectedFrom <= at && at < m_selectedTo;
+            const bool marked = mark != m_marks.cend() && mark->from <= at;
+            qint64 end = selected ? std::min(run.to, m_selectedTo) : run.to;
+            if (!selected && m_selectedFrom > at && m_selectedFrom < m_selectedTo)
+                end = std::min(end, m_selectedFrom);
+            if (!selected && mark != m_marks.cend())
                 end = std::min(end, marked ? mark->to : mark->from);
             RowSpan span{row.offsetOf(at), row.offsetOf(end), ink, 0};
             if (selected) {
-                span.ink = selectedText_;
-                span.paper = selectedPaper_;
+                span.ink = m_selectedText;
+                span.paper = m_selectedPaper;
             } else if (marked) {
-                span.ink = markInk;
-                span.paper = mark->current ? markStrong : markPale;
+                span.ink = kMarkInk;
+                span.paper = mark->current ? kMarkStrong : kMarkPale;
             }
             spans.push_back(span);
             at = end;
@@ -82,10 +82,10 @@ void ReceivePainter::draw(QPainter& painter, const TextRow& row, const RowStyle&
 {
     row.layout->draw(painter, corner, row.row, spansOf(row), left, right);
     const bool feedSelected =
-        row.endsLine() && selectedFrom_ <= row.segment.to && row.segment.to < selectedTo_;
+        row.endsLine() && m_selectedFrom <= row.segment.to && row.segment.to < m_selectedTo;
     if (!feedSelected)
         return;
     const double x = corner.x() + row.layout->rowWidth(row.row);
     const QRectF area(x, corner.y(), style.columnWidth(), style.rowHeight());
-    painter.fillRect(area, QColor::fromRgb(selectedPaper_));
+    painter.fillRect(area, QColor::fromRgb(m_selectedPaper));
 }

@@ -23,14 +23,14 @@ public:
 
     // The store must outlive this object.
     explicit ReceivePainter(const TextStore& store)
-        : store_(store)
+        : m_store(store)
     {}
 
     // Of the palette's current colour group.
     void setPalette(const QPalette& palette);
     // Ascending, without overlap.
-    void setMarks(QList<Mark> marks) { marks_ = std::move(marks); }
-    [[nodiscard]] const QList<Mark>& marks() const { return marks_; }
+    void setMarks(QList<Mark> marks) { m_marks = std::move(marks); }
+    [[nodiscard]] const QList<Mark>& marks() const { return m_marks; }
     void setSelection(qint64 from, qint64 to);
 
     // With the row's top left corner at a point; what lies left and right of the two pixels need
@@ -42,13 +42,13 @@ private:
     [[nodiscard]] std::vector<RowSpan> spansOf(const TextRow& row);
     [[nodiscard]] QRgb inkFor(QRgb color);
 
-    const TextStore& store_;
-    QList<Mark> marks_;
-    qint64 selectedFrom_ = 0;
-    qint64 selectedTo_ = 0;
-    QColor base_;
-    QRgb text_ = 0;
-    QRgb selectedText_ = 0;
-    QRgb selectedPaper_ = 0;
-    QHash<QRgb, QRgb> inks_; // colours asked for and how they are drawn; bounded in inkFor()
+    const TextStore& m_store;
+    QList<Mark> m_marks;
+    qint64 m_selectedFrom = 0;
+    qint64 m_selectedTo = 0;
+    QColor m_base;
+    QRgb m_text = 0;
+    QRgb m_selectedText = 0;
+    QRgb m_selectedPaper = 0;
+    QHash<QRgb, QRgb> m_inks; // colours asked for and how they are drawn; bounded in inkFor()
 };

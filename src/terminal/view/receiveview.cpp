@@ -20,61 +20,61 @@ namespace {
 
 QRgb colorIn(const std::optional<QColor>& color)
 {
-    return color && color->isValid() ? color->rgb() : TextChunk::noColor;
+    return color && color->isValid() ? color->rgb() : TextChunk::kNoColor;
 }
 
 } // namespace
 
 ReceiveView::ReceiveView(QWidget* parent)
     : QWidget(parent)
-    , area_(new ReceiveArea(
-          store_, [this] { return selectedText(); }, this))
+    , m_area(new ReceiveArea(
+          m_store, [this] { return selectedText(); }, this))
 {
     ReceiveAccessible::install();
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(area_);
-    setFocusProxy(area_);
-    area_->setAccessibleName(tr("Received data"));
-    area_->setAccessibleDescription(
+    layout->addWidget(m_area);
+    setFocusProxy(m_area);
+    m_area->setAccessibleName(tr("Received data"));
+    m_area->setAccessibleDescription(
         tr("Keys typed here are sent to the device. Ctrl+Tab moves on to the next control."));
-    keyboard_ = new ReceiveKeyboard(*this, *area_);
+    m_keyboard = new ReceiveKeyboard(*this, *m_area);
     connectArea();
     connectKeyboard();
-    area_->setDisplayFont(resolveDisplayFont({}, 0));
+    m_area->setDisplayFont(resolveDisplayFont({}, 0));
 }
 
 ReceiveView::~ReceiveView()
 {
     // Both read the text through this object.
-    delete saver_;
-    delete area_;
+    delete m_saver;
+    delete m_area;
 }
 
 void ReceiveView::connectArea()
 {
-    connect(area_, &ReceiveArea::zoomRequested, this, &ReceiveView::zoomBy);
-    connect(area_, &ReceiveArea::menuRequested, this, &ReceiveView::openMenu);
-    connect(area_, &ReceiveArea::middleClicked, this, [this] {
+    connect(m_area, &ReceiveArea::zoomRequested, this, &ReceiveView::zoomBy);
+    connect(m_area, &ReceiveArea::menuRequested, this, &ReceiveView::openMenu);
+    connect(m_area, &ReceiveArea::middleClicked, this, [this] {
         const QClipboard* clipboard = QGuiApplication::clipboard();
         if (clipboard->supportsSelection())
             pasteText(clipboard->text(QClipboard::Selection));
     });
-    connect(this, &ReceiveView::frontAboutToBeRemoved, area_, &ReceiveArea::textAboutToBeRemoved);
-    connect(area_, &ReceiveArea::selectionChanged, this, &ReceiveView::selectionChanged);
-    connect(area_, &ReceiveArea::visibleRangeChanged, this, &ReceiveView::visibleRangeChanged);
+    connect(this, &ReceiveView::frontAboutToBeRemoved, m_area, &ReceiveArea::textAboutToBeRemoved);
+    connect(m_area, &ReceiveArea::selectionChanged, this, &ReceiveView::selectionChanged);
+    connect(m_area, &ReceiveArea::visibleRangeChanged, this, &ReceiveView::visibleRangeChanged);
 }
 
 void ReceiveView::connectKeyboard()
 {
-    connect(keyboard_, &ReceiveKeyboard::textTyped, this, &ReceiveView::textTyped);
-    connect(keyboard_, &ReceiveKeyboard::enterTyped, this, &ReceiveView::enterTyped);
-    connect(keyboard_, &ReceiveKeyboard::controlTyped, this, &ReceiveView::controlTyped);
+    connect(m_keyboard, &ReceiveKeyboard::textTyped, this, &ReceiveView::textTyped);
+    connect(m_keyboard, &ReceiveKeyboard::enterTyped, this, &ReceiveView::enterTyped);
+    connect(m_keyboard, &ReceiveKeyboard::controlTyped, this, &ReceiveView::controlTyped);
 }
 
 void ReceiveView::appendText(const QString& text, const std::optional<QColor>& color)
 {
-    store_.append(text, colorIn(color));
+    m_store.append(text, colorIn(color));
     showAppended();
 }
 
@@ -85,38 +85,38 @@ void ReceiveView::appendHexadecimal(
     const QStringView view(text);
     qsizetype at = 0;
     for (const HexSpan& span : bytes) {
-        store_.append(view.sliced(at, span.from - at), rgb);
-        store_.append(view.sliced(span.from, span.to - span.from), rgb, true);
+        m_store.append(view.sliced(at, span.from - at), rgb);
+        m_store.append(view.sliced(span.from, span.to - span.from), rgb, true);
         at = span.to;
     }
-    store_.append(view.sliced(at), rgb);
+    m_store.append(view.sliced(at), rgb);
     showAppended();
 }
 
 void ReceiveView::showAppended()
 {
-    if (forceScroll_)
-        area_->scrollToEnd();
-    forceScroll_ = false;
-    area_->textAppended();
+    if (m_forceScroll)
+        m_area->scrollToEnd();
+    m_forceScroll = false;
+    m_area->textAppended();
     Q_EMIT textAppended();
 }
 
 void ReceiveView::appendComplete()
 {
-    area_->textComplete();
+    m_area->textComplete();
 }
 
 void ReceiveView::trimFront(qint64 characters)
 {
     const qint64 end = firstPosition() + std::clamp<qint64>(characters, 0, textLength());
-    removeUpTo(store_.behindPair(end));
+    removeUpTo(m_store.behindPair(end));
 }
 
 void ReceiveView::clearText()
 {
     removeUpTo(endPosition());
-    area_->scrollToEnd();
+    m_area->scrollToEnd();
 }
 
 void ReceiveView::removeUpTo(qint64 end)
@@ -124,56 +124,56 @@ void ReceiveView::removeUpTo(qint64 end)
     if (end <= firstPosition())
         return;
     Q_EMIT frontAboutToBeRemoved(end);
-    store_.removeUpTo(end);
-    area_->textRemoved();
+    m_store.removeUpTo(end);
+    m_area->textRemoved();
     Q_EMIT frontRemoved();
     Q_EMIT visibleRangeChanged();
 }
 
 void ReceiveView::forceScrollToEnd()
 {
-    forceScroll_ = true;
+    m_forceScroll = true;
 }
 
 QString ReceiveView::textAt(qint64 position, qint64 count) const
 {
-    return store_.textAt(position, count);
+    return m_store.textAt(position, count);
 }
 
 bool ReceiveView::isAtBottom() const
 {
-    return area_->isAtBottom();
+    return m_area->isAtBottom();
 }
 
 void ReceiveView::scrollToEnd()
 {
-    area_->scrollToEnd();
+    m_area->scrollToEnd();
 }
 
 bool ReceiveView::hasSelection() const
 {
-    return !area_->selection().isEmpty();
+    return !m_area->selection().isEmpty();
 }
 
 qint64 ReceiveView::selectionLength() const
 {
-    return area_->selection().to() - area_->selection().from();
+    return m_area->selection().to() - m_area->selection().from();
 }
 
 QString ReceiveView::selectedText() const
 {
-    const TextSelection& selected = area_->selection();
-    return store_.textAt(selected.from(), selected.to() - selected.from());
+    const TextSelection& selected = m_area->selection();
+    return m_store.textAt(selected.from(), selected.to() - selected.from());
 }
 
 void ReceiveView::selectAll()
 {
-    area_->select(firstPosition(), endPosition());
+    m_area->select(firstPosition(), endPosition());
 }
 
 void ReceiveView::clearSelection()
 {
-    area_->clearSelection();
+    m_area->clearSelection();
 }
 
 void ReceiveView::copy()
@@ -184,14 +184,14 @@ void ReceiveView::copy()
 
 QByteArray ReceiveView::selectedBytes() const
 {
-    const TextSelection& selected = area_->selection();
-    return hexBytesIn(store_, selected.from(), selected.to());
+    const TextSelection& selected = m_area->selection();
+    return hexBytesIn(m_store, selected.from(), selected.to());
 }
 
 bool ReceiveView::hasSelectedBytes() const
 {
-    const TextSelection& selected = area_->selection();
-    return !store_.bytesIn(selected.from(), selected.to()).isEmpty();
+    const TextSelection& selected = m_area->selection();
+    return !m_store.bytesIn(selected.from(), selected.to()).isEmpty();
 }
 
 void ReceiveView::copyBytes()
@@ -221,12 +221,12 @@ void ReceiveView::pasteText(const QString& text)
 void ReceiveView::setDisplayFont(const QFont& font)
 {
     if (font != displayFont())
-        area_->setDisplayFont(font);
+        m_area->setDisplayFont(font);
 }
 
 QFont ReceiveView::displayFont() const
 {
-    return area_->font();
+    return m_area->font();
 }
 
 void ReceiveView::zoomBy(int points)
@@ -234,7 +234,7 @@ void ReceiveView::zoomBy(int points)
     QFont font = displayFont();
     // A font set in pixels has no size in points.
     const int now = font.pointSize() > 0 ? font.pointSize() : QFontInfo(font).pointSize();
-    const int size = std::clamp(now + points, smallestPointSize, largestPointSize);
+    const int size = std::clamp(now + points, kSmallestPointSize, kLargestPointSize);
     if (size == now)
         return;
     font.setPointSize(size);
@@ -245,43 +245,43 @@ void ReceiveView::zoomBy(int points)
 void ReceiveView::setLineWrap(bool wrap)
 {
     if (wrap != lineWrap())
-        area_->setLineWrap(wrap);
+        m_area->setLineWrap(wrap);
 }
 
 bool ReceiveView::lineWrap() const
 {
-    return area_->lineWrap();
+    return m_area->lineWrap();
 }
 
 void ReceiveView::setWrapAtBlanks(bool on)
 {
     if (on != wrapsAtBlanks())
-        area_->setWrapAtBlanks(on);
+        m_area->setWrapAtBlanks(on);
 }
 
 bool ReceiveView::wrapsAtBlanks() const
 {
-    return area_->wrapsAtBlanks();
+    return m_area->wrapsAtBlanks();
 }
 
 void ReceiveView::setTypingEnabled(bool enabled)
 {
-    keyboard_->setTypingEnabled(enabled);
+    m_keyboard->setTypingEnabled(enabled);
 }
 
 bool ReceiveView::isTypingEnabled() const
 {
-    return keyboard_->isTypingEnabled();
+    return m_keyboard->isTypingEnabled();
 }
 
 std::pair<qint64, qint64> ReceiveView::visibleRange() const
 {
-    return area_->visibleRange();
+    return m_area->visibleRange();
 }
 
 std::vector<std::pair<qint64, qint64>> ReceiveView::visibleSpans() const
 {
-    return area_->visibleSpans();
+    return m_area->visibleSpans();
 }
 
 void ReceiveView::setHighlights(const QList<Highlight>& highlights)
@@ -291,27 +291,27 @@ void ReceiveView::setHighlights(const QList<Highlight>& highlights)
     for (const Highlight& highlight : highlights)
         marks.append(
             {highlight.position, highlight.position + highlight.length, highlight.current});
-    area_->setMarks(marks);
+    m_area->setMarks(marks);
 }
 
 void ReceiveView::showPosition(qint64 position, qint64 length)
 {
     const qint64 from = std::clamp(position, firstPosition(), endPosition());
-    area_->showRange(from, std::clamp(position + length, from, endPosition()));
+    m_area->showRange(from, std::clamp(position + length, from, endPosition()));
 }
 
 bool ReceiveView::saveTextAs(const QString& path)
 {
-    if (saver_)
+    if (m_saver)
         return false;
-    saver_ = new TextSaver(*this, path, this);
-    connect(this, &ReceiveView::frontAboutToBeRemoved, saver_, &TextSaver::keepBeforeRemoval);
-    connect(saver_, &TextSaver::finished, this, [this](bool ok, const QString& errorText) {
-        saver_->deleteLater();
-        saver_.clear();
+    m_saver = new TextSaver(*this, path, this);
+    connect(this, &ReceiveView::frontAboutToBeRemoved, m_saver, &TextSaver::keepBeforeRemoval);
+    connect(m_saver, &TextSaver::finished, this, [this](bool ok, const QString& errorText) {
+        m_saver->deleteLater();
+        m_saver.clear();
         Q_EMIT saveFinished(ok, errorText);
     });
-    saver_->start();
+    m_saver->start();
     return true;
 }
 
@@ -323,5 +323,5 @@ void ReceiveView::openMenu(const QPoint& globalPosition)
 // Keys that the drawing widget passed up have been refused already and are so again.
 void ReceiveView::keyPressEvent(QKeyEvent* event)
 {
-    event->setAccepted(keyboard_->press(*event));
+    event->setAccepted(m_keyboard->press(*event));
 }

@@ -42,8 +42,8 @@ public:
         bool current = false;
     };
 
-    static constexpr int smallestPointSize = 6;
-    static constexpr int largestPointSize = 72;
+    static constexpr int kSmallestPointSize = 6;
+    static constexpr int kLargestPointSize = 72;
 
     explicit ReceiveView(QWidget* parent = nullptr);
     ~ReceiveView() override;
@@ -65,8 +65,8 @@ public:
     // The next append ends at the bottom, wherever the reader was.
     void forceScrollToEnd();
 
-    [[nodiscard]] qint64 firstPosition() const override { return store_.firstPosition(); }
-    [[nodiscard]] qint64 endPosition() const override { return store_.endPosition(); }
+    [[nodiscard]] qint64 firstPosition() const override { return m_store.firstPosition(); }
+    [[nodiscard]] qint64 endPosition() const override { return m_store.endPosition(); }
     [[nodiscard]] QString textAt(qint64 position, qint64 count) const override;
     // Running count of characters removed from the front since the view was made.
     [[nodiscard]] qint64 removedCharacters() const { return firstPosition(); }
@@ -91,7 +91,7 @@ public:
 
     void setDisplayFont(const QFont& font);
     [[nodiscard]] QFont displayFont() const;
-    // Larger or smaller by points, within smallestPointSize..largestPointSize.
+    // Larger or smaller by points, within kSmallestPointSize..kLargestPointSize.
     void zoomBy(int points);
     void setLineWrap(bool wrap);
     [[nodiscard]] bool lineWrap() const;
@@ -148,9 +148,9 @@ private:
     void connectKeyboard();
     void openMenu(const QPoint& globalPosition);
 
-    TextStore store_;
-    ReceiveArea* area_;
-    ReceiveKeyboard* keyboard_ = nullptr;
-    QPointer<TextSaver> saver_;
-    bool forceScroll_ = false;
+    TextStore m_store;
+    ReceiveArea* m_area;
+    ReceiveKeyboard* m_keyboard = nullptr;
+    QPointer<TextSaver> m_saver;
+    bool m_forceScroll = false;
 };

@@ -5,23 +5,23 @@
 void RowIndex::setRowLength(qint64 characters)
 {
     characters = std::max<qint64>(characters, 1);
-    if (characters == rowLength_)
+    if (characters == m_rowLength)
         return;
-    rowLength_ = characters;
-    frontPosition_ = -1;
-    marks_.clear();
+    m_rowLength = characters;
+    m_frontPosition = -1;
+    m_marks.clear();
 }
 
 qint64 RowIndex::rowAt(qint64 position)
 {
     update();
-    position = std::clamp(position, store_.firstPosition(), store_.endPosition());
-    const qint64 number = (position - base_) / spacing;
+    position = std::clamp(position, m_store.firstPosition(), m_store.endPosition());
+    const qint64 number = (position - m_base) / kSpacing;
     const Mark mark = advanced(markAt(number), placeOf(number), position);
-    qint64 inLine = (position - mark.lineStart) / rowLength_;
+    qint64 inLine = (position - mark.lineStart) / m_rowLength;
     // The end of a line that fills its rows stands behind the last of them.
-    const bool rowIsFull = (position - mark.lineStart) % rowLength_ == 0;
-    if (rowIsFull && inLine > 0 && position == store_.lineEnd(store_.lineAt(position)))
+    const bool rowIsFull = (position - mark.lineStart) % m_rowLength == 0;
+    if (rowIsFull && inLine > 0 && position == m_store.lineEnd(m_store.lineAt(position)))
         --inLine;
     return mark.rows + inLine - rowAtMark(0);
 }
@@ -31,30 +31,30 @@ qint64 RowIndex::positionAt(qint64 row)
     update();
     row += rowAtMark(0);
     qint64 low = 0;
-    for (auto high = static_cast<qint64>(marks_.size()) + 1; high - low > 1;) {
+    for (auto high = static_cast<qint64>(m_marks.size()) + 1; high - low > 1;) {
         const qint64 middle = (low + high) / 2;
         (rowAtMark(middle) <= row ? low : high) = middle;
     }
     Mark mark = markAt(low);
     bool found = false;
-    store_.visitLineFeeds(placeOf(low), base_ + (low + 1) * spacing, [&](qint64 feed) {
+    m_store.visitLineFeeds(placeOf(low), m_base + (low + 1) * kSpacing, [&](qint64 feed) {
         const qint64 rows = rowsOf(feed - mark.lineStart);
         found = found || mark.rows + rows > row;
         if (!found)
             mark = {mark.rows + rows, feed + 1};
     });
-    const qint64 position = mark.lineStart + std::max<qint64>(row - mark.rows, 0) * rowLength_;
-    return std::clamp(position, store_.firstPosition(), store_.endPosition());
+    const qint64 position = mark.lineStart + std::max<qint64>(row - mark.rows, 0) * m_rowLength;
+    return std::clamp(position, m_store.firstPosition(), m_store.endPosition());
 }
 
 void RowIndex::update()
 {
-    if (store_.firstPosition() != frontPosition_)
+    if (m_store.firstPosition() != m_frontPosition)
         moveFront();
-    auto count = static_cast<qint64>(marks_.size());
-    while (base_ + (count + 1) * spacing <= store_.endPosition()) {
-        const qint64 to = base_ + (count + 1) * spacing;
-        marks_.push_back(advanced(markAt(count), placeOf(count), to));
+    auto count = static_cast<qint64>(m_marks.size());
+    while (m_base + (count + 1) * kSpacing <= m_store.endPosition()) {
+        const qint64 to = m_base + (count + 1) * kSpacing;
+        m_marks.push_back(advanced(markAt(count), placeOf(count), to));
         ++count;
     }
 }
@@ -62,21 +62,22 @@ void RowIndex::update()
 // What was removed in the front's stretch is not there to be counted; the mark behind it is.
 void RowIndex::moveFront()
 {
-    frontPosition_ = store_.firstPosition();
-    const qint64 base = frontPosition_ / spacing * spacing;
-    for (; base_ < base && !marks_.empty(); base_ += spacing)
-        marks_.pop_front();
-    base_ = base;
+    m_frontPosition = m_store.firstPosition();
+    const qint64 base = m_frontPosition / kSpacing * kSpacing;
+    for (; m_base < base && !m_marks.empty(); m_base += kSpacing)
+        m_marks.pop_front();
+    m_base = base;
     // What is left of a line is shown as a line; a very long one keeps the count of its marks.
-    const bool endsHere = store_.lineEnd(store_.firstLine()) < base_ + spacing;
-    front_ = {0, endsHere ? frontPosition_ : store_.lineStart(store_.firstLine())};
-    if (!marks_.empty())
-        front_.rows = marks_.front().rows - advanced(front_, frontPosition_, base_ + spacing).rows;
+    const bool endsHere = m_store.lineEnd(m_store.firstLine()) < m_base + kSpacing;
+    m_front = {0, endsHere ? m_frontPosition : m_store.lineStart(m_store.firstLine())};
+    if (!m_marks.empty())
+        m_front.rows =
+            m_marks.front().rows - advanced(m_front, m_frontPosition, m_base + kSpacing).rows;
 }
 
 RowIndex::Mark RowIndex::advanced(Mark mark, qint64 from, qint64 to) const
 {
-    store_.visitLineFeeds(from, to, [&](qint64 feed) {
+    m_store.visitLineFeeds(from, to, [&](qint64 feed) {
         mark = {mark.rows + rowsOf(feed - mark.lineStart), feed + 1};
     });
     return mark;
@@ -84,21 +85,21 @@ RowIndex::Mark RowIndex::advanced(Mark mark, qint64 from, qint64 to) const
 
 qint64 RowIndex::rowsOf(qint64 length) const
 {
-    return std::max<qint64>(1, (length + rowLength_ - 1) / rowLength_);
+    return std::max<qint64>(1, (length + m_rowLength - 1) / m_rowLength);
 }
 
 RowIndex::Mark RowIndex::markAt(qint64 number) const
 {
-    return number == 0 ? front_ : marks_[static_cast<std::size_t>(number - 1)];
+    return number == 0 ? m_front : m_marks[static_cast<std::size_t>(number - 1)];
 }
 
 qint64 RowIndex::placeOf(qint64 number) const
 {
-    return number == 0 ? frontPosition_ : base_ + number * spacing;
+    return number == 0 ? m_frontPosition : m_base + number * kSpacing;
 }
 
 qint64 RowIndex::rowAtMark(qint64 number) const
 {
     const Mark mark = markAt(number);
-    return mark.rows + (placeOf(number) - mark.lineStart) / rowLength_;
+    return mark.rows + (placeOf(number) - mark.lineStart) / m_rowLength;
 }

@@ -16,7 +16,7 @@ class RowIndex final
 public:
     // The store must outlive this object.
     explicit RowIndex(const TextStore& store)
-        : store_(store)
+        : m_store(store)
     {}
 
     // Characters in a row; counts anew from here.
@@ -28,7 +28,7 @@ public:
     [[nodiscard]] qint64 positionAt(qint64 row);
 
 private:
-    static constexpr qint64 spacing = 65'536;
+    static constexpr qint64 kSpacing = 65'536;
 
     // What is known at one place: rows of the lines that ended before it, start of the open line.
     struct Mark
@@ -46,10 +46,10 @@ private:
     [[nodiscard]] qint64 placeOf(qint64 number) const;
     [[nodiscard]] qint64 rowAtMark(qint64 number) const;
 
-    const TextStore& store_;
-    qint64 rowLength_ = 1;
-    Mark front_;
-    qint64 frontPosition_ = -1; // none yet
-    qint64 base_ = 0;           // multiple of the spacing, at or before the front
-    std::deque<Mark> marks_;    // one at every multiple behind the base
+    const TextStore& m_store;
+    qint64 m_rowLength = 1;
+    Mark m_front;
+    qint64 m_frontPosition = -1; // none yet
+    qint64 m_base = 0;           // multiple of the spacing, at or before the front
+    std::deque<Mark> m_marks;    // one at every multiple behind the base
 };

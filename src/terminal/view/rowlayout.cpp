@@ -10,7 +10,7 @@
 namespace {
 
 // Far beyond any row and within what text layout can count.
-constexpr double unlimitedWidth = 4'000'000;
+constexpr double kUnlimitedWidth = 4'000'000;
 
 bool canBePlain(const QString& text, const RowStyle& style)
 {
@@ -69,10 +69,10 @@ QList<QTextLayout::FormatRange> formatsOf(const std::vector<RowSpan>& spans)
 } // namespace
 
 RowLayout::RowLayout(const QString& text, const std::shared_ptr<const RowStyle>& style)
-    : style_(style)
-    , text_(text)
+    : m_style(style)
+    , m_text(text)
 {
-    if (canBePlain(text_, *style_))
+    if (canBePlain(m_text, *m_style))
         breakPlain();
     else
         breakLayout();
@@ -82,44 +82,44 @@ RowLayout::~RowLayout() = default;
 
 void RowLayout::breakPlain()
 {
-    if (text_.contains(u'\t')) {
+    if (m_text.contains(u'\t')) {
         breakTabbed();
         return;
     }
     int start = 0;
     do {
-        starts_.push_back(start);
-        start = style_->wraps() ? plainBreak(start) : length();
+        m_starts.push_back(start);
+        start = m_style->wraps() ? plainBreak(start) : length();
     } while (start < length());
 }
 
 // A tab ends at the edge of a row that wraps at the latest.
 void RowLayout::breakTabbed()
 {
-    const int edge = style_->wraps() ? style_->columns() : std::numeric_limits<int>::max();
-    columns_.reserve(text_.size());
-    starts_.push_back(0);
+    const int edge = m_style->wraps() ? m_style->columns() : std::numeric_limits<int>::max();
+    m_columns.reserve(m_text.size());
+    m_starts.push_back(0);
     int column = 0;
     for (int i = 0; i < length(); ++i) {
         if (column >= edge) {
-            rowColumns_.push_back(column);
-            starts_.push_back(i);
+            m_rowColumns.push_back(column);
+            m_starts.push_back(i);
             column = 0;
         }
-        columns_.push_back(column);
-        constexpr int stops = RowStyle::tabColumns;
-        column += text_.at(i) == u'\t' ? stops - column % stops : 1;
+        m_columns.push_back(column);
+        constexpr int kStops = RowStyle::kTabColumns;
+        column += m_text.at(i) == u'\t' ? kStops - column % kStops : 1;
         column = std::min(column, edge);
     }
-    rowColumns_.push_back(column);
+    m_rowColumns.push_back(column);
 }
 
 int RowLayout::columnOf(int offset, int row) const
 {
-    if (columns_.empty())
+    if (m_columns.empty())
         return offset - rowStart(row);
     const auto at = static_cast<std::size_t>(offset);
-    return offset < rowEnd(row) ? columns_[at] : rowColumns_[static_cast<std::size_t>(row)];
+    return offset < rowEnd(row) ? m_columns[at] : m_rowColumns[static_cast<std::size_t>(row)];
 }
 
 // The last character that starts at or before a column.
@@ -129,49 +129,49 @@ int RowLayout::offsetOfColumn(double column, int row) const
     const int end = rowEnd(row);
     if (column >= columnOf(end, row))
         return end;
-    if (columns_.empty())
+    if (m_columns.empty())
         return start + std::max(0, static_cast<int>(column));
     const auto after =
-        std::upper_bound(columns_.begin() + start + 1, columns_.begin() + end, column);
-    return static_cast<int>(after - columns_.begin()) - 1;
+        std::upper_bound(m_columns.begin() + start + 1, m_columns.begin() + end, column);
+    return static_cast<int>(after - m_columns.begin()) - 1;
 }
 
 // Blanks that a row ends with may stand beyond its edge.
 int RowLayout::plainBreak(int start) const
 {
-    const int edge = start + style_->columns();
+    const int edge = start + m_style->columns();
     if (edge >= length())
         return length();
-    if (!style_->wrapsAtBlanks())
+    if (!m_style->wrapsAtBlanks())
         return edge;
     int end = edge;
-    while (end < length() && text_.at(end) == u' ')
+    while (end < length() && m_text.at(end) == u' ')
         ++end;
     if (end > edge)
         return end;
-    while (end > start && text_.at(end - 1) != u' ')
+    while (end > start && m_text.at(end - 1) != u' ')
         --end;
     return end > start ? end : edge;
 }
 
 void RowLayout::breakLayout()
 {
-    QString text = withoutSeparators(text_);
-    const QList<QTextLayout::FormatRange> otherFonts = ScriptFonts::choose(text, style_->font());
-    layout_ = std::make_unique<QTextLayout>(text, style_->font());
-    layout_->setTextOption(style_->textOption());
-    layout_->setFormats(otherFonts);
-    layout_->setCacheEnabled(true);
-    layout_->beginLayout();
-    for (QTextLine line = layout_->createLine(); line.isValid(); line = layout_->createLine()) {
-        line.setLineWidth(style_->wraps() ? style_->width() : unlimitedWidth);
-        const double row = static_cast<double>(starts_.size()) * style_->rowHeight();
-        line.setPosition({0, row + style_->ascent() - line.ascent()});
-        starts_.push_back(line.textStart());
+    QString text = withoutSeparators(m_text);
+    const QList<QTextLayout::FormatRange> otherFonts = ScriptFonts::choose(text, m_style->font());
+    m_layout = std::make_unique<QTextLayout>(text, m_style->font());
+    m_layout->setTextOption(m_style->textOption());
+    m_layout->setFormats(otherFonts);
+    m_layout->setCacheEnabled(true);
+    m_layout->beginLayout();
+    for (QTextLine line = m_layout->createLine(); line.isValid(); line = m_layout->createLine()) {
+        line.setLineWidth(m_style->wraps() ? m_style->width() : kUnlimitedWidth);
+        const double row = static_cast<double>(m_starts.size()) * m_style->rowHeight();
+        line.setPosition({0, row + m_style->ascent() - line.ascent()});
+        m_starts.push_back(line.textStart());
     }
-    layout_->endLayout();
-    if (starts_.empty())
-        starts_.push_back(0);
+    m_layout->endLayout();
+    if (m_starts.empty())
+        m_starts.push_back(0);
 }
 
 int RowLayout::rowEnd(int row) const
@@ -181,67 +181,67 @@ int RowLayout::rowEnd(int row) const
 
 int RowLayout::rowOf(int offset) const
 {
-    const auto after = std::ranges::upper_bound(starts_, offset);
-    return std::max(0, static_cast<int>(after - starts_.begin()) - 1);
+    const auto after = std::ranges::upper_bound(m_starts, offset);
+    return std::max(0, static_cast<int>(after - m_starts.begin()) - 1);
 }
 
 double RowLayout::rowWidth(int row) const
 {
-    if (!layout_)
-        return columnOf(rowEnd(row), row) * style_->columnWidth();
-    const QTextLine line = layout_->lineAt(row);
+    if (!m_layout)
+        return columnOf(rowEnd(row), row) * m_style->columnWidth();
+    const QTextLine line = m_layout->lineAt(row);
     return line.isValid() ? line.naturalTextWidth() : 0;
 }
 
 double RowLayout::xOf(int offset, int row) const
 {
     offset = std::clamp(offset, rowStart(row), rowEnd(row));
-    if (!layout_)
-        return columnOf(offset, row) * style_->columnWidth();
-    const QTextLine line = layout_->lineAt(row);
+    if (!m_layout)
+        return columnOf(offset, row) * m_style->columnWidth();
+    const QTextLine line = m_layout->lineAt(row);
     return line.isValid() ? line.cursorToX(offset) : 0;
 }
 
 int RowLayout::offsetAt(double x, int row) const
 {
-    if (!layout_) {
-        const double column = x / style_->columnWidth();
+    if (!m_layout) {
+        const double column = x / m_style->columnWidth();
         const int offset = offsetOfColumn(column, row);
         if (offset == rowEnd(row))
             return offset;
         const int next = columnOf(offset + 1, row);
         return column - columnOf(offset, row) < next - column ? offset : offset + 1;
     }
-    const QTextLine line = layout_->lineAt(row);
+    const QTextLine line = m_layout->lineAt(row);
     return line.isValid() ? line.xToCursor(x) : rowStart(row);
 }
 
 int RowLayout::characterAt(double x, int row) const
 {
-    if (!layout_)
-        return offsetOfColumn(x / style_->columnWidth(), row);
-    const QTextLine line = layout_->lineAt(row);
+    if (!m_layout)
+        return offsetOfColumn(x / m_style->columnWidth(), row);
+    const QTextLine line = m_layout->lineAt(row);
     return line.isValid() ? line.xToCursor(x, QTextLine::CursorOnCharacter) : rowStart(row);
 }
 
 int RowLayout::nextCharacter(int offset) const
 {
-    if (!layout_)
+    if (!m_layout)
         return std::min(offset + 1, length());
-    return layout_->nextCursorPosition(offset);
+    return m_layout->nextCursorPosition(offset);
 }
 
 int RowLayout::previousCharacter(int offset) const
 {
-    if (!layout_)
+    if (!m_layout)
         return std::max(offset - 1, 0);
-    return layout_->previousCursorPosition(offset);
+    return m_layout->previousCursorPosition(offset);
 }
 
 void RowLayout::draw(QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans,
     double left, double right) const
 {
-    if (!layout_)
+    if (!m_layout)
         drawPlain(painter, corner, row, spans, left, right);
     else
         drawLayout(painter, corner, row, spans);
@@ -259,11 +259,11 @@ void RowLayout::drawPlain(QPainter& painter, QPointF corner, int row,
             continue;
         const double x = corner.x() + xOf(from, row);
         if (span.paper != 0) {
-            const QRectF area(x, corner.y(), corner.x() + xOf(to, row) - x, style_->rowHeight());
+            const QRectF area(x, corner.y(), corner.x() + xOf(to, row) - x, m_style->rowHeight());
             painter.fillRect(area, QColor::fromRgb(span.paper));
         }
         painter.setPen(QColor::fromRgb(span.ink));
-        drawGlyphs(painter, {x, corner.y() + style_->ascent()}, row, from, to);
+        drawGlyphs(painter, {x, corner.y() + m_style->ascent()}, row, from, to);
     }
 }
 
@@ -271,12 +271,12 @@ void RowLayout::drawGlyphs(QPainter& painter, QPointF baseline, int row, int fro
 {
     Glyphs letters;
     Glyphs codes;
-    const PlainGlyphs& glyphs = style_->glyphs();
+    const PlainGlyphs& glyphs = m_style->glyphs();
     const QPointF offset = glyphs.codeOffset();
     const int firstColumn = columnOf(from, row);
     for (int i = from; i < to; ++i) {
-        const char16_t c = text_.at(i).unicode();
-        const double x = (columnOf(i, row) - firstColumn) * style_->columnWidth();
+        const char16_t c = m_text.at(i).unicode();
+        const double x = (columnOf(i, row) - firstColumn) * m_style->columnWidth();
         if (const quint32 glyph = glyphs.glyph(c); c != u' ' && glyph != 0) {
             letters.add(glyph, {x, 0});
         } else if (glyphs.isCode(c)) {
@@ -291,10 +291,10 @@ void RowLayout::drawGlyphs(QPainter& painter, QPointF baseline, int row, int fro
 void RowLayout::drawLayout(
     QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans) const
 {
-    const QTextLine line = layout_->lineAt(row);
+    const QTextLine line = m_layout->lineAt(row);
     if (!line.isValid() || spans.empty())
         return;
-    const QPointF origin(corner.x(), corner.y() - row * style_->rowHeight());
+    const QPointF origin(corner.x(), corner.y() - row * m_style->rowHeight());
     const QRgb ink = spans.front().ink;
     painter.setPen(QColor::fromRgb(ink));
     const QList<QTextLayout::FormatRange> formats = formatsOf(spans);
@@ -303,9 +303,9 @@ void RowLayout::drawLayout(
         return;
     }
     // The rows beside it are drawn along and cut off.
-    const QRectF area(0, corner.y(), corner.x() + unlimitedWidth, style_->rowHeight());
+    const QRectF area(0, corner.y(), corner.x() + kUnlimitedWidth, m_style->rowHeight());
     painter.save();
     painter.setClipRect(area, Qt::IntersectClip);
-    layout_->draw(&painter, origin, formats, area);
+    m_layout->draw(&painter, origin, formats, area);
     painter.restore();
 }

@@ -30,11 +30,11 @@ public:
     ~RowLayout();
     Q_DISABLE_COPY_MOVE(RowLayout)
 
-    [[nodiscard]] bool isPlain() const { return !layout_; }
-    [[nodiscard]] int length() const { return static_cast<int>(text_.size()); }
+    [[nodiscard]] bool isPlain() const { return !m_layout; }
+    [[nodiscard]] int length() const { return static_cast<int>(m_text.size()); }
     // At least one row; the first starts at 0, each ends where the next starts.
-    [[nodiscard]] int rowCount() const { return static_cast<int>(starts_.size()); }
-    [[nodiscard]] int rowStart(int row) const { return starts_.at(static_cast<std::size_t>(row)); }
+    [[nodiscard]] int rowCount() const { return static_cast<int>(m_starts.size()); }
+    [[nodiscard]] int rowStart(int row) const { return m_starts.at(static_cast<std::size_t>(row)); }
     [[nodiscard]] int rowEnd(int row) const;
     // Row that shows an offset; what stands between two rows belongs to the later one.
     [[nodiscard]] int rowOf(int offset) const;
@@ -67,10 +67,10 @@ private:
     void drawLayout(
         QPainter& painter, QPointF corner, int row, const std::vector<RowSpan>& spans) const;
 
-    std::shared_ptr<const RowStyle> style_;
-    QString text_;
-    std::vector<int> starts_;
-    std::vector<int> columns_; // where each character of a plain text with tabs starts in its row
-    std::vector<int> rowColumns_;         // and where each row of it ends
-    std::unique_ptr<QTextLayout> layout_; // null for plain text
+    std::shared_ptr<const RowStyle> m_style;
+    QString m_text;
+    std::vector<int> m_starts;
+    std::vector<int> m_columns; // where each character of a plain text with tabs starts in its row
+    std::vector<int> m_rowColumns;         // and where each row of it ends
+    std::unique_ptr<QTextLayout> m_layout; // null for plain text
 };

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int digitsOfByte = 3; // two and a blank
+constexpr int kDigitsOfByte = 3; // two and a blank
 
 QFont withoutKerning(QFont font)
 {
@@ -18,41 +18,41 @@ QFont withoutKerning(QFont font)
 } // namespace
 
 RowStyle::RowStyle(const QFont& font, double width, bool wrapAtBlanks)
-    : font_(withoutKerning(font))
-    , glyphs_(PlainGlyphs::of(font_))
-    , width_(width)
-    , wrapAtBlanks_(wrapAtBlanks)
+    : m_font(withoutKerning(font))
+    , m_glyphs(PlainGlyphs::of(m_font))
+    , m_width(width)
+    , m_wrapAtBlanks(wrapAtBlanks)
 {}
 
 int RowStyle::columns() const
 {
-    return std::max(1, static_cast<int>(std::floor(width_ / columnWidth() + 0.001)));
+    return std::max(1, static_cast<int>(std::floor(m_width / columnWidth() + 0.001)));
 }
 
 int RowStyle::rowLength() const
 {
-    constexpr int longest = LineCuts::longestSegment;
+    constexpr int kLongest = LineCuts::kLongestSegment;
     if (!wraps())
-        return longest;
+        return kLongest;
     if (!wrapsAtBlanks())
-        return std::min(columns(), longest);
-    return std::clamp((columns() + 1) / digitsOfByte, 1, longest / digitsOfByte) * digitsOfByte;
+        return std::min(columns(), kLongest);
+    return std::clamp((columns() + 1) / kDigitsOfByte, 1, kLongest / kDigitsOfByte) * kDigitsOfByte;
 }
 
 int RowStyle::segmentLength() const
 {
-    return static_cast<int>(LineCuts::longestSegment) / rowLength() * rowLength();
+    return static_cast<int>(LineCuts::kLongestSegment) / rowLength() * rowLength();
 }
 
 QTextOption RowStyle::textOption() const
 {
     // Rows start at the left whatever is written in them: columns stay under each other.
     QTextOption option(Qt::AlignLeft | Qt::AlignAbsolute);
-    option.setTabStopDistance(tabColumns * columnWidth());
+    option.setTabStopDistance(kTabColumns * columnWidth());
     if (!wraps())
         option.setWrapMode(QTextOption::NoWrap);
     else
         option.setWrapMode(
-            wrapAtBlanks_ ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::WrapAnywhere);
+            m_wrapAtBlanks ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::WrapAnywhere);
     return option;
 }

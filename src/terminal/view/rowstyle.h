@@ -11,20 +11,20 @@
 class RowStyle final
 {
 public:
-    static constexpr int tabColumns = 8;
+    static constexpr int kTabColumns = 8;
 
     // `width` in pixels; 0 does not wrap.
     RowStyle(const QFont& font, double width, bool wrapAtBlanks);
 
-    [[nodiscard]] const QFont& font() const { return font_; }
-    [[nodiscard]] bool wraps() const { return width_ > 0; }
-    [[nodiscard]] bool wrapsAtBlanks() const { return wraps() && wrapAtBlanks_; }
-    [[nodiscard]] double width() const { return width_; }
+    [[nodiscard]] const QFont& font() const { return m_font; }
+    [[nodiscard]] bool wraps() const { return m_width > 0; }
+    [[nodiscard]] bool wrapsAtBlanks() const { return wraps() && m_wrapAtBlanks; }
+    [[nodiscard]] double width() const { return m_width; }
     // All rows have the height of a line of this font, so that a place on the screen follows from
     // the row's number; a letter from another font may reach over it.
-    [[nodiscard]] double columnWidth() const { return glyphs_->columnWidth(); }
-    [[nodiscard]] int rowHeight() const { return glyphs_->rowHeight(); }
-    [[nodiscard]] int ascent() const { return glyphs_->ascent(); }
+    [[nodiscard]] double columnWidth() const { return m_glyphs->columnWidth(); }
+    [[nodiscard]] int rowHeight() const { return m_glyphs->rowHeight(); }
+    [[nodiscard]] int ascent() const { return m_glyphs->ascent(); }
     // Whole columns in a row that wraps, at least 1.
     [[nodiscard]] int columns() const;
     // Characters that fill a row, about; of one that does not wrap, the longest.
@@ -35,15 +35,15 @@ public:
     // Whether a character can be drawn by columns, without layout.
     [[nodiscard]] bool isPlain(char16_t c) const
     {
-        return glyphs_->glyph(c) != 0 || glyphs_->isCode(c)
-               || (c == u'\t' && glyphs_->hasColumns() && !wrapsAtBlanks());
+        return m_glyphs->glyph(c) != 0 || m_glyphs->isCode(c)
+               || (c == u'\t' && m_glyphs->hasColumns() && !wrapsAtBlanks());
     }
-    [[nodiscard]] const PlainGlyphs& glyphs() const { return *glyphs_; }
+    [[nodiscard]] const PlainGlyphs& glyphs() const { return *m_glyphs; }
     [[nodiscard]] QTextOption textOption() const;
 
 private:
-    QFont font_;
-    std::shared_ptr<const PlainGlyphs> glyphs_;
-    double width_;
-    bool wrapAtBlanks_;
+    QFont m_font;
+    std::shared_ptr<const PlainGlyphs> m_glyphs;
+    double m_width;
+    bool m_wrapAtBlanks;
 };

@@ -87,7 +87,7 @@ QList<QTextLayout::FormatRange> ScriptFonts::choose(QString& text, const QFont& 
             const auto shaped = shapedScript(script);
             const QString wanted = shaped ? familyFor(*shaped) : QString();
             if (shaped && wanted.isEmpty()) {
-                text[i] = box;
+                text[i] = kBox;
             } else {
                 if (!wanted.isEmpty() && wanted != family)
                     ranges.append(stretch(scriptSeen ? i : 0, i, font, wanted));

@@ -15,7 +15,7 @@ class ScriptFonts final
 {
 public:
     // Stands for one UTF-16 code unit that cannot be drawn.
-    static constexpr char16_t box = u'\u25A1'; // WHITE SQUARE
+    static constexpr char16_t kBox = u'\u25A1'; // WHITE SQUARE
 
     // Prepares a text for layout in a font: puts boxes into it, of the same length, and returns
     // the stretches that are to be laid out in another family.

@@ -8,7 +8,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr char escape = '\x1B';
+constexpr char kEscape = '\x1B';
 
 struct ControlKey
 {
@@ -17,7 +17,7 @@ struct ControlKey
 };
 
 // Ctrl with a key other than a letter. The digits are where keyboards without the sign have it.
-constexpr std::array controlKeys{
+constexpr std::array kControlKeys{
     ControlKey{Qt::Key_Space, '\x00'},
     ControlKey{Qt::Key_At, '\x00'},
     ControlKey{Qt::Key_2, '\x00'},
@@ -44,7 +44,7 @@ struct SequenceKey
     char final;
 };
 
-constexpr std::array sequenceKeys{
+constexpr std::array kSequenceKeys{
     SequenceKey{Qt::Key_Up, 1, 'A'},
     SequenceKey{Qt::Key_Down, 1, 'B'},
     SequenceKey{Qt::Key_Right, 1, 'C'},
@@ -84,7 +84,7 @@ QByteArray sequence(const SequenceKey& key, Qt::KeyboardModifiers modifiers)
     const int parameter = 1 + (modifiers.testFlag(Qt::ShiftModifier) ? 1 : 0)
                           + (modifiers.testFlag(Qt::AltModifier) ? 2 : 0)
                           + (modifiers.testFlag(Qt::ControlModifier) ? 4 : 0);
-    QByteArray bytes(1, escape);
+    QByteArray bytes(1, kEscape);
     if (parameter > 1)
         bytes += '[' + QByteArray::number(key.number) + ';' + QByteArray::number(parameter);
     else if (key.final == '~')
@@ -105,14 +105,14 @@ std::optional<TypedKey> editingKey(int key, Qt::KeyboardModifiers modifiers)
     case Qt::Key_Backtab:
         return control("\x1B[Z"_ba);
     case Qt::Key_Escape:
-        return control(QByteArray(1, escape));
+        return control(QByteArray(1, kEscape));
     case Qt::Key_Backspace:
         return control(modifiers & (Qt::ShiftModifier | Qt::ControlModifier) ? "\x7F"_ba : "\b"_ba);
     default:
         break;
     }
-    const auto found = std::ranges::find(sequenceKeys, key, &SequenceKey::key);
-    if (found != sequenceKeys.end())
+    const auto found = std::ranges::find(kSequenceKeys, key, &SequenceKey::key);
+    if (found != kSequenceKeys.end())
         return control(sequence(*found, modifiers));
     return std::nullopt;
 }
@@ -124,8 +124,8 @@ TypedKey controlCharacter(int key, Qt::KeyboardModifiers modifiers, const QStrin
         return {};
     if (letter)
         return control(QByteArray(1, static_cast<char>(key - Qt::Key_A + 1)));
-    const auto found = std::ranges::find(controlKeys, key, &ControlKey::key);
-    if (found != controlKeys.end())
+    const auto found = std::ranges::find(kControlKeys, key, &ControlKey::key);
+    if (found != kControlKeys.end())
         return control(QByteArray(1, found->byte));
     // Layouts without Latin letters still report the control character of the key's position.
     if (text.size() == 1 && text.front() < u' ' && !modifiers.testFlag(Qt::ShiftModifier))
@@ -155,6 +155,6 @@ TypedKey TerminalKeyMap::map(int key, Qt::KeyboardModifiers modifiers, const QSt
     if (!isPrintable(text))
         return {};
     if (alt && !ctrl && text.size() == 1 && text.front() < QChar(u'\x7F'))
-        return control(escape + text.toLatin1());
+        return control(kEscape + text.toLatin1());
     return {TypedKey::Kind::Text, text, {}};
 }

@@ -27,7 +27,7 @@ double contrastRatio(const QColor& one, const QColor& other)
 
 bool isReadable(const QColor& text, const QColor& background)
 {
-    return contrastRatio(text, background) >= lowestContrast;
+    return contrastRatio(text, background) >= kLowestContrast;
 }
 
 QColor blended(const QColor& bottom, const QColor& top, double share)

@@ -7,7 +7,7 @@
 
 // Below this ratio a text is taken for unreadable: a person's choice of a pale colour stands,
 // black on a dark background does not.
-inline constexpr double lowestContrast = 2.0;
+inline constexpr double kLowestContrast = 2.0;
 
 [[nodiscard]] bool isReadable(const QColor& text, const QColor& background);
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr QChar lineFeed = u'\n';
+constexpr QChar kLineFeed = u'\n';
 
 // Half a surrogate pair is no text that an expression could be matched against.
 void replaceLoneSurrogates(QString& text)
@@ -29,94 +29,95 @@ void replaceLoneSurrogates(QString& text)
 
 TextFind::TextFind(const TextSource& source, QObject* parent)
     : QObject(parent)
-    , source_(source)
+    , m_source(source)
 {
-    timer_.setInterval(0);
-    connect(&timer_, &QTimer::timeout, this, &TextFind::runSlice);
+    m_timer.setInterval(0);
+    connect(&m_timer, &QTimer::timeout, this, &TextFind::runSlice);
 }
 
 void TextFind::setPattern(const TextPattern& pattern, qint64 from)
 {
-    pattern_ = pattern;
-    matcher_.reset();
-    error_.clear();
-    line_ = firstLine_ = {};
-    spentUs_ = tried_ = 0;
-    current_.reset();
-    wanted_ = from;
-    restartAt(source_.firstPosition());
+    m_pattern = pattern;
+    m_matcher.reset();
+    m_error.clear();
+    m_line = m_firstLine = {};
+    m_spentUs = m_tried = 0;
+    m_current.reset();
+    m_wanted = from;
+    restartAt(m_source.firstPosition());
     if (!pattern.text.isEmpty()) {
-        matcher_.emplace(pattern);
-        error_ = matcher_->errorText();
-        if (!error_.isEmpty())
-            matcher_.reset();
+        m_matcher.emplace(pattern);
+        m_error = m_matcher->errorText();
+        if (!m_error.isEmpty())
+            m_matcher.reset();
     }
-    choosing_ = hasWork();
-    if (choosing_)
-        timer_.start();
+    m_choosing = hasWork();
+    if (m_choosing)
+        m_timer.start();
     else
-        timer_.stop();
+        m_timer.stop();
     Q_EMIT changed();
 }
 
 void TextFind::sourceChanged()
 {
-    if (!matcher_)
+    if (!m_matcher)
         return;
-    const qint64 first = source_.firstPosition();
-    if (first > next_) {
+    const qint64 first = m_source.firstPosition();
+    if (first > m_next) {
         restartAt(first);
-    } else if (first > first_) {
-        first_ = first;
-        firstLineCut_ = true;
-        const auto gone = std::ranges::lower_bound(matches_, first, {}, &TextMatch::position);
-        matches_.erase(matches_.begin(), gone);
+    } else if (first > m_first) {
+        m_first = first;
+        m_firstLineCut = true;
+        const auto gone = std::ranges::lower_bound(m_matches, first, {}, &TextMatch::position);
+        m_matches.erase(m_matches.begin(), gone);
     }
-    if (hasWork() && !timer_.isActive())
-        timer_.start();
+    if (hasWork() && !m_timer.isActive())
+        m_timer.start();
     Q_EMIT changed();
 }
 
 bool TextFind::isLimited() const
 {
-    return matcher_ && matchCount() >= maximumMatches && source_.endPosition() > searchedEnd_;
+    return m_matcher && matchCount() >= kMaximumMatches && m_source.endPosition() > m_searchedEnd;
 }
 
 bool TextFind::hasWork() const
 {
-    if (!matcher_)
+    if (!m_matcher)
         return false;
-    return firstLineCut_ || (matchCount() < maximumMatches && source_.endPosition() > searchedEnd_);
+    return m_firstLineCut
+           || (matchCount() < kMaximumMatches && m_source.endPosition() > m_searchedEnd);
 }
 
 TextMatch TextFind::matchAt(int index) const
 {
-    return matches_.at(static_cast<std::size_t>(index));
+    return m_matches.at(static_cast<std::size_t>(index));
 }
 
 int TextFind::firstMatchAfter(qint64 position) const
 {
-    const auto found = std::ranges::upper_bound(matches_, position, {}, &TextMatch::end);
-    return static_cast<int>(found - matches_.begin());
+    const auto found = std::ranges::upper_bound(m_matches, position, {}, &TextMatch::end);
+    return static_cast<int>(found - m_matches.begin());
 }
 
 int TextFind::currentIndex() const
 {
-    if (!current_)
+    if (!m_current)
         return -1;
-    const auto found = std::ranges::lower_bound(matches_, *current_, {}, &TextMatch::position);
-    if (found == matches_.end() || found->position != *current_)
+    const auto found = std::ranges::lower_bound(m_matches, *m_current, {}, &TextMatch::position);
+    if (found == m_matches.end() || found->position != *m_current)
         return -1;
-    return static_cast<int>(found - matches_.begin());
+    return static_cast<int>(found - m_matches.begin());
 }
 
 void TextFind::next()
 {
-    if (matches_.empty())
+    if (m_matches.empty())
         return;
     const auto found =
-        std::ranges::lower_bound(matches_, current_.value_or(wanted_), {}, &TextMatch::position);
-    auto index = static_cast<int>(found - matches_.begin());
+        std::ranges::lower_bound(m_matches, m_current.value_or(m_wanted), {}, &TextMatch::position);
+    auto index = static_cast<int>(found - m_matches.begin());
     if (currentIndex() >= 0)
         ++index;
     setCurrent(index < matchCount() ? index : 0);
@@ -124,86 +125,87 @@ void TextFind::next()
 
 void TextFind::previous()
 {
-    if (matches_.empty())
+    if (m_matches.empty())
         return;
     const auto found =
-        std::ranges::lower_bound(matches_, current_.value_or(wanted_), {}, &TextMatch::position);
-    const auto index = static_cast<int>(found - matches_.begin());
+        std::ranges::lower_bound(m_matches, m_current.value_or(m_wanted), {}, &TextMatch::position);
+    const auto index = static_cast<int>(found - m_matches.begin());
     setCurrent(index > 0 ? index - 1 : matchCount() - 1);
 }
 
 void TextFind::setCurrent(int index)
 {
-    choosing_ = false;
-    current_ = matchAt(index).position;
+    m_choosing = false;
+    m_current = matchAt(index).position;
     Q_EMIT currentMoved();
     Q_EMIT changed();
 }
 
 void TextFind::runSlice()
 {
-    const QDeadlineTimer deadline(sliceBudgetMs, Qt::PreciseTimer);
+    const QDeadlineTimer deadline(kSliceBudgetMs, Qt::PreciseTimer);
     const std::clock_t start = std::clock();
-    if (firstLineCut_)
+    if (m_firstLineCut)
         searchFirstLine(deadline);
     while (hasWork() && !deadline.hasExpired())
         searchOnce(deadline);
-    spentUs_ += (std::clock() - start) / (CLOCKS_PER_SEC / 1'000'000);
+    m_spentUs += (std::clock() - start) / (CLOCKS_PER_SEC / 1'000'000);
     if (isTooSlow())
         giveUp();
     const bool complete = !hasWork();
     if (complete)
-        timer_.stop();
-    if (choosing_)
+        m_timer.stop();
+    if (m_choosing)
         chooseFirst(complete);
     Q_EMIT changed();
 }
 
 void TextFind::chooseFirst(bool complete)
 {
-    const auto found = std::ranges::lower_bound(matches_, wanted_, {}, &TextMatch::position);
-    if (found != matches_.end())
-        setCurrent(static_cast<int>(found - matches_.begin()));
-    else if (complete && !matches_.empty())
+    const auto found = std::ranges::lower_bound(m_matches, m_wanted, {}, &TextMatch::position);
+    if (found != m_matches.end())
+        setCurrent(static_cast<int>(found - m_matches.begin()));
+    else if (complete && !m_matches.empty())
         setCurrent(0);
     else
-        choosing_ = !complete;
+        m_choosing = !complete;
 }
 
 // What a removal left of a line is a line of its own: an anchored expression may match anew, and
 // matches may lie differently.
 void TextFind::searchFirstLine(const QDeadlineTimer& deadline)
 {
-    firstLineCut_ = false;
-    QString line = read(first_, window);
-    const qsizetype length = line.indexOf(lineFeed);
-    if (length < 0 || first_ + length >= next_) {
-        restartAt(first_);
+    m_firstLineCut = false;
+    QString line = read(m_first, kWindow);
+    const qsizetype length = line.indexOf(kLineFeed);
+    if (length < 0 || m_first + length >= m_next) {
+        restartAt(m_first);
         return;
     }
     line.truncate(length);
-    const qint64 lineEnd = first_ + length;
+    const qint64 lineEnd = m_first + length;
     QList<TextMatch> found;
-    if (matcher_->isPlain()) {
-        matcher_->findPlain(line, first_, found);
+    if (m_matcher->isPlain()) {
+        m_matcher->findPlain(line, m_first, found);
     } else {
-        const auto outcome = matcher_->findInLine(line, 0, first_, firstLine_, deadline);
+        const auto outcome = m_matcher->findInLine(line, 0, m_first, m_firstLine, deadline);
         if (outcome == TextMatcher::Outcome::GivenUp)
             return giveUp();
-        firstLineCut_ = outcome == TextMatcher::Outcome::Paused;
-        if (firstLineCut_)
+        m_firstLineCut = outcome == TextMatcher::Outcome::Paused;
+        if (m_firstLineCut)
             return;
-        found = std::exchange(firstLine_, {}).found;
-        tried_ += length;
+        found = std::exchange(m_firstLine, {}).found;
+        m_tried += length;
     }
-    std::erase_if(matches_, [lineEnd](const TextMatch& match) { return match.position < lineEnd; });
-    matches_.insert(matches_.begin(), found.cbegin(), found.cend());
+    std::erase_if(
+        m_matches, [lineEnd](const TextMatch& match) { return match.position < lineEnd; });
+    m_matches.insert(m_matches.begin(), found.cbegin(), found.cend());
 }
 
 void TextFind::searchOnce(const QDeadlineTimer& deadline)
 {
-    dropMatchesFrom(next_);
-    if (matcher_->isPlain())
+    dropMatchesFrom(m_next);
+    if (m_matcher->isPlain())
         searchPlain();
     else
         searchLines(deadline);
@@ -211,44 +213,44 @@ void TextFind::searchOnce(const QDeadlineTimer& deadline)
 
 void TextFind::searchPlain()
 {
-    const QString text = source_.textAt(next_, std::max(window, 2 * matcher_->patternLength()));
+    const QString text = m_source.textAt(m_next, std::max(kWindow, 2 * m_matcher->patternLength()));
     QList<TextMatch> found;
-    matcher_->findPlain(text, next_, found);
-    matches_.insert(matches_.end(), found.cbegin(), found.cend());
-    searchedEnd_ = next_ + text.size();
+    m_matcher->findPlain(text, m_next, found);
+    m_matches.insert(m_matches.end(), found.cbegin(), found.cend());
+    m_searchedEnd = m_next + text.size();
     // The beginning of a match may stand at the end.
-    next_ = std::max(next_, searchedEnd_ - (matcher_->patternLength() - 1));
+    m_next = std::max(m_next, m_searchedEnd - (m_matcher->patternLength() - 1));
     if (!found.isEmpty())
-        next_ = std::max(next_, found.constLast().end());
+        m_next = std::max(m_next, found.constLast().end());
 }
 
 void TextFind::searchLines(const QDeadlineTimer& deadline)
 {
-    const qint64 context = insideLine_ ? std::min(overlap, next_ - first_) : 0;
-    const qint64 base = next_ - context;
-    const QString text = read(base, context + window);
-    const bool reachesEnd = base + text.size() == source_.endPosition();
+    const qint64 context = m_insideLine ? std::min(kOverlap, m_next - m_first) : 0;
+    const qint64 base = m_next - context;
+    const QString text = read(base, context + kWindow);
+    const bool reachesEnd = base + text.size() == m_source.endPosition();
     QList<TextMatch> found;
     qsizetype start = 0;
     qsizetype from = context;
-    qsizetype end = text.indexOf(lineFeed, from);
+    qsizetype end = text.indexOf(kLineFeed, from);
     auto outcome = TextMatcher::Outcome::Done;
     while (end >= 0 && (start == 0 || !deadline.hasExpired())) {
         const QStringView line = QStringView(text).mid(start, end - start);
-        outcome = matcher_->findInLine(line, from - start, base + start, line_, deadline);
+        outcome = m_matcher->findInLine(line, from - start, base + start, m_line, deadline);
         if (outcome != TextMatcher::Outcome::Done)
             break;
-        found += std::exchange(line_, {}).found;
-        tried_ += end + 1 - from;
+        found += std::exchange(m_line, {}).found;
+        m_tried += end + 1 - from;
         start = from = end + 1;
-        end = text.indexOf(lineFeed, from);
+        end = text.indexOf(kLineFeed, from);
     }
-    matches_.insert(matches_.end(), found.cbegin(), found.cend());
+    m_matches.insert(m_matches.end(), found.cbegin(), found.cend());
     if (outcome == TextMatcher::Outcome::GivenUp)
         return giveUp();
     if (start > 0) {
-        next_ = searchedEnd_ = base + start;
-        insideLine_ = false;
+        m_next = m_searchedEnd = base + start;
+        m_insideLine = false;
         if (end >= 0 || !reachesEnd || start == text.size())
             return;
     }
@@ -261,60 +263,60 @@ void TextFind::searchLines(const QDeadlineTimer& deadline)
 void TextFind::searchLongLine(
     QStringView text, qsizetype context, bool unfinished, const QDeadlineTimer& deadline)
 {
-    const qint64 base = next_ - context;
-    const auto outcome = matcher_->findInLine(text, context, base, line_, deadline);
+    const qint64 base = m_next - context;
+    const auto outcome = m_matcher->findInLine(text, context, base, m_line, deadline);
     if (outcome == TextMatcher::Outcome::GivenUp)
         return giveUp();
     if (outcome == TextMatcher::Outcome::Paused)
         return;
-    QList<TextMatch> found = std::exchange(line_, {}).found;
+    QList<TextMatch> found = std::exchange(m_line, {}).found;
     const qint64 end = base + text.size();
-    tried_ += text.size() - context;
-    searchedEnd_ = end;
-    if (!unfinished || text.size() - context >= window) {
-        const qint64 cut = end - overlap;
+    m_tried += text.size() - context;
+    m_searchedEnd = end;
+    if (!unfinished || text.size() - context >= kWindow) {
+        const qint64 cut = end - kOverlap;
         while (!found.isEmpty() && found.constLast().position >= cut)
             found.removeLast();
-        next_ = found.isEmpty() ? cut : std::max(cut, found.constLast().end());
-        searchedEnd_ = next_;
-        insideLine_ = true;
+        m_next = found.isEmpty() ? cut : std::max(cut, found.constLast().end());
+        m_searchedEnd = m_next;
+        m_insideLine = true;
     }
-    matches_.insert(matches_.end(), found.cbegin(), found.cend());
+    m_matches.insert(m_matches.end(), found.cbegin(), found.cend());
 }
 
 bool TextFind::isTooSlow() const
 {
-    constexpr qint64 usPerMs = 1000;
-    constexpr qint64 msPerSecond = 1000;
-    return matcher_ && !matcher_->isPlain() && spentUs_ > patienceMs * usPerMs
-           && tried_ < spentUs_ / usPerMs * slowestCharactersPerSecond / msPerSecond;
+    constexpr qint64 kUsPerMs = 1000;
+    constexpr qint64 kMsPerSecond = 1000;
+    return m_matcher && !m_matcher->isPlain() && m_spentUs > kPatienceMs * kUsPerMs
+           && m_tried < m_spentUs / kUsPerMs * kSlowestCharactersPerSecond / kMsPerSecond;
 }
 
 void TextFind::giveUp()
 {
-    restartAt(first_);
-    matcher_.reset();
-    error_ = tr("The expression takes too many steps");
+    restartAt(m_first);
+    m_matcher.reset();
+    m_error = tr("The expression takes too many steps");
 }
 
 void TextFind::restartAt(qint64 position)
 {
-    matches_.clear();
-    first_ = next_ = searchedEnd_ = position;
-    insideLine_ = false;
-    firstLineCut_ = false;
+    m_matches.clear();
+    m_first = m_next = m_searchedEnd = position;
+    m_insideLine = false;
+    m_firstLineCut = false;
 }
 
 void TextFind::dropMatchesFrom(qint64 position)
 {
-    while (!matches_.empty() && matches_.back().position >= position)
-        matches_.pop_back();
+    while (!m_matches.empty() && m_matches.back().position >= position)
+        m_matches.pop_back();
 }
 
 QString TextFind::read(qint64 position, qint64 count) const
 {
-    QString text = source_.textAt(position, count);
-    if (!matcher_->isPlain())
+    QString text = m_source.textAt(position, count);
+    if (!m_matcher->isPlain())
         replaceLoneSurrogates(text);
     return text;
 }

@@ -8,27 +8,27 @@ namespace {
 // empty row takes some, too.
 qint64 costOf(const RowLayout& layout)
 {
-    constexpr qint64 plainRow = 64;
-    constexpr qint64 laidOutRow = 256;
-    constexpr qint64 laidOutCharacter = 3;
-    return layout.isPlain() ? plainRow + layout.length()
-                            : laidOutRow + laidOutCharacter * layout.length();
+    constexpr qint64 kPlainRow = 64;
+    constexpr qint64 kLaidOutRow = 256;
+    constexpr qint64 kLaidOutCharacter = 3;
+    return layout.isPlain() ? kPlainRow + layout.length()
+                            : kLaidOutRow + kLaidOutCharacter * layout.length();
 }
 
 } // namespace
 
 void TextFlow::setStyle(const std::shared_ptr<const RowStyle>& style)
 {
-    style_ = style;
-    cuts_.setLength(style->segmentLength(), style->wrapsAtBlanks());
-    newer_.clear();
-    older_.clear();
-    cost_ = 0;
+    m_style = style;
+    m_cuts.setLength(style->segmentLength(), style->wrapsAtBlanks());
+    m_newer.clear();
+    m_older.clear();
+    m_cost = 0;
 }
 
 TextRow TextFlow::rowAt(qint64 position)
 {
-    const TextSegment segment = cuts_.segmentAt(position);
+    const TextSegment segment = m_cuts.segmentAt(position);
     TextRow row{segment, layoutOf(segment), 0};
     row.row = row.layout->rowOf(row.offsetOf(position));
     return row;
@@ -40,7 +40,7 @@ bool TextFlow::goNext(TextRow& row)
         ++row.row;
         return true;
     }
-    const auto next = cuts_.next(row.segment);
+    const auto next = m_cuts.next(row.segment);
     if (next)
         row = {*next, layoutOf(*next), 0};
     return next.has_value();
@@ -52,7 +52,7 @@ bool TextFlow::goPrevious(TextRow& row)
         --row.row;
         return true;
     }
-    const auto previous = cuts_.previous(row.segment);
+    const auto previous = m_cuts.previous(row.segment);
     if (previous) {
         row = {*previous, layoutOf(*previous), 0};
         row.row = row.layout->rowCount() - 1;
@@ -71,22 +71,22 @@ TextRow TextFlow::moved(TextRow row, qint64 count)
 
 std::shared_ptr<const RowLayout> TextFlow::layoutOf(const TextSegment& segment)
 {
-    const auto newer = newer_.find(segment.from);
-    if (newer != newer_.end() && newer->second.to == segment.to)
+    const auto newer = m_newer.find(segment.from);
+    if (newer != m_newer.end() && newer->second.to == segment.to)
         return newer->second.layout;
-    if (cost_ > keptCost) {
-        older_ = std::exchange(newer_, {});
-        cost_ = 0;
+    if (m_cost > kKeptCost) {
+        m_older = std::exchange(m_newer, {});
+        m_cost = 0;
     }
     Kept kept{segment.to, nullptr};
-    const auto older = older_.find(segment.from);
-    if (older != older_.end() && older->second.to == segment.to)
+    const auto older = m_older.find(segment.from);
+    if (older != m_older.end() && older->second.to == segment.to)
         kept.layout = std::move(older->second.layout);
     else
         kept.layout = std::make_shared<const RowLayout>(
-            store_.textAt(segment.from, segment.length()), style_);
-    if (older != older_.end())
-        older_.erase(older);
-    cost_ += costOf(*kept.layout);
-    return newer_.insert_or_assign(segment.from, std::move(kept)).first->second.layout;
+            m_store.textAt(segment.from, segment.length()), m_style);
+    if (older != m_older.end())
+        m_older.erase(older);
+    m_cost += costOf(*kept.layout);
+    return m_newer.insert_or_assign(segment.from, std::move(kept)).first->second.layout;
 }

@@ -33,16 +33,16 @@ public:
     // Characters of plain text, or what takes as much memory, in one half of the kept layouts. A
     // large screen full of lines that are not wrapped can have as many; of wrapped ones it has a
     // few thousand.
-    static constexpr qint64 keptCost = 262'144;
+    static constexpr qint64 kKeptCost = 262'144;
 
     // The store must outlive this object.
     explicit TextFlow(const TextStore& store)
-        : store_(store)
-        , cuts_(store)
+        : m_store(store)
+        , m_cuts(store)
     {}
 
     void setStyle(const std::shared_ptr<const RowStyle>& style);
-    [[nodiscard]] const RowStyle& style() const { return *style_; }
+    [[nodiscard]] const RowStyle& style() const { return *m_style; }
 
     // The row that holds a position; a held one next to a position that is not.
     [[nodiscard]] TextRow rowAt(qint64 position);
@@ -61,12 +61,12 @@ private:
 
     [[nodiscard]] std::shared_ptr<const RowLayout> layoutOf(const TextSegment& segment);
 
-    const TextStore& store_;
-    LineCuts cuts_;
-    std::shared_ptr<const RowStyle> style_;
+    const TextStore& m_store;
+    LineCuts m_cuts;
+    std::shared_ptr<const RowStyle> m_style;
     // By where the segment starts. When the newer half is full, it becomes the older one, and what
     // nobody asked for since the last time is gone.
-    std::unordered_map<qint64, Kept> newer_;
-    std::unordered_map<qint64, Kept> older_;
-    qint64 cost_ = 0; // of the newer ones
+    std::unordered_map<qint64, Kept> m_newer;
+    std::unordered_map<qint64, Kept> m_older;
+    qint64 m_cost = 0; // of the newer ones
 };

@@ -20,53 +20,53 @@ bool mayRunUncounted(const QString& expression)
 } // namespace
 
 TextMatcher::TextMatcher(const TextPattern& pattern)
-    : plain_(!pattern.regularExpression)
+    : m_plain(!pattern.regularExpression)
 {
-    if (plain_) {
-        needle_ = QStringMatcher(
+    if (m_plain) {
+        m_needle = QStringMatcher(
             pattern.text, pattern.caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive);
         return;
     }
     QRegularExpression::PatternOptions options = QRegularExpression::UseUnicodePropertiesOption;
     if (!pattern.caseSensitive)
         options |= QRegularExpression::CaseInsensitiveOption;
-    quick_ = QRegularExpression(pattern.text, options);
-    if (!quick_.isValid()) {
-        error_ = quick_.errorString();
+    m_quick = QRegularExpression(pattern.text, options);
+    if (!m_quick.isValid()) {
+        m_error = m_quick.errorString();
         return;
     }
-    quick_.setPattern(u"(*LIMIT_MATCH=%1)"_s.arg(pieceStepLimit) + pattern.text);
-    text_ = pattern.text;
-    runsUncounted_ = mayRunUncounted(text_);
-    careful_.setPatternOptions(options);
+    m_quick.setPattern(u"(*LIMIT_MATCH=%1)"_s.arg(kPieceStepLimit) + pattern.text);
+    m_text = pattern.text;
+    m_runsUncounted = mayRunUncounted(m_text);
+    m_careful.setPatternOptions(options);
 }
 
 // The limit is a part of the pattern, so the pattern is compiled anew for lines of another length.
 void TextMatcher::allowStepsFor(qsizetype length) const
 {
-    constexpr qsizetype grain = 1024;
-    const qsizetype rounded = runsUncounted_ ? (length / grain + 1) * grain : 1;
-    if (carefulLength_ == rounded)
+    constexpr qsizetype kGrain = 1024;
+    const qsizetype rounded = m_runsUncounted ? (length / kGrain + 1) * kGrain : 1;
+    if (m_carefulLength == rounded)
         return;
-    carefulLength_ = rounded;
-    const qsizetype steps = std::min<qsizetype>(stepLimit, characterLimit / rounded);
+    m_carefulLength = rounded;
+    const qsizetype steps = std::min<qsizetype>(kStepLimit, kCharacterLimit / rounded);
     // Repeats that never give back are run through without being counted as steps.
-    careful_.setPattern(u"(*LIMIT_MATCH=%1)(*NO_AUTO_POSSESS)"_s.arg(steps) + text_);
+    m_careful.setPattern(u"(*LIMIT_MATCH=%1)(*NO_AUTO_POSSESS)"_s.arg(steps) + m_text);
 }
 
 void TextMatcher::findPlain(QStringView text, qint64 base, QList<TextMatch>& matches) const
 {
-    const qsizetype length = needle_.pattern().size();
-    if (!plain_ || length == 0)
+    const qsizetype length = m_needle.pattern().size();
+    if (!m_plain || length == 0)
         return;
-    for (qsizetype at = needle_.indexIn(text); at >= 0; at = needle_.indexIn(text, at + length))
+    for (qsizetype at = m_needle.indexIn(text); at >= 0; at = m_needle.indexIn(text, at + length))
         matches.append({base + at, length});
 }
 
 TextMatcher::Outcome TextMatcher::findInLine(QStringView line, qsizetype from, qint64 base,
     LineSearch& search, const QDeadlineTimer& deadline) const
 {
-    if (plain_ || !error_.isEmpty())
+    if (m_plain || !m_error.isEmpty())
         return Outcome::Done;
     if (search.base != base || search.size != line.size() || search.from != from) {
         // The time spent stays: a line that grows all the time must not be tried for ever.
@@ -87,12 +87,12 @@ TextMatcher::Outcome TextMatcher::findInLine(QStringView line, qsizetype from, q
 // at the place in question; without one, what is behind the piece does not matter.
 void TextMatcher::tryPiece(QStringView line, LineSearch& search) const
 {
-    qsizetype end = std::min(search.at + piece, line.size());
+    qsizetype end = std::min(search.at + kPiece, line.size());
     if (end < line.size() && line.at(end - 1).isHighSurrogate())
         ++end;
     const auto type = end < line.size() ? QRegularExpression::PartialPreferFirstMatch
                                         : QRegularExpression::NormalMatch;
-    auto found = quick_.globalMatch(
+    auto found = m_quick.globalMatch(
         line.first(end), search.at, type, QRegularExpression::DontCheckSubjectStringMatchOption);
     while (found.hasNext()) {
         const QRegularExpressionMatch match = found.next();
@@ -121,7 +121,7 @@ bool TextMatcher::tryPlace(QStringView line, LineSearch& search) const
     allowStepsFor(line.size() - place);
     if (search.at < line.size() && line.at(search.at).isLowSurrogate())
         ++search.at;
-    auto found = careful_.globalMatch(line, place, QRegularExpression::NormalMatch,
+    auto found = m_careful.globalMatch(line, place, QRegularExpression::NormalMatch,
         QRegularExpression::AnchorAtOffsetMatchOption
             | QRegularExpression::DontCheckSubjectStringMatchOption);
     bool decided = false;
@@ -134,5 +134,5 @@ bool TextMatcher::tryPlace(QStringView line, LineSearch& search) const
         search.at = std::max(search.at, match.capturedEnd());
     }
     search.spentUs += (std::clock() - start) / (CLOCKS_PER_SEC / 1'000'000);
-    return (decided || found.isValid()) && search.spentUs < qint64{lineBudgetMs} * 1000;
+    return (decided || found.isValid()) && search.spentUs < qint64{kLineBudgetMs} * 1000;
 }

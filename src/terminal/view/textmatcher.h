@@ -55,19 +55,19 @@ public:
     // An expression is given up when it takes this many steps at one place of a line, or as many
     // as make this many characters when each runs through the line, or this much of the processor
     // for one line.
-    static constexpr int stepLimit = 100'000;
-    static constexpr qsizetype characterLimit = 20'000'000;
-    static constexpr int lineBudgetMs = 500;
+    static constexpr int kStepLimit = 100'000;
+    static constexpr qsizetype kCharacterLimit = 20'000'000;
+    static constexpr int kLineBudgetMs = 500;
     // Places tried by one call into the expression at most. A step may run through the rest of
     // the piece: places, steps and characters multiply to what takes a few milliseconds.
-    static constexpr qsizetype piece = 256;
-    static constexpr int pieceStepLimit = 64;
+    static constexpr qsizetype kPiece = 256;
+    static constexpr int kPieceStepLimit = 64;
 
     // An invalid expression gives an error text and finds nothing.
     explicit TextMatcher(const TextPattern& pattern);
-    [[nodiscard]] QString errorText() const { return error_; }
-    [[nodiscard]] bool isPlain() const { return plain_; }
-    [[nodiscard]] qint64 patternLength() const { return needle_.pattern().size(); }
+    [[nodiscard]] QString errorText() const { return m_error; }
+    [[nodiscard]] bool isPlain() const { return m_plain; }
+    [[nodiscard]] qint64 patternLength() const { return m_needle.pattern().size(); }
 
     // Adds the matches that start at `from` or after it; positions are those in the text plus
     // `base`. Plain text only.
@@ -84,12 +84,12 @@ private:
     [[nodiscard]] bool tryPlace(QStringView line, LineSearch& search) const;
     void allowStepsFor(qsizetype length) const;
 
-    QStringMatcher needle_;
-    QRegularExpression quick_;
-    mutable QRegularExpression careful_;
-    mutable qsizetype carefulLength_ = 0; // of the lines that its limit is made for
-    bool runsUncounted_ = false;
-    QString text_;
-    QString error_;
-    bool plain_ = true;
+    QStringMatcher m_needle;
+    QRegularExpression m_quick;
+    mutable QRegularExpression m_careful;
+    mutable qsizetype m_carefulLength = 0; // of the lines that its limit is made for
+    bool m_runsUncounted = false;
+    QString m_text;
+    QString m_error;
+    bool m_plain = true;
 };

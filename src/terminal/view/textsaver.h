@@ -8,7 +8,7 @@
 class TextSource;
 
 // Writes the text that a source holds at the start to a file: UTF-8, line ends as LF. The file
-// appears under its name only when it is complete (QSaveFile). One slice of sliceCharacters is
+// appears under its name only when it is complete (QSaveFile). One slice of kSliceCharacters is
 // written in each turn of the event loop, so a large text or a slow disk does not freeze the
 // window. Text that arrives meanwhile is not saved. Text that is about to be removed and is not
 // yet written is kept here first: what is saved is exactly what was there at the start. So memory
@@ -20,7 +20,7 @@ class TextSaver final : public QObject
     Q_DISABLE_COPY_MOVE(TextSaver)
 
 public:
-    static constexpr qint64 sliceCharacters = 262'144;
+    static constexpr qint64 kSliceCharacters = 262'144;
 
     // The source must outlive this object.
     TextSaver(const TextSource& source, const QString& path, QObject* parent);
@@ -42,11 +42,11 @@ private:
     [[nodiscard]] QString takeSlice();
     void finish(bool ok);
 
-    const TextSource& source_;
-    QSaveFile file_;
-    QTimer timer_;
-    QString kept_;           // removed from the source, not yet written
-    qsizetype keptUsed_ = 0; // characters of kept_ that are written
-    qint64 next_ = 0;        // first position to be read from the source
-    qint64 end_ = 0;
+    const TextSource& m_source;
+    QSaveFile m_file;
+    QTimer m_timer;
+    QString m_kept;           // removed from the source, not yet written
+    qsizetype m_keptUsed = 0; // characters of m_kept that are written
+    qint64 m_next = 0;        // first position to be read from the source
+    qint64 m_end = 0;
 };

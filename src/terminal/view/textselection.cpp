@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr qint64 longestWord = 4096; // to each side of the pointer
+constexpr qint64 kLongestWord = 4096; // to each side of the pointer
 
 enum class Kind : quint8 { Letter, Blank, LineFeed, Other };
 
@@ -24,56 +24,56 @@ Kind kindOf(QChar c)
 
 qint64 TextSelection::from() const
 {
-    return std::max(std::min(anchor_.first, cursor_), store_.firstPosition());
+    return std::max(std::min(m_anchor.first, m_cursor), m_store.firstPosition());
 }
 
 qint64 TextSelection::to() const
 {
-    return std::max(std::max(anchor_.second, cursor_), store_.firstPosition());
+    return std::max(std::max(m_anchor.second, m_cursor), m_store.firstPosition());
 }
 
 qint64 TextSelection::cursor() const
 {
-    return std::max(cursor_, store_.firstPosition());
+    return std::max(m_cursor, m_store.firstPosition());
 }
 
 void TextSelection::clear()
 {
-    select(cursor_, cursor_);
+    select(m_cursor, m_cursor);
 }
 
 void TextSelection::select(qint64 anchor, qint64 cursor)
 {
-    unit_ = Unit::Character;
-    anchor_ = {anchor, anchor};
-    cursor_ = cursor;
+    m_unit = Unit::Character;
+    m_anchor = {anchor, anchor};
+    m_cursor = cursor;
 }
 
 void TextSelection::begin(qint64 position, Unit unit)
 {
-    unit_ = unit;
-    anchor_ = unitAt(position);
-    cursor_ = anchor_.second;
+    m_unit = unit;
+    m_anchor = unitAt(position);
+    m_cursor = m_anchor.second;
 }
 
 void TextSelection::extendTo(qint64 position)
 {
     const Range there = unitAt(position);
-    cursor_ = position < anchor_.first ? there.first : std::max(there.second, anchor_.second);
+    m_cursor = position < m_anchor.first ? there.first : std::max(there.second, m_anchor.second);
 }
 
 TextSelection::Range TextSelection::unitAt(qint64 position) const
 {
-    position = std::clamp(position, store_.firstPosition(), store_.endPosition());
-    switch (unit_) {
+    position = std::clamp(position, m_store.firstPosition(), m_store.endPosition());
+    switch (m_unit) {
     case Unit::Character:
         break;
     case Unit::Word:
         return wordAt(position);
     case Unit::Line: {
-        const qint64 line = store_.lineAt(position);
-        const qint64 end = store_.lineEnd(line) + (line < store_.lastLine() ? 1 : 0);
-        return {std::max(store_.lineStart(line), store_.firstPosition()), end};
+        const qint64 line = m_store.lineAt(position);
+        const qint64 end = m_store.lineEnd(line) + (line < m_store.lastLine() ? 1 : 0);
+        return {std::max(m_store.lineStart(line), m_store.firstPosition()), end};
     }
     }
     return {position, position};
@@ -81,16 +81,16 @@ TextSelection::Range TextSelection::unitAt(qint64 position) const
 
 TextSelection::Range TextSelection::wordAt(qint64 position) const
 {
-    const Kind kind = kindOf(store_.characterAt(position));
-    if (position >= store_.endPosition() || kind == Kind::LineFeed)
+    const Kind kind = kindOf(m_store.characterAt(position));
+    if (position >= m_store.endPosition() || kind == Kind::LineFeed)
         return {position, position};
     qint64 from = position;
-    while (from > store_.firstPosition() && position - from < longestWord
-           && kindOf(store_.characterAt(from - 1)) == kind)
+    while (from > m_store.firstPosition() && position - from < kLongestWord
+           && kindOf(m_store.characterAt(from - 1)) == kind)
         --from;
     qint64 to = position + 1;
-    while (to < store_.endPosition() && to - position < longestWord
-           && kindOf(store_.characterAt(to)) == kind)
+    while (to < m_store.endPosition() && to - position < kLongestWord
+           && kindOf(m_store.characterAt(to)) == kind)
         ++to;
     return {from, to};
 }

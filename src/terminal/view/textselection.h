@@ -15,7 +15,7 @@ public:
 
     // The store must outlive this object.
     explicit TextSelection(const TextStore& store)
-        : store_(store)
+        : m_store(store)
     {}
 
     [[nodiscard]] qint64 from() const;
@@ -42,8 +42,8 @@ private:
     [[nodiscard]] Range unitAt(qint64 position) const;
     [[nodiscard]] Range wordAt(qint64 position) const;
 
-    const TextStore& store_;
-    Range anchor_;
-    qint64 cursor_ = 0;
-    Unit unit_ = Unit::Character;
+    const TextStore& m_store;
+    Range m_anchor;
+    qint64 m_cursor = 0;
+    Unit m_unit = Unit::Character;
 };

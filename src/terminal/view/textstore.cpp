@@ -5,30 +5,30 @@
 void TextStore::append(QStringView text, QRgb color, bool bytes)
 {
     while (!text.isEmpty()) {
-        if (parts_.empty() || parts_.back().chunk.isFull()) {
-            parts_.emplace_back();
-            parts_.back().start = end_;
-            parts_.back().lineFeedsBefore = lineFeeds_;
+        if (m_parts.empty() || m_parts.back().chunk.isFull()) {
+            m_parts.emplace_back();
+            m_parts.back().start = m_end;
+            m_parts.back().lineFeedsBefore = m_lineFeeds;
         }
-        Part& last = parts_.back();
+        Part& last = m_parts.back();
         const qsizetype taken = last.chunk.append(text, color, bytes);
-        lineFeeds_ = last.lineFeedsBefore + static_cast<qint64>(last.chunk.lineFeeds().size());
-        end_ += taken;
+        m_lineFeeds = last.lineFeedsBefore + static_cast<qint64>(last.chunk.lineFeeds().size());
+        m_end += taken;
         text = text.sliced(taken);
     }
 }
 
 void TextStore::removeUpTo(qint64 position)
 {
-    if (position <= first_)
+    if (position <= m_first)
         return;
-    position = std::min(position, end_);
+    position = std::min(position, m_end);
     const qint64 line = lineAt(position);
-    firstLineStart_ = lineStart(line);
-    firstLine_ = line;
-    first_ = position;
-    while (!parts_.empty() && parts_.front().start + parts_.front().chunk.size() <= first_)
-        parts_.pop_front();
+    m_firstLineStart = lineStart(line);
+    m_firstLine = line;
+    m_first = position;
+    while (!m_parts.empty() && m_parts.front().start + m_parts.front().chunk.size() <= m_first)
+        m_parts.pop_front();
 }
 
 qint64 TextStore::behindPair(qint64 position) const
@@ -40,8 +40,8 @@ qint64 TextStore::behindPair(qint64 position) const
 
 QString TextStore::textAt(qint64 position, qint64 count) const
 {
-    const qint64 from = std::clamp(position, first_, end_);
-    const qint64 held = end_ - from;
+    const qint64 from = std::clamp(position, m_first, m_end);
+    const qint64 held = m_end - from;
     const qint64 wanted = count - (from - position);
     const qint64 to = from + std::clamp<qint64>(wanted, 0, held);
     QString text;
@@ -57,7 +57,7 @@ QString TextStore::textAt(qint64 position, qint64 count) const
 
 QChar TextStore::characterAt(qint64 position) const
 {
-    if (position < first_ || position >= end_)
+    if (position < m_first || position >= m_end)
         return {};
     const Part& part = partAt(position);
     return part.chunk.at(position - part.start);
@@ -65,16 +65,16 @@ QChar TextStore::characterAt(qint64 position) const
 
 const TextStore::Part& TextStore::partAt(qint64 position) const
 {
-    const qint64 index = (position - parts_.front().start) / TextChunk::capacity;
-    return parts_[static_cast<std::size_t>(index)];
+    const qint64 index = (position - m_parts.front().start) / TextChunk::kCapacity;
+    return m_parts[static_cast<std::size_t>(index)];
 }
 
 qint64 TextStore::lineAt(qint64 position) const
 {
-    if (position >= end_)
-        return lineFeeds_;
-    if (position <= first_)
-        return firstLine_;
+    if (position >= m_end)
+        return m_lineFeeds;
+    if (position <= m_first)
+        return m_firstLine;
     const Part& part = partAt(position);
     const std::vector<quint16>& feeds = part.chunk.lineFeeds();
     return part.lineFeedsBefore
@@ -83,18 +83,18 @@ qint64 TextStore::lineAt(qint64 position) const
 
 qint64 TextStore::lineStart(qint64 line) const
 {
-    return line <= firstLine_ ? firstLineStart_ : lineFeedPosition(line - 1) + 1;
+    return line <= m_firstLine ? m_firstLineStart : lineFeedPosition(line - 1) + 1;
 }
 
 qint64 TextStore::lineEnd(qint64 line) const
 {
-    return line >= lineFeeds_ ? end_ : lineFeedPosition(line);
+    return line >= m_lineFeeds ? m_end : lineFeedPosition(line);
 }
 
 // The line feed that has `number` others in front of it.
 qint64 TextStore::lineFeedPosition(qint64 number) const
 {
-    const auto after = std::ranges::upper_bound(parts_, number, {}, &Part::lineFeedsBefore);
+    const auto after = std::ranges::upper_bound(m_parts, number, {}, &Part::lineFeedsBefore);
     const Part& part = *std::prev(after);
     const auto index = static_cast<std::size_t>(number - part.lineFeedsBefore);
     return part.start + part.chunk.lineFeeds()[index];
@@ -103,8 +103,8 @@ qint64 TextStore::lineFeedPosition(qint64 number) const
 template<typename Visitor>
 void TextStore::visitRuns(qint64 from, qint64 to, Visitor&& visit) const
 {
-    from = std::max(from, first_);
-    to = std::min(to, end_);
+    from = std::max(from, m_first);
+    to = std::min(to, m_end);
     while (from < to) {
         const Part& part = partAt(from);
         const qint64 partEnd = std::min(to, part.start + part.chunk.size());

@@ -20,7 +20,7 @@ struct ColorRun
 {
     qint64 from = 0;
     qint64 to = 0;
-    QRgb color = TextChunk::noColor;
+    QRgb color = TextChunk::kNoColor;
 
     bool operator==(const ColorRun&) const = default;
 };
@@ -39,20 +39,20 @@ class TextStore final : public TextSource
 {
 public:
     // `bytes` says that the text is digits that stand for bytes (HexSpan).
-    void append(QStringView text, QRgb color = TextChunk::noColor, bool bytes = false);
+    void append(QStringView text, QRgb color = TextChunk::kNoColor, bool bytes = false);
     // Positions outside of what is held mean its ends.
     void removeUpTo(qint64 position);
     // The position itself, or the next one where it lies within a surrogate pair.
     [[nodiscard]] qint64 behindPair(qint64 position) const;
 
-    [[nodiscard]] qint64 firstPosition() const override { return first_; }
-    [[nodiscard]] qint64 endPosition() const override { return end_; }
+    [[nodiscard]] qint64 firstPosition() const override { return m_first; }
+    [[nodiscard]] qint64 endPosition() const override { return m_end; }
     [[nodiscard]] QString textAt(qint64 position, qint64 count) const override;
     // U+0000 outside of what is held.
     [[nodiscard]] QChar characterAt(qint64 position) const;
 
-    [[nodiscard]] qint64 firstLine() const { return firstLine_; }
-    [[nodiscard]] qint64 lastLine() const { return lineFeeds_; }
+    [[nodiscard]] qint64 firstLine() const { return m_firstLine; }
+    [[nodiscard]] qint64 lastLine() const { return m_lineFeeds; }
     // Line that holds a position; a line feed belongs to the line that it ends.
     [[nodiscard]] qint64 lineAt(qint64 position) const;
     // Where a held line starts, or, of the first one, started before its front was removed.
@@ -83,19 +83,19 @@ private:
     template<typename Visitor>
     void visitRuns(qint64 from, qint64 to, Visitor&& visit) const;
 
-    std::deque<Part> parts_;
-    qint64 first_ = 0;
-    qint64 end_ = 0;
-    qint64 firstLine_ = 0;
-    qint64 firstLineStart_ = 0;
-    qint64 lineFeeds_ = 0; // ever appended
+    std::deque<Part> m_parts;
+    qint64 m_first = 0;
+    qint64 m_end = 0;
+    qint64 m_firstLine = 0;
+    qint64 m_firstLineStart = 0;
+    qint64 m_lineFeeds = 0; // ever appended
 };
 
 template<typename Visitor>
 void TextStore::visitLineFeeds(qint64 from, qint64 to, Visitor&& visit) const
 {
-    from = qMax(from, first_);
-    to = qMin(to, end_);
+    from = qMax(from, m_first);
+    to = qMin(to, m_end);
     while (from < to) {
         const Part& part = partAt(from);
         const qint64 partEnd = qMin(to, part.start + part.chunk.size());

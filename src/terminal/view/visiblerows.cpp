@@ -21,37 +21,37 @@ int rowsDown(const std::vector<TextRow>& rows, qint64 position)
 
 void VisibleRows::collect(const TextRow& top, TextFlow& flow, int height)
 {
-    rowHeight_ = flow.style().rowHeight();
-    const int count = std::max(1, (height - margin + rowHeight_ - 1) / rowHeight_);
-    rows_.clear();
+    m_rowHeight = flow.style().rowHeight();
+    const int count = std::max(1, (height - kMargin + m_rowHeight - 1) / m_rowHeight);
+    m_rows.clear();
     TextRow row = top;
     do
-        rows_.push_back(row);
-    while (static_cast<int>(rows_.size()) < count && flow.goNext(row));
+        m_rows.push_back(row);
+    while (static_cast<int>(m_rows.size()) < count && flow.goNext(row));
 }
 
 bool VisibleRows::allPlain() const
 {
-    return std::ranges::all_of(rows_, [](const TextRow& row) { return row.layout->isPlain(); });
+    return std::ranges::all_of(m_rows, [](const TextRow& row) { return row.layout->isPlain(); });
 }
 
 VisibleRows::Change VisibleRows::changeSince(const VisibleRows& before, int height) const
 {
-    const int count = static_cast<int>(rows_.size());
-    const int countBefore = static_cast<int>(before.rows_.size());
+    const int count = static_cast<int>(m_rows.size());
+    const int countBefore = static_cast<int>(before.m_rows.size());
     Change change;
     if (countBefore == 0)
         return {0, {{0, count}}};
-    change.up = rowsDown(before.rows_, rows_.front().from());
+    change.up = rowsDown(before.m_rows, m_rows.front().from());
     if (change.up == 0)
-        change.up = -rowsDown(rows_, before.rows_.front().from());
+        change.up = -rowsDown(m_rows, before.m_rows.front().from());
     const auto wasShown = [&](int index) {
         const int old = index + change.up;
         // Of a row that the bottom cut off there is no more to move than what was seen of it.
         const bool whole = change.up <= 0 || topOf(old + 1) <= height;
         return old >= 0 && old < countBefore && index < count && whole
-               && looksLike(rows_[static_cast<std::size_t>(index)],
-                   before.rows_[static_cast<std::size_t>(old)]);
+               && looksLike(m_rows[static_cast<std::size_t>(index)],
+                   before.m_rows[static_cast<std::size_t>(old)]);
     };
     for (int index = 0; index < std::max(count, countBefore - change.up); ++index) {
         if (wasShown(index))
@@ -66,14 +66,14 @@ VisibleRows::Change VisibleRows::changeSince(const VisibleRows& before, int heig
 
 std::pair<qint64, qint64> VisibleRows::range() const
 {
-    return {rows_.front().segment.from, rows_.back().segment.to};
+    return {m_rows.front().segment.from, m_rows.back().segment.to};
 }
 
 std::vector<std::pair<qint64, qint64>> VisibleRows::spansBetween(double left, double right) const
 {
     std::vector<std::pair<qint64, qint64>> spans;
-    spans.reserve(rows_.size());
-    for (const TextRow& row : rows_) {
+    spans.reserve(m_rows.size());
+    for (const TextRow& row : m_rows) {
         qint64 from = row.from();
         qint64 to = row.to();
         if (row.layout->isPlain()) {
@@ -89,18 +89,18 @@ std::vector<std::pair<qint64, qint64>> VisibleRows::spansBetween(double left, do
 
 int VisibleRows::indexOf(qint64 position) const
 {
-    if (position < rows_.front().from())
+    if (position < m_rows.front().from())
         return -1;
-    const auto after = std::ranges::upper_bound(rows_, position, {}, &TextRow::from);
+    const auto after = std::ranges::upper_bound(m_rows, position, {}, &TextRow::from);
     const TextRow& row = *std::prev(after);
     const bool holds = position < row.to() || (row.endsLine() && position == row.segment.to);
-    return holds ? static_cast<int>(after - rows_.begin()) - 1 : -1;
+    return holds ? static_cast<int>(after - m_rows.begin()) - 1 : -1;
 }
 
 const TextRow& VisibleRows::rowUnder(int y) const
 {
-    const int last = static_cast<int>(rows_.size()) - 1;
-    return rows_[static_cast<std::size_t>(std::clamp((y - margin) / rowHeight_, 0, last))];
+    const int last = static_cast<int>(m_rows.size()) - 1;
+    return m_rows[static_cast<std::size_t>(std::clamp((y - kMargin) / m_rowHeight, 0, last))];
 }
 
 qint64 VisibleRows::caretAt(QPoint point) const
@@ -120,7 +120,7 @@ QRect VisibleRows::caretArea(qint64 position) const
     const int index = indexOf(position);
     if (index < 0)
         return {};
-    const TextRow& row = rows_[static_cast<std::size_t>(index)];
+    const TextRow& row = m_rows[static_cast<std::size_t>(index)];
     const double x = row.layout->xOf(row.offsetOf(position), row.row);
-    return {qRound(x), topOf(index), caretWidth, rowHeight_};
+    return {qRound(x), topOf(index), kCaretWidth, m_rowHeight};
 }

@@ -10,12 +10,12 @@ class VisibleRows final
 {
 public:
     // Above the first row; the owner keeps the same to the left.
-    static constexpr int margin = 4;
+    static constexpr int kMargin = 4;
 
     // Takes as many rows as the height shows, the last one perhaps in part; at least one.
     void collect(const TextRow& top, TextFlow& flow, int height);
 
-    [[nodiscard]] const std::vector<TextRow>& rows() const { return rows_; }
+    [[nodiscard]] const std::vector<TextRow>& rows() const { return m_rows; }
     // From the start of the segment of the first row to the end of the last one's.
     [[nodiscard]] std::pair<qint64, qint64> range() const;
     // What of each row lies between two x, from its first to after its last character; whole rows
@@ -24,8 +24,8 @@ public:
         double left, double right) const;
     // Number of the row that holds a position, -1 when it is not in sight.
     [[nodiscard]] int indexOf(qint64 position) const;
-    [[nodiscard]] int topOf(int index) const { return margin + index * rowHeight_; }
-    [[nodiscard]] int rowHeight() const { return rowHeight_; }
+    [[nodiscard]] int topOf(int index) const { return kMargin + index * m_rowHeight; }
+    [[nodiscard]] int rowHeight() const { return m_rowHeight; }
     // Place between characters next to a point, and the character under it.
     [[nodiscard]] qint64 caretAt(QPoint point) const;
     [[nodiscard]] qint64 characterAt(QPoint point) const;
@@ -52,10 +52,10 @@ public:
     [[nodiscard]] Change changeSince(const VisibleRows& before, int height) const;
 
 private:
-    static constexpr int caretWidth = 2;
+    static constexpr int kCaretWidth = 2;
 
     [[nodiscard]] const TextRow& rowUnder(int y) const;
 
-    std::vector<TextRow> rows_;
-    int rowHeight_ = 1;
+    std::vector<TextRow> m_rows;
+    int m_rowHeight = 1;
 };

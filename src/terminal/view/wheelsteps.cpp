@@ -6,25 +6,26 @@
 
 namespace {
 
-constexpr int anglePerNotch = 120; // QWheelEvent: eighths of a degree
+constexpr int kAnglePerNotch = 120; // QWheelEvent: eighths of a degree
 
 } // namespace
 
 int WheelSteps::notches(const QWheelEvent& event)
 {
-    angle_ += event.angleDelta().y();
-    const int whole = angle_ / anglePerNotch;
-    angle_ -= whole * anglePerNotch;
+    m_angle += event.angleDelta().y();
+    const int whole = m_angle / kAnglePerNotch;
+    m_angle -= whole * kAnglePerNotch;
     return whole;
 }
 
 int WheelSteps::rows(const QWheelEvent& event, int rowHeight)
 {
     if (!event.pixelDelta().isNull())
-        rows_ -= double(event.pixelDelta().y()) / rowHeight;
+        m_rows -= double(event.pixelDelta().y()) / rowHeight;
     else
-        rows_ -= double(event.angleDelta().y()) / anglePerNotch * QApplication::wheelScrollLines();
-    const double whole = std::trunc(rows_);
-    rows_ -= whole;
+        m_rows -=
+            double(event.angleDelta().y()) / kAnglePerNotch * QApplication::wheelScrollLines();
+    const double whole = std::trunc(m_rows);
+    m_rows -= whole;
     return static_cast<int>(whole);
 }

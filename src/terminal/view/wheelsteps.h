@@ -13,6 +13,6 @@ public:
     [[nodiscard]] int rows(const QWheelEvent& event, int rowHeight);
 
 private:
-    int angle_ = 0;
-    double rows_ = 0;
+    int m_angle = 0;
+    double m_rows = 0;
 };

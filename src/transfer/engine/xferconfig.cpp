@@ -9,7 +9,7 @@ XferConfig XferConfig::sanitized() const
         result.protocol = XferProtocol::Xmodem;
     }
     result.direction = direction == XferReceive ? XferReceive : XferSend;
-    result.blockSizeOption = blockSizeOption == ShortBlock ? ShortBlock : LongBlock;
+    result.blockSizeOption = blockSizeOption == kShortBlock ? kShortBlock : kLongBlock;
     result.receiveLimit = std::max<qint64>(receiveLimit, 0);
     return result;
 }

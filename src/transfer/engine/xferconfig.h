@@ -24,13 +24,13 @@ constexpr bool xferIsYmodem(XferProtocol protocol)
 // What a person chooses for one transfer.
 struct XferConfig
 {
-    static constexpr qint32 ShortBlock = 128;
-    static constexpr qint32 LongBlock = 1024;
+    static constexpr qint32 kShortBlock = 128;
+    static constexpr qint32 kLongBlock = 1024;
 
     XferProtocol protocol = XferProtocol::Xmodem;
     XferDirection direction = XferSend;
-    qint32 blockSizeOption = LongBlock; // ShortBlock forces 128-byte blocks
-    qint64 receiveLimit = 0;            // bytes; 0 means no limit
+    qint32 blockSizeOption = kLongBlock; // kShortBlock forces 128-byte blocks
+    qint64 receiveLimit = 0;             // bytes; 0 means no limit
 
     // The same choice with every field inside its range: an unknown protocol becomes plain XMODEM,
     // an unknown direction sending, a block size that is not 128 becomes 1024, a negative limit 0.

@@ -1,8 +1,8 @@
 #include "transfer/engine/xmodemcodec.h"
 
 XmodemCodec::XmodemCodec(Role role, XferProtocol protocol, qint32 blockSizeOption)
-    : line_(protocol)
-    , role_(makeRole(role, line_, blockSizeOption))
+    : m_line(protocol)
+    , m_role(makeRole(role, m_line, blockSizeOption))
 {}
 
 XmodemCodec::AnyRole XmodemCodec::makeRole(Role role, XmodemLine& line, qint32 blockSizeOption)
@@ -15,33 +15,33 @@ XmodemCodec::AnyRole XmodemCodec::makeRole(Role role, XmodemLine& line, qint32 b
 
 void XmodemCodec::setSource(XferSource* source)
 {
-    if (auto* sender = std::get_if<XmodemSender>(&role_)) {
+    if (auto* sender = std::get_if<XmodemSender>(&m_role)) {
         sender->setSource(source);
     }
 }
 
 void XmodemCodec::setSink(XferSink* sink)
 {
-    if (auto* receiver = std::get_if<XmodemReceiver>(&role_)) {
+    if (auto* receiver = std::get_if<XmodemReceiver>(&m_role)) {
         receiver->setSink(sink);
     }
 }
 
 void XmodemCodec::setReceiveLimit(qint64 bytes)
 {
-    if (auto* receiver = std::get_if<XmodemReceiver>(&role_)) {
+    if (auto* receiver = std::get_if<XmodemReceiver>(&m_role)) {
         receiver->setReceiveLimit(bytes);
     }
 }
 
 XferStep XmodemCodec::begin(const XferFileMeta& meta, qint64 now)
 {
-    if (begun_ || line_.ended()) {
-        return line_.settle({}, now);
+    if (m_begun || m_line.ended()) {
+        return m_line.settle({}, now);
     }
-    begun_ = true;
-    XferStep step = std::visit([&](auto& role) { return role.begin(meta, now); }, role_);
-    return line_.settle(std::move(step), now);
+    m_begun = true;
+    XferStep step = std::visit([&](auto& role) { return role.begin(meta, now); }, m_role);
+    return m_line.settle(std::move(step), now);
 }
 
 XferStep XmodemCodec::receive(QByteArrayView bytes, qint64 now)
@@ -50,21 +50,21 @@ XferStep XmodemCodec::receive(QByteArrayView bytes, qint64 now)
         return {};
     }
     XferStep step = catchUp(now);
-    if (line_.ended()) {
-        line_.keepRest(bytes);
+    if (m_line.ended()) {
+        m_line.keepRest(bytes);
         return step;
     }
     qsizetype taken = 0;
     // With the gate open a pump leaves less than a frame behind, so there is always room for more.
     do {
-        taken = line_.append(bytes, now);
+        taken = m_line.append(bytes, now);
         bytes = bytes.sliced(taken);
-        if (!line_.gateClosed()) {
+        if (!m_line.gateClosed()) {
             step = advance(now);
         }
-    } while (taken > 0 && !bytes.isEmpty() && !line_.ended());
-    if (line_.state == XmodemState::Done) {
-        line_.keepRest(bytes);
+    } while (taken > 0 && !bytes.isEmpty() && !m_line.ended());
+    if (m_line.state == XmodemState::Done) {
+        m_line.keepRest(bytes);
     }
     return step;
 }
@@ -76,16 +76,16 @@ XferStep XmodemCodec::tick(qint64 now)
 
 XferStep XmodemCodec::catchUp(qint64 now)
 {
-    if (line_.gateClosed() || !line_.takeExpired(now)) {
-        return line_.settle({}, now);
+    if (m_line.gateClosed() || !m_line.takeExpired(now)) {
+        return m_line.settle({}, now);
     }
     XferStep step;
-    if (auto* sender = std::get_if<XmodemSender>(&role_)) {
+    if (auto* sender = std::get_if<XmodemSender>(&m_role)) {
         step = sender->senderTick(now);
     } else {
-        step = std::get<XmodemReceiver>(role_).receiverTick(now);
+        step = std::get<XmodemReceiver>(m_role).receiverTick(now);
     }
-    return line_.settle(std::move(step), now);
+    return m_line.settle(std::move(step), now);
 }
 
 XferStep XmodemCodec::onEgressDrained(qint64 now)
@@ -93,7 +93,7 @@ XferStep XmodemCodec::onEgressDrained(qint64 now)
     if (!running()) {
         return {};
     }
-    line_.openGate(now);
+    m_line.openGate(now);
     return advance(now);
 }
 
@@ -103,29 +103,29 @@ XferStep XmodemCodec::pump(qint64 now)
         return {};
     }
     XferStep step = catchUp(now);
-    return line_.ended() || line_.gateClosed() ? step : advance(now);
+    return m_line.ended() || m_line.gateClosed() ? step : advance(now);
 }
 
 XferStep XmodemCodec::cancel(qint64 now)
 {
-    if (line_.ended()) {
+    if (m_line.ended()) {
         return {};
     }
-    return line_.settle(line_.failWith(XferError::LocalCancel, tr("Cancelled."), true), now);
+    return m_line.settle(m_line.failWith(XferError::LocalCancel, tr("Cancelled."), true), now);
 }
 
 XferStep XmodemCodec::advance(qint64 now)
 {
     XferStep step;
-    if (auto* sender = std::get_if<XmodemSender>(&role_)) {
+    if (auto* sender = std::get_if<XmodemSender>(&m_role)) {
         step = sender->senderPump(now);
     } else {
-        step = std::get<XmodemReceiver>(role_).receiverPump(now);
+        step = std::get<XmodemReceiver>(m_role).receiverPump(now);
     }
-    return line_.settle(std::move(step), now);
+    return m_line.settle(std::move(step), now);
 }
 
 XferProgress XmodemCodec::progress() const
 {
-    return std::visit([](const auto& role) { return role.progress(); }, role_);
+    return std::visit([](const auto& role) { return role.progress(); }, m_role);
 }

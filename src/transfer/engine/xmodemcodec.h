@@ -30,7 +30,7 @@ class XferSource;
 // from when it was queued behind a slow line.
 //
 // The states and what moves them are those of the role: xmodemsender.cpp, xmodemreceiver.cpp.
-// Memory: the input (XmodemLine::MaxInputBytes) and one frame.
+// Memory: the input (XmodemLine::kMaxInputBytes) and one frame.
 class XmodemCodec final
 {
     Q_DECLARE_TR_FUNCTIONS(XmodemCodec)
@@ -63,26 +63,26 @@ public:
 
     // What the other end sent behind the last byte of a completed transfer, once: a device says in
     // words what it has got.
-    QByteArray takeRest() { return line_.takeRest(); }
+    QByteArray takeRest() { return m_line.takeRest(); }
 
     XferProgress progress() const;
     // Until the deadline; 0 if past, -1 if there is none.
-    qint32 remainingMs(qint64 now) const { return line_.remainingMs(now); }
+    qint32 remainingMs(qint64 now) const { return m_line.remainingMs(now); }
     // What a receiver with the current settings sends to be sent to: NAK, "C" or "G".
-    char handshakeChar() const { return line_.handshakeChar(); }
-    XmodemState state() const { return line_.state; }
+    char handshakeChar() const { return m_line.handshakeChar(); }
+    XmodemState state() const { return m_line.state; }
 
 private:
     using AnyRole = std::variant<XmodemSender, XmodemReceiver>;
     static AnyRole makeRole(Role role, XmodemLine& line, qint32 blockSizeOption);
 
-    bool running() const { return begun_ && !line_.ended(); }
+    bool running() const { return m_begun && !m_line.ended(); }
     XferStep advance(qint64 now);
     XferStep catchUp(qint64 now);
 
-    XmodemLine line_;
-    AnyRole role_;
-    bool begun_ = false;
+    XmodemLine m_line;
+    AnyRole m_role;
+    bool m_begun = false;
 
     Q_DISABLE_COPY_MOVE(XmodemCodec)
 };

@@ -15,12 +15,12 @@ using CrcTables = std::array<std::array<quint16, 256>, 8>;
 
 constexpr CrcTables makeCrcTables()
 {
-    constexpr quint16 polynomial = 0x1021;
+    constexpr quint16 kPolynomial = 0x1021;
     CrcTables tables{};
     for (std::size_t byte = 0; byte < 256; ++byte) {
         auto crc = static_cast<quint16>(byte << 8);
         for (int bit = 0; bit < 8; ++bit) {
-            crc = static_cast<quint16>((crc << 1) ^ ((crc & 0x8000U) != 0 ? polynomial : 0));
+            crc = static_cast<quint16>((crc << 1) ^ ((crc & 0x8000U) != 0 ? kPolynomial : 0));
         }
         tables[0][byte] = crc;
     }
@@ -33,13 +33,13 @@ constexpr CrcTables makeCrcTables()
     return tables;
 }
 
-constexpr CrcTables crcTables = makeCrcTables();
+constexpr CrcTables kCrcTables = makeCrcTables();
 
 } // namespace
 
 quint16 crc16(QByteArrayView data)
 {
-    const auto& t = crcTables;
+    const auto& t = kCrcTables;
     unsigned crc = 0;
     const auto* p = reinterpret_cast<const uchar*>(data.data());
     qsizetype left = data.size();
@@ -64,8 +64,8 @@ quint8 checksum(QByteArrayView data)
 QByteArray frameBlock(quint8 number, QByteArrayView data, bool useCrc)
 {
     QByteArray frame;
-    frame.reserve(HeadBytes + data.size() + trailerBytes(useCrc));
-    frame.append(data.size() <= ShortData ? Soh : Stx);
+    frame.reserve(kHeadBytes + data.size() + trailerBytes(useCrc));
+    frame.append(data.size() <= kShortData ? kSoh : kStx);
     frame.append(static_cast<char>(number));
     frame.append(static_cast<char>(~number));
     frame.append(data);
@@ -95,7 +95,7 @@ bool trailerOk(QByteArrayView data, QByteArrayView trailer, bool useCrc)
 QByteArray buildHeaderBlock(const XferFileMeta& meta)
 {
     // The cut may fall inside a multi-byte character; the receiver then shows a replacement.
-    QByteArray block = meta.name.toUtf8().left(MaxNameBytes);
+    QByteArray block = meta.name.toUtf8().left(kMaxNameBytes);
     block.append('\0');
     block.append(QByteArray::number(qMax<qint64>(meta.size, 0)));
     if (meta.mtime > 0) {
@@ -103,12 +103,12 @@ QByteArray buildHeaderBlock(const XferFileMeta& meta)
         block.append(QByteArray::number(meta.mtime, 8));
     }
     block.append('\0');
-    return block.leftJustified(ShortData, '\0', true);
+    return block.leftJustified(kShortData, '\0', true);
 }
 
 QByteArray buildTerminatorBlock()
 {
-    return QByteArray().leftJustified(ShortData, '\0');
+    return QByteArray().leftJustified(kShortData, '\0');
 }
 
 std::optional<XferFileMeta> parseHeaderBlock(QByteArrayView data)
@@ -137,8 +137,8 @@ std::optional<XferFileMeta> parseHeaderBlock(QByteArrayView data)
 
 QByteArray cancelSequence()
 {
-    constexpr char backspace = 0x08;
-    return QByteArray(8, Can) + QByteArray(8, backspace);
+    constexpr char kBackspace = 0x08;
+    return QByteArray(8, kCan) + QByteArray(8, kBackspace);
 }
 
 } // namespace XmodemFrame

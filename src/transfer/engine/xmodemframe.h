@@ -10,20 +10,20 @@
 // block, a header and a cancellation look on the line. Stateless.
 namespace XmodemFrame {
 
-constexpr char Soh = 0x01; // a block of 128 bytes follows
-constexpr char Stx = 0x02; // a block of 1024 bytes follows
-constexpr char Eot = 0x04;
-constexpr char Ack = 0x06;
-constexpr char Nak = 0x15;
-constexpr char Can = 0x18;
-constexpr char Sub = 0x1A;        // padding of the last block
-constexpr char StartCrc = 'C';    // the receiver asks for CRC-16 blocks
-constexpr char StartStream = 'G'; // the same, without acknowledgements
+constexpr char kSoh = 0x01; // a block of 128 bytes follows
+constexpr char kStx = 0x02; // a block of 1024 bytes follows
+constexpr char kEot = 0x04;
+constexpr char kAck = 0x06;
+constexpr char kNak = 0x15;
+constexpr char kCan = 0x18;
+constexpr char kSub = 0x1A;        // padding of the last block
+constexpr char kStartCrc = 'C';    // the receiver asks for CRC-16 blocks
+constexpr char kStartStream = 'G'; // the same, without acknowledgements
 
-constexpr qsizetype ShortData = 128;
-constexpr qsizetype LongData = 1024;
-constexpr qsizetype HeadBytes = 3; // SOH or STX, number, complement
-constexpr qsizetype MaxNameBytes = 100;
+constexpr qsizetype kShortData = 128;
+constexpr qsizetype kLongData = 1024;
+constexpr qsizetype kHeadBytes = 3; // SOH or STX, number, complement
+constexpr qsizetype kMaxNameBytes = 100;
 
 constexpr qsizetype trailerBytes(bool useCrc)
 {

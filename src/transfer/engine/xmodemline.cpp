@@ -16,9 +16,9 @@ XmodemLine::XmodemLine(XferProtocol variant)
 char XmodemLine::handshakeChar() const
 {
     if (!useCrc) {
-        return Nak;
+        return kNak;
     }
-    return protocol == XferProtocol::YmodemG ? StartStream : StartCrc;
+    return protocol == XferProtocol::YmodemG ? kStartStream : kStartCrc;
 }
 
 qsizetype XmodemLine::append(QByteArrayView bytes, qint64 now)
@@ -26,48 +26,48 @@ qsizetype XmodemLine::append(QByteArrayView bytes, qint64 now)
     if (bytes.isEmpty()) {
         return 0;
     }
-    if (lastArrivalAt_ && quiet(now)) {
+    if (m_lastArrivalAt && quiet(now)) {
         torn = false;
     }
-    lastArrivalAt_ = now;
-    input_.remove(0, head_);
-    head_ = 0;
-    const qsizetype taken = std::min(bytes.size(), MaxInputBytes - input_.size());
-    input_.append(bytes.first(taken));
+    m_lastArrivalAt = now;
+    m_input.remove(0, m_head);
+    m_head = 0;
+    const qsizetype taken = std::min(bytes.size(), kMaxInputBytes - m_input.size());
+    m_input.append(bytes.first(taken));
     return taken;
 }
 
 void XmodemLine::consume(qsizetype count)
 {
-    head_ += count;
-    stale_ = std::max<qsizetype>(stale_ - count, 0);
-    early_ = std::max<qsizetype>(early_ - count, 0);
+    m_head += count;
+    m_stale = std::max<qsizetype>(m_stale - count, 0);
+    m_early = std::max<qsizetype>(m_early - count, 0);
 }
 
 void XmodemLine::discardInput()
 {
-    input_.clear();
-    head_ = 0;
-    stale_ = 0;
-    early_ = 0;
+    m_input.clear();
+    m_head = 0;
+    m_stale = 0;
+    m_early = 0;
 }
 
 bool XmodemLine::quiet(qint64 now) const
 {
-    return !lastArrivalAt_ || elapsedMs(*lastArrivalAt_, now) >= QuietMs;
+    return !m_lastArrivalAt || elapsedMs(*m_lastArrivalAt, now) >= kQuietMs;
 }
 
 bool XmodemLine::isCancel(char byte)
 {
-    cancelRun_ = byte == Can ? cancelRun_ + 1 : 0;
-    return cancelRun_ >= 2;
+    m_cancelRun = byte == kCan ? m_cancelRun + 1 : 0;
+    return m_cancelRun >= 2;
 }
 
 void XmodemLine::arm(qint64 now, qint32 ms)
 {
-    deadline_ = now > std::numeric_limits<qint64>::max() - ms ? std::numeric_limits<qint64>::max()
-                                                              : now + ms;
-    deferredWaitMs_.reset();
+    m_deadline = now > std::numeric_limits<qint64>::max() - ms ? std::numeric_limits<qint64>::max()
+                                                               : now + ms;
+    m_deferredWaitMs.reset();
 }
 
 void XmodemLine::armOrDefer(const XferStep& step, qint64 now, qint32 ms)
@@ -76,14 +76,14 @@ void XmodemLine::armOrDefer(const XferStep& step, qint64 now, qint32 ms)
         arm(now, ms);
         return;
     }
-    deadline_.reset();
-    deferredWaitMs_ = ms;
+    m_deadline.reset();
+    m_deferredWaitMs = ms;
 }
 
 XferStep XmodemLine::settle(XferStep step, qint64 now)
 {
     if (!ended() && !step.bytes.isEmpty()) {
-        awaitingDrain_ = true;
+        m_awaitingDrain = true;
     }
     step.waitMs = remainingMs(now);
     return step;
@@ -91,43 +91,43 @@ XferStep XmodemLine::settle(XferStep step, qint64 now)
 
 void XmodemLine::openGate(qint64 now)
 {
-    awaitingDrain_ = false;
+    m_awaitingDrain = false;
     // A port may report a little late that a frame has left, so that its answer is here already,
     // but not for as long as a second.
-    early_ = pending().size();
+    m_early = pending().size();
     if (quiet(now)) {
-        stale_ = early_;
+        m_stale = m_early;
     }
-    if (deferredWaitMs_) {
-        arm(now, *deferredWaitMs_);
+    if (m_deferredWaitMs) {
+        arm(now, *m_deferredWaitMs);
     }
 }
 
 bool XmodemLine::takeExpired(qint64 now)
 {
-    if (!deadline_ || now < *deadline_) {
+    if (!m_deadline || now < *m_deadline) {
         return false;
     }
-    deadline_.reset();
+    m_deadline.reset();
     return true;
 }
 
 qint32 XmodemLine::remainingMs(qint64 now) const
 {
-    if (!deadline_) {
+    if (!m_deadline) {
         return -1;
     }
-    constexpr quint64 longest = std::numeric_limits<qint32>::max();
-    return static_cast<qint32>(std::min(elapsedMs(now, *deadline_), longest));
+    constexpr quint64 kLongest = std::numeric_limits<qint32>::max();
+    return static_cast<qint32>(std::min(elapsedMs(now, *m_deadline), kLongest));
 }
 
 bool XmodemLine::countRetry()
 {
-    if (consecutiveRetries_ >= MaxRetries) {
+    if (m_consecutiveRetries >= kMaxRetries) {
         return false;
     }
-    ++consecutiveRetries_;
-    totalRetries_ += totalRetries_ < std::numeric_limits<qint32>::max() ? 1 : 0;
+    ++m_consecutiveRetries;
+    m_totalRetries += m_totalRetries < std::numeric_limits<qint32>::max() ? 1 : 0;
     return true;
 }
 
@@ -149,7 +149,7 @@ XferStep XmodemLine::failWith(XferError error, const QString& message, bool send
 XferStep XmodemLine::failRetries()
 {
     return failWith(XferError::RetriesExhausted,
-        XmodemCodec::tr("Gave up after %1 retries.").arg(MaxRetries), true);
+        XmodemCodec::tr("Gave up after %1 retries.").arg(kMaxRetries), true);
 }
 
 XferStep XmodemLine::failRemoteCancel()
@@ -162,7 +162,7 @@ XferStep XmodemLine::complete(const QByteArray& lastBytes)
 {
     state = XmodemState::Done;
     clearTimers();
-    rest_ = pending().toByteArray();
+    m_rest = pending().toByteArray();
     discardInput();
     XferStep step;
     step.bytes = lastBytes;
@@ -178,7 +178,7 @@ quint64 XmodemLine::elapsedMs(qint64 from, qint64 to)
 
 void XmodemLine::clearTimers()
 {
-    deadline_.reset();
-    deferredWaitMs_.reset();
-    awaitingDrain_ = false;
+    m_deadline.reset();
+    m_deferredWaitMs.reset();
+    m_awaitingDrain = false;
 }

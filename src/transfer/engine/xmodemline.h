@@ -27,19 +27,19 @@ enum class XmodemState : qint32 {
 // counters and the two ways to end. XmodemCodec owns it and opens the gate; the role it drives
 // reads the input, arms the timer and moves `state`.
 //
-// Bounds: MaxInputBytes of input; what arrives beyond it is lost as on a line that overruns, and
+// Bounds: kMaxInputBytes of input; what arrives beyond it is lost as on a line that overruns, and
 // the block trailers find the gap.
 class XmodemLine final
 {
 public:
     // Room for a peer that streams while our own start character is still being reported written.
     // Not a multiple of a frame (133 or 1029 bytes), so that a loss always cuts one.
-    static constexpr qsizetype MaxInputBytes = 1'048'576;
-    static constexpr qint32 MaxRetries = 10;
-    static constexpr qint32 ReplyTimeoutMs = 10'000;
-    static constexpr qint32 HandshakeLimitMs = 60'000;
+    static constexpr qsizetype kMaxInputBytes = 1'048'576;
+    static constexpr qint32 kMaxRetries = 10;
+    static constexpr qint32 kReplyTimeoutMs = 10'000;
+    static constexpr qint32 kHandshakeLimitMs = 60'000;
     // A pause this long ends whatever burst was on the line (the reference's purge time).
-    static constexpr qint32 QuietMs = 1'000;
+    static constexpr qint32 kQuietMs = 1'000;
 
     explicit XmodemLine(XferProtocol variant);
     ~XmodemLine() = default;
@@ -59,15 +59,15 @@ public:
     // Takes as many bytes as there is room for and returns their number.
     qsizetype append(QByteArrayView bytes, qint64 now);
     // Valid until the next append() or discardInput().
-    QByteArrayView pending() const { return QByteArrayView(input_).sliced(head_); }
+    QByteArrayView pending() const { return QByteArrayView(m_input).sliced(m_head); }
     void consume(qsizetype count);
     // What is pending came before the frame that is now written was made: it cannot answer it.
-    void markStale() { stale_ = pending().size(); }
+    void markStale() { m_stale = pending().size(); }
     // Whether the byte at the front of the input is such a one, or came long before that frame had
     // left the port.
-    bool frontIsStale() const { return stale_ > 0; }
+    bool frontIsStale() const { return m_stale > 0; }
     // Whether it came before the owner reported that the frame had left.
-    bool frontIsEarly() const { return early_ > 0; }
+    bool frontIsEarly() const { return m_early > 0; }
     void discardInput();
     bool quiet(qint64 now) const;
     // To be told every byte outside a frame: true at the second CAN in a row.
@@ -79,23 +79,23 @@ public:
     // Closes the gate if `step` carries bytes, and fills in its waitMs.
     XferStep settle(XferStep step, qint64 now);
     void openGate(qint64 now);
-    bool gateClosed() const { return awaitingDrain_; }
+    bool gateClosed() const { return m_awaitingDrain; }
     // The deadline has passed; it is cleared.
     bool takeExpired(qint64 now);
     qint32 remainingMs(qint64 now) const; // 0 when past, -1 without a deadline
 
     // False when ten in a row have been used up.
     bool countRetry();
-    void resetRetries() { consecutiveRetries_ = 0; }
-    qint32 totalRetries() const { return totalRetries_; }
+    void resetRetries() { m_consecutiveRetries = 0; }
+    qint32 totalRetries() const { return m_totalRetries; }
 
     XferStep failWith(XferError error, const QString& message, bool sendCancel);
     XferStep failRetries();
     XferStep failRemoteCancel();
     XferStep complete(const QByteArray& lastBytes = {});
     // What came behind the end of a transfer that completed, for whoever reads the port next.
-    void keepRest(QByteArrayView bytes) { rest_.append(bytes); }
-    QByteArray takeRest() { return std::exchange(rest_, {}); }
+    void keepRest(QByteArrayView bytes) { m_rest.append(bytes); }
+    QByteArray takeRest() { return std::exchange(m_rest, {}); }
 
     // Milliseconds from one time to a later one; 0 when the clock ran backwards.
     static quint64 elapsedMs(qint64 from, qint64 to);
@@ -103,20 +103,20 @@ public:
 private:
     void clearTimers();
 
-    QByteArray input_; // at most MaxInputBytes
-    QByteArray rest_;  // of that, and of the read that completed the transfer
-    qsizetype head_ = 0;
-    qsizetype stale_ = 0; // from head_ on
-    qsizetype early_ = 0;
-    std::optional<qint64> lastArrivalAt_;
-    qint32 cancelRun_ = 0;
+    QByteArray m_input; // at most kMaxInputBytes
+    QByteArray m_rest;  // of that, and of the read that completed the transfer
+    qsizetype m_head = 0;
+    qsizetype m_stale = 0; // from m_head on
+    qsizetype m_early = 0;
+    std::optional<qint64> m_lastArrivalAt;
+    qint32 m_cancelRun = 0;
 
-    bool awaitingDrain_ = false;
-    std::optional<qint64> deadline_;
-    std::optional<qint32> deferredWaitMs_;
+    bool m_awaitingDrain = false;
+    std::optional<qint64> m_deadline;
+    std::optional<qint32> m_deferredWaitMs;
 
-    qint32 consecutiveRetries_ = 0;
-    qint32 totalRetries_ = 0;
+    qint32 m_consecutiveRetries = 0;
+    qint32 m_totalRetries = 0;
 
     Q_DISABLE_COPY_MOVE(XmodemLine)
 };

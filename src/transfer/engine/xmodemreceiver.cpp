@@ -51,38 +51,38 @@ using namespace XmodemFrame;
 
 namespace {
 
-constexpr qint32 crcHandshakeMs = 3'000;
-constexpr qint32 crcHandshakeAttempts = 6; // then the sender may know checksums only
-constexpr char backspace = 0x08;
-constexpr qsizetype cancelRun = 4; // senders cancel with five or more; two can be a file's bytes
-constexpr qsizetype blockOfDebris = ShortData / 2;
-constexpr qint32 crossingMs = XmodemLine::ReplyTimeoutMs / 2; // a sender's own time-out is longer
+constexpr qint32 kCrcHandshakeMs = 3'000;
+constexpr qint32 kCrcHandshakeAttempts = 6; // then the sender may know checksums only
+constexpr char kBackspace = 0x08;
+constexpr qsizetype kCancelRun = 4; // senders cancel with five or more; two can be a file's bytes
+constexpr qsizetype kBlockOfDebris = kShortData / 2;
+constexpr qint32 kCrossingMs = XmodemLine::kReplyTimeoutMs / 2; // a sender's own time-out is longer
 
 // Whether a block broke off in a run of CAN, with or without BS behind it.
 bool endsInCancel(QByteArrayView bytes)
 {
-    while (!bytes.isEmpty() && bytes.back() == backspace) {
+    while (!bytes.isEmpty() && bytes.back() == kBackspace) {
         bytes.chop(1);
     }
-    const QByteArrayView run = bytes.last(std::min(bytes.size(), cancelRun));
-    return run.size() == cancelRun && std::ranges::count(run, Can) == cancelRun;
+    const QByteArrayView run = bytes.last(std::min(bytes.size(), kCancelRun));
+    return run.size() == kCancelRun && std::ranges::count(run, kCan) == kCancelRun;
 }
 
 } // namespace
 
 XmodemReceiver::XmodemReceiver(XmodemLine& line)
-    : line_(line)
+    : m_line(line)
 {
-    line_.state = XmodemState::Handshake;
-    line_.streaming = line_.protocol == XferProtocol::YmodemG;
+    m_line.state = XmodemState::Handshake;
+    m_line.streaming = m_line.protocol == XferProtocol::YmodemG;
 }
 
 XferStep XmodemReceiver::begin(const XferFileMeta& meta, qint64 now)
 {
-    meta_ = meta;
-    startedAt_ = now;
-    if (!xferIsYmodem(line_.protocol)) {
-        blockNumber_ = 1;
+    m_meta = meta;
+    m_startedAt = now;
+    if (!xferIsYmodem(m_line.protocol)) {
+        m_blockNumber = 1;
         if (!openSink()) {
             return failSinkOpen(false);
         }
@@ -93,21 +93,21 @@ XferStep XmodemReceiver::begin(const XferFileMeta& meta, qint64 now)
 XferStep XmodemReceiver::receiverPump(qint64 now)
 {
     XferStep step;
-    while (step.bytes.isEmpty() && !line_.ended() && !line_.pending().isEmpty()) {
-        const char byte = line_.pending().front();
-        if (line_.isCancel(byte) && !(line_.torn && followedByOtherThan(Can, backspace))) {
-            return line_.failRemoteCancel();
+    while (step.bytes.isEmpty() && !m_line.ended() && !m_line.pending().isEmpty()) {
+        const char byte = m_line.pending().front();
+        if (m_line.isCancel(byte) && !(m_line.torn && followedByOtherThan(kCan, kBackspace))) {
+            return m_line.failRemoteCancel();
         }
-        if (byte != Soh && byte != Stx) {
+        if (byte != kSoh && byte != kStx) {
             step = takeControl(byte, now);
         } else {
-            frameBeganAt_ = frameBeganAt_.value_or(now);
+            m_frameBeganAt = m_frameBeganAt.value_or(now);
             auto taken = takeFrame(now);
             if (!taken) {
                 break;
             }
             step = *std::move(taken);
-            frameBeganAt_.reset();
+            m_frameBeganAt.reset();
         }
     }
     return step;
@@ -115,13 +115,13 @@ XferStep XmodemReceiver::receiverPump(qint64 now)
 
 XferStep XmodemReceiver::takeControl(char byte, qint64 now)
 {
-    const bool insideBlock = (line_.torn && !sizeReached()) || followedByOtherThan(Eot, Eot);
-    line_.consume(1);
-    if (byte == Eot && !insideBlock) {
+    const bool insideBlock = (m_line.torn && !sizeReached()) || followedByOtherThan(kEot, kEot);
+    m_line.consume(1);
+    if (byte == kEot && !insideBlock) {
         return receiverHandleEot(now);
     }
-    if (byte != Can) {
-        line_.torn = true;
+    if (byte != kCan) {
+        m_line.torn = true;
         addDebris(1);
     }
     return {};
@@ -130,45 +130,45 @@ XferStep XmodemReceiver::takeControl(char byte, qint64 now)
 // Whether the byte at the front of the input has one behind it already that is neither of these.
 bool XmodemReceiver::followedByOtherThan(char first, char second) const
 {
-    const QByteArrayView input = line_.pending();
+    const QByteArrayView input = m_line.pending();
     return input.size() > 1 && input[1] != first && input[1] != second;
 }
 
 // Nothing while the frame at the front of the input is incomplete.
 std::optional<XferStep> XmodemReceiver::takeFrame(qint64 now)
 {
-    const QByteArrayView input = line_.pending();
-    const qsizetype dataLen = input[0] == Soh ? ShortData : LongData;
-    const qsizetype trailerLen = trailerBytes(line_.useCrc);
-    const qsizetype frameLen = HeadBytes + dataLen + trailerLen;
-    const bool numbered = input.size() >= HeadBytes
+    const QByteArrayView input = m_line.pending();
+    const qsizetype dataLen = input[0] == kSoh ? kShortData : kLongData;
+    const qsizetype trailerLen = trailerBytes(m_line.useCrc);
+    const qsizetype frameLen = kHeadBytes + dataLen + trailerLen;
+    const bool numbered = input.size() >= kHeadBytes
                           && static_cast<quint8>(input[1]) == static_cast<quint8>(~input[2]);
-    if (line_.torn && input.size() >= HeadBytes && !numbered) {
-        line_.consume(1);
+    if (m_line.torn && input.size() >= kHeadBytes && !numbered) {
+        m_line.consume(1);
         addDebris(1);
         return XferStep();
     }
     if (input.size() < frameLen) {
         return std::nullopt;
     }
-    line_.consume(frameLen);
-    const QByteArrayView data = input.sliced(HeadBytes, dataLen);
-    const QByteArrayView trailer = input.sliced(HeadBytes + dataLen, trailerLen);
+    m_line.consume(frameLen);
+    const QByteArrayView data = input.sliced(kHeadBytes, dataLen);
+    const QByteArrayView trailer = input.sliced(kHeadBytes + dataLen, trailerLen);
     const auto number = static_cast<quint8>(input[1]);
-    if (!numbered || !trailerOk(data, trailer, line_.useCrc)) {
+    if (!numbered || !trailerOk(data, trailer, m_line.useCrc)) {
         return rejectFrame(numbered ? std::optional(number) : std::nullopt, frameLen, now);
     }
-    line_.torn = false;
-    debris_ = 0;
+    m_line.torn = false;
+    m_debris = 0;
     return receiverAcceptBlock(number, data, now);
 }
 
 XferStep XmodemReceiver::rejectFrame(std::optional<quint8> number, qsizetype length, qint64 now)
 {
-    if (number != lastAccepted_) {
+    if (number != m_lastAccepted) {
         addDebris(length);
     }
-    if (crossed() && number != blockNumber_) {
+    if (crossed() && number != m_blockNumber) {
         return ignoreRepetition(now);
     }
     return rejectBlock(now);
@@ -176,46 +176,46 @@ XferStep XmodemReceiver::rejectFrame(std::optional<quint8> number, qsizetype len
 
 XferStep XmodemReceiver::rejectBlock(qint64 now)
 {
-    if (line_.streaming) {
-        return line_.failWith(XferError::RetriesExhausted,
+    if (m_line.streaming) {
+        return m_line.failWith(XferError::RetriesExhausted,
             XmodemCodec::tr("A block failed its checksum. YMODEM-G cannot ask for it again, so the "
                             "transfer has failed."),
             true);
     }
-    if (!line_.countRetry()) {
-        return line_.failWith(XferError::RetriesExhausted,
+    if (!m_line.countRetry()) {
+        return m_line.failWith(XferError::RetriesExhausted,
             XmodemCodec::tr("Data kept failing its checksum. This is usually a baud rate mismatch "
                             "or line noise."),
             true);
     }
-    if (line_.state != XmodemState::AwaitNextHeader) {
-        line_.state = XmodemState::Receiving;
+    if (m_line.state != XmodemState::AwaitNextHeader) {
+        m_line.state = XmodemState::Receiving;
     }
-    return reply(QByteArray(1, Nak), now);
+    return reply(QByteArray(1, kNak), now);
 }
 
 XferStep XmodemReceiver::receiverAcceptBlock(quint8 number, QByteArrayView data, qint64 now)
 {
-    line_.resetRetries();
-    if (line_.state == XmodemState::AwaitNextHeader) {
-        return line_.complete(QByteArray(1, Ack));
+    m_line.resetRetries();
+    if (m_line.state == XmodemState::AwaitNextHeader) {
+        return m_line.complete(QByteArray(1, kAck));
     }
-    if (xferIsYmodem(line_.protocol) && number == 0 && !lastAccepted_) {
+    if (xferIsYmodem(m_line.protocol) && number == 0 && !m_lastAccepted) {
         return acceptHeader(data, now);
     }
-    if (number == lastAccepted_) {
-        if (line_.streaming && number == 0 && bytesReceived_ == 0) {
-            return reply(QByteArray(1, line_.handshakeChar()), now);
+    if (number == m_lastAccepted) {
+        if (m_line.streaming && number == 0 && m_bytesReceived == 0) {
+            return reply(QByteArray(1, m_line.handshakeChar()), now);
         }
         return acknowledgeRepetition(now);
     }
-    if (number == blockNumber_) {
+    if (number == m_blockNumber) {
         return acceptData(number, data, now);
     }
-    return line_.failWith(XferError::OutOfStep,
+    return m_line.failWith(XferError::OutOfStep,
         XmodemCodec::tr("Block %1 arrived when block %2 was expected; the transfer is out of step.")
             .arg(number)
-            .arg(blockNumber_),
+            .arg(m_blockNumber),
         true);
 }
 
@@ -223,142 +223,142 @@ XferStep XmodemReceiver::acceptHeader(QByteArrayView data, qint64 now)
 {
     const auto header = parseHeaderBlock(data);
     if (!header) {
-        return line_.failWith(XferError::OutOfStep,
+        return m_line.failWith(XferError::OutOfStep,
             XmodemCodec::tr("The device sent a malformed file header."), true);
     }
     if (header->name.isEmpty()) {
-        return line_.complete(QByteArray(1, Ack));
+        return m_line.complete(QByteArray(1, kAck));
     }
-    if (receiveLimit_ >= 1 && header->size > receiveLimit_) {
-        return line_.failWith(XferError::LimitExceeded,
+    if (m_receiveLimit >= 1 && header->size > m_receiveLimit) {
+        return m_line.failWith(XferError::LimitExceeded,
             XmodemCodec::tr("The device offered a %1 byte file, which is over the receive limit.")
                 .arg(header->size),
             true);
     }
-    meta_ = *header;
-    announcedSize_ = header->size;
+    m_meta = *header;
+    m_announcedSize = header->size;
     if (!openSink()) {
         return failSinkOpen(true);
     }
-    blockNumber_ = 1;
-    lastAccepted_ = 0;
-    line_.state = XmodemState::Receiving;
+    m_blockNumber = 1;
+    m_lastAccepted = 0;
+    m_line.state = XmodemState::Receiving;
     return replyWithStart(now);
 }
 
 XferStep XmodemReceiver::acceptData(quint8 number, QByteArrayView data, qint64 now)
 {
-    if (announcedSize_ >= 0) {
-        const qint64 missing = std::max<qint64>(announcedSize_ - bytesReceived_, 0);
+    if (m_announcedSize >= 0) {
+        const qint64 missing = std::max<qint64>(m_announcedSize - m_bytesReceived, 0);
         data = data.first(std::min<qint64>(data.size(), missing));
     }
-    if (!data.isEmpty() && !sink_->write(data)) {
-        return line_.failWith(
+    if (!data.isEmpty() && !m_sink->write(data)) {
+        return m_line.failWith(
             XferError::SinkWriteFailed, XmodemCodec::tr("Writing to disk failed."), true);
     }
-    bytesReceived_ += data.size();
+    m_bytesReceived += data.size();
     // Without a length all but the first byte of a last block may be padding, so a file within the
     // limit can arrive rounded up to a whole block.
-    const qint64 padding = announcedSize_ < 0 ? std::max<qint64>(data.size() - 1, 0) : 0;
-    if (receiveLimit_ >= 1 && bytesReceived_ - padding > receiveLimit_) {
-        return line_.failWith(XferError::LimitExceeded,
+    const qint64 padding = m_announcedSize < 0 ? std::max<qint64>(data.size() - 1, 0) : 0;
+    if (m_receiveLimit >= 1 && m_bytesReceived - padding > m_receiveLimit) {
+        return m_line.failWith(XferError::LimitExceeded,
             XmodemCodec::tr("Received %1 bytes without an end of transfer. XMODEM has no length "
                             "field, so there is no way to tell when it should stop.")
-                .arg(bytesReceived_),
+                .arg(m_bytesReceived),
             true);
     }
-    lastAccepted_ = number;
-    blockNumber_ = static_cast<quint8>(number + 1);
-    line_.state = XmodemState::Receiving;
+    m_lastAccepted = number;
+    m_blockNumber = static_cast<quint8>(number + 1);
+    m_line.state = XmodemState::Receiving;
     noteAnswer(now);
     return acknowledge(now);
 }
 
 XferStep XmodemReceiver::receiverHandleEot(qint64 now)
 {
-    if (line_.state == XmodemState::AwaitNextHeader) {
+    if (m_line.state == XmodemState::AwaitNextHeader) {
         return replyWithStart(now);
     }
-    if (debris_ >= blockOfDebris && !sizeReached()) {
+    if (m_debris >= kBlockOfDebris && !sizeReached()) {
         return rejectBlock(now);
     }
-    if (!sinkOpen_ || !sink_->commit(announcedSize_)) {
-        return line_.failWith(XferError::SinkCommitFailed,
+    if (!m_sinkOpen || !m_sink->commit(m_announcedSize)) {
+        return m_line.failWith(XferError::SinkCommitFailed,
             XmodemCodec::tr("The data was received but could not be saved."), false);
     }
-    if (!xferIsYmodem(line_.protocol)) {
-        return line_.complete(QByteArray(1, Ack));
+    if (!xferIsYmodem(m_line.protocol)) {
+        return m_line.complete(QByteArray(1, kAck));
     }
-    line_.state = XmodemState::AwaitNextHeader;
+    m_line.state = XmodemState::AwaitNextHeader;
     return replyWithStart(now);
 }
 
 XferStep XmodemReceiver::receiverTick(qint64 now)
 {
-    if (line_.state == XmodemState::AwaitNextHeader) {
-        return line_.complete();
+    if (m_line.state == XmodemState::AwaitNextHeader) {
+        return m_line.complete();
     }
     // At 300 baud a long block takes 34 s: a request in the middle of it would have the sender
     // repeat what is on its way.
-    if (!line_.pending().isEmpty() && !line_.quiet(now)) {
-        line_.arm(now, XmodemLine::QuietMs);
+    if (!m_line.pending().isEmpty() && !m_line.quiet(now)) {
+        m_line.arm(now, XmodemLine::kQuietMs);
         return {};
     }
-    if (endsInCancel(line_.pending())) {
-        return line_.failRemoteCancel();
+    if (endsInCancel(m_line.pending())) {
+        return m_line.failRemoteCancel();
     }
-    if (line_.quiet(now)) {
-        addDebris(line_.pending().size());
-        line_.discardInput();
-        line_.torn = false;
-        frameBeganAt_.reset();
+    if (m_line.quiet(now)) {
+        addDebris(m_line.pending().size());
+        m_line.discardInput();
+        m_line.torn = false;
+        m_frameBeganAt.reset();
     }
-    return line_.state == XmodemState::Handshake ? retryHandshake(now) : repeatRequest(now);
+    return m_line.state == XmodemState::Handshake ? retryHandshake(now) : repeatRequest(now);
 }
 
 XferStep XmodemReceiver::retryHandshake(qint64 now)
 {
-    if (XmodemLine::elapsedMs(startedAt_, now) >= XmodemLine::HandshakeLimitMs) {
-        return line_.failWith(XferError::NoHandshake,
+    if (XmodemLine::elapsedMs(m_startedAt, now) >= XmodemLine::kHandshakeLimitMs) {
+        return m_line.failWith(XferError::NoHandshake,
             XmodemCodec::tr("The device did not start sending. Check that it is ready to send and "
                             "that the baud rate matches."),
             false);
     }
-    if (!xferIsYmodem(line_.protocol) && handshakeAttempts_ >= crcHandshakeAttempts) {
-        line_.useCrc = false;
+    if (!xferIsYmodem(m_line.protocol) && m_handshakeAttempts >= kCrcHandshakeAttempts) {
+        m_line.useCrc = false;
     }
     return sendStart(now);
 }
 
 XferStep XmodemReceiver::repeatRequest(qint64 now)
 {
-    if (line_.streaming) {
-        return line_.failWith(XferError::RetriesExhausted,
+    if (m_line.streaming) {
+        return m_line.failWith(XferError::RetriesExhausted,
             XmodemCodec::tr("The device stopped sending. YMODEM-G cannot recover, so the transfer "
                             "has failed."),
             true);
     }
-    if (!line_.countRetry()) {
-        return line_.failRetries();
+    if (!m_line.countRetry()) {
+        return m_line.failRetries();
     }
-    requestedAgain_ = true;
-    answeredAt_.reset();
-    const bool nothingYet = bytesReceived_ == 0 && line_.useCrc;
-    return reply(QByteArray(1, nothingYet ? line_.handshakeChar() : Nak), now);
+    m_requestedAgain = true;
+    m_answeredAt.reset();
+    const bool nothingYet = m_bytesReceived == 0 && m_line.useCrc;
+    return reply(QByteArray(1, nothingYet ? m_line.handshakeChar() : kNak), now);
 }
 
 XferStep XmodemReceiver::sendStart(qint64 now)
 {
-    ++handshakeAttempts_;
+    ++m_handshakeAttempts;
     XferStep step;
-    step.bytes.append(line_.handshakeChar());
-    line_.armOrDefer(step, now, line_.useCrc ? crcHandshakeMs : XmodemLine::ReplyTimeoutMs);
+    step.bytes.append(m_line.handshakeChar());
+    m_line.armOrDefer(step, now, m_line.useCrc ? kCrcHandshakeMs : XmodemLine::kReplyTimeoutMs);
     return step;
 }
 
 XferStep XmodemReceiver::acknowledge(qint64 now)
 {
-    return reply(line_.streaming ? QByteArray() : QByteArray(1, Ack), now);
+    return reply(m_line.streaming ? QByteArray() : QByteArray(1, kAck), now);
 }
 
 XferStep XmodemReceiver::acknowledgeRepetition(qint64 now)
@@ -372,8 +372,8 @@ XferStep XmodemReceiver::acknowledgeRepetition(qint64 now)
 
 XferStep XmodemReceiver::ignoreRepetition(qint64 now)
 {
-    answeredAt_.reset();
-    line_.arm(now, XmodemLine::ReplyTimeoutMs);
+    m_answeredAt.reset();
+    m_line.arm(now, XmodemLine::kReplyTimeoutMs);
     return {};
 }
 
@@ -381,62 +381,62 @@ XferStep XmodemReceiver::ignoreRepetition(qint64 now)
 // byte tells: how long the others take depends on the speed of the line.
 bool XmodemReceiver::crossed() const
 {
-    return answeredAt_ && frameBeganAt_
-           && XmodemLine::elapsedMs(*answeredAt_, *frameBeganAt_) < crossingMs;
+    return m_answeredAt && m_frameBeganAt
+           && XmodemLine::elapsedMs(*m_answeredAt, *m_frameBeganAt) < kCrossingMs;
 }
 
 void XmodemReceiver::noteAnswer(qint64 now)
 {
-    answeredAt_ = requestedAgain_ ? std::optional(now) : std::nullopt;
-    requestedAgain_ = false;
+    m_answeredAt = m_requestedAgain ? std::optional(now) : std::nullopt;
+    m_requestedAgain = false;
 }
 
 void XmodemReceiver::addDebris(qsizetype bytes)
 {
     // Before the first good block it may be text that the device prints while it gets ready.
-    if (lastAccepted_) {
-        debris_ = std::min(debris_ + bytes, blockOfDebris);
+    if (m_lastAccepted) {
+        m_debris = std::min(m_debris + bytes, kBlockOfDebris);
     }
 }
 
 XferStep XmodemReceiver::replyWithStart(qint64 now)
 {
-    const char start = line_.handshakeChar();
-    return reply(QByteArray(1, Ack) + start, now);
+    const char start = m_line.handshakeChar();
+    return reply(QByteArray(1, kAck) + start, now);
 }
 
 XferStep XmodemReceiver::reply(const QByteArray& bytes, qint64 now)
 {
     XferStep step;
     step.bytes = bytes;
-    line_.armOrDefer(step, now, XmodemLine::ReplyTimeoutMs);
+    m_line.armOrDefer(step, now, XmodemLine::kReplyTimeoutMs);
     return step;
 }
 
 XferStep XmodemReceiver::failSinkOpen(bool sendCancel)
 {
-    return line_.failWith(XferError::SinkOpenFailed,
+    return m_line.failWith(XferError::SinkOpenFailed,
         XmodemCodec::tr("Could not create the destination file."), sendCancel);
 }
 
 bool XmodemReceiver::openSink()
 {
-    sinkOpen_ = sink_ && sink_->open(meta_);
-    return sinkOpen_;
+    m_sinkOpen = m_sink && m_sink->open(m_meta);
+    return m_sinkOpen;
 }
 
 bool XmodemReceiver::sizeReached() const
 {
-    return announcedSize_ >= 0 && bytesReceived_ >= announcedSize_;
+    return m_announcedSize >= 0 && m_bytesReceived >= m_announcedSize;
 }
 
 XferProgress XmodemReceiver::progress() const
 {
     XferProgress progress;
-    progress.bytesDone = bytesReceived_;
-    progress.bytesTotal = announcedSize_;
-    progress.block = lastAccepted_.value_or(0);
-    progress.retries = line_.totalRetries();
-    progress.fileName = meta_.name;
+    progress.bytesDone = m_bytesReceived;
+    progress.bytesTotal = m_announcedSize;
+    progress.block = m_lastAccepted.value_or(0);
+    progress.retries = m_line.totalRetries();
+    progress.fileName = m_meta.name;
     return progress;
 }

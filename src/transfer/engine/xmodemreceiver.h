@@ -19,8 +19,8 @@ public:
     explicit XmodemReceiver(XmodemLine& line);
     ~XmodemReceiver() = default;
 
-    void setSink(XferSink* sink) { sink_ = sink; }
-    void setReceiveLimit(qint64 bytes) { receiveLimit_ = bytes; }
+    void setSink(XferSink* sink) { m_sink = sink; }
+    void setReceiveLimit(qint64 bytes) { m_receiveLimit = bytes; }
 
     XferStep begin(const XferFileMeta& meta, qint64 now);
     // Consumes the input until a frame is incomplete or something has to be written.
@@ -55,21 +55,21 @@ private:
     bool openSink();
     bool sizeReached() const;
 
-    XmodemLine& line_;
-    XferSink* sink_ = nullptr;
-    bool sinkOpen_ = false;
-    XferFileMeta meta_;
-    qint64 announcedSize_ = -1; // from a YMODEM header
-    qint64 receiveLimit_ = 0;
-    qint64 bytesReceived_ = 0;
-    quint8 blockNumber_ = 0; // the one expected next
-    std::optional<quint8> lastAccepted_;
-    qsizetype debris_ = 0;        // unusable bytes since the last good block, up to a block's worth
-    bool requestedAgain_ = false; // a time-out's NAK is out and nothing has answered it
-    std::optional<qint64> answeredAt_;   // when the first block came behind such a NAK
-    std::optional<qint64> frameBeganAt_; // when the head at the front of the input came
-    qint32 handshakeAttempts_ = 0;
-    qint64 startedAt_ = 0;
+    XmodemLine& m_line;
+    XferSink* m_sink = nullptr;
+    bool m_sinkOpen = false;
+    XferFileMeta m_meta;
+    qint64 m_announcedSize = -1; // from a YMODEM header
+    qint64 m_receiveLimit = 0;
+    qint64 m_bytesReceived = 0;
+    quint8 m_blockNumber = 0; // the one expected next
+    std::optional<quint8> m_lastAccepted;
+    qsizetype m_debris = 0; // unusable bytes since the last good block, up to a block's worth
+    bool m_requestedAgain = false;        // a time-out's NAK is out and nothing has answered it
+    std::optional<qint64> m_answeredAt;   // when the first block came behind such a NAK
+    std::optional<qint64> m_frameBeganAt; // when the head at the front of the input came
+    qint32 m_handshakeAttempts = 0;
+    qint64 m_startedAt = 0;
 
     Q_DISABLE_COPY_MOVE(XmodemReceiver)
 };

@@ -45,35 +45,35 @@
 using namespace XmodemFrame;
 
 XmodemSender::XmodemSender(XmodemLine& line, qint32 blockSizeOption)
-    : line_(line)
-    , blockSizeOption_(blockSizeOption)
+    : m_line(line)
+    , m_blockSizeOption(blockSizeOption)
 {
-    line_.state = XmodemState::AwaitStart;
+    m_line.state = XmodemState::AwaitStart;
 }
 
 XferStep XmodemSender::begin(const XferFileMeta& meta, qint64 now)
 {
-    meta_ = meta;
-    line_.arm(now, XmodemLine::HandshakeLimitMs);
+    m_meta = meta;
+    m_line.arm(now, XmodemLine::kHandshakeLimitMs);
     return {};
 }
 
 XferStep XmodemSender::senderPump(qint64 now)
 {
     XferStep step;
-    while (step.bytes.isEmpty() && !line_.ended() && !line_.pending().isEmpty()) {
-        const char byte = line_.pending().front();
+    while (step.bytes.isEmpty() && !m_line.ended() && !m_line.pending().isEmpty()) {
+        const char byte = m_line.pending().front();
         const bool idle = answersNothing(byte);
-        line_.consume(1);
-        if (line_.isCancel(byte)) {
-            return line_.failRemoteCancel();
+        m_line.consume(1);
+        if (m_line.isCancel(byte)) {
+            return m_line.failRemoteCancel();
         }
         if (!idle) {
             step = onByte(byte, now);
         }
     }
     // The pump runs only while nothing waits to be written: the last block has left.
-    if (step.bytes.isEmpty() && line_.state == XmodemState::Streaming) {
+    if (step.bytes.isEmpty() && m_line.state == XmodemState::Streaming) {
         return advance(now);
     }
     return step;
@@ -81,33 +81,33 @@ XferStep XmodemSender::senderPump(qint64 now)
 
 XferStep XmodemSender::senderTick(qint64 now)
 {
-    switch (line_.state) {
+    switch (m_line.state) {
     case XmodemState::AwaitStart:
-        return line_.failWith(XferError::NoHandshake,
+        return m_line.failWith(XferError::NoHandshake,
             XmodemCodec::tr("The device did not request the transfer. Check that it is waiting to "
                             "receive and that the baud rate matches."),
             false);
     case XmodemState::AwaitDataStart:
-        if (!line_.countRetry()) {
-            return line_.failRetries();
+        if (!m_line.countRetry()) {
+            return m_line.failRetries();
         }
-        line_.arm(now, XmodemLine::ReplyTimeoutMs);
+        m_line.arm(now, XmodemLine::kReplyTimeoutMs);
         return {};
     case XmodemState::AwaitBatchEnd:
-        return line_.complete();
+        return m_line.complete();
     default:
         break;
     }
-    if (line_.streaming && lastSentKind_ == Sent::BatchEnd) {
-        return line_.complete();
+    if (m_line.streaming && m_lastSentKind == Sent::BatchEnd) {
+        return m_line.complete();
     }
-    if (line_.streaming) {
-        return line_.failWith(XferError::RetriesExhausted,
+    if (m_line.streaming) {
+        return m_line.failWith(XferError::RetriesExhausted,
             XmodemCodec::tr("The device stopped responding. YMODEM-G has no retransmission, so the "
                             "transfer has failed."),
             true);
     }
-    ++timedOutResends_;
+    ++m_timedOutResends;
     return resend(now);
 }
 
@@ -115,61 +115,61 @@ XferStep XmodemSender::senderTick(qint64 now)
 // An error that a streaming receiver reports concerns any frame.
 bool XmodemSender::answersNothing(char byte)
 {
-    if (line_.streaming && (line_.state == XmodemState::Streaming || byte == Nak)) {
+    if (m_line.streaming && (m_line.state == XmodemState::Streaming || byte == kNak)) {
         return false;
     }
-    if (line_.frontIsStale()) {
+    if (m_line.frontIsStale()) {
         return true;
     }
-    if (byte != Ack || !line_.frontIsEarly() || surplusAcks_ == 0) {
+    if (byte != kAck || !m_line.frontIsEarly() || m_surplusAcks == 0) {
         return false;
     }
-    --surplusAcks_;
+    --m_surplusAcks;
     return true;
 }
 
 XferStep XmodemSender::onByte(char byte, qint64 now)
 {
-    const bool crcStart = byte == StartCrc || byte == StartStream;
-    switch (line_.state) {
+    const bool crcStart = byte == kStartCrc || byte == kStartStream;
+    switch (m_line.state) {
     case XmodemState::AwaitStart:
-        if (!crcStart && byte != Nak) {
+        if (!crcStart && byte != kNak) {
             return {};
         }
-        line_.useCrc = crcStart;
-        line_.streaming = byte == StartStream;
+        m_line.useCrc = crcStart;
+        m_line.streaming = byte == kStartStream;
         return senderStartFile(now);
     case XmodemState::AwaitDataStart:
         if (!crcStart) {
             return {};
         }
-        line_.streaming = byte == StartStream;
-        blockNumber_ = 1;
+        m_line.streaming = byte == kStartStream;
+        m_blockNumber = 1;
         return senderEmitNextBlock(now);
     case XmodemState::AwaitBatchEnd:
         return crcStart ? sendBatchEnd(now) : XferStep();
     case XmodemState::AwaitAck:
         return onReply(byte, now);
     default:
-        return byte == Nak ? failStreaming() : XferStep();
+        return byte == kNak ? failStreaming() : XferStep();
     }
 }
 
 XferStep XmodemSender::onReply(char byte, qint64 now)
 {
     switch (byte) {
-    case Ack:
+    case kAck:
         return onAck(now);
-    case Nak:
-        return line_.streaming ? failStreaming() : resend(now);
-    case StartCrc:
-    case StartStream:
-        if (byte == StartStream && line_.streaming && lastSentKind_ == Sent::Header) {
-            acksOnlyEots_ = true;
-            blockNumber_ = 1;
+    case kNak:
+        return m_line.streaming ? failStreaming() : resend(now);
+    case kStartCrc:
+    case kStartStream:
+        if (byte == kStartStream && m_line.streaming && m_lastSentKind == Sent::Header) {
+            m_acksOnlyEots = true;
+            m_blockNumber = 1;
             return senderEmitNextBlock(now);
         }
-        return lastSentKind_ == Sent::Eot ? sendBatchEnd(now) : XferStep();
+        return m_lastSentKind == Sent::Eot ? sendBatchEnd(now) : XferStep();
     default:
         return {};
     }
@@ -177,24 +177,24 @@ XferStep XmodemSender::onReply(char byte, qint64 now)
 
 XferStep XmodemSender::onAck(qint64 now)
 {
-    line_.resetRetries();
-    surplusAcks_ = std::exchange(timedOutResends_, 0);
-    switch (lastSentKind_) {
+    m_line.resetRetries();
+    m_surplusAcks = std::exchange(m_timedOutResends, 0);
+    switch (m_lastSentKind) {
     case Sent::Header:
-        line_.state = XmodemState::AwaitDataStart;
-        line_.arm(now, XmodemLine::ReplyTimeoutMs);
+        m_line.state = XmodemState::AwaitDataStart;
+        m_line.arm(now, XmodemLine::kReplyTimeoutMs);
         return {};
     case Sent::Data:
         return advance(now);
     case Sent::Eot:
-        if (!xferIsYmodem(line_.protocol)) {
-            return line_.complete();
+        if (!xferIsYmodem(m_line.protocol)) {
+            return m_line.complete();
         }
-        line_.state = XmodemState::AwaitBatchEnd;
-        line_.arm(now, XmodemLine::ReplyTimeoutMs);
+        m_line.state = XmodemState::AwaitBatchEnd;
+        m_line.arm(now, XmodemLine::kReplyTimeoutMs);
         return {};
     case Sent::BatchEnd:
-        return line_.complete();
+        return m_line.complete();
     case Sent::Nothing:
         break;
     }
@@ -203,87 +203,87 @@ XferStep XmodemSender::onAck(qint64 now)
 
 XferStep XmodemSender::senderStartFile(qint64 now)
 {
-    if (xferIsYmodem(line_.protocol)) {
-        return transmit(frameBlock(0, buildHeaderBlock(meta_), line_.useCrc), Sent::Header, now);
+    if (xferIsYmodem(m_line.protocol)) {
+        return transmit(frameBlock(0, buildHeaderBlock(m_meta), m_line.useCrc), Sent::Header, now);
     }
-    blockNumber_ = 1;
+    m_blockNumber = 1;
     return senderEmitNextBlock(now);
 }
 
 XferStep XmodemSender::advance(qint64 now)
 {
-    bytesSent_ += lastBlockDataLen_;
-    ++blockNumber_;
+    m_bytesSent += m_lastBlockDataLen;
+    ++m_blockNumber;
     return senderEmitNextBlock(now);
 }
 
 XferStep XmodemSender::senderEmitNextBlock(qint64 now)
 {
-    if (!source_) {
+    if (!m_source) {
         return failRead();
     }
-    const qint64 remaining = source_->size() - bytesSent_;
+    const qint64 remaining = m_source->size() - m_bytesSent;
     if (remaining <= 0) {
         return sendEot(now);
     }
     const qsizetype block = blockSize(remaining);
     const qint64 wanted = std::min<qint64>(block, remaining);
-    QByteArray data = source_->read(bytesSent_, wanted);
+    QByteArray data = m_source->read(m_bytesSent, wanted);
     // A short read would put padding into the middle of the file.
-    if (source_->readFailed() || data.size() < wanted) {
+    if (m_source->readFailed() || data.size() < wanted) {
         return failRead();
     }
-    lastBlockDataLen_ = wanted;
-    line_.resetRetries();
+    m_lastBlockDataLen = wanted;
+    m_line.resetRetries();
     data.truncate(wanted);
     if (wanted < block) {
-        data = data.leftJustified(block, Sub);
+        data = data.leftJustified(block, kSub);
     }
-    return transmit(frameBlock(blockNumber_, data, line_.useCrc), Sent::Data, now);
+    return transmit(frameBlock(m_blockNumber, data, m_line.useCrc), Sent::Data, now);
 }
 
 XferStep XmodemSender::sendEot(qint64 now)
 {
-    if (!source_->stillIntact()) {
-        return line_.failWith(XferError::SourceChanged,
+    if (!m_source->stillIntact()) {
+        return m_line.failWith(XferError::SourceChanged,
             XmodemCodec::tr("The file changed while it was being sent."), true);
     }
-    return transmit(QByteArray(1, Eot), Sent::Eot, now);
+    return transmit(QByteArray(1, kEot), Sent::Eot, now);
 }
 
 XferStep XmodemSender::sendBatchEnd(qint64 now)
 {
-    return transmit(frameBlock(0, buildTerminatorBlock(), line_.useCrc), Sent::BatchEnd, now);
+    return transmit(frameBlock(0, buildTerminatorBlock(), m_line.useCrc), Sent::BatchEnd, now);
 }
 
 XferStep XmodemSender::transmit(const QByteArray& frame, Sent kind, qint64 now)
 {
-    lastFrame_ = frame;
-    lastSentKind_ = kind;
-    const bool unacknowledged = line_.streaming && kind == Sent::Data;
-    line_.state = unacknowledged ? XmodemState::Streaming : XmodemState::AwaitAck;
+    m_lastFrame = frame;
+    m_lastSentKind = kind;
+    const bool unacknowledged = m_line.streaming && kind == Sent::Data;
+    m_line.state = unacknowledged ? XmodemState::Streaming : XmodemState::AwaitAck;
     XferStep step;
     step.bytes = frame;
-    line_.markStale();
-    const bool silentEnd = acksOnlyEots_ && kind == Sent::BatchEnd;
-    line_.armOrDefer(step, now, silentEnd ? XmodemLine::QuietMs : XmodemLine::ReplyTimeoutMs);
+    m_line.markStale();
+    const bool silentEnd = m_acksOnlyEots && kind == Sent::BatchEnd;
+    m_line.armOrDefer(step, now, silentEnd ? XmodemLine::kQuietMs : XmodemLine::kReplyTimeoutMs);
     return step;
 }
 
 XferStep XmodemSender::resend(qint64 now)
 {
-    return line_.countRetry() ? transmit(lastFrame_, lastSentKind_, now) : line_.failRetries();
+    return m_line.countRetry() ? transmit(m_lastFrame, m_lastSentKind, now) : m_line.failRetries();
 }
 
 XferStep XmodemSender::failRead()
 {
-    return line_.failWith(
+    return m_line.failWith(
         XferError::SourceReadFailed, XmodemCodec::tr("Could not read the file being sent."), true);
 }
 
 XferStep XmodemSender::failStreaming()
 {
-    return line_.failWith(XferError::RetriesExhausted,
+    return m_line.failWith(XferError::RetriesExhausted,
         XmodemCodec::tr("The device reported an error. YMODEM-G cannot resend a block, so the "
                         "transfer has been abandoned."),
         true);
@@ -291,19 +291,19 @@ XferStep XmodemSender::failStreaming()
 
 qsizetype XmodemSender::blockSize(qint64 remaining) const
 {
-    const bool shortOnly = line_.protocol == XferProtocol::Xmodem
-                           || line_.protocol == XferProtocol::XmodemCrc
-                           || blockSizeOption_ == ShortData;
-    return shortOnly || remaining <= ShortData ? ShortData : LongData;
+    const bool shortOnly = m_line.protocol == XferProtocol::Xmodem
+                           || m_line.protocol == XferProtocol::XmodemCrc
+                           || m_blockSizeOption == kShortData;
+    return shortOnly || remaining <= kShortData ? kShortData : kLongData;
 }
 
 XferProgress XmodemSender::progress() const
 {
     XferProgress progress;
-    progress.bytesDone = bytesSent_;
-    progress.bytesTotal = source_ ? source_->size() : -1;
-    progress.block = blockNumber_;
-    progress.retries = line_.totalRetries();
-    progress.fileName = meta_.name;
+    progress.bytesDone = m_bytesSent;
+    progress.bytesTotal = m_source ? m_source->size() : -1;
+    progress.block = m_blockNumber;
+    progress.retries = m_line.totalRetries();
+    progress.fileName = m_meta.name;
     return progress;
 }

@@ -18,7 +18,7 @@ public:
     XmodemSender(XmodemLine& line, qint32 blockSizeOption);
     ~XmodemSender() = default;
 
-    void setSource(XferSource* source) { source_ = source; }
+    void setSource(XferSource* source) { m_source = source; }
 
     XferStep begin(const XferFileMeta& meta, qint64 now);
     // Consumes the input until it is empty or something has to be written.
@@ -45,18 +45,18 @@ private:
     XferStep failStreaming();
     qsizetype blockSize(qint64 remaining) const;
 
-    XmodemLine& line_;
-    const qint32 blockSizeOption_;
-    XferSource* source_ = nullptr;
-    XferFileMeta meta_;
-    QByteArray lastFrame_; // at most one frame of 1029 bytes
-    Sent lastSentKind_ = Sent::Nothing;
-    qsizetype lastBlockDataLen_ = 0; // file bytes in the last block, without padding
-    qint64 bytesSent_ = 0;           // acknowledged file offset
-    quint8 blockNumber_ = 0;
-    qint32 timedOutResends_ = 0; // of the last frame
-    qint32 surplusAcks_ = 0;     // that repetitions of the frame before may still bring
-    bool acksOnlyEots_ = false;  // a streaming receiver that answered the header with "G" alone
+    XmodemLine& m_line;
+    const qint32 m_blockSizeOption;
+    XferSource* m_source = nullptr;
+    XferFileMeta m_meta;
+    QByteArray m_lastFrame; // at most one frame of 1029 bytes
+    Sent m_lastSentKind = Sent::Nothing;
+    qsizetype m_lastBlockDataLen = 0; // file bytes in the last block, without padding
+    qint64 m_bytesSent = 0;           // acknowledged file offset
+    quint8 m_blockNumber = 0;
+    qint32 m_timedOutResends = 0; // of the last frame
+    qint32 m_surplusAcks = 0;     // that repetitions of the frame before may still bring
+    bool m_acksOnlyEots = false;  // a streaming receiver that answered the header with "G" alone
 
     Q_DISABLE_COPY_MOVE(XmodemSender)
 };

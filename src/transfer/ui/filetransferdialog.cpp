@@ -85,8 +85,8 @@ void FileTransferDialog::build(const QStringList& clients)
         m_protocol->addItem(FileTransferSession::protocolLabel(protocol), int(protocol));
     m_protocol->setObjectName("protocol"_L1);
     m_blockSize->setObjectName("blockSize"_L1);
-    m_blockSize->addItem(tr("1024 bytes where the protocol allows it"), XferConfig::LongBlock);
-    m_blockSize->addItem(tr("128 bytes"), XferConfig::ShortBlock);
+    m_blockSize->addItem(tr("1024 bytes where the protocol allows it"), XferConfig::kLongBlock);
+    m_blockSize->addItem(tr("128 bytes"), XferConfig::kShortBlock);
     m_limit->setObjectName("receiveLimit"_L1);
     m_limit->setRange(0, kMaxLimitKilobytes);
     m_limit->setSuffix(tr(" KB"));
@@ -163,7 +163,7 @@ void FileTransferDialog::restore(const QString& path)
 {
     const int protocol = m_store.value(keyFor("Protocol"_L1), int(XferProtocol::Ymodem)).toInt();
     m_protocol->setCurrentIndex(qMax(0, m_protocol->findData(protocol)));
-    const int block = m_store.value(keyFor("BlockSize"_L1), XferConfig::LongBlock).toInt();
+    const int block = m_store.value(keyFor("BlockSize"_L1), XferConfig::kLongBlock).toInt();
     m_blockSize->setCurrentIndex(qMax(0, m_blockSize->findData(block)));
     m_limit->setValue(m_store.value(keyFor("LimitKilobytes"_L1), 0).toInt());
     m_keepOpen->setChecked(m_store.value(keyFor("KeepOpen"_L1), false).toBool());

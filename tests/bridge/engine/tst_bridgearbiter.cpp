@@ -6,7 +6,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int TimeoutMs = 100;
+constexpr int kTimeoutMs = 100;
 
 // Takes the next turn and shows whose it is and what goes to the device; empty when nobody's turn
 // has come.
@@ -27,7 +27,7 @@ class tst_BridgeArbiter final : public QObject
 private Q_SLOTS:
     void oneRequestAtATimeInOrderOfArrival()
     {
-        BridgeArbiter arbiter({}, TimeoutMs);
+        BridgeArbiter arbiter({}, kTimeoutMs);
         QCOMPARE(arbiter.nextTimeoutMs(0), -1);
         QCOMPARE(nextTurn(arbiter, 0), QString());
         arbiter.submit(u"a"_s, "1"_ba, 0);
@@ -41,7 +41,7 @@ private Q_SLOTS:
         QCOMPARE(nextTurn(arbiter, 2), u"a:1"_s);
         QCOMPARE(arbiter.windowOwner(), u"a"_s);
         QCOMPARE(nextTurn(arbiter, 3), QString());
-        QCOMPARE(arbiter.nextTimeoutMs(3), TimeoutMs - 1);
+        QCOMPARE(arbiter.nextTimeoutMs(3), kTimeoutMs - 1);
         arbiter.closeWindow();
         QCOMPARE(nextTurn(arbiter, 4), u"b:2"_s);
         arbiter.closeWindow();
@@ -70,7 +70,7 @@ private Q_SLOTS:
     {
         QFETCH(const QList<int>, blocksMs);
         QFETCH(const int, deadlineMs);
-        BridgeArbiter arbiter({}, TimeoutMs);
+        BridgeArbiter arbiter({}, kTimeoutMs);
         arbiter.submit(u"a"_s, "1"_ba, 0);
         arbiter.submit(u"b"_s, "2"_ba, 0);
         QCOMPARE(nextTurn(arbiter, 0), u"a:1"_s);
@@ -91,7 +91,7 @@ private Q_SLOTS:
 
     void fullQueueDropsTheOldest()
     {
-        BridgeArbiter arbiter({}, TimeoutMs);
+        BridgeArbiter arbiter({}, kTimeoutMs);
         for (int i = 1; i <= 65; ++i)
             arbiter.submit(u"a"_s, QByteArray::number(i), 0);
         QCOMPARE(arbiter.queuedRequests(), 64);
@@ -108,7 +108,7 @@ private Q_SLOTS:
     // A read that the owner hands over late does not join what was due long before.
     void lateReadIsARequestOfItsOwn()
     {
-        BridgeArbiter arbiter({.mode = FramingMode::IdleGap, .idleGapMs = 4}, TimeoutMs);
+        BridgeArbiter arbiter({.mode = FramingMode::IdleGap, .idleGapMs = 4}, kTimeoutMs);
         arbiter.submit(u"a"_s, "1"_ba, 0);
         arbiter.submit(u"b"_s, "2"_ba, 2);
         arbiter.submit(u"a"_s, "3"_ba, 50);
@@ -122,7 +122,7 @@ private Q_SLOTS:
 
     void wholeRequestsAreNotFramedAgain()
     {
-        BridgeArbiter arbiter({.mode = FramingMode::IdleGap}, TimeoutMs);
+        BridgeArbiter arbiter({.mode = FramingMode::IdleGap}, kTimeoutMs);
         arbiter.submitRequest({.peerKey = u"a"_s, .bytes = "1"_ba, .tag = 11}, 0);
         arbiter.submitRequest({.peerKey = u"a"_s, .bytes = "2"_ba, .tag = 12}, 0);
         QCOMPARE(arbiter.queuedRequests(), 2);
@@ -142,12 +142,12 @@ private Q_SLOTS:
         qint64 nowMs = 195;
         while (arbiter.isInFlight() && nowMs < 100'000)
             arbiter.routeResponse(nowMs += 50);
-        QCOMPARE(nowMs, 195 + TimeoutMs * BridgeArbiter::MaxQuietTimes);
+        QCOMPARE(nowMs, 195 + kTimeoutMs * BridgeArbiter::kMaxQuietTimes);
     }
 
     void lineFallsSilentBeforeTheNextTurn()
     {
-        BridgeArbiter arbiter({}, TimeoutMs);
+        BridgeArbiter arbiter({}, kTimeoutMs);
         arbiter.setLineQuietMs(4, 30);
         for (const char* text : {"1", "2", "3", "4"})
             arbiter.submit(u"a"_s, text, 0);
@@ -169,7 +169,7 @@ private Q_SLOTS:
     void memoryIsBounded()
     {
         BridgeArbiter arbiter({.mode = FramingMode::Delimiter, .maxFrameBytes = 1'048'576}, 100);
-        for (int i = 0; i < BridgeArbiter::MaxFramedPeers + 3; ++i)
+        for (int i = 0; i < BridgeArbiter::kMaxFramedPeers + 3; ++i)
             arbiter.submit(QString::number(i), "x"_ba, 0);
         QCOMPARE(arbiter.queuedRequests(), 3); // what the longest waiting had sent
         arbiter.reset();
@@ -187,7 +187,7 @@ private Q_SLOTS:
 
     void leavingClientFreesTheLine()
     {
-        BridgeArbiter arbiter({.mode = FramingMode::Delimiter}, TimeoutMs);
+        BridgeArbiter arbiter({.mode = FramingMode::Delimiter}, kTimeoutMs);
         arbiter.submit(u"a"_s, "1\n2\nrest"_ba, 0);
         arbiter.submit(u"b"_s, "3\n"_ba, 0);
         QCOMPARE(nextTurn(arbiter, 0), u"a:1\n"_s);
@@ -202,7 +202,7 @@ private Q_SLOTS:
 
     void requestsAreCutByEachClientsOwnFramer()
     {
-        BridgeArbiter arbiter({.mode = FramingMode::IdleGap, .idleGapMs = 4}, TimeoutMs);
+        BridgeArbiter arbiter({.mode = FramingMode::IdleGap, .idleGapMs = 4}, kTimeoutMs);
         const QString peers = u"fbhcgade"_s;
         for (int i = 0; i < peers.size(); ++i)
             arbiter.submit(peers.at(i), "12"_ba, i / 4);

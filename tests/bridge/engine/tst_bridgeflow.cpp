@@ -55,7 +55,7 @@ struct Rig
     BridgeFlow flow;
 };
 
-const FramingPolicy Fixed6{.mode = FramingMode::FixedLength, .frameLength = 6};
+const FramingPolicy kFixed6{.mode = FramingMode::FixedLength, .frameLength = 6};
 
 } // namespace
 
@@ -157,7 +157,7 @@ private Q_SLOTS:
     // has room for by now leaves the queue first.
     void lateReadDoesNotJoinWhatWasDue()
     {
-        Rig rig({.capacityBytes = 8, .highWaterBytes = 8, .lowWaterBytes = 0}, Fixed6);
+        Rig rig({.capacityBytes = 8, .highWaterBytes = 8, .lowWaterBytes = 0}, kFixed6);
         rig.ingest(4, 0);
         rig.ingest(6, 5000);
         QCOMPARE(rig.flow.stats().framesOut, 2);
@@ -217,7 +217,7 @@ private Q_SLOTS:
         Rig rig({.capacityBytes = 10,
                     .highWaterBytes = 5,
                     .overflowPolicy = OverflowPolicy::StopBridge},
-            Fixed6);
+            kFixed6);
         rig.sink.writable = false;
         rig.ingest(6, 0);
         QCOMPARE(rig.throttles, QList{true});
@@ -283,7 +283,7 @@ private Q_SLOTS:
 
     void partialFrameGoesOutOnTimeOrAtTheEnd()
     {
-        Rig rig({}, Fixed6);
+        Rig rig({}, kFixed6);
         rig.ingest(8, 0);
         QCOMPARE(rig.sink.taken.size(), 6);
         QCOMPARE(rig.flow.nextTimeoutMs(50), 150);
@@ -300,7 +300,7 @@ private Q_SLOTS:
     // What was held when the flow stopped must not be glued to what comes after it goes on.
     void resumeReleasesAnOverduePartialFrame()
     {
-        Rig rig({}, Fixed6);
+        Rig rig({}, kFixed6);
         rig.flow.ingest("old"_ba, 0, {});
         rig.flow.suspend(u"stopped"_s);
         rig.flow.resume(5000);
@@ -312,7 +312,7 @@ private Q_SLOTS:
 
     void resetLeavesARunningEmptyFlow()
     {
-        Rig rig({.capacityBytes = 10, .highWaterBytes = 5}, Fixed6);
+        Rig rig({.capacityBytes = 10, .highWaterBytes = 5}, kFixed6);
         rig.sink.writable = false;
         rig.ingest(20, 0);
         rig.flow.suspend(u"stopped"_s);

@@ -27,10 +27,10 @@ FramingPolicy randomPolicy(QRandomGenerator& random)
     return policy;
 }
 
-const FramingPolicy Gap4{.mode = FramingMode::IdleGap, .idleGapMs = 4};
-const FramingPolicy Lines{
+const FramingPolicy kGap4{.mode = FramingMode::IdleGap, .idleGapMs = 4};
+const FramingPolicy kLines{
     .mode = FramingMode::Delimiter, .delimiter = "\r\n"_ba, .maxFrameBytes = 6};
-const FramingPolicy Fixed3{.mode = FramingMode::FixedLength, .frameLength = 3};
+const FramingPolicy kFixed3{.mode = FramingMode::FixedLength, .frameLength = 3};
 
 } // namespace
 
@@ -82,23 +82,23 @@ private Q_SLOTS:
                              const Frames& frames) {
             QTest::newRow(name) << policy << events << frames;
         };
-        row("3 ms apart is one frame", Gap4, {{0, "ab"}, {3, "cd"}, {7, {}}}, {"abcd"});
-        row("4 ms apart is two", Gap4, {{0, "ab"}, {4, "cd"}, {8, {}}}, {"ab", "cd"});
-        row("50 ms apart is two", Gap4, {{0, "ab"}, {50, "cd"}, {60, {}}}, {"ab", "cd"});
+        row("3 ms apart is one frame", kGap4, {{0, "ab"}, {3, "cd"}, {7, {}}}, {"abcd"});
+        row("4 ms apart is two", kGap4, {{0, "ab"}, {4, "cd"}, {8, {}}}, {"ab", "cd"});
+        row("50 ms apart is two", kGap4, {{0, "ab"}, {50, "cd"}, {60, {}}}, {"ab", "cd"});
         row("no gap, but the flush timeout", {.mode = FramingMode::IdleGap, .idleGapMs = 100},
             {{0, "a"}, {90, "b"}, {180, "c"}, {199, "y"}, {200, "z"}, {300, {}}}, {"abcy", "z"});
-        row("delimiter in two reads", Lines, {{0, "ab\r"}, {1, "\ncd"}, {201, {}}},
+        row("delimiter in two reads", kLines, {{0, "ab\r"}, {1, "\ncd"}, {201, {}}},
             {"ab\r\n", "cd"});
-        row("half a delimiter is overdue", Lines, {{0, "ab\r"}, {5000, "\ncd\r\n"}},
+        row("half a delimiter is overdue", kLines, {{0, "ab\r"}, {5000, "\ncd\r\n"}},
             {"ab\r", "\ncd\r\n"});
-        row("a line beyond the bound", Lines, {{0, "abcde"}, {1, "fgh\r\nij\r\n"}},
+        row("a line beyond the bound", kLines, {{0, "abcde"}, {1, "fgh\r\nij\r\n"}},
             {"abcdefgh\r\n", "ij\r\n"});
-        row("a line beyond the bound in pieces", Lines, {{0, "abcde"}, {1, "fgh"}, {2, "\r\n"}},
+        row("a line beyond the bound in pieces", kLines, {{0, "abcde"}, {1, "fgh"}, {2, "\r\n"}},
             {"abcdef", "gh\r\n"});
-        row("fixed length", Fixed3, {{0, "ab"}, {1, "cdefg"}, {2, "hi"}}, {"abc", "def", "ghi"});
-        row("overdue rest of a fixed length", Fixed3, {{0, "abcd"}, {200, "efg"}},
+        row("fixed length", kFixed3, {{0, "ab"}, {1, "cdefg"}, {2, "hi"}}, {"abc", "def", "ghi"});
+        row("overdue rest of a fixed length", kFixed3, {{0, "abcd"}, {200, "efg"}},
             {"abc", "d", "efg"});
-        row("a rest begins with the read that brought it", Fixed3,
+        row("a rest begins with the read that brought it", kFixed3,
             {{0, "ab"}, {150, "cd"}, {349, "e"}, {350, "f"}, {549, {}}, {550, {}}},
             {"abc", "de", "f"});
     }

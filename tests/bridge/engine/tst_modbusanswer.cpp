@@ -33,8 +33,8 @@ ModbusAnswerReader asked(const QByteArray& request, Framing framing = Framing::R
     return reader;
 }
 
-const QByteArray readThree = hex("03 006b 0003");
-const QByteArray threeWords = hex("03 06 022b 0000 0064");
+const QByteArray kReadThree = hex("03 006b 0003");
+const QByteArray kThreeWords = hex("03 06 022b 0000 0064");
 
 } // namespace
 
@@ -121,54 +121,54 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<Kind>("kind");
-        const QByteArray good = framed(Framing::Rtu, threeWords);
+        const QByteArray good = framed(Framing::Rtu, kThreeWords);
         QByteArray damaged = good;
         damaged[4] = char(damaged[4] ^ 1);
         QTest::newRow("nothing") << QByteArray() << Kind::Silent;
         QTest::newRow("a part") << good.chopped(1) << Kind::Incomplete;
         QTest::newRow("text") << "login: "_ba << Kind::Incomplete;
         QTest::newRow("a bit is wrong") << damaged << Kind::BadChecksum;
-        QTest::newRow("another unit") << framed(Framing::Rtu, threeWords, 18) << Kind::OtherUnit;
+        QTest::newRow("another unit") << framed(Framing::Rtu, kThreeWords, 18) << Kind::OtherUnit;
         QTest::newRow("another function")
             << framed(Framing::Rtu, hex("04 02 000a")) << Kind::OtherFunction;
         QTest::newRow("fewer registers")
             << framed(Framing::Rtu, hex("03 04 022b 0000")) << Kind::Mismatch;
         // What the line hears of the request alone is no answer, neither a damaged one.
-        QTest::newRow("its echo") << framed(Framing::Rtu, readThree) << Kind::Incomplete;
+        QTest::newRow("its echo") << framed(Framing::Rtu, kReadThree) << Kind::Incomplete;
     }
 
     void faults()
     {
         QFETCH(const QByteArray, bytes);
         QFETCH(const Kind, kind);
-        ModbusAnswerReader reader = asked(readThree);
+        ModbusAnswerReader reader = asked(kReadThree);
         Answer found = reader.feed(bytes, {}, 10);
         for (qint64 nowMs = 10; !found && nowMs <= kTimeoutMs; ++nowMs)
             found = reader.tick(nowMs);
         QVERIFY(found);
         QCOMPARE(found->kind, kind);
         QVERIFY(!found->text().isEmpty());
-        QVERIFY(!reader.feed(framed(Framing::Rtu, threeWords), {}, kTimeoutMs + 1)); // too late
+        QVERIFY(!reader.feed(framed(Framing::Rtu, kThreeWords), {}, kTimeoutMs + 1)); // too late
     }
 
     // The right answer may stand behind one that is damaged, and an owner who comes late gets what
     // one gets who is exact.
     void orderAndTime()
     {
-        QByteArray damaged = framed(Framing::Rtu, threeWords);
+        QByteArray damaged = framed(Framing::Rtu, kThreeWords);
         damaged[4] = char(damaged[4] ^ 1);
-        ModbusAnswerReader again = asked(readThree);
+        ModbusAnswerReader again = asked(kReadThree);
         QVERIFY(!again.feed(damaged, {}, 10));
-        const Answer second = again.feed(framed(Framing::Rtu, threeWords), {}, 60);
+        const Answer second = again.feed(framed(Framing::Rtu, kThreeWords), {}, 60);
         QVERIFY(second && second->kind == Kind::Data);
 
-        ModbusAnswerReader late = asked(readThree);
-        const Answer silent = late.feed(framed(Framing::Rtu, threeWords), {}, kTimeoutMs);
+        ModbusAnswerReader late = asked(kReadThree);
+        const Answer silent = late.feed(framed(Framing::Rtu, kThreeWords), {}, kTimeoutMs);
         QVERIFY(silent && silent->kind == Kind::Silent);
 
         // 300 baud: the time is over while the bytes still come.
-        ModbusAnswerReader slow = asked(readThree);
-        const QByteArray frame = framed(Framing::Rtu, threeWords);
+        ModbusAnswerReader slow = asked(kReadThree);
+        const QByteArray frame = framed(Framing::Rtu, kThreeWords);
         for (qsizetype at = 0; at + 1 < frame.size(); ++at)
             QVERIFY(!slow.feed(frame.sliced(at, 1), {}, kTimeoutMs - 50 + at * 37));
         const Answer whole = slow.feed(frame.last(1), {}, kTimeoutMs - 50 + frame.size() * 37);
@@ -178,13 +178,13 @@ private Q_SLOTS:
     void othersAreKeptApart()
     {
         // The answer to the request before, which was given up.
-        ModbusAnswerReader tcp = asked(readThree, Framing::Tcp);
-        QVERIFY(!tcp.feed(Modbus::tcpFrame(kTransaction - 1, kUnit, threeWords), {}, 1));
-        const Answer own = tcp.feed(Modbus::tcpFrame(kTransaction, kUnit, threeWords), {}, 2);
+        ModbusAnswerReader tcp = asked(kReadThree, Framing::Tcp);
+        QVERIFY(!tcp.feed(Modbus::tcpFrame(kTransaction - 1, kUnit, kThreeWords), {}, 1));
+        const Answer own = tcp.feed(Modbus::tcpFrame(kTransaction, kUnit, kThreeWords), {}, 2);
         QVERIFY(own && own->kind == Kind::Data);
 
-        ModbusAnswerReader peers = asked(readThree);
-        const QByteArray frame = framed(Framing::Rtu, threeWords);
+        ModbusAnswerReader peers = asked(kReadThree);
+        const QByteArray frame = framed(Framing::Rtu, kThreeWords);
         QVERIFY(!peers.feed(frame.first(4), u"10.0.0.1:5"_s, 1));
         QVERIFY(!peers.feed("chatter", u"10.0.0.2:6"_s, 2));
         const Answer found = peers.feed(frame.sliced(4), u"10.0.0.1:5"_s, 3);

@@ -118,7 +118,7 @@ private Q_SLOTS:
                 QVERIFY(piece.kind == (expecting ? Kind::Damaged : Kind::Foreign));
                 bytes += piece.bytes.size();
             }
-            QVERIFY(framer.bufferedBytes() < ModbusAnswerFramer::MaxFrameBytes);
+            QVERIFY(framer.bufferedBytes() < ModbusAnswerFramer::kMaxFrameBytes);
             QCOMPARE(bytes + framer.bufferedBytes(), flood.size());
         }
         QCOMPARE(framer.expectNothing(1).size(), 1);

@@ -7,7 +7,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int TimeoutMs = 1000;
+constexpr int kTimeoutMs = 1000;
 
 QByteArray hex(const char* digits)
 {
@@ -39,7 +39,7 @@ class tst_ModbusGateway final : public QObject
 private Q_SLOTS:
     void requestAndAnswer()
     {
-        ModbusGateway gateway(TimeoutMs);
+        ModbusGateway gateway(kTimeoutMs);
         QCOMPARE(gateway.tcpToRtu(hex("1501 0000 0006 11 03006b0003"), 0),
             QList{hex("1103006b0003 7687")});
         QCOMPARE(gateway.rtuToTcp(rtu("1103 06 ae415652 4340"), 1),
@@ -52,7 +52,7 @@ private Q_SLOTS:
 
     void answersGoToTheOldestRequestOfTheirUnit()
     {
-        ModbusGateway gateway(TimeoutMs);
+        ModbusGateway gateway(kTimeoutMs);
         const QList<QByteArray> frames =
             gateway.tcpToRtu(readRequest(1, 7) + readRequest(2, 8) + readRequest(3, 7), 0);
         QCOMPARE(frames.size(), 3);
@@ -86,7 +86,7 @@ private Q_SLOTS:
     void headerDecidesWhatIsMalformed()
     {
         QFETCH(const QByteArray, stream);
-        ModbusGateway gateway(TimeoutMs);
+        ModbusGateway gateway(kTimeoutMs);
         QTEST(int(gateway.tcpToRtu(stream, 0).size()), "frames");
         QTEST(int(gateway.counters().malformedHeaders), "malformed");
         QTEST(int(gateway.bufferedBytes()), "buffered");
@@ -107,7 +107,7 @@ private Q_SLOTS:
             readAnswer(7).replace(4, 1, "x"_ba),
             ModbusGateway::appendCrc(QByteArray(65'536, '\7'))}; // beyond a 16-bit length
         for (const QByteArray& frame : badFrames) {
-            ModbusGateway gateway(TimeoutMs);
+            ModbusGateway gateway(kTimeoutMs);
             gateway.tcpToRtu(readRequest(1, 7), 0);
             QCOMPARE(gateway.rtuToTcp(frame, 1), QByteArray());
             QCOMPARE(gateway.counters().badRtuFrames, 1);
@@ -117,7 +117,7 @@ private Q_SLOTS:
 
     void transactionsExpireAfterTheTimeout()
     {
-        ModbusGateway gateway(TimeoutMs);
+        ModbusGateway gateway(kTimeoutMs);
         QCOMPARE(gateway.nextTimeoutMs(0), -1);
         gateway.tcpToRtu(readRequest(1, 7), 500);
         gateway.tcpToRtu(readRequest(2, 7), 600);
@@ -136,7 +136,7 @@ private Q_SLOTS:
     // answered.
     void requestsThatTakeTurns()
     {
-        ModbusGateway gateway(TimeoutMs);
+        ModbusGateway gateway(kTimeoutMs);
         const auto requests = gateway.takeRequests(
             readRequest(1, 7) + readRequest(2, 7) + readRequest(3, 7) + readRequest(4, 0), 0);
         QCOMPARE(requests.size(), 4);
@@ -145,7 +145,7 @@ private Q_SLOTS:
         QCOMPARE(gateway.pendingTransactions(), 4);
 
         QVERIFY(gateway.noteSent(requests[0].id, 10'000));
-        QCOMPARE(gateway.nextTimeoutMs(10'000), TimeoutMs);
+        QCOMPARE(gateway.nextTimeoutMs(10'000), kTimeoutMs);
         gateway.forget(requests[0].id);
         QCOMPARE(gateway.rtuToTcp(readAnswer(7), 10'001), QByteArray()); // late
         QVERIFY(gateway.noteSent(requests[1].id, 10'100));
@@ -165,7 +165,7 @@ private Q_SLOTS:
     // Overdue is overdue, whoever asks first.
     void lateAnswerFindsNoTransaction()
     {
-        ModbusGateway gateway(TimeoutMs);
+        ModbusGateway gateway(kTimeoutMs);
         gateway.tcpToRtu(readRequest(1, 7), 0);
         gateway.tcpToRtu(readRequest(2, 7), 500);
         QCOMPARE(gateway.rtuToTcp(readAnswer(7), 1001).left(2), hex("0002"));
@@ -183,7 +183,7 @@ private Q_SLOTS:
 
     void fullPendingListEvictsTheOldest()
     {
-        ModbusGateway gateway(TimeoutMs);
+        ModbusGateway gateway(kTimeoutMs);
         for (quint16 id = 1; id <= 33; ++id)
             QCOMPARE(gateway.tcpToRtu(readRequest(id, 7), 0).size(), 1);
         QCOMPARE(gateway.pendingTransactions(), 32);
@@ -215,13 +215,13 @@ private Q_SLOTS:
             expected += ModbusGateway::appendCrc(QByteArray(1, char(unitId)) + pdu);
         }
         for (const int longest : {1, 3, 40, 1000, 100'000}) {
-            ModbusGateway gateway(TimeoutMs);
+            ModbusGateway gateway(kTimeoutMs);
             QList<QByteArray> frames;
             for (qsizetype at = 0; at < stream.size();) {
                 const QByteArray read = stream.mid(at, random.bounded(1, longest + 1));
                 frames += gateway.tcpToRtu(read, 0);
                 at += read.size();
-                QVERIFY(gateway.bufferedBytes() < ModbusGateway::MaxMbapFrameBytes);
+                QVERIFY(gateway.bufferedBytes() < ModbusGateway::kMaxMbapFrameBytes);
             }
             QCOMPARE(frames, expected);
         }

@@ -6,8 +6,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int ResponseMs = 200;
-constexpr int TransactionMs = 1000;
+constexpr int kResponseMs = 200;
+constexpr int kTransactionMs = 1000;
 
 QByteArray rtu(const char* digits)
 {
@@ -52,7 +52,7 @@ class tst_ModbusLine final : public QObject
 private Q_SLOTS:
     void requestsOfOneReadTakeTheirTurns()
     {
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         QCOMPARE(line.fromClient(u"a"_s, ask(1) + ask(2), 0).toLine, rtu("070300000001"));
         QCOMPARE(line.fromClient(u"b"_s, ask(3), 1).toLine, QByteArray());
         // The last byte of the answer ends the turn, not a silence behind it.
@@ -73,19 +73,19 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("lateMs");
         QTest::addColumn<int>("nextSentMs");
-        QTest::newRow("before the next request") << ResponseMs + 10 << ResponseMs + 60;
-        QTest::newRow("never") << -1 << ResponseMs + 50;
+        QTest::newRow("before the next request") << kResponseMs + 10 << kResponseMs + 60;
+        QTest::newRow("never") << -1 << kResponseMs + 50;
     }
 
     void lateAnswerReachesNobody()
     {
         QFETCH(const int, lateMs);
         QFETCH(const int, nextSentMs);
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         line.fromClient(u"a"_s, ask(1), 0);
         line.fromClient(u"b"_s, ask(2), 0);
-        QCOMPARE(line.nextTimeoutMs(0), ResponseMs);
-        auto output = line.tick(ResponseMs);
+        QCOMPARE(line.nextTimeoutMs(0), kResponseMs);
+        auto output = line.tick(kResponseMs);
         QCOMPARE(outcomes(output), QList{ModbusLine::Outcome::TimedOut});
         QCOMPARE(output.toLine, QByteArray());
         if (lateMs >= 0) {
@@ -100,7 +100,7 @@ private Q_SLOTS:
     // Behind a slow device a request can wait longer than a transaction may take.
     void waitingForATurnCostsNoTransactionTime()
     {
-        ModbusLine line(ResponseMs, 300);
+        ModbusLine line(kResponseMs, 300);
         for (int i = 0; i < 4; ++i)
             line.fromClient(u"a"_s, ask(quint16(i)), 0);
         for (int i = 0; i < 4; ++i) {
@@ -111,7 +111,7 @@ private Q_SLOTS:
         // Nor does a long way out of the port.
         line.fromClient(u"a"_s, ask(9), 1000);
         line.lineDrained(1190);
-        QCOMPARE(line.nextTimeoutMs(1190), ResponseMs);
+        QCOMPARE(line.nextTimeoutMs(1190), kResponseMs);
         QCOMPARE(heard(line.fromLine(answer(1), 1389)), QStringList{u"a:0009"_s});
     }
 
@@ -133,7 +133,7 @@ private Q_SLOTS:
     void whatIsNoAnswerLeavesTheTurn()
     {
         QFETCH(const QByteArray, noise);
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         line.fromClient(u"a"_s, ask(1), 0);
         QCOMPARE(heard(line.fromLine(noise, 10)), QStringList());
         QCOMPARE(heard(line.tick(70)), QStringList());
@@ -144,7 +144,7 @@ private Q_SLOTS:
 
     void answerThatComesTwiceCountsOnce()
     {
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         line.setLineQuietMs(4, 50);
         line.fromClient(u"a"_s, ask(1), 0);
         line.fromClient(u"b"_s, ask(2), 0);
@@ -159,7 +159,7 @@ private Q_SLOTS:
 
     void deviceExceptionIsAnAnswer()
     {
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         line.fromClient(u"a"_s, ask(1), 0);
         const auto output = line.fromLine(rtu("078302"), 5);
         QCOMPARE(output.toClients.first().bytes, QByteArray::fromHex("0001 0000 0003 07 8302"));
@@ -167,7 +167,7 @@ private Q_SLOTS:
 
     void broadcastHasNoAnswer()
     {
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         const QByteArray broadcast =
             ModbusGateway::buildMbap(1, 0, QByteArray::fromHex("0600010002"));
         auto output = line.fromClient(u"a"_s, broadcast + ask(2), 0);
@@ -182,7 +182,7 @@ private Q_SLOTS:
 
     void malformedClientIsClosedAndNoOtherHarmed()
     {
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         line.fromClient(u"b"_s, ask(1), 0);
         auto output = line.fromClient(u"a"_s, ask(2) + QByteArray::fromHex("00010001000607"), 1);
         QCOMPARE(output.closeClients, QStringList{u"a"_s});
@@ -198,23 +198,23 @@ private Q_SLOTS:
 
     void clientsAndRequestsAreBounded()
     {
-        ModbusLine line(ResponseMs, TransactionMs);
-        for (int i = 0; i < ModbusLine::MaxClients; ++i)
+        ModbusLine line(kResponseMs, kTransactionMs);
+        for (int i = 0; i < ModbusLine::kMaxClients; ++i)
             line.fromClient(QString::number(i), ask(1), 0);
         QCOMPARE(
             line.fromClient(u"one more"_s, ask(1), 0).closeClients, QStringList{u"one more"_s});
-        QCOMPARE(line.clients(), ModbusLine::MaxClients);
-        QCOMPARE(line.openTransactions(), 1 + BridgeArbiter::DefaultMaxQueuedRequests);
+        QCOMPARE(line.clients(), ModbusLine::kMaxClients);
+        QCOMPARE(line.openTransactions(), 1 + BridgeArbiter::kDefaultMaxQueuedRequests);
         // A read of more requests than anything queues.
         const auto output = line.fromClient(u"0"_s, ask(1).repeated(10'000), 0);
         QCOMPARE(output.ended.size(), 10'000);
-        QCOMPARE(line.openTransactions(), 1 + BridgeArbiter::DefaultMaxQueuedRequests);
+        QCOMPARE(line.openTransactions(), 1 + BridgeArbiter::kDefaultMaxQueuedRequests);
     }
 
     // The device does not know that the client has left, and answers; the next one waits for that.
     void answerToAClientThatLeftReachesNobody()
     {
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         line.fromClient(u"a"_s, ask(1), 0);
         line.fromClient(u"b"_s, ask(2), 0);
         auto output = line.clientGone(u"a"_s, 10);
@@ -236,12 +236,12 @@ private Q_SLOTS:
     void unansweredRequestsCanBeToldToTheClient()
     {
         QFETCH(const bool, told);
-        ModbusLine line(ResponseMs, TransactionMs);
+        ModbusLine line(kResponseMs, kTransactionMs);
         line.setExceptionsForUnanswered(told);
         line.setMaxQueuedRequests(1);
         line.fromClient(u"a"_s, ask(1), 0);
         const auto dropped = line.fromClient(u"b"_s, ask(2) + ask(3), 0);
-        const auto timedOut = line.tick(ResponseMs);
+        const auto timedOut = line.tick(kResponseMs);
         QCOMPARE(outcomes(dropped), QList{ModbusLine::Outcome::Dropped});
         QCOMPARE(outcomes(timedOut), QList{ModbusLine::Outcome::TimedOut});
         if (!told) {
@@ -257,7 +257,7 @@ private Q_SLOTS:
     void lateOwnerGetsWhatAnExactOneGot()
     {
         for (const bool exact : {true, false}) {
-            ModbusLine line(ResponseMs, TransactionMs);
+            ModbusLine line(kResponseMs, kTransactionMs);
             line.fromClient(u"a"_s, ModbusGateway::buildMbap(1, 7, QByteArray::fromHex("4201")), 0);
             line.fromLine(rtu("0742aabb"), 180);
             const int dueMs = 180 + line.nextTimeoutMs(180);

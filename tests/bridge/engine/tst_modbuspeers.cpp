@@ -20,10 +20,10 @@ using namespace Qt::Literals::StringLiterals;
 #ifdef HAVE_LIBMODBUS
 namespace {
 
-constexpr int Unit = 17;
-constexpr int AbsentUnit = 18;
-constexpr int PatientMs = 5000; // more than any machine takes to answer
-constexpr int ImpatientMs = 50;
+constexpr int kUnit = 17;
+constexpr int kAbsentUnit = 18;
+constexpr int kPatientMs = 5000; // more than any machine takes to answer
+constexpr int kImpatientMs = 50;
 
 using Modbus = std::unique_ptr<modbus_t, decltype([](modbus_t* context) {
     modbus_close(context);
@@ -78,23 +78,23 @@ QList<Exchange> exchanges()
     const uint16_t words[] = {0x000A, 0x0102, 0xFFFF};
     const QByteArray noAddress = modbus_strerror(EMBXILADD);
     return {
-        {"5", {Unit, 5, 3, 1, {1}}, [](auto* c) { return outcome(modbus_write_bit(c, 3, 1)); },
+        {"5", {kUnit, 5, 3, 1, {1}}, [](auto* c) { return outcome(modbus_write_bit(c, 3, 1)); },
             "1"},
-        {"6", {Unit, 6, 5, 1, {0xBEEF}},
+        {"6", {kUnit, 6, 5, 1, {0xBEEF}},
             [](auto* c) { return outcome(modbus_write_register(c, 5, 0xBEEF)); }, "1"},
-        {"15", {Unit, 15, 8, 10, {1, 0, 1, 1, 0, 0, 1, 1, 1, 0}},
+        {"15", {kUnit, 15, 8, 10, {1, 0, 1, 1, 0, 0, 1, 1, 1, 0}},
             [=](auto* c) { return outcome(modbus_write_bits(c, 8, 10, coils)); }, "10"},
-        {"16", {Unit, 16, 20, 3, {0x000A, 0x0102, 0xFFFF}},
+        {"16", {kUnit, 16, 20, 3, {0x000A, 0x0102, 0xFFFF}},
             [=](auto* c) { return outcome(modbus_write_registers(c, 20, 3, words)); }, "3"},
-        {"1", {Unit, 1, 0, 20, {}}, bits(modbus_read_bits, 0, 20), "00010000101100111000"},
-        {"2", {Unit, 2, 1, 8, {}}, bits(modbus_read_input_bits, 1, 8), "00100100"},
-        {"3", {Unit, 3, 19, 5, {}}, registers(modbus_read_registers, 19, 5), "0 a 102 ffff 0"},
-        {"3, one", {Unit, 3, 5, 1, {}}, registers(modbus_read_registers, 5, 1), "beef"},
-        {"4", {Unit, 4, 30, 2, {}}, registers(modbus_read_input_registers, 30, 2), "101e 101f"},
-        {"1, exception", {Unit, 1, 30, 3, {}}, bits(modbus_read_bits, 30, 3), noAddress},
-        {"4, exception", {Unit, 4, 100, 1, {}}, registers(modbus_read_input_registers, 100, 1),
+        {"1", {kUnit, 1, 0, 20, {}}, bits(modbus_read_bits, 0, 20), "00010000101100111000"},
+        {"2", {kUnit, 2, 1, 8, {}}, bits(modbus_read_input_bits, 1, 8), "00100100"},
+        {"3", {kUnit, 3, 19, 5, {}}, registers(modbus_read_registers, 19, 5), "0 a 102 ffff 0"},
+        {"3, one", {kUnit, 3, 5, 1, {}}, registers(modbus_read_registers, 5, 1), "beef"},
+        {"4", {kUnit, 4, 30, 2, {}}, registers(modbus_read_input_registers, 30, 2), "101e 101f"},
+        {"1, exception", {kUnit, 1, 30, 3, {}}, bits(modbus_read_bits, 30, 3), noAddress},
+        {"4, exception", {kUnit, 4, 100, 1, {}}, registers(modbus_read_input_registers, 100, 1),
             noAddress},
-        {"6, exception", {Unit, 6, 32, 1, {1}},
+        {"6, exception", {kUnit, 6, 32, 1, {1}},
             [](auto* c) { return outcome(modbus_write_register(c, 32, 1)); }, noAddress},
     };
 }
@@ -109,7 +109,7 @@ void runDevice(int line)
         data->tab_input_bits[i] = i % 3 == 0;
         data->tab_input_registers[i] = uint16_t(0x1000 + i);
     }
-    modbus_set_slave(device.get(), Unit);
+    modbus_set_slave(device.get(), kUnit);
     uint8_t query[MODBUS_RTU_MAX_ADU_LENGTH];
     for (int size = 0; size >= 0; size = modbus_receive(device.get(), query)) {
         if (size > 0) // 0: a request to another unit
@@ -121,7 +121,7 @@ void runDevice(int line)
 // Puts the engine between a TCP client and a line, as a bridge does, in real time.
 struct Bridge
 {
-    ModbusLine engine{PatientMs, PatientMs};
+    ModbusLine engine{kPatientMs, kPatientMs};
     QList<QByteArray> rtuFrames; // what went to the line
     QList<ModbusLine::Outcome> outcomes;
 
@@ -142,8 +142,8 @@ struct Bridge
                 const QByteArray bytes = readSome(client);
                 if (bytes.isEmpty())
                     return;
-                if (bytes.size() > 6 && bytes[6] == AbsentUnit)
-                    engine.setResponseTimeoutMs(ImpatientMs);
+                if (bytes.size() > 6 && bytes[6] == kAbsentUnit)
+                    engine.setResponseTimeoutMs(kImpatientMs);
                 perform(engine.fromClient(u"client"_s, bytes, nowMs), client, line);
             }
             if (ends[1].revents != 0)
@@ -231,12 +231,12 @@ private:
     {
         const Modbus client(modbus_new_tcp("127.0.0.1", 0));
         modbus_set_socket(client.get(), tcp);
-        modbus_set_slave(client.get(), Unit);
-        modbus_set_response_timeout(client.get(), PatientMs / 1000, 0);
+        modbus_set_slave(client.get(), kUnit);
+        modbus_set_response_timeout(client.get(), kPatientMs / 1000, 0);
         for (const Exchange& exchange : wanted)
             answers.append(exchange.ask(client.get()));
-        modbus_set_slave(client.get(), AbsentUnit);
-        modbus_set_response_timeout(client.get(), 0, 3 * ImpatientMs * 1000);
+        modbus_set_slave(client.get(), kAbsentUnit);
+        modbus_set_response_timeout(client.get(), 0, 3 * kImpatientMs * 1000);
         absent = registers(modbus_read_registers, 0, 1)(client.get());
     }
 #else

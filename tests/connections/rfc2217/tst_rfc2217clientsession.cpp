@@ -8,10 +8,10 @@ namespace {
 
 using State = Rfc2217ClientSession::State;
 
-constexpr const char* accepted = "The remote port accepted serial parameter control.";
-constexpr const char* plainTelnet =
+constexpr const char* kAccepted = "The remote port accepted serial parameter control.";
+constexpr const char* kPlainTelnet =
     "The remote does not support serial parameter control; continuing as plain Telnet.";
-constexpr const char* transparent =
+constexpr const char* kTransparent =
     "The remote is not an RFC 2217 server; continuing as transparent TCP. The handshake bytes may "
     "have reached the remote serial line.";
 
@@ -62,12 +62,12 @@ private Q_SLOTS:
             QTest::newRow(name) << hex(in) << state << QString::fromLatin1(message) << received
                                 << sent;
         };
-        row("nothing", "", State::TransparentTcp, transparent, two, one);
-        row("data only", "00417f", State::TransparentTcp, transparent, two, one);
-        row("other options", "fffb01fffd03", State::PlainTelnet, plainTelnet, one, two);
-        row("refusal", "fffe2cfffc2c", State::PlainTelnet, plainTelnet, one, two);
-        row("only WILL", "fffe18fffb2c", State::ComPortActive, accepted, one, two);
-        row("consent", "fffd2c", State::ComPortActive, accepted, one, two);
+        row("nothing", "", State::TransparentTcp, kTransparent, two, one);
+        row("data only", "00417f", State::TransparentTcp, kTransparent, two, one);
+        row("other options", "fffb01fffd03", State::PlainTelnet, kPlainTelnet, one, two);
+        row("refusal", "fffe2cfffc2c", State::PlainTelnet, kPlainTelnet, one, two);
+        row("only WILL", "fffe18fffb2c", State::ComPortActive, kAccepted, one, two);
+        row("consent", "fffd2c", State::ComPortActive, kAccepted, one, two);
     }
 
     void negotiation()

@@ -20,11 +20,11 @@ QByteArray hex(const char* digits)
 // "type:value", an inquiry with "?", a line with "+" or "-", a signature with its text.
 QByteArray describe(const QList<Event>& events, bool fromServer)
 {
-    constexpr const char* names[] = {"baud", "bits", "parity", "stop", "flow", "break", "dtr",
+    constexpr const char* kNames[] = {"baud", "bits", "parity", "stop", "flow", "break", "dtr",
         "rts", "purge", "signature", "line", "modem"};
     QByteArrayList words;
     for (const Event& event : events) {
-        QByteArray word = names[int(event.type)];
+        QByteArray word = kNames[int(event.type)];
         if (event.inquiry)
             word += '?';
         else if (event.type >= Event::Type::Break && event.type <= Event::Type::Rts)
@@ -83,7 +83,7 @@ struct DecodeCase
     const char* reply;
     const char* events;
 };
-constexpr DecodeCase decodeCases[] = {
+constexpr DecodeCase kDecodeCases[] = {
     {"plain", Client, "0041fe", "0041fe", "", ""},
     {"doubled 0xFF", Client, "41ffff42", "41ff42", "", ""},
     {"three doubled", Server, "ffffffffffff", "ffffff", "", ""},
@@ -147,7 +147,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<QByteArray>("reply");
         QTest::addColumn<QByteArray>("events");
-        for (const DecodeCase& row : decodeCases) {
+        for (const DecodeCase& row : kDecodeCases) {
             QTest::newRow(row.name) << row.role << hex(row.in) << hex(row.data) << hex(row.reply)
                                     << QByteArray(row.events);
         }
@@ -226,24 +226,24 @@ private Q_SLOTS:
         int rounds = 0;
         for (; !in.isEmpty() && rounds < 1000; ++rounds) {
             for (qsizetype i = 1; i < in.size(); i += 3) {
-                constexpr quint8 turned[] = {
+                constexpr quint8 kTurned[] = {
                     Rfc2217::DONT, Rfc2217::DO, Rfc2217::WONT, Rfc2217::WILL};
-                in[i] = char(turned[quint8(in[i]) - Rfc2217::WILL]);
+                in[i] = char(kTurned[quint8(in[i]) - Rfc2217::WILL]);
             }
             QByteArray reply;
             codec.decode(in, nullptr, &reply);
             QVERIFY(reply.size() <= in.size());
             in = reply;
         }
-        QVERIFY(rounds < 2 * Codec::maxOptionChanges);
+        QVERIFY(rounds < 2 * Codec::kMaxOptionChanges);
     }
 
     void longSubnegotiation_data()
     {
         QTest::addColumn<qsizetype>("size"); // option, command and text
         QTest::addColumn<bool>("kept");
-        QTest::newRow("longest") << Codec::maxSubnegotiationBytes << true;
-        QTest::newRow("longer") << Codec::maxSubnegotiationBytes + 1 << false;
+        QTest::newRow("longest") << Codec::kMaxSubnegotiationBytes << true;
+        QTest::newRow("longer") << Codec::kMaxSubnegotiationBytes + 1 << false;
         QTest::newRow("without end") << qsizetype(10'000'000) << false;
     }
 

@@ -45,7 +45,7 @@ struct LineCase
 };
 // No two kinds of flow control in a row, as pyserial sets one beside the other, and neither odd nor
 // even parity behind mark and space, which ser2net and QSerialPort do not take back.
-constexpr LineCase lineCases[] = {
+constexpr LineCase kLineCases[] = {
     {"115200 7E2 RTS/CTS", 115'200, 7, 2, 2, 1,
         "port.apply_settings(dict(baudrate=115200, bytesize=7, parity='E', stopbits=2, "
         "rtscts=True))"},
@@ -259,8 +259,8 @@ quint16 listeningPort(qint64 processId)
     const QByteArrayList rows = table.readAll().split('\n');
     for (const QByteArray& row : rows) {
         const QByteArrayList columns = row.simplified().split(' ');
-        constexpr auto listening = "0A";
-        if (columns.size() > 9 && columns[3] == listening
+        constexpr auto kListening = "0A";
+        if (columns.size() > 9 && columns[3] == kListening
             && sockets.contains("socket:[" + columns[9] + ']'))
             return quint16(columns[1].split(':').last().toUInt(nullptr, 16));
     }
@@ -268,11 +268,11 @@ quint16 listeningPort(qint64 processId)
 }
 
 // Debian's own, for which Debian's pyserial is installed.
-constexpr auto python = "/usr/bin/python3"_L1;
+constexpr auto kPython = "/usr/bin/python3"_L1;
 
 bool hasPyserial()
 {
-    return QProcess::execute(python, {u"-c"_s, u"import serial.rfc2217"_s}) == 0;
+    return QProcess::execute(kPython, {u"-c"_s, u"import serial.rfc2217"_s}) == 0;
 }
 
 QString script(const char* name)
@@ -314,7 +314,7 @@ private Q_SLOTS:
         }
         NullModem modem;
         Program program;
-        QVERIFY(program.start(python, {script("rfc2217server.py"), modem.portA()}));
+        QVERIFY(program.start(kPython, {script("rfc2217server.py"), modem.portA()}));
         QTRY_VERIFY(program.process.canReadLine());
         drive(quint16(program.process.readLine().trimmed().toUInt()), modem);
     }
@@ -330,7 +330,7 @@ private Q_SLOTS:
         QVERIFY(device.open(QIODevice::ReadWrite));
         ServedPort served(modem.portA());
         Program program;
-        QVERIFY(program.start(python, {script("rfc2217client.py")}));
+        QVERIFY(program.start(kPython, {script("rfc2217client.py")}));
         // It waits for the answers to its settings, its lines and its purges here.
         const QByteArray url = "rfc2217://127.0.0.1:" + QByteArray::number(served.tcpPort());
         QCOMPARE(program.run("port = serial.serial_for_url('" + url + "', timeout=5)"), "ok");
@@ -382,7 +382,7 @@ private:
         // At first the port is left as it is, and only asked.
         QTRY_COMPARE(remote.session.remoteSummary(), summaryOf(remote.settings));
         QCOMPARE(modem.lineSettings(End::A), "9600 8N1");
-        for (const LineCase& wanted : lineCases) {
+        for (const LineCase& wanted : kLineCases) {
             remote.settings = settingsOf(wanted);
             remote.push();
             QTRY_COMPARE(modem.lineSettings(End::A), wanted.line);
@@ -417,7 +417,7 @@ private:
     // pyserial's client against our server session.
     static void commandParameters(Program& pyserial, const NullModem& modem)
     {
-        for (const LineCase& wanted : lineCases) {
+        for (const LineCase& wanted : kLineCases) {
             QCOMPARE(pyserial.run(wanted.python), "ok");
             QCOMPARE(modem.lineSettings(End::A), wanted.line);
         }

@@ -65,8 +65,8 @@ FormatSetting formatWith(int options)
     return format;
 }
 
-constexpr RXorTx Sent = RXorTx::Sent;
-constexpr RXorTx Received = RXorTx::Received;
+constexpr RXorTx kSent = RXorTx::Sent;
+constexpr RXorTx kReceived = RXorTx::Received;
 
 } // namespace
 
@@ -94,7 +94,7 @@ private Q_SLOTS:
         row("CR LF after a line is a blank line", Plain, {{0, "a\n"_ba}, {0, "\r\n"_ba}},
             u"a\n\n"_s);
         row("two LF after a line", Plain, {{0, "a\n"_ba}, {0, "\n\n"_ba}}, u"a\n\n\n"_s);
-        row("lone LF as a later slice", Plain, {{0, "a\n"_ba}, {0, "\n"_ba, Received, true}},
+        row("lone LF as a later slice", Plain, {{0, "a\n"_ba}, {0, "\n"_ba, kReceived, true}},
             u"a\n\n"_s);
         row("LF and half a character after a line", Plain,
             {{0, "a\n"_ba}, {0, "\n\xC3"_ba}, {0, "\xA9"_ba}}, u"a\n\n\u00E9"_s);
@@ -108,10 +108,10 @@ private Q_SLOTS:
         row("pause after a finished line", Gap, {{0, "a\n"_ba}, {5000, "b"_ba}}, u"a\nb"_s);
         row("pause is from record to record", Gap, {{0, "a"_ba}, {20, "b"_ba}, {40, "c"_ba}},
             u"abc"_s);
-        row("pause before sent data", Gap, {{0, "a"_ba}, {31, "b"_ba, Sent}}, u"a\nb"_s);
+        row("pause before sent data", Gap, {{0, "a"_ba}, {31, "b"_ba, kSent}}, u"a\nb"_s);
         row("clock set back", Gap, {{5000, "a"_ba}, {0, "b"_ba}, {31, "c"_ba}}, u"ab\nc"_s);
         row("no pause in a record that was cut", Gap,
-            {{0, "a"_ba}, {31, "b"_ba, Received, true}, {62, "c"_ba}}, u"ab\nc"_s);
+            {{0, "a"_ba}, {31, "b"_ba, kReceived, true}, {62, "c"_ba}}, u"ab\nc"_s);
         row("pause before half a character", Gap, {{0, "a"_ba}, {31, "\xC3"_ba}, {32, "\xA9"_ba}},
             u"a\n\u00E9"_s);
         row("slow halves of a character", Gap, {{0, "a"_ba}, {20, "\xC3"_ba}, {40, "\xA9"_ba}},
@@ -126,17 +126,17 @@ private Q_SLOTS:
         row("LF that ends an older line", Stamps, {{0, "a"_ba}, {1, "\nb"_ba}},
             u"<005 a\n<006 b"_s);
         row("pause brings a stamp", Stamps | Gap, {{0, "a"_ba}, {31, "b"_ba}}, u"<005 a\n<036 b"_s);
-        row("other direction in mid line", Stamps, {{0, "a"_ba}, {1, "b"_ba, Sent}, {2, "c"_ba}},
+        row("other direction in mid line", Stamps, {{0, "a"_ba}, {1, "b"_ba, kSent}, {2, "c"_ba}},
             u"<005 a\n>006 b\n<007 c"_s);
-        row("other direction on a fresh line", Stamps, {{0, "a\n"_ba}, {1, "b\n"_ba, Sent}},
+        row("other direction on a fresh line", Stamps, {{0, "a\n"_ba}, {1, "b\n"_ba, kSent}},
             u"<005 a\n>006 b\n"_s);
-        row("other direction and a pause: one LF", Stamps | Gap, {{0, "a"_ba}, {90, "b"_ba, Sent}},
+        row("other direction and a pause: one LF", Stamps | Gap, {{0, "a"_ba}, {90, "b"_ba, kSent}},
             u"<005 a\n>095 b"_s);
-        row("other direction without stamps", Plain, {{0, "a"_ba}, {1, "b"_ba, Sent}}, u"ab"_s);
+        row("other direction without stamps", Plain, {{0, "a"_ba}, {1, "b"_ba, kSent}}, u"ab"_s);
         row("half a character brings no stamp", Stamps,
-            {{0, "\xC3"_ba}, {1, "b"_ba, Sent}, {2, "\xA9"_ba}}, u">006 b\n<007 \u00E9"_s);
+            {{0, "\xC3"_ba}, {1, "b"_ba, kSent}, {2, "\xA9"_ba}}, u">006 b\n<007 \u00E9"_s);
         row("stamps in hexadecimal", Stamps | Hex,
-            {{0, "\n\xFF"_ba}, {1, "b"_ba}, {2, "\0"_ba, Sent}}, u"<005 0A FF 62 \n>007 00 "_s);
+            {{0, "\n\xFF"_ba}, {1, "b"_ba}, {2, "\0"_ba, kSent}}, u"<005 0A FF 62 \n>007 00 "_s);
     }
 
     void shows()
@@ -158,7 +158,7 @@ private Q_SLOTS:
         format.displayMsgTime = true;
         Screen screen(format);
         QCOMPARE(screen.show({0, "a\n"_ba}), u"[Rx][23:59:59.005] a\n"_s);
-        QCOMPARE(screen.show({1000, "b\n"_ba, Sent}), u"[Tx][00:00:00.005] b\n"_s);
+        QCOMPARE(screen.show({1000, "b\n"_ba, kSent}), u"[Tx][00:00:00.005] b\n"_s);
     }
 
     void formatOfEachDirection()
@@ -169,13 +169,13 @@ private Q_SLOTS:
         format.sendEncoding = u"Shift-JIS"_s;
         Screen screen(format);
         QCOMPARE(screen.show({0, "\xD6\xD0"_ba}), u"D6 D0 "_s);
-        QCOMPARE(screen.show({0, "\x93\xFA"_ba, Sent}), u"\u65E5"_s);
+        QCOMPARE(screen.show({0, "\x93\xFA"_ba, kSent}), u"\u65E5"_s);
         // A hexadecimal record must not feed the text decoder.
         format.receiveMsgFormat = 2;
         format.sendMsgFormat = 1;
         Screen swapped(format);
         QCOMPARE(swapped.show({0, "\xD6"_ba}), QString());
-        QCOMPARE(swapped.show({0, "\xD6"_ba, Sent}), u"D6 "_s);
+        QCOMPARE(swapped.show({0, "\xD6"_ba, kSent}), u"D6 "_s);
         QCOMPARE(swapped.show({0, "\xD0"_ba}), u"\u4E2D"_s);
     }
 
@@ -197,13 +197,13 @@ private Q_SLOTS:
         // would be the one exception.
         const auto shown = [&bytes](const Chunks& chunks, int options, bool slices) {
             Screen screen(formatWith(options));
-            QString text = screen.show({0, "old"_ba, Sent});
+            QString text = screen.show({0, "old"_ba, kSent});
             bool first = true;
             text += fedInChunks<QString>(bytes, chunks, [&](QByteArrayView chunk) {
                 if (chunk.isEmpty())
                     return QString();
                 const bool later = !std::exchange(first, false) && (slices || chunk == "\n");
-                return screen.show({90, chunk.toByteArray(), Received, later});
+                return screen.show({90, chunk.toByteArray(), kReceived, later});
             });
             return text;
         };
@@ -232,7 +232,7 @@ private Q_SLOTS:
                 QByteArray bytes(random.bounded(6), sent ? 's' : 'r');
                 for (char& byte : bytes)
                     byte = random.bounded(3) == 0 ? "\r\n\xC3"[random.bounded(3)] : byte;
-                text += screen.show({i * 20, bytes, sent ? Sent : Received});
+                text += screen.show({i * 20, bytes, sent ? kSent : kReceived});
             }
             QStringList lines = text.split(u'\n');
             if (lines.last().isEmpty())

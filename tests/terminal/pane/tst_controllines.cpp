@@ -16,9 +16,9 @@ using Sight = LineDriver::Sight;
 
 namespace {
 
-const QColor green(Qt::green);
-const QColor amber(240, 160, 32);
-const QColor grey(144, 144, 144);
+const QColor kGreen(Qt::green);
+const QColor kAmber(240, 160, 32);
+const QColor kGrey(144, 144, 144);
 
 class NotingDriver final : public LineDriver
 {
@@ -110,11 +110,11 @@ void TestControlLines::outputLamps_data()
     QTest::addColumn<Certainty>("certainty");
     QTest::addColumn<QColor>("color");
     QTest::addColumn<bool>("tentative");
-    QTest::newRow("driven high") << true << Certainty::Sure << green << false;
-    QTest::newRow("driven low") << false << Certainty::Sure << green << false;
-    QTest::newRow("asked for high") << true << Certainty::Requested << amber << true;
-    QTest::newRow("asked for low") << false << Certainty::Requested << grey << true;
-    QTest::newRow("flow control") << true << Certainty::Automatic << amber << true;
+    QTest::newRow("driven high") << true << Certainty::Sure << kGreen << false;
+    QTest::newRow("driven low") << false << Certainty::Sure << kGreen << false;
+    QTest::newRow("asked for high") << true << Certainty::Requested << kAmber << true;
+    QTest::newRow("asked for low") << false << Certainty::Requested << kGrey << true;
+    QTest::newRow("flow control") << true << Certainty::Automatic << kAmber << true;
 }
 
 void TestControlLines::outputLamps()
@@ -259,7 +259,7 @@ void TestControlLines::breakTakesTheSendLamp()
     QAbstractButton* cell = bench.cell("txLedCell");
     QTest::mousePress(cell, Qt::LeftButton);
     QCOMPARE(bench.noted.done, QStringList{u"break on"_s});
-    QCOMPARE(bench.lamp("txActivityLed").color(), amber);
+    QCOMPARE(bench.lamp("txActivityLed").color(), kAmber);
     QVERIFY(bench.lamp("txActivityLed").isOn());
     QCOMPARE(bench.txCaption(), u"BRK"_s);
     bench.row.flashSent();
@@ -270,7 +270,7 @@ void TestControlLines::breakTakesTheSendLamp()
     bench.nowMs += 500;
     QTest::mouseRelease(cell, Qt::LeftButton);
     QCOMPARE(bench.noted.done, (QStringList{u"break on"_s, u"break off"_s}));
-    QCOMPARE(bench.lamp("txActivityLed").color(), green);
+    QCOMPARE(bench.lamp("txActivityLed").color(), kGreen);
     QVERIFY(!bench.lamp("txActivityLed").isOn());
     QCOMPARE(bench.txCaption(), u"BRK"_s);
     QTRY_COMPARE(bench.txCaption(), u"TX"_s);
@@ -295,7 +295,7 @@ void TestControlLines::refusedBreakLeavesTheLamp()
     bench.noted.takesBreak = false;
     QTest::mouseClick(bench.cell("txLedCell"), Qt::LeftButton);
     QCOMPARE(bench.noted.done, QStringList{u"break on"_s});
-    QCOMPARE(bench.lamp("txActivityLed").color(), green);
+    QCOMPARE(bench.lamp("txActivityLed").color(), kGreen);
     QCOMPARE(bench.txCaption(), u"TX"_s);
 }
 

@@ -68,12 +68,12 @@ struct Column
     }
 };
 
-const QStringList lineNames{u"baudRate"_s, u"dataBits"_s, u"flowControl"_s, u"stopBits"_s,
+const QStringList kLineNames{u"baudRate"_s, u"dataBits"_s, u"flowControl"_s, u"stopBits"_s,
     u"parity"_s, u"dtrOn"_s, u"lamps"_s};
-const QStringList targetNames{u"connMode"_s, u"connModeProblem"_s, u"portName"_s, u"targetHost"_s,
+const QStringList kTargetNames{u"connMode"_s, u"connModeProblem"_s, u"portName"_s, u"targetHost"_s,
     u"targetPort"_s, u"udpLocalPort"_s, u"udpServerPort"_s, u"useRemoteSerialConfig"_s,
     u"remoteSummary"_s, u"openButton"_s};
-const QStringList sendNames{u"sendFormat"_s, u"sendEncoding"_s, u"sendInterval"_s,
+const QStringList kSendNames{u"sendFormat"_s, u"sendEncoding"_s, u"sendInterval"_s,
     u"txLineEndingMode"_s, u"terminalEnterMode"_s, u"sendChecksum"_s, u"displaySendMsg"_s,
     u"localEcho"_s, u"lineByLine"_s};
 
@@ -149,14 +149,14 @@ private Q_SLOTS:
         Column column;
         column.connection->setRemoteSummary(u"Remote baudrate: 9600\nRemote parity: None"_s);
         column.connection->load(ofMode(mode));
-        QTRY_COMPARE(column.shown(targetNames).join(u' '), rows);
-        QCOMPARE(column.shown(lineNames), line ? lineNames : QStringList{u"lamps"_s});
+        QTRY_COMPARE(column.shown(kTargetNames).join(u' '), rows);
+        QCOMPARE(column.shown(kLineNames), line ? kLineNames : QStringList{u"lamps"_s});
         // What the connection has no use for stays away, whatever the quick settings choose.
         QuickSettingsGroups groups;
         groups.fieldOrder[u"connection"_s] = {u"parity"_s, u"indicatorLights"_s, u"baudRate"_s};
         column.layout.setGroups(groups);
-        QCOMPARE(column.shown(lineNames).size(), line ? lineNames.size() : 1);
-        QTRY_COMPARE(column.shown(targetNames).join(u' '), rows);
+        QCOMPARE(column.shown(kLineNames).size(), line ? kLineNames.size() : 1);
+        QTRY_COMPARE(column.shown(kTargetNames).join(u' '), rows);
         QCOMPARE(column.field(u"openButton"_s)->isEnabled(), mode != connectionMode::NoTransport);
     }
 
@@ -261,18 +261,18 @@ private Q_SLOTS:
         column.layout.setGroups(groups);
         QVERIFY(!column.receive->isVisible());
         QTRY_VERIFY(column.send->y() < column.connection->y());
-        QTRY_COMPARE(column.shown(sendNames),
+        QTRY_COMPARE(column.shown(kSendNames),
             (QStringList{u"localEcho"_s, u"sendFormat"_s, u"sendEncoding"_s, u"txLineEndingMode"_s,
                 u"terminalEnterMode"_s, u"displaySendMsg"_s, u"lineByLine"_s}));
-        QTRY_COMPARE(column.shown(lineNames),
+        QTRY_COMPARE(column.shown(kLineNames),
             (QStringList{u"baudRate"_s, u"dataBits"_s, u"flowControl"_s, u"stopBits"_s}));
         FormatSetting after;
         column.send->store(after);
         QCOMPARE(after.sendChecksum, 4);
 
         column.layout.setGroups({});
-        QTRY_COMPARE(column.shown(sendNames), sendNames);
-        QTRY_COMPARE(column.shown(lineNames), lineNames);
+        QTRY_COMPARE(column.shown(kSendNames), kSendNames);
+        QTRY_COMPARE(column.shown(kLineNames), kLineNames);
         QVERIFY(column.receive->isVisible());
         QTRY_VERIFY(column.connection->y() < column.receive->y());
         QVERIFY(column.receive->y() < column.send->y());

@@ -13,8 +13,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QColor green(Qt::green);
-const QColor amber(240, 160, 32);
+const QColor kGreen(Qt::green);
+const QColor kAmber(240, 160, 32);
 
 struct PaneBench : ShownPane
 {
@@ -84,7 +84,7 @@ void TestRemotePane::paneAsksForLines()
 {
     PaneBench bench;
     QVERIFY(bench.open());
-    QTRY_COMPARE(bench.lamp("dtrLed").color(), green);
+    QTRY_COMPARE(bench.lamp("dtrLed").color(), kGreen);
     QVERIFY(bench.lamp("dtrLed").isOn());
     bench.server.peer.send(
         bench.server.session.modemStateNotification(Rfc2217::Cts | Rfc2217::Dcd));
@@ -98,11 +98,11 @@ void TestRemotePane::paneAsksForLines()
     QVERIFY(!bench.lamp("dtrLed").isOn());
     QCOMPARE(bench.lamp("dtrLed").color(), QColor(144, 144, 144));
     bench.click("dtrLedCell");
-    QCOMPARE(bench.lamp("dtrLed").color(), amber);
+    QCOMPARE(bench.lamp("dtrLed").color(), kAmber);
     QTRY_VERIFY(bench.server.saw(Rfc2217ServerSession::Line::Dtr, false));
     bench.server.peer.send(
         Rfc2217Codec::serverResponse(Rfc2217::SetControl, QByteArray(1, char(Rfc2217::DtrOn))));
-    QTRY_COMPARE(bench.lamp("dtrLed").color(), green);
+    QTRY_COMPARE(bench.lamp("dtrLed").color(), kGreen);
 }
 
 void TestRemotePane::paneSendsBreaks()
@@ -127,7 +127,7 @@ void TestRemotePane::paneLeavesTheRemoteAsItIs()
     bench.server.settings.dtrOn = false;
     QVERIFY(bench.pane.start({}, true));
     QTRY_VERIFY(bench.wasTold(u"The remote port is now at 300 baud."_s));
-    QTRY_COMPARE(bench.lamp("dtrLed").color(), green);
+    QTRY_COMPARE(bench.lamp("dtrLed").color(), kGreen);
     QVERIFY(!bench.lamp("dtrLed").isOn()); // as the remote has it
     for (const char* name : {"rtsLedCell", "dtrLedCell", "txLedCell"}) {
         bench.told.clear();

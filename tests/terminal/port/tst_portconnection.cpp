@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto A = NullModem::End::A;
+constexpr auto kA = NullModem::End::A;
 
 // A connection on a real controller, and everything it says.
 class Bench
@@ -81,7 +81,7 @@ private Q_SLOTS:
         QCOMPARE(
             bench.takeMessages(), QStringList(u"Serial Port %1 OPEN SUCCESS (1000)"_s.arg(name)));
 
-        cable.unplug(A);
+        cable.unplug(kA);
         QTRY_VERIFY(!bench.connection.isOpen());
         QVERIFY((bench.life() == ConnectionLife::Lost));
         QVERIFY(bench.timerRuns());
@@ -94,7 +94,7 @@ private Q_SLOTS:
         QVERIFY((bench.life() == ConnectionLife::Lost));
         QCOMPARE(bench.takeMessages(), QStringList());
 
-        QVERIFY(cable.plugBack(A));
+        QVERIFY(cable.plugBack(kA));
         bench.settings.baudRate = 115200;
         bench.connection.setSettings(bench.settings);
         QTRY_VERIFY_WITH_TIMEOUT(bench.connection.isOpen(), 4000); // by the timer itself
@@ -116,7 +116,7 @@ private Q_SLOTS:
         bench.settings.portName = name;
         QVERIFY(bench.start());
         bench.messages.clear();
-        cable.unplug(A);
+        cable.unplug(kA);
         QTRY_VERIFY(!bench.connection.isOpen());
         QVERIFY(!bench.controller.isOpen(connectionMode::SerialPort));
         QVERIFY(!bench.timerRuns());
@@ -126,7 +126,7 @@ private Q_SLOTS:
         QVERIFY(bench.errors[0].contains(name));
         QCOMPARE(bench.connection.lastError(), bench.errors[0]);
         QCOMPARE(bench.states, QByteArray("oc"));
-        QVERIFY(cable.plugBack(A));
+        QVERIFY(cable.plugBack(kA));
         QVERIFY(bench.start());
         QCOMPARE(bench.connection.lastError(), QString());
     }
@@ -146,7 +146,7 @@ private Q_SLOTS:
         bench.settings.portName = cable.portA();
         bench.connection.setAutoReconnect(true);
         QVERIFY(bench.start());
-        cable.unplug(A);
+        cable.unplug(kA);
         QTRY_VERIFY((bench.life() == ConnectionLife::Lost));
         bench.messages.clear();
         if (how == 0)
@@ -155,7 +155,7 @@ private Q_SLOTS:
             bench.connection.stop();
         QVERIFY(!(bench.life() == ConnectionLife::Lost));
         QVERIFY(!bench.timerRuns());
-        QVERIFY(cable.plugBack(A));
+        QVERIFY(cable.plugBack(kA));
         bench.connection.reconnectTick(); // one that was under way
         QVERIFY(!bench.connection.isOpen());
         QCOMPARE(bench.takeMessages(), QStringList());
@@ -169,12 +169,12 @@ private Q_SLOTS:
         bench.settings.portName = cable.portA();
         bench.connection.setAutoReconnect(true);
         QVERIFY(bench.start());
-        cable.unplug(A);
+        cable.unplug(kA);
         QTRY_VERIFY((bench.life() == ConnectionLife::Lost));
         QVERIFY(!bench.start());
         QVERIFY2(
             (bench.life() == ConnectionLife::Lost), "a failed attempt by hand gives nothing up");
-        QVERIFY(cable.plugBack(A));
+        QVERIFY(cable.plugBack(kA));
         QVERIFY(bench.start());
         QVERIFY(!bench.timerRuns());
         QCOMPARE(bench.states, QByteArray("oco"));

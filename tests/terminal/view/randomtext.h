@@ -10,11 +10,11 @@ class RandomText
 {
 public:
     explicit RandomText(quint32 seed, bool wellFormed = false)
-        : random_(seed)
-        , wellFormed_(wellFormed)
+        : m_random(seed)
+        , m_wellFormed(wellFormed)
     {}
 
-    int below(int bound) { return random_.bounded(bound); }
+    int below(int bound) { return m_random.bounded(bound); }
 
     QString next(int length, const QString& letters = QStringLiteral("abcA .\t"))
     {
@@ -26,7 +26,7 @@ public:
                 text += QStringLiteral("e\u0301\u0323");
             else if (kind == 1)
                 text += QStringLiteral("\U0001F600");
-            else if (kind == 2 && !wellFormed_)
+            else if (kind == 2 && !m_wellFormed)
                 text += QChar(below(2) == 0 ? 0xD83D : 0xDE00);
             else if (kind == 3)
                 text += QChar(QChar::LineSeparator);
@@ -39,6 +39,6 @@ public:
     }
 
 private:
-    QRandomGenerator random_;
-    bool wellFormed_;
+    QRandomGenerator m_random;
+    bool m_wellFormed;
 };

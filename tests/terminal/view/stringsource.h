@@ -6,22 +6,22 @@
 class StringSource final : public TextSource
 {
 public:
-    [[nodiscard]] qint64 firstPosition() const override { return first_; }
-    [[nodiscard]] qint64 endPosition() const override { return first_ + text_.size(); }
+    [[nodiscard]] qint64 firstPosition() const override { return m_first; }
+    [[nodiscard]] qint64 endPosition() const override { return m_first + m_text.size(); }
     [[nodiscard]] QString textAt(qint64 position, qint64 count) const override
     {
-        return text_.mid(position - first_, count);
+        return m_text.mid(position - m_first, count);
     }
 
-    void append(const QString& text) { text_ += text; }
+    void append(const QString& text) { m_text += text; }
     void trim(qint64 count)
     {
-        text_.remove(0, count);
-        first_ += count;
+        m_text.remove(0, count);
+        m_first += count;
     }
-    [[nodiscard]] const QString& text() const { return text_; }
+    [[nodiscard]] const QString& text() const { return m_text; }
 
 private:
-    QString text_;
-    qint64 first_ = 0;
+    QString m_text;
+    qint64 m_first = 0;
 };

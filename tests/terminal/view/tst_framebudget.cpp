@@ -30,12 +30,12 @@ private Q_SLOTS:
         QFETCH(qint64, tookUs);
         QFETCH(qint64, leastBusyPerMille);
         QFETCH(qint64, mostBusyPerMille);
-        constexpr qint64 endUs = 20'000'000;
+        constexpr qint64 kEndUs = 20'000'000;
         FrameBudget budget;
         std::vector<FrameBudget::View> all(static_cast<std::size_t>(views));
         std::vector<qint64> next(all.size(), 0);
         std::vector<int> frames(all.size(), 0);
-        for (qint64 now = 0; now < endUs;) {
+        for (qint64 now = 0; now < kEndUs;) {
             const auto turn = std::ranges::min_element(next);
             const auto i = static_cast<std::size_t>(turn - next.begin());
             now = std::max(now, *turn);
@@ -43,10 +43,10 @@ private Q_SLOTS:
             now += tookUs;
             ++frames[i];
             next[i] = budget.book(all[i], now);
-            QVERIFY(next[i] <= now + FrameBudget::longestWaitUs);
+            QVERIFY(next[i] <= now + FrameBudget::kLongestWaitUs);
         }
         const qint64 drawn = std::accumulate(frames.begin(), frames.end(), qint64(0));
-        const qint64 busy = drawn * tookUs * 1000 / endUs;
+        const qint64 busy = drawn * tookUs * 1000 / kEndUs;
         QVERIFY2(busy >= leastBusyPerMille && busy <= mostBusyPerMille,
             qPrintable(QString::number(busy)));
         const auto [fewest, most] = std::ranges::minmax(frames);
@@ -63,7 +63,7 @@ private Q_SLOTS:
         QCOMPARE(budget.book({&typed, 0, 3'000, true}, 100'000), 100'000);
         budget.book({&ids[0], 100'000, 3'000, false}, 103'000);
         QCOMPARE(budget.book({&typed, 100'000, 3'000, true}, 103'000),
-            100'000 + FrameBudget::typedFrameUs);
+            100'000 + FrameBudget::kTypedFrameUs);
     }
 
     void leavesNoQueueBehindACrowd()
@@ -72,8 +72,8 @@ private Q_SLOTS:
         std::array<int, 200> ids{};
         for (const int& id : ids)
             budget.book({&id, 0, 9'000, false}, 0);
-        QCOMPARE(budget.book({this, 0, 9'000, false}, FrameBudget::longestWaitUs),
-            FrameBudget::longestWaitUs);
+        QCOMPARE(budget.book({this, 0, 9'000, false}, FrameBudget::kLongestWaitUs),
+            FrameBudget::kLongestWaitUs);
     }
 };
 

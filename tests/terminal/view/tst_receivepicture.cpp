@@ -38,7 +38,7 @@ class TestReceivePicture final : public QObject
 
 private Q_SLOTS:
     void init();
-    void cleanup() { view_.reset(); }
+    void cleanup() { m_view.reset(); }
     void drawsRows_data();
     void drawsRows();
     void wrapsRows();
@@ -59,9 +59,12 @@ private:
 
     [[nodiscard]] QWidget* viewport() const
     {
-        return view_->findChild<QAbstractScrollArea*>()->viewport();
+        return m_view->findChild<QAbstractScrollArea*>()->viewport();
     }
-    [[nodiscard]] int rowHeight() const { return QFontMetrics(view_->displayFont()).lineSpacing(); }
+    [[nodiscard]] int rowHeight() const
+    {
+        return QFontMetrics(m_view->displayFont()).lineSpacing();
+    }
     void use(const QColor& base, const QColor& text);
     // Rows of the viewport as they are and as they should be.
     [[nodiscard]] QImage shown(int row) const;
@@ -72,31 +75,31 @@ private:
     [[nodiscard]] QImage wanted(
         const QString& text, const QList<Piece>& pieces, int left = 4) const;
 
-    std::unique_ptr<ReceiveView> view_;
-    QPalette palette_;
-    QList<QImage> seen_;
+    std::unique_ptr<ReceiveView> m_view;
+    QPalette m_palette;
+    QList<QImage> m_seen;
 };
 
 void TestReceivePicture::init()
 {
-    view_ = std::make_unique<ReceiveView>();
-    view_->setDisplayFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
-    view_->setTypingEnabled(false);
-    view_->setLineWrap(false);
-    view_->resize(700, 200);
-    view_->show();
-    QVERIFY(QTest::qWaitForWindowExposed(view_.get()));
-    QApplication::setActiveWindow(view_.get());
-    view_->setFocus();
+    m_view = std::make_unique<ReceiveView>();
+    m_view->setDisplayFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    m_view->setTypingEnabled(false);
+    m_view->setLineWrap(false);
+    m_view->resize(700, 200);
+    m_view->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+    QApplication::setActiveWindow(m_view.get());
+    m_view->setFocus();
 }
 
 void TestReceivePicture::use(const QColor& base, const QColor& text)
 {
-    palette_.setColor(QPalette::Base, base);
-    palette_.setColor(QPalette::Text, text);
-    palette_.setColor(QPalette::Highlight, Qt::darkBlue);
-    palette_.setColor(QPalette::HighlightedText, Qt::yellow);
-    view_->setPalette(palette_);
+    m_palette.setColor(QPalette::Base, base);
+    m_palette.setColor(QPalette::Text, text);
+    m_palette.setColor(QPalette::Highlight, Qt::darkBlue);
+    m_palette.setColor(QPalette::HighlightedText, Qt::yellow);
+    m_view->setPalette(m_palette);
 }
 
 QImage TestReceivePicture::shown(int row) const
@@ -108,8 +111,8 @@ QImage TestReceivePicture::shown(int row) const
 QImage TestReceivePicture::wanted(const QString& text, const QList<Piece>& pieces, int left) const
 {
     QImage image(viewport()->width(), rowHeight(), QImage::Format_RGB32);
-    image.fill(palette_.color(QPalette::Base));
-    QFont font = view_->displayFont();
+    image.fill(m_palette.color(QPalette::Base));
+    QFont font = m_view->displayFont();
     font.setKerning(false);
     QTextLayout layout(text, font);
     QTextOption option;
@@ -159,28 +162,28 @@ void TestReceivePicture::drawsRows()
     use(base, text);
     const auto length = static_cast<int>(sample.size());
     const QColor red(200, 80, 80);
-    view_->appendText(sample + u'\n', {});
-    view_->appendText(sample.left(10), red);
-    view_->appendText(sample.mid(10) + u"\n"_s, {});
-    view_->appendText(sample, {});
+    m_view->appendText(sample + u'\n', {});
+    m_view->appendText(sample.left(10), red);
+    m_view->appendText(sample.mid(10) + u"\n"_s, {});
+    m_view->appendText(sample, {});
     QCOMPARE(shown(0), wanted(sample, {{0, length, text, {}}}));
     QCOMPARE(shown(1), wanted(sample, {{0, 10, red, {}}, {10, length, text, {}}}));
 
     const QColor pale(0xFFE27A);
     const QColor strong(0xFF9A3C);
-    view_->setHighlights({{2, 5, false}, {12, 3, true}});
+    m_view->setHighlights({{2, 5, false}, {12, 3, true}});
     const QImage marked =
         wanted(sample, {{0, 2, text, {}}, {2, 7, Qt::black, pale}, {7, 12, text, {}},
                            {12, 15, Qt::black, strong}, {15, length, text, {}}});
     // A paragraph rounds the right edge of a mark up.
     QVERIFY(differentColumns(shown(0), marked) <= (sample == asciiSample() ? 0 : 2));
-    view_->setHighlights({});
-    view_->selectAll();
+    m_view->setHighlights({});
+    m_view->selectAll();
     const QImage broken = shown(0); // its line feed is selected and seen
     const QImage row = wanted(sample, {{0, length, Qt::yellow, Qt::darkBlue}});
     QVERIFY(differentColumns(shown(2), row) <= (sample == asciiSample() ? 0 : 1));
     QVERIFY(differentColumns(broken, row) > 2);
-    const int end = 4 + qCeil(QFontMetricsF(view_->displayFont()).horizontalAdvance(sample));
+    const int end = 4 + qCeil(QFontMetricsF(m_view->displayFont()).horizontalAdvance(sample));
     if (!sample.contains(u'\t'))
         QCOMPARE(broken.pixelColor(end + 2, 3), QColor(Qt::darkBlue));
 }
@@ -188,29 +191,29 @@ void TestReceivePicture::drawsRows()
 void TestReceivePicture::wrapsRows()
 {
     use(Qt::white, Qt::black);
-    view_->setLineWrap(true);
-    const double column = QFontMetricsF(view_->displayFont()).horizontalAdvance(u'0');
+    m_view->setLineWrap(true);
+    const double column = QFontMetricsF(m_view->displayFont()).horizontalAdvance(u'0');
     const int columns = static_cast<int>((viewport()->width() - 8) / column);
     QString line;
     while (line.size() < 2 * columns)
         line += QString::number(line.size());
     line.truncate(2 * columns);
-    view_->appendText(line + u"!\nnext"_s, {});
+    m_view->appendText(line + u"!\nnext"_s, {});
     QCOMPARE(shown(0), wanted(line.left(columns), {{0, columns, Qt::black, {}}}));
     QCOMPARE(shown(1), wanted(line.mid(columns), {{0, columns, Qt::black, {}}}));
     QCOMPARE(shown(2), wanted(u"!"_s, {{0, 1, Qt::black, {}}}));
     QCOMPARE(shown(3), wanted(u"next"_s, {{0, 4, Qt::black, {}}}));
-    view_->clearText();
+    m_view->clearText();
     // A tab is cut off at the edge, and the next row counts its stops anew.
     const QString full = u"\t"_s + line.left(columns - 9);
-    view_->appendText(full + u"\tab\tc"_s, {});
+    m_view->appendText(full + u"\tab\tc"_s, {});
     QCOMPARE(shown(0), wanted(full, {{0, columns - 8, Qt::black, {}}}));
     QCOMPARE(shown(1), wanted(u"ab\tc"_s, {{0, 4, Qt::black, {}}}));
-    view_->clearText();
-    view_->setWrapAtBlanks(true);
+    m_view->clearText();
+    m_view->setWrapAtBlanks(true);
     const QString bytes = u"0A 1B FF "_s.repeated(columns);
     const int row = (columns + 1) / 3 * 3;
-    view_->appendText(bytes, {});
+    m_view->appendText(bytes, {});
     QCOMPARE(shown(0), wanted(bytes.left(row), {{0, row - 1, Qt::black, {}}}));
     QCOMPARE(shown(1), wanted(bytes.mid(row, row), {{0, row - 1, Qt::black, {}}}));
 }
@@ -218,7 +221,7 @@ void TestReceivePicture::wrapsRows()
 void TestReceivePicture::keepsColorsReadable()
 {
     use(Qt::white, Qt::black);
-    view_->appendText(u"dark on light"_s, QColor(20, 20, 60));
+    m_view->appendText(u"dark on light"_s, QColor(20, 20, 60));
     QCOMPARE(shown(0), wanted(u"dark on light"_s, {{0, 13, QColor(20, 20, 60), {}}}));
     use(QColor(0x101010), QColor(0xC0C0C0));
     QCOMPARE(shown(0), wanted(u"dark on light"_s, {{0, 13, QColor(0xC0C0C0), {}}}));
@@ -229,9 +232,9 @@ void TestReceivePicture::keepsColorsReadable()
 void TestReceivePicture::controlCodesAreSeen()
 {
     use(Qt::white, Qt::black);
-    const double column = QFontMetricsF(view_->displayFont()).horizontalAdvance(u'0');
+    const double column = QFontMetricsF(m_view->displayFont()).horizontalAdvance(u'0');
     for (int code = 0; code < 32; ++code) {
-        view_->appendText(u"ab"_s + QChar(0x2400 + code) + u"cd"_s, {});
+        m_view->appendText(u"ab"_s + QChar(0x2400 + code) + u"cd"_s, {});
         const QImage row = shown(0);
         const int left = 4 + qRound(2 * column);
         const QRect symbol(left, 0, qRound(column), row.height());
@@ -239,11 +242,11 @@ void TestReceivePicture::controlCodesAreSeen()
         QPainter(&blanked).fillRect(symbol, Qt::white);
         QVERIFY(blanked != row);
         QVERIFY(differentColumns(blanked, wanted(u"ab cd"_s, {{0, 5, Qt::black, {}}})) <= 1);
-        QVERIFY(!seen_.contains(row.copy(symbol)));
-        seen_.append(row.copy(symbol));
-        view_->clearText();
+        QVERIFY(!m_seen.contains(row.copy(symbol)));
+        m_seen.append(row.copy(symbol));
+        m_view->clearText();
     }
-    view_->appendText(u"a\u00ADb"_s, {}); // a soft hyphen is no less visible
+    m_view->appendText(u"a\u00ADb"_s, {}); // a soft hyphen is no less visible
     QCOMPARE(shown(0), wanted(u"a-b"_s, {{0, 3, Qt::black, {}}}));
 }
 
@@ -253,16 +256,16 @@ void TestReceivePicture::scrollsSideways()
     QString line;
     for (int i = 0; line.size() < 1500; ++i)
         line += QString::number(i) + u' ';
-    view_->appendText(line + u"\nshort"_s, {});
-    QScrollBar* bar = view_->findChild<QAbstractScrollArea*>()->horizontalScrollBar();
+    m_view->appendText(line + u"\nshort"_s, {});
+    QScrollBar* bar = m_view->findChild<QAbstractScrollArea*>()->horizontalScrollBar();
     QTRY_VERIFY(bar->maximum() > 5000);
     bar->setValue(4321);
     const auto length = static_cast<int>(line.size());
     QCOMPARE(shown(0), wanted(line, {{0, length, Qt::black, {}}}, 4 - 4321));
-    view_->showPosition(0, 3);
+    m_view->showPosition(0, 3);
     QCOMPARE(bar->value(), 0);
-    view_->showPosition(1400, 5);
-    const double column = QFontMetricsF(view_->displayFont()).horizontalAdvance(u'0');
+    m_view->showPosition(1400, 5);
+    const double column = QFontMetricsF(m_view->displayFont()).horizontalAdvance(u'0');
     QVERIFY(bar->value() < 1400 * column);
     QVERIFY(bar->value() + viewport()->width() > 1405 * column);
 }
@@ -270,8 +273,8 @@ void TestReceivePicture::scrollsSideways()
 void TestReceivePicture::composesInline()
 {
     use(Qt::white, Qt::black);
-    view_->setTypingEnabled(true);
-    view_->appendText(u"prompt> "_s, {});
+    m_view->setTypingEnabled(true);
+    m_view->appendText(u"prompt> "_s, {});
     const QImage before = shown(0);
     QInputMethodQueryEvent query(Qt::ImCursorRectangle);
     QApplication::sendEvent(QApplication::focusWidget(), &query);
@@ -283,7 +286,7 @@ void TestReceivePicture::composesInline()
     QCOMPARE(
         during.copy(0, 0, mark.left(), rowHeight()), before.copy(0, 0, mark.left(), rowHeight()));
     QApplication::sendEvent(QApplication::focusWidget(), &query);
-    const int advance = QFontMetrics(view_->displayFont()).horizontalAdvance(u"abc"_s);
+    const int advance = QFontMetrics(m_view->displayFont()).horizontalAdvance(u"abc"_s);
     QCOMPARE(query.value(Qt::ImCursorRectangle).toRect().left(), mark.left() + advance);
     QInputMethodEvent committed;
     committed.setCommitString(u"abc"_s);
@@ -295,45 +298,45 @@ void TestReceivePicture::composesInline()
 void TestReceivePicture::movedRowsLookLikeDrawnOnes()
 {
     use(Qt::white, Qt::black);
-    view_->resize(700, 207); // the last row is cut off
-    view_->setLineWrap(true);
-    view_->setTypingEnabled(true);
+    m_view->resize(700, 207); // the last row is cut off
+    m_view->setLineWrap(true);
+    m_view->setTypingEnabled(true);
     QRandomGenerator random(7);
     const QStringList pieces{u"line\n"_s, u"a longer line of text\n"_s, u"no end "_s, u"\n\n\n"_s,
         u"\u65E5\u672C\u8A9E \u00C5\u0301\n"_s, u"wrapped "_s.repeated(30), u"tab\tend\n"_s};
-    QScrollBar* bar = view_->findChild<QAbstractScrollArea*>()->verticalScrollBar();
+    QScrollBar* bar = m_view->findChild<QAbstractScrollArea*>()->verticalScrollBar();
     for (int step = 0; step < 250; ++step) {
         switch (random.bounded(12)) {
         case 0:
             bar->setValue(random.bounded(bar->maximum() + 1));
             break;
         case 1:
-            view_->scrollToEnd();
+            m_view->scrollToEnd();
             break;
         case 2:
-            view_->trimFront(view_->textLength() > 3000 ? 1500 : 0);
+            m_view->trimFront(m_view->textLength() > 3000 ? 1500 : 0);
             break;
         case 3:
-            turnWheel(*view_, random.bounded(-3, 4) * 40);
+            turnWheel(*m_view, random.bounded(-3, 4) * 40);
             break;
         case 4:
-            view_->setHighlights({{view_->visibleRange().first, 5, step % 2 == 0}});
+            m_view->setHighlights({{m_view->visibleRange().first, 5, step % 2 == 0}});
             break;
         case 5:
             pressKey(Qt::Key_Up, Qt::ShiftModifier);
             break;
         default:
-            view_->appendText(pieces.at(random.bounded(pieces.size())),
+            m_view->appendText(pieces.at(random.bounded(pieces.size())),
                 step % 3 == 0 ? QColor(Qt::darkRed) : QColor());
         }
         const auto onScreen = [&] {
-            const QRect area(viewport()->mapTo(view_.get(), QPoint()), viewport()->size());
-            const QPixmap screen = view_->screen()->grabWindow(view_->winId());
+            const QRect area(viewport()->mapTo(m_view.get(), QPoint()), viewport()->size());
+            const QPixmap screen = m_view->screen()->grabWindow(m_view->winId());
             return screen.toImage().copy(area).convertToFormat(QImage::Format_RGB32);
         };
         if (random.bounded(3) != 0)
             continue; // some steps come faster than frames
-        const QList<QTimer*> timers = areaOf(*view_)->findChildren<QTimer*>();
+        const QList<QTimer*> timers = areaOf(*m_view)->findChildren<QTimer*>();
         QTRY_VERIFY(std::ranges::none_of(timers, &QTimer::isActive));
         QCoreApplication::processEvents(); // the frame is painted
         QCOMPARE(onScreen(), shownArea());

@@ -25,71 +25,71 @@ class TestReceiveUse final : public QObject
 private Q_SLOTS:
     void init()
     {
-        window_ = std::make_unique<QWidget>();
-        view_ = new ReceiveView;
-        bar_ = new FindBar(*view_);
-        auto* layout = new QVBoxLayout(window_.get());
-        layout->addWidget(view_);
-        layout->addWidget(bar_);
-        window_->resize(600, 400);
-        window_->show();
-        QVERIFY(QTest::qWaitForWindowExposed(window_.get()));
-        QApplication::setActiveWindow(window_.get());
-        view_->setFocus();
+        m_window = std::make_unique<QWidget>();
+        m_view = new ReceiveView;
+        m_bar = new FindBar(*m_view);
+        auto* layout = new QVBoxLayout(m_window.get());
+        layout->addWidget(m_view);
+        layout->addWidget(m_bar);
+        m_window->resize(600, 400);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QApplication::setActiveWindow(m_window.get());
+        m_view->setFocus();
     }
 
-    void cleanup() { window_.reset(); }
+    void cleanup() { m_window.reset(); }
 
     void mouseSelects()
     {
-        view_->appendText(u"one two_2 (three)\nfour\n\nfive"_s, {});
+        m_view->appendText(u"one two_2 (three)\nfour\n\nfive"_s, {});
         QTest::mousePress(viewport(), Qt::LeftButton, {}, at(0, 4));
         moveTo(at(1, 2));
         QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(1, 2));
-        QCOMPARE(view_->selectedText(), u"two_2 (three)\nfo"_s);
+        QCOMPARE(m_view->selectedText(), u"two_2 (three)\nfo"_s);
         QTest::mouseClick(viewport(), Qt::LeftButton, Qt::ShiftModifier, at(3, 1));
-        QCOMPARE(view_->selectedText(), u"two_2 (three)\nfour\n\nf"_s);
+        QCOMPARE(m_view->selectedText(), u"two_2 (three)\nfour\n\nf"_s);
         QTest::mouseClick(viewport(), Qt::LeftButton, {}, at(0, 12));
-        QVERIFY(!view_->hasSelection());
+        QVERIFY(!m_view->hasSelection());
         QTest::mouseDClick(viewport(), Qt::LeftButton, {}, at(0, 5));
-        QCOMPARE(view_->selectedText(), u"two_2"_s);
+        QCOMPARE(m_view->selectedText(), u"two_2"_s);
         QTest::mousePress(viewport(), Qt::LeftButton, {}, at(0, 5)); // the third click
-        QCOMPARE(view_->selectedText(), u"one two_2 (three)\n"_s);
+        QCOMPARE(m_view->selectedText(), u"one two_2 (three)\n"_s);
         moveTo(at(3, 0));
-        QCOMPARE(view_->selectedText(), u"one two_2 (three)\nfour\n\nfive"_s);
+        QCOMPARE(m_view->selectedText(), u"one two_2 (three)\nfour\n\nfive"_s);
         QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(3, 0));
         QTest::mouseDClick(viewport(), Qt::LeftButton, {}, at(0, 0));
         QTest::mousePress(viewport(), Qt::LeftButton, {}, at(0, 9)); // too far to be a third click
-        QVERIFY(!view_->hasSelection());
+        QVERIFY(!m_view->hasSelection());
         QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(0, 9));
         QTest::mouseDClick(viewport(), Qt::LeftButton, {}, at(0, 13));
         moveTo(at(0, 5)); // backwards, by words
-        QCOMPARE(view_->selectedText(), u"two_2 (three"_s);
+        QCOMPARE(m_view->selectedText(), u"two_2 (three"_s);
     }
 
     void dragScrollsOn()
     {
-        view_->setLineWrap(false);
-        view_->appendText(numberedLines(0, 100), {});
+        m_view->setLineWrap(false);
+        m_view->appendText(numberedLines(0, 100), {});
         QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
         moveTo(QPoint(10, -100));
-        view_->appendText(u"more\n"_s, {}); // meanwhile
-        QTRY_COMPARE(view_->visibleRange().first, 0);
-        QVERIFY(view_->selectedText().startsWith(u"line 0\n"_s)
-                || view_->selectedText().startsWith(u"ine 0\n"_s));
+        m_view->appendText(u"more\n"_s, {}); // meanwhile
+        QTRY_COMPARE(m_view->visibleRange().first, 0);
+        QVERIFY(m_view->selectedText().startsWith(u"line 0\n"_s)
+                || m_view->selectedText().startsWith(u"ine 0\n"_s));
         QTest::mouseRelease(viewport(), Qt::LeftButton, {}, QPoint(10, -100));
     }
 
     // The release of a button goes to nobody when a dialog has come between.
     void lostReleaseEndsTheDrag()
     {
-        view_->appendText(numberedLines(0, 2000), {});
-        QWindow* native = window_->windowHandle();
-        const QPoint above = viewport()->mapTo(window_.get(), QPoint(10, -100));
-        QTest::mousePress(native, Qt::LeftButton, {}, viewport()->mapTo(window_.get(), at(5, 0)));
+        m_view->appendText(numberedLines(0, 2000), {});
+        QWindow* native = m_window->windowHandle();
+        const QPoint above = viewport()->mapTo(m_window.get(), QPoint(10, -100));
+        QTest::mousePress(native, Qt::LeftButton, {}, viewport()->mapTo(m_window.get(), at(5, 0)));
         QTest::mouseMove(native, above);
-        QTRY_VERIFY(timerRuns() && !view_->isAtBottom());
-        QDialog dialog(window_.get());
+        QTRY_VERIFY(timerRuns() && !m_view->isAtBottom());
+        QDialog dialog(m_window.get());
         dialog.open();
         QTest::mouseRelease(native, Qt::LeftButton, {}, above);
         dialog.close();
@@ -98,54 +98,54 @@ private Q_SLOTS:
 
     void rowsStandStillUnderTheButton()
     {
-        view_->appendText(numberedLines(0, 200), {});
-        const qint64 top = view_->visibleRange().first;
-        view_->appendText(numberedLines(200, 30), {}); // not drawn yet
+        m_view->appendText(numberedLines(0, 200), {});
+        const qint64 top = m_view->visibleRange().first;
+        m_view->appendText(numberedLines(200, 30), {}); // not drawn yet
         QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
-        view_->appendText(numberedLines(230, 30), {});
+        m_view->appendText(numberedLines(230, 30), {});
         moveTo(at(5, 3));
-        QCOMPARE(view_->selectedText(), u"lin"_s);
-        QCOMPARE(view_->visibleRange().first, top);
+        QCOMPARE(m_view->selectedText(), u"lin"_s);
+        QCOMPARE(m_view->visibleRange().first, top);
         QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(5, 3));
-        QVERIFY(view_->isAtBottom());
-        QCOMPARE(view_->visibleRange().second, view_->endPosition());
+        QVERIFY(m_view->isAtBottom());
+        QCOMPARE(m_view->visibleRange().second, m_view->endPosition());
 
         QTest::mousePress(viewport(), Qt::LeftButton, {}, at(5, 0));
-        turnWheel(*view_, 120);
+        turnWheel(*m_view, 120);
         QTest::mouseRelease(viewport(), Qt::LeftButton, {}, at(5, 0));
-        QVERIFY(!view_->isAtBottom());
+        QVERIFY(!m_view->isAtBottom());
     }
 
     void tallerForAWhileKeepsThePlace()
     {
-        view_->appendText(numberedLines(0, 200), {});
-        window_->resize(600, 300);
-        QTRY_VERIFY(view_->height() < 300);
-        view_->scrollToEnd();
-        turnWheel(*view_, 3 * 120);
-        const qint64 top = view_->visibleRange().first;
+        m_view->appendText(numberedLines(0, 200), {});
+        m_window->resize(600, 300);
+        QTRY_VERIFY(m_view->height() < 300);
+        m_view->scrollToEnd();
+        turnWheel(*m_view, 3 * 120);
+        const qint64 top = m_view->visibleRange().first;
         for (const int height : {700, 300}) {
-            window_->resize(600, height);
-            QCOMPARE(view_->isAtBottom(), false);
-            QCOMPARE(view_->visibleRange().second == view_->endPosition(), height == 700);
+            m_window->resize(600, height);
+            QCOMPARE(m_view->isAtBottom(), false);
+            QCOMPARE(m_view->visibleRange().second == m_view->endPosition(), height == 700);
         }
-        view_->appendText(numberedLines(200, 3), {});
-        QCOMPARE(view_->visibleRange().first, top);
+        m_view->appendText(numberedLines(200, 3), {});
+        QCOMPARE(m_view->visibleRange().first, top);
     }
 
     void zoomLeavesTheLeastSize()
     {
-        const QSize least = window_->minimumSizeHint();
-        QFont font = view_->displayFont();
+        const QSize least = m_window->minimumSizeHint();
+        QFont font = m_view->displayFont();
         font.setPixelSize(20);
-        view_->setDisplayFont(font);
+        m_view->setDisplayFont(font);
         const int points = QFontInfo(font).pointSize();
-        view_->zoomBy(1);
-        QCOMPARE(view_->displayFont().pointSize(), points + 1);
-        view_->zoomBy(100);
-        QCOMPARE(view_->displayFont().pointSize(), ReceiveView::largestPointSize);
+        m_view->zoomBy(1);
+        QCOMPARE(m_view->displayFont().pointSize(), points + 1);
+        m_view->zoomBy(100);
+        QCOMPARE(m_view->displayFont().pointSize(), ReceiveView::kLargestPointSize);
         QCoreApplication::processEvents();
-        QCOMPARE(window_->minimumSizeHint(), least);
+        QCOMPARE(m_window->minimumSizeHint(), least);
     }
 
     void keysGoByCharacters_data()
@@ -166,22 +166,22 @@ private Q_SLOTS:
         QFETCH(const QString, text);
         QFETCH(const int, steps);
         QFETCH(const QString, selected);
-        view_->appendText(u"\n"_s.repeated(100) + text, {});
+        m_view->appendText(u"\n"_s.repeated(100) + text, {});
         for (int i = 0; i < steps; ++i)
             pressKey(Qt::Key_Left, Qt::ShiftModifier);
-        QCOMPARE(view_->selectedText(), selected);
+        QCOMPARE(m_view->selectedText(), selected);
         for (int i = 0; i < steps; ++i)
             pressKey(Qt::Key_Right, Qt::ShiftModifier);
-        QVERIFY(!view_->hasSelection());
+        QVERIFY(!m_view->hasSelection());
     }
 
     void copiesBytes()
     {
-        view_->setWrapAtBlanks(true);
+        m_view->setWrapAtBlanks(true);
         const QString text = u"[Rx][12:00:00.123] 48 C3 A4 \n12 0A FF "_s;
-        view_->appendHexadecimal(text, {}, {{19, 28}, {32, text.size()}});
-        view_->selectAll();
-        view_->copyBytes();
+        m_view->appendHexadecimal(text, {}, {{19, 28}, {32, text.size()}});
+        m_view->selectAll();
+        m_view->copyBytes();
         const QMimeData* content = QApplication::clipboard()->mimeData();
         QCOMPARE(content->data(u"application/octet-stream"_s).toHex(), "48c3a40aff"_ba);
         QCOMPARE(content->text(), u"H\u00E4\n\uFFFD"_s);
@@ -190,41 +190,42 @@ private Q_SLOTS:
     void barShowsThePlace()
     {
         QScrollBar* bar = area()->verticalScrollBar();
-        view_->setLineWrap(false);
+        m_view->setLineWrap(false);
         const QString text = numberedLines(0, 1000);
-        view_->appendText(text, {});
+        m_view->appendText(text, {});
         QTRY_VERIFY(bar->maximum() > 900);
         QCOMPARE(bar->value(), bar->maximum());
         bar->setValue(500);
-        QCOMPARE(view_->visibleRange().first, text.indexOf("line 500\n"_L1));
+        QCOMPARE(m_view->visibleRange().first, text.indexOf("line 500\n"_L1));
         bar->triggerAction(QAbstractSlider::SliderSingleStepAdd);
-        QCOMPARE(view_->visibleRange().first, text.indexOf("line 501\n"_L1));
-        view_->trimFront(text.indexOf("line 100\n"_L1));
+        QCOMPARE(m_view->visibleRange().first, text.indexOf("line 501\n"_L1));
+        m_view->trimFront(text.indexOf("line 100\n"_L1));
         QTRY_COMPARE(bar->value(), 401);
         bar->setValue(bar->maximum());
-        QVERIFY(view_->isAtBottom());
+        QVERIFY(m_view->isAtBottom());
         bar->triggerAction(QAbstractSlider::SliderPageStepSub);
-        QVERIFY(!view_->isAtBottom());
-        QVERIFY(view_->visibleRange().second > text.indexOf("line 960\n"_L1));
+        QVERIFY(!m_view->isAtBottom());
+        QVERIFY(m_view->visibleRange().second > text.indexOf("line 960\n"_L1));
         bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
-        QVERIFY(view_->isAtBottom());
+        QVERIFY(m_view->isAtBottom());
     }
 
     // Where the count of rows is an estimate, steps still show every row and arrive at the end.
     void barReachesEverything()
     {
         for (int i = 0; i < 40; ++i)
-            view_->appendText(QString(i * 5, QChar(0x65E5)) + u'\t' + QString(i, u'x') + u'\n', {});
+            m_view->appendText(
+                QString(i * 5, QChar(0x65E5)) + u'\t' + QString(i, u'x') + u'\n', {});
         pressKey(Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
-        QCOMPARE(view_->visibleRange().first, 0);
-        qint64 seen = view_->visibleRange().second;
-        for (int i = 0; i < 2000 && !view_->isAtBottom(); ++i) {
-            turnWheel(*view_, -120);
-            QVERIFY(view_->visibleRange().first <= seen);
-            QVERIFY(view_->visibleRange().second >= seen);
-            seen = view_->visibleRange().second;
+        QCOMPARE(m_view->visibleRange().first, 0);
+        qint64 seen = m_view->visibleRange().second;
+        for (int i = 0; i < 2000 && !m_view->isAtBottom(); ++i) {
+            turnWheel(*m_view, -120);
+            QVERIFY(m_view->visibleRange().first <= seen);
+            QVERIFY(m_view->visibleRange().second >= seen);
+            seen = m_view->visibleRange().second;
         }
-        QCOMPARE(seen, view_->endPosition());
+        QCOMPARE(seen, m_view->endPosition());
     }
 
     void drawsOnceAFrame()
@@ -244,7 +245,7 @@ private Q_SLOTS:
         QElapsedTimer clock;
         clock.start();
         for (int i = 0; i < 2000; ++i) {
-            view_->appendText(u"some text of a device\n"_s, {});
+            m_view->appendText(u"some text of a device\n"_s, {});
             if (i % 10 == 0)
                 QCoreApplication::processEvents();
         }
@@ -255,9 +256,9 @@ private Q_SLOTS:
 
     void screenReaderReads()
     {
-        view_->appendText(u"gone\none two\nthree\n"_s, {});
-        view_->appendText(u"four"_s, QColor(Qt::red));
-        view_->trimFront(5);
+        m_view->appendText(u"gone\none two\nthree\n"_s, {});
+        m_view->appendText(u"four"_s, QColor(Qt::red));
+        m_view->trimFront(5);
         QAccessibleInterface* reader = QAccessible::queryAccessibleInterface(area());
         QVERIFY(reader != nullptr && reader->textInterface() != nullptr);
         QCOMPARE(reader->role(), QAccessible::Terminal);
@@ -278,14 +279,14 @@ private Q_SLOTS:
         const QRect letter = text->characterRect(4);
         QCOMPARE(text->offsetAtPoint(letter.center()), 4);
         text->addSelection(4, 7);
-        QCOMPARE(view_->selectedText(), u"two"_s);
+        QCOMPARE(m_view->selectedText(), u"two"_s);
         QCOMPARE(text->selectionCount(), 1);
     }
 
     // Asked for a line, a view whose device never ends one hands over a piece.
     void screenReaderGetsPieces()
     {
-        view_->appendText(u"a\n"_s + QString(100'000, u'x') + u"\nb"_s, {});
+        m_view->appendText(u"a\n"_s + QString(100'000, u'x') + u"\nb"_s, {});
         QAccessibleTextInterface* text =
             QAccessible::queryAccessibleInterface(area())->textInterface();
         int start = 0;
@@ -316,54 +317,54 @@ private Q_SLOTS:
         qint64 removed = 0;
         for (int step = 0; step < 250; ++step) {
             const QString text = random.next(random.below(step % 10 == 0 ? 20'000 : 500));
-            view_->appendText(
+            m_view->appendText(
                 text, random.below(2) == 0 ? std::optional(QColor(Qt::red)) : std::nullopt);
             model += text;
             if (random.below(12) == 0) {
                 qsizetype count = random.below(static_cast<int>(model.size()) + 1);
-                view_->trimFront(count);
+                m_view->trimFront(count);
                 if (count > 0 && count < model.size() && model.at(count).isLowSurrogate()
                     && model.at(count - 1).isHighSurrogate())
                     ++count; // no pair is torn
                 model.remove(0, count);
                 removed += count;
             } else if (random.below(40) == 0) {
-                view_->clearText();
+                m_view->clearText();
                 removed += model.size();
                 model.clear();
             }
-            act(random, *window_, *bar_);
+            act(random, *m_window, *m_bar);
             if (random.below(3) == 0)
                 QCoreApplication::processEvents();
-            QCOMPARE(view_->textLength(), model.size());
-            QCOMPARE(view_->removedCharacters(), removed);
+            QCOMPARE(m_view->textLength(), model.size());
+            QCOMPARE(m_view->removedCharacters(), removed);
             const int middle = random.below(static_cast<int>(model.size()) + 1);
-            QCOMPARE(view_->textAt(removed + middle, 5000), model.mid(middle, 5000));
-            const auto [from, to] = view_->visibleRange();
-            QVERIFY(view_->firstPosition() <= from && from <= to && to <= view_->endPosition());
-            if (view_->isAtBottom())
-                QCOMPARE(to, view_->endPosition());
+            QCOMPARE(m_view->textAt(removed + middle, 5000), model.mid(middle, 5000));
+            const auto [from, to] = m_view->visibleRange();
+            QVERIFY(m_view->firstPosition() <= from && from <= to && to <= m_view->endPosition());
+            if (m_view->isAtBottom())
+                QCOMPARE(to, m_view->endPosition());
         }
-        view_->selectAll();
-        QCOMPARE(view_->selectedText(), model);
+        m_view->selectAll();
+        QCOMPARE(m_view->selectedText(), model);
     }
 
 private:
-    [[nodiscard]] QAbstractScrollArea* area() const { return areaOf(*view_); }
+    [[nodiscard]] QAbstractScrollArea* area() const { return areaOf(*m_view); }
     [[nodiscard]] QWidget* viewport() const { return area()->viewport(); }
     [[nodiscard]] bool timerRuns() const
     {
-        return std::ranges::any_of(view_->findChildren<QTimer*>(), &QTimer::isActive);
+        return std::ranges::any_of(m_view->findChildren<QTimer*>(), &QTimer::isActive);
     }
     // Middle of a column's left half, in the middle of a row.
     [[nodiscard]] QPoint at(int row, double column) const
     {
-        const QFontMetricsF metrics(view_->displayFont());
-        const int height = QFontMetrics(view_->displayFont()).lineSpacing();
+        const QFontMetricsF metrics(m_view->displayFont());
+        const int height = QFontMetrics(m_view->displayFont()).lineSpacing();
         return {qRound(4 + (column + 0.25) * metrics.horizontalAdvance(u'0')),
             4 + row * height + height / 2};
     }
-    void moveTo(QPoint point) const { dragTo(*view_, point); }
+    void moveTo(QPoint point) const { dragTo(*m_view, point); }
 
     void act(RandomText& random, QWidget& window, FindBar& bar) const
     {
@@ -377,7 +378,7 @@ private:
             vertical->setValue(random.below(vertical->maximum() + 1));
             break;
         case 2:
-            view_->scrollToEnd();
+            m_view->scrollToEnd();
             break;
         case 3:
             bar.open();
@@ -403,22 +404,22 @@ private:
                 area(), random.below(2) == 0 ? Qt::Key_Up : Qt::Key_Left, Qt::ShiftModifier);
             break;
         case 10:
-            view_->setLineWrap(random.below(2) == 0);
+            m_view->setLineWrap(random.below(2) == 0);
             break;
         case 11:
-            view_->setWrapAtBlanks(random.below(2) == 0);
+            m_view->setWrapAtBlanks(random.below(2) == 0);
             break;
         case 12:
-            view_->zoomBy(random.below(3) - 1);
+            m_view->zoomBy(random.below(3) - 1);
             break;
         default:
             viewport()->grab();
         }
     }
 
-    std::unique_ptr<QWidget> window_;
-    ReceiveView* view_ = nullptr;
-    FindBar* bar_ = nullptr;
+    std::unique_ptr<QWidget> m_window;
+    ReceiveView* m_view = nullptr;
+    FindBar* m_bar = nullptr;
 };
 
 QTEST_MAIN(TestReceiveUse)

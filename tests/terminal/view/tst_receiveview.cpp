@@ -26,15 +26,15 @@ class TestReceiveView final : public QObject
 private Q_SLOTS:
     void init()
     {
-        view_ = std::make_unique<ReceiveView>();
-        view_->resize(400, 200);
-        view_->show();
-        QVERIFY(QTest::qWaitForWindowExposed(view_.get()));
-        QApplication::setActiveWindow(view_.get());
-        view_->setFocus();
+        m_view = std::make_unique<ReceiveView>();
+        m_view->resize(400, 200);
+        m_view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        QApplication::setActiveWindow(m_view.get());
+        m_view->setFocus();
     }
 
-    void cleanup() { view_.reset(); }
+    void cleanup() { m_view.reset(); }
 
     void followsOnlyAtTheBottom_data()
     {
@@ -46,90 +46,90 @@ private Q_SLOTS:
     void followsOnlyAtTheBottom()
     {
         QFETCH(const bool, wrap);
-        view_->setLineWrap(wrap);
-        view_->appendText(numberedLines(0, 200), {});
-        QVERIFY(view_->isAtBottom());
-        view_->showPosition(view_->textAt(0, 5000).indexOf("line 100\n"_L1), 4);
-        QVERIFY(!view_->isAtBottom());
-        const QString top = topLine(*view_);
+        m_view->setLineWrap(wrap);
+        m_view->appendText(numberedLines(0, 200), {});
+        QVERIFY(m_view->isAtBottom());
+        m_view->showPosition(m_view->textAt(0, 5000).indexOf("line 100\n"_L1), 4);
+        QVERIFY(!m_view->isAtBottom());
+        const QString top = topLine(*m_view);
         for (int i = 0; i < 20; ++i)
-            view_->appendText(QString(500, u'w') + u'\n', QColor(Qt::darkGreen));
-        QCOMPARE(topLine(*view_), top);
-        view_->scrollToEnd();
-        view_->appendText(numberedLines(0, 3), {});
-        QVERIFY(view_->isAtBottom());
+            m_view->appendText(QString(500, u'w') + u'\n', QColor(Qt::darkGreen));
+        QCOMPARE(topLine(*m_view), top);
+        m_view->scrollToEnd();
+        m_view->appendText(numberedLines(0, 3), {});
+        QVERIFY(m_view->isAtBottom());
     }
 
     void staysAtTheBottom()
     {
-        view_->setLineWrap(true);
+        m_view->setLineWrap(true);
         for (int i = 0; i < 100; ++i)
-            view_->appendText(QString(i * 7, u'w') + u'\n', {});
-        view_->resize(150, 90);
-        QVERIFY(view_->isAtBottom());
-        view_->zoomBy(5);
-        QVERIFY(view_->isAtBottom());
-        view_->setLineWrap(false);
-        QVERIFY(view_->isAtBottom());
-        view_->hide();
-        view_->appendText(numberedLines(0, 50), {});
-        view_->show();
-        QVERIFY(view_->isAtBottom());
-        view_->trimFront(5000);
-        QVERIFY(view_->isAtBottom());
-        QCOMPARE(view_->visibleRange().second, view_->endPosition());
+            m_view->appendText(QString(i * 7, u'w') + u'\n', {});
+        m_view->resize(150, 90);
+        QVERIFY(m_view->isAtBottom());
+        m_view->zoomBy(5);
+        QVERIFY(m_view->isAtBottom());
+        m_view->setLineWrap(false);
+        QVERIFY(m_view->isAtBottom());
+        m_view->hide();
+        m_view->appendText(numberedLines(0, 50), {});
+        m_view->show();
+        QVERIFY(m_view->isAtBottom());
+        m_view->trimFront(5000);
+        QVERIFY(m_view->isAtBottom());
+        QCOMPARE(m_view->visibleRange().second, m_view->endPosition());
     }
 
     void forcedScrollHappensOnce()
     {
-        view_->appendText(numberedLines(0, 200), {});
-        view_->showPosition(0, 1);
-        view_->forceScrollToEnd();
-        QVERIFY(!view_->isAtBottom());
-        view_->appendText(u"x\n"_s, {});
-        QVERIFY(view_->isAtBottom());
-        view_->showPosition(0, 1);
-        view_->appendText(u"x\n"_s, {});
-        QVERIFY(!view_->isAtBottom());
+        m_view->appendText(numberedLines(0, 200), {});
+        m_view->showPosition(0, 1);
+        m_view->forceScrollToEnd();
+        QVERIFY(!m_view->isAtBottom());
+        m_view->appendText(u"x\n"_s, {});
+        QVERIFY(m_view->isAtBottom());
+        m_view->showPosition(0, 1);
+        m_view->appendText(u"x\n"_s, {});
+        QVERIFY(!m_view->isAtBottom());
     }
 
     void keepsReadersLineThroughTrim()
     {
-        view_->appendText(numberedLines(0, 300), {});
-        const QString text = view_->textAt(0, 10'000);
-        view_->showPosition(text.indexOf("line 150\n"_L1), 1);
-        const QString top = topLine(*view_);
-        view_->trimFront(text.indexOf("line 100\n"_L1) + 3);
-        QCOMPARE(topLine(*view_), top);
-        view_->trimFront(view_->textLength() - 900);
-        QCOMPARE(view_->visibleRange().first, view_->firstPosition());
+        m_view->appendText(numberedLines(0, 300), {});
+        const QString text = m_view->textAt(0, 10'000);
+        m_view->showPosition(text.indexOf("line 150\n"_L1), 1);
+        const QString top = topLine(*m_view);
+        m_view->trimFront(text.indexOf("line 100\n"_L1) + 3);
+        QCOMPARE(topLine(*m_view), top);
+        m_view->trimFront(m_view->textLength() - 900);
+        QCOMPARE(m_view->visibleRange().first, m_view->firstPosition());
     }
 
     void selectionSurvives()
     {
-        view_->appendText(numberedLines(0, 5), {});
-        const int row = QFontMetrics(view_->displayFont()).lineSpacing();
+        m_view->appendText(numberedLines(0, 5), {});
+        const int row = QFontMetrics(m_view->displayFont()).lineSpacing();
         const QPoint to(6, 4 + row * 7 / 2);
         QTest::mousePress(
-            areaOf(*view_)->viewport(), Qt::LeftButton, {}, QPoint(6, 4 + row * 3 / 2));
-        dragTo(*view_, to);
-        QTest::mouseRelease(areaOf(*view_)->viewport(), Qt::LeftButton, {}, to);
-        const QString selected = view_->selectedText();
+            areaOf(*m_view)->viewport(), Qt::LeftButton, {}, QPoint(6, 4 + row * 3 / 2));
+        dragTo(*m_view, to);
+        QTest::mouseRelease(areaOf(*m_view)->viewport(), Qt::LeftButton, {}, to);
+        const QString selected = m_view->selectedText();
         QVERIFY2(selected.contains("ine 1\n"_L1), qPrintable(selected));
-        view_->appendText(numberedLines(5, 100), QColor(Qt::red));
-        QCOMPARE(view_->selectedText(), selected);
-        const qint64 lead = view_->textAt(0, 1000).indexOf(selected);
-        view_->trimFront(lead);
-        QCOMPARE(view_->selectedText(), selected);
-        view_->trimFront(3);
-        QCOMPARE(view_->selectedText(), selected.mid(3));
-        view_->trimFront(selected.size());
-        QVERIFY(!view_->hasSelection());
+        m_view->appendText(numberedLines(5, 100), QColor(Qt::red));
+        QCOMPARE(m_view->selectedText(), selected);
+        const qint64 lead = m_view->textAt(0, 1000).indexOf(selected);
+        m_view->trimFront(lead);
+        QCOMPARE(m_view->selectedText(), selected);
+        m_view->trimFront(3);
+        QCOMPARE(m_view->selectedText(), selected.mid(3));
+        m_view->trimFront(selected.size());
+        QVERIFY(!m_view->hasSelection());
 
-        view_->selectAll();
-        const QString all = view_->selectedText();
-        view_->appendText(u"more"_s, {});
-        QCOMPARE(view_->selectedText(), all);
+        m_view->selectAll();
+        const QString all = m_view->selectedText();
+        m_view->appendText(u"more"_s, {});
+        QCOMPARE(m_view->selectedText(), all);
     }
 
     void keysAreTyped_data()
@@ -152,38 +152,38 @@ private Q_SLOTS:
         QFETCH(const QKeyCombination, key);
         QFETCH(const QString, expected);
         QStringList typed;
-        connect(view_.get(), &ReceiveView::textTyped, this,
+        connect(m_view.get(), &ReceiveView::textTyped, this,
             [&typed](const QString& text) { typed += u"text:"_s + text; });
-        connect(view_.get(), &ReceiveView::enterTyped, this, [&typed] { typed += u"enter"_s; });
-        connect(view_.get(), &ReceiveView::controlTyped, this,
+        connect(m_view.get(), &ReceiveView::enterTyped, this, [&typed] { typed += u"enter"_s; });
+        connect(m_view.get(), &ReceiveView::controlTyped, this,
             [&typed](const QByteArray& bytes) { typed += QString::fromLatin1(bytes.toHex()); });
-        view_->appendText(numberedLines(0, 100), {});
+        m_view->appendText(numberedLines(0, 100), {});
         const auto press = [key](QWidget* target) {
             QTest::keyClick(target, key.key(), key.keyboardModifiers());
         };
         press(QApplication::focusWidget());
         QCOMPARE(typed, QStringList(expected));
-        press(view_.get());
+        press(m_view.get());
         QCOMPARE(typed, QStringList({expected, expected}));
-        QVERIFY2(view_->isAtBottom(), "a typed key must not scroll the view");
-        view_->setTypingEnabled(false);
+        QVERIFY2(m_view->isAtBottom(), "a typed key must not scroll the view");
+        m_view->setTypingEnabled(false);
         press(QApplication::focusWidget());
         QCOMPARE(typed.size(), 2);
-        QCOMPARE(view_->textLength(), numberedLines(0, 100).size());
+        QCOMPARE(m_view->textLength(), numberedLines(0, 100).size());
     }
 
     // The window may want Ctrl+Q, Ctrl+S and Ctrl+L, and so does every device with a shell: here
     // the device gets them. What says nothing to a device stays the window's.
     void controlCharactersAreTheDevices()
     {
-        QSignalSpy typed(view_.get(), &ReceiveView::controlTyped);
-        QSignalSpy text(view_.get(), &ReceiveView::textTyped);
+        QSignalSpy typed(m_view.get(), &ReceiveView::controlTyped);
+        QSignalSpy text(m_view.get(), &ReceiveView::textTyped);
         QAction action;
         action.setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Q), QKeySequence(Qt::CTRL | Qt::Key_S),
             QKeySequence(Qt::CTRL | Qt::Key_L), QKeySequence(Qt::CTRL | Qt::Key_F),
             QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N), QKeySequence(Qt::Key_F5),
             QKeySequence(Qt::Key_X), QKeySequence(Qt::Key_Escape)});
-        view_->addAction(&action);
+        m_view->addAction(&action);
         QSignalSpy triggered(&action, &QAction::triggered);
         pressKey(Qt::Key_F5);
         pressKey(Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
@@ -198,27 +198,27 @@ private Q_SLOTS:
         QCOMPARE(typed.size(), 5);
         QCOMPARE(typed[0][0].toByteArray(), "\x11"_ba);
         // A reader's view types nothing.
-        view_->setTypingEnabled(false);
+        m_view->setTypingEnabled(false);
         pressKey(Qt::Key_Q, Qt::ControlModifier);
         QCOMPARE(triggered.size(), 3);
     }
 
     void terminalCommandsHaveShift()
     {
-        QSignalSpy typed(view_.get(), &ReceiveView::controlTyped);
-        view_->appendText(u"some text"_s, {});
-        constexpr auto ctrlShift = Qt::ControlModifier | Qt::ShiftModifier;
-        pressKey(Qt::Key_A, ctrlShift);
-        QVERIFY(view_->hasSelection());
+        QSignalSpy typed(m_view.get(), &ReceiveView::controlTyped);
+        m_view->appendText(u"some text"_s, {});
+        constexpr auto kCtrlShift = Qt::ControlModifier | Qt::ShiftModifier;
+        pressKey(Qt::Key_A, kCtrlShift);
+        QVERIFY(m_view->hasSelection());
         pressKey(Qt::Key_C, Qt::ControlModifier);
         QCOMPARE(typed.value(0).value(0).toByteArray(), "\x03"_ba);
         QApplication::clipboard()->clear();
-        pressKey(Qt::Key_C, ctrlShift);
+        pressKey(Qt::Key_C, kCtrlShift);
         QCOMPARE(QApplication::clipboard()->text(), u"some text"_s);
-        QSignalSpy find(view_.get(), &ReceiveView::findRequested);
-        QSignalSpy clear(view_.get(), &ReceiveView::clearRequested);
-        pressKey(Qt::Key_F, ctrlShift);
-        pressKey(Qt::Key_L, ctrlShift);
+        QSignalSpy find(m_view.get(), &ReceiveView::findRequested);
+        QSignalSpy clear(m_view.get(), &ReceiveView::clearRequested);
+        pressKey(Qt::Key_F, kCtrlShift);
+        pressKey(Qt::Key_L, kCtrlShift);
         QCOMPARE(find.size(), 1);
         QCOMPARE(clear.size(), 1);
         QCOMPARE(typed.size(), 1);
@@ -226,25 +226,25 @@ private Q_SLOTS:
 
     void pasteNormalisesLineEnds()
     {
-        QSignalSpy typed(view_.get(), &ReceiveView::textTyped);
+        QSignalSpy typed(m_view.get(), &ReceiveView::textTyped);
         QApplication::clipboard()->setText(u"a\r\nb\rc\nd"_s);
         pressKey(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
         pressKey(Qt::Key_Insert, Qt::ShiftModifier);
         QCOMPARE(typed.size(), 2);
         QCOMPARE(typed.at(0).at(0).toString(), u"a\nb\nc\nd"_s);
-        view_->setTypingEnabled(false);
-        view_->paste();
+        m_view->setTypingEnabled(false);
+        m_view->paste();
         QCOMPARE(typed.size(), 2);
     }
 
     void inputMethodTypes()
     {
-        QSignalSpy typed(view_.get(), &ReceiveView::textTyped);
+        QSignalSpy typed(m_view.get(), &ReceiveView::textTyped);
         QInputMethodEvent event;
         event.setCommitString(u"\u65E5\u672C"_s);
         QApplication::sendEvent(QApplication::focusWidget(), &event);
         QCOMPARE(typed.value(0).value(0).toString(), u"\u65E5\u672C"_s);
-        QCOMPARE(view_->textLength(), 0);
+        QCOMPARE(m_view->textLength(), 0);
         QInputMethodQueryEvent query(Qt::ImEnabled);
         QApplication::sendEvent(QApplication::focusWidget(), &query);
         QVERIFY(query.value(Qt::ImEnabled).toBool());
@@ -277,26 +277,26 @@ private Q_SLOTS:
 
     void shiftKeysSelectAndScroll()
     {
-        view_->appendText(numberedLines(0, 100), {});
+        m_view->appendText(numberedLines(0, 100), {});
         pressKey(Qt::Key_Up, Qt::ShiftModifier);
-        QCOMPARE(view_->selectedText(), u"line 99\n"_s);
+        QCOMPARE(m_view->selectedText(), u"line 99\n"_s);
         pressKey(Qt::Key_PageUp, Qt::ShiftModifier);
-        QVERIFY(!view_->isAtBottom());
+        QVERIFY(!m_view->isAtBottom());
         pressKey(Qt::Key_PageDown, Qt::ShiftModifier);
-        QVERIFY(view_->isAtBottom());
+        QVERIFY(m_view->isAtBottom());
         pressKey(Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
-        QCOMPARE(view_->visibleRange().first, 0);
+        QCOMPARE(m_view->visibleRange().first, 0);
     }
 
     void zoomStaysInRange()
     {
-        QSignalSpy zoomed(view_.get(), &ReceiveView::displayFontZoomed);
-        const int size = view_->displayFont().pointSize();
-        turnWheel(*view_, 240, Qt::ControlModifier);
-        QCOMPARE(view_->displayFont().pointSize(), size + 2);
-        view_->zoomBy(-1000);
-        QCOMPARE(view_->displayFont().pointSize(), ReceiveView::smallestPointSize);
-        view_->zoomBy(-1);
+        QSignalSpy zoomed(m_view.get(), &ReceiveView::displayFontZoomed);
+        const int size = m_view->displayFont().pointSize();
+        turnWheel(*m_view, 240, Qt::ControlModifier);
+        QCOMPARE(m_view->displayFont().pointSize(), size + 2);
+        m_view->zoomBy(-1000);
+        QCOMPARE(m_view->displayFont().pointSize(), ReceiveView::kSmallestPointSize);
+        m_view->zoomBy(-1);
         QCOMPARE(zoomed.size(), 2);
     }
 
@@ -304,25 +304,25 @@ private Q_SLOTS:
     void whatWasAskedForStays()
     {
         const QString lines = u"a line\n"_s.repeated(100);
-        view_->appendText(lines + u"match\n"_s, {});
-        QVERIFY(view_->isAtBottom());
-        view_->showPosition(lines.size(), 5);
-        view_->appendText(lines, {});
-        QCOMPARE_LT(view_->visibleRange().first, lines.size());
-        QCOMPARE_GT(view_->visibleRange().second, lines.size());
-        view_->forceScrollToEnd();
-        view_->appendText(lines, {});
-        QVERIFY(view_->isAtBottom());
+        m_view->appendText(lines + u"match\n"_s, {});
+        QVERIFY(m_view->isAtBottom());
+        m_view->showPosition(lines.size(), 5);
+        m_view->appendText(lines, {});
+        QCOMPARE_LT(m_view->visibleRange().first, lines.size());
+        QCOMPARE_GT(m_view->visibleRange().second, lines.size());
+        m_view->forceScrollToEnd();
+        m_view->appendText(lines, {});
+        QVERIFY(m_view->isAtBottom());
     }
 
     void menuShowsWhatIsPossible()
     {
-        QSignalSpy clear(view_.get(), &ReceiveView::clearRequested);
+        QSignalSpy clear(m_view.get(), &ReceiveView::clearRequested);
         const auto openMenu = [this] {
             QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), QPoint(5, 5));
-            QApplication::sendEvent(areaOf(*view_)->viewport(), &event);
+            QApplication::sendEvent(areaOf(*m_view)->viewport(), &event);
             QHash<QString, QAction*> actions;
-            const QList<QMenu*> menus = view_->findChildren<QMenu*>();
+            const QList<QMenu*> menus = m_view->findChildren<QMenu*>();
             for (QAction* action : menus.isEmpty() ? QList<QAction*>() : menus.last()->actions())
                 actions.insert(action->text().remove(u'&'), action);
             return actions;
@@ -332,25 +332,25 @@ private Q_SLOTS:
         QVERIFY(!actions.value(u"Copy"_s)->isEnabled());
         QVERIFY(!actions.value(u"Clear"_s)->isEnabled());
         QVERIFY(actions.value(u"Paste"_s)->isEnabled());
-        view_->findChild<QMenu*>()->close();
-        QTRY_VERIFY(view_->findChild<QMenu*>() == nullptr);
+        m_view->findChild<QMenu*>()->close();
+        QTRY_VERIFY(m_view->findChild<QMenu*>() == nullptr);
 
-        view_->appendText(u"text"_s, {});
-        view_->selectAll();
-        view_->setTypingEnabled(false);
+        m_view->appendText(u"text"_s, {});
+        m_view->selectAll();
+        m_view->setTypingEnabled(false);
         actions = openMenu();
         QVERIFY(actions.value(u"Copy"_s)->isEnabled());
         QVERIFY(!actions.value(u"Paste"_s)->isEnabled());
         actions.value(u"Clear"_s)->trigger();
         QCOMPARE(clear.size(), 1);
-        const bool wrap = view_->lineWrap();
+        const bool wrap = m_view->lineWrap();
         QCOMPARE(actions.value(u"Wrap Lines"_s)->isChecked(), wrap);
         actions.value(u"Wrap Lines"_s)->trigger();
-        QCOMPARE(view_->lineWrap(), !wrap);
+        QCOMPARE(m_view->lineWrap(), !wrap);
     }
 
 private:
-    std::unique_ptr<ReceiveView> view_;
+    std::unique_ptr<ReceiveView> m_view;
 };
 
 QTEST_MAIN(TestReceiveView)

@@ -15,7 +15,7 @@ private Q_SLOTS:
     {
         const QString text = u"0a\tÄ Ж א ع ไทย 漢字 \U0001F600 \u0301 \uFFFD"_s;
         QString prepared = text;
-        QVERIFY(ScriptFonts::choose(prepared, font_).isEmpty());
+        QVERIFY(ScriptFonts::choose(prepared, m_font).isEmpty());
         QCOMPARE(prepared, text);
     }
 
@@ -36,12 +36,12 @@ private Q_SLOTS:
         // Layout counts the signs around the letters as letters of their script.
         const QString text = u"1: "_s + letters + u" 2, a "_s + letters + u'.';
         QString prepared = text;
-        const auto ranges = ScriptFonts::choose(prepared, font_);
+        const auto ranges = ScriptFonts::choose(prepared, m_font);
         const auto families =
             QFontDatabase::families(static_cast<QFontDatabase::WritingSystem>(script));
         if (families.isEmpty()) {
             QVERIFY(ranges.isEmpty());
-            const QString boxes(letters.size(), QChar(ScriptFonts::box));
+            const QString boxes(letters.size(), QChar(ScriptFonts::kBox));
             QCOMPARE(prepared, QString(text).replace(letters, boxes));
             return;
         }
@@ -56,7 +56,7 @@ private Q_SLOTS:
     }
 
 private:
-    QFont font_ = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    QFont m_font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
 };
 
 QTEST_MAIN(TestScriptFonts)

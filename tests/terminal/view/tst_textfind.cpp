@@ -134,18 +134,18 @@ private Q_SLOTS:
     void countIsBounded()
     {
         StringSource source;
-        source.append(QString(u"a\n"_s).repeated(TextFind::maximumMatches + 40'000));
+        source.append(QString(u"a\n"_s).repeated(TextFind::kMaximumMatches + 40'000));
         TextFind find(source);
         find.setPattern({u"a"_s, true, false}, 0);
         QTRY_VERIFY(!find.isSearching());
         QVERIFY(find.isLimited());
-        QVERIFY(find.matchCount() >= TextFind::maximumMatches);
-        QVERIFY(find.matchCount() <= TextFind::maximumMatches + TextFind::window);
+        QVERIFY(find.matchCount() >= TextFind::kMaximumMatches);
+        QVERIFY(find.matchCount() <= TextFind::kMaximumMatches + TextFind::kWindow);
         source.trim(2 * 50'000);
         find.sourceChanged();
         QTRY_VERIFY(!find.isSearching());
         QVERIFY(!find.isLimited());
-        QCOMPARE(find.matchCount(), TextFind::maximumMatches - 10'000);
+        QCOMPARE(find.matchCount(), TextFind::kMaximumMatches - 10'000);
     }
 
     void badExpressions_data()
@@ -204,7 +204,7 @@ private Q_SLOTS:
             outcome = matcher.findInLine(line, 0, 0, search, QDeadlineTimer(0));
             // The goal is 50 ms; the slowest machine that runs the tests takes several times that.
             QVERIFY(std::clock() - start < CLOCKS_PER_SEC / 4);
-            QVERIFY(search.at - before <= (careful ? 1 : TextMatcher::piece));
+            QVERIFY(search.at - before <= (careful ? 1 : TextMatcher::kPiece));
             QVERIFY(search.at > before || search.carefulTo > before);
         }
         QVERIFY(search.found.isEmpty());

@@ -28,21 +28,21 @@ public:
     Q_DISABLE_COPY_MOVE(FileSizeLimit)
 
     explicit FileSizeLimit(rlim_t bytes)
-        : handler_(std::signal(SIGXFSZ, SIG_IGN))
+        : m_handler(std::signal(SIGXFSZ, SIG_IGN))
     {
-        getrlimit(RLIMIT_FSIZE, &old_);
-        const rlimit limit{bytes, old_.rlim_max};
+        getrlimit(RLIMIT_FSIZE, &m_old);
+        const rlimit limit{bytes, m_old.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
     ~FileSizeLimit()
     {
-        setrlimit(RLIMIT_FSIZE, &old_);
-        (void)std::signal(SIGXFSZ, handler_);
+        setrlimit(RLIMIT_FSIZE, &m_old);
+        (void)std::signal(SIGXFSZ, m_handler);
     }
 
 private:
-    rlimit old_{};
-    void (*handler_)(int);
+    rlimit m_old{};
+    void (*m_handler)(int);
 };
 
 } // namespace
@@ -61,7 +61,7 @@ private Q_SLOTS:
             source.append(random.next(1'000'000, u"ab\U0001F600"_s.left(2)));
             source.append(u"\U0001F600"_s.repeated(200'000));
             const QByteArray expected = source.text().toUtf8();
-            const QString path = folder_.filePath(u"saved.txt"_s);
+            const QString path = m_folder.filePath(u"saved.txt"_s);
             TextSaver saver(source, path, nullptr);
             QSignalSpy finished(&saver, &TextSaver::finished);
             saver.start();
@@ -89,7 +89,7 @@ private Q_SLOTS:
         QFETCH(const QString, name);
         StringSource source;
         source.append(u"text"_s);
-        const QString path = folder_.filePath(name);
+        const QString path = m_folder.filePath(name);
         TextSaver saver(source, path, nullptr);
         QSignalSpy finished(&saver, &TextSaver::finished);
         saver.start();
@@ -102,7 +102,7 @@ private Q_SLOTS:
 
     void fullDiskKeepsTheOldFile()
     {
-        const QString path = folder_.filePath(u"kept.txt"_s);
+        const QString path = m_folder.filePath(u"kept.txt"_s);
         QFile old(path);
         QVERIFY(old.open(QIODevice::WriteOnly));
         old.write("precious");
@@ -117,7 +117,7 @@ private Q_SLOTS:
         QVERIFY(!finished.at(0).at(0).toBool());
         QVERIFY(!finished.at(0).at(1).toString().isEmpty());
         QCOMPARE(contentOf(path), "precious"_ba);
-        QCOMPARE(QDir(folder_.path()).entryList({u"kept*"_s}).size(), 1);
+        QCOMPARE(QDir(m_folder.path()).entryList({u"kept*"_s}).size(), 1);
     }
 
     void viewSavesOnceAtATime()
@@ -126,7 +126,7 @@ private Q_SLOTS:
         const QString text = u"some text of a device\n"_s.repeated(40'000);
         view.appendText(text, {});
         QSignalSpy finished(&view, &ReceiveView::saveFinished);
-        const QString path = folder_.filePath(u"view.txt"_s);
+        const QString path = m_folder.filePath(u"view.txt"_s);
         QVERIFY(view.saveTextAs(path));
         QVERIFY(!view.saveTextAs(path));
         QCoreApplication::processEvents();
@@ -142,7 +142,7 @@ private Q_SLOTS:
     }
 
 private:
-    QTemporaryDir folder_;
+    QTemporaryDir m_folder;
 };
 
 QTEST_MAIN(TestTextSaver)

@@ -106,7 +106,7 @@ void TestTextStore::equalsModel()
                 const int length = random.below(action < 7 ? 70'000 : 900);
                 const QString text =
                     wide ? random.next(length) : QString(u"\u00E9b\nc d"_s).repeated(length / 6);
-                const QRgb color = random.below(3) == 0 ? qRgb(1, 2, 3) : TextChunk::noColor;
+                const QRgb color = random.below(3) == 0 ? qRgb(1, 2, 3) : TextChunk::kNoColor;
                 const bool isBytes = random.below(3) == 0;
                 store.append(text, color, isBytes);
                 model.append(text, color, isBytes);
@@ -142,7 +142,7 @@ void TestTextStore::bytesAreWholeAndNothingElse()
     TextStore store;
     store.append(u"AA 12 \n23 Nov 04:10 ");
     const qint64 from = store.endPosition();
-    store.append(u"0A ", TextChunk::noColor, true);
+    store.append(u"0A ", TextChunk::kNoColor, true);
     store.append(u"1B ", qRgb(1, 2, 3), true);
     const qint64 to = store.endPosition();
     store.append(u"\n24 Dec 00:00 ");
@@ -158,7 +158,7 @@ void TestTextStore::bytesAreWholeAndNothingElse()
     store.removeUpTo(from + 1);
     QCOMPARE(hexBytesIn(store, 0, to), "\x1B");
     for (int i = 0; i < 60'000; ++i) // over several chunks
-        store.append(u"5A ", TextChunk::noColor, true);
+        store.append(u"5A ", TextChunk::kNoColor, true);
     QCOMPARE(hexBytesIn(store, end, store.endPosition()), QByteArray(60'000, 'Z'));
 }
 

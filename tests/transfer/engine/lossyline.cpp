@@ -6,42 +6,42 @@
 #include <initializer_list>
 
 using namespace Qt::Literals::StringLiterals;
-using XmodemFrame::Eot;
+using XmodemFrame::kEot;
 
 LossyLine::LossyLine(const Config& config, const QByteArray& file)
     : source(file)
-    , config_(config)
-    , random_(config.seed)
-    , ends_{Side{{XmodemCodec::Role::Sender, config.protocol, config.blockSizeOption}},
+    , m_config(config)
+    , m_random(config.seed)
+    , m_ends{Side{{XmodemCodec::Role::Sender, config.protocol, config.blockSizeOption}},
           Side{{XmodemCodec::Role::Receiver, config.protocol, config.blockSizeOption}}}
 {
-    ends_[Sender].codec.setSource(&source);
-    ends_[Receiver].codec.setSink(&sink);
+    m_ends[Sender].codec.setSource(&source);
+    m_ends[Receiver].codec.setSink(&sink);
 }
 
 bool LossyLine::run(qint64 limitMs)
 {
     const XferFileMeta meta{u"file.bin"_s, source.size(), 1'700'000'000};
-    apply(Sender, ends_[Sender].codec.begin(meta, 0));
-    apply(Receiver, ends_[Receiver].codec.begin({}, 0));
+    apply(Sender, m_ends[Sender].codec.begin(meta, 0));
+    apply(Receiver, m_ends[Receiver].codec.begin({}, 0));
     while (nowMs() <= limitMs) {
-        const auto atSender = nextEvent(ends_[Sender]);
-        const auto atReceiver = nextEvent(ends_[Receiver]);
+        const auto atSender = nextEvent(m_ends[Sender]);
+        const auto atReceiver = nextEvent(m_ends[Receiver]);
         if (!atSender && !atReceiver) {
             break;
         }
         const bool senderFirst = atSender && (!atReceiver || *atSender <= *atReceiver);
-        nowUs_ = std::max(nowUs_, senderFirst ? *atSender : *atReceiver);
+        m_nowUs = std::max(m_nowUs, senderFirst ? *atSender : *atReceiver);
         handle(senderFirst ? Sender : Receiver);
     }
-    return std::all_of(ends_.begin(), ends_.end(),
+    return std::all_of(m_ends.begin(), m_ends.end(),
         [](const Side& side) { return side.last.done || side.last.failed; });
 }
 
 bool LossyLine::arrivedWhole() const
 {
     return sink.committed == 1
-           && sink.bytes == source.bytes.leftJustified(sink.bytes.size(), XmodemFrame::Sub);
+           && sink.bytes == source.bytes.leftJustified(sink.bytes.size(), XmodemFrame::kSub);
 }
 
 std::optional<qint64> LossyLine::nextEvent(const Side& side) const
@@ -62,14 +62,14 @@ std::optional<qint64> LossyLine::nextEvent(const Side& side) const
 
 void LossyLine::handle(End which)
 {
-    Side& side = ends_[which];
+    Side& side = m_ends[which];
     const qint64 now = nowMs();
-    if (which == config_.cancellingEnd && events_++ == config_.cancelAtEvent) {
+    if (which == m_config.cancellingEnd && m_events++ == m_config.cancelAtEvent) {
         apply(which, side.codec.cancel(now));
-    } else if (side.drainedAtUs && *side.drainedAtUs <= nowUs_) {
+    } else if (side.drainedAtUs && *side.drainedAtUs <= m_nowUs) {
         side.drainedAtUs.reset();
         apply(which, side.codec.onEgressDrained(now));
-    } else if (!side.inbound.empty() && side.inbound.front().arrivalUs <= nowUs_) {
+    } else if (!side.inbound.empty() && side.inbound.front().arrivalUs <= m_nowUs) {
         const QByteArray bytes = side.inbound.front().bytes;
         side.inbound.pop_front();
         apply(which, side.codec.receive(bytes, now));
@@ -81,10 +81,10 @@ void LossyLine::handle(End which)
 
 void LossyLine::apply(End which, XferStep step)
 {
-    Side& side = ends_[which];
+    Side& side = m_ends[which];
     side.tickAtUs.reset();
     if (step.waitMs >= 0) {
-        side.tickAtUs = nowUs_ + step.waitMs * 1000LL;
+        side.tickAtUs = m_nowUs + step.waitMs * 1000LL;
     }
     if (!step.bytes.isEmpty()) {
         transmit(which, step.bytes);
@@ -94,16 +94,16 @@ void LossyLine::apply(End which, XferStep step)
 
 void LossyLine::transmit(End from, const QByteArray& bytes)
 {
-    Side& side = ends_[from];
-    side.lineFreeUs = std::max(side.lineFreeUs, nowUs_);
+    Side& side = m_ends[from];
+    side.lineFreeUs = std::max(side.lineFreeUs, m_nowUs);
     bool touched = false;
     for (qsizetype at = 0; at < bytes.size();) {
-        const qsizetype length =
-            std::min<qsizetype>(1 + random_.bounded(int(config_.longestChunk)), bytes.size() - at);
-        side.lineFreeUs += length * config_.byteUs;
+        const qsizetype length = std::min<qsizetype>(
+            1 + m_random.bounded(int(m_config.longestChunk)), bytes.size() - at);
+        side.lineFreeUs += length * m_config.byteUs;
         const QByteArray arriving = hurt(bytes.mid(at, length), touched);
-        forgedEot |= at == 0 && from == Sender && bytes.size() > 1 && arriving.startsWith(Eot);
-        ends_[1 - from].inbound.push_back({side.lineFreeUs + config_.latencyUs, arriving});
+        forgedEot |= at == 0 && from == Sender && bytes.size() > 1 && arriving.startsWith(kEot);
+        m_ends[1 - from].inbound.push_back({side.lineFreeUs + m_config.latencyUs, arriving});
         at += length;
     }
     side.drainedAtUs = side.lineFreeUs;
@@ -116,13 +116,13 @@ QByteArray LossyLine::hurt(const QByteArray& bytes, bool& touched)
     QByteArray result;
     result.reserve(bytes.size() + 8);
     for (const char byte : bytes) {
-        if (happens(config_.faults.loss)) {
+        if (happens(m_config.faults.loss)) {
             touched = true;
             continue;
         }
-        const bool damaged = happens(config_.faults.damage);
-        const bool doubled = happens(config_.faults.doubling);
-        const char arriving = damaged ? static_cast<char>(byte ^ random_.bounded(1, 256)) : byte;
+        const bool damaged = happens(m_config.faults.damage);
+        const bool doubled = happens(m_config.faults.doubling);
+        const char arriving = damaged ? static_cast<char>(byte ^ m_random.bounded(1, 256)) : byte;
         result.append(doubled ? 2 : 1, arriving);
         touched |= damaged || doubled;
     }
@@ -131,5 +131,5 @@ QByteArray LossyLine::hurt(const QByteArray& bytes, bool& touched)
 
 bool LossyLine::happens(double probability)
 {
-    return probability > 0 && random_.generateDouble() < probability;
+    return probability > 0 && m_random.generateDouble() < probability;
 }

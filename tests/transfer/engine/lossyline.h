@@ -40,13 +40,13 @@ public:
     // not over in `limitMs` of simulated time.
     bool run(qint64 limitMs);
 
-    const XferStep& end(End which) const { return ends_[which].last; }
+    const XferStep& end(End which) const { return m_ends[which].last; }
     bool bothDone() const { return end(Sender).done && end(Receiver).done; }
     // Padding apart, the receiver has what the sender had.
     bool arrivedWhole() const;
-    qint64 nowMs() const { return nowUs_ / 1000; }
-    int events() const { return events_; }
-    XferProgress progress(End which) const { return ends_[which].codec.progress(); }
+    qint64 nowMs() const { return m_nowUs / 1000; }
+    int events() const { return m_events; }
+    XferProgress progress(End which) const { return m_ends[which].codec.progress(); }
 
     int framesSent = 0;
     int framesHurt = 0;  // of the frames sent, met by a fault
@@ -79,9 +79,9 @@ private:
     QByteArray hurt(const QByteArray& bytes, bool& touched);
     bool happens(double probability);
 
-    Config config_;
-    QRandomGenerator random_;
-    std::array<Side, 2> ends_;
-    qint64 nowUs_ = 0;
-    int events_ = 0;
+    Config m_config;
+    QRandomGenerator m_random;
+    std::array<Side, 2> m_ends;
+    qint64 m_nowUs = 0;
+    int m_events = 0;
 };

@@ -52,14 +52,14 @@ private:
     QByteArray item(const QByteArray& name) const;
     QByteArray block(int number) const;
 
-    XferProtocol protocol_;
-    qint32 blockSize_;
-    XferFileMeta meta_;
-    std::unique_ptr<XmodemCodec> codec_;
-    XferStep last_;
-    QByteArray written_;
-    qint64 now_ = 5000;
-    bool begun_ = false;
-    bool hold_ = false;
-    bool useCrc_ = true;
+    XferProtocol m_protocol;
+    qint32 m_blockSize;
+    XferFileMeta m_meta;
+    std::unique_ptr<XmodemCodec> m_codec;
+    XferStep m_last;
+    QByteArray m_written;
+    qint64 m_now = 5000;
+    bool m_begun = false;
+    bool m_hold = false;
+    bool m_useCrc = true;
 };

@@ -13,7 +13,7 @@ struct Variant
     XferProtocol protocol;
     qint32 block;
 };
-constexpr Variant variants[] = {
+constexpr Variant kVariants[] = {
     {"XMODEM", XferProtocol::Xmodem, 1024},
     {"XMODEM-CRC", XferProtocol::XmodemCrc, 1024},
     {"XMODEM-1K", XferProtocol::Xmodem1K, 1024},
@@ -62,7 +62,7 @@ void TestLossyLine::perfectLine_data()
     QTest::addColumn<XferProtocol>("protocol");
     QTest::addColumn<qint32>("block");
     QTest::addColumn<qsizetype>("size");
-    for (const Variant& v : variants) {
+    for (const Variant& v : kVariants) {
         const bool shortBlocks = v.block == 128 || v.protocol < XferProtocol::Xmodem1K;
         for (const qsizetype size :
             {0, 1, 127, 128, 129, 1023, 1024, 1025, 131073, 300 * (shortBlocks ? 128 : 1024)}) {
@@ -101,7 +101,7 @@ void TestLossyLine::badLine_data()
     QTest::addColumn<double>("loss");
     QTest::addColumn<double>("damage");
     QTest::addColumn<double>("doubling");
-    for (const Variant& v : variants) {
+    for (const Variant& v : kVariants) {
         const auto row = [&v](const char* faults, double loss, double damage, double doubling) {
             QTest::addRow("%s, %s", v.name, faults)
                 << v.protocol << v.block << loss << damage << doubling;
@@ -142,7 +142,7 @@ void TestLossyLine::badLine()
 // hit may cost two, as both ends time out at once and the receiver's NAK crosses the repetition.
 void TestLossyLine::damageIsRepaired()
 {
-    for (const Variant& v : variants) {
+    for (const Variant& v : kVariants) {
         for (quint32 seed = 1; seed <= 10 && v.protocol != XferProtocol::YmodemG; ++seed) {
             // Every other run at 1200 baud: a long block takes 8.6 s, nearly a whole time-out.
             LossyLine line({.protocol = v.protocol,
@@ -165,7 +165,7 @@ void TestLossyLine::cancelAtEveryPoint()
 {
     const QByteArray file = randomBytes(2500, 5);
     const qint64 limitMs = longestMs(file.size());
-    for (const Variant& v : variants) {
+    for (const Variant& v : kVariants) {
         for (const LossyLine::End here : {LossyLine::Sender, LossyLine::Receiver}) {
             LossyLine::Config config{.protocol = v.protocol, .longestChunk = 400};
             config.cancellingEnd = here;

@@ -45,182 +45,182 @@ public:
     };
 
     LrzszRun(const Plan& plan, const QByteArray& file)
-        : plan_(plan)
-        , file_(file)
-        , random_(plan.seed)
-        , source_(file)
-        , codec_(plan.role, plan.protocol, plan.block)
+        : m_plan(plan)
+        , m_file(file)
+        , m_random(plan.seed)
+        , m_source(file)
+        , m_codec(plan.role, plan.protocol, plan.block)
     {
-        codec_.setSource(&source_);
-        codec_.setSink(&sink_);
-        tickTimer_.setSingleShot(true);
-        connect(
-            &tickTimer_, &QTimer::timeout, this, [this] { apply(codec_.tick(clock_.elapsed())); });
+        m_codec.setSource(&m_source);
+        m_codec.setSink(&m_sink);
+        m_tickTimer.setSingleShot(true);
+        connect(&m_tickTimer, &QTimer::timeout, this,
+            [this] { apply(m_codec.tick(m_clock.elapsed())); });
     }
 
     ~LrzszRun() override
     {
-        readable_.reset();
-        writable_.reset();
-        if (socket_ >= 0) {
-            ::close(socket_);
+        m_readable.reset();
+        m_writable.reset();
+        if (m_socket >= 0) {
+            ::close(m_socket);
         }
-        process_.kill();
-        process_.waitForFinished(2000);
+        m_process.kill();
+        m_process.waitForFinished(2000);
     }
 
     bool start()
     {
         int pair[2] = {};
-        if (!dir_.isValid()
+        if (!m_dir.isValid()
             || socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair) != 0) {
             return false;
         }
-        QStringList arguments = plan_.command.mid(1);
-        const bool peerSends = plan_.role == XmodemCodec::Role::Receiver;
+        QStringList arguments = m_plan.command.mid(1);
+        const bool peerSends = m_plan.role == XmodemCodec::Role::Receiver;
         if (peerSends) {
             QFile peerFile(filePath());
-            if (!peerFile.open(QIODevice::WriteOnly) || peerFile.write(file_) != file_.size()) {
+            if (!peerFile.open(QIODevice::WriteOnly) || peerFile.write(m_file) != m_file.size()) {
                 return false;
             }
         }
-        if (peerSends || !xferIsYmodem(plan_.protocol)) {
+        if (peerSends || !xferIsYmodem(m_plan.protocol)) {
             arguments << u"file.bin"_s;
         }
-        socket_ = pair[0];
-        process_.setWorkingDirectory(dir_.path());
-        process_.setStandardErrorFile(QProcess::nullDevice());
-        process_.setChildProcessModifier([peer = pair[1]] {
+        m_socket = pair[0];
+        m_process.setWorkingDirectory(m_dir.path());
+        m_process.setStandardErrorFile(QProcess::nullDevice());
+        m_process.setChildProcessModifier([peer = pair[1]] {
             // lrzsz expects a line that blocks.
             fcntl(peer, F_SETFL, 0);
             dup2(peer, STDIN_FILENO);
             dup2(peer, STDOUT_FILENO);
         });
-        process_.start(plan_.command.first(), arguments);
-        const bool started = process_.waitForStarted(5000);
+        m_process.start(m_plan.command.first(), arguments);
+        const bool started = m_process.waitForStarted(5000);
         ::close(pair[1]);
-        readable_ = std::make_unique<QSocketNotifier>(socket_, QSocketNotifier::Read);
-        writable_ = std::make_unique<QSocketNotifier>(socket_, QSocketNotifier::Write);
-        writable_->setEnabled(false);
-        connect(readable_.get(), &QSocketNotifier::activated, this, [this] { readSocket(); });
-        connect(writable_.get(), &QSocketNotifier::activated, this, [this] { writeSocket(); });
-        clock_.start();
-        apply(codec_.begin({u"file.bin"_s, file_.size(), 1'700'000'000}, 0));
+        m_readable = std::make_unique<QSocketNotifier>(m_socket, QSocketNotifier::Read);
+        m_writable = std::make_unique<QSocketNotifier>(m_socket, QSocketNotifier::Write);
+        m_writable->setEnabled(false);
+        connect(m_readable.get(), &QSocketNotifier::activated, this, [this] { readSocket(); });
+        connect(m_writable.get(), &QSocketNotifier::activated, this, [this] { writeSocket(); });
+        m_clock.start();
+        apply(m_codec.begin({u"file.bin"_s, m_file.size(), 1'700'000'000}, 0));
         return started;
     }
 
     // Both ends are through.
     bool finished() const
     {
-        return (last_.done || last_.failed) && process_.state() == QProcess::NotRunning;
+        return (m_last.done || m_last.failed) && m_process.state() == QProcess::NotRunning;
     }
 
     // Empty when the file arrived byte for byte, padding of XMODEM apart; else what went wrong.
     QString problem()
     {
         if (!finished()) {
-            return u"not over: state %1, peer %2"_s.arg(qint32(codec_.state()))
-                .arg(process_.state());
+            return u"not over: state %1, peer %2"_s.arg(qint32(m_codec.state()))
+                .arg(m_process.state());
         }
-        if (!last_.done) {
-            return last_.message;
+        if (!m_last.done) {
+            return m_last.message;
         }
-        if (process_.exitStatus() != QProcess::NormalExit || process_.exitCode() != 0) {
-            return u"the peer ended with %1"_s.arg(process_.exitCode());
+        if (m_process.exitStatus() != QProcess::NormalExit || m_process.exitCode() != 0) {
+            return u"the peer ended with %1"_s.arg(m_process.exitCode());
         }
-        QByteArray arrived = sink_.bytes;
-        if (plan_.role == XmodemCodec::Role::Sender) {
+        QByteArray arrived = m_sink.bytes;
+        if (m_plan.role == XmodemCodec::Role::Sender) {
             QFile peerFile(filePath());
             if (!peerFile.open(QIODevice::ReadOnly)) {
                 return u"the peer saved nothing"_s;
             }
             arrived = peerFile.readAll();
         }
-        const qsizetype padding = arrived.size() - file_.size();
-        const qsizetype most = xferIsYmodem(plan_.protocol) ? 0 : XmodemFrame::LongData - 1;
+        const qsizetype padding = arrived.size() - m_file.size();
+        const qsizetype most = xferIsYmodem(m_plan.protocol) ? 0 : XmodemFrame::kLongData - 1;
         const bool same = padding >= 0 && padding <= most
-                          && arrived == file_.leftJustified(arrived.size(), XmodemFrame::Sub);
+                          && arrived == m_file.leftJustified(arrived.size(), XmodemFrame::kSub);
         return same ? QString()
-                    : u"the file differs: %1 bytes of %2"_s.arg(arrived.size()).arg(file_.size());
+                    : u"the file differs: %1 bytes of %2"_s.arg(arrived.size()).arg(m_file.size());
     }
 
-    int damagedBytes() const { return damagedBytes_; }
+    int damagedBytes() const { return m_damagedBytes; }
 
 private:
-    QString filePath() const { return dir_.filePath(u"file.bin"_s); }
+    QString filePath() const { return m_dir.filePath(u"file.bin"_s); }
 
     void readSocket()
     {
         char buffer[4096];
-        const ssize_t count = ::read(socket_, buffer, sizeof buffer);
+        const ssize_t count = ::read(m_socket, buffer, sizeof buffer);
         if (count > 0) {
-            apply(codec_.receive(hurt(QByteArray(buffer, count)), clock_.elapsed()));
+            apply(m_codec.receive(hurt(QByteArray(buffer, count)), m_clock.elapsed()));
         } else if (count == 0 || errno != EAGAIN) {
-            readable_->setEnabled(false);
+            m_readable->setEnabled(false);
         }
     }
 
     void writeSocket()
     {
         const ssize_t count =
-            ::send(socket_, outgoing_.constData(), size_t(outgoing_.size()), MSG_NOSIGNAL);
+            ::send(m_socket, m_outgoing.constData(), size_t(m_outgoing.size()), MSG_NOSIGNAL);
         if (count < 0 && errno == EAGAIN) {
             return;
         }
-        outgoing_.remove(0, count < 0 ? outgoing_.size() : count);
-        if (outgoing_.isEmpty()) {
-            writable_->setEnabled(false);
-            apply(codec_.onEgressDrained(clock_.elapsed()));
+        m_outgoing.remove(0, count < 0 ? m_outgoing.size() : count);
+        if (m_outgoing.isEmpty()) {
+            m_writable->setEnabled(false);
+            apply(m_codec.onEgressDrained(m_clock.elapsed()));
         }
     }
 
     void apply(XferStep step)
     {
-        if (last_.done || last_.failed) {
+        if (m_last.done || m_last.failed) {
             return;
         }
-        tickTimer_.stop();
+        m_tickTimer.stop();
         if (step.waitMs >= 0) {
-            tickTimer_.start(step.waitMs);
+            m_tickTimer.start(step.waitMs);
         }
-        outgoing_ += hurt(step.bytes);
-        last_ = std::move(step);
-        if (!outgoing_.isEmpty()) {
-            writable_->setEnabled(true);
+        m_outgoing += hurt(step.bytes);
+        m_last = std::move(step);
+        if (!m_outgoing.isEmpty()) {
+            m_writable->setEnabled(true);
         }
     }
 
     QByteArray hurt(QByteArray bytes)
     {
         for (char& byte : bytes) {
-            if (plan_.damage > 0 && random_.generateDouble() < plan_.damage) {
-                byte = static_cast<char>(byte ^ random_.bounded(1, 256));
-                ++damagedBytes_;
+            if (m_plan.damage > 0 && m_random.generateDouble() < m_plan.damage) {
+                byte = static_cast<char>(byte ^ m_random.bounded(1, 256));
+                ++m_damagedBytes;
             }
         }
         return bytes;
     }
 
-    const Plan plan_;
-    const QByteArray file_;
-    QTemporaryDir dir_;
-    QProcess process_;
-    int socket_ = -1;
-    std::unique_ptr<QSocketNotifier> readable_;
-    std::unique_ptr<QSocketNotifier> writable_;
-    QTimer tickTimer_;
-    QElapsedTimer clock_;
-    QRandomGenerator random_;
-    MemorySource source_;
-    MemorySink sink_;
-    XmodemCodec codec_;
-    XferStep last_;
-    QByteArray outgoing_;
-    int damagedBytes_ = 0;
+    const Plan m_plan;
+    const QByteArray m_file;
+    QTemporaryDir m_dir;
+    QProcess m_process;
+    int m_socket = -1;
+    std::unique_ptr<QSocketNotifier> m_readable;
+    std::unique_ptr<QSocketNotifier> m_writable;
+    QTimer m_tickTimer;
+    QElapsedTimer m_clock;
+    QRandomGenerator m_random;
+    MemorySource m_source;
+    MemorySink m_sink;
+    XmodemCodec m_codec;
+    XferStep m_last;
+    QByteArray m_outgoing;
+    int m_damagedBytes = 0;
 };
 
-constexpr auto Send = XmodemCodec::Role::Sender;
-constexpr auto Receive = XmodemCodec::Role::Receiver;
+constexpr auto kSend = XmodemCodec::Role::Sender;
+constexpr auto kReceive = XmodemCodec::Role::Receiver;
 
 struct Pairing
 {
@@ -230,18 +230,18 @@ struct Pairing
     qint32 block;
     const char* command;
 };
-constexpr Pairing pairings[] = {
-    {"XMODEM to rx", Send, XferProtocol::Xmodem, 1024, "rx -b"},
-    {"XMODEM-CRC to rx", Send, XferProtocol::XmodemCrc, 1024, "rx -b -c"},
-    {"XMODEM-1K to rx", Send, XferProtocol::Xmodem1K, 1024, "rx -b -c"},
-    {"YMODEM to rb", Send, XferProtocol::Ymodem, 1024, "rb -b"},
-    {"YMODEM/128 to rb", Send, XferProtocol::Ymodem, 128, "rb -b"},
-    {"XMODEM from sx", Receive, XferProtocol::Xmodem, 1024, "sx -b"},
-    {"XMODEM-CRC from sx", Receive, XferProtocol::XmodemCrc, 1024, "sx -b"},
-    {"XMODEM-1K from sx", Receive, XferProtocol::Xmodem1K, 1024, "sx -b -k"},
-    {"YMODEM from sb", Receive, XferProtocol::Ymodem, 1024, "sb -b"},
-    {"YMODEM-1K from sb", Receive, XferProtocol::Ymodem, 1024, "sb -b -k"},
-    {"YMODEM-G from sb", Receive, XferProtocol::YmodemG, 1024, "sb -b -k"},
+constexpr Pairing kPairings[] = {
+    {"XMODEM to rx", kSend, XferProtocol::Xmodem, 1024, "rx -b"},
+    {"XMODEM-CRC to rx", kSend, XferProtocol::XmodemCrc, 1024, "rx -b -c"},
+    {"XMODEM-1K to rx", kSend, XferProtocol::Xmodem1K, 1024, "rx -b -c"},
+    {"YMODEM to rb", kSend, XferProtocol::Ymodem, 1024, "rb -b"},
+    {"YMODEM/128 to rb", kSend, XferProtocol::Ymodem, 128, "rb -b"},
+    {"XMODEM from sx", kReceive, XferProtocol::Xmodem, 1024, "sx -b"},
+    {"XMODEM-CRC from sx", kReceive, XferProtocol::XmodemCrc, 1024, "sx -b"},
+    {"XMODEM-1K from sx", kReceive, XferProtocol::Xmodem1K, 1024, "sx -b -k"},
+    {"YMODEM from sb", kReceive, XferProtocol::Ymodem, 1024, "sb -b"},
+    {"YMODEM-1K from sb", kReceive, XferProtocol::Ymodem, 1024, "sb -b -k"},
+    {"YMODEM-G from sb", kReceive, XferProtocol::YmodemG, 1024, "sb -b -k"},
 };
 
 } // namespace
@@ -254,10 +254,10 @@ private Q_SLOTS:
     void initTestCase();
     void transfer_data();
     void transfer();
-    void cleanupTestCase() { runs_.clear(); }
+    void cleanupTestCase() { m_runs.clear(); }
 
 private:
-    std::map<std::string, std::unique_ptr<LrzszRun>> runs_;
+    std::map<std::string, std::unique_ptr<LrzszRun>> m_runs;
 };
 
 // All runs start together: a retry of lrzsz costs seconds of silence, not of work.
@@ -268,7 +268,7 @@ void TestLrzszPeer::initTestCase()
         QSKIP("lrzsz is not installed");
     }
     quint32 seed = 0;
-    for (const Pairing& p : pairings) {
+    for (const Pairing& p : kPairings) {
         for (const double damage : {0.0, 1e-4}) {
             if (damage > 0 && p.protocol == XferProtocol::YmodemG) {
                 continue; // repairs nothing by design
@@ -278,7 +278,7 @@ void TestLrzszPeer::initTestCase()
             // Neither a whole number of blocks nor without every value of a byte; 300 short blocks.
             auto run = std::make_unique<LrzszRun>(plan, randomBytes(300 * 128 + 77, seed));
             QVERIFY(run->start());
-            runs_[std::string(p.name) + (damage > 0 ? ", damaged" : "")] = std::move(run);
+            m_runs[std::string(p.name) + (damage > 0 ? ", damaged" : "")] = std::move(run);
         }
     }
 }
@@ -286,7 +286,7 @@ void TestLrzszPeer::initTestCase()
 void TestLrzszPeer::transfer_data()
 {
     QTest::addColumn<LrzszRun*>("run");
-    for (const auto& [name, run] : runs_) {
+    for (const auto& [name, run] : m_runs) {
         QTest::newRow(name.c_str()) << run.get();
     }
 }
