@@ -265,10 +265,10 @@ void TestPortTransfer::refusals()
     QVERIFY(!rig.send(XferProtocol::Ymodem));
     QCOMPARE(rig.a.error, u"The view is paused. Resume it before transferring a file."_s);
     QVERIFY(rig.a.port.start(false));
-    rig.a.port.setBridged(true);
+    rig.a.port.setBridged(BridgeUse{});
     QVERIFY(!rig.send(XferProtocol::Ymodem));
     QVERIFY(rig.a.error.contains(u"bridge link"_s));
-    rig.a.port.setBridged(false);
+    rig.a.port.setBridged(std::nullopt);
     QVERIFY(!rig.a.transfer.start(
         {XferProtocol::Ymodem, XferSend}, u"/nowhere/file"_s, {}, &rig.a.error));
     QVERIFY(rig.a.error.startsWith(u"Could not open "_s));

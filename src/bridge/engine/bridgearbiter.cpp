@@ -158,6 +158,15 @@ void BridgeArbiter::forgetPeer(const QString& peerKey)
         m_window.reset();
 }
 
+QStringList BridgeArbiter::waitingPeers() const
+{
+    QStringList peers;
+    peers.reserve(qsizetype(m_queue.size()));
+    for (const Request& request : m_queue)
+        peers.append(request.peerKey);
+    return peers;
+}
+
 QList<BridgeArbiter::GivenUp> BridgeArbiter::takeGivenUp()
 {
     QList<GivenUp> givenUp(m_givenUp.cbegin(), m_givenUp.cend());

@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <deque>
 #include <optional>
 
@@ -126,6 +127,8 @@ public:
     // The tag of the request in flight; 0 while idle.
     quint64 windowTag() const { return m_window ? m_window->tag : 0; }
     int queuedRequests() const { return int(m_queue.size()); }
+    // The clients of the queued requests, the next first; one may be there several times.
+    QStringList waitingPeers() const;
     // Requests that were dropped because the queue was full.
     qint64 droppedRequests() const { return m_droppedRequests; }
     // Bytes of those, of the queued ones, and of what clients have sent of requests to come. With

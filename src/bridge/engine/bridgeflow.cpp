@@ -57,6 +57,20 @@ void BridgeFlow::finish(qint64 nowMs)
     settle(nowMs);
 }
 
+void BridgeFlow::discard(qint64 bytes)
+{
+    m_stats.bytesIn += bytes;
+    m_stats.discardedBytes += bytes;
+}
+
+void BridgeFlow::giveUp(qint64 nowMs)
+{
+    enqueueAll(m_framer.flush(), nowMs);
+    while (!m_writing && !m_queue.isEmpty())
+        m_queue.dropHead();
+    settle(nowMs);
+}
+
 void BridgeFlow::setHeld(bool held, qint64 nowMs)
 {
     m_held = held;

@@ -22,8 +22,9 @@ struct BridgeFlowStats
     qint64 droppedFrames = 0;
     qint64 refusedFrames = 0; // of the dropped ones, those that the sink can never send
     qint64 missedFrames = 0;  // went out, but not to every peer of the sink
-    // Not handled because the flow was suspended, or became so with the read that brought them. Of
-    // all bytes handed in, what has not gone out is held, queued, dropped or discarded.
+    // Not handled because the flow was suspended, or became so with the read that brought them, or
+    // handed to discard(). Of all bytes handed in, what has not gone out is held, queued, dropped
+    // or discarded.
     qint64 discardedBytes = 0;
 };
 
@@ -77,6 +78,11 @@ public:
     void drain(qint64 nowMs);
     // Forwards the partial frame as well, before the bridge ends.
     void finish(qint64 nowMs);
+
+    // Input that nobody can take now, as the sink is not open: counted and discarded.
+    void discard(qint64 bytes);
+    // The sink is gone: what is held and queued never goes. Counted as dropped.
+    void giveUp(qint64 nowMs);
 
     // Keeps the source throttled whatever the queue holds.
     void setHeld(bool held, qint64 nowMs);

@@ -72,6 +72,23 @@ ModbusLine::Output ModbusLine::lineDrained(qint64 nowMs)
     return output;
 }
 
+ModbusLine::Output ModbusLine::lineFailed(qint64 nowMs)
+{
+    Output output;
+    catchUp(nowMs, output);
+    const quint64 tag = m_arbiter.windowTag();
+    m_arbiter.closeWindow();
+    take(m_answers.expectNothing(nowMs), nowMs, output);
+    if (const auto open = m_open.find(tag); open != m_open.end()) {
+        open->transaction.sentMs = -1;
+        tellFailure(open->transaction.peerKey, open->gatewayId,
+            ModbusGateway::ExceptionCode::GatewayPathUnavailable, output);
+        end(tag, Outcome::Dropped, nowMs, output);
+    }
+    startNext(nowMs, output);
+    return output;
+}
+
 ModbusLine::Output ModbusLine::clientGone(const QString& peerKey, qint64 nowMs)
 {
     Output output;
@@ -165,18 +182,26 @@ void ModbusLine::takeAnswer(const QByteArray& answer, qint64 nowMs, Output& outp
     end(tag, Outcome::Answered, nowMs, output);
 }
 
+void ModbusLine::tellFailure(
+    const QString& peerKey, quint64 gatewayId, ModbusGateway::ExceptionCode code, Output& output)
+{
+    const auto gateway = m_gateways.find(peerKey);
+    if (gateway == m_gateways.end())
+        return;
+    const QByteArray exception = gateway->fail(gatewayId, code);
+    if (m_exceptions && !exception.isEmpty())
+        output.toClients.append({.peerKey = peerKey, .bytes = exception});
+}
+
 void ModbusLine::takeGivenUp(qint64 nowMs, Output& output)
 {
     for (const BridgeArbiter::GivenUp& request : m_arbiter.takeGivenUp()) {
         const bool timedOut = request.fate == BridgeArbiter::Fate::TimedOut;
-        const auto gateway = m_gateways.find(request.peerKey);
-        const auto open = m_open.constFind(request.tag);
-        if (gateway != m_gateways.end() && open != m_open.cend()) {
-            const QByteArray exception = gateway->fail(
-                open->gatewayId, timedOut ? ModbusGateway::ExceptionCode::TargetFailedToRespond
-                                          : ModbusGateway::ExceptionCode::GatewayPathUnavailable);
-            if (m_exceptions && !exception.isEmpty())
-                output.toClients.append({.peerKey = request.peerKey, .bytes = exception});
+        if (const auto open = m_open.constFind(request.tag); open != m_open.cend()) {
+            tellFailure(request.peerKey, open->gatewayId,
+                timedOut ? ModbusGateway::ExceptionCode::TargetFailedToRespond
+                         : ModbusGateway::ExceptionCode::GatewayPathUnavailable,
+                output);
         }
         end(request.tag, timedOut ? Outcome::TimedOut : Outcome::Dropped, nowMs, output);
     }

@@ -100,6 +100,8 @@ public:
     Output fromLine(const QByteArray& bytes, qint64 nowMs);
     // What was asked for by toLine has left the port.
     Output lineDrained(qint64 nowMs);
+    // What was asked for by toLine cannot go out: the line is not open or refuses it.
+    Output lineFailed(qint64 nowMs);
     Output clientGone(const QString& peerKey, qint64 nowMs);
     Output tick(qint64 nowMs);
     // Milliseconds until tick() is due, 0 when it already is, -1 when not needed.
@@ -124,6 +126,8 @@ private:
     void catchUp(qint64 nowMs, Output& output);
     void take(const QList<ModbusAnswerFramer::Piece>& pieces, qint64 nowMs, Output& output);
     void takeAnswer(const QByteArray& answer, qint64 nowMs, Output& output);
+    void tellFailure(const QString& peerKey, quint64 gatewayId, ModbusGateway::ExceptionCode code,
+        Output& output);
     void takeGivenUp(qint64 nowMs, Output& output);
     void startNext(qint64 nowMs, Output& output);
     void end(quint64 tag, Outcome outcome, qint64 nowMs, Output& output);

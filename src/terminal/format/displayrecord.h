@@ -17,7 +17,7 @@ struct rxData
     // A later slice of a record that was cut for its size: no pause lies in front of it, and it is
     // no record of its own for the rule of the lone line feed.
     bool continuation = false;
-    // Cleared from the view before it was shown; a log keeps it.
+    // Not for the view, or cleared from it before it was shown; a log keeps it.
     bool hidden = false;
     QString peer; // key of the client or sender, empty when there is only one
 };

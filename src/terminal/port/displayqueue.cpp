@@ -42,8 +42,9 @@ bool DisplayQueue::joinsLast(const rxData& record) const
         return false;
     const rxData& last = m_entries.back().record;
     return last.direction == record.direction && !last.status && !record.status
-           && last.bytes.size() + record.bytes.size() <= kSliceBytes && !isLoneLineFeed(last.bytes)
-           && !isLoneLineFeed(record.bytes) && last.peer == record.peer && last.time == record.time;
+           && last.hidden == record.hidden && last.bytes.size() + record.bytes.size() <= kSliceBytes
+           && !isLoneLineFeed(last.bytes) && !isLoneLineFeed(record.bytes)
+           && last.peer == record.peer && last.time == record.time;
 }
 
 rxData DisplayQueue::takeSlice(bool filtered)
@@ -52,7 +53,7 @@ rxData DisplayQueue::takeSlice(bool filtered)
     const qsizetype length = qMin(first.record.bytes.size() - m_taken, kSliceBytes);
     const bool last = m_taken + length == first.record.bytes.size();
     rxData slice = first.record;
-    slice.hidden = m_hidden > 0;
+    slice.hidden = slice.hidden || m_hidden > 0;
     if (length < first.record.bytes.size())
         slice.bytes = first.record.bytes.mid(m_taken, length);
     if (first.raw && filtered)

@@ -288,6 +288,25 @@ void LivePort::lendTo(Borrower* borrower)
     Q_EMIT lentChanged();
 }
 
+void LivePort::setBridged(const std::optional<BridgeUse>& use)
+{
+    if (m_bridge == use)
+        return;
+    m_bridge = use;
+    m_forwarded.use(use.value_or(BridgeUse{}));
+    m_receive->setBystander(use.has_value());
+    m_controller->setBridgeSocketTuning(use.has_value());
+    Q_EMIT stateChanged();
+}
+
+bool LivePort::showsForwarded(qint64 bytes)
+{
+    const bool shown = m_forwarded.shows(bytes, monotonicMs());
+    if (const QString text = m_forwarded.takeText(); !text.isEmpty())
+        appendStatusLine(text);
+    return shown;
+}
+
 void LivePort::appendStatusLine(const QString& text)
 {
     m_receive->pushStatusLine(text);
@@ -329,7 +348,10 @@ void LivePort::read()
 void LivePort::deliver(const Chunk& chunk)
 {
     Q_EMIT rxTapped(chunk.bytes, chunk.peer);
-    m_receive->ingestRx(chunk.bytes, chunk.fromStream, chunk.peer);
+    if (m_bridge && m_bridge->takesReceived && !showsForwarded(chunk.bytes.size()))
+        m_receive->ingestUnshown(chunk.bytes, chunk.peer);
+    else
+        m_receive->ingestRx(chunk.bytes, chunk.fromStream, chunk.peer);
 }
 
 LineDriver* LivePort::lineDriver() const

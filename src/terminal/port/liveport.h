@@ -6,11 +6,13 @@
 #include "settings/formatsetting.h"
 #include "settings/settings.h"
 #include "terminal/port/connectionlife.h"
+#include "terminal/port/forwardedview.h"
 #include "terminal/port/runstate.h"
 #include "terminal/port/sendpipeline.h"
 
 #include <QObject>
 #include <memory>
+#include <optional>
 
 class ConnectionController;
 class DisplaySink;
@@ -142,9 +144,14 @@ public:
     // A borrower took more than was meant for it.
     void handBack(const Chunk& chunk) { deliver(chunk); }
     [[nodiscard]] bool isLent() const { return m_borrower != nullptr; }
-    // A bridge uses the port; it cannot be lent.
-    void setBridged(bool on) { m_bridged = on; }
-    [[nodiscard]] bool isBridged() const { return m_bridged; }
+
+    // --- bridged
+    // A bridge uses the port, or none does any more: the port cannot be lent, its view never holds
+    // the reading, and small packets leave at once.
+    void setBridged(const std::optional<BridgeUse>& use);
+    [[nodiscard]] bool isBridged() const { return m_bridge.has_value(); }
+    // Whether the view shows so many bytes that a bridge passes through this port now.
+    bool showsForwarded(qint64 bytes);
     // A line of text about the port between its traffic, in the view and in the log.
     void appendStatusLine(const QString& text);
 
@@ -218,7 +225,8 @@ private:
     std::unique_ptr<ReceivePipeline> m_receive;
     std::unique_ptr<SendPipeline> m_send;
     Borrower* m_borrower = nullptr;
-    bool m_bridged = false;
+    std::optional<BridgeUse> m_bridge;
+    ForwardedView m_forwarded;
     bool m_lineWaits = false; // for the port to come back
     Target m_target = Target::Own;
     QString m_targetPeer;

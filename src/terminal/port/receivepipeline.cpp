@@ -69,8 +69,56 @@ void ReceivePipeline::ingestRx(const QByteArray& bytes, bool fromStream, const Q
         pushByteArray(bytes, true, RXorTx::Received, peer);
         return;
     }
+    if (givesUp(bytes.size())) {
+        count(bytes.size());
+        return;
+    }
     m_hold.append(bytes);
     updateThrottle();
+}
+
+void ReceivePipeline::ingestUnshown(const QByteArray& bytes, const QString& peer)
+{
+    count(bytes.size());
+    if (m_log != nullptr && m_log->isRecording())
+        queueRecord(bytes, RXorTx::Received, peer, receivesText(), true);
+    else
+        armTimer();
+}
+
+void ReceivePipeline::setBystander(bool on)
+{
+    m_bystander = on;
+    updateThrottle();
+}
+
+void ReceivePipeline::count(qsizetype bytes)
+{
+    m_receivedBytes += bytes;
+    m_counted = true;
+}
+
+qint64 ReceivePipeline::highWater() const
+{
+    return m_state == RunState::Paused ? kHoldHighWater : kQueueHighWater;
+}
+
+bool ReceivePipeline::givesUp(qsizetype bytes)
+{
+    if (!m_bystander || waitingCost() < highWater())
+        return false;
+    m_missedBytes += bytes;
+    return true;
+}
+
+void ReceivePipeline::tellMissed()
+{
+    if (m_missedBytes == 0 || waitingCost() >= kQueueLowWater)
+        return;
+    const QString size = QLocale().formattedDataSize(std::exchange(m_missedBytes, 0));
+    pushStatusLine(tr("%1 that passed a bridge are missing here: they came faster than they could "
+                      "be shown.")
+                       .arg(size));
 }
 
 void ReceivePipeline::pushByteArray(
@@ -78,10 +126,8 @@ void ReceivePipeline::pushByteArray(
 {
     if (bytes.isEmpty())
         return;
-    if (direction == RXorTx::Received && countReceived) {
-        m_receivedBytes += bytes.size();
-        m_counted = true;
-    }
+    if (direction == RXorTx::Received && countReceived)
+        count(bytes.size());
     queueRecord(bytes, direction, peer, receivesText());
 }
 
@@ -97,13 +143,18 @@ void ReceivePipeline::pushStatusLine(const QString& text)
 }
 
 void ReceivePipeline::queueRecord(
-    const QByteArray& bytes, RXorTx direction, const QString& peer, bool filtered)
+    const QByteArray& bytes, RXorTx direction, const QString& peer, bool filtered, bool hidden)
 {
+    if (givesUp(bytes.size())) {
+        armTimer();
+        return;
+    }
     rxData record;
     record.time = m_clocks.wall();
     record.direction = direction;
     record.bytes = bytes;
     record.peer = peer;
+    record.hidden = hidden;
     m_queue.push(std::move(record), filtered);
     armTimer();
     updateThrottle();
@@ -259,6 +310,7 @@ void ReceivePipeline::displayPortBuffer()
     if (m_sink != nullptr)
         m_sink->drainEnded();
     Q_EMIT drained();
+    tellMissed();
     updateThrottle();
 }
 
@@ -344,10 +396,9 @@ void ReceivePipeline::clear()
 
 void ReceivePipeline::updateThrottle()
 {
-    const qint64 waiting = m_queue.cost() + m_hold.size();
-    bool throttled = m_throttled ? waiting >= kQueueLowWater : waiting >= kQueueHighWater;
-    if (m_state == RunState::Paused)
-        throttled = waiting >= kHoldHighWater;
+    const qint64 waiting = waitingCost();
+    const bool catchingUp = m_throttled && m_state != RunState::Paused;
+    const bool throttled = !m_bystander && waiting >= (catchingUp ? kQueueLowWater : highWater());
     if (throttled == m_throttled)
         return;
     m_throttled = throttled;

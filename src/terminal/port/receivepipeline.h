@@ -29,8 +29,8 @@ class PortLog;
 //
 // Bounds: nothing is dropped. When what waits reaches a high-water mark (another one while the
 // view is paused) throttleRequested(true) asks the owner to stop reading the transport, and when
-// the view has caught up throttleRequested(false) lets it go on. Owned by the live port; sink and
-// log outlive it.
+// the view has caught up throttleRequested(false) lets it go on. A bystander (setBystander) gives
+// up what comes beyond those marks instead. Owned by the live port; sink and log outlive it.
 class ReceivePipeline final : public QObject
 {
     Q_OBJECT
@@ -70,6 +70,12 @@ public:
     // Bytes from the transport. `fromStream` is false for datagrams, which stay records of their
     // own also while the view is paused. `peer` names the sender, empty when there is only one.
     void ingestRx(const QByteArray& bytes, bool fromStream, const QString& peer);
+    // The same for bytes that the view is not to show: they are counted and logged.
+    void ingestUnshown(const QByteArray& bytes, const QString& peer);
+    // Somebody else lives on what comes in, and a view must not hold it up: reading is not
+    // throttled any more. What finds no room is neither shown nor logged then; a line in both says
+    // how much, as soon as there is room.
+    void setBystander(bool on);
     // Queues a record for display. Sent bytes are not counted here.
     void pushByteArray(
         const QByteArray& bytes, bool countReceived, RXorTx direction, const QString& peer = {});
@@ -119,7 +125,13 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] bool mayDrain() const;
-    void queueRecord(const QByteArray& bytes, RXorTx direction, const QString& peer, bool filtered);
+    void queueRecord(const QByteArray& bytes, RXorTx direction, const QString& peer, bool filtered,
+        bool hidden = false);
+    [[nodiscard]] qint64 waitingCost() const { return m_queue.cost() + m_hold.size(); }
+    [[nodiscard]] qint64 highWater() const;
+    bool givesUp(qsizetype bytes);
+    void tellMissed();
+    void count(qsizetype bytes);
     void displayPortBuffer();
     void show(const rxData& slice);
     void decodeBufferForUi(const rxData& slice);
@@ -149,6 +161,8 @@ private:
     QByteArray m_hold;    // received while paused; bounded by kHoldHighWater
     RunState m_state = RunState::Stopped;
     bool m_throttled = false;
+    bool m_bystander = false;
+    qint64 m_missedBytes = 0; // given up, and not told yet
     bool m_toldPausedFull = false;
     qint64 m_receivedBytes = 0;
     bool m_counted = false; // since the last countersChanged()
