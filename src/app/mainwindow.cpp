@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 
+#include "app/bridgeactions.h"
 #include "app/logactions.h"
 #include "app/mainactions.h"
 #include "app/mainstatusbar.h"
@@ -76,6 +77,7 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
           {m_actions->action("acXferSend"_L1), m_actions->action("acXferReceive"_L1),
               m_actions->action("acXferCancel"_L1)},
           [this] { return currentPortWidget(); }, m_store, this))
+    , m_bridges(new BridgeActions(m_actions->action("acToolsBridge"_L1), *m_panes, this))
     , m_closer(new PaneCloser([this] { return livePortWidgets(); }, this))
 {
     setCentralWidget(m_area);
@@ -91,8 +93,12 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
 
     m_clock.start();
     applySessionToPrimaryPort();
-    if (restore == Restore::LastConnection)
+    syncBridgePorts();
+    if (restore == Restore::LastConnection) {
         m_workspace->restoreConnection(m_catalog);
+        if (m_state.openLastConnection)
+            m_bridges->load(m_store);
+    }
     firstPane().focusSendEditor();
 
     connect(&m_displayTimer, &QTimer::timeout, this, &MainWindow::displayTick);
@@ -175,14 +181,25 @@ void MainWindow::buildDocument()
     m_recentFiles->setFrame(places.separator, places.forgetMenu);
     m_recentFiles->setFiles(m_state.recentFiles);
     m_recentFiles->updateActions(false);
-    m_document =
-        new SessionDocument({[this] { return m_workspace->contents(); },
-                                [this](const SessionContents& s) { m_workspace->apply(s); },
-                                [this] { m_workspace->reset(); },
-                                [this](const std::function<void()>& then) {
-                                    m_closer->close(livePortWidgets(), then);
-                                }},
-            *m_recentFiles, this);
+    m_document = new SessionDocument({[this] {
+                                          SessionContents contents = m_workspace->contents();
+                                          contents.bridges = m_bridges->stored();
+                                          return contents;
+                                      },
+                                         [this](const SessionContents& contents) {
+                                             // Those of before are not for these panes.
+                                             m_bridges->restore({});
+                                             m_workspace->apply(contents);
+                                             m_bridges->restore(contents.bridges);
+                                         },
+                                         [this] {
+                                             m_bridges->restore({});
+                                             m_workspace->reset();
+                                         },
+                                         [this](const std::function<void()>& then) {
+                                             m_closer->close(livePortWidgets(), then);
+                                         }},
+        *m_recentFiles, this);
     m_logActions->setLastLogFile(m_state.lastLogFile);
     m_document->setLastDirectory(m_state.lastDirectory);
     m_document->setFirstDirectory(SetConfigFilePathDialog::storedPath(m_store));
@@ -206,6 +223,7 @@ void MainWindow::connectPanes()
                 MessageBoxes::showWarning(this, text, reason);
         });
     connect(m_workspace, &PaneWorkspace::edited, this, markModified);
+    connect(m_bridges, &BridgeActions::edited, this, markModified);
     connect(m_workspace, &PaneWorkspace::arranged, this, &MainWindow::showArrangement);
     connect(m_panes.get(), &PaneSet::stateChanged, this, &MainWindow::refreshStatusBar);
     connect(m_panes.get(), &PaneSet::moved, this, &MainWindow::wake);
@@ -313,6 +331,11 @@ SerialPortWidget* MainWindow::createPortWidget([[maybe_unused]] int index)
     return m_workspace->append();
 }
 
+void MainWindow::syncBridgePorts()
+{
+    m_bridges->sync();
+}
+
 void MainWindow::rebuildPortLayout()
 {
     m_workspace->rebuildLayout();
@@ -328,6 +351,7 @@ void MainWindow::showArrangement()
     m_statusBar->setVisible(m_panes->count() == 1);
     m_actions->setQuickSettingsShown(m_workspace->areQuickSettingsShown());
     m_actions->setPaneCount(m_panes->count(), kMaxPanes);
+    syncBridgePorts();
     refreshStatusBar();
 }
 
@@ -447,7 +471,12 @@ bool MainWindow::writeSettings(QString& reason)
 {
     const SessionState state = currentSessionState();
     return StoreWriter::write(
-        m_store, [&] { SettingsService::save(m_store, state); }, reason);
+        m_store,
+        [&] {
+            SettingsService::save(m_store, state);
+            m_bridges->save(m_store);
+        },
+        reason);
 }
 
 void MainWindow::onUpdateDisplay()
@@ -486,6 +515,7 @@ void MainWindow::closeUnasked(std::function<void()> then)
     m_state.lastConnectionOpen = firstPane().isActive();
     QString reason;        // is in the debug log
     writeSettings(reason); // first, as it is what counts most
+    m_bridges->end();
     m_closer->closeUnasked(livePortWidgets(), kLeaveMs, [this, then = std::move(then)] {
         m_left = true;
         close();

@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 
+class BridgeActions;
 class LogActions;
 class MainActions;
 class MainStatusBar;
@@ -76,6 +77,8 @@ public:
     // Makes the next pane, for slot `index`; updateGrid() places it. There must be fewer than
     // kMaxPanes.
     [[nodiscard]] SerialPortWidget* createPortWidget(int index);
+    // Hands the panes that there are to the bridges.
+    void syncBridgePorts();
     void rebuildPortLayout();
     void updateGrid();
     // The existing panes in slot order.
@@ -150,6 +153,7 @@ private:
     PaneDialogs* m_dialogs;
     LogActions* m_logActions;
     TransferActions* m_transfers;
+    BridgeActions* m_bridges;
     RecentFilesModel* m_recentFiles = nullptr;
     SessionDocument* m_document = nullptr;
     PaneCloser* m_closer;

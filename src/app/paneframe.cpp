@@ -6,6 +6,7 @@
 #include "terminal/pane/settingscolumn.h"
 
 #include <QEvent>
+#include <QLabel>
 #include <QPainter>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -30,16 +31,21 @@ PaneFrame::PaneFrame(SerialPortWidget* pane, QWidget* parent)
     , m_column(pane->findChild<SettingsColumn*>())
     , m_header(new QWidget(this))
     , m_caption(new ElidedLabel(m_header))
+    , m_badge(new QLabel(m_header))
     , m_run(new QToolButton(m_header))
 {
     m_caption->setObjectName("paneCaption"_L1);
     m_caption->setElideMode(Qt::ElideMiddle); // both ends of a device's path tell it from others
+    m_badge->setObjectName("paneBadge"_L1);
+    m_badge->setTextFormat(Qt::PlainText);
+    m_badge->hide();
     m_run->setObjectName("paneRunButton"_L1);
     m_run->setAutoRaise(true);
     auto* row = new QHBoxLayout(m_header);
     row->setContentsMargins(kMargin, kMargin / 2, kMargin / 2, 0);
     row->setSpacing(kMargin);
     row->addWidget(m_caption, 1);
+    row->addWidget(m_badge);
     row->addWidget(m_run);
     m_header->hide();
 
@@ -92,6 +98,16 @@ void PaneFrame::setCaption(int number, const QString& title)
     m_caption->setText(text);
     m_caption->setToolTip(title);
     m_pane->setAccessibleName(tr("Port %1: %2").arg(QString::number(number), title));
+}
+
+void PaneFrame::setBadge(const QString& text)
+{
+    if (m_badge->text() == text)
+        return;
+    m_badge->setText(text);
+    m_badge->setToolTip(tr("Bridged with port %1").arg(text));
+    m_badge->setAccessibleName(m_badge->toolTip());
+    m_badge->setVisible(!text.isEmpty());
 }
 
 void PaneFrame::showRunButton()

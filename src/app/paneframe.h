@@ -3,6 +3,7 @@
 #include <QWidget>
 
 class ElidedLabel;
+class QLabel;
 class QToolButton;
 class SerialPortWidget;
 class SettingsColumn;
@@ -32,6 +33,8 @@ public:
     void setQuickSettingsWanted(bool wanted);
     // `number` counts from 1. Touches nothing that did not change.
     void setCaption(int number, const QString& title);
+    // What the pane's bridges are, in a few characters; empty for none.
+    void setBadge(const QString& text);
     // Puts the keyboard focus where it was last in this pane.
     void takeFocus();
 
@@ -49,6 +52,7 @@ private:
     const SettingsColumn* m_column; // the pane's
     QWidget* m_header;
     ElidedLabel* m_caption;
+    QLabel* m_badge;
     QToolButton* m_run;
     bool m_shared = false;
     bool m_current = false;

@@ -213,3 +213,9 @@ bool PaneSet::eventFilter(QObject* watched, QEvent* event)
     }
     return QObject::eventFilter(watched, event);
 }
+
+void PaneSet::showBadges(const QStringList& badges)
+{
+    for (qsizetype at = 0; at < m_frames.size(); ++at)
+        m_frames.at(at)->setBadge(badges.value(at));
+}

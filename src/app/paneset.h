@@ -50,6 +50,8 @@ public:
     void focusPane(int index);
     void setQuickSettingsVisible(bool visible);
     void showCaptions();
+    // What stands beside the captions, by index; empty for nothing.
+    void showBadges(const QStringList& badges);
 
 Q_SIGNALS:
     // A persisted option of a pane was changed by the person at the desk.

@@ -11,8 +11,14 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto kCountKey = "Bridge/Count"_L1;
+constexpr auto kGroup = "Bridge"_L1;
+constexpr auto kCountKey = "Count"_L1;
 constexpr qsizetype kMaxDelimiterBytes = 1024;
+
+QString nameIn(int index, QLatin1StringView key)
+{
+    return SettingsKey::bridgeKey(index, key).sliced(kGroup.size() + 1);
+}
 
 // The fields of one bridge, each with its key, in both directions.
 template<class Field>
@@ -57,8 +63,8 @@ void visit(BridgeConfig& config, Field field)
 class Reader
 {
 public:
-    Reader(const QSettings& store, int index)
-        : m_store(store)
+    Reader(const QVariantMap& map, int index)
+        : m_map(map)
         , m_index(index)
     {}
 
@@ -99,18 +105,18 @@ public:
 private:
     [[nodiscard]] QVariant stored(QLatin1StringView key) const
     {
-        return m_store.value(SettingsKey::bridgeKey(m_index, key));
+        return m_map.value(nameIn(m_index, key));
     }
 
-    const QSettings& m_store;
+    const QVariantMap& m_map;
     const int m_index;
 };
 
 class Writer
 {
 public:
-    Writer(QSettings& store, int index)
-        : m_store(store)
+    Writer(QVariantMap& map, int index)
+        : m_map(map)
         , m_index(index)
     {}
 
@@ -131,43 +137,62 @@ public:
 private:
     void set(QLatin1StringView key, const QVariant& value) const
     {
-        m_store.setValue(SettingsKey::bridgeKey(m_index, key), value);
+        m_map.insert(nameIn(m_index, key), value);
     }
 
-    QSettings& m_store;
+    QVariantMap& m_map;
     const int m_index;
 };
 
 } // namespace
 
-QList<BridgeConfig> BridgeCodec::load(const QSettings& store)
+QList<BridgeConfig> BridgeCodec::fromMap(const QVariantMap& map)
 {
     QList<BridgeConfig> configs;
-    const int count = qBound(0, store.value(kCountKey, 0).toInt(), kMaxBridges);
+    const int count = qBound(0, map.value(kCountKey, 0).toInt(), kMaxBridges);
     configs.reserve(count);
     for (int index = 0; index < count; ++index) {
         BridgeConfig config;
-        visit(config, Reader(store, index));
+        visit(config, Reader(map, index));
         configs.append(config.sanitized());
     }
     return configs;
 }
 
-void BridgeCodec::save(QSettings& store, const QList<BridgeConfig>& configs)
+QVariantMap BridgeCodec::toMap(const QList<BridgeConfig>& configs)
 {
+    QVariantMap map;
     const int count = int(qMin<qsizetype>(configs.size(), kMaxBridges));
-    store.setValue(kCountKey, count);
+    map.insert(kCountKey, count);
     for (int index = 0; index < count; ++index) {
         BridgeConfig config = configs.at(index);
-        visit(config, Writer(store, index));
+        visit(config, Writer(map, index));
     }
-    store.beginGroup("Bridge"_L1);
-    const QStringList groups = store.childGroups();
-    for (const QString& group : groups) {
+    return map;
+}
+
+QList<BridgeConfig> BridgeCodec::load(const QSettings& store)
+{
+    QVariantMap map;
+    for (const QString& key : store.allKeys()) {
+        if (key.startsWith(kGroup + u'/'))
+            map.insert(key.sliced(kGroup.size() + 1), store.value(key));
+    }
+    return fromMap(map);
+}
+
+void BridgeCodec::save(QSettings& store, const QList<BridgeConfig>& configs)
+{
+    const QVariantMap map = toMap(configs);
+    const int count = map.value(kCountKey).toInt();
+    store.beginGroup(kGroup);
+    for (const QString& group : store.childGroups()) {
         bool isIndex = false;
         if (group.toInt(&isIndex) >= count && isIndex)
             store.remove(group);
     }
+    for (auto value = map.cbegin(); value != map.cend(); ++value)
+        store.setValue(value.key(), value.value());
     store.endGroup();
 }
 

@@ -3,6 +3,7 @@
 #include "bridge/bridgeconfig.h"
 
 #include <QList>
+#include <QVariantMap>
 
 class QSettings;
 
@@ -13,6 +14,10 @@ namespace BridgeCodec {
 
 // One for each ordered pair of sixteen ports; more are neither read nor written.
 inline constexpr int kMaxBridges = 240;
+
+// The values of the group "Bridge" by their names in it, "Count" and "INDEX/NAME".
+[[nodiscard]] QVariantMap toMap(const QList<BridgeConfig>& configs);
+[[nodiscard]] QList<BridgeConfig> fromMap(const QVariantMap& map);
 
 // Every number in its range, every unknown value replaced by its default, whatever the store holds.
 [[nodiscard]] QList<BridgeConfig> load(const QSettings& store);

@@ -109,6 +109,7 @@ void BridgeLink::subscribe(BridgeSide side)
             [this, side](
                 const QByteArray& bytes, const QString& peer) { handleTap(side, bytes, peer); });
     }
+    connect(port, &LivePort::going, this, &BridgeLink::stop);
     const ConnectionController* controller = &port->controller();
     connect(controller, &ConnectionController::peerLost, this,
         [this, side](const QString& peer) { onPeer(side, peer, false); });

@@ -168,12 +168,11 @@ bool BridgeManager::updateLink(int index, const BridgeConfig& config, QString* e
     const BridgeConfig& former = m_configs.at(index);
     const bool samePorts = former.portA == config.portA && former.portB == config.portB;
     m_configs[index] = config.sanitized();
-    if (!samePorts)
-        m_links[std::size_t(index)].reset();
-    changeConfigs();
     if (samePorts)
         m_links[std::size_t(index)]->setConfig(config);
-    refreshAll();
+    else
+        m_links[std::size_t(index)].reset();
+    changeConfigs();
     return true;
 }
 

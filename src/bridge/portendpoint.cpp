@@ -28,9 +28,22 @@ PortEndpoint::PortEndpoint(LivePort& port, int number)
         Q_EMIT changed();
     });
     connect(&port, &LivePort::recordsChanged, this, &PortEndpoint::changed);
+    connect(&port, &LivePort::going, this, &PortEndpoint::leavePort);
 }
 
 PortEndpoint::~PortEndpoint() = default;
+
+// While it goes it tells of many things, and must not be asked about them.
+void PortEndpoint::leavePort()
+{
+    m_port->controller().disconnect(this);
+    m_port->disconnect(this);
+    m_port.clear();
+    m_retry.stop();
+    if (std::exchange(m_wasOpen, false))
+        Q_EMIT closed();
+    Q_EMIT changed();
+}
 
 QString PortEndpoint::name() const
 {
@@ -52,7 +65,10 @@ QString PortEndpoint::trouble() const
 {
     if (!m_port || isOpen() || m_closedByWill)
         return {};
-    return m_port->lastError();
+    const ConnectionLife life = m_port->life();
+    const bool lost = life == ConnectionLife::Lost || life == ConnectionLife::Regaining;
+    const QString error = m_port->lastError();
+    return lost && error.isEmpty() ? tr("The connection is lost.") : error;
 }
 
 BridgeWrite PortEndpoint::write(

@@ -63,7 +63,6 @@ public:
 
 Q_SIGNALS:
     void opened();
-    // `left` bytes of what was to be sent never will be.
     void closed();
     // Bytes have left, so that there may be room.
     void drained();
@@ -73,6 +72,7 @@ Q_SIGNALS:
 
 private:
     void onClosed(const CloseReason& reason);
+    void leavePort();
     void tryOpen();
     void schedule();
     WriteResult writeDatagram(

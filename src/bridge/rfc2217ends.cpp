@@ -295,10 +295,14 @@ void Rfc2217ClientEnd::take(
 
 void Rfc2217ClientEnd::pushSettings()
 {
-    const LivePort* line = m_other.serialLines() ? m_other.port() : endpoint().port();
+    const bool otherIsLine = m_other.serialLines() != nullptr;
+    const LivePort* line = otherIsLine ? m_other.port() : endpoint().port();
     if (!line || m_giveUpAtMs >= 0)
         return;
-    const QByteArray update = m_session.settingsUpdate(line->active());
+    Settings settings = line->active();
+    // Whose values count is no question when there are two serial ports.
+    settings.useRemoteSerialConfig = settings.useRemoteSerialConfig && !otherIsLine;
+    const QByteArray update = m_session.settingsUpdate(settings);
     if (!update.isEmpty())
         endpoint().write(update, {}, UdpTargetMode::LastSender, false);
 }

@@ -15,6 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr auto kBridgePrefix = "Bridge/"_L1;
 constexpr auto kPaneCountKey = "PortNumber"_L1;
 constexpr auto kColumnCountKey = "ColumnNumber"_L1;
 constexpr auto kQuickViewKey = "QuickView"_L1;
@@ -99,6 +100,8 @@ namespace SessionCodec {
 
 bool isOwnKey(const QString& key)
 {
+    if (key.startsWith(kBridgePrefix))
+        return true;
     const qsizetype slash = key.indexOf(u'/');
     bool isIndex = false;
     const int index = QStringView(key).first(std::max(slash, qsizetype(0))).toInt(&isIndex);
@@ -119,8 +122,7 @@ bool isOwnKey(const QString& key)
 
 bool isSession(const QSettings& file)
 {
-    return std::ranges::any_of(file.allKeys(),
-        [](const QString& key) { return isOwnKey(key) || key.startsWith("Bridge/"_L1); });
+    return std::ranges::any_of(file.allKeys(), isOwnKey);
 }
 
 SessionContents read(const QSettings& file)
@@ -132,6 +134,10 @@ SessionContents read(const QSettings& file)
     contents.quickView = file.value(kQuickViewKey, panes < 2).toBool();
     for (int i = 0; i < panes; ++i)
         contents.panes.append(readPane(file, i));
+    for (const QString& key : file.allKeys()) {
+        if (key.startsWith(kBridgePrefix))
+            contents.bridges.insert(key.sliced(kBridgePrefix.size()), file.value(key));
+    }
     return contents;
 }
 
@@ -147,6 +153,9 @@ void write(QSettings& file, const SessionContents& contents, const Progress& pro
         const SessionPane& pane = contents.panes.at(i);
         PortSessionCodec::write(file, i, pane.settings, pane.format);
     }
+    file.remove("Bridge"_L1);
+    for (auto it = contents.bridges.cbegin(); it != contents.bridges.cend(); ++it)
+        file.setValue(kBridgePrefix + it.key(), it.value());
 }
 
 } // namespace SessionCodec

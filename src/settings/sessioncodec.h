@@ -7,16 +7,16 @@
 class QSettings;
 
 // The keys of a session file: those of the whole workspace here, those of each pane through
-// PortSessionCodec. Works on an INI store that the caller has opened; keys that are not its own
-// (bridges, keys of newer versions) it neither reads nor touches. Needs a QGuiApplication (fonts).
+// PortSessionCodec; those of bridges pass as they are. Works on an INI store that the caller has
+// opened; keys of newer versions it neither reads nor touches.
 namespace SessionCodec {
 
 // 0 to 100.
 using Progress = std::function<void(int percent)>;
 
-// Whether the key is one that this version reads and writes. Those of bridges are not.
+// Whether the key is one that this version reads and writes.
 [[nodiscard]] bool isOwnKey(const QString& key);
-// Whether the store holds anything that a session would, bridges included.
+// Whether the store holds anything that a session would.
 [[nodiscard]] bool isSession(const QSettings& file);
 
 // What can be read, with defaults for what is missing. The numbers of panes and columns are

@@ -5,6 +5,7 @@
 #include "settings/settings.h"
 
 #include <QList>
+#include <QVariantMap>
 
 // One pane of a session.
 struct SessionPane
@@ -26,6 +27,9 @@ struct SessionContents
     bool quickView = true;
     QuickSettingsGroups quickSettings;
     QList<SessionPane> panes; // 1 to kMaxPanes
+    // What the group "Bridge" holds, by the names in it: the bridges between the panes, in the form
+    // in which those who know bridges read and write them.
+    QVariantMap bridges;
 
     friend bool operator==(const SessionContents&, const SessionContents&) = default;
 };

@@ -169,8 +169,7 @@ bool isComplete(const QByteArray& bytes, const QSettings& ini, QString& message)
     return complete;
 }
 
-// Brings the keys of a session that this version does not know over, in the place of the bridges
-// that the target had: those belong to the ports of another session.
+// Brings the keys of a session that this version does not know over.
 bool carryOver(const QByteArray& origin, QSettings& ini, QString& message)
 {
     if (origin.isEmpty())
@@ -179,7 +178,6 @@ bool carryOver(const QByteArray& origin, QSettings& ini, QString& message)
     if (!fill(copy, origin, message))
         return false;
     const QSettings source(copy.fileName(), QSettings::IniFormat);
-    ini.remove("Bridge"_L1);
     for (const QString& key : source.allKeys()) {
         if (!SessionCodec::isOwnKey(key))
             ini.setValue(key, source.value(key));

@@ -181,7 +181,6 @@ void SessionFileTest::otherKeysSurvive()
 {
     const QMap<QString, QVariant> others{
         {u"Future"_s, u"1"_s},
-        {u"Bridge/0/Name"_s, u"a, b"_s},
         {u"0/LogRotateSize"_s, u"4096"_s},
         {u"2/PortName"_s, u"third"_s},
         {u"2/PortNote"_s, u"ü漢"_s},
@@ -190,11 +189,16 @@ void SessionFileTest::otherKeysSurvive()
         QSettings ini(m_path, QSettings::IniFormat);
         for (auto it = others.begin(); it != others.end(); ++it)
             ini.setValue(it.key(), it.value());
+        ini.setValue("Bridge/7/Name"_L1, u"stale"_s);
     }
-    QVERIFY(write(sessionOf(1), m_path));
+    SessionContents contents = sessionOf(1);
+    contents.bridges = {{u"0/Name"_s, u"a, b"_s}};
+    QVERIFY(write(contents, m_path));
     const QSettings ini(m_path, QSettings::IniFormat);
     for (auto it = others.begin(); it != others.end(); ++it)
         QCOMPARE(ini.value(it.key()), it.value());
+    QCOMPARE(ini.value("Bridge/0/Name"_L1).toString(), u"a, b"_s);
+    QVERIFY(!ini.contains("Bridge/7/Name"_L1));
     QCOMPARE(ini.value("PortNumber"_L1).toInt(), 1);
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
 }

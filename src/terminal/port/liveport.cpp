@@ -37,6 +37,7 @@ LivePort::LivePort(SerialPortCatalog& catalog, QObject* parent)
 
 LivePort::~LivePort()
 {
+    Q_EMIT going();
     m_controller->disconnect(this);
     m_receive->disconnect(this);
     m_viewIsFull.release();

@@ -174,6 +174,8 @@ public:
     void finishLog();
 
 Q_SIGNALS:
+    // The port is about to be destroyed, and still whole.
+    void going();
     // The records are others; what differs is in force.
     void recordsChanged(LivePort::Origin origin);
     // Opened, closed, paused, resumed, lost or regained.
