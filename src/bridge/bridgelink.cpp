@@ -270,6 +270,8 @@ int BridgeLink::nextTimeoutMs(qint64 nowMs) const
 // What every step ends with.
 void BridgeLink::settle()
 {
+    for (PortEndpoint* endpoint : m_endpoints)
+        endpoint->flush();
     if (!m_running)
         return;
     noteHistory();

@@ -81,6 +81,10 @@ private:
 };
 
 // Every byte of one end goes to the other end, framed and queued: a flow for each direction.
+//
+// A port hands out at once all that it has, which can be more than a queue may hold. Where the
+// sender is to be slowed down nothing may be lost for that: what finds no room waits here, with the
+// port held, and goes into the flow as the queue empties. That is at most what the transport had.
 class FlowRoute final : public BridgeRoute
 {
     Q_DISABLE_COPY_MOVE(FlowRoute)
@@ -108,14 +112,26 @@ public:
 private:
     class Sink;
 
-    [[nodiscard]] BridgeFlow& flow(BridgeSide from) { return m_flows[std::size_t(from)]; }
+    struct Direction
+    {
+        BridgeFlow flow;
+        QByteArray waiting; // behind what the queue holds
+        QString waitingPeer;
+        bool feeding = false;
+    };
+
+    [[nodiscard]] BridgeFlow& flow(BridgeSide from) { return m_ways[std::size_t(from)].flow; }
     [[nodiscard]] const BridgeFlow& flow(BridgeSide from) const
     {
-        return m_flows[std::size_t(from)];
+        return m_ways[std::size_t(from)].flow;
     }
+    void feed(BridgeSide from, qint64 nowMs);
+    void regulate(BridgeSide from);
+    void giveUp(BridgeSide from, qint64 nowMs);
 
+    const OverflowPolicy m_policy;
     std::array<std::unique_ptr<Sink>, 2> m_sinks; // by the side they write to
-    std::array<BridgeFlow, 2> m_flows;            // by the side they come from
+    std::array<Direction, 2> m_ways;              // by the side they come from
 };
 
 // Clients that share a line on which one request at a time is answered: what the kinds of such

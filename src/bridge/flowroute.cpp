@@ -1,5 +1,11 @@
 #include "bridge/bridgeroute.h"
 
+#include <utility>
+
+namespace {
+constexpr std::array kSides{BridgeSide::A, BridgeSide::B};
+}
+
 // What a flow writes to: an end.
 class FlowRoute::Sink final : public BridgeSink
 {
@@ -21,76 +27,125 @@ private:
 
 FlowRoute::FlowRoute(const Ends& ends, const BridgeConfig& config)
     : BridgeRoute(ends)
+    , m_policy(config.flow.sanitized().overflowPolicy)
 {
-    for (const BridgeSide from : {BridgeSide::A, BridgeSide::B}) {
+    for (const BridgeSide from : kSides) {
         auto& sink = m_sinks[std::size_t(otherSide(from))];
         sink = std::make_unique<Sink>(end(otherSide(from)));
         BridgeFlow& out = flow(from);
         out.setFramingPolicy(config.framing);
         out.setFlowControlPolicy(config.flow);
         out.setSink(sink.get());
-        out.setThrottleCallback([this, from](bool on) { end(from).hold(on); });
+        out.setThrottleCallback([this, from](bool) { regulate(from); });
     }
 }
 
 FlowRoute::~FlowRoute()
 {
-    for (BridgeFlow& flow : m_flows) {
-        flow.setThrottleCallback({});
-        flow.setSink(nullptr);
+    for (Direction& way : m_ways) {
+        way.flow.setThrottleCallback({});
+        way.flow.setSink(nullptr);
     }
 }
 
 void FlowRoute::received(
     BridgeSide side, const QByteArray& payload, const QString& peer, qint64 nowMs)
 {
-    if (end(otherSide(side)).endpoint().isOpen())
-        flow(side).ingest(payload, nowMs, peer);
-    else
-        flow(side).discard(payload.size());
+    Direction& way = m_ways[std::size_t(side)];
+    if (!end(otherSide(side)).endpoint().isOpen()) {
+        way.flow.discard(payload.size());
+        return;
+    }
+    const qint64 room = way.flow.queue().policy().capacityBytes - way.flow.queue().queuedBytes();
+    const bool fits = way.waiting.isEmpty() && !way.feeding && payload.size() <= room;
+    if (fits || m_policy != OverflowPolicy::SlowSender || way.flow.isSuspended()) {
+        way.flow.ingest(payload, nowMs, peer);
+        return;
+    }
+    way.waiting += payload;
+    way.waitingPeer = peer;
+    feed(side, nowMs);
+}
+
+// Moves what waits into the flow while its queue takes more.
+void FlowRoute::feed(BridgeSide from, qint64 nowMs)
+{
+    Direction& way = m_ways[std::size_t(from)];
+    if (way.waiting.isEmpty() || std::exchange(way.feeding, true))
+        return;
+    const BridgeEgressQueue& queue = way.flow.queue();
+    qsizetype taken = 0;
+    while (taken < way.waiting.size() && !(queue.isThrottling() && !way.flow.isSuspended())) {
+        const qint64 room = queue.policy().capacityBytes - queue.queuedBytes();
+        const qsizetype length = qBound<qsizetype>(1, room, way.waiting.size() - taken);
+        way.flow.ingest(way.waiting.mid(taken, length), nowMs, way.waitingPeer);
+        taken += length;
+    }
+    way.waiting.remove(0, taken);
+    way.feeding = false;
+    regulate(from);
+}
+
+void FlowRoute::regulate(BridgeSide from)
+{
+    const Direction& way = m_ways[std::size_t(from)];
+    end(from).hold(way.flow.isSourceThrottled() || !way.waiting.isEmpty());
 }
 
 void FlowRoute::drained(BridgeSide side, qint64 nowMs)
 {
     flow(otherSide(side)).drain(nowMs);
+    feed(otherSide(side), nowMs);
+}
+
+void FlowRoute::giveUp(BridgeSide from, qint64 nowMs)
+{
+    Direction& way = m_ways[std::size_t(from)];
+    way.flow.giveUp(nowMs);
+    way.flow.discard(std::exchange(way.waiting, {}).size());
+    regulate(from);
 }
 
 void FlowRoute::closed(BridgeSide side, qint64 nowMs)
 {
     flow(side).finish(nowMs);
-    flow(otherSide(side)).giveUp(nowMs);
+    giveUp(otherSide(side), nowMs);
 }
 
 void FlowRoute::peerLost(BridgeSide /*side*/, const QString& /*peer*/, qint64 /*nowMs*/) {}
 
 void FlowRoute::tick(qint64 nowMs)
 {
-    for (BridgeFlow& flow : m_flows)
-        flow.tick(nowMs);
+    for (const BridgeSide from : kSides) {
+        flow(from).tick(nowMs);
+        feed(from, nowMs);
+    }
 }
 
 int FlowRoute::nextTimeoutMs(qint64 nowMs) const
 {
-    const int a = m_flows[0].nextTimeoutMs(nowMs);
-    const int b = m_flows[1].nextTimeoutMs(nowMs);
+    const int a = m_ways[0].flow.nextTimeoutMs(nowMs);
+    const int b = m_ways[1].flow.nextTimeoutMs(nowMs);
     return a < 0 || b < 0 ? qMax(a, b) : qMin(a, b);
 }
 
 void FlowRoute::finish(qint64 nowMs)
 {
-    for (BridgeFlow& flow : m_flows) {
-        flow.finish(nowMs);
-        flow.giveUp(nowMs);
+    for (const BridgeSide from : kSides) {
+        feed(from, nowMs);
+        flow(from).finish(nowMs);
+        giveUp(from, nowMs);
     }
 }
 
 BridgeCounters FlowRoute::counters(BridgeSide from, qint64 nowMs) const
 {
     const BridgeFlowStats& stats = flow(from).stats();
-    return {.bytesIn = stats.bytesIn,
+    const qsizetype waiting = m_ways[std::size_t(from)].waiting.size();
+    return {.bytesIn = stats.bytesIn + waiting,
         .bytesOut = stats.bytesOut,
         .framesOut = stats.framesOut,
-        .queuedBytes = stats.queuedBytes + flow(from).framer().bufferedBytes(),
+        .queuedBytes = stats.queuedBytes + flow(from).framer().bufferedBytes() + waiting,
         .peakQueuedBytes = stats.peakQueuedBytes,
         .droppedBytes = stats.droppedBytes,
         .droppedFrames = stats.droppedFrames,
@@ -100,18 +155,18 @@ BridgeCounters FlowRoute::counters(BridgeSide from, qint64 nowMs) const
 
 void FlowRoute::resetCounters()
 {
-    for (BridgeFlow& flow : m_flows)
-        flow.resetStats();
+    for (Direction& way : m_ways)
+        way.flow.resetStats();
 }
 
 bool FlowRoute::isIdle(BridgeSide from) const
 {
-    return flow(from).isIdle();
+    return flow(from).isIdle() && m_ways[std::size_t(from)].waiting.isEmpty();
 }
 
 void FlowRoute::drop(BridgeSide from, qint64 nowMs)
 {
-    flow(from).giveUp(nowMs);
+    giveUp(from, nowMs);
 }
 
 QString FlowRoute::suspension(BridgeSide from) const
@@ -121,12 +176,14 @@ QString FlowRoute::suspension(BridgeSide from) const
 
 void FlowRoute::resume(qint64 nowMs)
 {
-    for (BridgeFlow& flow : m_flows)
-        flow.resume(nowMs);
+    for (const BridgeSide from : kSides) {
+        flow(from).resume(nowMs);
+        feed(from, nowMs);
+    }
 }
 
 QString FlowRoute::lastRefusal() const
 {
-    const QString refusal = m_flows[0].lastRefusal();
-    return refusal.isEmpty() ? m_flows[1].lastRefusal() : refusal;
+    const QString refusal = m_ways[0].flow.lastRefusal();
+    return refusal.isEmpty() ? m_ways[1].flow.lastRefusal() : refusal;
 }

@@ -1,7 +1,7 @@
 #include "bridge/bridgeroute.h"
 #include "bridge/engine/modbuspdu.h"
 
-#include "base/clock.h"
+#include <QDateTime>
 
 namespace {
 
@@ -69,7 +69,7 @@ void ModbusRoute::record(const ModbusLine::Transaction& transaction)
 {
     m_unanswered += transaction.outcome == ModbusLine::Outcome::TimedOut;
     m_droppedRequests += transaction.outcome == ModbusLine::Outcome::Dropped;
-    m_statistics.add({localTimeNow(), transaction});
+    m_statistics.add({QDateTime::currentMSecsSinceEpoch(), transaction});
 }
 
 void ModbusRoute::closed(BridgeSide side, qint64 nowMs)

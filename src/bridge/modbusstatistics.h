@@ -2,15 +2,14 @@
 
 #include "bridge/engine/modbusline.h"
 
-#include <QDateTime>
 #include <QHash>
 #include <QList>
 #include <deque>
 
-// One request of a Modbus gateway, with the moment in which it ended.
+// One request of a Modbus gateway, with the moment in which it ended by the clock of people.
 struct ModbusRecord
 {
-    QDateTime ended; // local
+    qint64 endedAtMs = 0; // since the epoch
     ModbusLine::Transaction transaction;
 
     // -1 when it never got onto the line.

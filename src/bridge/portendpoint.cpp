@@ -87,6 +87,7 @@ BridgeWrite PortEndpoint::write(
         return BridgeWrite::blocked();
     if (!result.taken())
         return BridgeWrite::refusal(result.reason);
+    m_written = true;
     if (m_port)
         m_port->sending().noteSent(data, shown && m_port->showsForwarded(data.size()));
     return BridgeWrite::took(bytes.size());
@@ -116,6 +117,12 @@ WriteResult PortEndpoint::writeDatagram(
 qint64 PortEndpoint::pendingBytes(const QString& peer) const
 {
     return isOpen() ? m_port->transport()->pendingBytes(peer) : 0;
+}
+
+void PortEndpoint::flush()
+{
+    if (std::exchange(m_written, false) && isOpen())
+        m_port->transport()->tellLeft();
 }
 
 void PortEndpoint::disconnectPeer(const QString& peer)

@@ -52,6 +52,8 @@ public:
     BridgeWrite write(
         QByteArrayView bytes, const QString& peer, UdpTargetMode udp, bool shown = true);
     [[nodiscard]] qint64 pendingBytes(const QString& peer = {}) const;
+    // After the writes of a step: drained() tells of what has left already.
+    void flush();
     // Ends the connection of one client, or the connection where there is only one, which is then
     // made again.
     void disconnectPeer(const QString& peer);
@@ -82,6 +84,7 @@ private:
     const int m_number;
     QSet<const QObject*> m_keepers;
     QTimer m_retry;
+    bool m_written = false; // since the last flush()
     bool m_wasOpen = false;
     bool m_closedByWill = false;
 };

@@ -88,6 +88,8 @@ public:
     // off for it.
     [[nodiscard]] qint64 pendingWriteBytes() const;
     [[nodiscard]] bool hasRoomFor(const QString& peerKey, qint64 bytes) const;
+    // Tells of what has left by now.
+    void pollOutput();
 
 Q_SIGNALS:
     void connectionStateChange();
@@ -124,7 +126,6 @@ private:
     void letLinger(ServerClient& client);
     void onLingered(LingeringSocket* socket, const QString& key, qint64 unsentBytes);
     void seeToOutput(const QString& key);
-    void pollOutput();
     void handOver(const QString& key);
     void dropStalled(ServerClient& client);
     [[nodiscard]] ServerClient* find(const QString& peerKey) const;

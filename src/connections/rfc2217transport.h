@@ -60,6 +60,7 @@ public:
     void setBridgeTuning(bool on) override { m_below->setBridgeTuning(on); }
     WriteResult write(const QByteArray& bytes, const QString& peer = {}) override;
     [[nodiscard]] qint64 pendingBytes(const QString& peer = {}) const override;
+    void tellLeft() override { m_below->tellLeft(); }
     [[nodiscard]] bool hasRoomFor(qint64 bytes, const QString& peer = {}) const override;
     bool takeChunk(Chunk& chunk) override;
     // The remote port's buffers too, when it takes com-port control.

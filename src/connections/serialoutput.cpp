@@ -7,6 +7,7 @@
 #ifdef Q_OS_UNIX
 #include <sys/ioctl.h>
 #include <termios.h>
+#include <unistd.h>
 #endif
 
 namespace {
@@ -26,6 +27,21 @@ qint64 driverQueue(const QSerialPort& port)
     return bytes;
 }
 
+// How many bytes the driver takes at once, when nothing waits before them: a turn of the event loop
+// later is late for a device that is asked and answers. 0 also when it fails, which QSerialPort
+// finds out by itself.
+qint64 writeAtOnce(const QSerialPort& port, const QByteArray& bytes)
+{
+#ifdef Q_OS_UNIX
+    if (port.bytesToWrite() == 0)
+        return qMax<qint64>(::write(port.handle(), bytes.constData(), size_t(bytes.size())), 0);
+#else
+    Q_UNUSED(port)
+    Q_UNUSED(bytes)
+#endif
+    return 0;
+}
+
 } // namespace
 
 qint64 SerialOutput::boundBytes(qint32 baudRate)
@@ -40,12 +56,23 @@ bool SerialOutput::hasRoomFor(qint64 bytes) const
     return pending + bytes <= (pending == 0 ? kMaxBoundBytes : boundBytes(m_port.baudRate()));
 }
 
+// To the driver, or behind what waits for it.
+bool SerialOutput::pass(const QByteArray& bytes)
+{
+    const qint64 written = writeAtOnce(m_port, bytes);
+    const qint64 rest = bytes.size() - written;
+    if (rest > 0 && m_port.write(bytes.constData() + written, rest) != rest && written == 0)
+        return false;
+    m_atOnce += written;
+    m_busy.start();
+    return true;
+}
+
 bool SerialOutput::write(const QByteArray& bytes)
 {
     if (m_later.empty()) {
-        if (m_port.write(bytes) != bytes.size())
+        if (!pass(bytes))
             return false;
-        m_busy.start();
     } else if (m_later.back().change) {
         m_later.push_back({bytes, nullptr});
     } else {
@@ -76,11 +103,12 @@ qint64 SerialOutput::ahead() const
 
 qint64 SerialOutput::pendingBytes() const
 {
-    return qMin(m_told, ahead() + m_laterBytes);
+    return qMin(m_told, qMax(ahead(), m_atOnce) + m_laterBytes);
 }
 
 qint64 SerialOutput::takeLeft()
 {
+    m_atOnce = 0;
     if (ahead() > 0)
         m_busy.start();
     const qint64 pending = pendingBytes();
@@ -117,8 +145,7 @@ void SerialOutput::letGo()
         const QByteArray bytes = std::exchange(m_later.front().bytes, {});
         m_later.pop_front();
         m_laterBytes -= bytes.size();
-        m_port.write(bytes);
-        m_busy.start();
+        pass(bytes);
     }
 }
 
@@ -135,5 +162,6 @@ qint64 SerialOutput::clear()
     // A driver that says it has nothing may still be passing bytes on; those are on their way.
     if (m_port.isOpen() && ahead() > 0)
         m_port.clear(QSerialPort::Output);
+    m_atOnce = 0;
     return std::exchange(m_told, 0);
 }

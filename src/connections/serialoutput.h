@@ -72,13 +72,15 @@ private:
     [[nodiscard]] qint64 ahead() const;
     [[nodiscard]] bool isQuiet() const;
     void letGo();
+    bool pass(const QByteArray& bytes);
 
     QSerialPort& m_port;
     // Its first is a change, when there is any. Bytes count within the bound, changes are at most
     // kMaxChanges and one.
     std::deque<Later> m_later;
     qint64 m_laterBytes = 0;
-    qint64 m_told = 0; // taken, and not yet told as left
+    qint64 m_told = 0;   // taken, and not yet told as left
+    qint64 m_atOnce = 0; // of these the driver took, since the last takeLeft()
     int m_changes = 0;
     QElapsedTimer m_waiting; // since the first change has stood first
     QElapsedTimer m_busy;    // since something was ahead of the line

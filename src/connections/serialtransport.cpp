@@ -193,6 +193,10 @@ void SerialTransport::close()
     m_breakActive = false;
     m_phase = Phase::Closed; // from here on nobody wants to hear of errors
     m_port->setBreakEnabled(false);
+    if (const qint64 bytes = m_output.takeLeft(); bytes > 0)
+        Q_EMIT left(bytes, {});
+    if (!self)
+        return;
     if (m_output.pendingBytes() > 0) {
         m_phase = Phase::Lingering;
         m_lingerEnd.setRemainingTime(kLingerMs);
@@ -260,7 +264,8 @@ WriteResult SerialTransport::write(const QByteArray& bytes, const QString& peer)
         qWarning() << "Send message failed!" << m_port->errorString();
         return {WriteResult::Refusal::Failed, m_port->errorString()};
     }
-    m_poll.start();
+    if (!m_poll.isActive())
+        m_poll.start();
     tellRefused();
     return {};
 }
@@ -269,6 +274,12 @@ qint64 SerialTransport::pendingBytes(const QString& peer) const
 {
     Q_UNUSED(peer)
     return m_output.pendingBytes();
+}
+
+void SerialTransport::tellLeft()
+{
+    if (state() == State::Open)
+        seeToOutput();
 }
 
 // The changes whose turn it is, what has left, and the end of a port that waits for that.

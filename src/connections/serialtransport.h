@@ -54,6 +54,7 @@ public:
     void apply(const Settings& settings) override;
     WriteResult write(const QByteArray& bytes, const QString& peer = {}) override;
     [[nodiscard]] qint64 pendingBytes(const QString& peer = {}) const override;
+    void tellLeft() override;
     [[nodiscard]] bool hasRoomFor(qint64 bytes, const QString& peer = {}) const override;
     bool takeChunk(Chunk& chunk) override;
     void discard(Purge which) override;

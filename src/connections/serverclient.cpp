@@ -71,10 +71,7 @@ bool ServerClient::write(const QByteArray& data)
 {
     if (m_output.pendingBytes(m_socket) == 0)
         m_progress.start();
-    if (!isConnected() || m_socket->write(data) != data.size())
-        return false;
-    m_output.add(data.size());
-    return true;
+    return isConnected() && m_output.write(*m_socket, data);
 }
 
 qint64 ServerClient::unsentBytes() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 
 class QTcpSocket;
@@ -14,6 +15,10 @@ public:
     static constexpr int kPollMs = 10;
 
     void add(qint64 bytes) { m_pending += bytes; }
+    // To a connected socket, and counted. What the system takes leaves at once, when nothing waits
+    // before it: a turn of the event loop later is late for who waits for an answer. QTcpSocket
+    // tells nothing of that, so that it is pending until takeLeft(). False when it refuses.
+    bool write(QTcpSocket& socket, const QByteArray& bytes);
     // What has not left, and with `socket` null what was not known to have.
     [[nodiscard]] qint64 pendingBytes(const QTcpSocket* socket) const;
     // How many bytes have left since the last call.
@@ -24,6 +29,7 @@ public:
 
 private:
     qint64 m_pending = 0;
+    qint64 m_atOnce = 0; // of these the system took, since the last takeLeft()
     // Of these the system's, when it was asked last: a broken connection has no descriptor to ask.
     mutable qint64 m_system = 0;
 };

@@ -128,13 +128,14 @@ WriteResult TcpClientTransport::write(const QByteArray& bytes, const QString& pe
         return refuseFull(bytes.size());
     if (isConnected()) {
         flushPending();
-        if (m_socket->write(bytes) != bytes.size())
+        if (!m_output.write(*m_socket, bytes))
             return {WriteResult::Refusal::Failed, m_socket->errorString()};
-        m_poll.start();
+        if (!m_poll.isActive())
+            m_poll.start();
     } else {
         m_pending.append(bytes);
+        m_output.add(bytes.size());
     }
-    m_output.add(bytes.size());
     const bool stands = isOpen();
     tellRefused();
     return stands ? WriteResult() : WriteResult::waiting();
@@ -156,6 +157,12 @@ qint64 TcpClientTransport::pendingBytes(const QString& peer) const
     // The system knows nothing of what waits for the connection.
     const bool waits = !isConnected() || !m_pending.isEmpty();
     return former + m_output.pendingBytes(waits ? nullptr : m_socket);
+}
+
+void TcpClientTransport::tellLeft()
+{
+    if (m_socket)
+        seeToOutput();
 }
 
 void TcpClientTransport::seeToOutput()

@@ -39,6 +39,7 @@ public:
     void setBridgeTuning(bool on) override;
     WriteResult write(const QByteArray& bytes, const QString& peer = {}) override;
     [[nodiscard]] qint64 pendingBytes(const QString& peer = {}) const override;
+    void tellLeft() override;
     [[nodiscard]] bool hasRoomFor(qint64 bytes, const QString& peer = {}) const override;
     bool takeChunk(Chunk& chunk) override;
     // Of a connection that stands only the input: what is on its way in a stream cannot be taken

@@ -36,6 +36,7 @@ public:
     void setBridgeTuning(bool on) override { m_server->setBridgeSocketTuning(on); }
     WriteResult write(const QByteArray& bytes, const QString& peer = {}) override;
     [[nodiscard]] qint64 pendingBytes(const QString& peer = {}) const override;
+    void tellLeft() override { m_server->pollOutput(); }
     // Without a peer: whether the broadcast would disconnect nobody.
     [[nodiscard]] bool hasRoomFor(qint64 bytes, const QString& peer = {}) const override;
     // What each client sent in turn, the one that was heard first coming first.

@@ -14,6 +14,8 @@ void Transport::apply(const Settings& settings)
     Q_UNUSED(settings)
 }
 
+void Transport::tellLeft() {}
+
 void Transport::setBridgeTuning(bool on)
 {
     Q_UNUSED(on)

@@ -82,6 +82,9 @@ public:
     [[nodiscard]] virtual qint64 pendingBytes(const QString& peer = {}) const = 0;
     // Whether write() would find room for so many bytes more.
     [[nodiscard]] virtual bool hasRoomFor(qint64 bytes, const QString& peer = {}) const = 0;
+    // Tells of what has left by now, from in here: for who cannot wait until the transport looks by
+    // itself.
+    virtual void tellLeft();
     // The next that was received; false when nothing is to be had now.
     virtual bool takeChunk(Chunk& chunk) = 0;
     // Throws away what waits in the buffers, ours and the system's, and beyond a network the

@@ -97,6 +97,7 @@ class TestBridges final : public QObject
 private Q_SLOTS:
     void shareADevice();
     void oneWayOnly();
+    void floodsArriveWhole();
     void deafClientIsNobodysTrouble();
     void endsComeAndGo();
     void oneEndOpensTheOther();
@@ -150,6 +151,23 @@ void TestBridges::oneWayOnly()
     QVERIFY(rig.atDevice.isEmpty());
     QCOMPARE(rig.toDevice(), BridgeCounters());
     QTRY_COMPARE(rig.server.receivedBytes(), 2); // it was received all the same
+}
+
+// The slow end holds the fast one back; nothing is dropped for it.
+void TestBridges::floodsArriveWhole()
+{
+    Rig rig;
+    rig.config.flow.floodGuardEnabled = false;
+    QVERIFY(rig.start());
+    const int client = rig.client();
+    const QByteArray block(qsizetype{8} * 1024 * 1024, 'x');
+    rig.clients.send(block, client);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.atDevice.size(), block.size(), 20'000);
+    QCOMPARE(rig.toDevice().missing(), 0);
+    QVERIFY(rig.toDevice().throttledMs > 0);
+    rig.device.write(block);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.clients.received(client).size(), block.size(), 20'000);
+    QCOMPARE(rig.toServer().missing(), 0);
 }
 
 // The server ends a client that does not read; until then the others must not wait for it.

@@ -56,7 +56,7 @@ WriteResult LivePort::writeRaw(const QByteArray& bytes, bool echo, const QString
 // A datagram whose host had to be found is on its way once nothing waits any more.
 void LivePort::onLeft()
 {
-    if (transport() && transport()->pendingBytes() == 0)
+    if (m_send->hasKept() && transport() && transport()->pendingBytes() == 0)
         m_send->acceptKept();
     Q_EMIT countersChanged();
 }

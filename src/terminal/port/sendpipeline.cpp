@@ -138,9 +138,12 @@ void SendPipeline::account(qsizetype size, const QByteArray& echo)
     m_receive.onRefreshDisplay();
 }
 
+// No person waits to see it: the view gets to it in its own time.
 void SendPipeline::noteSent(const QByteArray& bytes, bool echo)
 {
-    account(bytes.size(), echo ? bytes : QByteArray());
+    account(bytes.size(), {});
+    if (echo)
+        m_receive.pushByteArray(bytes, false, RXorTx::Sent);
 }
 
 void SendPipeline::keep(qsizetype size, const QByteArray& echo)

@@ -69,6 +69,7 @@ public:
 
     // The connection stands, or the host is known: what was kept is on its way.
     void acceptKept();
+    [[nodiscard]] bool hasKept() const { return !m_kept.empty(); }
     // So many bytes that had been taken or kept did not leave, perhaps of a connection before this
     // one.
     void takeBack(qint64 bytes);

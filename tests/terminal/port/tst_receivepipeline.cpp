@@ -3,6 +3,7 @@
 #include "log/logfilename.h"
 #include "terminal/format/sendmodes.h"
 #include "terminal/port/displaysinkstub.h"
+#include "terminal/port/forwardedview.h"
 #include "terminal/port/portlog.h"
 
 #include <QFile>
@@ -430,6 +431,51 @@ private Q_SLOTS:
         QVERIFY(!timer->isActive());
         pipeline.start();
         QTRY_COMPARE(sink.text, u"hello sent again"_s);
+    }
+
+    // Somebody else lives on the bytes: a view that is paused, or too slow, gives up some of them
+    // and says how many, and never asks that reading be stopped.
+    void bystanderHoldsNothingUp()
+    {
+        Bench bench;
+        const QSignalSpy throttle(&bench.pipeline, &ReceivePipeline::throttleRequested);
+        bench.pipeline.setBystander(true);
+        bench.pipeline.pause();
+        const QByteArray block(1 << 20, 'x');
+        const qint64 blocks = 2 * ReceivePipeline::kHoldHighWater / block.size();
+        for (qint64 i = 0; i < blocks; ++i)
+            bench.receive(block);
+        QCOMPARE(throttle.size(), 0);
+        bench.format.displayBufferSize = FormatSetting::kMaxDisplayBufferSize;
+        bench.apply();
+        bench.pipeline.start();
+        bench.drainAll();
+        QCOMPARE(bench.pipeline.receivedBytes(), blocks * block.size());
+        QVERIFY2(bench.sink.text.contains(u"64.00 MiB that passed a bridge are missing here"_s),
+            qPrintable(bench.sink.text.right(200)));
+        // No bystander any more: what waits counts again.
+        bench.pipeline.pause();
+        bench.pipeline.setBystander(false);
+        for (qint64 i = 0; i < blocks / 2; ++i)
+            bench.receive(block);
+        QCOMPARE(throttle.size(), 1);
+    }
+
+    void forwardedBytesAreMuted()
+    {
+        ForwardedView view;
+        view.use({.takesReceived = true, .show = true, .muteBytesPerSec = 100});
+        QVERIFY(view.shows(100, 0));
+        QCOMPARE(view.takeText(), QString());
+        QVERIFY(!view.shows(1, 999));
+        QVERIFY(!view.takeText().isEmpty());
+        // The second after a loud one is measured before anything is shown.
+        QVERIFY(!view.shows(50, 1000));
+        QCOMPARE(view.takeText(), QString());
+        QVERIFY(view.shows(50, 2000));
+        QVERIFY(view.takeText().startsWith(u"51 bytes"_s));
+        view.use({.show = false});
+        QVERIFY(!view.shows(1, 9000));
     }
 };
 
