@@ -100,6 +100,8 @@ void Rfc2217ServerEnd::execute(const QString& peer, Client& client, const Outcom
     for (const auto& action : outcome.controlActions)
         drive(client, action);
     say(peer, outcome.reply);
+    if (outcome.modemStateInquired)
+        say(peer, Rfc2217ServerSession::modemStateAnswer(inputBits()));
     if (outcome.modemStateAsked) {
         client.wantsModemState = true;
         client.inputs.reset();
@@ -196,10 +198,15 @@ void Rfc2217ServerEnd::peerLost(const QString& peer, qint64 nowMs)
     BridgeEnd::peerLost(peer, nowMs);
 }
 
-void Rfc2217ServerEnd::tellModemState(const QString& peer, Client& client)
+quint8 Rfc2217ServerEnd::inputBits() const
 {
     SerialLines* lines = m_other.endpoint->serialLines();
-    const quint8 inputs = lines ? bitsOf(lines->inputs()) : 0;
+    return lines ? bitsOf(lines->inputs()) : 0;
+}
+
+void Rfc2217ServerEnd::tellModemState(const QString& peer, Client& client)
+{
+    const quint8 inputs = inputBits();
     if (client.inputs == inputs)
         return;
     // The low half of the byte says what has changed.

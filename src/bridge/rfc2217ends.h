@@ -60,6 +60,7 @@ private:
     void execute(const QString& peer, Client& client, const Outcome& outcome);
     void drive(Client& client, const Rfc2217ServerSession::ControlAction& action);
     void purge(quint8 which);
+    [[nodiscard]] quint8 inputBits() const;
     void tellModemState(const QString& peer, Client& client);
     void say(const QString& peer, const QByteArray& bytes);
     void regulate();

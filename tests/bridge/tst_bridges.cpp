@@ -385,6 +385,10 @@ void TestBridges::rfc2217Server()
     rig.device.setDataTerminalReady(true);
     QTRY_VERIFY(told(Rfc2217::Dsr | Rfc2217::Dcd | 0x0A));
 
+    rig.clients.takeReceived(client);
+    rig.clients.send(command(Rfc2217::NotifyModemState, QByteArray(1, 0)), client);
+    QTRY_VERIFY(told(Rfc2217::Dsr | Rfc2217::Dcd)); // asked for, it is told without a change
+
     // An edge stands between the bytes that it stood between: the data before it is held on the
     // cable, and so is the edge.
     rig.clients.send(command(Rfc2217::SetControl, QByteArray(1, char(Rfc2217::DtrOff))), client);

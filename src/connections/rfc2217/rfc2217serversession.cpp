@@ -103,6 +103,7 @@ Settings after(const Outcome& outcome, const Settings& settings)
 
 void merge(Outcome& total, const Outcome& one)
 {
+    total.modemStateInquired = total.modemStateInquired || one.modemStateInquired;
     total.reply += one.reply;
     for (auto it = one.settingsChanges.begin(); it != one.settingsChanges.end(); ++it)
         total.settingsChanges.insert(it.key(), it.value());
@@ -186,8 +187,10 @@ Outcome Rfc2217ServerSession::apply(const Event& event, const Settings& settings
     case Event::Type::Signature:
         outcome.reply = Codec::serverResponse(event.command, "Velmora bridge"_ba);
         break;
-    case Event::Type::LineState:
     case Event::Type::ModemState:
+        outcome.modemStateInquired = true;
+        break;
+    case Event::Type::LineState:
         break;
     }
     return outcome;
@@ -196,6 +199,11 @@ Outcome Rfc2217ServerSession::apply(const Event& event, const Settings& settings
 QByteArray Rfc2217ServerSession::modemStateNotification(quint8 state) const
 {
     return m_codec.modemStateNotification(state);
+}
+
+QByteArray Rfc2217ServerSession::modemStateAnswer(quint8 state)
+{
+    return Codec::serverResponse(Rfc2217::NotifyModemState, QByteArray(1, char(state)));
 }
 
 Settings Rfc2217ServerSession::changed(const Settings& settings, const QJsonObject& changes)

@@ -49,6 +49,8 @@ public:
         quint8 purge = 0;
         // The client has asked for modem states: tell it the present one.
         bool modemStateAsked = false;
+        // It asks for the state of this moment, mask or not: answer with modemStateAnswer().
+        bool modemStateInquired = false;
     };
 
     Rfc2217ServerSession();
@@ -64,6 +66,7 @@ public:
     // For the client, when the port's inputs have the levels `state` (Rfc2217::ModemState); empty
     // until it has asked for them.
     [[nodiscard]] QByteArray modemStateNotification(quint8 state) const;
+    [[nodiscard]] static QByteArray modemStateAnswer(quint8 state);
 
     // The settings with the changes of an outcome; values that no device can be opened with are
     // brought into range as Settings::sanitized() does.
