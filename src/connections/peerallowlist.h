@@ -15,6 +15,9 @@ public:
     // therefore refuses everybody.
     explicit PeerAllowlist(const QList<QString>& entries);
 
+    // At least one entry is an address or a subnet.
+    [[nodiscard]] bool hasEntries() const { return !m_addresses.isEmpty() || !m_subnets.isEmpty(); }
+
     // An IPv4-mapped IPv6 address counts as its IPv4 form.
     [[nodiscard]] bool allows(const QHostAddress& address) const;
 

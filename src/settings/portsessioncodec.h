@@ -5,8 +5,7 @@
 class QSettings;
 
 // One pane's part of a session file: its keys "INDEX/Name" in the INI store that the caller has
-// opened. A table in the source names every key, its field and its rules. Needs a QGuiApplication
-// (fonts).
+// opened. A table in the source names every key, its field and its rules.
 namespace PortSessionCodec {
 
 // Whether a pane has a key of this name, read-only ones included.

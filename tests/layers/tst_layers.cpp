@@ -131,7 +131,8 @@ void TestLayers::includesFollowTheLinks()
 
 void TestLayers::portsNeedNoScreen()
 {
-    for (const QString& room : {u"terminal/port"_s, u"bridge/engine"_s, u"transfer/engine"_s}) {
+    for (const QString& room :
+        {u"terminal/port"_s, u"bridge/engine"_s, u"transfer/engine"_s, u"gateway"_s}) {
         const QSet<QString> reach = reachOf(room);
         QVERIFY2(
             !reach.contains(u"Qt6::Gui"_s) && !reach.contains(u"Qt6::Widgets"_s), qPrintable(room));
