@@ -1,0 +1,435 @@
+// velmora-gateway as a service manager and an administrator use it: the real program, with ports on
+// loopback and all its folders in a scratch folder.
+#include "support/tcppeer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocalSocket>
+#include <QProcess>
+#include <QSocketNotifier>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QTest>
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <memory>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int kPatienceMs = 20'000;
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A file cannot say "any port": the system is asked for some that nobody has.
+QList<quint16> freePorts(int count)
+{
+    std::vector<std::unique_ptr<QTcpServer>> servers;
+    QList<quint16> ports;
+    for (int i = 0; i < count; ++i) {
+        servers.push_back(std::make_unique<QTcpServer>());
+        servers.back()->listen(QHostAddress::LocalHost);
+        ports.append(servers.back()->serverPort());
+    }
+    return ports;
+}
+
+QByteArray tcpServer(int index, quint16 port)
+{
+    return u"[%1]\nConnMode=1\nLastTargetPort=%2\n\n"_s.arg(index).arg(port).toLatin1();
+}
+
+QByteArray tcpClient(int index, quint16 port)
+{
+    return u"[%1]\nConnMode=2\nLastTargetHost=127.0.0.1\nLastTargetPort=%2\n\n"_s.arg(index)
+        .arg(port)
+        .toLatin1();
+}
+
+QByteArray bridge(int index, const QByteArray& name, int a, int b, const QByteArray& more = {})
+{
+    const QByteArray key = QByteArray::number(index) + '\\';
+    QByteArray text = key + "Name=" + name + '\n' + key + "PortA=" + QByteArray::number(a) + '\n'
+                      + key + "PortB=" + QByteArray::number(b) + '\n' + key + "FanoutMode=1\n";
+    for (const QByteArray& line : more.split('\n'))
+        text += line.isEmpty() ? QByteArray() : key + line + '\n';
+    return text;
+}
+
+QByteArray session(int ports, const QByteArray& panes, int bridges, const QByteArray& text)
+{
+    return "[General]\nPortNumber=" + QByteArray::number(ports) + "\n\n" + panes
+           + "[Bridge]\nCount=" + QByteArray::number(bridges) + '\n' + text;
+}
+
+// What a service manager hears.
+class NotifySocket final
+{
+public:
+    explicit NotifySocket(const QString& path)
+        : m_socket(::socket(AF_UNIX, SOCK_DGRAM, 0))
+        , m_notifier(m_socket, QSocketNotifier::Read)
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof(address.sun_path));
+        m_bound =
+            ::bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+        QObject::connect(&m_notifier, &QSocketNotifier::activated, &m_notifier, [this] {
+            std::array<char, 4096> bytes{};
+            const ssize_t count = ::recv(m_socket, bytes.data(), bytes.size(), MSG_DONTWAIT);
+            if (count > 0)
+                m_heard.append(QByteArray(bytes.data(), count));
+        });
+    }
+    ~NotifySocket()
+    {
+        m_notifier.setEnabled(false);
+        ::close(m_socket);
+    }
+    Q_DISABLE_COPY_MOVE(NotifySocket)
+
+    [[nodiscard]] bool isBound() const { return m_bound; }
+    [[nodiscard]] qsizetype count(const QByteArray& beginning) const
+    {
+        return std::ranges::count_if(m_heard,
+            [&beginning](const QByteArray& message) { return message.startsWith(beginning); });
+    }
+
+private:
+    const int m_socket;
+    QSocketNotifier m_notifier;
+    QByteArrayList m_heard;
+    bool m_bound = false;
+};
+
+} // namespace
+
+class TestGateway final : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    QString m_file;
+    QProcess m_gateway;
+    QByteArray m_said;
+
+    [[nodiscard]] QString path(const QString& name) const { return m_dir.filePath(name); }
+
+    [[nodiscard]] QProcessEnvironment environment() const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"HOME"_s, m_dir.path());
+        for (const QString& name :
+            {u"XDG_CONFIG_HOME"_s, u"XDG_DATA_HOME"_s, u"XDG_CACHE_HOME"_s, u"XDG_RUNTIME_DIR"_s})
+            environment.insert(name, path(u"run"_s));
+        return environment;
+    }
+
+    void save(const QByteArray& text)
+    {
+        QFile file(m_file);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
+    }
+
+    // Runs until all it says contains the text.
+    [[nodiscard]] bool says(const QByteArray& text)
+    {
+        return QTest::qWaitFor(
+            [&] {
+                m_said += m_gateway.readAllStandardError();
+                return m_said.contains(text);
+            },
+            kPatienceMs);
+    }
+
+    void start(const QProcessEnvironment& environment)
+    {
+        m_said.clear();
+        m_gateway.setProcessEnvironment(environment);
+        m_gateway.start(QStringLiteral(GATEWAY_PROGRAM), {m_file});
+    }
+
+    void signal(int number) { ::kill(pid_t(m_gateway.processId()), number); }
+
+    [[nodiscard]] int endWith(int number)
+    {
+        signal(number);
+        const bool ended = QTest::qWaitFor(
+            [this] { return m_gateway.state() == QProcess::NotRunning; }, kPatienceMs);
+        m_said += m_gateway.readAllStandardError();
+        return ended && m_gateway.exitStatus() == QProcess::NormalExit ? m_gateway.exitCode() : -1;
+    }
+
+    struct Result
+    {
+        int status = -1;
+        QByteArray output;
+        QByteArray errors;
+    };
+
+    [[nodiscard]] Result run(const QStringList& arguments) const
+    {
+        QProcess process;
+        process.setProcessEnvironment(environment());
+        process.start(QStringLiteral(GATEWAY_PROGRAM), arguments);
+        if (!QTest::qWaitFor(
+                [&] { return process.state() == QProcess::NotRunning; }, kPatienceMs)) {
+            process.kill();
+            process.waitForFinished(2000);
+            return {};
+        }
+        return {
+            process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    }
+
+    [[nodiscard]] QJsonObject status() const
+    {
+        return QJsonDocument::fromJson(run({u"--status"_s, m_file}).output).object();
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_file = path(u"line.vmr"_s);
+        QVERIFY(QDir(m_dir.path()).mkpath(u"run"_s));
+        QVERIFY(QFile::setPermissions(
+            path(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    }
+
+    void cleanup()
+    {
+        if (m_gateway.state() != QProcess::NotRunning) {
+            m_gateway.kill();
+            m_gateway.waitForFinished(2000);
+        }
+    }
+
+    void wrongCommandLines()
+    {
+        for (const QStringList& arguments : {QStringList{}, {u"a"_s, u"b"_s},
+                 {u"--chekc"_s, u"a"_s}, {u"--check"_s, u"--status"_s, u"a"_s}}) {
+            const Result result = run(arguments);
+            QCOMPARE(result.status, 64);
+            QCOMPARE(result.errors.count('\n'), 1);
+        }
+        QCOMPARE(run({u"--help"_s}).status, 0);
+        QVERIFY(run({u"--version"_s}).output.startsWith("velmora-gateway "));
+    }
+
+    void checkSaysEveryFault()
+    {
+        const QList<quint16> ports = freePorts(2);
+        const QByteArray panes = tcpServer(0, ports[0]) + tcpClient(1, ports[1]);
+        save(session(2, panes, 1, bridge(0, "Good", 0, 1)));
+        Result result = run({u"--check"_s, m_file});
+        QCOMPARE(result.output, "");
+        QCOMPARE(result.status, 0);
+
+        save(session(4,
+            panes + "[2]\nConnMode=8\nLogSaveFlag=true\nLogFilePath=/nowhere/a.log\n\n"
+                + tcpServer(3, ports[0]) + "LogSaveFlag=true\nLogFilePath=" + path(u"b"_s).toUtf8()
+                + "\n\n",
+            4,
+            bridge(0, "Good", 0, 1)
+                + bridge(1, "Again", 0, 1, "AllowedPeers=10.0.0.0/8, not-an-address\nQueueLimit=1")
+                + bridge(2, "Far", 0, 12, "LogEnabled=true\nLogFilePath=/nowhere/capture")
+                + bridge(3, "Strange", 1, 2, "Protocol=77\nFramingIdleGapMs=-5")));
+        result = run({u"--check"_s, m_file});
+        QCOMPARE(result.status, 1);
+        for (const char* text :
+            {"Port 3: its kind of connection", "Port 3: data log: the folder /nowhere",
+                "Port 4: port 1 has TCP port", "Bridge 2 \"Again\": \"not-an-address\"",
+                "Bridge 2 \"Again\": That direction is already bridged",
+                "Bridge 3 \"Far\": Port number is out of range",
+                "Bridge 3 \"Far\": capture: the folder /nowhere", "Bridge/3/Protocol: \"77\"",
+                "Bridge/3/FramingIdleGapMs: \"-5\"", "remark: Bridge/1/QueueLimit"})
+            QVERIFY2(result.output.contains(text), QByteArray(result.output + "\nlacks " + text));
+        // Neither the address that is one nor anything else is blamed.
+        QVERIFY(!result.output.contains("\"10.0.0.0/8\""));
+        QCOMPARE(result.output.count("fault: "), 9);
+    }
+
+    void unreadableFilesDoNotStart()
+    {
+        for (const QByteArray& text : {QByteArray("no session"), QByteArray()}) {
+            save(text);
+            QCOMPARE(run({u"--check"_s, m_file}).status, 1);
+            QCOMPARE(run({m_file}).status, 1);
+        }
+        QFile::remove(m_file);
+        QCOMPARE(run({m_file}).status, 1);
+        QCOMPARE(run({u"--status"_s, m_file}).status, 2);
+    }
+
+    void forwardsTellsAndEndsInOrder()
+    {
+        TcpPeer device;
+        QVERIFY(device.listen());
+        device.setAnswer(
+            [](const QByteArray& request) -> QByteArray { return "<" + request + ">"; });
+        const quint16 port = freePorts(1).constFirst();
+        const QByteArray log = path(u"data.log"_s).toUtf8();
+        save(session(2,
+            tcpServer(0, port) + "LogSaveFlag=true\nLogFilePath=" + log + "\n\n"
+                + tcpClient(1, device.port()),
+            1,
+            bridge(0, "Line", 0, 1,
+                "LogEnabled=true\nLogFilePath=" + path(u"capture.txt"_s).toUtf8())));
+        start(environment());
+        QVERIFY(says("Bridge \"Line\": running"));
+        QCOMPARE(run({m_file}).status, 2); // one gateway a file
+
+        TcpPeer client;
+        client.connectTo(port);
+        client.send("ping");
+        QTRY_COMPARE_WITH_TIMEOUT(client.received(), "<ping>", kPatienceMs);
+
+        const QJsonObject now = status();
+        QCOMPARE(now[u"pid"_s].toInteger(), m_gateway.processId());
+        const QJsonObject first = now[u"ports"_s][0].toObject();
+        QCOMPARE(first[u"state"_s], u"open"_s);
+        QCOMPARE(first[u"rx"_s], 4);
+        QCOMPARE(first[u"tx"_s], 6);
+        QCOMPARE(first[u"clientCount"_s], 1);
+        const QJsonObject link = now[u"bridges"_s][0].toObject();
+        QCOMPARE(link[u"state"_s], u"running"_s);
+        QCOMPARE(link[u"fromA"_s][u"bytesOut"_s], 4);
+        QCOMPARE(link[u"fromB"_s][u"bytesOut"_s], 6);
+
+        client.send("last");
+        QTRY_COMPARE_WITH_TIMEOUT(client.received(), "<ping><last>", kPatienceMs);
+        QCOMPARE(endWith(SIGTERM), 0);
+        // Capture and log wait a moment before they write: the end does not.
+        QVERIFY(contentOf(path(u"capture.txt"_s)).contains("B>A 3C 6C 61 73 74 3E"));
+        const QByteArray logged = contentOf(path(u"data.log"_s));
+        QVERIFY2(logged.contains("ping") && logged.contains("last"), logged);
+        QVERIFY(m_said.contains("client 127.0.0.1:"));
+        QCOMPARE(run({u"--status"_s, m_file}).status, 2);
+    }
+
+    void reloadLeavesAloneWhatDidNotChange()
+    {
+        TcpPeer device;
+        TcpPeer other;
+        QVERIFY(device.listen() && other.listen());
+        const QList<quint16> ports = freePorts(3);
+        const QByteArray kept = tcpServer(0, ports[0]) + tcpClient(1, device.port());
+        save(session(4, kept + tcpServer(2, ports[1]) + tcpClient(3, other.port()), 2,
+            bridge(0, "Kept", 0, 1) + bridge(1, "Moved", 2, 3)));
+        start(environment());
+        QVERIFY(says("Bridge \"Kept\": running") && says("Bridge \"Moved\": running"));
+        TcpPeer client;
+        client.connectTo(ports[0]);
+        client.send("one");
+        QTRY_COMPARE_WITH_TIMEOUT(device.received(), "one", kPatienceMs);
+
+        // Another port number, another place in the list.
+        save(session(4, kept + tcpServer(2, ports[2]) + tcpClient(3, other.port()), 2,
+            bridge(0, "Moved", 2, 3) + bridge(1, "Kept", 0, 1)));
+        signal(SIGHUP);
+        QVERIFY(says("Port 3 (TCP server " + QByteArray::number(ports[2]) + "): open"));
+        TcpPeer newcomer;
+        newcomer.connectTo(ports[2]);
+        newcomer.send("moved");
+        QTRY_COMPARE_WITH_TIMEOUT(other.received(), "moved", kPatienceMs);
+
+        // A broken file changes nothing.
+        save("nonsense");
+        signal(SIGHUP);
+        QVERIFY(says("everything stays as it was"));
+
+        // Ports that go take only their own bridge along.
+        save(session(2, kept, 1, bridge(0, "Kept", 0, 1)));
+        signal(SIGHUP);
+        QVERIFY(says("Port 4 (TCP 127.0.0.1:" + QByteArray::number(other.port()) + "): removed"));
+        QTRY_VERIFY_WITH_TIMEOUT(!newcomer.isOpen(), kPatienceMs);
+
+        client.send("two");
+        QTRY_COMPARE_WITH_TIMEOUT(device.received(), "onetwo", kPatienceMs);
+        QCOMPARE(device.connectionCount(), 1);
+        QVERIFY(client.isOpen());
+        const QJsonObject now = status();
+        QCOMPARE(now[u"ports"_s].toArray().size(), 2);
+        QCOMPARE(now[u"bridges"_s][0][u"fromA"_s][u"bytesOut"_s], 6); // counted on
+        QCOMPARE(endWith(SIGINT), 0);
+    }
+
+    void portsThatAreGoneAreTriedAgain()
+    {
+        TcpPeer device;
+        QVERIFY(device.listen());
+        const quint16 port = device.port();
+        device.stopListening();
+        save(session(2, tcpServer(0, freePorts(1).constFirst()) + tcpClient(1, port), 1,
+            bridge(0, "Line", 0, 1)));
+        start(environment());
+        QVERIFY(says("could not be opened, trying again"));
+        QVERIFY(device.listen(port));
+        QVERIFY(says("Bridge \"Line\": running"));
+        device.reset();
+        QVERIFY(says("lost, trying to regain it"));
+        QTRY_COMPARE_WITH_TIMEOUT(device.connectionCount(), 2, kPatienceMs);
+    }
+
+    void strangersAtTheSocketAreShownOut()
+    {
+        save(session(1, tcpServer(0, freePorts(1).constFirst()), 0, {}));
+        start(environment());
+        QVERIFY(says("starts on"));
+        const QStringList names = QDir(path(u"run"_s)).entryList(QDir::System);
+        QCOMPARE(names.size(), 1);
+        const QString name = path(u"run/"_s) + names.constFirst();
+        QCOMPARE(QFileInfo(name).permissions() & (QFile::ReadOther | QFile::WriteGroup), 0);
+        for (const QByteArray& request : {QByteArray("quit\n"), QByteArray(100'000, 'x')}) {
+            QLocalSocket stranger;
+            stranger.connectToServer(name);
+            QTRY_COMPARE(stranger.state(), QLocalSocket::ConnectedState);
+            stranger.write(request);
+            QTRY_COMPARE(stranger.state(), QLocalSocket::UnconnectedState);
+            QCOMPARE(stranger.readAll(), "");
+        }
+        // As many as there may be, saying nothing, do not keep the next one out for ever.
+        std::vector<std::unique_ptr<QLocalSocket>> silent;
+        for (int i = 0; i < 8; ++i) {
+            silent.push_back(std::make_unique<QLocalSocket>());
+            silent.back()->connectToServer(name);
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(!status().isEmpty(), kPatienceMs);
+    }
+
+    void tellsTheServiceManager()
+    {
+        NotifySocket manager(path(u"notify"_s));
+        QVERIFY(manager.isBound());
+        save(session(1, tcpServer(0, freePorts(1).constFirst()), 0, {}));
+        QProcessEnvironment watched = environment();
+        watched.insert(u"NOTIFY_SOCKET"_s, path(u"notify"_s));
+        watched.insert(u"WATCHDOG_USEC"_s, u"200000"_s);
+        start(watched);
+        QTRY_COMPARE_WITH_TIMEOUT(manager.count("READY=1"), 1, kPatienceMs);
+        QTRY_VERIFY_WITH_TIMEOUT(manager.count("WATCHDOG=1") >= 3, kPatienceMs);
+        signal(SIGHUP);
+        QTRY_COMPARE_WITH_TIMEOUT(manager.count("READY=1"), 2, kPatienceMs);
+        QCOMPARE(manager.count("RELOADING=1\nMONOTONIC_USEC="), 1);
+        QCOMPARE(endWith(SIGTERM), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(manager.count("STOPPING=1"), 1, kPatienceMs);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestGateway)
+#include "tst_gateway.moc"
