@@ -42,6 +42,9 @@ Gateway::Gateway(Journal& journal, QObject* parent)
     , m_journal(journal)
 {
     m_clock.start();
+    m_window.setSingleShot(true);
+    m_window.setInterval(kWindowMs);
+    connect(&m_window, &QTimer::timeout, this, &Gateway::onWindowOver);
     m_finishing.setInterval(kFinishStepMs);
     connect(&m_finishing, &QTimer::timeout, this, &Gateway::finishStep);
     connect(&m_bridges, &BridgeManager::changed, this, &Gateway::noteBridges);
@@ -176,8 +179,11 @@ void Gateway::noteState(Port& port)
 
 void Gateway::noteNotice(Port& port, const Notice& notice)
 {
-    // The state says it.
-    if (notice.text.isEmpty() || notice.text == port.live->lastError())
+    // What goes as it should around opening and closing, and why a port is closed, the state says.
+    const bool isSaid = notice.gravity == Notice::Gravity::Info
+                            ? port.life != ConnectionLife::Open || !port.live->isOpen()
+                            : notice.text == port.live->lastError();
+    if (notice.text.isEmpty() || isSaid)
         return;
     if (port.notices.size() >= kMaxRemembered)
         port.notices.clear();
@@ -185,13 +191,34 @@ void Gateway::noteNotice(Port& port, const Notice& notice)
     if (known != port.notices.constEnd() && m_clock.elapsed() - *known < kRepeatMs)
         return;
     port.notices.insert(notice.text, m_clock.elapsed());
-    say(levelOf(notice), port, notice.fullText());
+    sayBounded(levelOf(notice), port, notice.fullText());
 }
 
-void Gateway::notePeer(const Port& port, const QString& peer, bool arrived)
+void Gateway::notePeer(Port& port, const QString& peer, bool arrived)
 {
     if (!peer.isEmpty())
-        say(Level::Info, port, (arrived ? u"client %1 came"_s : u"client %1 left"_s).arg(peer));
+        sayBounded(
+            Level::Info, port, (arrived ? u"client %1 came"_s : u"client %1 left"_s).arg(peer));
+}
+
+void Gateway::sayBounded(Level level, Port& port, const QString& text)
+{
+    if (!m_window.isActive())
+        m_window.start();
+    if (++port.lines > kMaxLinesInWindow)
+        ++port.leftOut;
+    else
+        say(level, port, text);
+}
+
+void Gateway::onWindowOver()
+{
+    for (const auto& port : m_ports) {
+        if (port->leftOut > 0)
+            say(Level::Warning, *port, u"%1 lines were left out"_s.arg(port->leftOut));
+        port->lines = 0;
+        port->leftOut = 0;
+    }
 }
 
 void Gateway::noteBridges()

@@ -18,7 +18,8 @@
 // apply() brings a plan into force and can be called again with another one: a port whose records
 // are the same stays as it is with its clients, a bridge whose configuration is the same goes on.
 // Ports that a bridge uses or that keep a log are opened and tried again for ever. What happens
-// goes to the journal; what repeats itself is said once in kRepeatMs.
+// goes to the journal; what repeats itself is said once in kRepeatMs, and what is said of clients
+// and by a port has a bound for each kWindowMs: who connects without end does not fill the disk.
 //
 // finish() ends in order: bridges forward what is complete, ports let go of what waits, logs are
 // written, for kFinishMs at most; ended() follows. The journal outlives it.
@@ -30,6 +31,8 @@ class Gateway final : public QObject
 public:
     static constexpr qint64 kRepeatMs = 600'000;
     static constexpr qsizetype kMaxRemembered = 64; // notices of a port that were said
+    static constexpr int kWindowMs = 10'000;
+    static constexpr int kMaxLinesInWindow = 50; // of a port
     static constexpr int kFinishMs = 5000;
     static constexpr int kFinishStepMs = 20;
 
@@ -63,6 +66,8 @@ private:
         QString error;                  // that was said
         QString reason;                 // of the last end of a connection
         QHash<QString, qint64> notices; // said, with the time; at most kMaxRemembered
+        int lines = 0;                  // in this window
+        int leftOut = 0;
     };
     struct ToldBridge
     {
@@ -77,7 +82,9 @@ private:
     void letGo(std::unique_ptr<LivePort> port);
     void noteState(Port& port);
     void noteNotice(Port& port, const Notice& notice);
-    void notePeer(const Port& port, const QString& peer, bool arrived);
+    void notePeer(Port& port, const QString& peer, bool arrived);
+    void sayBounded(Journal::Level level, Port& port, const QString& text);
+    void onWindowOver();
     void noteBridges();
     void finishStep();
     void say(Journal::Level level, const Port& port, const QString& text);
@@ -89,6 +96,7 @@ private:
     std::vector<std::unique_ptr<LivePort>> m_leaving; // whose logs are being written
     BridgeManager m_bridges;                          // before the ports it goes
     QHash<const BridgeLink*, ToldBridge> m_told;
+    QTimer m_window; // runs while something was said in it
     QTimer m_finishing;
     QElapsedTimer m_finishClock;
     bool m_isEnding = false;

@@ -20,6 +20,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr auto kPortCountKey = "PortNumber"_L1;
 constexpr auto kBridgeGroup = "Bridge/"_L1;
 constexpr auto kBridgeCountKey = "Bridge/Count"_L1;
 
@@ -80,9 +81,10 @@ void writeSound(QSettings& store, const GatewayPlan& plan)
 // Not of the window's looks, which mean nothing here.
 bool isJudged(const QString& key)
 {
-    return key.contains(u'/') && !key.startsWith("QuickSettings/"_L1)
-           && !key.endsWith("/SendList"_L1) && !key.contains("Color"_L1) && !key.contains("Font"_L1)
-           && !key.contains("Splitter"_L1);
+    return key == kPortCountKey
+           || (key.contains(u'/') && !key.startsWith("QuickSettings/"_L1)
+               && !key.endsWith("/SendList"_L1) && !key.contains("Color"_L1)
+               && !key.contains("Font"_L1) && !key.contains("Splitter"_L1));
 }
 
 // Every value that the program takes for another one than the file says.

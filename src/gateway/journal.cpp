@@ -4,6 +4,7 @@
 #include <utility>
 
 #ifdef Q_OS_UNIX
+#include <cerrno>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -42,7 +43,9 @@ qsizetype writeSome(int descriptor, QByteArrayView bytes)
         return 0;
     if ((ready.revents & POLLOUT) == 0)
         return -1;
-    return ::write(descriptor, bytes.data(), std::size_t(qMin(bytes.size(), kPieceBytes)));
+    const ssize_t written =
+        ::write(descriptor, bytes.data(), std::size_t(qMin(bytes.size(), kPieceBytes)));
+    return written < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : written;
 #else
     Q_UNUSED(descriptor)
     return qsizetype(std::fwrite(bytes.data(), 1, std::size_t(bytes.size()), stderr));

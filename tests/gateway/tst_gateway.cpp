@@ -19,6 +19,7 @@
 #include <csignal>
 #include <memory>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <vector>
@@ -274,6 +275,49 @@ private Q_SLOTS:
         QFile::remove(m_file);
         QCOMPARE(run({m_file}).status, 1);
         QCOMPARE(run({u"--status"_s, m_file}).status, 2);
+    }
+
+    // The journal of the system wants priorities in the place of times, and only it.
+    void journalGetsPriorities()
+    {
+        save("no session");
+        QFile stream(path(u"stream"_s));
+        QVERIFY(stream.open(QIODevice::WriteOnly));
+        struct stat status = {};
+        QCOMPARE(::fstat(stream.handle(), &status), 0);
+        for (const bool isJournal : {false, true}) {
+            QProcessEnvironment ofJournal = environment();
+            ofJournal.insert(u"JOURNAL_STREAM"_s,
+                u"%1:%2"_s.arg(status.st_dev).arg(status.st_ino + (isJournal ? 0 : 1)));
+            QProcess process;
+            process.setProcessEnvironment(ofJournal);
+            process.setStandardErrorFile(stream.fileName());
+            process.start(QStringLiteral(GATEWAY_PROGRAM), {m_file});
+            QVERIFY(process.waitForFinished(kPatienceMs));
+            const QByteArray line = contentOf(stream.fileName());
+            QCOMPARE(line.startsWith("<3>"), isJournal);
+            QCOMPARE(line.contains(" error "), !isJournal);
+        }
+    }
+
+    void clientsWithoutEndDoNotFillTheJournal()
+    {
+        const quint16 port = freePorts(1).constFirst();
+        save(session(1,
+            tcpServer(0, port) + "LogSaveFlag=true\nLogFilePath=" + path(u"flood.log"_s).toUtf8()
+                + "\n\n",
+            0, {}));
+        start(environment());
+        QVERIFY(says("open"));
+        TcpPeer clients;
+        for (int i = 0; i < 100; ++i) {
+            clients.connectTo(port);
+            QTRY_VERIFY(clients.isOpen());
+            clients.reset();
+        }
+        QVERIFY(says("lines were left out"));
+        QVERIFY(m_said.count("client 127.0.0.1:") <= 50);
+        QCOMPARE(endWith(SIGTERM), 0);
     }
 
     void forwardsTellsAndEndsInOrder()
