@@ -127,6 +127,8 @@ StatusRequest::StatusRequest(const QString& file, QObject* parent)
     QTimer::singleShot(0, this, [this, path] { m_socket.connectToServer(path); });
 }
 
+StatusRequest::~StatusRequest() = default;
+
 void StatusRequest::finish(bool complete)
 {
     if (std::exchange(m_over, true))

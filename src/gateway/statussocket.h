@@ -58,6 +58,7 @@ public:
     static constexpr qsizetype kMaxAnswerBytes = qsizetype{4} * 1024 * 1024;
 
     explicit StatusRequest(const QString& file, QObject* parent = nullptr);
+    ~StatusRequest() override;
 
 Q_SIGNALS:
     // Without an answer nobody is there, or says nothing within StatusSocket::kPatienceMs.
