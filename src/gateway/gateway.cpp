@@ -41,7 +41,6 @@ Gateway::Gateway(Journal& journal, QObject* parent)
     : QObject(parent)
     , m_journal(journal)
 {
-    m_clock.start();
     m_window.setSingleShot(true);
     m_window.setInterval(kWindowMs);
     connect(&m_window, &QTimer::timeout, this, &Gateway::onWindowOver);
@@ -162,7 +161,6 @@ void Gateway::noteState(Port& port)
     const QString because = reason.isEmpty() ? QString() : u": "_s + reason;
     if (now == ConnectionLife::Open && before != now) {
         port.error.clear();
-        port.notices.clear();
         say(Level::Info, port, u"open"_s);
     } else if (now == ConnectionLife::Lost && before == ConnectionLife::Open) {
         say(Level::Warning, port, u"lost, trying to regain it"_s + because);
@@ -185,13 +183,8 @@ void Gateway::noteNotice(Port& port, const Notice& notice)
                             : notice.text == port.live->lastError();
     if (notice.text.isEmpty() || isSaid)
         return;
-    if (port.notices.size() >= kMaxRemembered)
-        port.notices.clear();
-    const auto known = port.notices.constFind(notice.text);
-    if (known != port.notices.constEnd() && m_clock.elapsed() - *known < kRepeatMs)
-        return;
-    port.notices.insert(notice.text, m_clock.elapsed());
-    sayBounded(levelOf(notice), port, notice.fullText());
+    if (m_journal.isNews(u"%1 %2"_s.arg(port.number).arg(notice.text)))
+        sayBounded(levelOf(notice), port, notice.fullText());
 }
 
 void Gateway::notePeer(Port& port, const QString& peer, bool arrived)

@@ -18,8 +18,9 @@
 // apply() brings a plan into force and can be called again with another one: a port whose records
 // are the same stays as it is with its clients, a bridge whose configuration is the same goes on.
 // Ports that a bridge uses or that keep a log are opened and tried again for ever. What happens
-// goes to the journal; what repeats itself is said once in kRepeatMs, and what is said of clients
-// and by a port has a bound for each kWindowMs: who connects without end does not fill the disk.
+// goes to the journal; what repeats itself is said once in Journal::kRepeatMs, and what is said of
+// clients and by a port has a bound for each kWindowMs: who connects without end does not fill the
+// disk.
 //
 // finish() ends in order: bridges forward what is complete, ports let go of what waits, logs are
 // written, for kFinishMs at most; ended() follows. The journal outlives it.
@@ -29,8 +30,6 @@ class Gateway final : public QObject
     Q_DISABLE_COPY_MOVE(Gateway)
 
 public:
-    static constexpr qint64 kRepeatMs = 600'000;
-    static constexpr qsizetype kMaxRemembered = 64; // notices of a port that were said
     static constexpr int kWindowMs = 10'000;
     static constexpr int kMaxLinesInWindow = 50; // of a port
     static constexpr int kFinishMs = 5000;
@@ -63,10 +62,9 @@ private:
         SessionPane records; // as the file has them
         int number = 0;      // from 1
         ConnectionLife life = ConnectionLife::Closed;
-        QString error;                  // that was said
-        QString reason;                 // of the last end of a connection
-        QHash<QString, qint64> notices; // said, with the time; at most kMaxRemembered
-        int lines = 0;                  // in this window
+        QString error;  // that was said
+        QString reason; // of the last end of a connection
+        int lines = 0;  // in this window
         int leftOut = 0;
     };
     struct ToldBridge
@@ -91,7 +89,6 @@ private:
 
     Journal& m_journal;
     SystemPortCatalog m_catalog;
-    QElapsedTimer m_clock;
     std::vector<std::unique_ptr<Port>> m_ports;       // at most SessionContents::kMaxPanes
     std::vector<std::unique_ptr<LivePort>> m_leaving; // whose logs are being written
     BridgeManager m_bridges;                          // before the ports it goes

@@ -1,5 +1,7 @@
 #include "gateway/journal.h"
 
+#include "base/clock.h"
+
 #include <QDateTime>
 #include <utility>
 
@@ -95,6 +97,18 @@ void Journal::write(Level level, const QString& text)
     }
     if (!m_retry.isActive())
         flush();
+}
+
+bool Journal::isNews(const QString& text)
+{
+    const qint64 now = monotonicMs();
+    const auto said = m_said.constFind(text);
+    if (said != m_said.constEnd() && now - *said < kRepeatMs)
+        return false;
+    if (m_said.size() >= kMaxRemembered)
+        m_said.clear();
+    m_said.insert(text, now);
+    return true;
 }
 
 void Journal::append(Level level, const QString& text)

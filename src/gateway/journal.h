@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QObject>
 #include <QTimer>
 
@@ -22,6 +23,8 @@ public:
     static constexpr qsizetype kMaxPendingBytes = qsizetype{256} * 1024;
     static constexpr qsizetype kMaxLineBytes = 4096; // longer ones are cut
     static constexpr int kRetryMs = 100;
+    static constexpr qint64 kRepeatMs = 600'000;
+    static constexpr qsizetype kMaxRemembered = 256; // texts; one more forgets them
 
     // `descriptor` is 2 for standard error.
     explicit Journal(int descriptor, QObject* parent = nullptr);
@@ -30,6 +33,9 @@ public:
 
     // Line ends within the text become spaces.
     void write(Level level, const QString& text);
+    // Of what repeats itself as long as its cause lasts: it was not said within kRepeatMs, or the
+    // text is another. It counts as said from now on.
+    [[nodiscard]] bool isNews(const QString& text);
 
 private:
     void append(Level level, const QString& text);
@@ -40,4 +46,5 @@ private:
     QByteArray m_pending;
     qint64 m_givenUp = 0; // lines
     QTimer m_retry;
+    QHash<QString, qint64> m_said; // when; at most kMaxRemembered
 };

@@ -31,11 +31,11 @@ void onMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QStr
 {
     if (type == QtDebugMsg || type == QtInfoMsg)
         return;
-    if (journalOfMessages)
-        journalOfMessages->write(
-            type == QtWarningMsg ? Journal::Level::Warning : Journal::Level::Error, text);
-    else
+    const auto level = type == QtWarningMsg ? Journal::Level::Warning : Journal::Level::Error;
+    if (!journalOfMessages)
         std::fprintf(stderr, "velmora-gateway: %s\n", qPrintable(text));
+    else if (journalOfMessages->isNews(text))
+        journalOfMessages->write(level, text);
 }
 
 [[noreturn]] void refuse(const QString& text)
