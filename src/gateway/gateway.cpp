@@ -30,6 +30,17 @@ Level levelOf(BridgeState state)
                                                                              : Level::Info;
 }
 
+// An attempt is under way; how it ends is told.
+bool isTrying(const LivePort& port)
+{
+    return port.life() == ConnectionLife::Opening || port.life() == ConnectionLife::Regaining;
+}
+
+bool isTrying(const PortEndpoint* endpoint)
+{
+    return endpoint && endpoint->port() && isTrying(*endpoint->port());
+}
+
 bool isLeaving(const LivePort& port)
 {
     return port.unloggedBytes() > 0 || (port.transport() && port.transport()->isLingering());
@@ -180,7 +191,7 @@ void Gateway::noteNotice(Port& port, const Notice& notice)
     // What goes as it should around opening and closing, and why a port is closed, the state says.
     const bool isSaid = notice.gravity == Notice::Gravity::Info
                             ? port.life != ConnectionLife::Open || !port.live->isOpen()
-                            : notice.text == port.live->lastError();
+                            : notice.gravity == Notice::Gravity::Error && isTrying(*port.live);
     if (notice.text.isEmpty() || isSaid)
         return;
     if (m_journal.isNews(u"%1 %2"_s.arg(port.number).arg(notice.text)))
@@ -225,6 +236,13 @@ void Gateway::noteBridges()
         if (levelOf(now.state) == Level::Warning)
             now.error = link->errorText();
         const ToldBridge before = m_told.value(link);
+        // Whoever tries a port again every few seconds has no news until that has an end.
+        if (now.state == BridgeState::Idle
+            && (isTrying(link->endpoint(BridgeSide::A))
+                || isTrying(link->endpoint(BridgeSide::B)))) {
+            told.insert(link, before);
+            continue;
+        }
         if (now.state != before.state || now.error != before.error) {
             const QString because = now.error.isEmpty() ? QString() : u": "_s + now.error;
             m_journal.write(

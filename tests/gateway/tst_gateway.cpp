@@ -470,6 +470,18 @@ private Q_SLOTS:
             bridge(0, "Line", 0, 1)));
         start(environment());
         QVERIFY(says("could not be opened, trying again"));
+        // Each further attempt is no news: of the bridge neither.
+        QVERIFY(says("Bridge \"Line\": degraded"));
+        for (int attempt = 1; attempt <= 3; ++attempt) {
+            signal(SIGHUP);
+            QVERIFY(eventually([&] {
+                m_said += m_gateway.readAllStandardError();
+                return m_said.count("read again") == attempt;
+            }));
+        }
+        QVERIFY(eventually([&] { return status()[u"ports"_s][1][u"state"_s] == u"closed"_s; }));
+        QCOMPARE(m_said.count("could not be opened"), 1);
+        QCOMPARE(m_said.count("Bridge \"Line\""), 1);
         QVERIFY(device.listen(port));
         QVERIFY(says("Bridge \"Line\": running"));
         device.reset();
