@@ -323,7 +323,10 @@ void Rfc2217Codec::handleSubnegotiation(Sink& sink)
     if (fromServer != (m_role == Role::Client))
         return;
     const auto command = quint8(fromServer ? code - Rfc2217::kServerOffset : code);
-    const QByteArray payload = m_sub.mid(2);
+    QByteArray payload = m_sub.mid(2);
+    // Clients that poll the modem state name no value, as there is none to name.
+    if (command == Rfc2217::NotifyModemState && payload.isEmpty() && !fromServer)
+        payload = QByteArray(1, '\0');
     if (command == Rfc2217::SetModemStateMask) {
         if (!payload.isEmpty())
             m_modemStateMask = quint8(payload.front());
