@@ -3,6 +3,7 @@
 #include "app/messageboxes.h"
 #include "app/paneset.h"
 #include "bridge/bridgecodec.h"
+#include "bridge/ui/bridgewindow.h"
 #include "terminal/pane/serialportwidget.h"
 
 #include <QAction>
@@ -13,7 +14,7 @@ BridgeActions::BridgeActions(QAction* action, PaneSet& panes, QWidget* window)
     , m_panes(panes)
     , m_window(window)
 {
-    Q_UNUSED(action)
+    connect(action, &QAction::triggered, this, &BridgeActions::showWindow);
     connect(&m_manager, &BridgeManager::configsChanged, this, [this] {
         if (!m_restoring)
             Q_EMIT edited();
@@ -23,6 +24,7 @@ BridgeActions::BridgeActions(QAction* action, PaneSet& panes, QWidget* window)
 
 BridgeActions::~BridgeActions()
 {
+    delete m_bridgeWindow;
     m_manager.disconnect(this);
 }
 
@@ -61,6 +63,15 @@ void BridgeActions::load(const QSettings& store)
     const QScopedValueRollback restoring(m_restoring, true);
     sync();
     m_manager.setConfigs(BridgeCodec::load(store));
+}
+
+void BridgeActions::showWindow()
+{
+    if (!m_bridgeWindow)
+        m_bridgeWindow = new BridgeWindow(m_manager, m_window);
+    m_bridgeWindow->show();
+    m_bridgeWindow->raise();
+    m_bridgeWindow->activateWindow();
 }
 
 void BridgeActions::end()

@@ -3,8 +3,10 @@
 #include "bridge/bridgemanager.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QVariantMap>
 
+class BridgeWindow;
 class PaneSet;
 class QAction;
 class QSettings;
@@ -41,10 +43,12 @@ Q_SIGNALS:
     void edited();
 
 private:
+    void showWindow();
     void showBadges();
 
     PaneSet& m_panes;
     QWidget* m_window;
     BridgeManager m_manager;
+    QPointer<BridgeWindow> m_bridgeWindow;
     bool m_restoring = false;
 };

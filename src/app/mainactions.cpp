@@ -114,8 +114,7 @@ void MainActions::addToolsMenu()
     add("acToolsAscii", tr("&ASCII Code..."));
     add("acToolsModbus", tr("&Modbus Request Builder..."));
     add("acToolsBridge", tr("&Bridges..."),
-        {.toolTip = tr("Forward data between two ports (network to serial gateway)"),
-            .availability = Later});
+        {.toolTip = tr("Forward data between two ports (network to serial gateway)")});
     m_menu->addSeparator();
     add("acXferSend", tr("S&end File..."),
         {.toolTip = tr("Send a file to the device with XMODEM or YMODEM"), .key = "Ctrl+Shift+S"});

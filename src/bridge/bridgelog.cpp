@@ -114,7 +114,10 @@ bool BridgeLog::writeSome()
     if (written > 0)
         m_pending.remove(0, written);
     if (written < length)
-        return fail(m_file.errorString());
+        return fail(
+            m_file.error() == QFileDevice::NoError || m_file.error() == QFileDevice::WriteError
+                ? qt_error_string()
+                : m_file.errorString());
     setError({});
     return true;
 }

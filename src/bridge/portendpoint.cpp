@@ -13,12 +13,14 @@ PortEndpoint::PortEndpoint(LivePort& port, int number)
 {
     m_retry.setSingleShot(true);
     connect(&m_retry, &QTimer::timeout, this, &PortEndpoint::tryOpen);
+    noteTrouble();
     const ConnectionController* controller = &port.controller();
     connect(controller, &ConnectionController::bytesWritten, this, &PortEndpoint::drained);
     connect(controller, &ConnectionController::bytesDiscarded, this,
         [this](const QString&, qint64 bytes) { Q_EMIT discarded(bytes); });
     connect(controller, &ConnectionController::closed, this, &PortEndpoint::onClosed);
     connect(&port, &LivePort::stateChanged, this, [this] {
+        noteTrouble();
         const bool open = isOpen();
         if (open != std::exchange(m_wasOpen, open)) {
             m_closedByWill = m_closedByWill && !open;
@@ -63,12 +65,19 @@ SerialLines* PortEndpoint::serialLines() const
 
 QString PortEndpoint::trouble() const
 {
-    if (!m_port || isOpen() || m_closedByWill)
-        return {};
+    return !m_port || isOpen() || m_closedByWill ? QString() : m_trouble;
+}
+
+void PortEndpoint::noteTrouble()
+{
     const ConnectionLife life = m_port->life();
-    const bool lost = life == ConnectionLife::Lost || life == ConnectionLife::Regaining;
     const QString error = m_port->lastError();
-    return lost && error.isEmpty() ? tr("The connection is lost.") : error;
+    if (life == ConnectionLife::Open)
+        m_trouble.clear();
+    else if (!error.isEmpty())
+        m_trouble = error;
+    else if (life == ConnectionLife::Lost)
+        m_trouble = tr("The connection is lost.");
 }
 
 BridgeWrite PortEndpoint::write(

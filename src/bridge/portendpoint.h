@@ -75,6 +75,7 @@ Q_SIGNALS:
 private:
     void onClosed(const CloseReason& reason);
     void leavePort();
+    void noteTrouble();
     void tryOpen();
     void schedule();
     WriteResult writeDatagram(
@@ -87,4 +88,5 @@ private:
     bool m_written = false; // since the last flush()
     bool m_wasOpen = false;
     bool m_closedByWill = false;
+    QString m_trouble; // stays while the port is tried again
 };
