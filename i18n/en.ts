@@ -2,6 +2,16 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en" sourcelanguage="en">
 <context>
+    <name>BridgeLog</name>
+    <message numerus="yes">
+        <source>%n byte(s) are missing here.</source>
+        <translation>
+            <numerusform>%n byte is missing here.</numerusform>
+            <numerusform>%n bytes are missing here.</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
     <name>CrcPanel</name>
     <message numerus="yes">
         <source>%n input byte(s)</source>

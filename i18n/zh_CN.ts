@@ -64,6 +64,480 @@
     </message>
 </context>
 <context>
+    <name>BridgeActions</name>
+    <message>
+        <source>Some bridges of the session make no sense here.</source>
+        <translation>会话中的一些桥接在此处没有意义。</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeDialog</name>
+    <message>
+        <source>Needs a TCP server at one end.</source>
+        <translation>需要一端是 TCP 服务器。</translation>
+    </message>
+    <message>
+        <source>Needs a TCP client at one end.</source>
+        <translation>需要一端是 TCP 客户端。</translation>
+    </message>
+    <message>
+        <source>Needs a network port at one end.</source>
+        <translation>需要一端是网络端口。</translation>
+    </message>
+    <message>
+        <source>What one end receives is sent at the other, byte by byte.</source>
+        <translation>一端收到的字节原样从另一端发出。</translation>
+    </message>
+    <message>
+        <source>A network client sees the serial port as if it were its own: it sets baud rate, framing and lines.</source>
+        <translation>网络客户端像使用自己的串口一样：由它设置波特率、帧格式和控制线。</translation>
+    </message>
+    <message>
+        <source>Modbus TCP clients ask devices on an RTU line; each answer goes back to who asked.</source>
+        <translation>Modbus TCP 客户端访问 RTU 线路上的设备；每个应答回到提问者。</translation>
+    </message>
+    <message>
+        <source>The device server at the TCP client end follows the serial parameters of the other end.</source>
+        <translation>TCP 客户端一端的设备服务器跟随另一端的串口参数。</translation>
+    </message>
+    <message>
+        <source>Each read goes on as it is, at once.</source>
+        <translation>每次读到的数据立即原样转发。</translation>
+    </message>
+    <message>
+        <source>A frame is what comes without a pause.</source>
+        <translation>中间没有停顿的数据为一帧。</translation>
+    </message>
+    <message>
+        <source>A frame ends with these bytes.</source>
+        <translation>一帧以这些字节结束。</translation>
+    </message>
+    <message>
+        <source>Every frame has the same length.</source>
+        <translation>每帧长度相同。</translation>
+    </message>
+    <message>
+        <source>New data has priority; what waits longest is lost, and counted.</source>
+        <translation>新数据优先；等待最久的数据被丢弃并计数。</translation>
+    </message>
+    <message>
+        <source>What waits has priority; new data is lost, and counted.</source>
+        <translation>等待中的数据优先；新数据被丢弃并计数。</translation>
+    </message>
+    <message>
+        <source>The sending port is read more slowly, so that its flow control can act.</source>
+        <translation>放慢读取发送方端口，使其流控起作用。</translation>
+    </message>
+    <message>
+        <source>Nothing more is forwarded until you resume the bridge.</source>
+        <translation>在您恢复桥接之前不再转发。</translation>
+    </message>
+    <message>
+        <source>Every client may send at any time, and hears everything.</source>
+        <translation>每个客户端随时可以发送，并收到全部数据。</translation>
+    </message>
+    <message>
+        <source>Further clients are refused while one is connected.</source>
+        <translation>已有一个客户端连接时拒绝其他客户端。</translation>
+    </message>
+    <message>
+        <source>Each request goes out alone, and its answer goes to who asked only.</source>
+        <translation>每个请求单独发出，应答只给提问者。</translation>
+    </message>
+    <message>
+        <source>Whoever sent the last datagram.</source>
+        <translation>最后发来数据报的一方。</translation>
+    </message>
+    <message>
+        <source>The host and port that the port&apos;s own settings name.</source>
+        <translation>端口自身设置中的主机和端口。</translation>
+    </message>
+    <message>
+        <source>Everybody who has sent a datagram since the port was opened.</source>
+        <translation>端口打开以来发来过数据报的所有各方。</translation>
+    </message>
+    <message>
+        <source>Pairs of hexadecimal digits, e.g. 0D0A</source>
+        <translation>成对的十六进制数字，例如 0D0A</translation>
+    </message>
+    <message>
+        <source>The mark lies above the queue limit.</source>
+        <translation>该水位高于队列上限。</translation>
+    </message>
+    <message>
+        <source>The mark does not lie below the high-water mark.</source>
+        <translation>该水位不低于高水位。</translation>
+    </message>
+    <message>
+        <source>%1 is no address and no subnet.</source>
+        <translation>%1 既不是地址也不是子网。</translation>
+    </message>
+    <message>
+        <source>Choose a file.</source>
+        <translation>请选择文件。</translation>
+    </message>
+    <message>
+        <source>This is a folder.</source>
+        <translation>这是一个文件夹。</translation>
+    </message>
+    <message>
+        <source>There is no folder %1.</source>
+        <translation>没有文件夹 %1。</translation>
+    </message>
+    <message>
+        <source>Capture File</source>
+        <translation>抓取文件</translation>
+    </message>
+    <message>
+        <source>Add Bridge</source>
+        <translation>添加桥接</translation>
+    </message>
+    <message>
+        <source>Edit Bridge</source>
+        <translation>编辑桥接</translation>
+    </message>
+    <message>
+        <source>Ends</source>
+        <translation>两端</translation>
+    </message>
+    <message>
+        <source>A → B</source>
+        <translation>A → B</translation>
+    </message>
+    <message>
+        <source>B → A</source>
+        <translation>B → A</translation>
+    </message>
+    <message>
+        <source>A ⇄ B (both ways)</source>
+        <translation>A ⇄ B（双向）</translation>
+    </message>
+    <message>
+        <source>Transparent (pass bytes through)</source>
+        <translation>透明（直接传递字节）</translation>
+    </message>
+    <message>
+        <source>RFC 2217 server (remote client sets the serial parameters)</source>
+        <translation>RFC 2217 服务器（远程客户端设置串口参数）</translation>
+    </message>
+    <message>
+        <source>Modbus TCP to Modbus RTU gateway</source>
+        <translation>Modbus TCP 到 Modbus RTU 网关</translation>
+    </message>
+    <message>
+        <source>RFC 2217 client (set a remote device server&apos;s serial parameters)</source>
+        <translation>RFC 2217 客户端（设置远程设备服务器的串口参数）</translation>
+    </message>
+    <message>
+        <source>E&amp;nabled</source>
+        <translation>启用(&amp;N)</translation>
+    </message>
+    <message>
+        <source>&amp;Open both ends automatically</source>
+        <translation>自动打开两端(&amp;O)</translation>
+    </message>
+    <message>
+        <source>&amp;Show forwarded data in the views</source>
+        <translation>在视图中显示转发的数据(&amp;S)</translation>
+    </message>
+    <message>
+        <source> bytes/s</source>
+        <translation> 字节/秒</translation>
+    </message>
+    <message>
+        <source>Na&amp;me:</source>
+        <translation>名称(&amp;M)：</translation>
+    </message>
+    <message>
+        <source>End &amp;A:</source>
+        <translation>A 端(&amp;A)：</translation>
+    </message>
+    <message>
+        <source>End &amp;B:</source>
+        <translation>B 端(&amp;B)：</translation>
+    </message>
+    <message>
+        <source>&amp;Direction:</source>
+        <translation>方向(&amp;D)：</translation>
+    </message>
+    <message>
+        <source>&amp;Protocol:</source>
+        <translation>协议(&amp;P)：</translation>
+    </message>
+    <message>
+        <source>A port that cannot be opened is tried again until it can. One that you close stays closed.</source>
+        <translation>打不开的端口会一直重试。您关闭的端口保持关闭。</translation>
+    </message>
+    <message>
+        <source>M&amp;ute above:</source>
+        <translation>高于此速率不显示(&amp;U)：</translation>
+    </message>
+    <message>
+        <source>Forwarded data that comes faster is not shown, only counted.</source>
+        <translation>更快的转发数据不显示，只计数。</translation>
+    </message>
+    <message>
+        <source>Framing</source>
+        <translation>分帧</translation>
+    </message>
+    <message>
+        <source>Forward immediately (lowest latency)</source>
+        <translation>立即转发（延迟最低）</translation>
+    </message>
+    <message>
+        <source>Cut on idle gap (Modbus RTU)</source>
+        <translation>按空闲间隔分帧（Modbus RTU）</translation>
+    </message>
+    <message>
+        <source>Cut on delimiter</source>
+        <translation>按分隔符分帧</translation>
+    </message>
+    <message>
+        <source>Fixed length</source>
+        <translation>固定长度</translation>
+    </message>
+    <message>
+        <source> ms</source>
+        <translation> 毫秒</translation>
+    </message>
+    <message>
+        <source> bytes</source>
+        <translation> 字节</translation>
+    </message>
+    <message>
+        <source>&amp;Frames:</source>
+        <translation>分帧方式(&amp;F)：</translation>
+    </message>
+    <message>
+        <source>&amp;Idle gap:</source>
+        <translation>空闲间隔(&amp;I)：</translation>
+    </message>
+    <message>
+        <source>A silence of this length ends a frame.</source>
+        <translation>静默达到此时长即结束一帧。</translation>
+    </message>
+    <message>
+        <source>De&amp;limiter:</source>
+        <translation>分隔符(&amp;L)：</translation>
+    </message>
+    <message>
+        <source>Hex, e.g. 0D0A</source>
+        <translation>十六进制，例如 0D0A</translation>
+    </message>
+    <message>
+        <source>Len&amp;gth:</source>
+        <translation>长度(&amp;G)：</translation>
+    </message>
+    <message>
+        <source>Lar&amp;gest frame:</source>
+        <translation>最大帧长(&amp;G)：</translation>
+    </message>
+    <message>
+        <source>More than this is cut and forwarded.</source>
+        <translation>超过此长度即切断并转发。</translation>
+    </message>
+    <message>
+        <source>&amp;Hold at most:</source>
+        <translation>最长保留(&amp;H)：</translation>
+    </message>
+    <message>
+        <source>Data that never completes a frame is released after this long.</source>
+        <translation>始终不成一帧的数据在此时长后放行。</translation>
+    </message>
+    <message>
+        <source>Flow Control</source>
+        <translation>流控</translation>
+    </message>
+    <message>
+        <source>Drop the oldest data</source>
+        <translation>丢弃最旧的数据</translation>
+    </message>
+    <message>
+        <source>Drop the newest data</source>
+        <translation>丢弃最新的数据</translation>
+    </message>
+    <message>
+        <source>Slow the sender down (recommended)</source>
+        <translation>让发送方减速（推荐）</translation>
+    </message>
+    <message>
+        <source>Stop the bridge and tell me</source>
+        <translation>停止桥接并告诉我</translation>
+    </message>
+    <message>
+        <source>Stop automatically if a cable &amp;loop is detected</source>
+        <translation>检测到线缆环路时自动停止(&amp;L)</translation>
+    </message>
+    <message>
+        <source>When the &amp;queue is full:</source>
+        <translation>队列已满时(&amp;Q)：</translation>
+    </message>
+    <message>
+        <source>Queue &amp;limit:</source>
+        <translation>队列上限(&amp;L)：</translation>
+    </message>
+    <message>
+        <source>What may wait in each direction.</source>
+        <translation>每个方向可以等待的数据量。</translation>
+    </message>
+    <message>
+        <source>&amp;High-water mark:</source>
+        <translation>高水位(&amp;H)：</translation>
+    </message>
+    <message>
+        <source>From here on the sender is slowed down.</source>
+        <translation>从此水位起让发送方减速。</translation>
+    </message>
+    <message>
+        <source>Lo&amp;w-water mark:</source>
+        <translation>低水位(&amp;W)：</translation>
+    </message>
+    <message>
+        <source>Down to here it stays slowed down.</source>
+        <translation>降到此水位之前保持减速。</translation>
+    </message>
+    <message>
+        <source>&amp;Unsent limit:</source>
+        <translation>未发送上限(&amp;U)：</translation>
+    </message>
+    <message>
+        <source>What the receiving port may have waiting before the queue is used.</source>
+        <translation>使用队列之前接收方端口可以积压的数据量。</translation>
+    </message>
+    <message>
+        <source>Loop &amp;rate:</source>
+        <translation>环路速率(&amp;R)：</translation>
+    </message>
+    <message>
+        <source>More than this, for as long as set below, counts as a loop.</source>
+        <translation>超过此速率并持续下面设定的时间即视为环路。</translation>
+    </message>
+    <message>
+        <source>Loop &amp;time:</source>
+        <translation>环路时间(&amp;T)：</translation>
+    </message>
+    <message>
+        <source>Peers</source>
+        <translation>对端</translation>
+    </message>
+    <message>
+        <source>All clients share the port</source>
+        <translation>所有客户端共享端口</translation>
+    </message>
+    <message>
+        <source>One client at a time (recommended)</source>
+        <translation>同一时间一个客户端（推荐）</translation>
+    </message>
+    <message>
+        <source>Take turns, one request at a time</source>
+        <translation>轮流，一次一个请求</translation>
+    </message>
+    <message>
+        <source>Reply to the last sender</source>
+        <translation>回复最后的发送方</translation>
+    </message>
+    <message>
+        <source>Fixed destination</source>
+        <translation>固定目标</translation>
+    </message>
+    <message>
+        <source>All known peers</source>
+        <translation>所有已知对端</translation>
+    </message>
+    <message>
+        <source>Tell clients when a device does not &amp;answer</source>
+        <translation>设备不应答时告知客户端(&amp;A)</translation>
+    </message>
+    <message>
+        <source>TCP &amp;clients:</source>
+        <translation>TCP 客户端(&amp;C)：</translation>
+    </message>
+    <message>
+        <source>&amp;UDP target:</source>
+        <translation>UDP 目标(&amp;U)：</translation>
+    </message>
+    <message>
+        <source>Wait for an ans&amp;wer:</source>
+        <translation>等待应答(&amp;W)：</translation>
+    </message>
+    <message>
+        <source>Then the next request has its turn.</source>
+        <translation>之后轮到下一个请求。</translation>
+    </message>
+    <message>
+        <source>Waiting re&amp;quests:</source>
+        <translation>等待的请求(&amp;Q)：</translation>
+    </message>
+    <message>
+        <source>One more drops the oldest.</source>
+        <translation>再多一个则丢弃最旧的。</translation>
+    </message>
+    <message>
+        <source>&amp;Transaction time-out:</source>
+        <translation>事务超时(&amp;T)：</translation>
+    </message>
+    <message>
+        <source>An answer that comes later reaches nobody.</source>
+        <translation>更晚到达的应答不给任何人。</translation>
+    </message>
+    <message>
+        <source>With the Modbus exceptions 0x0A (not sent) and 0x0B (no answer). Otherwise they hear nothing.</source>
+        <translation>使用 Modbus 异常 0x0A（未发出）和 0x0B（无应答）。否则客户端收不到任何回应。</translation>
+    </message>
+    <message>
+        <source>Allowed a&amp;ddresses:</source>
+        <translation>允许的地址(&amp;D)：</translation>
+    </message>
+    <message>
+        <source>One address or subnet per line, such as 192.168.1.10 or 192.168.1.0/24. Empty allows any address.</source>
+        <translation>每行一个地址或子网，例如 192.168.1.10 或 192.168.1.0/24。留空允许任何地址。</translation>
+    </message>
+    <message>
+        <source>Capture</source>
+        <translation>抓取</translation>
+    </message>
+    <message>
+        <source>&amp;Record both directions to one file</source>
+        <translation>将两个方向记录到一个文件(&amp;R)</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>文件</translation>
+    </message>
+    <message>
+        <source>Bro&amp;wse...</source>
+        <translation>浏览(&amp;W)...</translation>
+    </message>
+    <message>
+        <source>Hex</source>
+        <translation>十六进制</translation>
+    </message>
+    <message>
+        <source>Text (control bytes escaped)</source>
+        <translation>文本（控制字节转义）</translation>
+    </message>
+    <message>
+        <source> MB</source>
+        <translation> MB</translation>
+    </message>
+    <message>
+        <source>&amp;File:</source>
+        <translation>文件(&amp;F)：</translation>
+    </message>
+    <message>
+        <source>For&amp;mat:</source>
+        <translation>格式(&amp;M)：</translation>
+    </message>
+    <message>
+        <source>&amp;Start a new file at:</source>
+        <translation>达到此大小时换新文件(&amp;S)：</translation>
+    </message>
+    <message>
+        <source>The previous capture is kept as .1 and older ones are discarded, so an unattended gateway cannot fill its disk.</source>
+        <translation>上一个抓取文件保留为 .1，更旧的被丢弃，因此无人值守的网关不会写满磁盘。</translation>
+    </message>
+</context>
+<context>
     <name>BridgeFlow</name>
     <message>
         <source>Flood guard tripped (possible cable loop)</source>
@@ -72,6 +546,232 @@
     <message>
         <source>Egress queue overflowed</source>
         <translation>出口队列溢出</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeLink</name>
+    <message>
+        <source>(unnamed)</source>
+        <translation>（未命名）</translation>
+    </message>
+    <message>
+        <source>Bridge &quot;%1&quot;: A is %2, B is %3,</source>
+        <translation>桥接“%1”：A 为 %2，B 为 %3，</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>Idle</source>
+        <translation>空闲</translation>
+    </message>
+    <message>
+        <source>Running</source>
+        <translation>运行中</translation>
+    </message>
+    <message>
+        <source>Degraded</source>
+        <translation>降级</translation>
+    </message>
+    <message>
+        <source>Suspended</source>
+        <translation>已暂停</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1：%2</translation>
+    </message>
+    <message>
+        <source>Capture stopped: %1</source>
+        <translation>抓取已停止：%1</translation>
+    </message>
+    <message>
+        <source>Data was dropped.</source>
+        <translation>有数据被丢弃。</translation>
+    </message>
+    <message>
+        <source>Data was dropped: %1</source>
+        <translation>有数据被丢弃：%1</translation>
+    </message>
+    <message>
+        <source>%1 B</source>
+        <translation>%1 B</translation>
+    </message>
+    <message>
+        <source>%1 KB</source>
+        <translation>%1 KB</translation>
+    </message>
+    <message>
+        <source>%1 MB</source>
+        <translation>%1 MB</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeLog</name>
+    <message numerus="yes">
+        <source>%n byte(s) are missing here.</source>
+        <translation>
+            <numerusform>此处缺少 %n 字节。</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>%1 cannot be replaced</source>
+        <translation>无法替换 %1</translation>
+    </message>
+    <message>
+        <source>%1 cannot be renamed</source>
+        <translation>无法重命名 %1</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeManager</name>
+    <message>
+        <source>Bridge &quot;%1&quot;: %2</source>
+        <translation>桥接“%1”：%2</translation>
+    </message>
+    <message>
+        <source>There cannot be more bridges.</source>
+        <translation>不能再添加桥接。</translation>
+    </message>
+    <message>
+        <source>Both ends must name a port</source>
+        <translation>两端都必须指定端口</translation>
+    </message>
+    <message>
+        <source>Port number is out of range</source>
+        <translation>端口号超出范围</translation>
+    </message>
+    <message>
+        <source>A bridge needs two different ports</source>
+        <translation>桥接需要两个不同的端口</translation>
+    </message>
+    <message>
+        <source>Port %1 is transferring a file</source>
+        <translation>端口 %1 正在传输文件</translation>
+    </message>
+    <message>
+        <source>A Modbus gateway needs both directions</source>
+        <translation>Modbus 网关需要双向转发</translation>
+    </message>
+    <message>
+        <source>That direction is already bridged</source>
+        <translation>该方向已被桥接</translation>
+    </message>
+    <message>
+        <source>Another bridge allows other addresses at port %1</source>
+        <translation>另一个桥接在端口 %1 允许的地址不同</translation>
+    </message>
+    <message>
+        <source>Several clients of port %1 can write to port %2 at the same time: what they send may mix. Let them take turns if the device answers requests.</source>
+        <translation>端口 %1 的多个客户端可以同时写入端口 %2：它们发送的内容可能混在一起。如果设备应答请求，请让它们轮流。</translation>
+    </message>
+    <message>
+        <source>Another bridge writes to port %1 as well: what they send may mix.</source>
+        <translation>另一个桥接也写入端口 %1：发送的内容可能混在一起。</translation>
+    </message>
+</context>
+<context>
+    <name>BridgeWindow</name>
+    <message>
+        <source>&amp;Edit...</source>
+        <translation>编辑(&amp;E)...</translation>
+    </message>
+    <message>
+        <source>Re&amp;move</source>
+        <translation>移除(&amp;M)</translation>
+    </message>
+    <message>
+        <source>E&amp;nable</source>
+        <translation>启用(&amp;N)</translation>
+    </message>
+    <message>
+        <source>&amp;Resume</source>
+        <translation>恢复(&amp;R)</translation>
+    </message>
+    <message>
+        <source>Open &amp;Capture</source>
+        <translation>打开抓取文件(&amp;C)</translation>
+    </message>
+    <message>
+        <source>Bridges</source>
+        <translation>桥接</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Ports</source>
+        <translation>端口</translation>
+    </message>
+    <message>
+        <source>A to B</source>
+        <translation>A 到 B</translation>
+    </message>
+    <message>
+        <source>B to A</source>
+        <translation>B 到 A</translation>
+    </message>
+    <message>
+        <source>Missing</source>
+        <translation>缺失</translation>
+    </message>
+    <message>
+        <source>Last two minutes</source>
+        <translation>最近两分钟</translation>
+    </message>
+    <message>
+        <source>&amp;Add...</source>
+        <translation>添加(&amp;A)...</translation>
+    </message>
+    <message>
+        <source>A to B: %1 in, %2 out, %3 waiting, %4 dropped, %5 discarded, %6 not sent</source>
+        <translation>A 到 B：收 %1，发 %2，等待 %3，丢弃 %4，未处理 %5，未送出 %6</translation>
+    </message>
+    <message>
+        <source>B to A: %1 in, %2 out, %3 waiting, %4 dropped, %5 discarded, %6 not sent</source>
+        <translation>B 到 A：收 %1，发 %2，等待 %3，丢弃 %4，未处理 %5，未送出 %6</translation>
+    </message>
+    <message>
+        <source>No traffic yet</source>
+        <translation>尚无流量</translation>
+    </message>
+    <message>
+        <source>Taking turns: %1 waiting, %2 unanswered, %3 dropped</source>
+        <translation>轮流：%1 个等待，%2 个无应答，%3 个丢弃</translation>
+    </message>
+    <message>
+        <source>%1 has had the turn for %2 s.</source>
+        <translation>%1 已占用轮次 %2 秒。</translation>
+    </message>
+    <message>
+        <source>Next: %1</source>
+        <translation>接下来：%1</translation>
+    </message>
+    <message>
+        <source>Disa&amp;ble</source>
+        <translation>停用(&amp;B)</translation>
+    </message>
+    <message>
+        <source>A bridge joins two ports: what one receives is sent at the other.</source>
+        <translation>桥接连接两个端口：一个收到的数据从另一个发出。</translation>
+    </message>
+    <message>
+        <source>A bridge joins two ports; add a second port first (Edit &gt; Add Port).</source>
+        <translation>桥接连接两个端口；请先添加第二个端口（编辑 &gt; 添加端口）。</translation>
+    </message>
+    <message>
+        <source>Remove the bridge %1?</source>
+        <translation>移除桥接 %1？</translation>
+    </message>
+    <message>
+        <source>Nothing has been captured yet.</source>
+        <translation>还没有抓取任何数据。</translation>
     </message>
 </context>
 <context>
@@ -982,6 +1682,17 @@ Functions: %1</source>
     <message>
         <source>Hex</source>
         <translation>十六进制</translation>
+    </message>
+</context>
+<context>
+    <name>ForwardedView</name>
+    <message>
+        <source>%1 that passed a bridge are not shown.</source>
+        <translation>经过桥接的 %1 未显示。</translation>
+    </message>
+    <message>
+        <source>More than %1 a second pass a bridge: they are not shown.</source>
+        <translation>每秒经过桥接的数据超过 %1：不予显示。</translation>
     </message>
 </context>
 <context>
@@ -2335,6 +3046,65 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     </message>
 </context>
 <context>
+    <name>ModbusTransactionsModel</name>
+    <message>
+        <source>OK</source>
+        <translation>正常</translation>
+    </message>
+    <message>
+        <source>Broadcast</source>
+        <translation>广播</translation>
+    </message>
+    <message>
+        <source>No answer</source>
+        <translation>无应答</translation>
+    </message>
+    <message>
+        <source>Not sent</source>
+        <translation>未发出</translation>
+    </message>
+    <message>
+        <source>Client left</source>
+        <translation>客户端已离开</translation>
+    </message>
+    <message>
+        <source>%1 ms</source>
+        <translation>%1 毫秒</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>时间</translation>
+    </message>
+    <message>
+        <source>Client</source>
+        <translation>客户端</translation>
+    </message>
+    <message>
+        <source>Unit</source>
+        <translation>单元</translation>
+    </message>
+    <message>
+        <source>Function</source>
+        <translation>功能</translation>
+    </message>
+    <message>
+        <source>Address</source>
+        <translation>地址</translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation>结果</translation>
+    </message>
+    <message>
+        <source>Waited</source>
+        <translation>等待</translation>
+    </message>
+    <message>
+        <source>On the line</source>
+        <translation>在线路上</translation>
+    </message>
+</context>
+<context>
     <name>ModbusValueModel</name>
     <message>
         <source>Request</source>
@@ -2386,6 +3156,69 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>off</source>
         <translation>关</translation>
+    </message>
+</context>
+<context>
+    <name>ModbusView</name>
+    <message>
+        <source>&amp;Pause</source>
+        <translation>暂停(&amp;P)</translation>
+    </message>
+    <message>
+        <source>Transactions</source>
+        <translation>事务</translation>
+    </message>
+    <message>
+        <source>Counters of clients and units</source>
+        <translation>客户端和单元的计数</translation>
+    </message>
+    <message>
+        <source>Client or unit</source>
+        <translation>客户端或单元</translation>
+    </message>
+    <message>
+        <source>Requests</source>
+        <translation>请求</translation>
+    </message>
+    <message>
+        <source>Errors</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>Time-outs</source>
+        <translation>超时</translation>
+    </message>
+    <message>
+        <source>Median</source>
+        <translation>中位数</translation>
+    </message>
+    <message>
+        <source>99 % within</source>
+        <translation>99 % 不超过</translation>
+    </message>
+    <message>
+        <source>Filter</source>
+        <translation>筛选</translation>
+    </message>
+    <message>
+        <source>&amp;Save as CSV...</source>
+        <translation>另存为 CSV(&amp;S)...</translation>
+    </message>
+    <message>
+        <source>Unit %1</source>
+        <translation>单元 %1</translation>
+    </message>
+    <message>
+        <source>Save as CSV</source>
+        <translation>另存为 CSV</translation>
+    </message>
+    <message>
+        <source>CSV files (*.csv)</source>
+        <translation>CSV 文件 (*.csv)</translation>
+    </message>
+    <message>
+        <source>%1 could not be written.</source>
+        <translation>无法写入 %1。</translation>
     </message>
 </context>
 <context>
@@ -2538,6 +3371,10 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>Open this port</source>
         <translation>打开此端口</translation>
+    </message>
+    <message>
+        <source>Bridged with port %1</source>
+        <translation>与端口 %1 桥接</translation>
     </message>
 </context>
 <context>
@@ -2848,6 +3685,29 @@ Built with Qt %1. Icons: Breeze, GNU LGPL version 3 or later.</source>
     <message>
         <source>Serial Port %1 RECONNECTED</source>
         <translation>串口 %1 已重新连接</translation>
+    </message>
+</context>
+<context>
+    <name>PortEndpoint</name>
+    <message>
+        <source>Port %1 (%2)</source>
+        <translation>端口 %1（%2）</translation>
+    </message>
+    <message>
+        <source>The connection is lost.</source>
+        <translation>连接已断开。</translation>
+    </message>
+    <message>
+        <source>A UDP datagram carries at most %1 bytes.</source>
+        <translation>一个 UDP 数据报最多携带 %1 字节。</translation>
+    </message>
+    <message>
+        <source>Nothing can be sent to %1:%2.</source>
+        <translation>无法发送到 %1:%2。</translation>
+    </message>
+    <message>
+        <source>Port %1</source>
+        <translation>端口 %1</translation>
     </message>
 </context>
 <context>
@@ -3247,6 +4107,10 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>The view is paused and %1 of received data wait. Reading stops until it is resumed.</source>
         <translation>显示已暂停，有 %1 的接收数据等待显示。继续显示之前不再读取数据。</translation>
+    </message>
+    <message>
+        <source>%1 that passed a bridge are missing here: they came faster than they could be shown.</source>
+        <translation>此处缺少经过桥接的 %1：来得比显示更快。</translation>
     </message>
 </context>
 <context>
@@ -3942,6 +4806,13 @@ Do you want to replace it?</source>
     <message>
         <source>General</source>
         <translation>常规</translation>
+    </message>
+</context>
+<context>
+    <name>Sparkline</name>
+    <message>
+        <source>Last two minutes. Above the line: A to B. Below: B to A. Red bands mark seconds where data was dropped.</source>
+        <translation>最近两分钟。线上方：A 到 B。下方：B 到 A。红色条带标出有数据被丢弃的秒。</translation>
     </message>
 </context>
 <context>
