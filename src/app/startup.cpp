@@ -4,8 +4,8 @@
 #include "app/interfacelanguage.h"
 #include "app/mainwindow.h"
 #include "app/setconfigfilepathdialog.h"
-#include "app/terminationsignals.h"
 #include "app/windowgeometry.h"
+#include "base/processsignals.h"
 #include "connections/systemportcatalog.h"
 #include "settings/config.h"
 #include "terminal/view/displayfonts.h"
@@ -74,7 +74,7 @@ public:
         : m_commandLine(std::move(commandLine))
         , m_store(store)
     {
-        connect(&m_termination, &TerminationSignals::received, this, [this] {
+        connect(&m_termination, &ProcessSignals::endRequested, this, [this] {
             if (m_window)
                 m_window->closeUnasked([] { QCoreApplication::exit(0); });
             else
@@ -130,7 +130,7 @@ private:
     CommandLine m_commandLine;
     QSettings& m_store;
     SystemPortCatalog m_catalog;
-    TerminationSignals m_termination;
+    ProcessSignals m_termination{ProcessSignals::Hangup::Ends};
     std::unique_ptr<SetConfigFilePathDialog> m_dialog;
     std::unique_ptr<MainWindow> m_window;
 };

@@ -1,6 +1,6 @@
 // velmora-gateway: the ports, bridges and logs of a session file without a screen.
+#include "base/processsignals.h"
 #include "gateway/gateway.h"
-#include "gateway/gatewaysignals.h"
 #include "gateway/gatewaystatus.h"
 #include "gateway/servicenotifier.h"
 #include "gateway/statussocket.h"
@@ -112,8 +112,8 @@ public:
             m_journal.write(Journal::Level::Info, u"ended"_s);
             QCoreApplication::exit(Good);
         });
-        connect(&m_signals, &GatewaySignals::reloadRequested, this, &Service::reload);
-        connect(&m_signals, &GatewaySignals::endRequested, this, &Service::end);
+        connect(&m_signals, &ProcessSignals::reloadRequested, this, &Service::reload);
+        connect(&m_signals, &ProcessSignals::endRequested, this, &Service::end);
     }
     ~Service() override { journalOfMessages = nullptr; }
     Q_DISABLE_COPY_MOVE(Service)
@@ -171,7 +171,7 @@ private:
     const QString m_file;
     Journal m_journal;
     ServiceNotifier m_notifier;
-    GatewaySignals m_signals;
+    ProcessSignals m_signals{ProcessSignals::Hangup::Reloads};
     Gateway m_gateway;
     StatusSocket m_socket;
     bool m_isEnding = false;

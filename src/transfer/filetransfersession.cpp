@@ -260,8 +260,3 @@ QString FileTransferSession::cancelledText() const
                : tr("Cancelled. The device may still have received up to one more block of data -- "
                     "if this was a firmware update, run the whole update again.");
 }
-
-QStringList FileTransferSession::takeNotices()
-{
-    return std::exchange(m_notices, {});
-}

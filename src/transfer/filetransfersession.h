@@ -89,8 +89,8 @@ public:
     // How it ended, in a line.
     [[nodiscard]] QString summaryText(qint64 nowMs) const;
     [[nodiscard]] QString cancelledText() const;
-    // What else there is to say about the file; each line once.
-    [[nodiscard]] QStringList takeNotices();
+    // What else there is to say about the file.
+    [[nodiscard]] const QStringList& notices() const { return m_notices; }
 
 private:
     XferStep classify(XferStep step, qint64 nowMs);

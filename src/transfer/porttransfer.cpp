@@ -300,7 +300,7 @@ void PortTransfer::finish()
     m_lastPending = 0;
     m_port.lendTo(nullptr);
     m_port.appendStatusLine(m_session->summaryText(nowMs()));
-    for (const QString& notice : m_session->takeNotices())
+    for (const QString& notice : m_session->notices())
         m_port.appendStatusLine(notice);
     Q_EMIT finished(m_session->state() == State::Completed);
     m_session.reset();

@@ -157,8 +157,11 @@ bool XferFileSink::commit(qint64 expectedSize)
     // The system may say only now that the volume is full.
     const QString aside = m_file.fileName();
     m_file.close();
-    if (m_file.error() != QFileDevice::NoError)
-        return fail(m_file.errorString());
+    if (m_file.error() != QFileDevice::NoError) {
+        const QString reason = m_file.errorString();
+        keepAside();
+        return fail(reason);
+    }
     m_committed = putInPlace();
     if (!m_committed) {
         m_keptPath = aside;
@@ -205,10 +208,15 @@ void XferFileSink::discard(bool keep)
     if (m_committed || !m_keptPath.isEmpty() || !m_file.isOpen())
         return;
     m_file.close();
-    if (!keep) {
+    if (keep)
+        keepAside();
+    else
         m_file.remove();
-        return;
-    }
+}
+
+// What arrived, under a name that people find.
+void XferFileSink::keepAside()
+{
     const QString name = QFileInfo(m_finalPath).fileName() + ".partial"_L1;
     const QString partial = xferUniquePath(m_directory, name);
     m_keptPath = m_file.rename(partial) ? partial : m_file.fileName();

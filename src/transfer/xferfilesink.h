@@ -55,6 +55,7 @@ private:
     bool claim(const QString& asidePath);
     bool putInPlace();
     void applyTime();
+    void keepAside();
 
     const QString m_directory;
     const QString m_defaultName;

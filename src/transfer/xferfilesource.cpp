@@ -3,17 +3,17 @@
 #include <QDir>
 #include <QFileInfo>
 
+#ifdef Q_OS_UNIX
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 bool XferFileSource::open(const QString& path, QString* error)
 {
     close();
     const QFileInfo info(path);
-    m_file.setFileName(path);
-    QString reason;
-    // Opening a pipe would wait for its other end.
-    if (info.exists() && !info.isFile())
-        reason = tr("it is not a file");
-    else if (!m_file.open(QIODevice::ReadOnly))
-        reason = m_file.errorString();
+    const QString reason = openRegular(path);
     if (!reason.isEmpty()) {
         if (error)
             *error = tr("Could not open %1: %2").arg(QDir::toNativeSeparators(path), reason);
@@ -23,6 +23,32 @@ bool XferFileSource::open(const QString& path, QString* error)
     m_size = m_file.size();
     m_changed = info.lastModified();
     return true;
+}
+
+// Empty, or why not. What stands under the name is looked at once it is open, without waiting: a
+// pipe would wait for its other end.
+QString XferFileSource::openRegular(const QString& path)
+{
+#ifdef Q_OS_UNIX
+    const int descriptor =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return qt_error_string();
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(descriptor);
+        return tr("it is not a file");
+    }
+    if (m_file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle))
+        return {};
+    ::close(descriptor);
+    return m_file.errorString();
+#else
+    m_file.setFileName(path);
+    if (!QFileInfo(path).isFile())
+        return tr("it is not a file");
+    return m_file.open(QIODevice::ReadOnly) ? QString() : m_file.errorString();
+#endif
 }
 
 XferFileMeta XferFileSource::meta() const

@@ -33,6 +33,8 @@ public:
     [[nodiscard]] bool stillIntact() const override;
 
 private:
+    QString openRegular(const QString& path);
+
     QString m_path;
     QFile m_file;
     qint64 m_size = 0;

@@ -131,6 +131,43 @@ private Q_SLOTS:
         QVERIFY(m_tool.readAllStandardError().contains("The connection was lost"));
     }
 
+    // The device is told, and nothing is left behind.
+    void endsInOrderBySignal()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        QByteArray heard;
+        connect(&server, &QTcpServer::newConnection, &server, [&] {
+            QTcpSocket* socket = server.nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, socket, [this, socket, &heard] {
+                const QByteArray bytes = socket->readAll();
+                if (heard.isEmpty()) // its invitation; a block of XMODEM with a check sum
+                    socket->write("\x01\x01\xFE" + QByteArray(128, '\1') + char(128));
+                else if (bytes.contains('\x06'))
+                    m_tool.terminate();
+                heard += bytes;
+            });
+        });
+        const QString address = u"127.0.0.1:%1"_s.arg(server.serverPort());
+        QCOMPARE(run({u"--receive"_s, path(u"near"_s), u"--protocol"_s, u"xmodem"_s, address}), 1);
+        QTRY_VERIFY(heard.contains("\x18\x18"));
+        const QByteArray said = m_tool.readAllStandardError();
+        QVERIFY2(said.contains("XMODEM carries no file name") && said.contains("Cancelled"), said);
+        QCOMPARE(
+            QDir(path(u"near"_s)).entryList({u"*.part*"_s}, QDir::Files | QDir::Hidden).size(), 0);
+    }
+
+    void bracketedAddress()
+    {
+        QTcpServer server;
+        if (!server.listen(QHostAddress::LocalHostIPv6))
+            QSKIP("this machine has no IPv6");
+        connect(&server, &QTcpServer::newConnection, &server,
+            [&server] { server.nextPendingConnection()->disconnectFromHost(); });
+        const QString address = u"[::1]:%1"_s.arg(server.serverPort());
+        QCOMPARE(run({u"--send"_s, path(u"data.bin"_s), address}), 1); // 3 if it did not connect
+    }
+
     void speaksWithLrzsz_data()
     {
         QTest::addColumn<QString>("protocol");

@@ -1,16 +1,19 @@
 // velmora-transfer: sends or receives one file by XMODEM or YMODEM. Exit status: 0 when the other
 // end confirmed the whole file, 1 when the transfer failed, 2 for a wrong command line, 3 when the
 // port could not be opened.
+#include "base/processsignals.h"
 #include "connections/systemportcatalog.h"
 #include "transfer/porttransfer.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QSerialPort>
 #include <QTextStream>
 #include <array>
 #include <cstdio>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -21,6 +24,7 @@ enum ExitStatus { Confirmed = 0, Failed = 1, WrongUse = 2, NoPort = 3 };
 constexpr std::array kProtocols{XferProtocol::Xmodem, XferProtocol::XmodemCrc,
     XferProtocol::Xmodem1K, XferProtocol::Ymodem, XferProtocol::YmodemG};
 constexpr int kPercent = 100;
+constexpr int kMaxPort = 65'535;
 
 struct Task
 {
@@ -62,6 +66,11 @@ Settings settingsFor(const QString& port, const QString& baudRate, bool hardware
     if (colon > 0 && isNumber && !port.startsWith(u'/')) {
         settings.connMode = connectionMode::TcpClient;
         settings.targetHost = port.left(colon);
+        // "[::1]:5000": the address has colons of its own.
+        if (settings.targetHost.startsWith(u'[') && settings.targetHost.endsWith(u']'))
+            settings.targetHost = settings.targetHost.sliced(1).chopped(1);
+        if (number < 1 || number > kMaxPort)
+            refuse(u"\"%1\" is no port number"_s.arg(number));
         settings.targetPort = number;
     } else {
         settings.portName = port;
@@ -145,9 +154,17 @@ public:
         : m_task(std::move(task))
     {
         connect(&m_port, &LivePort::noticed, this, [this](const Notice& notice) {
-            // How the connection ends behind a transfer is of no interest.
-            if (!m_over && notice.gravity != Notice::Gravity::Info)
+            // How the connection ends during a transfer is a part of how that ends, and behind it
+            // of no interest.
+            const bool counts = !m_begun && notice.gravity != Notice::Gravity::Info;
+            if (counts && std::exchange(m_said, notice.text) != notice.text)
                 say(notice.fullText());
+        });
+        connect(&m_signals, &ProcessSignals::endRequested, this, [this] {
+            if (m_transfer.isActive())
+                m_transfer.cancel();
+            else
+                leave(m_begun ? Failed : NoPort);
         });
         connect(&m_transfer, &PortTransfer::progressed, this, [this] { showProgress(m_transfer); });
         connect(&m_transfer, &PortTransfer::finished, this, &Run::onFinished);
@@ -167,6 +184,10 @@ private:
             QString error;
             if (m_transfer.start(m_task.config, m_task.path, {}, &error)) {
                 say(m_transfer.session()->startedText());
+                const bool named =
+                    xferIsYmodem(m_task.config.protocol) || !QFileInfo(m_task.path).isDir();
+                if (m_task.config.direction == XferReceive && !named)
+                    say(u"XMODEM carries no file name: the file gets one of its own."_s);
             } else {
                 say(error);
                 leave(Failed);
@@ -178,8 +199,9 @@ private:
     void onFinished(bool complete)
     {
         const FileTransferSession& session = *m_transfer.session();
-        m_over = true;
         say(session.summaryText(m_transfer.nowMs()));
+        for (const QString& notice : session.notices())
+            say(notice);
         if (!session.receivedPath().isEmpty())
             std::printf("%s\n", qPrintable(session.receivedPath()));
         std::fflush(stdout);
@@ -196,7 +218,8 @@ private:
     LivePort m_port{m_catalog};
     PortTransfer m_transfer{m_port};
     bool m_begun = false;
-    bool m_over = false;
+    ProcessSignals m_signals{ProcessSignals::Hangup::Ends};
+    QString m_said;
 };
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "gateway/gatewaysignals.h"
+#include "base/processsignals.h"
 
 #include <QSocketNotifier>
 
@@ -17,10 +17,12 @@ namespace {
 // A handler may do next to nothing; what it writes here wakes the event loop at the other end.
 std::array<int, 2> sockets{-1, -1};
 
+bool hangupReloads = false;
+
 void onSignal(int number)
 {
     const int before = errno;
-    const char byte = number == SIGHUP ? 'r' : 'e';
+    const char byte = number == SIGHUP && hangupReloads ? 'r' : 'e';
     (void)!write(sockets[0], &byte, 1);
     errno = before;
 }
@@ -35,9 +37,10 @@ void setHandler(int number, void (*handler)(int), int flags)
 
 } // namespace
 
-GatewaySignals::GatewaySignals(QObject* parent)
+ProcessSignals::ProcessSignals([[maybe_unused]] Hangup hangup, QObject* parent)
     : QObject(parent)
 {
+    hangupReloads = hangup == Hangup::Reloads;
     // Neither end waits: a flood of signals says no more than one.
     if (socketpair(AF_UNIX, SOCK_STREAM, 0, sockets.data()) != 0)
         return;
@@ -57,11 +60,11 @@ GatewaySignals::GatewaySignals(QObject* parent)
     });
     setHandler(SIGTERM, onSignal, int(SA_RESETHAND));
     setHandler(SIGINT, onSignal, int(SA_RESETHAND));
-    setHandler(SIGHUP, onSignal, 0);
+    setHandler(SIGHUP, onSignal, hangupReloads ? 0 : int(SA_RESETHAND));
     setHandler(SIGPIPE, SIG_IGN, 0); // who read standard error may go
 }
 
-GatewaySignals::~GatewaySignals()
+ProcessSignals::~ProcessSignals()
 {
     if (m_notifier == nullptr)
         return;
@@ -74,10 +77,10 @@ GatewaySignals::~GatewaySignals()
 
 #else
 
-GatewaySignals::GatewaySignals(QObject* parent)
+ProcessSignals::ProcessSignals([[maybe_unused]] Hangup hangup, QObject* parent)
     : QObject(parent)
 {}
 
-GatewaySignals::~GatewaySignals() = default;
+ProcessSignals::~ProcessSignals() = default;
 
 #endif
