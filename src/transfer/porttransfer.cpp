@@ -231,7 +231,11 @@ void PortTransfer::writeSome()
         return;
     const QByteArray bytes = std::exchange(m_out, {});
     m_drainOwed = true;
-    if (m_port.writeRaw(bytes, false, m_session->peer()).taken() || !m_session)
+    const bool taken = m_port.writeRaw(bytes, false, m_session->peer()).taken();
+    // What the system took has left: each frame waits for the one before it.
+    if (taken && m_port.transport())
+        m_port.transport()->tellLeft();
+    if (taken || !m_session)
         return;
     // Nothing can be sent any more, not even that it is over.
     if (m_session->state() == State::Running)
