@@ -194,14 +194,16 @@ ModbusView::ModbusView(QWidget* parent)
     m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->setTabKeyNavigation(false);
     m_table->setWordWrap(false);
+    m_table->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + kGap);
     const int character = fontMetrics().averageCharWidth();
-    const std::array widths{30, 24, 7, 28, 16, 28, 12};
+    const std::array widths{28, 22, 6, 26, 12, 22, 10};
     for (std::size_t column = 0; column < widths.size(); ++column)
         m_table->setColumnWidth(int(column), widths[column] * character);
     m_counters->setAccessibleName(tr("Counters of clients and units"));
     m_counters->setHeaderLabels({tr("Client or unit"), tr("Requests"), tr("Errors"),
         tr("Time-outs"), tr("Median"), tr("99 % within")});
     m_counters->setRootIsDecorated(false);
+    m_counters->header()->setStretchLastSection(false);
     m_counters->setColumnWidth(0, widths[1] * character);
     m_filter->setPlaceholderText(tr("Filter"));
     m_filter->setAccessibleName(tr("Filter"));
