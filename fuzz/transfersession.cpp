@@ -7,11 +7,13 @@
 
 // A session over real files, in either role and any variant, with bytes and times of the input's
 // choice: a step writes one frame at most, what has ended is silent, and a receiver makes files in
-// its own folder only, never more than one and never longer than its limit.
+// its own folder only, never more than one and never longer than its limit;
+// and when nobody answers any more, it ends.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     constexpr qint64 kLimit = 5000;
     constexpr qsizetype kLargestStep = 1029;
+    constexpr int kPatienceMinutes = 60;
     static const QTemporaryDir scratch;
     static const QString source = [] {
         QFile file(scratch.filePath(QStringLiteral("source")));
@@ -46,10 +48,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             } else if (call < 255) {
                 step = session.egressDrained(now);
             } else {
-                step = session.beginCancel(FileTransferSession::CancelCause::User, now);
+                step = session.beginCancel(FileTransferSession::CancelCause(input.byte() % 5), now);
             }
             if (step.bytes.size() > kLargestStep || (ended && !step.bytes.isEmpty()))
                 std::abort();
+        }
+        // Nobody answers any more: it gives up, in time.
+        for (int minutes = 0; !session.isOver(); ++minutes) {
+            if (minutes > kPatienceMinutes)
+                std::abort();
+            session.egressDrained(now);
+            session.tick(now += 60'000);
         }
     }
     const QDir made(folder.path());

@@ -352,7 +352,7 @@ QString BridgeLink::errorText() const
     if (!m_running)
         return {};
     for (const BridgeSide side : kSides) {
-        if (const QString reason = m_route->suspension(side); !reason.isEmpty())
+        if (QString reason = m_route->suspension(side); !reason.isEmpty())
             return reason;
     }
     for (const PortEndpoint* endpoint : m_endpoints) {

@@ -260,13 +260,10 @@ Rfc2217ClientEnd::Rfc2217ClientEnd(
     : BridgeEnd(endpoint, udpTarget)
     , m_other(other)
 {
-    m_recordsChanged = QObject::connect(&other, &PortEndpoint::changed, [this] { pushSettings(); });
+    QObject::connect(&other, &PortEndpoint::changed, &m_context, [this] { pushSettings(); });
 }
 
-Rfc2217ClientEnd::~Rfc2217ClientEnd()
-{
-    QObject::disconnect(m_recordsChanged);
-}
+Rfc2217ClientEnd::~Rfc2217ClientEnd() = default;
 
 void Rfc2217ClientEnd::opened(qint64 nowMs)
 {

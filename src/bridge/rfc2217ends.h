@@ -98,7 +98,7 @@ private:
     void pushSettings();
 
     PortEndpoint& m_other;
-    QMetaObject::Connection m_recordsChanged;
+    QObject m_context; // of what is heard from the other end
     Rfc2217ClientSession m_session;
     qint64 m_giveUpAtMs = -1; // the negotiation; -1 while there is none
 };

@@ -12,7 +12,6 @@
 bool XferFileSource::open(const QString& path, QString* error)
 {
     close();
-    const QFileInfo info(path);
     const QString reason = openRegular(path);
     if (!reason.isEmpty()) {
         if (error)
@@ -21,7 +20,7 @@ bool XferFileSource::open(const QString& path, QString* error)
     }
     m_path = path;
     m_size = m_file.size();
-    m_changed = info.lastModified();
+    m_changed = m_file.fileTime(QFileDevice::FileModificationTime);
     return true;
 }
 

@@ -95,6 +95,8 @@ private Q_SLOTS:
         QTest::newRow("unknown protocol")
             << QStringList{u"--send"_s, u"f"_s, u"--protocol"_s, u"kermit"_s, u"127.0.0.1:1"_s};
         QTest::newRow("unknown option") << QStringList{u"--sned"_s, u"f"_s, u"127.0.0.1:1"_s};
+        QTest::newRow("address without brackets")
+            << QStringList{u"--send"_s, u"f"_s, u"fe80::1:5000"_s};
         QTest::newRow("no baud rate")
             << QStringList{u"--send"_s, u"f"_s, u"--baud"_s, u"fast"_s, u"/dev/ttyX"_s};
     }

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -220,6 +221,9 @@ private Q_SLOTS:
         QVERIFY(!source.stillIntact());
         QVERIFY(!source.open(path, &error));
         QVERIFY(error.startsWith(u"Could not open "_s));
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0); // nobody writes into it
+        QVERIFY(!source.open(path, &error));
+        QVERIFY2(error.endsWith(u"it is not a file"_s), qPrintable(error));
         QVERIFY(!source.open(dir.path(), &error));
         QVERIFY2(error.endsWith(u"it is not a file"_s), qPrintable(error));
     }

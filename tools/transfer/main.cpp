@@ -69,6 +69,8 @@ Settings settingsFor(const QString& port, const QString& baudRate, bool hardware
         // "[::1]:5000": the address has colons of its own.
         if (settings.targetHost.startsWith(u'[') && settings.targetHost.endsWith(u']'))
             settings.targetHost = settings.targetHost.sliced(1).chopped(1);
+        else if (settings.targetHost.contains(u':'))
+            refuse(u"an address with colons stands in brackets: [%1]:port"_s.arg(port));
         if (number < 1 || number > kMaxPort)
             refuse(u"\"%1\" is no port number"_s.arg(number));
         settings.targetPort = number;

@@ -1,5 +1,7 @@
 #include "terminal/text/ansiescapefilter.h"
 
+#include "terminal/text/asciirun.h"
+
 #include <utility>
 
 #include <QtEndian>
@@ -16,7 +18,6 @@ constexpr char kStringTerminator = '\x9C';
 constexpr char kCommandIntroducer = '\x9D';
 
 constexpr quint64 kOnes = 0x0101010101010101U;
-constexpr quint64 kHighBits = 0x8080808080808080U;
 
 // Sets the high bit of the lowest byte that is zero (and of none when no byte is).
 constexpr quint64 zeroBytes(quint64 word)

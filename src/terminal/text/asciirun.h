@@ -6,6 +6,9 @@
 #include <bit>
 #include <cstring>
 
+// The highest bit of each of eight bytes: no ASCII has one.
+inline constexpr quint64 kHighBits = 0x8080808080808080U;
+
 // Copies bytes below 0x80 from `in` to `out` as code units, up to the first other byte or `end`,
 // and moves both behind what was copied. `out` has room for `end - in` units; those behind the
 // copied ones are written over.
@@ -13,7 +16,6 @@
 // Most of what devices say is ASCII in every encoding, and much of it comes a few bytes at a time.
 inline void copyAsciiRun(const uchar*& in, const uchar* end, char16_t*& out)
 {
-    constexpr quint64 kHighBits = 0x8080808080808080U;
     while (end - in >= 32) {
         std::array<quint64, 4> words{};
         std::memcpy(words.data(), in, sizeof words);

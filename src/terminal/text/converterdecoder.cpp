@@ -74,7 +74,6 @@ struct ConverterDecoder::Cursor
     // where text seems to go on and before the last nine bytes.
     void takeNoise()
     {
-        constexpr quint64 kHighBits = 0x8080808080808080U;
         while (end - in >= 10) {
             const auto first = qFromLittleEndian<quint64>(in);
             const auto second = qFromLittleEndian<quint64>(in + 1);
