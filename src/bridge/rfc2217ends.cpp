@@ -3,6 +3,7 @@
 #include "connections/connectioncontroller.h"
 #include "connections/rfc2217/rfc2217values.h"
 
+#include <QStringList>
 #include <utility>
 
 namespace {
@@ -49,9 +50,12 @@ void Rfc2217ServerEnd::receive(const QByteArray& bytes, const QString& peer, qin
     // It may have come before the bridge did.
     if (!m_clients.contains(peer))
         peerArrived(peer, nowMs);
-    Client& client = m_clients.at(peer);
-    client.waiting += bytes;
-    run(peer, client, nowMs);
+    const auto client = m_clients.find(peer);
+    if (client == m_clients.end())
+        return;
+    client->second.waiting += bytes;
+    run(peer, client->second, nowMs);
+    sweep();
     regulate();
 }
 
@@ -60,7 +64,7 @@ void Rfc2217ServerEnd::run(const QString& peer, Client& client, qint64 nowMs)
 {
     if (std::exchange(m_running, true))
         return;
-    while (client.command || !client.waiting.isEmpty()) {
+    while (!client.isGone && (client.command || !client.waiting.isEmpty())) {
         if (!client.command) {
             const Outcome outcome =
                 client.session.receive(takePiece(client.waiting), lineSettings());
@@ -167,8 +171,11 @@ void Rfc2217ServerEnd::opened(qint64 nowMs)
 
 void Rfc2217ServerEnd::closed(qint64 nowMs)
 {
-    while (!m_clients.empty())
-        peerLost(QString(m_clients.begin()->first), nowMs);
+    QStringList peers;
+    for (const auto& [peer, client] : m_clients)
+        peers.append(peer);
+    for (const QString& peer : std::as_const(peers))
+        peerLost(peer, nowMs);
     BridgeEnd::closed(nowMs);
 }
 
@@ -187,8 +194,12 @@ void Rfc2217ServerEnd::peerLost(const QString& peer, qint64 nowMs)
         return;
     if (SerialLines* lines = m_other.endpoint->serialLines(); lines && client->second.holdsBreak)
         lines->setLine(SerialLine::Break, false);
+    // What it is told may be what ends it.
+    client->second.isGone = m_running;
+    if (m_running)
+        return;
     // What it sent last is data all the same; its commands are nobody's any more.
-    while (!m_running && !client->second.waiting.isEmpty()) {
+    while (!client->second.waiting.isEmpty()) {
         const Outcome outcome =
             client->second.session.receive(takePiece(client->second.waiting), lineSettings());
         deliver(outcome.data, peer, nowMs);
@@ -215,6 +226,12 @@ void Rfc2217ServerEnd::tellModemState(const QString& peer, Client& client)
     say(peer, client.session.modemStateNotification(quint8(inputs | changed)));
 }
 
+void Rfc2217ServerEnd::sweep()
+{
+    if (!m_running)
+        std::erase_if(m_clients, [](const auto& client) { return client.second.isGone; });
+}
+
 void Rfc2217ServerEnd::regulate()
 {
     bool tooMuch = false;
@@ -236,12 +253,16 @@ void Rfc2217ServerEnd::tick(qint64 nowMs)
         if (client.command)
             run(peer, client, nowMs);
     }
+    sweep();
     if (m_pollAtMs >= 0 && nowMs >= m_pollAtMs) {
         m_pollAtMs = nowMs + kModemPollMs;
+        m_running = true;
         for (auto& [peer, client] : m_clients) {
             if (client.wantsModemState)
                 tellModemState(peer, client);
         }
+        m_running = false;
+        sweep();
     }
     regulate();
 }

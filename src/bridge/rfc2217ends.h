@@ -53,6 +53,7 @@ private:
         std::optional<quint8> inputs;   // told last; bits of NOTIFY-MODEMSTATE
         bool wantsModemState = false;
         bool holdsBreak = false;
+        bool isGone = false; // left while it was being served
     };
 
     void run(const QString& peer, Client& client, qint64 nowMs);
@@ -63,6 +64,7 @@ private:
     [[nodiscard]] quint8 inputBits() const;
     void tellModemState(const QString& peer, Client& client);
     void say(const QString& peer, const QByteArray& bytes);
+    void sweep();
     void regulate();
     [[nodiscard]] Settings lineSettings() const;
 
