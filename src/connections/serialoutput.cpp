@@ -5,6 +5,7 @@
 #include <utility>
 
 #ifdef Q_OS_UNIX
+#include <cerrno>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -27,20 +28,16 @@ qint64 driverQueue(const QSerialPort& port)
     return bytes;
 }
 
-// How many bytes the driver takes at once, when nothing waits before them: a turn of the event loop
-// later is late for a device that is asked and answers. 0 also when it fails, which QSerialPort
-// finds out by itself.
-qint64 writeAtOnce(const QSerialPort& port, const QByteArray& bytes)
-{
 #ifdef Q_OS_UNIX
-    if (port.bytesToWrite() == 0)
-        return qMax<qint64>(::write(port.handle(), bytes.constData(), size_t(bytes.size())), 0);
-#else
-    Q_UNUSED(port)
-    Q_UNUSED(bytes)
-#endif
-    return 0;
+// How many bytes the driver takes now; -1 when it fails for another reason than being full.
+qint64 writeToDriver(const QSerialPort& port, const QByteArray& bytes)
+{
+    constexpr qsizetype kMaxAtOnce = qsizetype{64} * 1024; // one turn of the event loop
+    const qint64 written =
+        ::write(port.handle(), bytes.constData(), size_t(qMin(bytes.size(), kMaxAtOnce)));
+    return written < 0 && (errno == EAGAIN || errno == EINTR) ? 0 : written;
 }
+#endif
 
 } // namespace
 
@@ -56,17 +53,57 @@ bool SerialOutput::hasRoomFor(qint64 bytes) const
     return pending + bytes <= (pending == 0 ? kMaxBoundBytes : boundBytes(m_port.baudRate()));
 }
 
-// To the driver, or behind what waits for it.
+#ifdef Q_OS_UNIX
+
+// To the driver at once, a turn of the event loop later is late for a device that is asked and
+// answers, or behind what waits for it.
+//
+// QSerialPort must not do this: it writes without asking whether there is room, and takes a full
+// driver (EAGAIN) for a device that is gone.
 bool SerialOutput::pass(const QByteArray& bytes)
 {
-    const qint64 written = writeAtOnce(m_port, bytes);
-    const qint64 rest = bytes.size() - written;
-    if (rest > 0 && m_port.write(bytes.constData() + written, rest) != rest && written == 0)
-        return false;
-    m_atOnce += written;
     m_busy.start();
+    if (!m_rest.isEmpty()) {
+        m_rest += bytes;
+        return true;
+    }
+    const qint64 written = m_port.bytesToWrite() > 0 ? -1 : writeToDriver(m_port, bytes);
+    // Whatever else is wrong QSerialPort meets as well, and finds the words for it.
+    if (written < 0)
+        return m_port.write(bytes) == bytes.size();
+    m_atOnce += written;
+    if (written < bytes.size()) {
+        m_rest = bytes.mid(written);
+        m_writable.reset(new QSocketNotifier(m_port.handle(), QSocketNotifier::Write));
+        QObject::connect(m_writable.get(), &QSocketNotifier::activated, m_writable.get(),
+            [this] { passRest(); });
+    }
     return true;
 }
+
+// The driver has room.
+void SerialOutput::passRest()
+{
+    const qint64 written = writeToDriver(m_port, m_rest);
+    if (written < 0)
+        m_port.write(std::exchange(m_rest, {}));
+    else
+        m_rest.remove(0, written);
+    if (m_rest.isEmpty())
+        m_writable.reset();
+    const auto wrote = m_wrote; // whoever hears of it may close the port for good
+    wrote();
+}
+
+#else
+
+bool SerialOutput::pass(const QByteArray& bytes)
+{
+    m_busy.start();
+    return m_port.write(bytes) == bytes.size();
+}
+
+#endif
 
 bool SerialOutput::write(const QByteArray& bytes)
 {
@@ -98,7 +135,7 @@ void SerialOutput::changeAfter(const Settings& settings)
 
 qint64 SerialOutput::ahead() const
 {
-    return m_port.bytesToWrite() + driverQueue(m_port);
+    return m_rest.size() + m_port.bytesToWrite() + driverQueue(m_port);
 }
 
 qint64 SerialOutput::pendingBytes() const
@@ -151,8 +188,8 @@ void SerialOutput::letGo()
 
 bool SerialOutput::needsPoll() const
 {
-    // QSerialPort tells of what it writes itself.
-    return !m_later.empty() || (m_told > 0 && m_port.bytesToWrite() == 0);
+    // Of what the driver takes later the owner is told.
+    return !m_later.empty() || (m_told > 0 && m_rest.isEmpty() && m_port.bytesToWrite() == 0);
 }
 
 qint64 SerialOutput::clear()
@@ -162,6 +199,8 @@ qint64 SerialOutput::clear()
     // A driver that says it has nothing may still be passing bytes on; those are on their way.
     if (m_port.isOpen() && ahead() > 0)
         m_port.clear(QSerialPort::Output);
+    m_rest.clear();
+    m_writable.reset();
     m_atOnce = 0;
     return std::exchange(m_told, 0);
 }

@@ -4,18 +4,21 @@
 
 #include <QByteArray>
 #include <QElapsedTimer>
+#include <QSocketNotifier>
 #include <deque>
+#include <functional>
 #include <memory>
 
 class QSerialPort;
 
-// What is on its way to one serial line: in QSerialPort's buffer, in the driver's queue, or waiting
-// here behind a change of the line parameters that has to come between.
+// What is on its way to one serial line: in the driver's queue, waiting for room in it, or behind a
+// change of the line parameters that has to come between.
 //
-// Data flow: write() -> (behind a change: m_later ->) QSerialPort -> driver -> line. The owner
-// calls takeLeft() and then nextChange() when QSerialPort has written and, while poll() says so,
-// every kPollMs: drivers do not tell when their queue runs empty. Bounds: hasRoomFor(). A value of
-// the SerialTransport; the port outlives it.
+// Data flow: write() -> (behind a change: m_later ->) (while the driver is full: m_rest ->) driver
+// -> line; where the system has no descriptor to write to, QSerialPort's buffer is that rest. The
+// owner calls takeLeft() and then nextChange() when it is told that more was written and, while
+// needsPoll() says so, every kPollMs: drivers do not tell when their queue runs empty. Bounds:
+// hasRoomFor(). A value of the SerialTransport; the port outlives it.
 class SerialOutput final
 {
     Q_DISABLE_COPY_MOVE(SerialOutput)
@@ -35,8 +38,10 @@ public:
     static constexpr int kTransmitterBytes = 16;
     static constexpr int kPollMs = 10;
 
-    explicit SerialOutput(QSerialPort& port)
+    // `wrote` is called when the driver took more of what waited for it, or failed to.
+    SerialOutput(QSerialPort& port, std::function<void()> wrote)
         : m_port(port)
+        , m_wrote(std::move(wrote))
     {}
     ~SerialOutput() = default;
 
@@ -73,8 +78,22 @@ private:
     [[nodiscard]] bool isQuiet() const;
     void letGo();
     bool pass(const QByteArray& bytes);
+    void passRest();
+
+    // It may be what called.
+    struct RetireNotifier
+    {
+        void operator()(QSocketNotifier* notifier) const
+        {
+            notifier->setEnabled(false);
+            notifier->deleteLater();
+        }
+    };
 
     QSerialPort& m_port;
+    const std::function<void()> m_wrote;
+    QByteArray m_rest; // within the bound; while there is one, m_writable waits for room
+    std::unique_ptr<QSocketNotifier, RetireNotifier> m_writable;
     // Its first is a change, when there is any. Bytes count within the bound, changes are at most
     // kMaxChanges and one.
     std::deque<Later> m_later;

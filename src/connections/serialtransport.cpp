@@ -31,7 +31,7 @@ QString lineName(SerialLine line)
 SerialTransport::SerialTransport()
     : Transport(connectionMode::SerialPort)
     , m_port(new QSerialPort(u"COM1"_s))
-    , m_output(*m_port)
+    , m_output(*m_port, [this] { seeToOutput(); })
     , m_ahead(std::make_unique_for_overwrite<char[]>(kReadAheadBytes))
 {
     connect(m_port, &QSerialPort::readyRead, this, [this] {
@@ -189,14 +189,14 @@ void SerialTransport::close()
     tellRefused();
     if (over())
         return;
+    if (const qint64 bytes = m_output.takeLeft(); bytes > 0)
+        Q_EMIT left(bytes, {});
+    if (over())
+        return;
     m_residue.clear();
     m_breakActive = false;
     m_phase = Phase::Closed; // from here on nobody wants to hear of errors
     m_port->setBreakEnabled(false);
-    if (const qint64 bytes = m_output.takeLeft(); bytes > 0)
-        Q_EMIT left(bytes, {});
-    if (!self)
-        return;
     if (m_output.pendingBytes() > 0) {
         m_phase = Phase::Lingering;
         m_lingerEnd.setRemainingTime(kLingerMs);
