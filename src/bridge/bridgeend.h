@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bridge/bridgestats.h"
 #include "bridge/portendpoint.h"
 #include "connections/readhold.h"
 
@@ -63,8 +64,8 @@ private:
 struct OtherEnd
 {
     PortEndpoint* endpoint = nullptr;
-    // Nothing that was received from here waits on its way there.
-    std::function<bool()> isDrained;
+    // What became of the payload that was received here.
+    std::function<BridgeCounters()> received;
     // Drops what waits on its way there, or on its way here.
     std::function<void(bool there)> discard;
 };

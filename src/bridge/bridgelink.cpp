@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr std::array kSides{BridgeSide::A, BridgeSide::B};
-
 BridgeCounters sum(BridgeCounters a, const BridgeCounters& b)
 {
     a.bytesIn += b.bytesIn;
@@ -88,7 +86,7 @@ void BridgeLink::start()
     }
     m_running = true;
     build();
-    for (const BridgeSide side : kSides)
+    for (const BridgeSide side : kBridgeSides)
         subscribe(side);
     startCapture();
     if (m_config.autoOpenPeer) {
@@ -143,7 +141,7 @@ void BridgeLink::stop()
     m_timer.stop();
     m_route->finish(nowMs());
     noteHistory();
-    for (const BridgeSide side : kSides)
+    for (const BridgeSide side : kBridgeSides)
         m_before[std::size_t(side)] =
             sum(m_before[std::size_t(side)], m_route->counters(side, nowMs()));
     m_route.reset();
@@ -161,7 +159,7 @@ std::unique_ptr<BridgeEnd> BridgeLink::makeEnd(BridgeSide side)
     if (m_config.protocol == ProtocolMode::Rfc2217Server && own.isServer() && first) {
         return std::make_unique<Rfc2217ServerEnd>(own, m_config.udpTarget,
             OtherEnd{.endpoint = &other,
-                .isDrained = [this, side] { return m_route->isIdle(side); },
+                .received = [this, side] { return m_route->counters(side, nowMs()); },
                 .discard =
                     [this, side](
                         bool there) { m_route->drop(there ? side : otherSide(side), nowMs()); }});
@@ -178,12 +176,12 @@ void BridgeLink::build()
     const qint64 now = nowMs();
     if (m_route) {
         m_route->finish(now);
-        for (const BridgeSide side : kSides)
+        for (const BridgeSide side : kBridgeSides)
             m_before[std::size_t(side)] =
                 sum(m_before[std::size_t(side)], m_route->counters(side, now));
     }
     m_route.reset();
-    for (const BridgeSide side : kSides) {
+    for (const BridgeSide side : kBridgeSides) {
         m_kinds[std::size_t(side)] = endpoint(side)->mode();
         m_ends[std::size_t(side)] = makeEnd(side);
         end(side).setDeliver(
@@ -194,7 +192,7 @@ void BridgeLink::build()
             });
     }
     m_route = makeBridgeRoute({m_ends[0].get(), m_ends[1].get()}, m_config);
-    for (const BridgeSide side : kSides) {
+    for (const BridgeSide side : kBridgeSides) {
         if (endpoint(side)->isOpen())
             end(side).opened(now);
     }
@@ -286,7 +284,7 @@ void BridgeLink::settle()
 void BridgeLink::noteHistory()
 {
     TrafficHistory::Second more;
-    for (const BridgeSide side : kSides) {
+    for (const BridgeSide side : kBridgeSides) {
         const BridgeCounters now = counters(side);
         BridgeCounters& noted = m_noted[std::size_t(side)];
         (side == BridgeSide::A ? more.aToB : more.bToA) = now.bytesOut - noted.bytesOut;
@@ -317,7 +315,7 @@ BridgeState BridgeLink::state() const
         return BridgeState::Off;
     if (!m_endpoints[0]->port() || !m_endpoints[1]->port())
         return BridgeState::Off;
-    for (const BridgeSide side : kSides) {
+    for (const BridgeSide side : kBridgeSides) {
         if (!m_route->suspension(side).isEmpty())
             return BridgeState::Suspended;
     }
@@ -351,7 +349,7 @@ QString BridgeLink::errorText() const
 {
     if (!m_running)
         return {};
-    for (const BridgeSide side : kSides) {
+    for (const BridgeSide side : kBridgeSides) {
         if (QString reason = m_route->suspension(side); !reason.isEmpty())
             return reason;
     }
@@ -402,7 +400,7 @@ void BridgeLink::resetCounters()
     m_lost = {};
     if (m_route)
         m_route->resetCounters();
-    for (const BridgeSide side : kSides)
+    for (const BridgeSide side : kBridgeSides)
         m_noted[std::size_t(side)] = counters(side);
 }
 

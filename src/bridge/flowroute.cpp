@@ -1,10 +1,6 @@
-#include "bridge/bridgeroute.h"
+#include "bridge/flowroute.h"
 
 #include <utility>
-
-namespace {
-constexpr std::array kSides{BridgeSide::A, BridgeSide::B};
-}
 
 // What a flow writes to: an end.
 class FlowRoute::Sink final : public BridgeSink
@@ -29,7 +25,7 @@ FlowRoute::FlowRoute(const Ends& ends, const BridgeConfig& config)
     : BridgeRoute(ends)
     , m_policy(config.flow.sanitized().overflowPolicy)
 {
-    for (const BridgeSide from : kSides) {
+    for (const BridgeSide from : kBridgeSides) {
         auto& sink = m_sinks[std::size_t(otherSide(from))];
         sink = std::make_unique<Sink>(end(otherSide(from)));
         BridgeFlow& out = flow(from);
@@ -57,31 +53,39 @@ void FlowRoute::received(
         return;
     }
     const qint64 room = way.flow.queue().policy().capacityBytes - way.flow.queue().queuedBytes();
-    const bool fits = way.waiting.isEmpty() && !way.feeding && payload.size() <= room;
+    const bool fits = way.waiting.empty() && !way.feeding && payload.size() <= room;
     if (fits || m_policy != OverflowPolicy::SlowSender || way.flow.isSuspended()) {
         way.flow.ingest(payload, nowMs, peer);
         return;
     }
-    way.waiting += payload;
-    way.waitingPeer = peer;
+    way.waiting.push_back({payload, peer});
+    way.waitingBytes += payload.size();
     feed(side, nowMs);
 }
 
-// Moves what waits into the flow while its queue takes more.
+// Moves what waits into the flow while its queue takes more. A stream is cut where the queue is
+// full, a datagram only if it is larger than the whole queue.
 void FlowRoute::feed(BridgeSide from, qint64 nowMs)
 {
     Direction& way = m_ways[std::size_t(from)];
-    if (way.waiting.isEmpty() || std::exchange(way.feeding, true))
+    if (way.waiting.empty() || std::exchange(way.feeding, true))
         return;
     const BridgeEgressQueue& queue = way.flow.queue();
-    qsizetype taken = 0;
-    while (taken < way.waiting.size() && !(queue.isThrottling() && !way.flow.isSuspended())) {
-        const qint64 room = queue.policy().capacityBytes - queue.queuedBytes();
-        const qsizetype length = qBound<qsizetype>(1, room, way.waiting.size() - taken);
-        way.flow.ingest(way.waiting.mid(taken, length), nowMs, way.waitingPeer);
-        taken += length;
+    const qint64 capacity = queue.policy().capacityBytes;
+    const bool datagrams = connectionModeIsUdp(end(from).endpoint().mode());
+    while (!way.waiting.empty() && !(queue.isThrottling() && !way.flow.isSuspended())) {
+        Piece& next = way.waiting.front();
+        const qint64 room = capacity - queue.queuedBytes();
+        const bool whole = datagrams && next.bytes.size() <= capacity && !way.flow.isSuspended();
+        if (whole && next.bytes.size() > room)
+            break;
+        const Piece part{next.bytes.left(qMax<qint64>(1, room)), next.peer};
+        next.bytes.remove(0, part.bytes.size());
+        if (next.bytes.isEmpty())
+            way.waiting.pop_front();
+        way.waitingBytes -= part.bytes.size();
+        way.flow.ingest(part.bytes, nowMs, part.peer);
     }
-    way.waiting.remove(0, taken);
     way.feeding = false;
     regulate(from);
 }
@@ -89,7 +93,7 @@ void FlowRoute::feed(BridgeSide from, qint64 nowMs)
 void FlowRoute::regulate(BridgeSide from)
 {
     const Direction& way = m_ways[std::size_t(from)];
-    end(from).hold(way.flow.isSourceThrottled() || !way.waiting.isEmpty());
+    end(from).hold(way.flow.isSourceThrottled() || !way.waiting.empty());
 }
 
 void FlowRoute::drained(BridgeSide side, qint64 nowMs)
@@ -102,7 +106,8 @@ void FlowRoute::giveUp(BridgeSide from, qint64 nowMs)
 {
     Direction& way = m_ways[std::size_t(from)];
     way.flow.giveUp(nowMs);
-    way.flow.discard(std::exchange(way.waiting, {}).size());
+    way.waiting.clear();
+    way.flow.discard(std::exchange(way.waitingBytes, 0));
     regulate(from);
 }
 
@@ -116,7 +121,7 @@ void FlowRoute::peerLost(BridgeSide /*side*/, const QString& /*peer*/, qint64 /*
 
 void FlowRoute::tick(qint64 nowMs)
 {
-    for (const BridgeSide from : kSides) {
+    for (const BridgeSide from : kBridgeSides) {
         flow(from).tick(nowMs);
         feed(from, nowMs);
     }
@@ -131,7 +136,7 @@ int FlowRoute::nextTimeoutMs(qint64 nowMs) const
 
 void FlowRoute::finish(qint64 nowMs)
 {
-    for (const BridgeSide from : kSides) {
+    for (const BridgeSide from : kBridgeSides) {
         feed(from, nowMs);
         flow(from).finish(nowMs);
         giveUp(from, nowMs);
@@ -141,7 +146,7 @@ void FlowRoute::finish(qint64 nowMs)
 BridgeCounters FlowRoute::counters(BridgeSide from, qint64 nowMs) const
 {
     const BridgeFlowStats& stats = flow(from).stats();
-    const qsizetype waiting = m_ways[std::size_t(from)].waiting.size();
+    const qint64 waiting = m_ways[std::size_t(from)].waitingBytes;
     return {.bytesIn = stats.bytesIn + waiting,
         .bytesOut = stats.bytesOut,
         .framesOut = stats.framesOut,
@@ -159,11 +164,6 @@ void FlowRoute::resetCounters()
         way.flow.resetStats();
 }
 
-bool FlowRoute::isIdle(BridgeSide from) const
-{
-    return flow(from).isIdle() && m_ways[std::size_t(from)].waiting.isEmpty();
-}
-
 void FlowRoute::drop(BridgeSide from, qint64 nowMs)
 {
     giveUp(from, nowMs);
@@ -176,7 +176,7 @@ QString FlowRoute::suspension(BridgeSide from) const
 
 void FlowRoute::resume(qint64 nowMs)
 {
-    for (const BridgeSide from : kSides) {
+    for (const BridgeSide from : kBridgeSides) {
         flow(from).resume(nowMs);
         feed(from, nowMs);
     }

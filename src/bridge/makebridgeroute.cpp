@@ -1,4 +1,6 @@
-#include "bridge/bridgeroute.h"
+#include "bridge/bridgeconfig.h"
+#include "bridge/flowroute.h"
+#include "bridge/modbusroute.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
-#include "bridge/bridgeroute.h"
+#include "bridge/modbusroute.h"
+
 #include "bridge/engine/modbuspdu.h"
 
 #include <QDateTime>

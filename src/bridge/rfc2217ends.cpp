@@ -84,9 +84,12 @@ bool Rfc2217ServerEnd::mayCommand(qint64 nowMs)
     if (!m_other.endpoint->isOpen())
         return true;
     const qint64 pending = m_other.endpoint->pendingBytes();
-    if (pending < std::exchange(m_pending, pending) || m_movedMs == 0)
+    const BridgeCounters data = m_other.received();
+    // Not how full the port is: it is filled again from what waits behind it.
+    const qint64 leftBytes = data.bytesOut - pending;
+    if (leftBytes > std::exchange(m_leftBytes, leftBytes) || m_movedMs == 0)
         m_movedMs = nowMs;
-    const bool left = m_other.isDrained() && pending == 0;
+    const bool left = data.queuedBytes == 0 && pending == 0;
     const bool stuck = nowMs - m_movedMs >= kStuckMs;
     if (left || stuck)
         m_movedMs = 0;
@@ -240,7 +243,8 @@ void Rfc2217ServerEnd::regulate()
         tooMuch = tooMuch || client.waiting.size() > kMaxWaitingBytes;
         polls = polls || client.wantsModemState;
     }
-    hold(tooMuch);
+    if (LivePort* port = endpoint().port(); port && tooMuch != bool(m_hold))
+        m_hold = tooMuch ? port->controller().holdReading() : ReadHold();
     if (!polls)
         m_pollAtMs = -1;
     else if (m_pollAtMs < 0)

@@ -71,8 +71,9 @@ private:
     OtherEnd m_other;
     std::map<QString, Client> m_clients; // by peer key
     qint64 m_pollAtMs = -1;              // of the inputs; -1 while nobody wants them
-    qint64 m_pending = 0;                // of the other port, when it was looked at last
-    qint64 m_movedMs = 0;                // when that became less
+    qint64 m_leftBytes = 0;              // the other port, when it was looked at last
+    qint64 m_movedMs = 0;                // when that became more; 0 while nothing is waited for
+    ReadHold m_hold;                     // while commands hold up more than may wait
     bool m_running = false;
 };
 

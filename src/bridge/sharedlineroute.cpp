@@ -1,4 +1,7 @@
-#include "bridge/bridgeroute.h"
+#include "bridge/sharedlineroute.h"
+
+#include "bridge/bridgeconfig.h"
+#include "bridge/engine/bridgeflow.h"
 
 SharedLineRoute::SharedLineRoute(const Ends& ends, BridgeSide clients)
     : BridgeRoute(ends)
@@ -81,12 +84,6 @@ void SharedLineRoute::resetCounters()
     m_toClients = {};
     m_unanswered = 0;
     m_droppedRequests = 0;
-}
-
-bool SharedLineRoute::isIdle(BridgeSide from) const
-{
-    return !isClients(from)
-           || (arbiter().queuedBytes() == 0 && arbiter().heldBytes() == 0 && !m_sending);
 }
 
 const BridgeRoute::Turns* SharedLineRoute::turns() const

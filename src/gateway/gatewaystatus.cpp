@@ -1,5 +1,6 @@
 #include "gateway/gatewaystatus.h"
 
+#include "bridge/modbusstatistics.h"
 #include "connections/transport.h"
 #include "gateway/gateway.h"
 #include "settings/connectionmode.h"

@@ -2,6 +2,7 @@
 // that are shown of a bridge.
 #include "bridge/bridgecodec.h"
 #include "bridge/bridgemanager.h"
+#include "bridge/modbusstatistics.h"
 #include "connections/systemportcatalog.h"
 
 #include <QSettings>

@@ -1,14 +1,18 @@
 // Bridges between live ports: a serial device on a virtual cable, and real network clients.
 #include "bridge/bridgemanager.h"
 #include "bridge/engine/modbusgateway.h"
+#include "bridge/modbusstatistics.h"
+#include "bridge/rfc2217ends.h"
 #include "connections/connectioncontroller.h"
 #include "connections/rfc2217/rfc2217codec.h"
 #include "connections/rfc2217/rfc2217values.h"
 #include "connections/systemportcatalog.h"
 #include "support/nullmodem.h"
 #include "support/tcppeer.h"
+#include "support/udppeer.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QSerialPort>
 #include <QTemporaryDir>
@@ -106,6 +110,9 @@ private Q_SLOTS:
     void modbusGateway();
     void modbusWithoutALine();
     void rfc2217Server();
+    void commandsWaitForASlowLine();
+    void rfc2217FloodIsHeldBack();
+    void datagramsStayWhole();
     void rfc2217Both();
     void captureTellsAll();
     void portThatIsDestroyed();
@@ -409,6 +416,85 @@ void TestBridges::rfc2217Server()
     QTRY_VERIFY(rig.cable.breakSeenBy(NullModem::End::B).active);
     rig.clients.reset(client);
     QTRY_VERIFY(!rig.cable.breakSeenBy(NullModem::End::B).active);
+}
+
+// A line that moves is not a stuck one, however long the data takes: the edge waits for its place.
+void TestBridges::commandsWaitForASlowLine()
+{
+    Rig rig;
+    rig.config.protocol = ProtocolMode::Rfc2217Server;
+    QVERIFY(rig.start());
+    const int client = rig.client();
+    rig.cable.setFlowing(false);
+    const QByteArray data(180'000, 'x');
+    QVERIFY(rig.cable.dtr(NullModem::End::A));
+    rig.clients.send(
+        data + command(Rfc2217::SetControl, QByteArray(1, char(Rfc2217::DtrOff))), client);
+    QTRY_COMPARE(rig.toDevice().bytesIn, data.size());
+    // Some thousand bytes at a time, for longer than what makes a line count as stuck.
+    QElapsedTimer slow;
+    slow.start();
+    while (slow.elapsed() < 2 * Rfc2217ServerEnd::kStuckMs) {
+        rig.cable.setFlowing(true);
+        rig.cable.setFlowing(false);
+        QTest::qWait(100);
+        QVERIFY2(rig.atDevice.size() < data.size(), "the line is too fast for this");
+        QVERIFY2(rig.cable.dtr(NullModem::End::A), "the edge came before the data");
+    }
+    rig.cable.setFlowing(true);
+    QTRY_VERIFY(!rig.cable.dtr(NullModem::End::A));
+    QCOMPARE(rig.atDevice.size(), data.size());
+}
+
+// Two reasons to hold one server, the full queue and commands that wait: the end of one of them is
+// not the end of the other.
+void TestBridges::rfc2217FloodIsHeldBack()
+{
+    Rig rig;
+    rig.config.protocol = ProtocolMode::Rfc2217Server;
+    rig.config.flow.floodGuardEnabled = false;
+    QVERIFY(rig.start());
+    const int other = rig.client();
+    const int client = rig.client();
+    rig.cable.setFlowing(false);
+    const QByteArray block(qsizetype{24} * 1024 * 1024, 'x');
+    rig.clients.send(block, client);
+    QTRY_VERIFY(rig.server.transport()->isReadingHeld());
+    rig.clients.reset(other);
+    QTRY_COMPARE(rig.server.transport()->peers().size(), 1);
+    QVERIFY(rig.server.transport()->isReadingHeld());
+    QVERIFY(rig.toDevice().queuedBytes < block.size());
+    rig.cable.setFlowing(true);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.atDevice.size(), block.size(), 30'000);
+    QCOMPARE(rig.toDevice().missing(), 0);
+}
+
+// Datagrams that wait for a slow line are frames still, each for itself. Their turn of the event
+// loop fills a driver that had room when it began: that is a full line, and not a lost one.
+void TestBridges::datagramsStayWhole()
+{
+    Rig rig;
+    Settings udp;
+    udp.connMode = connectionMode::UdpServer;
+    udp.udpServerPort = 0;
+    rig.server.setSettings(udp, LivePort::Origin::Program);
+    rig.config.flow.capacityBytes = 3000;
+    rig.config.flow.highWaterBytes = 2900;
+    rig.config.flow.lowWaterBytes = 1000;
+    rig.config.flow.sinkCeilingBytes = 1;
+    QVERIFY(rig.start());
+    rig.cable.setFlowing(false);
+    UdpPeer peer;
+    constexpr int kDatagrams = 60;
+    constexpr int kSize = 1100; // no multiple fills the queue
+    for (int i = 0; i < kDatagrams; ++i)
+        QVERIFY(
+            peer.sendTo(rig.server.controller().udpLocalPort(), QByteArray(kSize, char('0' + i))));
+    QTRY_VERIFY(rig.toDevice().queuedBytes > 0);
+    rig.cable.setFlowing(true);
+    QTRY_COMPARE(rig.atDevice.size(), kDatagrams * kSize);
+    QCOMPARE(rig.toDevice().framesOut, kDatagrams);
+    QCOMPARE(rig.toDevice().missing(), 0);
 }
 
 // This program at both ends: a device server, and a local pane that uses it.
