@@ -55,12 +55,22 @@ void FlowRoute::received(
     const qint64 room = way.flow.queue().policy().capacityBytes - way.flow.queue().queuedBytes();
     const bool fits = way.waiting.empty() && !way.feeding && payload.size() <= room;
     if (fits || m_policy != OverflowPolicy::SlowSender || way.flow.isSuspended()) {
-        way.flow.ingest(payload, nowMs, peer);
+        ingest(way, {payload, peer}, nowMs);
         return;
     }
     way.waiting.push_back({payload, peer});
     way.waitingBytes += payload.size();
     feed(side, nowMs);
+}
+
+// A flow that is suspended, or becomes so with these bytes, counts them as discarded only. Received
+// they were all the same.
+void FlowRoute::ingest(Direction& way, const Piece& piece, qint64 nowMs)
+{
+    const qint64 handled = way.flow.stats().bytesIn;
+    way.flow.ingest(piece.bytes, nowMs, piece.peer);
+    if (way.flow.stats().bytesIn == handled)
+        way.unhandledBytes += piece.bytes.size();
 }
 
 // Moves what waits into the flow while its queue takes more. A stream is cut where the queue is
@@ -84,7 +94,7 @@ void FlowRoute::feed(BridgeSide from, qint64 nowMs)
         if (next.bytes.isEmpty())
             way.waiting.pop_front();
         way.waitingBytes -= part.bytes.size();
-        way.flow.ingest(part.bytes, nowMs, part.peer);
+        ingest(way, part, nowMs);
     }
     way.feeding = false;
     regulate(from);
@@ -146,8 +156,9 @@ void FlowRoute::finish(qint64 nowMs)
 BridgeCounters FlowRoute::counters(BridgeSide from, qint64 nowMs) const
 {
     const BridgeFlowStats& stats = flow(from).stats();
-    const qint64 waiting = m_ways[std::size_t(from)].waitingBytes;
-    return {.bytesIn = stats.bytesIn + waiting,
+    const Direction& way = m_ways[std::size_t(from)];
+    const qint64 waiting = way.waitingBytes;
+    return {.bytesIn = stats.bytesIn + way.unhandledBytes + waiting,
         .bytesOut = stats.bytesOut,
         .framesOut = stats.framesOut,
         .queuedBytes = stats.queuedBytes + flow(from).framer().bufferedBytes() + waiting,
@@ -160,8 +171,10 @@ BridgeCounters FlowRoute::counters(BridgeSide from, qint64 nowMs) const
 
 void FlowRoute::resetCounters()
 {
-    for (Direction& way : m_ways)
+    for (Direction& way : m_ways) {
         way.flow.resetStats();
+        way.unhandledBytes = 0;
+    }
 }
 
 void FlowRoute::drop(BridgeSide from, qint64 nowMs)

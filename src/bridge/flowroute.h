@@ -48,6 +48,7 @@ private:
         BridgeFlow flow;
         std::deque<Piece> waiting; // behind what the queue holds
         qint64 waitingBytes = 0;   // in all of them
+        qint64 unhandledBytes = 0; // received while the flow was suspended
         bool feeding = false;
     };
 
@@ -56,6 +57,7 @@ private:
     {
         return m_ways[std::size_t(from)].flow;
     }
+    static void ingest(Direction& way, const Piece& piece, qint64 nowMs);
     void feed(BridgeSide from, qint64 nowMs);
     void regulate(BridgeSide from);
     void giveUp(BridgeSide from, qint64 nowMs);

@@ -271,6 +271,12 @@ void TestBridges::cableLoopIsStopped()
     QTRY_COMPARE(link.state(), BridgeState::Suspended);
     QCOMPARE(link.errorText(), u"Flood guard tripped (possible cable loop)"_s);
     QVERIFY(bridges.badgeTextForPort(0).contains(u"Suspended"_s));
+    // What comes now does not pass, and is no secret either.
+    QVERIFY(b.sendBytes("still going"));
+    QTRY_VERIFY(a.receivedBytes() > 0 && link.counters(BridgeSide::A).discardedBytes > 0);
+    const BridgeCounters counters = link.counters(BridgeSide::A);
+    QCOMPARE(counters.bytesIn, a.receivedBytes());
+    QCOMPARE(counters.bytesIn, counters.bytesOut + counters.queuedBytes + counters.missing());
     link.resume();
     QVERIFY(link.state() != BridgeState::Suspended);
 }
