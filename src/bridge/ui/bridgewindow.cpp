@@ -26,7 +26,7 @@ enum Column : int { State, Name, Ports, Forth, Back, Missing, Picture };
 
 constexpr int kMargin = 16;
 constexpr int kGap = 8;
-constexpr int kWidth = 960;
+constexpr int kWidthInDigits = 120;
 constexpr int kHeight = 560;
 constexpr int kDetailLines = 6;
 constexpr int kMsPerSecond = 1000;
@@ -135,10 +135,13 @@ void BridgeWindow::build()
     m_list->setAllColumnsShowFocus(true);
     m_list->setHeaderLabels({tr("State"), tr("Name"), tr("Ports"), tr("A to B"), tr("B to A"),
         tr("Missing"), tr("Last two minutes")});
-    const int character = fontMetrics().averageCharWidth();
-    const std::array widths{18, 18, 48, 11, 11, 11};
+    // Of a digit: the average of a font with Chinese characters is twice as wide.
+    const int character = fontMetrics().horizontalAdvance(u'0');
+    const std::array widths{13, 14, 0, 10, 10, 10, 20};
     for (std::size_t column = 0; column < widths.size(); ++column)
         m_list->setColumnWidth(int(column), widths[column] * character);
+    m_list->header()->setStretchLastSection(false);
+    m_list->header()->setSectionResizeMode(Ports, QHeaderView::Stretch);
     m_details->setObjectName("details"_L1);
     m_details->setWordWrap(true);
     m_details->setTextFormat(Qt::PlainText);
@@ -170,7 +173,7 @@ void BridgeWindow::build()
     layout->addWidget(splitter, 1);
     layout->addWidget(m_details);
     layout->addLayout(buttons);
-    resize(kWidth, kHeight);
+    resize(kWidthInDigits * fontMetrics().horizontalAdvance(u'0'), kHeight);
 
     connect(add, &QPushButton::clicked, this, &BridgeWindow::add);
     connect(m_edit, &QPushButton::clicked, this, &BridgeWindow::edit);

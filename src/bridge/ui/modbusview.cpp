@@ -195,7 +195,8 @@ ModbusView::ModbusView(QWidget* parent)
     m_table->setTabKeyNavigation(false);
     m_table->setWordWrap(false);
     m_table->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + kGap);
-    const int character = fontMetrics().averageCharWidth();
+    // Of a digit: the average of a font with Chinese characters is twice as wide.
+    const int character = fontMetrics().horizontalAdvance(u'0');
     const std::array widths{28, 22, 6, 26, 12, 22, 10};
     for (std::size_t column = 0; column < widths.size(); ++column)
         m_table->setColumnWidth(int(column), widths[column] * character);
