@@ -4303,6 +4303,22 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
         <source>H&amp;istory</source>
         <translation>历史(&amp;I)</translation>
     </message>
+    <message>
+        <source>Bytes to send</source>
+        <translation>待发送字节数</translation>
+    </message>
+    <message>
+        <source>What is marked is no hexadecimal digit: it is sent as 0 or, at the end, dropped</source>
+        <translation>标出的字符不是十六进制数字：按 0 发送，位于末尾时则丢弃</translation>
+    </message>
+    <message>
+        <source>%1 B</source>
+        <translation>%1 B</translation>
+    </message>
+    <message>
+        <source>Bytes that go out with Send, line ending and checksum included: %1</source>
+        <translation>按“发送”后发出的字节数（含行尾和校验和）：%1</translation>
+    </message>
 </context>
 <context>
     <name>SendModes</name>

@@ -1,6 +1,9 @@
 #include "terminal/pane/sendeditor.h"
 
+#include "terminal/format/messagecodec.h"
+#include "terminal/format/sendmodes.h"
 #include "terminal/pane/elidedcombobox.h"
+#include "terminal/pane/hexmarks.h"
 
 #include <QAbstractItemView>
 #include <QHBoxLayout>
@@ -13,6 +16,8 @@
 
 #include <algorithm>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 constexpr int kBarSpacing = 8;
@@ -20,6 +25,9 @@ constexpr int kLeastHistory = 8; // characters
 // Two lines of the message are seen at least; of one that is magnified for a room to read no more
 // than these lines of the interface, or one.
 constexpr int kLeastLines = 6;
+// Messages up to this many characters are counted with every key, longer ones after a pause.
+constexpr int kCountedAtOnce = 16 * 1024;
+constexpr int kCountPauseMs = 250;
 
 // A style makes buttons wider than their text needs, which a narrow pane has no room for.
 void letShrink(QPushButton& button)
@@ -33,9 +41,11 @@ void letShrink(QPushButton& button)
 SendEditor::SendEditor(QWidget* parent)
     : QWidget(parent)
     , m_editor(new QPlainTextEdit(this))
+    , m_marks(new HexMarks(m_editor))
     , m_historyLabel(new QLabel(tr("H&istory"), this))
     , m_history(new ElidedComboBox(this))
     , m_clearHistory(new QPushButton(tr("Clear History"), this))
+    , m_count(new QLabel(this))
     , m_send(new QPushButton(tr("&Send"), this))
 {
     m_editor->setPlaceholderText(tr("Type a message; Ctrl+Enter sends it"));
@@ -49,9 +59,15 @@ SendEditor::SendEditor(QWidget* parent)
     m_history->setPlaceholderText(tr("Nothing sent yet"));
     m_history->setMinimumContentsLength(kLeastHistory);
     m_clearHistory->setToolTip(tr("Empty the message and the list of messages sent before"));
+    m_count->setObjectName("sendCount"_L1);
+    m_count->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    m_count->setAccessibleName(tr("Bytes to send"));
     m_send->setToolTip(tr("Send the message (Ctrl+Enter)"));
     buildLayout();
 
+    m_countTimer.setSingleShot(true);
+    connect(&m_countTimer, &QTimer::timeout, this, &SendEditor::showCount);
+    connect(m_editor, &QPlainTextEdit::textChanged, this, &SendEditor::countSoon);
     m_history->view()->installEventFilter(this);
     connect(m_history, &QComboBox::activated, this,
         [this](int index) { setText(m_listed.entryAt(index)); });
@@ -70,6 +86,7 @@ void SendEditor::buildLayout()
     bar->addWidget(m_historyLabel);
     bar->addWidget(m_history, 1);
     bar->addWidget(m_clearHistory);
+    bar->addWidget(m_count);
     bar->addWidget(m_send);
     fitBar();
 
@@ -90,6 +107,8 @@ void SendEditor::fitBar()
     m_history->setMinimumWidth(kLeastHistory * fontMetrics().horizontalAdvance(u'0'));
     letShrink(*m_clearHistory);
     letShrink(*m_send);
+    // The button stays where it is while a message of usual length is typed.
+    m_count->setMinimumWidth(m_count->fontMetrics().horizontalAdvance(tr("%1 B").arg(999)));
 }
 
 void SendEditor::changeEvent(QEvent* event)
@@ -191,4 +210,46 @@ void SendEditor::showHistory()
 void SendEditor::focusEditor()
 {
     m_editor->setFocus();
+}
+
+void SendEditor::setFormat(const FormatSetting& format)
+{
+    m_format = format;
+    const bool hexadecimal = format.sendMsgFormat == int(MessageFormat::Hexadecimal);
+    QTextDocument* marked = hexadecimal ? m_editor->document() : nullptr;
+    if (m_marks->document() != marked)
+        m_marks->setDocument(marked);
+    m_editor->setToolTip(
+        hexadecimal
+            ? tr("What is marked is no hexadecimal digit: it is sent as 0 or, at the end, dropped")
+            : QString());
+    countSoon();
+}
+
+void SendEditor::countSoon()
+{
+    const int characters = m_editor->document()->characterCount();
+    if (characters <= kCountedAtOnce) {
+        m_countTimer.stop();
+        showCount();
+        return;
+    }
+    m_count->setText(u"\u2026"_s);
+    m_count->setToolTip({});
+    m_countTimer.start(kCountPauseMs);
+}
+
+// The very bytes that would be sent, so that the number cannot differ from what goes out.
+void SendEditor::showCount()
+{
+    const bool hexadecimal = m_format.sendMsgFormat == int(MessageFormat::Hexadecimal);
+    const EncodeSendResult message = MessageCodec::encodeSend(text(), hexadecimal, m_format);
+    const QString number = locale().toString(message.bytes.size());
+    m_count->setText(tr("%1 B").arg(number));
+    const QString told =
+        message.ok
+            ? tr("Bytes that go out with Send, line ending and checksum included: %1").arg(number)
+            : message.error;
+    m_count->setToolTip(told);
+    m_count->setAccessibleDescription(told);
 }

@@ -266,6 +266,7 @@ void SerialPortWidget::applyFormat()
     m_view->receiveView().setWrapAtBlanks(
         format.receiveMsgFormat == int(MessageFormat::Hexadecimal));
     m_view->sendEditor().setDisplayFont(font);
+    m_view->sendEditor().setFormat(formatSetting());
     m_view->controlLineRow().setVisible(format.showControlLineLeds);
     m_repeat.setInterval(format.sendInterval, format.sendTimeUnit);
     m_repeat.setEnabled(format.autoSend);

@@ -4,6 +4,7 @@
 #include "support/nullmodem.h"
 #include "support/simulateddevice.h"
 #include "support/tcppeer.h"
+#include "terminal/format/sendmodes.h"
 #include "terminal/pane/connectionpanel.h"
 #include "terminal/pane/hostbox.h"
 #include "terminal/pane/noticebar.h"
@@ -15,12 +16,14 @@
 
 #include <QAbstractItemView>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSerialPort>
 #include <QStandardPaths>
 #include <QTest>
+#include <QTextBlock>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -81,6 +84,10 @@ private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void talksToADevice();
     void sendsFromTheEditor();
+    void bytesAreCountedBeforeTheyGo_data();
+    void bytesAreCountedBeforeTheyGo();
+    void whatIsNoDigitIsMarked();
+    void longMessagesAreCountedInAPause();
     void devicePulledAndPluggedBack();
     void devicePulledForGood();
     void wrongPortIsNamed();
@@ -150,6 +157,82 @@ void TestSerialPortWidget::sendsFromTheEditor()
     QCOMPARE(bench.pane.formatSetting().sendList, (QStringList{u"AT"_s, u"ATE0"_s}));
     QVERIFY(!changed.isEmpty());
     QCOMPARE(bench.editor.text(), u"AT"_s);
+}
+
+void TestSerialPortWidget::bytesAreCountedBeforeTheyGo_data()
+{
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<int>("format");
+    QTest::addColumn<int>("ending");
+    QTest::addColumn<int>("checksum");
+    QTest::addColumn<int>("bytes");
+    const int hex = int(MessageFormat::Hexadecimal);
+    const int text = int(MessageFormat::Text);
+    QTest::newRow("hexadecimal") << u"01 0g 2 // 55"_s << hex << 0 << 0 << 3;
+    QTest::newRow("with its checksum") << u"01 03"_s << hex << 0 << 4 << 4;
+    QTest::newRow("text") << u"caf\u00E9"_s << text << 0 << 0 << 5;
+    QTest::newRow("line ending and checksum") << u"AT"_s << text << 3 << 5 << 8;
+}
+
+void TestSerialPortWidget::bytesAreCountedBeforeTheyGo()
+{
+    QFETCH(QString, message);
+    QFETCH(int, bytes);
+    SimulatedDevice device;
+    Bench bench;
+    QVERIFY(bench.pane.start(device.portName(), true));
+    const auto* count = bench.editor.findChild<QLabel*>(u"sendCount"_s);
+    bench.typeMessage(message);
+    QFETCH(int, format);
+    QFETCH(int, ending);
+    QFETCH(int, checksum);
+    bench.setFormat([=](FormatSetting& record) {
+        record.sendMsgFormat = format;
+        record.txLineEndingMode = ending;
+        record.txAutoFeedLine = ending != 0;
+        record.sendChecksum = checksum;
+    });
+    QCOMPARE(count->text(), u"%1 B"_s.arg(bytes));
+    bench.sendMessage(message);
+    QCOMPARE(bench.pane.sentBytes(), bytes);
+}
+
+void TestSerialPortWidget::whatIsNoDigitIsMarked()
+{
+    Bench bench;
+    auto* editor = bench.editor.findChild<QPlainTextEdit*>();
+    const auto marks = [editor](int line) {
+        QStringList marked;
+        const QTextBlock block = editor->document()->findBlockByNumber(line);
+        for (const auto& range : block.layout()->formats())
+            marked += block.text().mid(range.start, range.length);
+        return marked;
+    };
+    bench.typeMessage(u"01 0g 02\n3 4"_s);
+    QCOMPARE(marks(0), QStringList());
+    const auto setFormat = [&bench](MessageFormat to) {
+        bench.setFormat([to](FormatSetting& format) { format.sendMsgFormat = int(to); });
+    };
+    setFormat(MessageFormat::Hexadecimal);
+    QTRY_COMPARE(marks(0), QStringList{u"g"_s});
+    QCOMPARE(marks(1), (QStringList{u"3"_s, u"4"_s})); // the line break takes the first
+    editor->moveCursor(QTextCursor::Start);
+    QTest::keyClicks(editor, u"//"_s);
+    QCOMPARE(marks(0) + marks(1), QStringList());
+    editor->undo();
+    setFormat(MessageFormat::Text);
+    QCOMPARE(marks(0) + marks(1), QStringList());
+}
+
+void TestSerialPortWidget::longMessagesAreCountedInAPause()
+{
+    Bench bench;
+    bench.setFormat(
+        [](FormatSetting& format) { format.sendMsgFormat = int(MessageFormat::Hexadecimal); });
+    const auto* count = bench.editor.findChild<QLabel*>(u"sendCount"_s);
+    bench.typeMessage(u"0z"_s.repeated(15'000));
+    QCOMPARE(count->text(), QString(QChar(0x2026)));
+    QTRY_COMPARE(count->text(), u"%1 B"_s.arg(QLocale().toString(15'000)));
 }
 
 void TestSerialPortWidget::devicePulledAndPluggedBack()

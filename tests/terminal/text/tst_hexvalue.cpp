@@ -1,3 +1,4 @@
+#include "terminal/text/hexfaults.h"
 #include "terminal/text/hexparser.h"
 #include "terminal/text/hexvalue.h"
 
@@ -5,6 +6,24 @@
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// The text with its faults in brackets.
+QString marked(const QString& text)
+{
+    QStringList lines = text.split(u'\n');
+    HexPlace place = HexPlace::PairStart;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const HexLine line = hexFaults(lines.at(i), place, i + 1 == lines.size());
+        for (auto fault = line.faults.rbegin(); fault != line.faults.rend(); ++fault)
+            lines[i].insert(fault->begin + fault->length, u']').insert(fault->begin, u'[');
+        place = line.end;
+    }
+    return lines.join(u'\n');
+}
+
+} // namespace
 
 class TestHexValue final : public QObject
 {
@@ -17,6 +36,9 @@ private Q_SLOTS:
     void strict_data();
     void strict();
     void garbage();
+    void faults_data();
+    void faults();
+    void textWithoutFaultsReadsAsItStands();
 };
 
 void TestHexValue::lenient_data()
@@ -118,6 +140,49 @@ void TestHexValue::garbage()
         if (strict.ok)
             QCOMPARE(strict.bytes, QByteArray::fromHex(text.simplified().remove(u' ').toLatin1()));
     }
+}
+
+void TestHexValue::faults_data()
+{
+    QTest::addColumn<QString>("marks");
+    for (const QString& marks :
+        {u""_s, u"dE aD"_s, u"012[ 3]"_s, u"01 0[g] [2]"_s, u"0[x]41"_s, u"[gz] 1[ ]2[ ]"_s,
+            u"1[\t]23"_s, u"[\u4E2D]1 [\uFF11\uFF12]"_s, u"01 [/]1"_s, u"01 // any 0g text"_s,
+            u"01 [2]// lone"_s, u"01//"_s, u"01 // it\nends never 0g"_s, u"01\n"_s,
+            u"01\n[0]2[ ]34"_s, u"01 [2]\n34"_s, u"01\n//x"_s, u"01\n\n02"_s, u"01\n[ ]02"_s}) {
+        QTest::newRow(qPrintable(marks)) << marks;
+    }
+    const int most = HexLine::kMostFaults;
+    QTest::newRow("too many") << u"0[x]"_s.repeated(most - 1) + u"0["_s + u"x0"_s.repeated(50)
+                                     + u"x] 01"_s;
+}
+
+void TestHexValue::faults()
+{
+    QFETCH(QString, marks);
+    QString text = marks;
+    QCOMPARE(marked(text.remove(u'[').remove(u']')), marks);
+}
+
+void TestHexValue::textWithoutFaultsReadsAsItStands()
+{
+    QRandomGenerator random(7);
+    const QString letters = u"0123456789abcdefABCDEF    \n/g"_s;
+    int clean = 0;
+    for (int i = 0; i < 50000; ++i) {
+        QString text(random.bounded(9), u'\0');
+        for (QChar& c : text)
+            c = letters.at(random.bounded(letters.size()));
+        // Two line breaks are a byte, and have nothing to mark.
+        if (text.contains(u"\n\n"_s) || marked(text) != text)
+            continue;
+        ++clean;
+        const QString read = text.left(text.indexOf(u"//"_s));
+        const HexParseResult strict = parseHex(read);
+        QVERIFY2(strict.ok, qPrintable(text));
+        QCOMPARE(GetHexValue(read), strict.bytes);
+    }
+    QVERIFY(clean > 1000);
 }
 
 QTEST_GUILESS_MAIN(TestHexValue)
