@@ -1786,6 +1786,14 @@ Functions: %1</source>
         <translation>由流控驱动</translation>
     </message>
     <message>
+        <source>%1 when the port opens</source>
+        <translation>打开端口时为%1</translation>
+    </message>
+    <message>
+        <source>not known: the port does not tell</source>
+        <translation>未知：端口不报告</translation>
+    </message>
+    <message>
         <source>Break is being sent</source>
         <translation>正在发送 Break</translation>
     </message>
@@ -4662,10 +4670,6 @@ The text is kept in memory (up to %2), and recording goes on by itself as soon a
     <message>
         <source>Failed to set %1: %2</source>
         <translation>设置 %1 失败：%2</translation>
-    </message>
-    <message>
-        <source>Serial Port %1 has no control lines that can be read: %2</source>
-        <translation>串口 %1 没有可读取的控制线：%2</translation>
     </message>
     <message>
         <source>Serial Port %1: %2 received bytes were dropped because nobody read them</source>

@@ -24,6 +24,7 @@ struct Notice
     QString port;   // how the port is called; empty when the text names it or there is none
     Gravity gravity = Gravity::Info;
     int shownMs = kHintMs;
+    bool isDetail = false; // for the debug log: nothing that a person has to act on
 
     [[nodiscard]] static Notice info(const QString& text, int shownMs = kHintMs);
     [[nodiscard]] static Notice warning(const QString& text, int shownMs = kFailureMs);

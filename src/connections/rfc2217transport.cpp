@@ -411,8 +411,10 @@ ModemLines Rfc2217Transport::inputs()
 
 SerialLines::Sight Rfc2217Transport::sight() const
 {
-    if (!isOpen() || sessionState() != SessionState::ComPortActive)
+    if (!isOpen())
         return Sight::None;
+    if (sessionState() != SessionState::ComPortActive)
+        return Sight::Unknown;
     return m_session.modemState() ? Sight::All : Sight::Outputs;
 }
 

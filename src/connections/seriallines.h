@@ -24,7 +24,8 @@ class SerialLines
 public:
     // How much of the lines can be seen.
     enum class Sight {
-        None,    // closed, or the port does not tell
+        None,    // closed
+        Unknown, // open, and the port does not tell
         Outputs, // what the port has been asked for; nothing is known of its inputs
         All,
     };

@@ -94,6 +94,7 @@ void SerialTransport::setUp(const Settings& settings)
     m_rtsRequested = settings.rtsOn;
     m_breakActive = false;
     m_pinoutRefused = false;
+    m_settingUp = true;
     m_port->setReadBufferSize(isReadingHeld() ? kHeldReadBufferBytes : 0);
     applyLineParameters(settings, SerialParameters::All);
     if (open())
@@ -101,9 +102,13 @@ void SerialTransport::setUp(const Settings& settings)
     if (open())
         tell(Notice::info(tr("Serial Port %1 OPEN SUCCESS").arg(name()), Notice::kSuccessMs));
     if (open())
+        askPinout();
+    if (open())
         driveLine(SerialLine::Dtr, m_dtrRequested, true);
     if (open() && !driverOwnsRts())
         driveLine(SerialLine::Rts, m_rtsRequested, true);
+    if (self)
+        m_settingUp = false;
     if (open())
         Q_EMIT opened();
 }
@@ -422,8 +427,11 @@ bool SerialTransport::driveLine(SerialLine line, bool on, bool report)
                         : line == SerialLine::Rts ? m_port->setRequestToSend(on)
                                                   : m_port->setBreakEnabled(on);
     if (self && !driven && report) {
-        tell(Notice::warning(
-            tr("Failed to set %1: %2").arg(lineName(line), m_lastErrorText), Notice::kHintMs));
+        Notice notice = Notice::warning(
+            tr("Failed to set %1: %2").arg(lineName(line), m_lastErrorText), Notice::kHintMs);
+        // Nobody has asked a port without lines for anything but to be opened.
+        notice.isDetail = m_settingUp && m_pinoutRefused;
+        tell(notice);
     }
     return driven;
 }
@@ -433,21 +441,21 @@ bool SerialTransport::driverOwnsRts() const
     return m_port->flowControl() == QSerialPort::HardwareControl;
 }
 
+QSerialPort::PinoutSignals SerialTransport::askPinout()
+{
+    const QPointer<SerialTransport> self(this);
+    m_askingPinout = true;
+    const QSerialPort::PinoutSignals lines = m_port->pinoutSignals();
+    if (self)
+        m_askingPinout = false;
+    return lines;
+}
+
 ModemLines SerialTransport::inputs()
 {
     if (sight() != Sight::All)
         return {};
-    const QPointer<SerialTransport> self(this);
-    m_askingPinout = true;
-    const QSerialPort::PinoutSignals lines = m_port->pinoutSignals();
-    if (!self)
-        return {};
-    m_askingPinout = false;
-    if (m_pinoutRefused) {
-        tell(Notice::warning(tr("Serial Port %1 has no control lines that can be read: %2")
-                                 .arg(m_port->portName(), m_lastErrorText),
-            Notice::kHintMs));
-    }
+    const QSerialPort::PinoutSignals lines = askPinout();
     return {lines.testFlag(QSerialPort::ClearToSendSignal),
         lines.testFlag(QSerialPort::DataSetReadySignal),
         lines.testFlag(QSerialPort::DataCarrierDetectSignal),
@@ -456,7 +464,9 @@ ModemLines SerialTransport::inputs()
 
 SerialLines::Sight SerialTransport::sight() const
 {
-    return state() == State::Open && !m_pinoutRefused ? Sight::All : Sight::None;
+    if (state() != State::Open)
+        return Sight::None;
+    return m_pinoutRefused ? Sight::Unknown : Sight::All;
 }
 
 void SerialTransport::keepUnread()

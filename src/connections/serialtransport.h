@@ -63,8 +63,7 @@ public:
     Answer setLine(SerialLine line, bool on) override;
     [[nodiscard]] bool requested(SerialLine line) const override;
     [[nodiscard]] std::optional<bool> level(SerialLine line) const override;
-    // A driver that has none (a pseudo-terminal) is asked once after each opening, and a notice
-    // says so.
+    // A driver that has none (a pseudo-terminal) is asked once with each opening.
     [[nodiscard]] ModemLines inputs() override;
     [[nodiscard]] Sight sight() const override;
     bool driveLine(SerialLine line, bool on, bool report);
@@ -82,6 +81,7 @@ private:
 
     void applyLineParameters(const Settings& settings, SerialParameters which);
     void setUp(const Settings& settings);
+    QSerialPort::PinoutSignals askPinout();
     void carryOut(const Settings& settings);
     void failOpening(OpenMode how);
     [[nodiscard]] bool driverOwnsRts() const;
@@ -109,6 +109,7 @@ private:
     bool m_breakActive = false;
     bool m_toldByDriver = false; // QSerialPort is announcing bytes
     bool m_lastCall = false;     // what is waiting is handed out although reading is held
+    bool m_settingUp = false;
     bool m_askingPinout = false;
     bool m_pinoutRefused = false;
     bool m_closesWhenLost = true;

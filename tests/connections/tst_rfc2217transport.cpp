@@ -245,7 +245,7 @@ void TestRfc2217Transport::linesAnswerForTheRemote()
     Bench bench(peer.port());
     QCOMPARE(bench.link.setLine(SerialLine::Rts, true), Answer::NotOpen);
     QTRY_VERIFY(bench.link.isOpen());
-    QCOMPARE(bench.link.sight(), SerialLines::Sight::None);
+    QCOMPARE(bench.link.sight(), SerialLines::Sight::Unknown);
     QCOMPARE(bench.link.setLine(SerialLine::Dtr, false), Answer::Later);
     QCOMPARE(bench.link.setLine(SerialLine::Break, true), Answer::NotYet);
     DeviceServer server;

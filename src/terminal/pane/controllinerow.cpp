@@ -1,6 +1,5 @@
 #include "terminal/pane/controllinerow.h"
 
-#include "terminal/pane/hled.h"
 #include "terminal/pane/lampbutton.h"
 #include "terminal/port/liveport.h"
 #include "terminal/port/portlines.h"
@@ -211,36 +210,50 @@ void ControlLineRow::setBreakCaption(bool on)
 void ControlLineRow::showReport(const LineReport& report)
 {
     setBreak(report.inBreak);
-    // Requested levels are of interest before the port is open, too.
-    const Light dark{false, false, kGreen, {}};
+    using Sight = LineDriver::Sight;
+    const Light dark{false, HLed::Trust::Sure, kGreen, {}};
     if (report.hasLines) {
-        setOutput(Rts, report.rts);
-        setOutput(Dtr, report.dtr);
+        setOutput(Rts, report.rts, report.sight);
+        setOutput(Dtr, report.dtr, report.sight);
     } else {
         light(Rts, dark);
         light(Dtr, dark);
     }
+    const bool closed = !report.hasLines || report.sight == Sight::None;
+    const Light unseen =
+        closed ? dark : Light{false, HLed::Trust::Unknown, kGreen, LineDriver::unknownText()};
     const ModemLines& inputs = report.inputs;
     for (const auto& [lamp, high] : {std::pair{Cts, inputs.cts}, std::pair{Dsr, inputs.dsr},
              std::pair{Dcd, inputs.dcd}, std::pair{Ri, inputs.ri}}) {
-        const bool known = report.sight == LineDriver::Sight::All;
-        light(lamp, known ? Light{high, false, kGreen, LineDriver::levelName(high)} : dark);
+        const Light seen{high, HLed::Trust::Sure, kGreen, LineDriver::levelName(high)};
+        light(lamp, report.sight == Sight::All ? seen : unseen);
     }
 }
 
-void ControlLineRow::setOutput(Lamp lamp, LineDriver::Level level)
+// A lamp keeps the level that is asked for when nothing can be seen of the line.
+void ControlLineRow::setOutput(Lamp lamp, LineDriver::Level level, LineDriver::Sight sight)
 {
-    const bool sure = level.certainty == LineDriver::Certainty::Sure;
-    const bool low = level.certainty == LineDriver::Certainty::Requested && !level.high;
+    using Certainty = LineDriver::Certainty;
+    const bool sure = level.certainty == Certainty::Sure;
+    const bool low = level.certainty == Certainty::Requested && !level.high;
     const QColor unsure = low ? kGrey : kAmber;
-    light(lamp, {level.high, !sure, sure ? kGreen : unsure, LineDriver::stateText(level)});
+    Light shown{level.high, sure ? HLed::Trust::Sure : HLed::Trust::Tentative,
+        sure ? kGreen : unsure, LineDriver::stateText(level)};
+    if (sight == LineDriver::Sight::None) {
+        shown.trust = HLed::Trust::Waiting;
+        shown.state = LineDriver::waitingText(level);
+    } else if (sight == LineDriver::Sight::Unknown && level.certainty != Certainty::Requested) {
+        shown.trust = HLed::Trust::Unknown;
+        shown.state = LineDriver::unknownText();
+    }
+    light(lamp, shown);
 }
 
 void ControlLineRow::light(Lamp lamp, const Light& light)
 {
     HLed* led = m_cells.at(lamp).lamp;
     led->setColor(light.color);
-    led->setTentative(light.tentative);
+    led->setTrust(light.trust);
     led->turnOn(light.on);
     QWidget* told = isButton(lamp) ? m_cells.at(lamp).widget : led;
     if (told->accessibleDescription() != light.state)

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "base/clock.h"
+#include "terminal/pane/hled.h"
 #include "terminal/port/linereport.h"
 
 #include <QTimer>
 #include <QWidget>
 #include <array>
 
-class HLed;
 class LivePort;
 class QHBoxLayout;
 class QLabel;
@@ -15,6 +15,9 @@ class QLabel;
 // The row of lamps of a pane: what is sent and received, the outputs RTS and DTR, the inputs CTS,
 // DSR, DCD and RI. The send lamp and the outputs are buttons, for the mouse and for the keyboard:
 // an output is toggled, and the send lamp sends a break while it is held.
+//
+// The lamps of a closed port are not lit: an output shows what is asked for when it opens. Where a
+// port does not tell its levels the lamps say that they are not known.
 //
 // Traffic lights a lamp for kOnMs and, if there was more meanwhile, again after kOffMs, so that a
 // continuous stream blinks instead of glowing. The levels are watched only while the row is shown.
@@ -64,7 +67,7 @@ private:
     struct Light
     {
         bool on = false;
-        bool tentative = false;
+        HLed::Trust trust = HLed::Trust::Sure;
         QColor color;
         QString state; // in words
     };
@@ -82,7 +85,7 @@ private:
     void wireButtons();
     void wireBlink(Lamp lamp, Blink& blink);
     void flash(Lamp lamp, Blink& blink);
-    void setOutput(Lamp lamp, LineDriver::Level level);
+    void setOutput(Lamp lamp, LineDriver::Level level, LineDriver::Sight sight);
     void setBreak(bool on);
     void setBreakCaption(bool on);
     void light(Lamp lamp, const Light& light);

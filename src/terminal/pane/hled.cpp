@@ -11,7 +11,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qreal kCoreGap = 0.2; // between rim and core, of the lamp's diameter
+constexpr qreal kCoreGap = 0.2;   // between rim and core, of the lamp's diameter
+constexpr qreal kSignShare = 0.8; // of the lamp's diameter
+constexpr qreal kHollowRim = 1.6; // pixels
+constexpr int kFullRimAlpha = 150;
+constexpr int kRimAlpha = 110;
 
 } // namespace
 
@@ -29,9 +33,9 @@ void HLed::setColor(const QColor& color)
         update();
 }
 
-void HLed::setTentative(bool tentative)
+void HLed::setTrust(Trust trust)
 {
-    if (std::exchange(m_tentative, tentative) != tentative)
+    if (std::exchange(m_trust, trust) != trust)
         update();
 }
 
@@ -68,7 +72,7 @@ int HLed::diameter() const
 
 QBrush HLed::brush(const QRectF& disc) const
 {
-    if (!m_on) {
+    if (!isLit()) {
         QColor fill = m_color.darker(250);
         fill.setAlpha(60);
         return fill;
@@ -88,11 +92,12 @@ void HLed::paintEvent(QPaintEvent* /*event*/)
         return;
     // A lamp blinks with every line, in few pictures that are worth keeping.
     const QRgb text = palette().color(QPalette::WindowText).rgba();
-    const QString key = u"lamp %1 %2 %3 %4 %5"_s.arg(size)
+    const QString key = u"lamp %1 %2 %3 %4 %5 %6"_s.arg(size)
                             .arg(devicePixelRatioF())
                             .arg(m_color.rgba())
                             .arg(text)
-                            .arg(m_on ? 1 + int(m_tentative) : 0);
+                            .arg(m_on)
+                            .arg(int(m_trust));
     QPixmap picture;
     if (!QPixmapCache::find(key, &picture)) {
         picture = QPixmap(QSize(size, size) * devicePixelRatioF());
@@ -109,17 +114,34 @@ void HLed::draw(QPainter& painter, int size) const
 {
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF disc(1, 1, size - 2.0, size - 2.0);
-    const bool full = m_on && !m_tentative;
+    const bool full = isLit() && m_trust == Trust::Sure;
+    const bool filled = m_trust == Trust::Sure || !m_on;
     QColor rim = palette().color(QPalette::WindowText);
-    rim.setAlpha(full ? 150 : 110);
-    painter.setPen(QPen(rim, full ? 1.0 : 1.6));
-    painter.setBrush(m_on && m_tentative ? QBrush() : brush(disc));
+    rim.setAlpha(full ? kFullRimAlpha : kRimAlpha);
+    QPen pen(rim, full ? 1.0 : kHollowRim);
+    if (m_trust == Trust::Unknown)
+        pen.setDashPattern({2, 1.5});
+    painter.setPen(pen);
+    painter.setBrush(filled && m_trust != Trust::Unknown ? brush(disc) : QBrush());
     painter.drawEllipse(disc);
-    if (!m_on || !m_tentative)
-        return;
+    if (m_trust == Trust::Unknown) {
+        QFont sign = font();
+        sign.setPixelSize(std::max(qRound(disc.height() * kSignShare), 1));
+        painter.setFont(sign);
+        painter.setPen(rim);
+        painter.drawText(disc, Qt::AlignCenter, u"?"_s);
+    } else if (m_on && m_trust != Trust::Sure) {
+        drawCore(painter, disc);
+    }
+}
+
+void HLed::drawCore(QPainter& painter, const QRectF& disc) const
+{
     const qreal gap = disc.width() * kCoreGap;
     const QRectF core = disc.adjusted(gap, gap, -gap, -gap);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(brush(core));
+    if (isLit()) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(brush(core));
+    }
     painter.drawEllipse(core);
 }

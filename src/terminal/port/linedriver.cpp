@@ -39,6 +39,16 @@ QString LineDriver::stateText(Level level)
     return {};
 }
 
+QString LineDriver::waitingText(Level level)
+{
+    return tr("%1 when the port opens").arg(levelName(level.high));
+}
+
+QString LineDriver::unknownText()
+{
+    return tr("not known: the port does not tell");
+}
+
 LocalLineDriver::LocalLineDriver(ConnectionController& controller)
     : m_controller(controller)
 {}

@@ -47,6 +47,9 @@ public:
     [[nodiscard]] static QString levelName(bool high);
     // The level of an output in words.
     [[nodiscard]] static QString stateText(Level level);
+    // The same while the port is closed, and where a port does not tell.
+    [[nodiscard]] static QString waitingText(Level level);
+    [[nodiscard]] static QString unknownText();
 
     // The inputs as they are now.
     [[nodiscard]] virtual ModemLines inputs() = 0;

@@ -31,7 +31,7 @@ QList<LineMark> lineMarks(const LineReport& report)
     QList<LineMark> marks;
     if (report.inBreak)
         marks.append({kBreakName, true, true});
-    if (report.sight == LineDriver::Sight::None)
+    if (!report.isSeen())
         return marks;
     marks.append(outputMark(u"RTS"_s, report.rts));
     marks.append(outputMark(u"DTR"_s, report.dtr));
@@ -47,7 +47,7 @@ QStringList lineWords(const LineReport& report)
     QStringList words;
     if (report.inBreak)
         words.append(LineDriver::tr("Break is being sent"));
-    if (report.sight == LineDriver::Sight::None)
+    if (!report.isSeen())
         return words;
     const auto add = [&words](const QString& name, const QString& state) {
         words.append(name + u": "_s + state);

@@ -17,7 +17,12 @@ struct LineReport
     ModemLines inputs;    // with Sight::All
     bool inBreak = false; // this program holds the line in break
 
-    [[nodiscard]] bool isEmpty() const { return sight == LineDriver::Sight::None && !inBreak; }
+    // Something is known of the lines.
+    [[nodiscard]] bool isSeen() const
+    {
+        return sight == LineDriver::Sight::Outputs || sight == LineDriver::Sight::All;
+    }
+    [[nodiscard]] bool isEmpty() const { return !isSeen() && !inBreak; }
     friend bool operator==(const LineReport&, const LineReport&) = default;
 };
 

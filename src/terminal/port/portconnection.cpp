@@ -226,6 +226,10 @@ void PortConnection::setAutoReconnect(bool on)
 
 void PortConnection::onNotice(const Notice& notice)
 {
+    if (notice.isDetail) {
+        qDebug().noquote() << notice.text;
+        return;
+    }
     // Bytes that never left are told whatever else is going on.
     if (notice.shownMs == Notice::kUntilDismissed) {
         Q_EMIT noticed(notice);

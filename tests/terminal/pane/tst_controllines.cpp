@@ -13,6 +13,7 @@
 using namespace Qt::Literals::StringLiterals;
 using Certainty = LineDriver::Certainty;
 using Sight = LineDriver::Sight;
+using Trust = HLed::Trust;
 
 namespace {
 
@@ -109,12 +110,24 @@ void TestControlLines::outputLamps_data()
     QTest::addColumn<bool>("high");
     QTest::addColumn<Certainty>("certainty");
     QTest::addColumn<QColor>("color");
-    QTest::addColumn<bool>("tentative");
-    QTest::newRow("driven high") << true << Certainty::Sure << kGreen << false;
-    QTest::newRow("driven low") << false << Certainty::Sure << kGreen << false;
-    QTest::newRow("asked for high") << true << Certainty::Requested << kAmber << true;
-    QTest::newRow("asked for low") << false << Certainty::Requested << kGrey << true;
-    QTest::newRow("flow control") << true << Certainty::Automatic << kAmber << true;
+    QTest::addColumn<Sight>("sight");
+    QTest::addColumn<Trust>("trust");
+    const Sight all = Sight::All;
+    QTest::newRow("driven high") << true << Certainty::Sure << kGreen << all << Trust::Sure;
+    QTest::newRow("driven low") << false << Certainty::Sure << kGreen << all << Trust::Sure;
+    QTest::newRow("asked for high")
+        << true << Certainty::Requested << kAmber << all << Trust::Tentative;
+    QTest::newRow("asked for low")
+        << false << Certainty::Requested << kGrey << all << Trust::Tentative;
+    QTest::newRow("flow control") << true << Certainty::Automatic << kAmber << all
+                                  << Trust::Tentative;
+    QTest::newRow("still negotiating")
+        << true << Certainty::Requested << kAmber << Sight::Unknown << Trust::Tentative;
+    QTest::newRow("closed") << true << Certainty::Sure << kGreen << Sight::None << Trust::Waiting;
+    QTest::newRow("closed, of a remote")
+        << true << Certainty::Requested << kAmber << Sight::None << Trust::Waiting;
+    QTest::newRow("port without lines")
+        << true << Certainty::Sure << kGreen << Sight::Unknown << Trust::Unknown;
 }
 
 void TestControlLines::outputLamps()
@@ -122,12 +135,16 @@ void TestControlLines::outputLamps()
     QFETCH(bool, high);
     QFETCH(Certainty, certainty);
     Bench bench;
+    QFETCH(Sight, sight);
+    QFETCH(Trust, trust);
     bench.noted.level = {high, certainty};
+    bench.noted.seen = sight;
     bench.lines.refresh();
     for (const char* name : {"rtsLed", "dtrLed"}) {
         QCOMPARE(bench.lamp(name).isOn(), high);
         QTEST(bench.lamp(name).color(), "color");
-        QTEST(bench.lamp(name).isTentative(), "tentative");
+        QCOMPARE(bench.lamp(name).trust(), trust);
+        QCOMPARE(bench.lamp(name).isLit(), high && trust <= Trust::Tentative);
     }
 }
 
@@ -141,6 +158,15 @@ void TestControlLines::inputLamps()
         QCOMPARE(bench.lines.modemState(), bench.noted.lines);
         for (std::size_t lamp = 0; lamp < lamps.size(); ++lamp)
             QCOMPARE(bench.lamp(lamps.at(lamp)).isOn(), lamp == lit);
+    }
+    bench.noted.lines = {true, true, true, true};
+    for (const Sight sight : {Sight::None, Sight::Unknown, Sight::Outputs}) {
+        bench.noted.seen = sight;
+        bench.lines.refresh();
+        for (const char* name : lamps) {
+            QVERIFY(!bench.lamp(name).isLit());
+            QCOMPARE(bench.lamp(name).trust() == Trust::Unknown, sight != Sight::None);
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 // The lamps of a pane on the virtual null modem: what one end raises the other end shows, and what
 // is clicked here arrives there.
 #include "support/nullmodem.h"
+#include "support/simulateddevice.h"
 #include "terminal/pane/linestrip.h"
 #include "terminal/pane/panebench.h"
 #include "terminal/port/portlines.h"
@@ -51,6 +52,8 @@ private Q_SLOTS:
     void flowControlKeepsRts();
     void breakIsLongEnough();
     void closingEndsTheBreak();
+    void lampsGoOutWithTheDevice();
+    void portWithoutLinesShowsThemAsUnknown();
 };
 
 void TestPaneLines::inputsFollowTheOtherEnd()
@@ -148,6 +151,39 @@ void TestPaneLines::closingEndsTheBreak()
     QVERIFY(bench.open());
     QTest::mouseRelease(bench.cell("txLedCell"), Qt::LeftButton);
     QCOMPARE(bench.modem.breakSeenBy(End::B).count, 1);
+}
+
+void TestPaneLines::lampsGoOutWithTheDevice()
+{
+    Bench bench;
+    QVERIFY(bench.open());
+    bench.modem.setOutputs(End::B, true, true);
+    const std::array names{"rtsLed", "dtrLed", "ctsLed", "dsrLed", "dcdLed"};
+    const auto lit = [&bench, &names] {
+        return std::ranges::count_if(
+            names, [&](const char* name) { return bench.lamp(name).isLit(); });
+    };
+    QTRY_COMPARE(lit(), 5);
+    bench.modem.unplug(End::A);
+    QTRY_COMPARE(lit(), 0);
+    QVERIFY(bench.modem.plugBack(End::A));
+    QVERIFY(bench.open());
+    QTRY_COMPARE(lit(), 5);
+    bench.pane.stop();
+    QCOMPARE(lit(), 0);
+}
+
+void TestPaneLines::portWithoutLinesShowsThemAsUnknown()
+{
+    ShownPane bench;
+    SimulatedDevice device;
+    QVERIFY(bench.pane.start(device.portName(), true));
+    for (const char* name : {"rtsLed", "dtrLed", "ctsLed", "dsrLed", "dcdLed", "riLed"}) {
+        QVERIFY2(!bench.lamp(name).isLit(), name);
+        QCOMPARE(bench.lamp(name).trust(), HLed::Trust::Unknown);
+    }
+    QCOMPARE(bench.told.size(), 1);
+    QVERIFY(bench.wasTold(u"Serial Port %1 OPEN SUCCESS"_s.arg(device.portName())));
 }
 
 QTEST_MAIN(TestPaneLines)
