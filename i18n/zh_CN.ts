@@ -1982,6 +1982,38 @@ Functions: %1</source>
 <context>
     <name>MainActions</name>
     <message>
+        <source>G&amp;o to Port</source>
+        <translation>转到端口(&amp;O)</translation>
+    </message>
+    <message>
+        <source>&amp;Maximize Port</source>
+        <translation>最大化端口(&amp;M)</translation>
+    </message>
+    <message>
+        <source>Give all of the window to the port that has the keyboard, and back</source>
+        <translation>让当前端口占满整个窗口，再次选择则恢复</translation>
+    </message>
+    <message>
+        <source>To the &amp;Left</source>
+        <translation>左侧(&amp;L)</translation>
+    </message>
+    <message>
+        <source>To the &amp;Right</source>
+        <translation>右侧(&amp;R)</translation>
+    </message>
+    <message>
+        <source>&amp;Above</source>
+        <translation>上方(&amp;A)</translation>
+    </message>
+    <message>
+        <source>&amp;Below</source>
+        <translation>下方(&amp;B)</translation>
+    </message>
+    <message>
+        <source>Port &amp;%1</source>
+        <translation>端口 &amp;%1</translation>
+    </message>
+    <message>
         <source>&amp;Remove from List</source>
         <translation>从列表中移除(&amp;R)</translation>
     </message>

@@ -97,11 +97,34 @@ void MainActions::addViewMenu()
         {.toolTip = tr("Move the keyboard to the next port"), .key = "Ctrl+Shift+N"});
     add("acViewPreviousPort", tr("&Previous Port"),
         {.toolTip = tr("Move the keyboard to the previous port"), .key = "Ctrl+Shift+P"});
+    addGoToMenu();
+    add("acViewMaximizePort", tr("&Maximize Port"),
+        {.toolTip = tr("Give all of the window to the port that has the keyboard, and back"),
+            .key = "F11",
+            .checkable = true});
     m_menu->addSeparator();
     add("acViewQuickSettings", tr("Close &Quick Settings"),
         {.toolTip = tr("Show or hide the column of quick settings")});
     add("acViewAlwaysTop", tr("Always On &Top"),
         {.toolTip = tr("Keep the window above others"), .checkable = true});
+}
+
+void MainActions::addGoToMenu()
+{
+    QMenu* view = m_menu;
+    m_menu = view->addMenu(tr("G&o to Port"));
+    m_menu->setObjectName("menuGoToPort"_L1);
+    add("acViewPortLeft", tr("To the &Left"), {.key = "Alt+Left"});
+    add("acViewPortRight", tr("To the &Right"), {.key = "Alt+Right"});
+    add("acViewPortAbove", tr("&Above"), {.key = "Alt+Up"});
+    add("acViewPortBelow", tr("&Below"), {.key = "Alt+Down"});
+    m_menu->addSeparator();
+    for (int number = 1; number <= kNumberedPorts; ++number) {
+        const QByteArray key = "Ctrl+" + QByteArray::number(number);
+        const QByteArray name = "acViewPort" + QByteArray::number(number);
+        add(name.constData(), tr("Port &%1").arg(number), {.key = key.constData()});
+    }
+    m_menu = view;
 }
 
 void MainActions::addToolsMenu()
@@ -238,12 +261,27 @@ MainActions::RecentFiles MainActions::addRecentFiles(int count) const
     return added;
 }
 
-void MainActions::setPaneCount(int count, int maximum) const
+void MainActions::setPaneCount(int count, int maximum, int columns) const
 {
     action("acEditAdd"_L1)->setEnabled(count < maximum);
     action("acEditRemove"_L1)->setEnabled(count > 1);
     action("acViewNextPort"_L1)->setEnabled(count > 1);
     action("acViewPreviousPort"_L1)->setEnabled(count > 1);
+    action("acViewMaximizePort"_L1)->setEnabled(count > 1);
+    for (const auto name : {"acViewPortLeft"_L1, "acViewPortRight"_L1})
+        action(name)->setEnabled(columns > 1);
+    for (const auto name : {"acViewPortAbove"_L1, "acViewPortBelow"_L1})
+        action(name)->setEnabled(count > columns);
+    for (int number = 1; number <= kNumberedPorts; ++number) {
+        QAction* port = m_actions.value(u"acViewPort%1"_s.arg(number));
+        port->setEnabled(count > 1 && number <= count);
+        port->setVisible(number <= count);
+    }
+}
+
+void MainActions::setZoomed(bool zoomed) const
+{
+    action("acViewMaximizePort"_L1)->setChecked(zoomed);
 }
 
 void MainActions::setConnectionState(bool running, bool paused, bool active) const

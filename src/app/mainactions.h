@@ -57,8 +57,11 @@ public:
 
     // Start, pause and stop as the connection allows them.
     void setConnectionState(bool running, bool paused, bool active) const;
-    // Add, remove and move between ports as their number allows.
-    void setPaneCount(int count, int maximum) const;
+    static constexpr int kNumberedPorts = 9; // those that have a key of their own
+
+    // Add, remove and move between ports as their number and their columns allow.
+    void setPaneCount(int count, int maximum, int columns) const;
+    void setZoomed(bool zoomed) const;
     // The quick settings action names what triggering it does.
     void setQuickSettingsShown(bool shown) const;
 
@@ -66,6 +69,7 @@ private:
     void addFileMenu();
     void addConnectionMenu();
     void addViewMenu();
+    void addGoToMenu();
     void addToolsMenu();
     void addCloudMenu();
     void addLanguageMenu();

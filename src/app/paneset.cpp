@@ -181,8 +181,9 @@ void PaneSet::setCurrent(PaneFrame* frame)
 
 void PaneSet::focusPane(int index)
 {
-    m_frames.at(index)->takeFocus();
+    // A pane that is not in sight may come into it by becoming current.
     setCurrent(m_frames.at(index));
+    m_frames.at(index)->takeFocus();
 }
 
 void PaneSet::focusNext(int step)

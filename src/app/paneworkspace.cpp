@@ -32,6 +32,7 @@ PaneWorkspace::PaneWorkspace(SessionState& state, PaneSet& panes, PortGrid& grid
     onMode(m_actions.horizontal, 1);
     onMode(m_actions.vertical, 1);
     onMode(m_actions.grid, 2);
+    connect(&m_panes, &PaneSet::currentChanged, this, &PaneWorkspace::showZoom);
     connect(m_actions.custom, &QAction::triggered, this, &PaneWorkspace::askColumnCount);
 }
 
@@ -39,6 +40,7 @@ PaneWorkspace::~PaneWorkspace() = default;
 
 SerialPortWidget* PaneWorkspace::append()
 {
+    m_zoomed = false;
     SerialPortWidget* pane = m_panes.append();
     pane->setAutoReconnect(m_state.autoReconnect);
     pane->setQuickSettingsGroups(m_state.quickSettingsGroups());
@@ -63,6 +65,7 @@ bool PaneWorkspace::removeLast()
 {
     if (m_panes.count() < 2)
         return false;
+    m_zoomed = false;
     m_panes.removeLast();
     selectHorizontal();
     update();
@@ -81,7 +84,46 @@ void PaneWorkspace::update()
 
 void PaneWorkspace::rebuildLayout()
 {
-    m_grid.rebuild(m_panes.frames(), columnCount());
+    // What stands behind a pane that has all of the room stays as it is.
+    if (!m_zoomed)
+        m_grid.rebuild(m_panes.frames(), columnCount());
+    showZoom();
+}
+
+void PaneWorkspace::showZoom()
+{
+    m_grid.zoom(m_zoomed ? m_panes.frames().at(m_panes.currentIndex()) : nullptr);
+}
+
+void PaneWorkspace::setZoomed(bool on)
+{
+    m_zoomed = on && m_panes.count() > 1;
+    showZoom();
+    Q_EMIT arranged();
+}
+
+void PaneWorkspace::focusPane(int index)
+{
+    if (index >= 0 && index < m_panes.count())
+        m_panes.focusPane(index);
+}
+
+int PaneWorkspace::shownColumns() const
+{
+    return std::clamp(columnCount(), 1, m_panes.count());
+}
+
+void PaneWorkspace::focusBeside(int columns, int rows)
+{
+    const int wide = shownColumns();
+    const int last = m_panes.count() - 1;
+    const int column = m_panes.currentIndex() % wide + columns;
+    const int row = m_panes.currentIndex() / wide + rows;
+    if (column < 0 || column >= wide || row < 0 || row > last / wide)
+        return;
+    const int index = row * wide + column;
+    if (index <= last || rows > 0)
+        focusPane(std::min(index, last));
 }
 
 void PaneWorkspace::toggleQuickSettings()
@@ -121,6 +163,7 @@ void PaneWorkspace::apply(const SessionContents& contents)
 {
     m_state.setQuickSettingsGroups(contents.quickSettings);
     m_quickSettingsShown = contents.quickView;
+    m_zoomed = false;
     m_panes.renew(int(contents.panes.size()));
     for (int i = 0; i < m_panes.count(); ++i) {
         m_panes.panes().at(i)->setSettings(contents.panes.at(i).settings);
@@ -132,6 +175,7 @@ void PaneWorkspace::apply(const SessionContents& contents)
 
 void PaneWorkspace::reset()
 {
+    m_zoomed = false;
     m_panes.renew(1);
     arrangeNewPanes();
 }
@@ -186,12 +230,14 @@ void PaneWorkspace::setColumnCount(int columns)
 
 void PaneWorkspace::selectHorizontal()
 {
+    m_zoomed = false;
     m_mode = m_actions.horizontal;
     m_mode->setChecked(true);
 }
 
 void PaneWorkspace::choose(QAction* mode, int columns)
 {
+    m_zoomed = false;
     m_columnCount = columns;
     m_mode = mode;
     mode->setChecked(true);

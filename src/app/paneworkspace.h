@@ -51,6 +51,17 @@ public:
     // Places the panes as the view mode says, and shows in them what they share.
     void update();
     void rebuildLayout();
+    // Panes side by side, as far as there are so many.
+    [[nodiscard]] int shownColumns() const;
+    // The current pane has all of the room, whichever it is. A choice of the moment: it ends when
+    // the panes are arranged in another way, and is not stored.
+    void setZoomed(bool on);
+    [[nodiscard]] bool isZoomed() const { return m_zoomed; }
+    // Moves the keyboard to a pane, counted from 0, if there is one.
+    void focusPane(int index);
+    // The same to the pane so many columns further and so many rows below, if there is one; below a
+    // pane that has none under it is the last.
+    void focusBeside(int columns, int rows);
     [[nodiscard]] bool areQuickSettingsShown() const { return m_quickSettingsShown; }
     void toggleQuickSettings();
     void applyQuickSettingsGroups();
@@ -87,6 +98,7 @@ Q_SIGNALS:
 
 private:
     void arrangeNewPanes();
+    void showZoom();
     // Panes per row as they were asked for, 1 to 16; there may be fewer panes.
     [[nodiscard]] int columnCount() const;
     void setColumnCount(int columns);
@@ -102,4 +114,5 @@ private:
     QAction* m_mode;
     int m_columnCount = 1;
     bool m_quickSettingsShown = true;
+    bool m_zoomed = false;
 };

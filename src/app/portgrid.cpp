@@ -62,6 +62,7 @@ PortGrid::PortGrid(QWidget* parent)
 void PortGrid::rebuild(const QList<QWidget*>& panes, int wantedColumns)
 {
     QWidget* focus = window()->focusWidget();
+    zoom(nullptr);
     const int count = static_cast<int>(panes.size());
     const int columns = std::max(std::min(wantedColumns, count), 1);
     const QSize shape(columns, (count + columns - 1) / columns);
@@ -85,6 +86,25 @@ void PortGrid::rebuild(const QList<QWidget*>& panes, int wantedColumns)
     // pane.
     if (focus != nullptr && isAncestorOf(focus))
         focus->setFocus();
+}
+
+// The splitters remember the sizes of what is hidden. The pane is shown before the others go: a
+// focus that goes with them has somewhere to go.
+void PortGrid::zoom(QWidget* pane)
+{
+    if (pane == nullptr && !m_zoomed)
+        return;
+    m_zoomed = pane != nullptr;
+    if (m_zoomed) {
+        pane->parentWidget()->show();
+        pane->show();
+    }
+    for (qsizetype at = 0; at < m_rows.size(); ++at) {
+        QSplitter* row = m_rows.at(at);
+        for (int i = 0; i < row->count(); ++i)
+            row->widget(i)->setVisible(!m_zoomed || row->widget(i) == pane);
+        row->setVisible(m_zoomed ? row == pane->parentWidget() : at < m_shape.height());
+    }
 }
 
 void PortGrid::forgetSizes()

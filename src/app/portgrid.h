@@ -52,6 +52,9 @@ public:
     // Puts pane i into row i / columns at position i mod columns and shows it. Never more columns
     // than there are panes, never less than one.
     void rebuild(const QList<QWidget*>& panes, int wantedColumns);
+    // Leaves all of the room to one pane, null for all panes in their places and sizes again. The
+    // next rebuild ends it.
+    void zoom(QWidget* pane);
     // The next build shares the room equally.
     void forgetSizes();
 
@@ -68,4 +71,5 @@ private:
     QList<QSplitter*> m_rows; // kept when not needed, at most one per pane slot
     QSize m_shape;            // columns x rows of the last build
     std::map<QSplitter*, QList<int>> m_sizes;
+    bool m_zoomed = false;
 };

@@ -98,8 +98,8 @@ void MainWindowTest::menus_data()
         "Histories|Find... Ctrl+F|Add Port|Remove Port|Auto Restore Last Connection|Auto "
         "Reconnect"_s);
     row("menuView", u"&View"_s,
-        u"Horizontal|Vertical|Grid|Custom|Next Port Ctrl+Shift+N|Previous Port Ctrl+Shift+P|Close "
-        "Quick Settings|Always On Top"_s);
+        u"Horizontal|Vertical|Grid|Custom|Next Port Ctrl+Shift+N|Previous Port Ctrl+Shift+P|Go to "
+        "Port|Maximize Port F11|Close Quick Settings|Always On Top"_s);
     row("menuTools", u"&Tools"_s,
         u"Settings...|Toolbox...|ASCII Code...|Modbus Request Builder...|Bridges...|Send File... "
         "Ctrl+Shift+S|Receive File... Ctrl+Shift+R|Cancel Transfer"_s);
@@ -140,7 +140,7 @@ void MainWindowTest::unavailableActionsSayWhy()
     int unavailable = 0;
     for (const QAction* each : m_window->findChildren<QAction*>()) {
         static const QRegularExpression byState(
-            u"^(acMon.*|acFileRecent.*|acEditPause|acEditRemove|acView(Next|Previous)Port|acXfer.*)$"_s);
+            u"^(acMon.*|acFileRecent.*|acEditPause|acEditRemove|acView(Next|Previous|Maximize)Port|acViewPort.*|acXfer.*)$"_s);
         if (each->isEnabled() || !each->objectName().startsWith("ac"_L1)
             || byState.match(each->objectName()).hasMatch())
             continue;

@@ -18,6 +18,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QSpinBox>
 #include <QSplitter>
 #include <QStandardPaths>
@@ -52,6 +53,8 @@ private Q_SLOTS:
     void statusLines();
     void focusMarksOnePane();
     void keyboardMovesBetweenPanes();
+    void keysNameAPane();
+    void onePaneTakesTheWholeWindow();
     void narrowPanesShowTheTerminal();
     void manyPanesFitTheScreen();
     void sessionReplacesThePanes();
@@ -370,6 +373,111 @@ void PanesTest::keyboardMovesBetweenPanes()
     }
     trigger("acEditRemove");
     QCOMPARE(m_window->focusedPortWidget(), pane(2));
+}
+
+void PanesTest::keysNameAPane()
+{
+    // With one pane the keys are the device's.
+    auto* terminal = pane(0)->findChild<ReceiveView*>();
+    QSignalSpy typed(terminal, &ReceiveView::controlTyped);
+    terminal->setFocus();
+    const auto press = [this](Qt::Key key, Qt::KeyboardModifier modifier) {
+        QTest::keyClick(m_window->focusWidget(), key, modifier);
+        return int(m_window->livePortWidgets().indexOf(m_window->focusedPortWidget()));
+    };
+    press(Qt::Key_3, Qt::ControlModifier);
+    press(Qt::Key_Left, Qt::AltModifier);
+    press(Qt::Key_F11, Qt::NoModifier);
+    QCOMPARE(typed.size(), 3);
+    QCOMPARE(typed.first().first().toByteArray(), "\x1B"_ba);
+
+    // 0 1 / 2 3 / 4, from the terminal of each, which types nearly every key.
+    add(4);
+    trigger("acViewGrid");
+    for (SerialPortWidget* each : m_window->livePortWidgets())
+        each->findChild<ReceiveView*>()->setFocus();
+    const auto walk = [&press](std::initializer_list<Qt::Key> keys, Qt::KeyboardModifier modifier) {
+        QList<int> way;
+        for (const Qt::Key key : keys)
+            way.append(press(key, modifier));
+        return way;
+    };
+    QCOMPARE(walk({Qt::Key_2, Qt::Key_4, Qt::Key_9, Qt::Key_1}, Qt::ControlModifier),
+        (QList<int>{1, 3, 3, 0}));
+    QCOMPARE(walk({Qt::Key_Left, Qt::Key_Up, Qt::Key_Right, Qt::Key_Right, Qt::Key_Down,
+                      Qt::Key_Down, Qt::Key_Right, Qt::Key_Down, Qt::Key_Up, Qt::Key_Left},
+                 Qt::AltModifier),
+        (QList<int>{0, 0, 1, 1, 3, 4, 4, 4, 2, 2}));
+    QCOMPARE(typed.size(), 3);
+    QSignalSpy others(pane(2)->findChild<ReceiveView*>(), &ReceiveView::controlTyped);
+    // Where there is no pane to go to the keys are the device's again.
+    press(Qt::Key_7, Qt::ControlModifier);
+    trigger("acViewVertical");
+    press(Qt::Key_Left, Qt::AltModifier);
+    QCOMPARE(typed.size() + others.size(), 5);
+    QCOMPARE(walk({Qt::Key_Down, Qt::Key_Up}, Qt::AltModifier), (QList<int>{3, 2}));
+}
+
+void PanesTest::onePaneTakesTheWholeWindow()
+{
+    const auto visible = [this] {
+        QList<int> indexes;
+        for (int i = 0; i < count(); ++i) {
+            if (pane(i)->isVisible())
+                indexes.append(i);
+        }
+        return indexes;
+    };
+    const QList<int> all{0, 1, 2};
+    QVERIFY(!action("acViewMaximizePort")->isEnabled());
+    add(2);
+    trigger("acViewGrid");
+    auto* row = m_window->findChild<QSplitter*>(u"portRowSplitter0"_s);
+    row->setSizes({300, 900});
+    const QList<int> sizes = row->sizes();
+    auto* outer = m_window->findChild<QSplitter*>(u"portSplitter"_s);
+    const QWidget* room = m_window->centralWidget(); // takes that of the status bar, too
+    QTRY_COMPARE(room->geometry().bottom(), m_window->rect().bottom());
+    QTRY_COMPARE(outer->height(), room->height());
+    outer->setSizes({500, 200});
+    const QList<int> heights = outer->sizes();
+    pane(1)->focusSendEditor();
+    m_window->setWindowModified(false);
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_F11);
+    QCOMPARE(visible(), QList<int>{1});
+    QVERIFY(action("acViewMaximizePort")->isChecked());
+    QTRY_COMPARE(frame(1)->size(), room->size());
+    // Whoever goes to another pane finds that one.
+    for (const int next : {2, 0, 1}) {
+        trigger("acViewNextPort");
+        QCOMPARE(visible(), QList<int>{next});
+        QCOMPARE(m_window->focusedPortWidget(), pane(next));
+    }
+    trigger("acViewQuickSettings");
+    QCOMPARE(visible(), QList<int>{1});
+    trigger("acViewQuickSettings");
+    m_window->setWindowModified(false);
+    QTest::keyClick(m_window->focusWidget(), Qt::Key_F11);
+    QCOMPARE(visible(), all);
+    QTRY_COMPARE(row->sizes(), sizes);
+    QCOMPARE(m_window->focusedPortWidget(), pane(1));
+    QVERIFY(!m_window->isWindowModified()); // a session does not know of it
+    for (int times = 0; times < 4; ++times)
+        trigger("acViewMaximizePort");
+    QTRY_COMPARE(row->sizes(), sizes);
+    QTRY_COMPARE(outer->sizes(), heights);
+
+    // It ends when panes come, go or stand in another way.
+    trigger("acViewMaximizePort");
+    trigger("acViewHorizontal");
+    QCOMPARE(visible(), all);
+    trigger("acViewMaximizePort");
+    trigger("acEditRemove");
+    QCOMPARE(visible(), (QList<int>{0, 1}));
+    trigger("acViewMaximizePort");
+    add();
+    QCOMPARE(visible(), all);
+    QVERIFY(!action("acViewMaximizePort")->isChecked());
 }
 
 void PanesTest::narrowPanesShowTheTerminal()

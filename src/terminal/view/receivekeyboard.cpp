@@ -120,10 +120,12 @@ bool ReceiveKeyboard::isOwnKey(const QKeyEvent& event) const
         return false;
     // A control character belongs to the device, whatever the window has a shortcut for: Ctrl+Q is
     // XON, Ctrl+S XOFF, Ctrl+L the redraw of a shell.
-    if (m_typing)
+    // Ctrl and a digit leads to a pane where there are several, and what it types has other keys.
+    const bool digit = event.key() >= Qt::Key_0 && event.key() <= Qt::Key_9;
+    if (m_typing && !digit)
         return TerminalKeyMap::map(event.key(), modifiersOf(event), event.text()).kind
                == TypedKey::Kind::Control;
-    return event.key() == Qt::Key_C && m_view.hasSelection();
+    return !m_typing && event.key() == Qt::Key_C && m_view.hasSelection();
 }
 
 bool ReceiveKeyboard::press(const QKeyEvent& event)
