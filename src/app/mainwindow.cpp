@@ -11,19 +11,18 @@
 #include "app/paneworkspace.h"
 #include "app/portgrid.h"
 #include "app/portselector.h"
+#include "app/portwatch.h"
 #include "app/programoptions.h"
 #include "app/recentfilesmodel.h"
 #include "app/sessiondocument.h"
 #include "app/setconfigfilepathdialog.h"
+#include "app/toolactions.h"
 #include "app/transferactions.h"
 #include "app/windowgeometry.h"
 #include "settings/config.h"
 #include "settings/settingsservice.h"
 #include "settings/storewriter.h"
 #include "terminal/pane/serialportwidget.h"
-#include "tools/asciitable.h"
-#include "tools/modbusbuilder.h"
-#include "tools/toolbox.h"
 
 #include <QAction>
 #include <QApplication>
@@ -45,7 +44,7 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
     , m_catalog(catalog)
     , m_store(Config::organizationName(), Config::applicationName())
     , m_state(SettingsService::load(m_store))
-    , m_portList(catalog)
+    , m_portWatch(new PortWatch(catalog, this))
     , m_actions(new MainActions(this))
     , m_grid(new PortGrid)
     , m_area(new PortArea(m_grid, this))
@@ -88,8 +87,12 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
     connectFileActions();
     connectPortActions();
     connectViewActions();
-    connectToolActions();
     connectHelpActions();
+    onAction("acToolsSetting"_L1, m_dialogs, &PaneDialogs::showSettings);
+    ToolActions::connectTo(*m_actions, *m_panes, this);
+    connect(m_portWatch, &PortWatch::changed, this, &MainWindow::showPorts);
+    connect(m_actions->action("acDebugHoldPortList"_L1), &QAction::toggled, m_portWatch,
+        &PortWatch::setHeld);
 
     m_clock.start();
     applySessionToPrimaryPort();
@@ -103,7 +106,6 @@ MainWindow::MainWindow(SerialPortCatalog& catalog, Restore restore, QWidget* par
 
     connect(&m_displayTimer, &QTimer::timeout, this, &MainWindow::displayTick);
     m_displayTimer.setSingleShot(true);
-    watchPorts();
     wake();
 }
 
@@ -127,27 +129,6 @@ void MainWindow::displayTick()
         m_displayTimer.start(kQuietRefreshMs);
 }
 
-// Listing the ports asks every device of the machine, which is far too much for something that
-// nearly never changes.
-void MainWindow::watchPorts()
-{
-    connect(&m_portTimer, &QTimer::timeout, this, &MainWindow::refreshPortList);
-    const QString folder = m_catalog.watchedFolder();
-    if (folder.isEmpty() || !m_portFolder.addPath(folder)) {
-        m_portTimer.start(kDisplayRefreshMs);
-        return;
-    }
-    // A device that has just come gets its name first and its permissions after that.
-    m_settleTimer.setSingleShot(true);
-    m_settleTimer.setInterval(kPortSettleMs);
-    connect(&m_settleTimer, &QTimer::timeout, this, &MainWindow::refreshPortList);
-    connect(&m_portFolder, &QFileSystemWatcher::directoryChanged, this, [this] {
-        refreshPortList();
-        m_settleTimer.start();
-    });
-    m_portTimer.start(kPortListMs);
-}
-
 MainWindow::~MainWindow()
 {
     m_panes->disconnect(this);
@@ -169,7 +150,7 @@ void MainWindow::buildBars()
     label->setContentsMargins(8, 0, 8, 0);
     bar->addWidget(label);
     bar->addWidget(m_portSelector);
-    m_portSelector->setPorts(m_portList.ports());
+    m_portSelector->setPorts(m_portWatch->ports());
     connect(m_portSelector, &PortSelector::portChosen, this, &MainWindow::changePort);
 }
 
@@ -286,47 +267,6 @@ void MainWindow::connectViewActions()
     onAction("acViewMaximizePort"_L1, m_workspace, &PaneWorkspace::setZoomed);
     onAction("acViewQuickSettings"_L1, m_workspace, &PaneWorkspace::toggleQuickSettings);
     onAction("acViewAlwaysTop"_L1, this, &MainWindow::setAlwaysOnTop);
-}
-
-void MainWindow::connectToolActions()
-{
-    onAction("acToolsSetting"_L1, m_dialogs, &PaneDialogs::showSettings);
-    const auto bringUp = [](QDialog& window) {
-        window.show();
-        window.raise();
-        window.activateWindow();
-    };
-    // What they offer goes to the pane that has the keyboard then.
-    const auto insert = [this](const QByteArray& bytes) {
-        currentPortWidget()->insertSendBytes(bytes);
-    };
-    onAction("acToolCalc"_L1, this, [=, this, tools = QPointer<ToolBox>()]() mutable {
-        if (!tools) {
-            tools = new ToolBox(this);
-            connect(tools, &ToolBox::insertRequested, this, insert);
-        }
-        bringUp(*tools);
-    });
-    onAction("acToolsAscii"_L1, this, [=, this, table = QPointer<AsciiTable>()]() mutable {
-        if (!table) {
-            table = new AsciiTable(this);
-            connect(table, &AsciiTable::insertRequested, this, insert);
-            connect(table, &AsciiTable::sendRequested, this,
-                [this](const QByteArray& bytes) { currentPortWidget()->sendBytes(bytes); });
-        }
-        bringUp(*table);
-    });
-    onAction("acToolsModbus"_L1, this, [=, this, builder = QPointer<ModbusBuilder>()]() mutable {
-        if (!builder) {
-            auto* const window = new ModbusBuilder(this);
-            builder = window;
-            window->setPort(&currentPortWidget()->port());
-            connect(window, &ModbusBuilder::insertRequested, this, insert);
-            connect(m_panes.get(), &PaneSet::currentChanged, window,
-                [this, window] { window->setPort(&m_panes->current().port()); });
-        }
-        bringUp(*builder);
-    });
 }
 
 void MainWindow::connectHelpActions()
@@ -509,13 +449,10 @@ void MainWindow::onUpdateDisplay()
         settings.connMode == connectionMode::SerialPort ? settings.portName : QString());
 }
 
-void MainWindow::refreshPortList()
+void MainWindow::showPorts()
 {
-    const bool held = m_actions->action("acDebugHoldPortList"_L1)->isChecked();
-    if (held || !m_portList.refresh([this] { return m_clock.elapsed(); }))
-        return;
     qDebug("Start to refresh port list...");
-    m_portSelector->setPorts(m_portList.ports());
+    m_portSelector->setPorts(m_portWatch->ports());
     forEachPane(&SerialPortWidget::refreshPorts);
     Q_EMIT m_dialogs->portsChanged();
 }

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "app/portselector.h"
 #include "settings/sessioncontents.h"
 #include "settings/sessionstate.h"
 #include "transfer/engine/xferconfig.h"
 
 #include <QElapsedTimer>
-#include <QFileSystemWatcher>
 #include <QMainWindow>
 #include <QSettings>
 #include <QTimer>
@@ -24,6 +22,7 @@ class PaneWorkspace;
 class PortArea;
 class PortGrid;
 class PortSelector;
+class PortWatch;
 class ProgramOptions;
 class RecentFilesModel;
 class SerialPortCatalog;
@@ -51,10 +50,6 @@ public:
     static constexpr int kDisplayRefreshMs = 100;
     static constexpr int kQuietRefreshMs = 500;
     static constexpr int kQuietTicks = 3;
-    // How often the ports are listed when the folder of the devices says nothing, and how long
-    // after a change there once more.
-    static constexpr int kPortListMs = 10'000;
-    static constexpr int kPortSettleMs = 500;
     static constexpr int kLeaveMs = 5000;
 
     // What the window opens by itself. Nothing is for a window that is about to load a session: a
@@ -122,15 +117,13 @@ private:
     void connectFileActions();
     void connectPortActions();
     void connectViewActions();
-    void connectToolActions();
     void connectHelpActions();
     template<class Receiver, class Slot>
     void onAction(QLatin1StringView name, Receiver* receiver, Slot slot);
     void refreshStatusBar();
-    void refreshPortList();
+    void showPorts();
     void wake();
     void displayTick();
-    void watchPorts();
     void showArrangement();
     void removePort();
     void leave();
@@ -141,7 +134,7 @@ private:
     SerialPortCatalog& m_catalog;
     QSettings m_store;
     SessionState m_state;
-    PortListMonitor m_portList;
+    PortWatch* m_portWatch;
     MainActions* m_actions;
     PortGrid* m_grid;
     PortArea* m_area;
@@ -163,7 +156,4 @@ private:
     QTimer m_displayTimer; // runs until nothing has moved for a while
     qint64 m_displayedMs = 0;
     int m_quietTicks = 0;
-    QFileSystemWatcher m_portFolder;
-    QTimer m_portTimer;
-    QTimer m_settleTimer;
 };

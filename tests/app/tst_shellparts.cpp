@@ -2,6 +2,7 @@
 #include "app/fakecatalog.h"
 #include "app/mainstatusbar.h"
 #include "app/portselector.h"
+#include "app/portwatch.h"
 #include "app/setconfigfilepathdialog.h"
 #include "app/symbolicicon.h"
 #include "app/windowgeometry.h"
