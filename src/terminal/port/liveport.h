@@ -7,6 +7,7 @@
 #include "settings/settings.h"
 #include "terminal/port/connectionlife.h"
 #include "terminal/port/forwardedview.h"
+#include "terminal/port/portborrower.h"
 #include "terminal/port/runstate.h"
 #include "terminal/port/sendpipeline.h"
 
@@ -54,27 +55,7 @@ public:
     // everybody, or one peer.
     enum class Target { Own, All, Peer };
 
-    // Whoever borrows the port for a while, as a file transfer does. It sees what is received
-    // before everybody else, and takes what is meant for it: that is neither tapped nor shown nor
-    // logged. Nobody else sends, drives the lines, pauses or changes the line meanwhile.
-    class Borrower
-    {
-        Q_DISABLE_COPY_MOVE(Borrower)
-
-    public:
-        virtual ~Borrower() = default;
-        // True when the chunk was its own.
-        virtual bool takes(const Chunk& chunk) = 0;
-        // Why a person may not send now, and not touch the lines.
-        [[nodiscard]] virtual QString sendingRefusal() const = 0;
-        [[nodiscard]] virtual QString linesRefusal() const = 0;
-        [[nodiscard]] virtual QString pauseRefusal() const = 0;
-        // What is said when the settings of the line change: they wait.
-        [[nodiscard]] virtual QString settingsRefusal() const = 0;
-
-    protected:
-        Borrower() = default;
-    };
+    using Borrower = PortBorrower;
 
     static constexpr int kHintMs = 3000;
     // What waits for the log when the port goes may take so long to be written; finishLog() is the
