@@ -16,7 +16,9 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QRegularExpression>
+#include <QSerialPort>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -41,6 +43,7 @@ private Q_SLOTS:
     void failedStartShowsABox();
     void connectionActionsFollowTheState();
     void everyPaneIsStoppedOnClose();
+    void closingAsksWhileAFileIsSent();
     void settingsComeBack();
     void lastConnection_data();
     void lastConnection();
@@ -258,6 +261,53 @@ void MainWindowTest::everyPaneIsStoppedOnClose()
     m_window.reset();
     QCOMPARE(store().value("LAST_WINDOW_SIZE"_L1).toSize(), QSize(777, 555));
     QCOMPARE(store().value("LAST_WINDOW_POSITION"_L1).toPoint(), QPoint(33, 44));
+}
+
+// A device whose firmware is being updated: nothing ends it unasked, and what a person ends the
+// device hears of.
+void MainWindowTest::closingAsksWhileAFileIsSent()
+{
+    const NullModem line;
+    QVERIFY2(line.isValid(), qPrintable(line.errorString()));
+    QSerialPort device(line.portB());
+    QVERIFY(device.open(QIODevice::ReadWrite));
+    QByteArray heard;
+    connect(&device, &QSerialPort::readyRead, this, [&] {
+        heard += device.readAll();
+        device.write("\x06"); // one block after the other
+    });
+    QFile file(m_dir->filePath(u"firmware.bin"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(50'000'000));
+    file.close();
+    open();
+    m_window->start(line.portA(), false);
+    QString error;
+    QVERIFY2(
+        pane()->startFileTransfer({XferProtocol::Xmodem1K, XferSend}, file.fileName(), {}, &error),
+        qPrintable(error));
+    device.write("C");
+    QTRY_VERIFY(heard.size() > 5000);
+
+    const auto asked = [this](const QString& text, QMessageBox::StandardButton answer) {
+        if (!QTest::qWaitFor([this] { return box() != nullptr; }) || box()->text() != text)
+            return false;
+        box()->button(answer)->click();
+        return QTest::qWaitFor([this] { return box() == nullptr; });
+    };
+    const QString window = u"A file transfer is running. Closing ends it."_s;
+    action("acMonStop")->trigger();
+    QVERIFY(asked(u"A file transfer is running on this port. Closing it ends the transfer."_s,
+        QMessageBox::Cancel));
+    m_window->close();
+    QVERIFY(asked(window, QMessageBox::Cancel));
+    QVERIFY(m_window->isVisible() && pane()->isOpen() && pane()->transfer().isActive());
+    const qsizetype before = heard.size();
+    QTRY_VERIFY2(heard.size() > before, "it goes on");
+
+    m_window->close();
+    QVERIFY(asked(window, QMessageBox::Discard));
+    QTRY_VERIFY(!m_window->isVisible());
+    QTRY_VERIFY2(heard.right(16).count('\x18') >= 5, "the cancel sequence");
 }
 
 void MainWindowTest::settingsComeBack()
