@@ -248,8 +248,7 @@ class Flood(GatewayTest):
 
         until(swept, "the floods are gone")
         way = self.status()["bridges"][0]["fromB"]
-        missing = way["dropped"] + way["discarded"] + way["lost"]
-        self.assertEqual(way["bytesIn"], way["bytesOut"] + missing)
+        self.assertEqual(way["bytesIn"], way["bytesOut"] + way["dropped"] + way["discarded"])
         with socket.create_connection(("127.0.0.1", port), PATIENCE) as client:
             until(lambda: self.line_says(line, client), "the next client is served")
         self.stop()
