@@ -48,14 +48,22 @@ struct Desk
     explicit Desk(LivePort* port) { window.setPort(port); }
 
     template<typename Widget>
-    Widget* named(const QString& text)
+    [[nodiscard]] Widget* find(const QString& text) const
     {
         for (Widget* widget : window.findChildren<Widget*>()) {
             if (widget->accessibleName() == text
                 || widget->property("text").toString().remove(u'&') == text)
                 return widget;
         }
-        qFatal("There is no %s", qPrintable(text));
+        return nullptr;
+    }
+    template<typename Widget>
+    Widget* named(const QString& text)
+    {
+        Widget* const widget = find<Widget>(text);
+        if (widget == nullptr)
+            qFatal("There is no %s", qPrintable(text));
+        return widget;
     }
     // The field in front of which that label stands.
     QWidget* labelled(const QString& text)
@@ -83,7 +91,14 @@ struct Desk
         QVERIFY(at >= 0);
         box->setCurrentIndex(at);
     }
-    void press(const QString& text) { named<QPushButton>(text)->click(); }
+    // The answer is shown a turn of the event loop before "Stop" is "Send" again.
+    void press(const QString& text)
+    {
+        if (QTest::qWaitFor([&] { return find<QPushButton>(text) != nullptr; }))
+            named<QPushButton>(text)->click();
+        else
+            qFatal("There is no button %s", qPrintable(text));
+    }
     void keepAs(const QString& name)
     {
         type(u"Name"_s, name);
