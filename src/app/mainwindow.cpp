@@ -251,20 +251,7 @@ void MainWindow::connectViewActions()
 {
     onAction("acViewNextPort"_L1, this, [this] { m_panes->focusNext(1); });
     onAction("acViewPreviousPort"_L1, this, [this] { m_panes->focusNext(-1); });
-    const auto onMove = [this](QLatin1StringView name, int columns, int rows) {
-        onAction(
-            name, m_workspace, [this, columns, rows] { m_workspace->focusBeside(columns, rows); });
-    };
-    onMove("acViewPortLeft"_L1, -1, 0);
-    onMove("acViewPortRight"_L1, 1, 0);
-    onMove("acViewPortAbove"_L1, 0, -1);
-    onMove("acViewPortBelow"_L1, 0, 1);
-    for (int number = 1; number <= MainActions::kNumberedPorts; ++number) {
-        const QByteArray name = "acViewPort" + QByteArray::number(number);
-        onAction(QLatin1StringView(name), m_workspace,
-            [this, number] { m_workspace->focusPane(number - 1); });
-    }
-    onAction("acViewMaximizePort"_L1, m_workspace, &PaneWorkspace::setZoomed);
+    m_workspace->followKeys(*m_actions);
     onAction("acViewQuickSettings"_L1, m_workspace, &PaneWorkspace::toggleQuickSettings);
     onAction("acViewAlwaysTop"_L1, this, &MainWindow::setAlwaysOnTop);
 }

@@ -1,5 +1,6 @@
 #include "app/paneworkspace.h"
 
+#include "app/mainactions.h"
 #include "app/paneset.h"
 #include "app/portgrid.h"
 #include "connections/serialportcatalog.h"
@@ -11,6 +12,8 @@
 #include <QDebug>
 #include <QInputDialog>
 #include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
 
 PaneWorkspace::PaneWorkspace(SessionState& state, PaneSet& panes, PortGrid& grid,
     const ViewActions& actions, QWidget* window)
@@ -37,6 +40,25 @@ PaneWorkspace::PaneWorkspace(SessionState& state, PaneSet& panes, PortGrid& grid
 }
 
 PaneWorkspace::~PaneWorkspace() = default;
+
+void PaneWorkspace::followKeys(const MainActions& actions)
+{
+    const auto onMove = [&](QLatin1StringView name, int columns, int rows) {
+        connect(actions.action(name), &QAction::triggered, this,
+            [=, this] { focusBeside(columns, rows); });
+    };
+    onMove("acViewPortLeft"_L1, -1, 0);
+    onMove("acViewPortRight"_L1, 1, 0);
+    onMove("acViewPortAbove"_L1, 0, -1);
+    onMove("acViewPortBelow"_L1, 0, 1);
+    for (int number = 1; number <= MainActions::kNumberedPorts; ++number) {
+        const QByteArray name = "acViewPort" + QByteArray::number(number);
+        connect(actions.action(QLatin1StringView(name)), &QAction::triggered, this,
+            [this, number] { focusPane(number - 1); });
+    }
+    connect(actions.action("acViewMaximizePort"_L1), &QAction::triggered, this,
+        &PaneWorkspace::setZoomed);
+}
 
 SerialPortWidget* PaneWorkspace::append()
 {

@@ -5,6 +5,7 @@
 
 #include <QObject>
 
+class MainActions;
 class PaneSet;
 class PortGrid;
 class QAction;
@@ -38,6 +39,9 @@ public:
     PaneWorkspace(SessionState& state, PaneSet& panes, PortGrid& grid, const ViewActions& actions,
         QWidget* window);
     ~PaneWorkspace() override;
+
+    // Takes up the actions that lead from pane to pane and that give one pane all of the room.
+    void followKeys(const MainActions& actions);
 
     // Makes the next pane with what panes share; update() places it. There must be fewer than
     // PaneSet::kMaxPanes.
